@@ -1,0 +1,59 @@
+// Loading of a plug-in library: the framework's side of the four exported plug-in symbols.
+#pragma once
+
+#include <orvo/core/Plugin.h>
+
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace orvo::core {
+
+/// A plug-in file that cannot be used. `what()` is one sentence that names the file and what is wrong with
+/// it.
+class ORVO_EXPORT PluginLibraryError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+    ~PluginLibraryError() override;
+};
+
+/// An opened and checked plug-in library.
+///
+/// Opening initialises nothing: call `init` before the first `create`, and `deinit` once for every `init`
+/// after the last object is gone. Objects must not outlive the library; the destructor makes up for missing
+/// `deinit` calls and closes the library. Threads: one PluginLibrary is used by one thread at a time; the
+/// objects it makes are independent of that.
+class ORVO_EXPORT PluginLibrary {
+public:
+    /// Opens `path` and checks its symbols and every descriptor row.
+    /// Errors: PluginLibraryError when there is no such file, when it is not a loadable library, when one of
+    /// the four symbols is missing, when the count is 0, or when a row or entry holds a null pointer.
+    explicit PluginLibrary(const std::string& path);
+    ~PluginLibrary();
+    PluginLibrary(const PluginLibrary&) = delete;
+    PluginLibrary& operator=(const PluginLibrary&) = delete;
+
+    const std::string& path() const noexcept;
+
+    /// Number of descriptor rows, at least 1.
+    std::size_t count() const noexcept;
+
+    /// Errors: std::out_of_range when `index` is not below `count()`.
+    const PluginDescriptor& descriptor(std::size_t index = 0) const;
+
+    void init();
+    /// Does nothing when every `init` has had its `deinit` already.
+    void deinit();
+
+    /// A new object of the row's class, after `postConstruct`. Released through the row's destroy function.
+    /// Errors: std::out_of_range as above; PluginLibraryError when `init` was not called or the factory
+    /// returns null; what the object's constructor throws passes through.
+    boost::shared_ptr<Plugin> create(std::size_t index = 0);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace orvo::core

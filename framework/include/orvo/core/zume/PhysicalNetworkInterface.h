@@ -1,0 +1,95 @@
+// The abstract network port that the network stack drives; a plug-in implements it for one kind of hardware.
+#pragma once
+
+#include <orvo/core/Plugin.h>
+#include <orvo/core/zume/EthernetFrame.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include <cstdint>
+#include <string>
+
+namespace orvo::tools::logging {
+class Logger;
+}
+
+namespace orvo::core::zume {
+
+class PhysicalNetworkInterfaceEventQueue;
+
+/// The two steps of bringing a port back that went wrong: give the device up, then open it again.
+enum ReinitializationPhase { ReleaseDevice = 0, ReopenDevice = 1 };
+
+/// One physical network port.
+///
+/// The order of the virtual operations continues that of Plugin and is part of the same binary contract.
+///
+/// Life: factory, injections, `setup`, `start`, traffic, `stop`, `waitForTermination`, destruction. `stop`
+/// must come before destruction. `reinitialize`, `forceReset` and `triggerDebugOutput` may come between
+/// `setup` and `stop`. Threads: `receive` is called by one thread, `addToSendQueue` by one thread at a time
+/// unless an implementation allows more; everything else by the framework's own thread, at any time.
+class ORVO_EXPORT PhysicalNetworkInterface : public Plugin {
+public:
+    PhysicalNetworkInterface();
+    ~PhysicalNetworkInterface() override;
+
+    /// The name of this interface in messages: the std::string last injected as "id", empty before.
+    const std::string& id() const;
+
+    /// Keeps a std::string injected as "id"; everything else, a wrong type for "id" included, is ignored.
+    void injectDependency(const std::string& name, const boost::any& value) override;
+
+    /// The logger of this interface's messages, never null in an implementation that logs; null here.
+    virtual tools::logging::Logger* logger(); // slot 8
+
+    /// The next frame received, or null when there is none, after a wait that the implementation bounds.
+    /// `received` may be null; otherwise it is set to whether a frame is returned.
+    virtual boost::shared_ptr<EthernetFrame> receive(bool* received) = 0; // slot 9
+
+    /// Sends a frame, or keeps it until `transmitSendQueue`. Failures go to the log.
+    virtual void addToSendQueue(boost::shared_ptr<EthernetFrame> frame) = 0; // slot 10
+
+    /// Sends what `addToSendQueue` kept.
+    virtual void transmitSendQueue() = 0; // slot 11
+
+    /// Opens and prepares the port. False when it cannot be used; the log says why.
+    virtual bool setup() = 0; // slot 12
+
+    virtual void start() = 0;              // slot 13
+    virtual void stop() = 0;               // slot 14
+    virtual void waitForTermination() = 0; // slot 15
+
+    /// One step of reinitialisation; false when it failed and may be tried again.
+    virtual bool reinitialize(ReinitializationPhase phase) = 0; // slot 16
+
+    /// Resets the port's PHY; returns when the sequence is over.
+    virtual void forceReset() = 0; // slot 17
+
+    virtual bool startCableDiagnostic();                        // slot 18: false
+    virtual void enablePowerOverEthernet(bool enable);          // slot 19: nothing
+    virtual bool getPoeRegister(int index, unsigned char* out); // slot 20: false
+
+    /// Whether frames can be sent with a frame check sequence computed on the host.
+    virtual bool supportsCustomChecksum() const;    // slot 21: false
+    virtual bool isCustomChecksumEnabled() const;   // slot 22: false
+    virtual void enableCustomChecksum(bool enable); // slot 23: nothing
+    virtual bool supportsCrcErrorInjection() const; // slot 24: false
+    virtual void enablePhyEvents();                 // slot 25: nothing
+
+    /// The queue in which the interface reports events; null here. The same queue for the interface's whole
+    /// life.
+    virtual boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue(); // slot 26
+
+    virtual bool isLinkUp();                                   // slot 27: true
+    virtual int getConnectionState();                          // slot 28: 0
+    virtual std::uint64_t getRxerCounter();                    // slot 29: 0
+    virtual std::uint64_t getIdleErrorCounter();               // slot 30: 0
+    virtual unsigned int getFaultFlags();                      // slot 31: 0
+    virtual void triggerDebugOutput();                         // slot 32: nothing
+    virtual std::string getInfo(const std::string& key) const; // slot 33: empty
+
+private:
+    std::string id_;
+};
+
+} // namespace orvo::core::zume

@@ -1,0 +1,43 @@
+// A named logger of the plug-in's logging facility, as its users see it.
+#pragma once
+
+#include <orvo/Export.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace orvo::tools::logging {
+
+/// One named logger: answers whether a message would pass, and forwards the finished text to the dispatcher.
+///
+/// A message of level L passes a logger of threshold T when L >= T. Levels in use: 2 detail, 3 information,
+/// 4 warning, 5 error. Loggers belong to the logging facility and live until the plug-in's last
+/// de-initialisation. Threads: every operation may be called from any thread.
+class ORVO_EXPORT Logger {
+public:
+    Logger(std::uint64_t handle, std::uint32_t threshold);
+    virtual ~Logger();
+    Logger(const Logger&) = delete;
+    Logger& operator=(const Logger&) = delete;
+
+    /// True when `level` passes and the calling thread is not muted. Refused by level it costs one
+    /// comparison.
+    bool isEnabled(std::uint32_t level);
+
+    /// Forwards `message` (NUL-terminated, copied by the dispatcher before the call returns) whatever its
+    /// level is: callers ask `isEnabled` first. `a` and `b` are handed on unchanged; nobody uses them, pass
+    /// 0.
+    void log(std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b);
+
+    void setLevel(std::uint32_t threshold);
+
+    /// Mutes (false) or unmutes (true) this logger for the calling thread; returns whether it was unmuted
+    /// before.
+    bool setThreadEnabled(bool enabled);
+
+private:
+    struct D;
+    std::unique_ptr<D> d_;
+};
+
+} // namespace orvo::tools::logging

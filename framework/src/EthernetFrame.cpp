@@ -1,0 +1,40 @@
+// Frame bytes and their check sequence.
+#include <orvo/core/zume/EthernetFrame.h>
+
+#include <zlib.h>
+
+#include <cstdint>
+
+namespace orvo::core::zume {
+
+EthernetFrame::EthernetFrame(const QByteArray& data) : data_(data) {}
+
+EthernetFrame::EthernetFrame(QByteArray&& data) noexcept : data_(std::move(data)) {}
+
+EthernetFrame::~EthernetFrame() = default;
+
+int EthernetFrame::length() const {
+    return static_cast<int>(data_.size());
+}
+
+QByteArray EthernetFrame::data() const {
+    return data_;
+}
+
+bool EthernetFrame::hasFcsAppended() const {
+    return fcsAppended_;
+}
+
+void EthernetFrame::appendFcs(unsigned int errorMask) {
+    if (fcsAppended_) return;
+    const auto* bytes = reinterpret_cast<const Bytef*>(data_.constData());
+    auto fcs = static_cast<std::uint32_t>(crc32_z(0, bytes, static_cast<z_size_t>(data_.size()))) ^ errorMask;
+    for (int i = 0; i < 4; ++i, fcs >>= 8) data_.append(static_cast<char>(fcs & 0xFF));
+    fcsAppended_ = true;
+}
+
+} // namespace orvo::core::zume
+
+// Nothing in the network library needs setting up: its state is its objects'.
+void OrvoZumeInit() {}
+void OrvoZumeDeinit() {}

@@ -1,0 +1,121 @@
+// Opening, checking and closing of a plug-in library.
+#include <orvo/core/PluginLibrary.h>
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace orvo::core {
+
+PluginLibraryError::~PluginLibraryError() = default;
+
+struct PluginLibrary::State {
+    std::string path;
+    void* handle = nullptr;
+    const PluginDescriptor* rows = nullptr;
+    std::size_t rowCount = 0;
+    PluginEntryFunction initFunction = nullptr;
+    PluginEntryFunction deinitFunction = nullptr;
+    unsigned uses = 0; // init calls without their deinit
+
+    ~State() {
+        if (handle) dlclose(handle);
+    }
+
+    [[noreturn]] void refuse(const std::string& reason) const {
+        throw PluginLibraryError("plug-in '" + path + "' " + reason);
+    }
+
+    void open() {
+        if (access(path.c_str(), R_OK) != 0) refuse(std::string("cannot be read: ") + std::strerror(errno));
+        // A name without a slash would be searched for along the library path instead of being this file.
+        const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+        handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+        if (!handle) {
+            const char* reason = dlerror();
+            refuse(std::string("cannot be loaded: ") + (reason ? reason : "the loader gives no reason"));
+        }
+    }
+
+    template <class T> const T* symbol(const char* name) const {
+        const void* address = dlsym(handle, name);
+        if (!address) refuse(std::string("is not a plug-in: it has no symbol '") + name + "'");
+        return static_cast<const T*>(address);
+    }
+
+    void readSymbols() {
+        rowCount = *symbol<std::uint32_t>("plugin_count");
+        rows = symbol<PluginDescriptor>("plugin_descriptor");
+        initFunction = *symbol<PluginEntryFunction>("plugin_init");
+        deinitFunction = *symbol<PluginEntryFunction>("plugin_deinit");
+    }
+
+    void check() const {
+        if (rowCount == 0) refuse("offers no plug-in class: its 'plugin_count' is 0");
+        if (!initFunction) refuse("has a null pointer in 'plugin_init'");
+        if (!deinitFunction) refuse("has a null pointer in 'plugin_deinit'");
+        for (std::size_t i = 0; i < rowCount; ++i) checkRow(i);
+    }
+
+    void checkRow(std::size_t index) const {
+        const auto& row = rows[index];
+        const auto require = [&](bool present, const char* what) {
+            if (!present)
+                refuse("has no " + std::string(what) + " in row " + std::to_string(index) +
+                       " of 'plugin_descriptor'");
+        };
+        require(row.create, "factory");
+        require(row.destroy, "destroy function");
+        require(row.name && row.description && row.vendor && row.date, "name, description, vendor or date");
+    }
+};
+
+PluginLibrary::PluginLibrary(const std::string& path) : state_(std::make_unique<State>()) {
+    state_->path = path;
+    state_->open();
+    state_->readSymbols();
+    state_->check();
+}
+
+PluginLibrary::~PluginLibrary() {
+    while (state_->uses > 0) deinit();
+}
+
+const std::string& PluginLibrary::path() const noexcept {
+    return state_->path;
+}
+
+std::size_t PluginLibrary::count() const noexcept {
+    return state_->rowCount;
+}
+
+const PluginDescriptor& PluginLibrary::descriptor(std::size_t index) const {
+    if (index >= state_->rowCount)
+        throw std::out_of_range("plug-in '" + state_->path + "' has no descriptor row " +
+                                std::to_string(index));
+    return state_->rows[index];
+}
+
+void PluginLibrary::init() {
+    state_->initFunction();
+    ++state_->uses;
+}
+
+void PluginLibrary::deinit() {
+    if (state_->uses == 0) return;
+    --state_->uses;
+    state_->deinitFunction();
+}
+
+boost::shared_ptr<Plugin> PluginLibrary::create(std::size_t index) {
+    const auto& row = descriptor(index);
+    if (state_->uses == 0) state_->refuse("was not initialised before its first object was asked for");
+    boost::shared_ptr<Plugin> plugin(row.create(), row.destroy);
+    if (!plugin) state_->refuse(std::string("made no object of its class '") + row.name + "'");
+    plugin->postConstruct();
+    return plugin;
+}
+
+} // namespace orvo::core

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Installs what the project needs from Debian 12's packages, if anything is missing. Says what it does.
+set -euo pipefail
+
+packages=(
+    g++ clang cmake ninja-build pkg-config git               # build
+    clang-format clang-tidy                                  # scripts/lint.sh
+    libboost-dev qt6-base-dev zlib1g-dev                     # framework, plug-in
+    libtomlplusplus-dev libpcap-dev                          # simulated board, host program
+    libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program
+    libgtest-dev libgmock-dev libbenchmark-dev               # tests, benchmarks
+    binutils python3 tshark                                  # export list, life-cycle checks, captures read by others
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    state=$(dpkg-query -W -f '${Status}' "$package" 2>/dev/null || true)
+    [ "$state" = "install ok installed" ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "setup: installing with apt: ${missing[*]}" >&2
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "setup: not root and no sudo; run as root: apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+run_apt() { "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=300 "$@" >&2; }
+run_apt update -q
+run_apt install -q -y --no-install-recommends "${missing[@]}"

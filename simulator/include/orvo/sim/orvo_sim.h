@@ -1,0 +1,120 @@
+// Control of the simulated board: what a hand at the real one would do. Cables, frames from the far end,
+// faults, and what happened at a port. Exported by the simulated hardware access layer (liborvo_hal.so); the
+// real one has none of these, so look a function up at run time when the program must also run on a real
+// installation.
+//
+// Conventions: boards count from 0, ports from 0 to 3. Functions return 0 on success and a negative
+// OrvoSimResult on failure. Any thread, at any time. Texts are copied, nothing is owned across the boundary.
+#pragma once
+
+#include <orvo/Export.h>
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+enum OrvoSimResult {
+    OrvoSimNoSuchPlace = -1, ///< no such board, port or queue
+    OrvoSimBadValue = -2,    ///< a text that is no wire, a frame of impossible size, a null pointer
+    OrvoSimFull = -3         ///< the queue has no room; what was lost is counted as lost words
+};
+
+/// Why no board appeared, as "FILE:LINE: REASON", or null when the configuration was good (or there was
+/// none). Reading it takes over the duty to report it; otherwise the first call of OHalInitDevice,
+/// OHalGetDevice or OHalGetDeviceCount writes it to standard error, once. Owned by the library.
+ORVO_EXPORT const char* orvoSimConfigurationError(void);
+
+/// Number of simulated boards, 0 when the configuration is bad.
+ORVO_EXPORT int orvoSimBoardCount(void);
+
+/// Cables a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]" or "none". A wire that is there is unplugged
+/// first (its OUT file is complete then), and the link goes down and comes up again by negotiation, at once
+/// on a port whose PHY was never reset. "port:" cables both ends. On failure the old wire stays and `error`,
+/// if not null, receives one sentence (NUL-terminated, cut to `errorBytes`).
+ORVO_EXPORT int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error,
+                               size_t errorBytes);
+
+/// The wire of a port in the form above, NUL-terminated, cut to `textBytes`.
+ORVO_EXPORT int orvoSimGetWire(unsigned board, unsigned port, char* text, size_t textBytes);
+
+/// Brings what wires have written to files onto the disk.
+ORVO_EXPORT int orvoSimFlushWires(void);
+
+/// The far end sends a frame (without frame check sequence, at most 1514 bytes; it is padded to 60 bytes and
+/// gets a correct one, changed by `fcsErrorMask`: 0 keeps it correct). Arrives as from any wire: nothing when
+/// the link is down or the receiver is off, an error count when the sequence is wrong.
+ORVO_EXPORT int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t bytes,
+                                   uint32_t fcsErrorMask);
+
+/// The firmware reports an action command time-out: one word with the end-of-transmission flag and `count` in
+/// the port's action command queue.
+ORVO_EXPORT int orvoSimReportActionCommandTimeout(unsigned board, unsigned port, uint16_t count);
+
+/// Puts words into a data queue just as given, whatever they mean; all or none. Queue 0 to 3: received frames
+/// of that port, 8 to 11: action command reports of port queue - 8.
+ORVO_EXPORT int orvoSimPushWords(unsigned board, unsigned queue, const uint32_t* words, size_t count);
+
+/// The next `times` reads of a data queue deliver nothing and return `result` (negative: an error code).
+ORVO_EXPORT int orvoSimFailReads(unsigned board, unsigned queue, int result, unsigned times);
+
+/// The next `times` deliveries of a data queue claim `extraBytes` more (less if negative) than they contain.
+ORVO_EXPORT int orvoSimMisreportReads(unsigned board, unsigned queue, int extraBytes, unsigned times);
+
+/// The next `times` reads of the register of this name (port number included) fail with `result`, or, when
+/// `result` is 0, give `value`.
+ORVO_EXPORT int orvoSimOverrideRegister(unsigned board, const char* name, int result, uint64_t value,
+                                        unsigned times);
+
+/// The next `times` openings of the board fail: OHalInitDevice returns null.
+ORVO_EXPORT int orvoSimFailOpen(unsigned board, unsigned times);
+
+/// The next `times` calls of OHalConfigureFpga return `result`.
+ORVO_EXPORT int orvoSimFailConfigure(unsigned board, int result, unsigned times);
+
+/// Removes the board (0) or puts it back (1). While it is away every call on it fails, open handles included.
+ORVO_EXPORT int orvoSimSetBoardPresent(unsigned board, int present);
+
+/// What the far end of a port's cable offers in auto-negotiation.
+enum OrvoSimPartner {
+    OrvoSimPartner1000 = 0, ///< 10, 100 and 1000 Mbit/s
+    OrvoSimPartner100 = 1,  ///< 10 and 100 Mbit/s
+    OrvoSimPartnerDown = 2  ///< switched off: no link
+};
+ORVO_EXPORT int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner);
+
+/// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7, which stop at 255).
+ORVO_EXPORT int orvoSimSetIdleErrors(unsigned board, unsigned port, unsigned count);
+
+/// How long a PHY holds its reset bit after a software reset, and how long auto-negotiation takes, in
+/// milliseconds. A reset time of UINT32_MAX never ends.
+ORVO_EXPORT int orvoSimSetPhyTimes(unsigned board, unsigned port, uint32_t resetMs, uint32_t negotiationMs);
+
+/// What a port did since the library was loaded.
+struct OrvoSimPort {
+    uint64_t sentFrames;     ///< frames that left by the wire
+    uint64_t sentBytes;      ///< their bytes, padding and frame check sequence included
+    uint64_t unsentFrames;   ///< frames handed over that could not leave: no link, transmitter off, too long
+    uint64_t receivedFrames; ///< good frames from the wire
+    uint64_t receivedBytes;  ///< their bytes, frame check sequence included
+    uint64_t receiveErrors;  ///< frames from the wire with a wrong frame check sequence or of impossible size
+    uint64_t ignoredFrames;  ///< frames from the wire while the receiver was off, in reset or without link
+    uint64_t overflowFrames; ///< good frames that the receive queue had no room for
+    uint64_t lostWords;      ///< words of those frames
+    uint64_t queuedWords;    ///< words in the receive queue now
+    uint64_t registerWrites; ///< writes of registers of this port
+    uint64_t staleAccesses;  ///< calls with a handle of this board that was released before
+    int linkUp;              ///< 1 while the link is up
+    int linkMbit;            ///< its speed in Mbit/s, 0 while down
+    int crcGeneration;       ///< 1 while the transmitter appends the frame check sequence
+};
+ORVO_EXPORT int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out);
+
+/// The content of a PHY register (0 to 31), as an MDIO read would give it, without side effects.
+ORVO_EXPORT int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t* value);
+
+#ifdef __cplusplus
+} // extern "C"
+#endif
