@@ -1,0 +1,87 @@
+// The dispatcher itself: loggers by name, the facilities that log, and everybody who wants to read it.
+#pragma once
+
+#include "Outputs.h"
+#include "Settings.h"
+#include "Subscription.h"
+
+#include <orvo/tools/logging/Dispatcher.h>
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orvo::dispatcher {
+
+/// Connects any number of logging facilities to the outputs and to the host program's subscriptions.
+///
+/// A facility is told, per logger, the lowest threshold that anybody wants; outputs and subscriptions then
+/// each apply their own. Threads: every operation from any thread. Two locks, the first before the second:
+/// `facilitiesLock_` orders attach, detach and changes of thresholds, and is held while a facility's callback
+/// runs, so that none runs after its detach; `stateLock_` guards loggers and subscriptions for short and is
+/// never held while foreign code runs. Messages take only the second.
+class Dispatcher {
+public:
+    explicit Dispatcher(Settings settings);
+    Dispatcher(const Dispatcher&) = delete;
+    Dispatcher& operator=(const Dispatcher&) = delete;
+
+    void attach(tools::logging::Logging* facility, tools::logging::DispatcherDetached detached,
+                tools::logging::SetLoggerLevel setLevel);
+    void detach(tools::logging::Logging* facility);
+
+    /// Tells every facility that there is no dispatcher any more, and forgets them.
+    void detachAll();
+
+    struct Logger {
+        std::uint64_t handle;
+        std::uint32_t threshold;
+    };
+    Logger lookup(const char* name);
+
+    /// A handle that was never given out counts as the root logger's.
+    void emit(std::uint64_t handle, std::uint32_t level, const char* message);
+
+    std::uint64_t subscribe(const char* loggerName, std::uint32_t level, OrvoLogCallback callback,
+                            void* context);
+    bool unsubscribe(std::uint64_t id);
+
+private:
+    struct Entry {
+        std::string name;
+        std::uint32_t outputThreshold; // what console and log file want
+        std::uint32_t threshold;       // what the facilities were told
+        std::unique_ptr<Lines> lines;
+    };
+    struct Facility {
+        tools::logging::DispatcherDetached detached;
+        tools::logging::SetLoggerLevel setLevel;
+    };
+    using Subscriptions = std::map<std::uint64_t, std::shared_ptr<Subscription>>;
+
+    Entry& addEntry(const std::string& name);
+    std::uint32_t wantedThreshold(const Entry& entry) const;
+    std::vector<Logger> changedThresholds();
+    void tellFacilities(const std::vector<Logger>& loggers);
+    std::pair<const Entry*, std::shared_ptr<const Subscriptions>> audience(std::uint64_t handle);
+
+    const Settings settings_;
+    const Outputs outputs_;
+
+    std::recursive_mutex facilitiesLock_; // recursive: a facility may call back from its callbacks
+    std::map<tools::logging::Logging*, Facility> facilities_;
+
+    std::mutex stateLock_;
+    std::deque<Entry> entries_;                    // the handle is the index; entry 0 is the root logger
+    std::map<std::string, std::uint64_t> handles_; // by name
+    std::shared_ptr<const Subscriptions>
+        audience_; // replaced, never changed: messages read it without a lock
+    std::uint64_t lastSubscription_ = 0;
+};
+
+} // namespace orvo::dispatcher

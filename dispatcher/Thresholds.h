@@ -1,0 +1,33 @@
+// Which messages of which logger are wanted: thresholds by logger name.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+
+namespace orvo::dispatcher {
+
+inline constexpr std::uint32_t defaultThreshold = 4; // warnings and errors
+inline constexpr std::uint32_t highestThreshold = 7; // lets nothing through that anybody logs today
+
+/// A threshold for every logger name: a message of level L passes threshold T when L >= T.
+class Thresholds {
+public:
+    Thresholds() = default;
+
+    /// Reads "NAME=THRESHOLD,..."; the name "*" stands for every name not given, white space around names and
+    /// numbers is allowed, of two entries for one name the later counts, an empty text gives the default.
+    /// Errors: std::invalid_argument whose text says which part is wrong and why.
+    static Thresholds parse(std::string_view text);
+
+    std::uint32_t of(std::string_view loggerName) const;
+
+private:
+    void add(std::string_view entry);
+
+    std::map<std::string, std::uint32_t, std::less<>> named_;
+    std::uint32_t others_ = defaultThreshold;
+};
+
+} // namespace orvo::dispatcher

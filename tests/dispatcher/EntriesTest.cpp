@@ -1,0 +1,56 @@
+// The dispatcher library as a logging facility and a host program meet it: opened at run time.
+#include <orvo/tools/logging/Dispatcher.h>
+#include <orvo/tools/logging/DispatcherControl.h>
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+
+namespace orvo::tools::logging {
+namespace {
+
+std::uint32_t toldThreshold = 99;
+
+TEST(EntriesTest, ServeAFacilityAndItsHost) {
+    void* library = dlopen(DISPATCHER_LIBRARY, RTLD_NOW);
+    ASSERT_TRUE(library) << dlerror();
+    const auto* descriptor =
+        static_cast<const DispatcherDescriptor*>(dlsym(library, "logging_dispatcher_descriptor"));
+    const auto subscribe = reinterpret_cast<decltype(&orvoLogSubscribe)>(dlsym(library, "orvoLogSubscribe"));
+    const auto unsubscribe =
+        reinterpret_cast<decltype(&orvoLogUnsubscribe)>(dlsym(library, "orvoLogUnsubscribe"));
+    ASSERT_TRUE(descriptor && subscribe && unsubscribe);
+
+    char address = 0;
+    auto* facility = reinterpret_cast<Logging*>(&address);
+    LookupLogger lookup = nullptr;
+    EmitMessage emit = nullptr;
+    descriptor->attach(
+        facility, [] {}, [](std::uint64_t, std::uint32_t threshold) { toldThreshold = threshold; }, &lookup,
+        &emit);
+    ASSERT_TRUE(lookup && emit);
+    std::uint64_t handle = 0;
+    std::uint32_t threshold = 0;
+    lookup("entries", &handle, &threshold);
+    EXPECT_NE(handle, 0u);
+    EXPECT_EQ(threshold, 4u);
+
+    std::string received;
+    const auto id = subscribe(
+        "entries", 3,
+        [](void* context, const char* name, std::uint32_t, const char* message) {
+            *static_cast<std::string*>(context) = std::string(name) + "|" + message;
+            return 1;
+        },
+        &received);
+    EXPECT_EQ(toldThreshold, 3u);
+    emit(handle, 3, "text", 0, 0);
+    EXPECT_EQ(received, "entries|text");
+    EXPECT_EQ(unsubscribe(id), 0);
+    EXPECT_EQ(toldThreshold, 4u);
+    EXPECT_EQ(unsubscribe(id), -1);
+    descriptor->detach(facility);
+    dlclose(library);
+}
+
+} // namespace
+} // namespace orvo::tools::logging
