@@ -9,8 +9,6 @@ namespace orvo::core::zume {
 
 EthernetFrame::EthernetFrame(const QByteArray& data) : data_(data) {}
 
-EthernetFrame::EthernetFrame(QByteArray&& data) noexcept : data_(std::move(data)) {}
-
 EthernetFrame::~EthernetFrame() = default;
 
 int EthernetFrame::length() const {

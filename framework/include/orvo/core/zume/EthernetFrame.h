@@ -5,8 +5,6 @@
 
 #include <QByteArray>
 
-#include <utility>
-
 namespace orvo::core::zume {
 
 /// One Ethernet frame (IEEE 802.3 clause 3): destination, source, length or type, payload, and, once
@@ -18,8 +16,6 @@ namespace orvo::core::zume {
 class ORVO_EXPORT EthernetFrame {
 public:
     explicit EthernetFrame(const QByteArray& data);
-    /// Takes the bytes over, which spares the reference count on the receive path.
-    explicit EthernetFrame(QByteArray&& data) noexcept;
     EthernetFrame(const EthernetFrame&) = default;
     EthernetFrame& operator=(const EthernetFrame&) = default;
     virtual ~EthernetFrame();
