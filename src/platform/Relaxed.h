@@ -1,0 +1,25 @@
+// A value that one thread writes and others may look at.
+#pragma once
+
+#include <atomic>
+
+namespace orvo::templates::platform {
+
+/// Written by one thread at a time, read by any; no order with other memory is implied, so what depends on
+/// more than the value itself needs a guard of its own. Costs what a plain variable costs.
+template <class T> class Relaxed {
+public:
+    Relaxed(T value = T{}) noexcept : value_(value) {} // NOLINT: stands for a T everywhere
+    operator T() const noexcept { return value_.load(std::memory_order_relaxed); } // NOLINT
+    Relaxed& operator=(T value) noexcept {
+        value_.store(value, std::memory_order_relaxed);
+        return *this;
+    }
+    /// A load and a store, not one atomic step: there is one writer.
+    Relaxed& operator+=(T addend) noexcept { return *this = T(*this) + addend; }
+
+private:
+    std::atomic<T> value_;
+};
+
+} // namespace orvo::templates::platform

@@ -1,0 +1,56 @@
+// Starting, ending and joining of a worker thread.
+#include "platform/SimpleThread.h"
+
+#include <dlfcn.h>
+
+namespace orvo::templates::platform {
+
+SimpleThread::~SimpleThread() {
+    join();
+}
+
+void SimpleThread::start() {
+    RecursiveMutexGuard guard(&mutex_);
+    if (running_) return;
+    running_ = true;
+    finished_ = false;
+    if (pthread_create(&handle_, nullptr, ThreadFunction, this) != 0) {
+        handle_ = 0;
+        running_ = false;
+        finished_ = true;
+    }
+}
+
+void SimpleThread::join() {
+    RecursiveMutexGuard guard(&mutex_);
+    if (!running_ || finished_) return;
+    ++joiners_;
+    const pthread_t handle = handle_;
+    guard.unlock(); // the finishing thread needs the mutex
+    pthread_join(handle, nullptr);
+    guard.relock();
+    if (joiners_-- == 1 && finished_) handle_ = 0;
+}
+
+void* SimpleThread::ThreadFunction(void* self) {
+    static_cast<SimpleThread*>(self)->run();
+    static_cast<SimpleThread*>(self)->finish();
+    return nullptr;
+}
+
+void SimpleThread::finish() {
+    RecursiveMutexGuard guard(&mutex_);
+    running_ = false;
+    finished_ = true;
+    if (joiners_ > 0) return;
+    handle_ = 0;
+    pthread_detach(pthread_self()); // nobody will join it, so its stack must go by itself
+}
+
+void nameThisThread(const char* name) {
+    using SetName = int (*)(pthread_t, const char*);
+    const auto setName = reinterpret_cast<SetName>(dlsym(RTLD_NEXT, "pthread_setname_np"));
+    if (setName) setName(pthread_self(), name);
+}
+
+} // namespace orvo::templates::platform

@@ -1,0 +1,48 @@
+// The base class of worker threads.
+#pragma once
+
+#include "platform/RecursiveMutex.h"
+
+#include <pthread.h>
+
+#include <cstdint>
+
+namespace orvo::templates::platform {
+
+/// A thread owned by an object: started once at a time, running the subclass's `run`, joined by the owner.
+///
+/// There is no stop request here: a subclass has a flag of its own that its `run` polls, and its owner sets
+/// it before joining. `run` must not throw. A subclass joins in its own destructor: once that has ended,
+/// `run` is gone. Threads: `start` and `join` from any thread, but only one may be inside `join`.
+class SimpleThread {
+public:
+    virtual void run() = 0;
+    virtual ~SimpleThread();
+    SimpleThread(const SimpleThread&) = delete;
+    SimpleThread& operator=(const SimpleThread&) = delete;
+
+    /// Starts the thread unless it is running. A failure is not reported: the thread then counts as finished.
+    void start();
+
+    /// Waits until `run` has returned; returns at once when the thread is not running.
+    void join();
+
+protected:
+    SimpleThread() = default;
+
+private:
+    static void* ThreadFunction(void* self);
+    void finish();
+
+    pthread_t handle_ = 0; // 0 when there is none to join; this and the next three under mutex_
+    bool running_ = false;
+    bool finished_ = true;
+    std::uint32_t joiners_ = 0;
+    RecursiveMutex mutex_;
+};
+
+/// Names the calling thread for debuggers and ps, at most 15 characters; does nothing where the C library
+/// cannot.
+void nameThisThread(const char* name);
+
+} // namespace orvo::templates::platform
