@@ -1,0 +1,32 @@
+// Opening of the libraries that belong to the installation.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace orvo::hal {
+
+/// A library opened at run time. As made here it stays loaded for the life of the process when the object
+/// goes, so that addresses taken from it stay valid.
+class SharedLibrary {
+public:
+    explicit SharedLibrary(const char* fullPath);
+    ~SharedLibrary();
+    SharedLibrary(const SharedLibrary&) = delete;
+    SharedLibrary& operator=(const SharedLibrary&) = delete;
+
+    void* handle = nullptr;      ///< from dlopen; null when the library is not open
+    bool closeOnDestroy = false; ///< whether the destructor closes the library
+    std::string path;            ///< what was opened
+    std::string errorMessage;    ///< the loader's reason, empty after success
+};
+
+/// Opens "lib" + `name` + ".so" in `lib64` under `directory`, or under the installation root when `directory`
+/// is null. Null when there is no root, when the path does not fit 1023 characters, or when the loader
+/// refuses. Its symbols prefer their own library over what the process has (RTLD_DEEPBIND). Threads: any.
+std::unique_ptr<SharedLibrary> loadLibrary(const char* name, const char* directory);
+
+/// The address of a symbol, null when the library is not open or has none of that name.
+void* findSymbol(const SharedLibrary& library, const char* name);
+
+} // namespace orvo::hal
