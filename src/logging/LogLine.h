@@ -1,0 +1,75 @@
+// One log message in the making.
+#pragma once
+
+#include "logging/LogLevel.h"
+#include "platform/Relaxed.h"
+
+#include <orvo/tools/logging/Logger.h>
+
+#include <charconv>
+#include <concepts>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace orvo::tools::logging {
+
+/// A number to be written as lower-case hexadecimal with the prefix "0x"; zero is written "0".
+template <std::unsigned_integral T> struct Hex { T value; };
+template <class T> Hex(T) -> Hex<T>;
+
+/// Builds a message behind the level check and sends it when it goes out of scope.
+///
+/// A line whose level does not pass is false and holds nothing; test it before anything is put into it:
+///     if (auto line = LogLine(logger, LogLevel::Warning)) line << "text" << number;
+/// Every line begins with the thread prefix, "thread-id=" with the calling thread's id and "|".
+/// Errors: running out of memory throws. Threads: made, filled and sent by one thread.
+class LogLine {
+public:
+    LogLine(Logger* logger, LogLevel level) {
+        if (logger->isEnabled(static_cast<std::uint32_t>(level))) begin(logger, level);
+    }
+    /// A line about one interface: the prefix goes on with "PHY Id '" and the interface's id.
+    LogLine(Logger* logger, LogLevel level, const std::string& interfaceId) : LogLine(logger, level) {
+        if (message_) *this << "PHY Id '" << interfaceId;
+    }
+    LogLine(const LogLine&) = delete;
+    LogLine& operator=(const LogLine&) = delete;
+    ~LogLine() {
+        if (message_) send();
+    }
+
+    explicit operator bool() const noexcept { return message_ != nullptr; }
+
+    LogLine& operator<<(std::string_view text);
+
+    template <std::integral T> LogLine& operator<<(T number) {
+        char digits[24];
+        return *this << std::string_view(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
+    }
+
+    template <class T> LogLine& operator<<(const templates::platform::Relaxed<T>& number) {
+        return *this << T(number);
+    }
+
+    template <class T> LogLine& operator<<(Hex<T> number) {
+        if (number.value == 0) return *this << "0";
+        char digits[24];
+        const auto* end = std::to_chars(digits, digits + sizeof digits, number.value, 16).ptr;
+        return *this << "0x" << std::string_view(digits, end);
+    }
+
+private:
+    struct Message {
+        Logger* logger;
+        LogLevel level;
+        std::string text;
+    };
+
+    void begin(Logger* logger, LogLevel level);
+    void send() noexcept;
+
+    std::unique_ptr<Message> message_; // null unless the level passed
+};
+
+} // namespace orvo::tools::logging

@@ -1,0 +1,57 @@
+// The level check and the muted threads of one logger.
+#include <orvo/tools/logging/Logger.h>
+
+#include "logging/Logging.h"
+#include "platform/RecursiveMutex.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <set>
+
+namespace orvo::tools::logging {
+
+using templates::platform::RecursiveMutex;
+using templates::platform::RecursiveMutexGuard;
+
+struct Logger::D {
+    D(std::uint64_t loggerHandle, std::uint32_t initialThreshold)
+        : handle(loggerHandle), threshold(initialThreshold) {}
+
+    const std::uint64_t handle; // the dispatcher's; 0 for the root logger
+    RecursiveMutex mutex;
+    std::set<pthread_t> mutedThreads; // under `mutex`
+    std::atomic<std::uint32_t> threshold;
+};
+
+Logger::Logger(std::uint64_t handle, std::uint32_t threshold) : d_(std::make_unique<D>(handle, threshold)) {}
+
+Logger::~Logger() = default;
+
+bool Logger::isEnabled(std::uint32_t level) {
+    // Relaxed: a new threshold need not reach other threads together with anything else.
+    if (d_->threshold.load(std::memory_order_relaxed) > level) return false;
+    const RecursiveMutexGuard guard(&d_->mutex);
+    return !d_->mutedThreads.contains(pthread_self());
+}
+
+void Logger::log(std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b) {
+    Logging::emit(d_->handle, level, message, a, b);
+}
+
+void Logger::setLevel(std::uint32_t threshold) {
+    d_->threshold.store(threshold, std::memory_order_relaxed);
+}
+
+bool Logger::setThreadEnabled(bool enabled) {
+    const RecursiveMutexGuard guard(&d_->mutex);
+    const pthread_t self = pthread_self();
+    const bool wasEnabled = !d_->mutedThreads.contains(self);
+    if (enabled)
+        d_->mutedThreads.erase(self);
+    else
+        d_->mutedThreads.insert(self);
+    return wasEnabled;
+}
+
+} // namespace orvo::tools::logging

@@ -1,0 +1,82 @@
+// Attaching the dispatcher, and the loggers by handle.
+#include "logging/Logging.h"
+
+#include "hal/SharedLibrary.h"
+#include "platform/ReadWriteLock.h"
+
+#include <orvo/tools/logging/Dispatcher.h>
+
+#include <atomic>
+#include <map>
+
+namespace orvo::tools::logging {
+
+using templates::platform::ReadWriteLock;
+using templates::platform::ReadWriteLockGuard;
+
+namespace {
+
+constexpr std::uint32_t rootThreshold = 7; // above every level in use
+
+} // namespace
+
+struct Logging::D {
+    Logger rootLogger{0, rootThreshold};
+    LookupLogger lookup = nullptr;
+    EmitMessage emit = nullptr;
+    std::atomic<const DispatcherDescriptor*> descriptor{nullptr}; // null while no dispatcher is attached
+    std::map<std::uint64_t, std::unique_ptr<Logger>> loggers;     // by handle, under `loggersLock`
+    std::unique_ptr<hal::SharedLibrary> library;
+    ReadWriteLock loggersLock;
+};
+
+Logging::Logging() : d_(std::make_unique<D>()) {}
+
+Logging::~Logging() {
+    d_->loggers.clear();
+    if (const auto* descriptor = d_->descriptor.load()) descriptor->detach(this);
+}
+
+void Logging::postConstruct() {
+    d_->library = hal::loadLibrary("common-logging-dispatcher", nullptr);
+    if (!d_->library) return;
+    const auto* descriptor = static_cast<const DispatcherDescriptor*>(
+        hal::findSymbol(*d_->library, "logging_dispatcher_descriptor"));
+    if (!descriptor) {
+        d_->library.reset();
+        return;
+    }
+    d_->descriptor = descriptor;
+    descriptor->attach(this, dispatcherDetached, setLoggerLevel, &d_->lookup, &d_->emit);
+}
+
+Logger* Logging::getLogger(const char* name) {
+    D& d = *getInstance()->d_;
+    if (!d.descriptor.load() || !d.lookup) return &d.rootLogger;
+    std::uint64_t handle = 0;
+    std::uint32_t threshold = 0;
+    d.lookup(name, &handle, &threshold);
+    const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Exclusive);
+    auto& logger = d.loggers[handle];
+    if (!logger) logger = std::make_unique<Logger>(handle, threshold);
+    return logger.get();
+}
+
+void Logging::emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,
+                   std::uint64_t b) {
+    const D& d = *getInstance()->d_;
+    if (d.descriptor.load() && d.emit) d.emit(handle, level, message, a, b);
+}
+
+void Logging::dispatcherDetached() {
+    getInstance()->d_->descriptor = nullptr;
+}
+
+void Logging::setLoggerLevel(std::uint64_t handle, std::uint32_t threshold) {
+    D& d = *getInstance()->d_;
+    const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Shared);
+    const auto logger = d.loggers.find(handle);
+    if (logger != d.loggers.end()) logger->second->setLevel(threshold);
+}
+
+} // namespace orvo::tools::logging

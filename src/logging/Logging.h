@@ -1,0 +1,45 @@
+// The process-wide logging facility: named loggers over an optional dispatcher library.
+#pragma once
+
+#include "platform/GuardedSingleton.h"
+
+#include <orvo/Export.h>
+#include <orvo/tools/logging/Logger.h>
+
+#include <cstdint>
+#include <memory>
+
+namespace orvo::tools::logging {
+
+/// Made on first use, when it attaches the dispatcher library of the installation if there is one. Without a
+/// dispatcher every name gets the root logger, whose threshold 7 refuses every message.
+/// Threads: every operation may be called from any thread; the dispatcher may call back at any time while
+/// attached, from within its attach entry too. Never throws on its own and reports no errors.
+class ORVO_EXPORT Logging : public GuardedSingleton<Logging> {
+public:
+    ~Logging() override;
+
+    /// The logger of a name, owned by the facility and valid until the plug-in's last de-initialisation.
+    /// Costs a call into the dispatcher and an exclusive lock: keep the pointer.
+    static Logger* getLogger(const char* name);
+
+    /// Hands a message to the dispatcher, all arguments unchanged; dropped while none is attached.
+    static void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,
+                     std::uint64_t b);
+
+    void postConstruct() override;
+
+private:
+    friend class GuardedSingleton<Logging>;
+    struct D;
+
+    Logging();
+
+    // Handed to the dispatcher.
+    static void dispatcherDetached();
+    static void setLoggerLevel(std::uint64_t handle, std::uint32_t threshold);
+
+    std::unique_ptr<D> d_;
+};
+
+} // namespace orvo::tools::logging
