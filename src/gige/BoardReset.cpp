@@ -1,0 +1,107 @@
+// Reset of a board's GigE hardware: the firmware's reset lines and the PHYs.
+#include "config/PropertiesLocations.h"
+#include "config/TweakProperties.h"
+#include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
+#include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
+#include "gige/RegisterAccess.h"
+
+#include <unistd.h>
+
+namespace orvo::core::zume {
+
+using tools::logging::Hex;
+using tools::logging::LogLevel;
+
+namespace {
+
+constexpr int portsPerBoard = 4;
+constexpr unsigned resetPauseUs = 100'000;
+
+constexpr std::uint16_t resetBit = 0x8000;       // PHY register 0, bit 15
+constexpr std::uint16_t driverClassBit = 0x8000; // extended register 0x0B, bit 15
+constexpr int phyResetRounds = 50;               // of 100 ms
+
+/// The PHY's registers 29 and 30 are an index/data pair in front of its extended registers.
+constexpr std::uint32_t extendedIndex = 29;
+constexpr std::uint32_t extendedData = 30;
+
+/// The ports whose PHY gets bit 15 of extended register 0x0B; the files are read anew at every reset.
+int driverClassPortMask() {
+    using namespace templates::platform;
+    return TweakProperties().property<int>(tweakPropertyTable, userPropertiesFile(), systemPropertiesFile(),
+                                           "GIGE::DriverClassPortMask", 0, nullptr);
+}
+
+} // namespace
+
+void OrvoGbePhysicalNetworkInterface::forceReset() {
+    d->executeBoardReset(1 << (d->portId & 31U),
+                         true); // a port beyond the board's has no bit that is looked at
+}
+
+void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool force) {
+    auto* const statics = OrvoGbePhysicalNetworkInterfaceStatics::getInstance();
+    const int driverClassMask = driverClassPortMask();
+    const std::lock_guard turn(statics->boardSequence(boardId));
+    const auto pass = gate.enterControl();
+    if (!pass) {
+        if (auto text = line(LogLevel::Warning)) text << "Device is released, no reset on board " << boardId;
+        return;
+    }
+    if (!force) {
+        if (statics->isReset(boardId)) return;
+        if (auto text = line(LogLevel::Information))
+            text << "Resetting GigE hardware on board " << boardId << " ... ";
+    }
+    mdio.resolve(applet);
+    regGigeReset = resolveRegister(applet, "GigE_Reset");
+    writeIfPresent(device, regGigeReset, static_cast<std::uint64_t>(~portMask & 0xF)); // active low
+    usleep(resetPauseUs);
+    writeIfPresent(device, regGigeReset, 0xF);
+    usleep(resetPauseUs);
+    for (int port = 0; port < portsPerBoard; ++port)
+        if (portMask & (1 << port)) resetPort(port, force, driverClassMask);
+    if (force) return;
+    startBoard();
+    statics->markReset(boardId);
+}
+
+void OrvoGbePhysicalNetworkInterface::D::resetPort(int port, bool force, int driverClassMask) {
+    if (force)
+        if (auto text = line(LogLevel::Information))
+            text << "Resetting GigE PHY " << port << " on board " << boardId << " ... ";
+    mdio.selectPhy(device, static_cast<std::uint32_t>(port));
+    mdio.write(device, extendedIndex, 0x1B);
+    mdio.write(device, extendedData, 0x418F);
+    mdio.write(device, extendedIndex, 0x16);
+    mdio.write(device, extendedData, 0xA2DA);
+    mdio.write(device, extendedIndex, 0x0B);
+    const std::uint16_t found = mdio.read(device, extendedData).value_or(0);
+    mdio.write(device, extendedIndex, 0x0B);
+    const bool isDriverClass = (driverClassMask & (1 << port)) != 0;
+    const auto wanted =
+        static_cast<std::uint16_t>(isDriverClass ? found | driverClassBit : found & ~driverClassBit);
+    mdio.write(device, extendedData, wanted);
+    mdio.write(device, 0, 0x9140); // reset, auto-negotiation, 1000 Mbit/s, full duplex
+    awaitPhyReset(port, wanted);
+}
+
+void OrvoGbePhysicalNetworkInterface::D::awaitPhyReset(int port, std::uint16_t control) {
+    for (int round = 0; round < phyResetRounds; ++round) {
+        control = mdio.read(device, 0).value_or(control); // a failed read keeps what was seen last
+        if ((control & resetBit) == 0) return;
+    }
+    if (auto text = line(LogLevel::Warning))
+        text << "GigE PHY " << port << " on board " << boardId << " still in reset after "
+             << phyResetRounds / 10 << " seconds, going on (result = " << Hex{control} << ")";
+}
+
+void OrvoGbePhysicalNetworkInterface::D::startBoard() {
+    writeIfPresent(device, resolveRegister(applet, "GigE_TxStart"), 1);
+    writeIfPresent(device, resolveRegister(applet, "GigE_RxEnable"), 1);
+    for (int port = 0; port < portsPerBoard; ++port)
+        writeIfPresent(device, static_cast<std::uint32_t>(resolvePortRegister(&applet, "GigeTxStart", port)),
+                       1);
+}
+
+} // namespace orvo::core::zume

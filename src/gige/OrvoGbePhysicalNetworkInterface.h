@@ -1,0 +1,114 @@
+// The one class that this plug-in offers to the framework: a GigE port of a frame-grabber board.
+#pragma once
+
+#include "logging/LogLine.h"
+
+#include <orvo/core/zume/PhysicalNetworkInterface.h>
+#include <orvo/core/zume/PhysicalNetworkInterfaceEventQueue.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include <string>
+
+namespace orvo::core::zume {
+
+struct PortCounterRow;
+struct TransmitterReading;
+
+/// Process-wide switch, false at load: lets every `receive` compare the firmware's receive error counter with
+/// the value it saw last and report the difference. The host program sets it.
+extern ORVO_EXPORT bool c_MONITOR_CRC_ERRORS;
+
+/// Moves Ethernet frames through one GigE port of one board.
+///
+/// Order of calls: injections of "boardId" and "portId" (int) and, if wanted, "resetBoard" (std::string
+/// "false"), then `setup`, `start`, traffic, `stop`, `waitForTermination`, destruction. Threads: one thread
+/// calls `receive`; any number may call `addToSendQueue`, whose frames never mix; everything else may be
+/// called by another thread at the same time, except that injection, `setup` and destruction stand alone.
+/// Failures of the board end in the log, in counters and in results; only injection throws.
+class OrvoGbePhysicalNetworkInterface : public PhysicalNetworkInterface {
+public:
+    class D; // all state
+
+    OrvoGbePhysicalNetworkInterface();
+    ~OrvoGbePhysicalNetworkInterface() override;
+
+    /// Errors: AnyException when one of the three names above comes with a value of another type; nothing
+    /// changes then.
+    void injectDependency(const std::string& name, const boost::any& value) override;
+
+    tools::logging::Logger* logger() override;
+    boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue() override;
+
+    bool setup() override;
+    void start() override;
+    void stop() override;
+    void waitForTermination() override;
+    bool reinitialize(ReinitializationPhase phase) override;
+
+    boost::shared_ptr<EthernetFrame> receive(bool* received) override;
+
+    void addToSendQueue(boost::shared_ptr<EthernetFrame> frame) override;
+    void transmitSendQueue() override;
+    bool supportsCustomChecksum() const override;
+    bool isCustomChecksumEnabled() const override;
+    void enableCustomChecksum(bool enable) override;
+
+    void forceReset() override;
+    void triggerDebugOutput() override;
+
+    /// One pass over the action command queue: reads at most one word, reports it, posts the event. Called by
+    /// the leecher thread only; takes at most 100 ms, 100 ms more after a failed read, and whatever a full
+    /// event queue asks.
+    void monitorActionCommandTimeoutEvents();
+
+private:
+    enum class QueueReading { Delivered, Nothing, Failed };
+
+    bool canBeSetUp();
+    void createLeecher();
+    void reportFilledFifos();
+    void readPreSendWaitTime();
+
+    void watchCrcErrors();
+    QueueReading receiveFrame(boost::shared_ptr<EthernetFrame>& frame);
+    QueueReading readSizeWord(std::uint32_t& frameBytes);
+    QueueReading readFrameWords(std::uint32_t* words, std::uint32_t requestedBytes, int& deliveredBytes);
+    QueueReading noteFailedRead(int result);
+    void rejectEnd(std::uint32_t word, std::uint32_t requestedBytes, int deliveredBytes);
+    void rejectSize(std::uint32_t requestedBytes, int deliveredBytes);
+    boost::shared_ptr<EthernetFrame> makeFrame(const std::uint32_t* words, std::uint32_t deliveredBytes);
+    int lostWords(); // of the receive queue
+
+    void sendFrame(const QByteArray& bytes, std::size_t frameBytes);
+    void reportReleasedDevice(std::size_t frameBytes);
+    void reportTransmitter(const TransmitterReading& transmitter);
+
+    void postActionCommandTimeout(std::uint16_t count);
+    void reportActionCommandError(bool tooManyWords, int result, int lostActionWords);
+
+    void logStatistics();
+    void logCounter(const PortCounterRow& row, bool reachable);
+
+    bool releaseDevice();
+    bool reopenDevice();
+
+    void dumpText(const char* content);
+    void dumpOwnDevice();
+    void dumpAllDevices();
+    bool dumpDevice(int index, void* other); // whether it has a serial number
+    void dumpCounters();
+    void dumpPhy();
+
+    // Lines that begin with the interface prefix.
+    tools::logging::LogLine detail();
+    tools::logging::LogLine information();
+    tools::logging::LogLine warning();
+    tools::logging::LogLine error();
+    tools::logging::LogLine line(tools::logging::LogLevel level);
+
+    tools::logging::Logger* logger_ = nullptr; // not owned, fetched on first use
+    boost::shared_ptr<D> d;                    // never null
+};
+
+} // namespace orvo::core::zume

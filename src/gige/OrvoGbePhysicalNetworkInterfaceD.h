@@ -1,0 +1,124 @@
+// The private state of one GigE port.
+#pragma once
+
+#include "gige/DeviceGate.h"
+#include "gige/MdioRegisters.h"
+#include "gige/OrvoGbePhysicalNetworkInterface.h"
+#include "gige/OrvoGbePhysicalNetworkInterfaceUiqLeecherThread.h"
+#include "platform/Relaxed.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+namespace orvo::core::zume {
+
+template <class T> using Relaxed = templates::platform::Relaxed<T>;
+
+/// State of one interface, shared by its paths.
+///
+/// Who writes: injection the first group; `setup` and `reinitialize` handles and addresses, the handles only
+/// while the gate is closed or no traffic runs; each counter and report flag the one path that it belongs to.
+/// `waitForTermination` and the report read what others write. `device` is touched only behind the gate.
+/// Released in this order: leecher thread (joined if it runs), applet, device, event queue.
+class OrvoGbePhysicalNetworkInterface::D {
+public:
+    D();
+    ~D();
+    D(const D&) = delete;
+    D& operator=(const D&) = delete;
+
+    /// Opens the board and makes the applet ready; false when the board cannot be used, with `device` null
+    /// then. `id` is the interface's, for messages.
+    bool openPhysicalDevice(const std::string& id);
+
+    /// Resets the ports whose bit is set in `portMask` (bits 0 to 3). Not forced, it is the once-per-board
+    /// reset, which also starts the board's transmitters and receivers and does nothing for a board that was
+    /// reset before. Blocks for 1.1 s a port and more; resets, dumps and resets of one board wait for each
+    /// other.
+    void executeBoardReset(int portMask, bool force);
+
+    /// "0x9140 [ 1001_0001_0100_0000 ] " for 0x9140.
+    static std::string phyContentToString(unsigned short value);
+
+    tools::logging::LogLine line(tools::logging::LogLevel level);
+    tools::logging::LogLine line(tools::logging::LogLevel level, const std::string& id);
+
+    // As injected.
+    std::uint32_t boardId = 0; // board index of the hardware access layer
+    std::uint32_t portId = 0;  // port, receive queue; the action command queue is actionCommandQueue()
+    bool resetBoard = true;
+
+    std::uint32_t actionCommandQueue() const { return portId + 8; }
+
+    Relaxed<bool> customChecksumEnabled = false;
+    std::uint32_t preSendWaitTime = 0; // milliseconds
+
+    // Owned handles; null while there is none.
+    void* device = nullptr;
+    void* applet = nullptr;
+
+    MdioRegisters mdio;
+    std::uint32_t regGigeReset = 0;
+
+    // Firmware register addresses of this port, 0 where the firmware lacks one.
+    Relaxed<std::uint32_t> regGigeBufferReset;
+    Relaxed<std::uint32_t> regGigeWriteData;
+    Relaxed<std::uint32_t> regGigeWriteComplete;
+    Relaxed<std::uint32_t> regGigeTxTransferActive;
+    Relaxed<std::uint32_t> regGigeTxDisableCrcGeneration;
+    Relaxed<std::uint32_t> regGigeRecvPktCnt;
+    Relaxed<std::uint32_t> regGigeRecvErrCnt;
+    Relaxed<std::uint32_t> regCtrlPktReceivedCnt;
+    Relaxed<std::uint32_t> regCtrlPktSendUiqCnt;
+    Relaxed<std::uint32_t> regGvspFifoOverflow;
+    Relaxed<std::uint32_t> regGvcpFifoNotEmpty;
+
+    // Firmware counters as `setup` found them; the two FIFO values are read anew by the termination
+    // statistics.
+    Relaxed<std::uint64_t> initialRecvPktCnt;
+    Relaxed<std::uint64_t> initialRecvErrCnt;
+    Relaxed<std::uint64_t> initialCtrlPktReceivedCnt;
+    Relaxed<std::uint64_t> initialCtrlPktSendUiqCnt;
+    Relaxed<std::uint64_t> initialGvspFifoOverflow;
+    Relaxed<std::uint64_t> initialGvcpFifoNotEmpty;
+
+    // The receive path's.
+    bool recvErrorReported = false; // the message of this run of read errors was due
+    bool zeroSizeReported = false;  // the message of this run of zero size words was due
+    std::uint64_t lastRecvErrCnt = 0;
+    Relaxed<std::uint64_t> receivedFrames;
+    Relaxed<std::uint64_t> receivedBytes;
+    Relaxed<std::uint64_t> zeroSizeTransmissions;
+    Relaxed<std::uint64_t> invalidEots;
+    Relaxed<std::uint64_t> invalidTransmissionSizes;
+    Relaxed<std::uint64_t> uiqReadErrors;
+
+    // The leecher's.
+    bool actionCommandsSupported = false; // the firmware has the port's ActionCmdConfigData
+    bool actionCmdErrorReported = false;  // the message of this run of anomalies was due
+    std::unique_ptr<OrvoGbePhysicalNetworkInterfaceUiqLeecherThread> uiqLeecherThread;
+    boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue;
+
+    DeviceGate gate;
+    std::mutex reinitializing; // one phase at a time
+
+    // The send path's, apart from what the other paths use all the time.
+    alignas(64) Relaxed<std::uint64_t> sentFrames;
+    Relaxed<std::uint64_t> sentBytes;
+
+private:
+    bool refuseDevice();
+    bool checkBoard(const std::string& id);
+    bool loadApplet(const std::string& id);
+    bool configureFpga(const std::string& id);
+    void resetPort(int port, bool force, int driverClassPortMask);
+    void awaitPhyReset(int port, std::uint16_t control);
+    void startBoard();
+
+    tools::logging::Logger* logger_ = nullptr; // not owned, fetched on first use
+};
+
+using PortState = OrvoGbePhysicalNetworkInterface::D;
+
+} // namespace orvo::core::zume

@@ -1,0 +1,29 @@
+// Lookups ask the applet runtime every time; who needs an address again keeps it.
+#include "gige/RegisterAccess.h"
+
+#include "hal/KivRuntime.h"
+#include "hal/OrvoHal.h"
+
+#include <string>
+
+namespace orvo::core::zume {
+
+std::uint32_t resolveRegister(void* applet, const char* name) {
+    return static_cast<std::uint32_t>(KivGetRegisterByName(applet, name));
+}
+
+int resolvePortRegister(void* const* applet, const char* baseName, int index) {
+    return KivGetRegisterByName(*applet, (baseName + std::to_string(index)).c_str());
+}
+
+std::uint64_t readOr(void* device, std::uint32_t address, std::uint64_t fallback) {
+    if (address == 0) return fallback;
+    std::uint64_t value = fallback;
+    return OHalRegisterRead(device, address, &value) == 0 ? value : fallback;
+}
+
+void writeIfPresent(void* device, std::uint32_t address, std::uint64_t value) {
+    if (address != 0) OHalRegisterWrite(device, address, value);
+}
+
+} // namespace orvo::core::zume

@@ -1,0 +1,101 @@
+// One frame from the framework into the port's transmit buffer.
+#include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
+#include "gige/Transmitter.h"
+#include "hal/OrvoHal.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace orvo::core::zume {
+
+using tools::logging::Hex;
+
+namespace {
+
+constexpr std::size_t maxFrameBytes = 1518; // frame check sequence included
+constexpr std::size_t fcsBytes = 4;
+constexpr auto transmitterLimit = std::chrono::milliseconds{1000};
+constexpr auto turnLimit = 2 * transmitterLimit; // the sender before gives up after one
+
+/// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined: a
+/// board that refuses them shows it in its counters, and the frame is gone either way.
+void writeFrame(const PortState& d, const unsigned char* bytes, std::size_t unitCount) {
+    const std::uint32_t writeData = d.regGigeWriteData;
+    OHalRegisterWrite(d.device, d.regGigeBufferReset, 0);
+    for (std::size_t k = 0; k < unitCount; ++k)
+        OHalRegisterWrite(d.device, writeData, bytes[2 * k] + 256U * bytes[2 * k + 1]);
+    OHalRegisterWrite(d.device, d.regGigeWriteComplete, 0);
+}
+
+} // namespace
+
+void OrvoGbePhysicalNetworkInterface::addToSendQueue(boost::shared_ptr<EthernetFrame> frame) {
+    if (d->customChecksumEnabled && !frame->hasFcsAppended()) frame->appendFcs(0);
+    const auto frameBytes = static_cast<std::size_t>(std::max(0, frame->length()));
+    if (frameBytes > maxFrameBytes) {
+        if (auto text = warning())
+            text << "': Packet is too large (packet size: " << frameBytes << ", allowed size: 1518)";
+        return;
+    }
+    if (d->preSendWaitTime != 0) usleep(d->preSendWaitTime * 1000);
+    sendFrame(frame->data(), frameBytes);
+}
+
+void OrvoGbePhysicalNetworkInterface::sendFrame(const QByteArray& bytes, std::size_t frameBytes) {
+    TransmitterReading transmitter{TransmitterState::Idle, 0};
+    bool released = true;
+    if (const auto turn = d->gate.enterSend(turnLimit)) {
+        released = false;
+        if (d->regGigeTxTransferActive != 0)
+            transmitter = awaitTransmitter(d->device, d->regGigeTxTransferActive, transmitterLimit);
+        if (transmitter.state == TransmitterState::Idle) {
+            const auto available = std::min(frameBytes, static_cast<std::size_t>(bytes.size()));
+            writeFrame(*d, reinterpret_cast<const unsigned char*>(bytes.constData()), available / 2);
+            d->sentFrames += 1;
+            d->sentBytes += frameBytes + fcsBytes;
+        }
+    }
+    if (released)
+        reportReleasedDevice(frameBytes);
+    else if (transmitter.state != TransmitterState::Idle)
+        reportTransmitter(transmitter);
+}
+
+void OrvoGbePhysicalNetworkInterface::reportReleasedDevice(std::size_t frameBytes) {
+    if (auto text = warning())
+        text << "': Packet is dropped, the device is "
+             << (d->gate.isClosed() ? "released" : "kept busy by other senders")
+             << " (packet size: " << frameBytes << ")";
+}
+
+void OrvoGbePhysicalNetworkInterface::reportTransmitter(const TransmitterReading& transmitter) {
+    if (auto text = warning()) {
+        if (transmitter.state == TransmitterState::Unexpected)
+            text << "': Unexpected value in OHalRegisterRead(...) (result = " << Hex{transmitter.value}
+                 << ")";
+        else
+            text << "': Transmitter still busy after " << transmitterLimit.count()
+                 << " milliseconds, packet is dropped (result = " << Hex{transmitter.value} << ")";
+    }
+}
+
+void OrvoGbePhysicalNetworkInterface::transmitSendQueue() {}
+
+bool OrvoGbePhysicalNetworkInterface::supportsCustomChecksum() const {
+    return d->regGigeTxDisableCrcGeneration != 0;
+}
+
+bool OrvoGbePhysicalNetworkInterface::isCustomChecksumEnabled() const {
+    return d->customChecksumEnabled;
+}
+
+void OrvoGbePhysicalNetworkInterface::enableCustomChecksum(bool enable) {
+    if (d->regGigeTxDisableCrcGeneration == 0) return;
+    const auto pass = d->gate.enterControl();
+    if (!pass) return; // the device is released: neither register nor flag change, so that they agree
+    OHalRegisterWrite(d->device, d->regGigeTxDisableCrcGeneration, enable ? 1 : 0);
+    d->customChecksumEnabled = enable;
+}
+
+} // namespace orvo::core::zume

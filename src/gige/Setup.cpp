@@ -1,0 +1,92 @@
+// Turning an injected interface into one that can move frames.
+#include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
+#include "gige/PortRegisters.h"
+#include "gige/RegisterAccess.h"
+#include "hal/OrvoHal.h"
+
+#include <cstdlib>
+#include <limits>
+#include <optional>
+#include <sstream>
+
+namespace orvo::core::zume {
+
+using tools::logging::Hex;
+
+namespace {
+
+/// The waiting time before each frame in milliseconds, if the environment has one that `usleep` can wait.
+std::optional<std::uint32_t> preSendWaitTimeFromEnvironment() {
+    const char* text = std::getenv("ORVO_PRE_SEND_WAIT_TIME");
+    if (!text) return std::nullopt;
+    std::istringstream stream(text);
+    long long waitMs = 0;
+    if (!(stream >> waitMs) || waitMs < 0 || waitMs > std::numeric_limits<unsigned>::max() / 1000)
+        return std::nullopt;
+    return static_cast<std::uint32_t>(waitMs);
+}
+
+void snapshotCounters(PortState& d) {
+    for (const auto& row : portCounterRows) d.*row.initial = readOr(d.device, d.*row.address, d.*row.initial);
+    d.lastRecvErrCnt = d.initialRecvErrCnt;
+}
+
+} // namespace
+
+void resolvePortRegisters(PortState& d) {
+    for (const auto& row : portRegisterRows)
+        d.*row.address = static_cast<std::uint32_t>(
+            resolvePortRegister(&d.applet, row.baseName, static_cast<int>(d.portId)));
+}
+
+bool OrvoGbePhysicalNetworkInterface::setup() {
+    if (auto text = information()) text << "': Selecting orvo board " << d->boardId << " port " << d->portId;
+    if (!canBeSetUp() || !d->openPhysicalDevice(id())) return false;
+    if (d->resetBoard) d->executeBoardReset(15, false);
+    resolvePortRegisters(*d);
+    createLeecher();
+    writeIfPresent(d->device, d->regGigeTxDisableCrcGeneration, 0);
+    snapshotCounters(*d);
+    reportFilledFifos();
+    OHalDataQueueClear(d->device, d->portId);
+    OHalDataQueueClear(d->device, d->actionCommandQueue());
+    readPreSendWaitTime();
+    if (auto text = information()) text << "': Selected device successfully opened.";
+    return true;
+}
+
+bool OrvoGbePhysicalNetworkInterface::canBeSetUp() {
+    // A second opening would lose the first handle, and the leecher that may be running with it.
+    if (!d->device && !d->gate.isClosed()) return true;
+    if (auto text = error()) text << "': Device is open or released already, setup refused.";
+    return false;
+}
+
+void OrvoGbePhysicalNetworkInterface::createLeecher() {
+    d->actionCommandsSupported =
+        resolvePortRegister(&d->applet, "ActionCmdConfigData", static_cast<int>(d->portId)) != 0;
+    if (d->actionCommandsSupported)
+        d->uiqLeecherThread = std::make_unique<OrvoGbePhysicalNetworkInterfaceUiqLeecherThread>(
+            this, OrvoGbePhysicalNetworkInterfaceUiqLeecherThread::actionCommandQueueKind, d->boardId,
+            d->portId);
+}
+
+void OrvoGbePhysicalNetworkInterface::reportFilledFifos() {
+    const std::uint64_t overflow = d->initialGvspFifoOverflow;
+    const std::uint64_t notEmpty = d->initialGvcpFifoNotEmpty;
+    if (overflow == 0 && notEmpty == 0) return;
+    if (auto text = warning()) text << "': Firmware fifo debug registers not empty: ";
+    if (auto text = warning()) text << "':          ........... GVSP FIFO overflow: " << Hex{overflow};
+    if (auto text = warning()) text << "':          .......... GVCP FIFO not empty: " << Hex{notEmpty};
+}
+
+void OrvoGbePhysicalNetworkInterface::readPreSendWaitTime() {
+    const auto waitMs = preSendWaitTimeFromEnvironment();
+    if (!waitMs) return;
+    d->preSendWaitTime = *waitMs;
+    if (*waitMs == 0) return;
+    if (auto text = information())
+        text << "': Using a pre-send waiting time of " << *waitMs << " milliseconds.";
+}
+
+} // namespace orvo::core::zume

@@ -1,0 +1,30 @@
+// The form in which a received frame lies in a data queue, apart from any board.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace orvo::core::zume {
+
+constexpr std::uint32_t endOfTransmission = 0x1'0000; // bit 16 of a queue word
+constexpr std::uint32_t maxTransmissionBytes =
+    65'536; // of the frame; more is no frame, whatever the size word says
+
+enum class TransmissionVerdict { Good, NoEnd, WrongSize };
+
+/// Judges what a read of `requestedBytes` delivered into `words`. A delivery under one word or over the
+/// request is of wrong size whatever it holds; otherwise the last whole word must carry the end flag; then
+/// the delivery must be all that was requested, or 2 bytes less. `deliveredBytes` is not negative.
+TransmissionVerdict checkTransmission(const std::uint32_t* words, std::uint32_t requestedBytes,
+                                      int deliveredBytes);
+
+/// The last whole word of a delivery of at least 4 bytes.
+inline std::uint32_t lastWord(const std::uint32_t* words, int deliveredBytes) {
+    return words[deliveredBytes / 4 - 1];
+}
+
+/// Packs bits 0 to 15 of each word into two bytes of the frame, low byte first; everything else in a word is
+/// dropped. `frame` has room for 2 * `wordCount` bytes.
+void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
+
+} // namespace orvo::core::zume
