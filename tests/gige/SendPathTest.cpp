@@ -1,0 +1,144 @@
+// The register protocol of a sent frame, and every reason for which one is dropped.
+#include "support/InterfaceTest.h"
+#include "support/Pacing.h"
+
+#include <thread>
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class SendPathTest : public InterfaceTest {
+protected:
+    std::size_t countLines(const Journal& journal, const std::string& beginning) {
+        return static_cast<std::size_t>(std::count_if(
+            journal.begin(), journal.end(), [&](auto& line) { return line.starts_with(beginning); }));
+    }
+};
+
+TEST_F(SendPathTest, WaitsUntilIdleThenWritesWholeUnits) {
+    setUpPort();
+    board.answer("GigeTxTransferActive2", {3, 0x100, 0});
+    port.addToSendQueue(frame({0x11, 0x22, 0x33, 0x44, 0x55})); // odd: the last byte has no unit
+    port.transmitSendQueue();
+    EXPECT_THAT(board.takeJournal(),
+                ElementsAre("read GigeTxTransferActive2 0x3", "read GigeTxTransferActive2 0x100",
+                            "read GigeTxTransferActive2 0", "write GigeBufferReset2 0",
+                            "write GigeWriteData2 0x2211", "write GigeWriteData2 0x4433",
+                            "write GigeWriteComplete2 0"));
+    EXPECT_EQ(statistics()["Send"], "1 frames (9 bytes)");
+}
+
+TEST_F(SendPathTest, FramesUpTo1518BytesLeave) {
+    setUpPort();
+    for (const std::size_t length : {60U, 61U, 1518U, 1519U}) {
+        SCOPED_TRACE(length);
+        port.addToSendQueue(frame(countingBytes(length)));
+        const auto journal = board.takeJournal();
+        EXPECT_EQ(countLines(journal, "write GigeWriteData2"), length > 1518 ? 0 : length / 2);
+        EXPECT_EQ(journal.empty(), length > 1518);
+    }
+    EXPECT_THAT(takeMessages(),
+                ElementsAre("4 PHY Id 'gige': Packet is too large (packet size: 1519, allowed "
+                            "size: 1518)"));
+    EXPECT_EQ(statistics()["Send"], "3 frames (1651 bytes)");
+}
+
+TEST_F(SendPathTest, FrameIsDroppedWhenTheBoardDoesNotAnswer) {
+    setUpPort();
+    board.answer("GigeTxTransferActive2", {1, 0x1FF});
+    port.addToSendQueue(frame(countingBytes(60)));
+    EXPECT_THAT(board.takeJournal(),
+                ElementsAre("read GigeTxTransferActive2 0x1", "read GigeTxTransferActive2 0x1ff"));
+    EXPECT_THAT(takeMessages(),
+                ElementsAre("4 PHY Id 'gige': Unexpected value in OHalRegisterRead(...) (result = 0x1ff)"));
+    EXPECT_EQ(statistics()["Send"], "0 frames (0 bytes)");
+}
+
+TEST_F(SendPathTest, WaitForTheTransmitterEndsAfterASecond) {
+    setUpPort();
+    board.onRead = [](const std::string&) { advanceClock(std::chrono::milliseconds{1}); };
+    for (const bool fails : {false, true}) { // a failed read counts as busy
+        SCOPED_TRACE(fails);
+        board.answer("GigeTxTransferActive2", {0x102});
+        board.failReads("GigeTxTransferActive2", fails);
+        port.addToSendQueue(frame(countingBytes(60)));
+        const auto reads = board.takeJournal().size();
+        EXPECT_GE(reads, 900U);
+        EXPECT_LE(reads, 1100U);
+        EXPECT_THAT(takeMessages(),
+                    ElementsAre(std::string("4 PHY Id 'gige': Transmitter still busy after 1000 "
+                                            "milliseconds, packet is dropped (result = ") +
+                                (fails ? "0x1)" : "0x102)")));
+    }
+    EXPECT_EQ(statistics()["Send"], "0 frames (0 bytes)");
+}
+
+TEST_F(SendPathTest, FirmwareWithoutBusyFlagIsNotAsked) {
+    board.lack("GigeTxTransferActive2");
+    setUpPort();
+    port.addToSendQueue(frame({1, 2}));
+    EXPECT_THAT(board.takeJournal(), ElementsAre("write GigeBufferReset2 0", "write GigeWriteData2 0x201",
+                                                 "write GigeWriteComplete2 0"));
+}
+
+TEST_F(SendPathTest, CustomChecksumIsAppendedOnceByTheHost) {
+    setUpPort();
+    EXPECT_TRUE(port.supportsCustomChecksum());
+    port.enableCustomChecksum(true);
+    EXPECT_TRUE(port.isCustomChecksumEnabled());
+    const auto text = Bytes{'1', '2', '3', '4', '5', '6', '7', '8', '9', '0'};
+    auto sent = frame(text); // CRC-32 0x261daee5
+    port.addToSendQueue(sent);
+    port.addToSendQueue(sent);
+    Journal once{"read GigeTxTransferActive2 0", "write GigeBufferReset2 0"};
+    for (const char* unit : {"0x3231", "0x3433", "0x3635", "0x3837", "0x3039", "0xaee5", "0x261d"})
+        once.push_back(std::string("write GigeWriteData2 ") + unit);
+    once.push_back("write GigeWriteComplete2 0");
+    Journal expected{"write GigeTxDisableCrcGeneration2 0x1"};
+    expected.insert(expected.end(), once.begin(), once.end());
+    expected.insert(expected.end(), once.begin(), once.end());
+    EXPECT_EQ(board.takeJournal(), expected);
+
+    auto large = frame(countingBytes(1515)); // 1519 with its check sequence
+    port.addToSendQueue(large);
+    EXPECT_THAT(board.takeJournal(), IsEmpty());
+    port.enableCustomChecksum(false);
+    EXPECT_FALSE(port.isCustomChecksumEnabled());
+    EXPECT_THAT(board.takeJournal(), ElementsAre("write GigeTxDisableCrcGeneration2 0"));
+}
+
+TEST_F(SendPathTest, CustomChecksumNeedsTheFirmware) {
+    EXPECT_FALSE(port.supportsCustomChecksum());
+    port.enableCustomChecksum(true); // before setup
+    board.lack("GigeTxDisableCrcGeneration2");
+    setUpPort();
+    port.enableCustomChecksum(true);
+    EXPECT_FALSE(port.supportsCustomChecksum());
+    EXPECT_FALSE(port.isCustomChecksumEnabled());
+    EXPECT_THAT(board.takeJournal(), IsEmpty());
+}
+
+TEST_F(SendPathTest, OverlappingSendsNeverMixTheirFrames) {
+    setUpPort();
+    constexpr int framesEach = 200;
+    const auto send = [this](std::uint8_t mark) {
+        for (int i = 0; i < framesEach; ++i) port.addToSendQueue(frame(Bytes(40, mark)));
+    };
+    std::thread first(send, 0x11), second(send, 0x22);
+    first.join();
+    second.join();
+    const auto journal = board.takeJournal();
+    ASSERT_EQ(journal.size(), 2U * framesEach * 23);
+    for (std::size_t i = 0; i < journal.size(); i += 23) {
+        ASSERT_EQ(journal[i + 1], "write GigeBufferReset2 0");
+        ASSERT_EQ(journal[i + 22], "write GigeWriteComplete2 0");
+        for (std::size_t k = 3; k < 22; ++k) ASSERT_EQ(journal[i + k], journal[i + 2]);
+    }
+    EXPECT_EQ(statistics()["Send"], "400 frames (17600 bytes)");
+}
+
+} // namespace
+} // namespace orvo::test

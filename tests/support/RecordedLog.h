@@ -1,0 +1,45 @@
+// What the plug-in logged, as the recording dispatcher of the unit tests' installation root took it.
+#pragma once
+
+#include <orvo/Export.h>
+#include <orvo/tools/logging/Dispatcher.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orvo::test {
+
+struct LogRecord {
+    std::string logger;
+    std::uint32_t level;
+    std::string text;
+};
+
+/// Everything logged since the last call.
+ORVO_EXPORT std::vector<LogRecord> takeRecords();
+
+/// The same, each as level and text without the thread prefix: "4 PHY Id 'gige': Packet is too large ...". A
+/// message that lacks a thread prefix is returned whole.
+ORVO_EXPORT std::vector<std::string> takeMessages();
+
+/// Threshold of every logger, from now on and for those that exist; 2 at start.
+ORVO_EXPORT void setThreshold(std::uint32_t threshold);
+
+/// What the facility handed over when it attached last, and how often it attached and detached.
+struct Attachment {
+    tools::logging::Logging* facility = nullptr;
+    tools::logging::DispatcherDetached detached = nullptr;
+    tools::logging::SetLoggerLevel setLevel = nullptr;
+    int attachCount = 0;
+    int detachCount = 0;
+};
+ORVO_EXPORT Attachment attachment();
+
+/// Calls back into the facility from within its next attach.
+ORVO_EXPORT void callBackFromAttach(bool callBack);
+
+/// Two names that share this handle from now on.
+ORVO_EXPORT void shareHandle(const std::string& name, const std::string& otherName);
+
+} // namespace orvo::test

@@ -1,0 +1,113 @@
+// A log dispatcher that keeps every message for the test program that is linked to it.
+#include "support/RecordedLog.h"
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <utility>
+
+namespace orvo::test {
+namespace {
+
+std::mutex lock; // of everything below
+std::vector<LogRecord> records;
+std::map<std::string, std::uint64_t> handles;
+std::uint32_t currentThreshold = 2;
+Attachment current;
+bool callsBack = false;
+
+std::uint64_t handleOf(const std::string& name) {
+    return handles.emplace(name, handles.size() + 1).first->second;
+}
+
+std::string nameOf(std::uint64_t handle) {
+    const auto entry =
+        std::find_if(handles.begin(), handles.end(), [&](auto& each) { return each.second == handle; });
+    return entry == handles.end() ? "" : entry->first;
+}
+
+void lookup(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
+    const std::lock_guard guard(lock);
+    *handle = handleOf(name);
+    *threshold = currentThreshold;
+}
+
+void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t, std::uint64_t) {
+    const std::lock_guard guard(lock);
+    records.push_back({nameOf(handle), level, message});
+}
+
+void attach(tools::logging::Logging* facility, tools::logging::DispatcherDetached detached,
+            tools::logging::SetLoggerLevel setLevel, tools::logging::LookupLogger* lookupSlot,
+            tools::logging::EmitMessage* emitSlot) {
+    bool callBack = false;
+    {
+        const std::lock_guard guard(lock);
+        current = {facility, detached, setLevel, current.attachCount + 1, current.detachCount};
+        callBack = callsBack;
+    }
+    *lookupSlot = lookup;
+    *emitSlot = emit;
+    if (callBack) setLevel(1, 3);
+}
+
+void detach(tools::logging::Logging*) {
+    const std::lock_guard guard(lock);
+    ++current.detachCount;
+}
+
+std::string withoutThreadPrefix(const std::string& text) {
+    const std::string prefix = "thread-id=";
+    const auto bar = text.find('|');
+    const bool isPrefixed = text.starts_with(prefix) && bar != std::string::npos && bar > prefix.size() &&
+                            text.find_first_not_of("0123456789", prefix.size()) == bar;
+    return isPrefixed ? text.substr(bar + 1) : text;
+}
+
+} // namespace
+
+std::vector<LogRecord> takeRecords() {
+    const std::lock_guard guard(lock);
+    return std::exchange(records, {});
+}
+
+std::vector<std::string> takeMessages() {
+    std::vector<std::string> messages;
+    for (const auto& record : takeRecords())
+        messages.push_back(std::to_string(record.level) + " " + withoutThreadPrefix(record.text));
+    return messages;
+}
+
+void setThreshold(std::uint32_t threshold) {
+    std::vector<std::uint64_t> known;
+    tools::logging::SetLoggerLevel setLevel = nullptr;
+    {
+        const std::lock_guard guard(lock);
+        currentThreshold = threshold;
+        setLevel = current.setLevel;
+        for (const auto& each : handles) known.push_back(each.second);
+    }
+    if (!setLevel) return;
+    for (const auto handle : known) setLevel(handle, threshold);
+}
+
+Attachment attachment() {
+    const std::lock_guard guard(lock);
+    return current;
+}
+
+void callBackFromAttach(bool callBack) {
+    const std::lock_guard guard(lock);
+    callsBack = callBack;
+}
+
+void shareHandle(const std::string& name, const std::string& otherName) {
+    const std::lock_guard guard(lock);
+    handles[otherName] = handleOf(name);
+}
+
+} // namespace orvo::test
+
+extern "C" ORVO_EXPORT const orvo::tools::logging::DispatcherDescriptor logging_dispatcher_descriptor;
+const orvo::tools::logging::DispatcherDescriptor logging_dispatcher_descriptor = {orvo::test::attach,
+                                                                                  orvo::test::detach};
