@@ -17,6 +17,18 @@ FakeBoard* board = nullptr;
 int deviceTag = 0; // handles are addresses of these
 int appletTag = 0;
 
+/// Counts a call for its length.
+class Inside {
+public:
+    explicit Inside(std::atomic<int>& count) : count_(count) { ++count_; }
+    ~Inside() { --count_; }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+
+private:
+    std::atomic<int>& count_;
+};
+
 std::string hex(std::uint64_t value) {
     std::ostringstream text;
     text << std::hex << std::showbase << value;
@@ -28,7 +40,7 @@ void* initDevice(int index) {
     return board->opens ? &deviceTag : nullptr;
 }
 int freeDevice(void*) {
-    board->note("free device");
+    board->freeDevice();
     return 0;
 }
 int getDeviceCount() {
@@ -180,7 +192,13 @@ std::string FakeBoard::nameOf(std::uint32_t address) const {
     return address == 0 ? "register 0" : names_.at(address / 8 - 1);
 }
 
+void FakeBoard::freeDevice() {
+    note("free device");
+    if (onRelease) onRelease();
+}
+
 int FakeBoard::readRegister(std::uint32_t address, std::uint64_t* value) {
+    const Inside inside(callsInside_);
     std::unique_lock guard(lock_);
     const std::string name = nameOf(address);
     const bool fails = failing_.contains(name);
@@ -196,11 +214,13 @@ int FakeBoard::readRegister(std::uint32_t address, std::uint64_t* value) {
 }
 
 void FakeBoard::writeRegister(std::uint32_t address, std::uint64_t value) {
+    const Inside inside(callsInside_);
     const std::lock_guard guard(lock_);
     journal_.push_back("write " + nameOf(address) + " " + hex(value));
 }
 
 int FakeBoard::readQueue(std::uint32_t queue, void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs) {
+    const Inside inside(callsInside_);
     if (onRead) onRead("queue " + std::to_string(queue));
     const std::lock_guard guard(lock_);
     journal_.push_back("queue " + std::to_string(queue) + " " + std::to_string(bytes) + " bytes " +

@@ -2,6 +2,7 @@
 // order.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -43,6 +44,11 @@ public:
     /// Called inside the board for every read of a register or queue, on the calling thread, without a lock.
     std::function<void(const std::string& what)> onRead;
 
+    /// Called while the plug-in frees its device handle.
+    std::function<void()> onRelease;
+    /// How many calls with a device handle are going on.
+    int callsInside() const { return callsInside_; }
+
     Journal takeJournal();
 
     // Answers of the rest.
@@ -62,9 +68,12 @@ public:
     void writeRegister(std::uint32_t address, std::uint64_t value);
     int readQueue(std::uint32_t queue, void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs);
 
+    void freeDevice();
+
 private:
     std::string nameOf(std::uint32_t address) const;
 
+    std::atomic<int> callsInside_{0};
     std::mutex lock_; // of everything below
     Journal journal_;
     std::vector<std::string> names_; // address = 8 * (position + 1)

@@ -1,0 +1,153 @@
+// The diagnostic report, line by line.
+#include "support/InterfaceTest.h"
+
+namespace orvo::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class DiagnosticDumpTest : public InterfaceTest {
+protected:
+    DiagnosticDumpTest() {
+        board.infoInts["board/serial"] = -2;
+        board.infoInts["board/type"] = 0x12A44;
+        board.infoTexts["board/name"] = "Grabber";
+    }
+
+    static Messages asInterface(const std::vector<std::string>& texts) {
+        Messages messages;
+        for (const auto& text : texts) messages.push_back("2 PHY Id 'gige" + text);
+        return messages;
+    }
+};
+
+TEST_F(DiagnosticDumpTest, CompleteReport) {
+    setUpPort();
+    board.answer("GigeRecvPktCnt2", {100, 4000000000});
+    board.answer("GigeRecvErrCnt2", {2});
+    board.answer("GvspFiFoOverflow_GigeTransceiver2", {16});
+    board.failReads("CtrlPktReceivedCnt2");
+    board.answer("MdioReadReg", {0x1140, 0x796D, 0});
+    port.triggerDebugOutput();
+    std::vector<std::string> texts{
+        "' [START] DEBUG OUTPUT ...",
+        "' Informations from own device handle:",
+        "' [STORED  ]                 Board Index: 0",
+        "' [HAL     ]                Board Serial: 0xfffffffe",
+        "' [HAL     ]                  Board Type: 0x2a44",
+        "' [HAL     ]                  Board Name: Grabber",
+        "' Informations from HAL:",
+        "' [HAL     ]               Devices Count: 1",
+        "' [HAL     ]               Device Found: Index 0, Serial 0x1234",
+        "' Firmware Debug Registers:",
+        "' [REGISTER]      Hardware Packet Count : 100",
+        "' [REGISTER]     Hardware Packet Errors : 2",
+        "' [REGISTER]     Ctrl Packet Recv Count : 0",
+        "' [REGISTER] Ctrl Packet Send UIQ Count : 0",
+        "' [REGISTER]         GVSP FIFO overflow : 16",
+        "' [REGISTER]        GVCP FIFO not empty : 0",
+        "' Waiting 1 second...",
+        "' Firmware Debug Registers:",
+        "' [REGISTER]      Hardware Packet Count : 4000000000",
+        "' [REGISTER]     Hardware Packet Errors : 2",
+        "' [REGISTER]     Ctrl Packet Recv Count : 0",
+        "' [REGISTER] Ctrl Packet Send UIQ Count : 0",
+        "' [REGISTER]         GVSP FIFO overflow : 16",
+        "' [REGISTER]        GVCP FIFO not empty : 0",
+        "': ===============================",
+        "': ====== PHY Register Dump ======",
+        "': ===============================",
+        "': [MDIO] ...... Register 0: 0x1140 [ 0001_0001_0100_0000 ] ",
+        "': [MDIO] ...... Register 1: 0x796d [ 0111_1001_0110_1101 ] ",
+    };
+    for (int n = 2; n <= 28; ++n)
+        texts.push_back("': [MDIO] ...... Register " + std::to_string(n) +
+                        ": 0x0000 [ 0000_0000_0000_0000 ] ");
+    texts.push_back("' [STOP ] DEBUG OUTPUT");
+    EXPECT_EQ(takeMessages(), asInterface(texts));
+
+    const auto journal = board.takeJournal();
+    EXPECT_EQ(std::count(journal.begin(), journal.end(), "sleep 1000000"), 1);
+    const auto phy = std::find(journal.begin(), journal.end(), "write GigE_MdioPhyAddr 0x2");
+    ASSERT_EQ(journal.end() - phy, 2 + 29 * 5) << "its own port's PHY, whoever had the bus before";
+    EXPECT_THAT(Journal(phy, phy + 7),
+                ElementsAre("write GigE_MdioPhyAddr 0x2", "sleep 100000", "write GigE_MdioRegAddr 0",
+                            "write GigE_MdioRD 0", "sleep 50000", "read MdioReadReg 0x1140", "sleep 50000"));
+
+    setThreshold(5); // the queries take place whether or not a line is logged
+    port.triggerDebugOutput();
+    EXPECT_THAT(takeMessages(), IsEmpty());
+    EXPECT_EQ(board.takeJournal().size(), journal.size());
+}
+
+TEST_F(DiagnosticDumpTest, DeviceWalkStopsWhenAllAreFound) {
+    board.infoTexts.erase("board/name");
+    setUpPort();
+    const struct {
+        const char* name;
+        int count;
+        std::map<int, int> serials;
+        std::vector<std::string> lines; // between "Devices Count" and the registers
+        int lastIndex;
+    } rows[] = {
+        {"two",
+         2,
+         {{0, 1}, {1, 2}, {2, 3}},
+         {"2 PHY Id 'gige' [HAL     ]               Device Found: Index 0, Serial 0x1",
+          "2 PHY Id 'gige' [HAL     ]               Device Found: Index 1, Serial 0x2"},
+         1},
+        {"one without serial",
+         2,
+         {{0, 0}, {1, 2}},
+         {"2 Found device with serial '0' on device index 0, skipping...",
+          "2 PHY Id 'gige' [HAL     ]               Device Found: Index 1, Serial 0x2"},
+         1},
+        {"the last without serial",
+         1,
+         {{0, 0}},
+         {"2 Found device with serial '0' on device index 0, skipping..."},
+         1},
+        {"none", 0, {}, {}, 0},
+        {"far apart",
+         1,
+         {{30, 0x1F}},
+         {"2 PHY Id 'gige' [HAL     ]               Device Found: Index 30, Serial 0x1f"},
+         30},
+        {"fewer than said", 3, {}, {}, 31},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        board.deviceCount = row.count;
+        board.deviceSerials = row.serials;
+        port.triggerDebugOutput();
+        const auto messages = takeMessages();
+        EXPECT_EQ(messages.at(5), "2 PHY Id 'gige' [HAL     ]                  Board Name: ");
+        const auto registers =
+            std::find(messages.begin(), messages.end(), "2 PHY Id 'gige' Firmware Debug Registers:");
+        EXPECT_EQ(Messages(messages.begin() + 8, registers), row.lines);
+        const auto journal = board.takeJournal();
+        std::string last;
+        long taken = 0, given = 0;
+        for (const auto& line : journal) {
+            if (line.starts_with("get device")) last = line;
+            taken += line == "info board/serial";
+            given += line == "put device";
+        }
+        EXPECT_EQ(last, "get device " + std::to_string(row.lastIndex));
+        EXPECT_EQ(given, taken - 1) << "every handle goes back; one question is for the own device";
+    }
+}
+
+TEST_F(DiagnosticDumpTest, UnresolvedRegistersAreLeftOut) {
+    for (const char* name :
+         {"GigeRecvPktCnt2", "GigeRecvErrCnt2", "CtrlPktReceivedCnt2", "CtrlPktSendUiqCnt2",
+          "GvspFiFoOverflow_GigeTransceiver2", "GvcpFiFoNotEmpty_GigeTransceiver2"})
+        board.lack(name);
+    setUpPort();
+    port.triggerDebugOutput();
+    for (const auto& message : takeMessages()) EXPECT_EQ(message.find("[REGISTER]"), std::string::npos);
+}
+
+} // namespace
+} // namespace orvo::test

@@ -1,0 +1,34 @@
+// Threads of tests: beginning together, and being seen to wait.
+#pragma once
+
+#include <chrono>
+#include <future>
+#include <latch>
+#include <thread>
+#include <vector>
+
+namespace orvo::test {
+
+/// Runs `work(i)` for i from 0 on `count` threads that begin at the same moment; returns when all have ended.
+template <class Work> void runTogether(int count, Work work) {
+    std::latch start(count);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < count; ++i)
+        threads.emplace_back([&start, &work, i] {
+            start.arrive_and_wait();
+            work(i);
+        });
+}
+
+/// Runs `work` on a thread of its own.
+template <class Work> std::future<void> inBackground(Work work) {
+    return std::async(std::launch::async, std::move(work));
+}
+
+/// Whether what runs in the background has not come to its end after a moment. A slow machine can only make
+/// this true where it should be false, never the other way round: expect true of what must wait.
+template <class Result> bool isWaiting(const std::future<Result>& background) {
+    return background.wait_for(std::chrono::milliseconds{20}) == std::future_status::timeout;
+}
+
+} // namespace orvo::test
