@@ -1,0 +1,94 @@
+// What remains of a file of blocks when writing it fails: whole blocks, and room for the one that closes it.
+#include "capture/BlockFile.h"
+
+#include "TestFiles.h"
+#include "app/Failure.h"
+#include "app/Signals.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/resource.h>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+
+// A full disk that needs no disk: the process may not make files any longer than this.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{bytes, before_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+
+private:
+    rlimit before_ = {};
+};
+
+class BlockFileTest : public testing::Test {
+protected:
+    BlockFileTest() { installSignalHandlers(); } // reaching the limit is to be an error, not a signal
+    TemporaryFolder folder;
+    const std::string path = folder.file("blocks");
+};
+
+TEST_F(BlockFileTest, EndsAtABlockWithRoomForTheClosingOneWhenTheDiskIsFull) {
+    const struct {
+        rlim_t limit;
+        std::size_t blocksLeft;
+    } cases[] = {{1000, 9}, {1019, 9}, {1020, 10}, {1099, 10}, {100, 0}, {19, 0}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.limit);
+        BlockFile file(path, 20);
+        file.empty();
+        file.keep();
+        for (int i = 0; i < 20; ++i)
+            file.add(std::vector<std::uint8_t>(100, static_cast<std::uint8_t>('a' + i)));
+        const FileSizeLimit limit(row.limit);
+        EXPECT_THROW(file.flush(), Failure);
+        EXPECT_EQ(file.lostBlocks(), 20 - row.blocksLeft);
+        EXPECT_EQ(contentOf(path).size(), 100 * row.blocksLeft);
+        if (row.limit < 20) continue; // no room even for that
+        file.add(std::vector<std::uint8_t>(20, 'z'));
+        file.close();
+        EXPECT_EQ(contentOf(path).substr(100 * row.blocksLeft), std::string(20, 'z'));
+    }
+}
+
+TEST_F(BlockFileTest, LeavesNothingBehindUnlessItIsKept) {
+    { BlockFile file(path, 20); }
+    EXPECT_FALSE(std::filesystem::exists(path));
+
+    writeFile(path, "precious");
+    {
+        BlockFile file(path, 20);
+        EXPECT_TRUE(file.replacesFile());
+    }
+    EXPECT_EQ(contentOf(path), "precious");
+}
+
+TEST_F(BlockFileTest, NamesFileAndCause) {
+    const struct {
+        std::string path;
+        const char* cause;
+    } cases[] = {{folder.file("no/such/folder"), "No such file or directory"},
+                 {folder.file(""), "Is a directory"},
+                 {"/dev/full", "No space left on device"}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.path);
+        try {
+            BlockFile file(row.path, 20);
+            file.add(std::vector<std::uint8_t>(4));
+            file.close();
+            ADD_FAILURE() << "written";
+        } catch (const Failure& failure) {
+            EXPECT_THAT(failure.what(), testing::HasSubstr("'" + row.path + "': " + row.cause));
+        }
+    }
+}
+
+} // namespace
+} // namespace orvo::host

@@ -1,0 +1,94 @@
+// When sending must wait for frames to come back, and when waiting is over.
+#include "traffic/FlightWindow.h"
+
+#include <gtest/gtest.h>
+
+namespace orvo::host {
+namespace {
+
+using namespace std::chrono_literals;
+
+class FlightWindowTest : public testing::Test {
+protected:
+    void send(unsigned frames, std::uint64_t words = 10) {
+        for (unsigned i = 0; i < frames; ++i) window.sent(words);
+    }
+    void comeBack(unsigned frames, std::uint64_t words = 10) {
+        returned.frames += frames;
+        returned.words += frames * words;
+    }
+    bool observeAfter(std::chrono::milliseconds time, unsigned quietPolls) {
+        now += time;
+        returned.quietPolls += quietPolls;
+        return window.observe(returned, now);
+    }
+
+    FlightWindow window{{.frames = 8, .words = 1000, .quietPolls = 4, .pause = 500ms}};
+    FlightWindow::Clock::time_point now{1h};
+    Returned returned;
+};
+
+TEST_F(FlightWindowTest, HoldsBackByFramesAndByWords) {
+    send(7);
+    EXPECT_TRUE(window.hasRoom(10));
+    send(1);
+    EXPECT_FALSE(window.hasRoom(10));
+    comeBack(3);
+    observeAfter(1ms, 0);
+    EXPECT_TRUE(window.hasRoom(10));
+    EXPECT_FALSE(window.isHalfEmpty());
+    comeBack(1);
+    observeAfter(1ms, 0);
+    EXPECT_TRUE(window.isHalfEmpty());
+
+    send(1, 960); // 4 frames of 10 words are still under way
+    EXPECT_FALSE(window.hasRoom(1));
+    comeBack(5, 200);
+    observeAfter(1ms, 0);
+    EXPECT_EQ(window.framesUnderWay(), 0u);
+    EXPECT_TRUE(window.hasRoom(5000)) << "a frame larger than the window passes when nothing is under way";
+}
+
+TEST_F(FlightWindowTest, ForeignFramesDoNotOpenItForGood) {
+    comeBack(100);
+    observeAfter(1ms, 0);
+    send(8);
+    EXPECT_FALSE(window.hasRoom(10));
+}
+
+TEST_F(FlightWindowTest, GivesUpOnlyAfterTimeAndQuietPolls) {
+    observeAfter(10s, 100); // nothing is under way: nothing to give up
+    send(8);
+    EXPECT_FALSE(observeAfter(10s, 100)) << "the wait begins here";
+    EXPECT_FALSE(observeAfter(499ms, 4)) << "too early";
+    EXPECT_TRUE(observeAfter(1ms, 0));
+    EXPECT_EQ(window.framesUnderWay(), 0u);
+
+    comeBack(1); // holds again
+    observeAfter(1ms, 0);
+    send(8);
+    observeAfter(0ms, 0);
+    EXPECT_FALSE(observeAfter(10s, 3)) << "the receiver was busy with something else";
+    comeBack(1);
+    EXPECT_FALSE(observeAfter(1ms, 1)) << "a frame that comes begins the wait anew";
+    EXPECT_FALSE(observeAfter(1ms, 10));
+    EXPECT_TRUE(observeAfter(500ms, 10));
+}
+
+TEST_F(FlightWindowTest, HoldsNobodyBackAfterAStallUntilAFrameComes) {
+    send(8);
+    observeAfter(1ms, 0);
+    ASSERT_TRUE(observeAfter(1s, 10));
+    send(100);
+    EXPECT_TRUE(window.hasRoom(10));
+    EXPECT_FALSE(window.holds());
+    comeBack(1);
+    observeAfter(1ms, 0);
+    EXPECT_TRUE(window.holds());
+    EXPECT_EQ(window.framesUnderWay(), 99u);
+    EXPECT_FALSE(window.hasRoom(10));
+    EXPECT_EQ(window.lastReturn(), now);
+}
+
+} // namespace
+} // namespace orvo::host

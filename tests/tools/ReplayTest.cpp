@@ -1,0 +1,128 @@
+// Whole replays between a fake pair of ports: what comes back is counted, written and verified, and nothing
+// hangs on a wire that loses frames.
+#include "traffic/Replay.h"
+
+#include "TestFiles.h"
+#include "app/Failure.h"
+
+#include <gmock/gmock.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using core::zume::EthernetFrame;
+
+// A port on a loop whose receive queue holds as much as a board's; `wire` may change or swallow frames.
+class LoopPort : public core::zume::PhysicalNetworkInterface {
+public:
+    std::function<bool(QByteArray&)> wire = [](QByteArray&) { return true; };
+    std::size_t overflows = 0;
+
+    boost::shared_ptr<EthernetFrame> receive(bool*) override {
+        std::unique_lock lock(lock_);
+        if (!arrived_.wait_for(lock, std::chrono::milliseconds(20), [this] { return !queue_.empty(); }))
+            return {};
+        const auto bytes = queue_.front();
+        queue_.pop_front();
+        words_ -= queueWords(static_cast<std::size_t>(bytes.size()));
+        return boost::shared_ptr<EthernetFrame>(new EthernetFrame(bytes));
+    }
+    void addToSendQueue(boost::shared_ptr<EthernetFrame> frame) override {
+        auto bytes = frame->data();
+        if (!wire(bytes)) return;
+        const std::lock_guard lock(lock_);
+        words_ += queueWords(static_cast<std::size_t>(bytes.size()));
+        if (words_ > 262'144) ++overflows;
+        queue_.push_back(bytes);
+        arrived_.notify_one();
+    }
+    void transmitSendQueue() override {}
+    bool setup() override { return true; }
+    void start() override {}
+    void stop() override {}
+    void waitForTermination() override {}
+    bool reinitialize(core::zume::ReinitializationPhase) override { return true; }
+    void forceReset() override {}
+
+private:
+    std::mutex lock_;
+    std::condition_variable arrived_;
+    std::deque<QByteArray> queue_;
+    std::size_t words_ = 0;
+};
+
+class ReplayTest : public testing::Test {
+protected:
+    ReplayResult replay(const std::vector<Frame>& frames, PcapngWriter* file = nullptr) {
+        writeCapture(folder.file("in.pcap"), frames);
+        CaptureReader capture(folder.file("in.pcap"));
+        Replay run(port, port, file, &verifier);
+        return run.run(capture);
+    }
+    TemporaryFolder folder;
+    LoopPort port;
+    Verifier verifier;
+};
+
+TEST_F(ReplayTest, BringsEverythingBackWithoutOverrunningTheQueue) {
+    std::vector<Frame> frames;
+    for (unsigned number = 0; number < 3000; ++number)
+        frames.push_back(numberedFrame(number, 60 + number % 1455));
+    frames.push_back(Frame(1600, 'l'));
+    frames.push_back(numberedFrame(1, 20));
+    PcapngWriter file(folder.file("out.pcapng"), "name", "text");
+    file.begin();
+    const auto result = replay(frames, &file);
+    EXPECT_EQ(file.close(0), 3001u);
+    EXPECT_EQ(result.read.frames, 3002u);
+    EXPECT_EQ(result.sent.frames, 3001u);
+    EXPECT_EQ(result.received.bytes, result.sent.bytes);
+    EXPECT_EQ(result.dropped[static_cast<std::size_t>(DropReason::TooLong)], 1u);
+    EXPECT_EQ(result.missingFrames(), 0u);
+    EXPECT_EQ(port.overflows, 0u);
+    EXPECT_EQ(verifier.finish().identical, 3001u);
+    const auto written = framesOf(folder.file("out.pcapng"));
+    ASSERT_EQ(written.size(), 3001u);
+    EXPECT_EQ(written[1], frames[1] + Frame(1, '\0'));
+}
+
+TEST_F(ReplayTest, GoesOnWhenNothingComesBack) {
+    port.wire = [](QByteArray&) { return false; };
+    const auto result = replay(std::vector<Frame>(20'000, Frame(60, 'a')));
+    EXPECT_EQ(result.sent.frames, 20'000u);
+    EXPECT_EQ(result.missingFrames(), 20'000u);
+    EXPECT_EQ(verifier.finish().lost, 20'000u);
+}
+
+TEST_F(ReplayTest, SurvivesAWireThatBreaksAndHeals) {
+    std::vector<Frame> frames;
+    for (unsigned number = 0; number < 9000; ++number) frames.push_back(numberedFrame(number, 60));
+    unsigned sent = 0;
+    port.wire = [&](QByteArray&) { return ++sent <= 3000 || sent > 6000; };
+    const auto result = replay(frames);
+    EXPECT_EQ(result.sent.frames, 9000u);
+    EXPECT_EQ(result.received.frames, 6000u);
+    const auto& report = verifier.finish();
+    EXPECT_EQ(report.identical, 6000u);
+    EXPECT_EQ(report.lost, 3000u);
+    EXPECT_THAT(report.differences, testing::ElementsAre("frames 3001 to 6000 did not come back"));
+}
+
+TEST_F(ReplayTest, ReportsADamagedCaptureOnceWhatWasSentIsBack) {
+    writeCapture(folder.file("whole"), {Frame(60, 'a'), Frame(60, 'b'), Frame(60, 'c')});
+    const auto content = contentOf(folder.file("whole"));
+    writeFile(folder.file("cut"), content.substr(0, content.size() - 10));
+    CaptureReader capture(folder.file("cut"));
+    Replay run(port, port, nullptr, &verifier);
+    EXPECT_THROW(run.run(capture), Failure);
+    EXPECT_EQ(verifier.finish().identical, 2u);
+}
+
+} // namespace
+} // namespace orvo::host

@@ -1,0 +1,80 @@
+// Files for tests: a folder that goes away, captures made of given frames, and what is in a file.
+#pragma once
+
+#include <pcap/pcap.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orvo::host::testing_support {
+
+using Frame = std::string; // any bytes
+
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "orvo-tools-XXXXXX").string();
+        path_ = mkdtemp(pattern.data());
+    }
+    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::string file(const std::string& name) const { return (path_ / name).string(); }
+
+private:
+    std::filesystem::path path_;
+};
+
+inline std::string contentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void writeFile(const std::string& path, const std::string& content) {
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+/// A pcap file; a frame longer than `snapLength` is cut short.
+inline void writeCapture(const std::string& path, const std::vector<Frame>& frames, int linkType = DLT_EN10MB,
+                         std::size_t snapLength = 65'535) {
+    const std::unique_ptr<pcap_t, void (*)(pcap_t*)> format(pcap_open_dead(linkType, 65'535), pcap_close);
+    const std::unique_ptr<pcap_dumper_t, void (*)(pcap_dumper_t*)> file(
+        pcap_dump_open(format.get(), path.c_str()), pcap_dump_close);
+    for (const auto& frame : frames) {
+        pcap_pkthdr header = {};
+        header.len = static_cast<bpf_u_int32>(frame.size());
+        header.caplen = static_cast<bpf_u_int32>(std::min(frame.size(), snapLength));
+        pcap_dump(reinterpret_cast<u_char*>(file.get()), &header,
+                  reinterpret_cast<const u_char*>(frame.data()));
+    }
+}
+
+/// The frames of a capture, read by libpcap alone; ends at the first error.
+inline std::vector<Frame> framesOf(const std::string& path) {
+    char reason[PCAP_ERRBUF_SIZE] = "";
+    const std::unique_ptr<pcap_t, void (*)(pcap_t*)> capture(pcap_open_offline(path.c_str(), reason),
+                                                             pcap_close);
+    std::vector<Frame> frames;
+    pcap_pkthdr* header = nullptr;
+    const u_char* bytes = nullptr;
+    while (capture && pcap_next_ex(capture.get(), &header, &bytes) == 1)
+        frames.emplace_back(reinterpret_cast<const char*>(bytes), header->caplen);
+    return frames;
+}
+
+/// A frame that no other number gives.
+inline Frame numberedFrame(unsigned number, std::size_t bytes) {
+    Frame frame(bytes, static_cast<char>(number % 251));
+    for (std::size_t i = 0; i < std::min<std::size_t>(bytes, 4); ++i)
+        frame[i] = static_cast<char>(number >> (8 * i));
+    return frame;
+}
+
+} // namespace orvo::host::testing_support

@@ -1,0 +1,104 @@
+// Verification finds each kind of fault, and only that one, and finds its way back.
+#include "traffic/Verifier.h"
+
+#include <gmock/gmock.h>
+
+namespace orvo::host {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// Frame 'A', 'B', ...: like the frames of a stream, all have the same length and the same first bytes.
+QByteArray frame(char name) {
+    return QByteArray(40, 'h') + QByteArray(20, name);
+}
+
+// Small letters: that frame, changed in one byte.
+QByteArray changedFrame(char name) {
+    auto bytes = frame(static_cast<char>(name - 'a' + 'A'));
+    bytes[42] = '\x01';
+    return bytes;
+}
+
+// `sent` goes out at once, then `came` comes back; '?' is a frame that resembles none.
+Verifier::Report verify(const std::string& sent, const std::string& came) {
+    Verifier verifier;
+    std::uint64_t number = 0;
+    for (const char name : sent) verifier.expect({++number, frame(name)});
+    for (const char name : came)
+        verifier.receive(name == '?'          ? QByteArray(60, '\xFF')
+                         : std::islower(name) ? changedFrame(name)
+                                              : frame(name));
+    return verifier.finish();
+}
+
+TEST(VerifierTest, TellsTheFaultsApart) {
+    const struct {
+        const char *sent, *came;
+        std::uint64_t identical, changed, lost, late, foreign;
+    } cases[] = {
+        {"", "", 0, 0, 0, 0, 0},
+        {"ABCDEF", "ABCDEF", 6, 0, 0, 0, 0},
+        {"AAABAA", "AAABAA", 6, 0, 0, 0, 0}, // the same frame several times
+        {"ABCDEF", "ABEF", 4, 0, 2, 0, 0},   // a gap
+        {"ABCDEF", "", 0, 0, 6, 0, 0},
+        {"ABCDEF", "CDEF", 4, 0, 2, 0, 0},
+        {"ABCDEF", "ABCD", 4, 0, 2, 0, 0},
+        {"ABCDEF", "ABcDEF", 5, 1, 0, 0, 0}, // one bad byte
+        {"ABCDEF", "abcdef", 0, 6, 0, 0, 0},
+        {"ABCDEF", "AB?CDEF", 6, 0, 0, 0, 1}, // a stranger
+        {"ABCDEF", "ABBCDEF", 6, 0, 0, 0, 1}, // a double
+        {"ABCDEF", "ABCDEFF", 6, 0, 0, 0, 1},
+        {"ABCDEF", "ABDCEF", 5, 0, 0, 1, 0},  // an overtaking
+        {"ABCDEF", "ABxCDEF", 6, 0, 0, 0, 1}, // a stranger that looks like a changed C
+        {"", "A", 0, 0, 0, 0, 1},
+        {"ABCDEF", "AcDF", 3, 1, 2, 0, 0}, // a gap, and then a changed frame: B for c is as good
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(std::string(row.sent) + " -> " + row.came);
+        const auto report = verify(row.sent, row.came);
+        EXPECT_EQ(report.identical, row.identical);
+        EXPECT_EQ(report.changed, row.changed);
+        EXPECT_EQ(report.lost, row.lost);
+        EXPECT_EQ(report.late, row.late);
+        EXPECT_EQ(report.foreign, row.foreign);
+        EXPECT_EQ(report.passed(), row.changed + row.lost + row.late + row.foreign == 0);
+        EXPECT_EQ(report.differences.empty(), report.passed());
+    }
+}
+
+TEST(VerifierTest, SaysWhereTheDifferencesAre) {
+    EXPECT_THAT(
+        verify("ABCDEF", "AcF?D").differences,
+        ElementsAre("frame 2: byte 40 was sent as 0x42 and came back as 0x43 (60 bytes sent, 60 received)",
+                    "frames 3 to 5 did not come back",
+                    "received frame 4 (60 bytes) was not sent, or came back before",
+                    "frame 4 came back late"));
+    Verifier verifier;
+    verifier.expect({7, frame('A')});
+    verifier.receive(frame('A').left(50));
+    EXPECT_THAT(verifier.finish().differences,
+                ElementsAre("frame 7: the first 50 bytes are the same (60 bytes sent, 50 received)"));
+}
+
+TEST(VerifierTest, IsBoundedWhateverIsLost) {
+    Verifier verifier;
+    for (std::uint64_t number = 1; number <= 3 * Verifier::maxExpected; ++number)
+        verifier.expect({number, QByteArray::number(static_cast<qulonglong>(number))});
+    verifier.receive(QByteArray("1")); // given up long ago, and forgotten
+    verifier.receive(QByteArray::number(static_cast<qulonglong>(3 * Verifier::maxExpected)));
+    for (int i = 0; i < 100; ++i) {
+        verifier.receive(QByteArray("stranger"));
+        verifier.expect({20'000, QByteArray("lost")});
+    }
+    const auto& report = verifier.finish();
+    EXPECT_EQ(report.identical, 1u);
+    EXPECT_EQ(report.lost, 3 * Verifier::maxExpected - 1 + 100);
+    EXPECT_EQ(report.foreign, 101u);
+    EXPECT_THAT(report.differences, SizeIs(Verifier::maxDifferences));
+}
+
+} // namespace
+} // namespace orvo::host

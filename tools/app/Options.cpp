@@ -1,0 +1,47 @@
+// Declaration and reading of the shared options.
+#include "app/Options.h"
+
+namespace orvo::host {
+namespace {
+
+// "P=WIRE" or "B/P=WIRE".
+WireOption wireFrom(const std::string& text) {
+    const auto equals = text.find('=');
+    const WireOption option{text.substr(0, equals),
+                            equals == std::string::npos ? "" : text.substr(equals + 1)};
+    if (option.wire.empty() || !(PortAddress::parse(option.port) || PortAddress::parse("0/" + option.port)))
+        throw CLI::ValidationError(
+            "--wire", "'" + text + "' is not of the form PORT=WIRE or BOARD/PORT=WIRE, such as 0=port:0/1");
+    return option;
+}
+
+} // namespace
+
+PortAddress WireOption::address(unsigned defaultBoard) const {
+    const auto full = PortAddress::parse(port);
+    return full ? *full : PortAddress::parse(std::to_string(defaultBoard) + "/" + port).value();
+}
+
+void InstallationOptions::addTo(CLI::App& command) {
+    command.add_option("--root", root, "Installation to use (default: the one this program belongs to)")
+        ->type_name("DIR");
+    command
+        .add_option_function<std::vector<std::string>>(
+            "--wire",
+            [this](const std::vector<std::string>& texts) {
+                for (const auto& text : texts) wires.push_back(wireFrom(text));
+            },
+            "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT] or none; "
+            "repeatable")
+        ->type_name("PORT=WIRE")
+        ->allow_extra_args(false);
+}
+
+void PortOptions::addTo(CLI::App& command) {
+    command.add_option("--board", address.board, "Board (default 0)")->type_name("N");
+    command.add_option("--port", address.port, "GigE port of the board (default 0)")->type_name("N");
+    command.add_flag("--no-reset", noReset,
+                     "Do not reset the board's GigE hardware first (it must be running)");
+}
+
+} // namespace orvo::host

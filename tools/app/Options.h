@@ -1,0 +1,37 @@
+// Command-line options that several subcommands share.
+#pragma once
+
+#include "board/PortAddress.h"
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+#include <vector>
+
+namespace orvo::host {
+
+/// One `--wire`: the port is on the board of the subcommand's `--board` unless it is given as BOARD/PORT.
+struct WireOption {
+    std::string port; ///< "P" or "B/P", checked
+    std::string wire; ///< as the simulated board understands it
+
+    PortAddress address(unsigned defaultBoard) const;
+};
+
+/// Which installation, and how its simulated board is cabled.
+struct InstallationOptions {
+    std::string root; ///< empty: the one that this program is part of
+    std::vector<WireOption> wires;
+
+    void addTo(CLI::App& command);
+};
+
+/// Which port, and whether its board is reset first.
+struct PortOptions {
+    PortAddress address;
+    bool noReset = false;
+
+    void addTo(CLI::App& command);
+};
+
+} // namespace orvo::host

@@ -1,0 +1,23 @@
+// Writing of results to standard output.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+#include <vector>
+
+namespace orvo::host {
+
+/// Writes to standard output. Errors: Failure when it cannot take it (a full disk, a closed pipe).
+void print(const std::string& text);
+
+/// One JSON document, indented, names in the order in which they were added.
+void print(const nlohmann::ordered_json& document);
+
+/// Columns aligned to the left, two blanks between them; the first row is the heading.
+std::string table(const std::vector<std::vector<std::string>>& rows);
+
+/// A number with a comma between thousands.
+std::string grouped(std::uint64_t number);
+
+} // namespace orvo::host

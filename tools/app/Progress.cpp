@@ -1,0 +1,57 @@
+// Drawing of the progress line.
+#include "app/Progress.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+namespace orvo::host {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto eraseLine = "\r\033[2K";
+
+std::size_t columnsOf(int terminal) {
+    winsize size = {};
+    return ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col : 80;
+}
+
+void put(int terminal, const std::string& text) {
+    if (write(terminal, text.data(), text.size()) < 0) return; // a terminal that is gone needs no progress
+}
+
+} // namespace
+
+Progress::Progress(std::function<std::string()> text, int terminal)
+    : text_(std::move(text)), terminal_(terminal) {
+    if (isatty(terminal_)) thread_ = std::jthread([this](const std::stop_token& stop) { show(stop); });
+}
+
+Progress::~Progress() = default;
+
+void Progress::show(const std::stop_token& stop) const {
+    std::mutex lock;
+    std::condition_variable_any stopped;
+    std::unique_lock guard(lock);
+    bool drawn = false;
+    for (auto pause = 400ms; !stopped.wait_for(guard, stop, pause, [] { return false; }); pause = 200ms) {
+        if (stop.stop_requested()) break;
+        draw();
+        drawn = true;
+    }
+    if (drawn) put(terminal_, eraseLine);
+}
+
+// The cursor goes back to the line's start, so that a log line in between is written over the text and not
+// after it.
+void Progress::draw() const {
+    auto text = text_();
+    text.resize(std::min(text.size(), columnsOf(terminal_) - 1));
+    put(terminal_, eraseLine + text + "\r");
+}
+
+} // namespace orvo::host

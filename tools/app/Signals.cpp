@@ -1,0 +1,50 @@
+// The flag behind SIGINT and SIGTERM.
+#include "app/Signals.h"
+
+#include "app/Failure.h"
+
+#include <atomic>
+
+namespace orvo::host {
+namespace {
+
+constexpr int endSignals[] = {SIGINT, SIGTERM};
+constexpr int writeSignals[] = {SIGPIPE, SIGXFSZ}; // no reader left; file size limit reached
+
+std::atomic<int> requestedBy{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may store it");
+
+void requestEnd(int number) {
+    requestedBy.store(number, std::memory_order_relaxed);
+}
+
+} // namespace
+
+void installSignalHandlers() {
+    struct sigaction action = {};
+    action.sa_handler = requestEnd;
+    action.sa_flags = static_cast<int>(SA_RESETHAND); // no SA_RESTART: a blocked open or read is to end
+    for (const int number : endSignals) sigaction(number, &action, nullptr);
+    for (const int number : writeSignals) std::signal(number, SIG_IGN);
+}
+
+int endRequested() noexcept {
+    return requestedBy.load(std::memory_order_relaxed); // a flag alone, nothing is published with it
+}
+
+void throwIfEndRequested() {
+    if (endRequested() != 0) throw Interruption();
+}
+
+SignalShield::SignalShield() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : endSignals) sigaddset(&set, number);
+    pthread_sigmask(SIG_BLOCK, &set, &before_);
+}
+
+SignalShield::~SignalShield() {
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+} // namespace orvo::host

@@ -1,0 +1,31 @@
+// Orderly end on SIGINT and SIGTERM: they only raise a flag, and every loop of the program looks at it.
+#pragma once
+
+#include <csignal>
+
+namespace orvo::host {
+
+/// From now on SIGINT and SIGTERM raise the flag; a second one of the same kind ends the process at once. A
+/// closed pipe and a reached file size limit are write errors like any other, and no signals.
+void installSignalHandlers();
+
+/// The number of the signal that asked for the end, 0 when none did. Any thread; costs a load.
+int endRequested() noexcept;
+
+/// Throws Interruption when a signal asked for the end.
+void throwIfEndRequested();
+
+/// Keeps the two signals from interrupting system calls of this thread while it lives: the board's pacing
+/// sleeps must not be cut short. The flag is raised later, or by another thread.
+class SignalShield {
+public:
+    SignalShield();
+    ~SignalShield();
+    SignalShield(const SignalShield&) = delete;
+    SignalShield& operator=(const SignalShield&) = delete;
+
+private:
+    sigset_t before_;
+};
+
+} // namespace orvo::host

@@ -1,0 +1,57 @@
+// Asking for the link again and again.
+#include "board/LinkWait.h"
+
+#include "app/Failure.h"
+#include "app/Signals.h"
+#include "board/Board.h"
+#include "board/Phy.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+
+namespace orvo::host {
+namespace {
+
+constexpr std::chrono::seconds limit{10};
+constexpr useconds_t simulatorPauseUs = 10'000; // a real PHY's reads bring pauses of their own
+
+bool comesUp(const std::function<bool()>& linkUp) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!linkUp()) {
+        if (std::chrono::steady_clock::now() >= end) return false;
+        throwIfEndRequested();
+    }
+    return true;
+}
+
+bool comesUpOnSimulator(const SimulatorControl& simulator, PortAddress port) {
+    if (simulator.wire(port) == "none") return simulator.linkUp(port).value_or(true); // it would never come
+    return comesUp([&] {
+        if (simulator.linkUp(port).value_or(true)) return true;
+        usleep(simulatorPauseUs);
+        return false;
+    });
+}
+
+bool comesUpOnBoard(const BoardLibraries& libraries, PortAddress port) {
+    const auto board = Board::at(libraries, port.board);
+    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    return !mdio || comesUp([&] { return readLink(*mdio, port.port) != Link::Down; });
+}
+
+} // namespace
+
+void waitForLink(const Session& session, PortAddress port) {
+    const bool up = session.simulator ? comesUpOnSimulator(*session.simulator, port)
+                                      : comesUpOnBoard(session.libraries, port);
+    if (up) return;
+    const auto wire = session.simulator ? session.simulator->wire(port) : std::string();
+    throw Failure("port " + port.text() + " has no link" +
+                  (wire == "none" ? ": nothing is plugged in (wire 'none')"
+                                  : " after " + std::to_string(limit.count()) + " s") +
+                  "; check the cable and the far end");
+}
+
+} // namespace orvo::host

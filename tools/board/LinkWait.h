@@ -1,0 +1,14 @@
+// Waiting for a port's link before the first frame.
+#pragma once
+
+#include "board/PortAddress.h"
+#include "board/Session.h"
+
+namespace orvo::host {
+
+/// Waits up to 10 s until the link of `port` is up. Does not wait where nobody can tell: on a firmware
+/// without MDIO registers. Reads the PHY over MDIO on a real board, so the port's board must not be in a
+/// reset meanwhile. Errors: Failure when the link stays down; Interruption.
+void waitForLink(const Session& session, PortAddress port);
+
+} // namespace orvo::host

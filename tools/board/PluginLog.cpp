@@ -1,0 +1,65 @@
+// Subscriptions at the log dispatcher.
+#include "board/PluginLog.h"
+
+#include "board/DynamicLibrary.h"
+
+#include <cstdio>
+
+namespace orvo::host {
+namespace {
+
+constexpr auto interfaceLogger = "orvo.core.zume.OrvoGbePhysicalNetworkInterface";
+
+} // namespace
+
+PluginLog::PluginLog(const Installation& installation) {
+    const auto path = installation.library("common-logging-dispatcher");
+    if (!std::filesystem::exists(path)) return;
+    const DynamicLibrary dispatcher(path);
+    subscribe_ = dispatcher.find<decltype(::orvoLogSubscribe)>("orvoLogSubscribe");
+    unsubscribe_ = dispatcher.find<decltype(::orvoLogUnsubscribe)>("orvoLogUnsubscribe");
+    if (!unsubscribe_) subscribe_ = nullptr;
+}
+
+LogCollector::LogCollector(const PluginLog& log, std::uint32_t level)
+    : log_(log), level_(level),
+      subscription_(log.available() ? log.subscribe_(interfaceLogger, level, collect, this) : 0) {}
+
+LogCollector::~LogCollector() {
+    end();
+    for (const auto& message : messages_) std::fprintf(stderr, "%s\n", message.c_str());
+}
+
+void LogCollector::end() {
+    if (subscription_ != 0) log_.unsubscribe_(subscription_);
+    subscription_ = 0;
+}
+
+int LogCollector::collect(void* context, const char*, std::uint32_t level, const char* message) {
+    auto& self = *static_cast<LogCollector*>(context);
+    if (level != self.level_) return 0;
+    self.messages_.emplace_back(message);
+    return 1;
+}
+
+std::vector<std::string> LogCollector::take(const std::string& interfaceId) {
+    end();
+    std::vector<std::string> taken;
+    std::erase_if(messages_, [&](const std::string& message) {
+        const auto text = textAbout(interfaceId, message);
+        if (text) taken.emplace_back(*text);
+        return text.has_value();
+    });
+    return taken;
+}
+
+std::optional<std::string_view> textAbout(std::string_view interfaceId, std::string_view message) {
+    const auto prefix = "|PHY Id '" + std::string(interfaceId) + "': ";
+    const auto found = message.find(prefix);
+    if (found == std::string_view::npos) return std::nullopt;
+    auto text = message.substr(found + prefix.size());
+    while (text.ends_with('\n')) text.remove_suffix(1);
+    return text;
+}
+
+} // namespace orvo::host

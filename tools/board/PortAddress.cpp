@@ -1,0 +1,33 @@
+// The text form of a port's address.
+#include "board/PortAddress.h"
+
+#include <charconv>
+#include <string_view>
+
+namespace orvo::host {
+namespace {
+
+std::optional<unsigned> numberFrom(std::string_view digits) {
+    unsigned value = 0;
+    const auto* end = digits.data() + digits.size();
+    const auto result = std::from_chars(digits.data(), end, value);
+    if (digits.size() > 5 || result.ec != std::errc{} || result.ptr != end) return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+std::string PortAddress::text() const {
+    return std::to_string(board) + "/" + std::to_string(port);
+}
+
+std::optional<PortAddress> PortAddress::parse(const std::string& text) {
+    const auto slash = text.find('/');
+    if (slash == std::string::npos) return std::nullopt;
+    const auto board = numberFrom(std::string_view(text).substr(0, slash));
+    const auto port = numberFrom(std::string_view(text).substr(slash + 1));
+    if (!board || !port) return std::nullopt;
+    return PortAddress{*board, *port};
+}
+
+} // namespace orvo::host

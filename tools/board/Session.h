@@ -1,0 +1,23 @@
+// An installation in use: its board libraries opened, and its simulated board, if it is one, cabled.
+#pragma once
+
+#include "app/Options.h"
+#include "board/BoardLibraries.h"
+#include "board/Installation.h"
+#include "board/SimulatorControl.h"
+
+#include <optional>
+
+namespace orvo::host {
+
+struct Session {
+    /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or wires
+    /// where the board is a real one.
+    Session(const InstallationOptions& options, unsigned defaultBoard);
+
+    Installation installation;
+    BoardLibraries libraries;
+    std::optional<SimulatorControl> simulator; ///< nothing: the board is a real one
+};
+
+} // namespace orvo::host

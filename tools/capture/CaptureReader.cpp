@@ -1,0 +1,105 @@
+// Capture files through libpcap.
+#include "capture/CaptureReader.h"
+
+#include "app/Failure.h"
+#include "app/Signals.h"
+
+#include <pcap/pcap.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+namespace orvo::host {
+namespace {
+
+constexpr std::size_t readBufferBytes = 1 << 20;
+
+int openDescriptor(const std::string& path) {
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor >= 0) return descriptor;
+    const int reason = errno;
+    throwIfEndRequested();
+    throw Failure("cannot read " + quoted(path) + ": " + systemError(reason) +
+                  "; name a pcap or pcapng file");
+}
+
+// Refuses what libpcap has no good words for; returns whether it is a regular file.
+bool checkFile(int descriptor, const std::string& path) {
+    struct stat status = {};
+    if (fstat(descriptor, &status) != 0) return false;
+    if (S_ISDIR(status.st_mode)) throw Failure(quoted(path) + " is a directory; name a pcap or pcapng file");
+    if (S_ISREG(status.st_mode) && status.st_size == 0)
+        throw Failure(quoted(path) + " is empty; name a pcap or pcapng file with frames in it");
+    return S_ISREG(status.st_mode);
+}
+
+struct CloseFile {
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+
+} // namespace
+
+void CaptureReader::Close::operator()(pcap* capture) const noexcept {
+    pcap_close(capture);
+}
+
+CaptureReader::CaptureReader(const std::string& path) : path_(path) {
+    open();
+    checkLinkType();
+    const int extension = pcap_datalink_ext(capture_.get());
+    if (LT_FCS_LENGTH_PRESENT(extension)) // the file counts it in units of 16 bits
+        fcsBytes_ = 2 * static_cast<std::size_t>(LT_FCS_LENGTH(static_cast<unsigned>(extension)));
+}
+
+CaptureReader::~CaptureReader() = default;
+
+void CaptureReader::open() {
+    const int descriptor = openDescriptor(path_);
+    std::unique_ptr<std::FILE, CloseFile> file(fdopen(descriptor, "rb"));
+    if (!file) {
+        close(descriptor);
+        throw Failure("cannot read " + quoted(path_) + ": out of memory; free some and try again");
+    }
+    regularFile_ = checkFile(descriptor, path_);
+    std::setvbuf(file.get(), nullptr, _IOFBF, readBufferBytes);
+    std::array<char, PCAP_ERRBUF_SIZE> reason = {};
+    capture_.reset(pcap_fopen_offline(file.get(), reason.data()));
+    throwIfEndRequested();
+    if (!capture_)
+        throw Failure("cannot read " + quoted(path_) + ": " + reason.data() + "; name a pcap or pcapng file");
+    file.release(); // it is the capture's now
+}
+
+void CaptureReader::checkLinkType() const {
+    const int type = pcap_datalink(capture_.get());
+    if (type == DLT_EN10MB) return;
+    const char* name = pcap_datalink_val_to_name(type);
+    throw Failure(quoted(path_) + " holds frames of link type " + (name ? name : std::to_string(type)) +
+                  "; only captures of Ethernet frames (EN10MB) can be sent");
+}
+
+bool CaptureReader::next(CapturedFrame& frame) {
+    pcap_pkthdr* header = nullptr;
+    const u_char* bytes = nullptr;
+    const int result = pcap_next_ex(capture_.get(), &header, &bytes);
+    if (result == PCAP_ERROR_BREAK) return false;
+    if (result != 1) {
+        throwIfEndRequested();
+        throw Failure("cannot read " + quoted(path_) + " beyond frame " + std::to_string(frames_) + ": " +
+                      pcap_geterr(capture_.get()) + "; save the frames before it with a capture editor");
+    }
+    const std::size_t originalLength = std::max(header->len, header->caplen);
+    frame.originalLength = originalLength - std::min(fcsBytes_, originalLength);
+    frame.length = std::min<std::size_t>(header->caplen, frame.originalLength);
+    frame.bytes = bytes;
+    frame.number = ++frames_;
+    return true;
+}
+
+} // namespace orvo::host

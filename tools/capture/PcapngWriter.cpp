@@ -1,0 +1,86 @@
+// The life of a pcapng file.
+#include "capture/PcapngWriter.h"
+
+#include "app/Failure.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace orvo::host {
+namespace {
+
+pcapng::Timestamp now() {
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return static_cast<pcapng::Timestamp>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count());
+}
+
+std::size_t closingBlockBytes() {
+    pcapng::InterfaceStatistics statistics;
+    statistics.droppedFrames = 0;
+    return pcapng::interfaceStatistics(statistics).size();
+}
+
+} // namespace
+
+PcapngWriter::PcapngWriter(const std::string& path, const std::string& interfaceName,
+                           const std::string& description)
+    : path_(path), interfaceName_(interfaceName), description_(description),
+      file_(path, closingBlockBytes()) {
+    if (!file_.replacesFile()) writeHeader(); // shows a full disk or device before anything else happens
+}
+
+// Not `close`: a failure on this road is the second one, and the first is being reported.
+PcapngWriter::~PcapngWriter() {
+    if (!open_) return;
+    try {
+        close(std::nullopt);
+    } catch (const Failure&) {
+    }
+}
+
+void PcapngWriter::writeHeader() {
+    file_.add(pcapng::sectionHeader("orvo-gige " ORVO_VERSION));
+    file_.add(pcapng::interfaceDescription(interfaceName_, description_));
+    file_.flush();
+    headerWritten_ = true;
+}
+
+void PcapngWriter::begin() {
+    file_.keep();
+    if (!headerWritten_) {
+        file_.empty();
+        writeHeader();
+    }
+    open_ = true;
+    begin_ = now();
+}
+
+void PcapngWriter::write(const void* frame, std::size_t bytes) {
+    const auto time = now();
+    auto* block = file_.add(pcapng::enhancedPacketBytes(bytes));
+    pcapng::putEnhancedPacket(block, 0, time, frame, bytes);
+    ++frames_;
+}
+
+std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
+    open_ = false;
+    std::optional<Failure> failure;
+    try {
+        file_.flush(); // first: the statistics count the frames that are in the file
+    } catch (const Failure& error) {
+        failure = error;
+    }
+    const auto framesInFile = frames_ - file_.lostBlocks();
+    file_.add(statisticsBlock(framesInFile, droppedFrames));
+    file_.close();
+    if (failure) throw *failure;
+    return framesInFile;
+}
+
+std::vector<std::uint8_t> PcapngWriter::statisticsBlock(std::uint64_t frames,
+                                                        std::optional<std::uint64_t> droppedFrames) const {
+    return pcapng::interfaceStatistics({0, begin_, std::max(begin_, now()), frames, droppedFrames});
+}
+
+} // namespace orvo::host

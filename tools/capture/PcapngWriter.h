@@ -1,0 +1,52 @@
+// Writing of received frames as a pcapng file.
+#pragma once
+
+#include "capture/BlockFile.h"
+#include "capture/PcapngBlocks.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+/// One file with one interface. Complete and readable however the program ends: the statistics block that
+/// closes it is written by `close`, or else by the destructor. One thread at a time.
+class PcapngWriter {
+public:
+    /// Makes sure that `path` can be written. A file that is there already keeps its content until `begin`; a
+    /// new one is removed again when `begin` is never called. Errors: Failure when it cannot be written.
+    PcapngWriter(const std::string& path, const std::string& interfaceName, const std::string& description);
+    ~PcapngWriter();
+    PcapngWriter(const PcapngWriter&) = delete;
+    PcapngWriter& operator=(const PcapngWriter&) = delete;
+
+    const std::string& path() const noexcept { return path_; }
+
+    /// From now on the file is replaced. Errors: Failure, as all that follow, when the disk is full or fails;
+    /// nothing may be written afterwards.
+    void begin();
+
+    /// Adds a frame that came at this moment.
+    void write(const void* frame, std::size_t bytes);
+
+    /// Closes the file and returns the number of frames in it; `droppedFrames` goes into its statistics when
+    /// it is known.
+    std::uint64_t close(std::optional<std::uint64_t> droppedFrames);
+
+private:
+    void writeHeader();
+    std::vector<std::uint8_t> statisticsBlock(std::uint64_t frames,
+                                              std::optional<std::uint64_t> droppedFrames) const;
+
+    const std::string path_;
+    const std::string interfaceName_;
+    const std::string description_;
+    BlockFile file_;
+    bool headerWritten_ = false;
+    bool open_ = false; // between begin and close
+    pcapng::Timestamp begin_ = 0;
+    std::uint64_t frames_ = 0; // handed to the file
+};
+
+} // namespace orvo::host

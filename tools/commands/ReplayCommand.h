@@ -1,0 +1,31 @@
+// Subcommand `replay`: a capture through a port and back.
+#pragma once
+
+#include "app/Command.h"
+#include "app/Options.h"
+
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+struct ReplayOptions {
+    std::string input;
+    std::string output; ///< empty: none
+    bool verify = false;
+    bool json = false;
+    PortOptions port;
+    std::optional<PortAddress> receivingPort; ///< as given; otherwise where the wire leads
+    InstallationOptions installation;
+};
+
+class ReplayCommand : public Command {
+public:
+    explicit ReplayCommand(CLI::App& program);
+    int run() override;
+
+private:
+    ReplayOptions options_;
+};
+
+} // namespace orvo::host

@@ -1,0 +1,38 @@
+// What a replay tells its user in the end.
+#pragma once
+
+#include "board/PortAddress.h"
+#include "commands/ReplayCommand.h"
+#include "traffic/Replay.h"
+#include "traffic/Verifier.h"
+
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace orvo::host {
+
+struct ReplayReport {
+    struct Statistics {
+        PortAddress port;
+        std::vector<std::string> lines;
+    };
+
+    const ReplayOptions& options;
+    ReplayResult result = {};
+    PortAddress sendingPort, receivingPort;
+    bool interrupted = false;
+    std::uint64_t writtenFrames = 0;                   ///< in the output, if there is one
+    std::optional<Verifier::Report> verification = {}; ///< with --verify
+    std::vector<Statistics> statistics = {};           ///< of the plug-in, for each port
+
+    std::uint64_t lostFrames() const noexcept;
+    bool passed() const noexcept { return !verification || verification->passed(); }
+};
+
+std::string textOf(const ReplayReport& report);
+nlohmann::ordered_json jsonOf(const ReplayReport& report);
+
+} // namespace orvo::host

@@ -1,0 +1,61 @@
+// Host program of the GigE plug-in: command line, exit codes, and the one line that tells of a failure.
+#include "app/Failure.h"
+#include "app/Signals.h"
+#include "commands/BoardsCommand.h"
+#include "commands/ReplayCommand.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using namespace orvo::host;
+
+void complain(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    std::fprintf(stderr, "orvo-gige: %s\n", text.c_str());
+}
+
+int runCommand(Command& command) {
+    try {
+        return command.run();
+    } catch (const Interruption&) {
+        return EndedBySignal + endRequested();
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return Failed;
+    }
+}
+
+// Help and version are no errors, although the parser reports them like some.
+int explain(const CLI::App& program, const CLI::ParseError& outcome) {
+    if (outcome.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(outcome);
+    const auto chosen = program.get_subcommands();
+    complain(std::string(outcome.what()) + "; see 'orvo-gige " +
+             (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'");
+    return WrongUsage;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App program("Moves Ethernet frames through the GigE ports of a frame-grabber board.", "orvo-gige");
+    program.set_version_flag("--version", "orvo-gige " ORVO_VERSION);
+    program.require_subcommand(1);
+    std::vector<std::unique_ptr<Command>> commands;
+    commands.push_back(std::make_unique<BoardsCommand>(program));
+    commands.push_back(std::make_unique<ReplayCommand>(program));
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& outcome) {
+        return explain(program, outcome);
+    }
+    installSignalHandlers();
+    for (const auto& command : commands)
+        if (command->chosen()) return runCommand(*command);
+    return WrongUsage;
+}

@@ -1,0 +1,101 @@
+// The sending thread.
+#include "traffic/Replay.h"
+
+#include "app/Signals.h"
+
+#include <boost/make_shared.hpp>
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <exception>
+#include <numeric>
+
+namespace orvo::host {
+namespace {
+
+using core::zume::EthernetFrame;
+
+// Between two looks at what came back; a quarter of a window at full speed takes 0.5 ms.
+constexpr useconds_t lookPauseUs = 50;
+
+} // namespace
+
+std::uint64_t ReplayResult::droppedFrames() const noexcept {
+    return std::accumulate(dropped.begin(), dropped.end(), std::uint64_t{0});
+}
+
+std::uint64_t ReplayResult::missingFrames() const noexcept {
+    return sent.frames - std::min(sent.frames, received.frames);
+}
+
+Replay::Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
+               PcapngWriter* file, Verifier* verifier)
+    : sender_(sender), verifying_(verifier), receiver_(receiver, file, verifier) {}
+
+ReplayResult Replay::run(CaptureReader& capture) {
+    receiver_.start();
+    begin_ = lastSend_ = FlightWindow::Clock::now();
+    std::exception_ptr failure;
+    try {
+        sendAll(capture);
+    } catch (...) {
+        failure = std::current_exception(); // of the capture; what is under way is still received
+    }
+    awaitReturn();
+    receiver_.stop();
+    if (failure && endRequested() == 0) std::rethrow_exception(failure);
+    result_.received = {receiver_.returned().frames, receiver_.receivedBytes()};
+    result_.duration = std::max(lastSend_, window_.lastReturn()) - begin_;
+    return result_;
+}
+
+void Replay::sendAll(CaptureReader& capture) {
+    CapturedFrame frame;
+    while (!isEnding() && capture.next(frame)) send(frame);
+}
+
+bool Replay::isEnding() const noexcept {
+    return endRequested() != 0 || receiver_.failed();
+}
+
+void Replay::send(const CapturedFrame& frame) {
+    result_.read.add(frame.length);
+    if (const auto reason = dropReason(frame)) {
+        ++result_.dropped[static_cast<std::size_t>(*reason)];
+        return;
+    }
+    auto bytes = paddedFrame(frame);
+    const auto size = static_cast<std::size_t>(bytes.size());
+    awaitRoom(queueWords(size));
+    hand(std::move(bytes), frame.number);
+    window_.sent(queueWords(size));
+    result_.sent.add(size);
+    sentFrames_.store(result_.sent.frames, std::memory_order_relaxed);
+}
+
+void Replay::hand(QByteArray&& bytes, std::uint64_t number) {
+    if (verifying_) {
+        const SentFrame sent{number, bytes};
+        while (!receiver_.expect(sent) && !isEnding()) usleep(lookPauseUs);
+    }
+    sender_.addToSendQueue(boost::make_shared<EthernetFrame>(std::move(bytes)));
+    sender_.transmitSendQueue();
+    lastSend_ = FlightWindow::Clock::now();
+}
+
+void Replay::awaitRoom(std::uint64_t words) {
+    if (!window_.holds()) observe(); // a frame that comes after all closes the window again
+    if (window_.hasRoom(words)) return;
+    for (observe(); !window_.isHalfEmpty() && !isEnding(); observe()) usleep(lookPauseUs);
+}
+
+void Replay::awaitReturn() {
+    for (observe(); window_.framesUnderWay() > 0 && !receiver_.failed(); observe()) usleep(lookPauseUs);
+}
+
+void Replay::observe() {
+    window_.observe(receiver_.returned(), FlightWindow::Clock::now());
+}
+
+} // namespace orvo::host

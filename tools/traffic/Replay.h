@@ -1,0 +1,71 @@
+// Sending of a capture through one port and receiving at the same or another one.
+#pragma once
+
+#include "capture/CaptureReader.h"
+#include "traffic/FlightWindow.h"
+#include "traffic/FramePreparation.h"
+#include "traffic/FrameReceiver.h"
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+
+namespace orvo::host {
+
+struct FrameCount {
+    std::uint64_t frames = 0;
+    std::uint64_t bytes = 0; ///< without frame check sequence
+
+    void add(std::size_t frameBytes) noexcept {
+        ++frames;
+        bytes += frameBytes;
+    }
+};
+
+struct ReplayResult {
+    FrameCount read;
+    FrameCount sent;                                      ///< padding included
+    FrameCount received;                                  ///< padding included
+    std::array<std::uint64_t, dropReasonCount> dropped{}; ///< frames that could not be sent, by DropReason
+    std::chrono::nanoseconds duration{0}; ///< from the first frame sent to the last one sent or received
+
+    std::uint64_t droppedFrames() const noexcept;
+    /// Frames that were sent and did not come back, as far as counting tells.
+    std::uint64_t missingFrames() const noexcept;
+};
+
+/// One run over a capture. Reads, prepares and sends on the calling thread, receives on another.
+class Replay {
+public:
+    /// `file` and `verifier` may be null.
+    Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
+           PcapngWriter* file, Verifier* verifier);
+
+    /// Sends all frames and waits until all have come back or no more come; a signal ends it early, in order.
+    /// Errors: Failure of capture or file, once what is under way has come back.
+    ReplayResult run(CaptureReader& capture);
+
+    /// For a progress line; any thread.
+    std::uint64_t sentFrames() const noexcept { return sentFrames_.load(std::memory_order_relaxed); }
+    std::uint64_t receivedFrames() const noexcept { return receiver_.returned().frames; }
+
+private:
+    void sendAll(CaptureReader& capture);
+    void send(const CapturedFrame& frame);
+    void hand(QByteArray&& bytes, std::uint64_t number);
+    void awaitRoom(std::uint64_t words);
+    void awaitReturn();
+    void observe();
+    bool isEnding() const noexcept;
+
+    core::zume::PhysicalNetworkInterface& sender_;
+    const bool verifying_;
+    FrameReceiver receiver_;
+    FlightWindow window_;
+    ReplayResult result_;
+    std::atomic<std::uint64_t> sentFrames_{0}; // a copy for the progress line
+    FlightWindow::Clock::time_point begin_{}, lastSend_{};
+};
+
+} // namespace orvo::host
