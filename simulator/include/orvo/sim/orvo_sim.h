@@ -3,8 +3,9 @@
 // real one has none of these, so look a function up at run time when the program must also run on a real
 // installation.
 //
-// Conventions: boards count from 0, ports from 0 to 3. Functions return 0 on success and a negative
-// OrvoSimResult on failure. Any thread, at any time. Texts are copied, nothing is owned across the boundary.
+// Conventions: a board is named by its index (0 to 31), a port by its number (0 to 3). Functions return 0 on
+// success and a negative OrvoSimResult on failure. Any thread, at any time. Texts are copied, nothing is
+// owned across the boundary, unless a comment says otherwise.
 #pragma once
 
 #include <orvo/Export.h>
@@ -19,33 +20,48 @@ extern "C" {
 enum OrvoSimResult {
     OrvoSimNoSuchPlace = -1, ///< no such board, port or queue
     OrvoSimBadValue = -2,    ///< a text that is no wire, a frame of impossible size, a null pointer
-    OrvoSimFull = -3         ///< the queue has no room; what was lost is counted as lost words
+    OrvoSimFull = -3,        ///< the queue has no room; what was lost is counted as lost words
+    OrvoSimNotWritten = -4   ///< a wire's file could not be written
 };
 
-/// Why no board appeared, as "FILE:LINE: REASON", or null when the configuration was good (or there was
-/// none). Reading it takes over the duty to report it; otherwise the first call of OHalInitDevice,
-/// OHalGetDevice or OHalGetDeviceCount writes it to standard error, once. Owned by the library.
+/// What the simulated hardware access layer answers where it refuses a call.
+enum OrvoSimHalError {
+    OrvoSimHalBadHandle = -2001,   ///< a device handle that is null, foreign or was released before
+    OrvoSimHalBoardGone = -2002,   ///< the board was removed
+    OrvoSimHalNoRegister = -2003,  ///< this board's firmware has no register at the address
+    OrvoSimHalNoQueue = -2004,     ///< the board has no data queue of this number
+    OrvoSimHalBadArgument = -2005, ///< a null pointer, or a key that is unknown
+    OrvoSimHalNoApplet = -2006     ///< the FPGA holds no applet, or the applet is of another firmware version
+};
+
+/// Why no board appeared, as "FILE:LINE: REASON" (line 1 where the file as a whole is meant), or null when
+/// the configuration was good (or there was none). Reading it takes over the duty to report it; otherwise the
+/// first call of OHalInitDevice, OHalGetDevice or OHalGetDeviceCount writes it to standard error, once. Owned
+/// by the library.
 ORVO_EXPORT const char* orvoSimConfigurationError(void);
 
-/// Number of simulated boards, 0 when the configuration is bad.
+/// Number of simulated boards, removed ones included; 0 when the configuration is bad.
 ORVO_EXPORT int orvoSimBoardCount(void);
 
 /// Cables a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]" or "none". A wire that is there is unplugged
 /// first (its OUT file is complete then), and the link goes down and comes up again by negotiation, at once
-/// on a port whose PHY was never reset. "port:" cables both ends. On failure the old wire stays and `error`,
-/// if not null, receives one sentence (NUL-terminated, cut to `errorBytes`).
+/// on a port whose PHY was never reset. "port:" cables both ends; the far port's wire is unplugged too, and
+/// so is the cable's other end wherever a cable is taken away. Relative paths start at the working directory.
+/// On failure (OrvoSimNoSuchPlace, OrvoSimBadValue) the old wire stays and `error`, if not null, receives one
+/// sentence (NUL-terminated, cut to `errorBytes`).
 ORVO_EXPORT int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error,
                                size_t errorBytes);
 
 /// The wire of a port in the form above, NUL-terminated, cut to `textBytes`.
 ORVO_EXPORT int orvoSimGetWire(unsigned board, unsigned port, char* text, size_t textBytes);
 
-/// Brings what wires have written to files onto the disk.
+/// Brings what wires have written to files onto the disk. OrvoSimNotWritten when one of them failed to.
 ORVO_EXPORT int orvoSimFlushWires(void);
 
-/// The far end sends a frame (without frame check sequence, at most 1514 bytes; it is padded to 60 bytes and
-/// gets a correct one, changed by `fcsErrorMask`: 0 keeps it correct). Arrives as from any wire: nothing when
-/// the link is down or the receiver is off, an error count when the sequence is wrong.
+/// The far end sends a frame (without frame check sequence, 1 to 1514 bytes; it is padded to 60 bytes and
+/// gets a correct one, exclusive-or'ed with `fcsErrorMask`: 0 keeps it correct). Arrives as from any wire:
+/// nothing when the link is down or the receiver is off, an error count when the sequence is wrong,
+/// OrvoSimFull when the receive queue has no room.
 ORVO_EXPORT int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t bytes,
                                    uint32_t fcsErrorMask);
 
@@ -57,14 +73,17 @@ ORVO_EXPORT int orvoSimReportActionCommandTimeout(unsigned board, unsigned port,
 /// of that port, 8 to 11: action command reports of port queue - 8.
 ORVO_EXPORT int orvoSimPushWords(unsigned board, unsigned queue, const uint32_t* words, size_t count);
 
-/// The next `times` reads of a data queue deliver nothing and return `result` (negative: an error code).
+/// The next `times` reads of a data queue deliver nothing and return `result` (negative: an error code). A
+/// second call replaces what is left of the first; 0 `times` ends it.
 ORVO_EXPORT int orvoSimFailReads(unsigned board, unsigned queue, int result, unsigned times);
 
 /// The next `times` deliveries of a data queue claim `extraBytes` more (less if negative) than they contain.
+/// A second call replaces what is left of the first; 0 `times` ends it.
 ORVO_EXPORT int orvoSimMisreportReads(unsigned board, unsigned queue, int extraBytes, unsigned times);
 
 /// The next `times` reads of the register of this name (port number included) fail with `result`, or, when
-/// `result` is 0, give `value`.
+/// `result` is 0, give `value`. Calls for one register queue up and are served in order; 0 `times` takes all
+/// of them back. OrvoSimBadValue when the board's firmware has no such register.
 ORVO_EXPORT int orvoSimOverrideRegister(unsigned board, const char* name, int result, uint64_t value,
                                         unsigned times);
 
@@ -74,10 +93,12 @@ ORVO_EXPORT int orvoSimFailOpen(unsigned board, unsigned times);
 /// The next `times` calls of OHalConfigureFpga return `result`.
 ORVO_EXPORT int orvoSimFailConfigure(unsigned board, int result, unsigned times);
 
-/// Removes the board (0) or puts it back (1). While it is away every call on it fails, open handles included.
+/// Removes the board (0) or puts it back (1). While it is away every call on it fails, open handles included,
+/// and its links are down. Put back, it is as it was before, except that its PHYs were reset by the power-up.
 ORVO_EXPORT int orvoSimSetBoardPresent(unsigned board, int present);
 
-/// What the far end of a port's cable offers in auto-negotiation.
+/// What the far end of a port's cable offers in auto-negotiation; a port at the far end offers no more than
+/// its own PHY does. Setting it renegotiates the link.
 enum OrvoSimPartner {
     OrvoSimPartner1000 = 0, ///< 10, 100 and 1000 Mbit/s
     OrvoSimPartner100 = 1,  ///< 10 and 100 Mbit/s
@@ -88,32 +109,65 @@ ORVO_EXPORT int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPar
 /// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7, which stop at 255).
 ORVO_EXPORT int orvoSimSetIdleErrors(unsigned board, unsigned port, unsigned count);
 
-/// How long a PHY holds its reset bit after a software reset, and how long auto-negotiation takes, in
-/// milliseconds. A reset time of UINT32_MAX never ends.
+/// How long a PHY holds its reset bit after a reset, and how long auto-negotiation takes, in milliseconds,
+/// from the next reset or negotiation on. A reset time of UINT32_MAX never ends.
 ORVO_EXPORT int orvoSimSetPhyTimes(unsigned board, unsigned port, uint32_t resetMs, uint32_t negotiationMs);
 
 /// What a port did since the library was loaded.
 struct OrvoSimPort {
     uint64_t sentFrames;     ///< frames that left by the wire
     uint64_t sentBytes;      ///< their bytes, padding and frame check sequence included
-    uint64_t unsentFrames;   ///< frames handed over that could not leave: no link, transmitter off, too long
+    uint64_t unsentFrames;   ///< frames handed over that could not leave: no link, transmitter off or busy,
+                             ///< nothing in the transmit buffer, or more than its 2048 bytes
     uint64_t receivedFrames; ///< good frames from the wire
     uint64_t receivedBytes;  ///< their bytes, frame check sequence included
     uint64_t receiveErrors;  ///< frames from the wire with a wrong frame check sequence or of impossible size
-    uint64_t ignoredFrames;  ///< frames from the wire while the receiver was off, in reset or without link
+    uint64_t ignoredFrames;  ///< frames that came while the receiver was off, in reset or without link
     uint64_t overflowFrames; ///< good frames that the receive queue had no room for
     uint64_t lostWords;      ///< words of those frames
     uint64_t queuedWords;    ///< words in the receive queue now
     uint64_t registerWrites; ///< writes of registers of this port
-    uint64_t staleAccesses;  ///< calls with a handle of this board that was released before
+    uint64_t staleAccesses;  ///< calls with a handle of this board that was released before; the same for
+                             ///< every port of a board
     int linkUp;              ///< 1 while the link is up
     int linkMbit;            ///< its speed in Mbit/s, 0 while down
     int crcGeneration;       ///< 1 while the transmitter appends the frame check sequence
 };
 ORVO_EXPORT int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out);
 
-/// The content of a PHY register (0 to 31), as an MDIO read would give it, without side effects.
+/// The content of a PHY register (0 to 31), as an MDIO read would give it, without side effects. 0xFFFF while
+/// the PHY does not answer.
 ORVO_EXPORT int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t* value);
+
+/// Switches between real time (0, the start) and virtual time (1), which stands still unless
+/// orvoSimAdvanceTime or a queue read advances it: a read that finds fewer words than it asks for waits at
+/// most 1 ms of real time for them and then advances the clock by its time-out. PHY times and the time stamps
+/// of captures run on this clock; it never goes back.
+ORVO_EXPORT int orvoSimUseVirtualTime(int on);
+
+/// Advances virtual time. OrvoSimBadValue in real time.
+ORVO_EXPORT int orvoSimAdvanceTime(uint64_t microseconds);
+
+/// The clock, in microseconds from an arbitrary start.
+ORVO_EXPORT uint64_t orvoSimTime(void);
+
+/// A firmware register: its name (port number included) and its address, never 0.
+struct OrvoSimRegister {
+    const char* name;
+    uint32_t address;
+};
+
+/// The registers that firmware of one version has.
+struct OrvoSimRegisterMap {
+    uint32_t major;
+    uint32_t minor;
+    uint32_t count;
+    const struct OrvoSimRegister* registers; ///< `count` of them
+};
+
+/// The register map of the `number`th firmware version, counted from 0, that a board runs; null beyond the
+/// last. A pointer to it is the applet that OHalConfigureFpga takes. Owned by the library, for good.
+ORVO_EXPORT const struct OrvoSimRegisterMap* orvoSimRegisterMap(unsigned number);
 
 #ifdef __cplusplus
 } // extern "C"

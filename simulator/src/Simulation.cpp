@@ -1,0 +1,96 @@
+// Making of the simulation.
+#include "Simulation.h"
+
+#include "board/Cabling.h"
+#include "config/Installation.h"
+
+namespace orvo::sim {
+
+namespace {
+
+struct Process {
+    std::unique_ptr<Simulation> simulation;
+    std::string error;
+};
+
+Configuration loadUsualConfiguration() {
+    const auto file = configurationFile();
+    return file ? loadConfiguration(*file) : defaultConfiguration();
+}
+
+Process* makeProcess() {
+    auto process = std::make_unique<Process>();
+    try {
+        process->simulation = std::make_unique<Simulation>(loadUsualConfiguration());
+    } catch (const ConfigurationError& error) {
+        process->error = error.what();
+        process->simulation = std::make_unique<Simulation>(Configuration{});
+    }
+    for (const auto& board : process->simulation->boards())
+        boardTable[board->configuration().index].store(board.get(), std::memory_order_release);
+    return process.release();
+}
+
+Process& process() {
+    static Process* const made = makeProcess();
+    return *made;
+}
+
+} // namespace
+
+constinit std::array<std::atomic<Board*>, maxBoards> boardTable{};
+
+Simulation::Simulation(Configuration configuration) : firmwares_(std::move(configuration.firmwares)) {
+    for (const auto& board : configuration.boards)
+        boards_.push_back(std::make_unique<Board>(board, firmwareOf(board)));
+    for (const auto& wire : configuration.wires) {
+        try {
+            plug(wire.place, wire.wire, always);
+        } catch (const WireError& error) {
+            throw ConfigurationError(configuration.file, wire.line, error.what());
+        }
+    }
+}
+
+const FirmwareProfile& Simulation::firmwareOf(const BoardConfiguration& board) const {
+    for (const auto& firmware : firmwares_)
+        if (firmware->version() == board.firmware) return *firmware;
+    return *firmwares_.front(); // not reached: a configuration has the firmware of each of its boards
+}
+
+Board* Simulation::board(unsigned index) noexcept {
+    for (const auto& board : boards_)
+        if (board->configuration().index == index) return board.get();
+    return nullptr;
+}
+
+Port* Simulation::port(PortPlace place) noexcept {
+    Board* const owner = board(place.board);
+    return owner && place.port < owner->ports().size() ? &owner->ports()[place.port] : nullptr;
+}
+
+const FirmwareProfile* Simulation::firmware(unsigned number) const noexcept {
+    return number < firmwares_.size() ? firmwares_[number].get() : nullptr;
+}
+
+void Simulation::plug(PortPlace place, const WireSpec& spec, SimTime now) {
+    const std::lock_guard lock(benchMutex);
+    orvo::sim::plug(
+        place, spec, [this](PortPlace at) { return port(at); }, now);
+}
+
+Simulation& simulation() {
+    return *process().simulation;
+}
+
+const std::string& configurationError() {
+    return process().error;
+}
+
+Board* refuseHandle(HandleBits handle) noexcept {
+    Board* const board = boardTable[boardOfHandle(handle) % maxBoards].load(std::memory_order_acquire);
+    if (board && board->handles().wasOpen(handle)) board->countStaleAccess();
+    return nullptr;
+}
+
+} // namespace orvo::sim

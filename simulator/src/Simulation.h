@@ -1,0 +1,56 @@
+// The process's simulation: all boards, and the way from device handles to them.
+#pragma once
+
+#include "board/Board.h"
+
+#include <array>
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orvo::sim {
+
+class Simulation {
+public:
+    /// Builds and cables the boards. Throws ConfigurationError where a wire's file cannot be had.
+    explicit Simulation(Configuration configuration);
+
+    Board* board(unsigned index) noexcept; ///< null where there is none
+    Port* port(PortPlace place) noexcept;  ///< null where there is none
+    const std::vector<std::unique_ptr<Board>>& boards() const noexcept { return boards_; }
+    const FirmwareProfile* firmware(unsigned number) const noexcept; ///< null beyond the last
+
+    /// Plugs a wire; throws WireError, with the old wire still there. Any thread.
+    void plug(PortPlace place, const WireSpec& spec, SimTime now);
+
+private:
+    const FirmwareProfile& firmwareOf(const BoardConfiguration& board) const;
+
+    std::vector<std::unique_ptr<FirmwareProfile>> firmwares_;
+    std::vector<std::unique_ptr<Board>> boards_;
+};
+
+/// The process's simulation, made on first use from the configuration file and never destroyed: other threads
+/// may call the library until the process has ended. Without boards when the file is bad.
+Simulation& simulation();
+
+/// What was wrong with the configuration file; empty when nothing was.
+const std::string& configurationError();
+
+/// The boards of `simulation()` by their index, once it is made.
+extern std::array<std::atomic<Board*>, maxBoards> boardTable;
+
+/// Null for a handle that is not open; counts it where it was.
+Board* refuseHandle(HandleBits handle) noexcept;
+
+/// The board of a device handle, null for one that is not open. For every access of the host.
+inline Board* boardOf(void* device) noexcept {
+    const auto handle = reinterpret_cast<HandleBits>(device);
+    Board* const board = boardTable[boardOfHandle(handle) % maxBoards].load(std::memory_order_acquire);
+    if (board && board->handles().isOpen(handle)) [[likely]]
+        return board;
+    return refuseHandle(handle);
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,103 @@
+// One simulated frame-grabber board: what the host reaches through a device handle.
+#pragma once
+
+#include "BoardCondition.h"
+#include "DeviceHandles.h"
+#include "Faults.h"
+#include "MdioMaster.h"
+#include "Port.h"
+#include "config/Configuration.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <span>
+
+namespace orvo::sim {
+
+inline constexpr unsigned allPorts = (1U << maxPorts) - 1;
+
+/// Threads: everything from any, except that a queue is read by one thread and a port's transmit buffer
+/// written by one. Errors are OrvoSimHalError codes.
+class Board {
+public:
+    /// `firmware` must outlive the board. Uncabled.
+    Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware);
+
+    const BoardConfiguration& configuration() const noexcept { return configuration_; }
+    const FirmwareProfile& firmware() const noexcept { return firmware_; }
+    /// The ports that the board has.
+    std::span<Port> ports() noexcept { return std::span(ports_).first(configuration_.ports); }
+    DeviceHandles& handles() noexcept { return handles_; }
+    Faults& faults() noexcept { return faults_; }
+
+    /// 0, or why the host cannot reach the board's firmware.
+    int refusal() const noexcept;
+    bool isPresent() const noexcept { return !condition_.has(Trouble::Gone); }
+    void setPresent(bool present) noexcept;
+
+    /// Puts the applet of these registers into the FPGA; one that is there already is left alone.
+    int configureFpga(const OrvoSimRegisterMap* applet);
+    /// The FPGA is empty then, and the PHYs are in reset.
+    void unloadFpga() noexcept;
+
+    int writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
+    int readRegister(std::uint32_t address, std::uint64_t& value);
+
+    /// Queue 0 to 3 holds the received frames of that port, 8 to 11 the action command reports of port queue
+    /// - 8; null for any other.
+    DataQueue* queue(unsigned number) noexcept;
+    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
+
+    void countStaleAccess() noexcept { staleAccesses_.add(1); }
+    /// What a port, which the board must have, did.
+    void report(unsigned port, OrvoSimPort& out);
+
+private:
+    int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;
+    int readUsual(std::uint32_t address, std::uint64_t& value) noexcept;
+    bool writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept;
+    bool readBoardRegister(std::uint32_t address, std::uint64_t& value) noexcept;
+    void setResetLines(unsigned lines) noexcept;
+    void setEnables(bool transmitters, bool receivers) noexcept;
+    void start() noexcept;
+
+    const BoardConfiguration configuration_;
+    const FirmwareProfile& firmware_;
+    BoardCondition condition_;
+    Faults faults_{condition_};
+    DeviceHandles handles_;
+    SharedCounter staleAccesses_;
+    std::array<Port, maxPorts> ports_;
+
+    // Under the bench mutex.
+    MdioMaster mdio_;
+    unsigned resetLines_ = allPorts; // a 0 bit holds a port in reset
+    bool transmitters_ = false;
+    bool receivers_ = false;
+};
+
+inline constexpr std::uint32_t registerOffsets = 0x7C; // see registerBit
+inline constexpr unsigned firstActionQueue = 8;
+
+inline int Board::writeUsual(std::uint32_t address, std::uint64_t value) noexcept {
+    const std::uint32_t scope = address & ~(portBits | registerOffsets);
+    const bool known = scope == portScope ? ports_[portOf(address)].writeRegister(address, value)
+                                          : writeBoardRegister(address, value);
+    return known ? 0 : OrvoSimHalNoRegister;
+}
+
+inline int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
+    if (!condition_.isGood()) [[unlikely]]
+        if (const int refused = refusal(); refused != 0) return refused;
+    return writeUsual(address, value);
+}
+
+inline int Board::readUsual(std::uint32_t address, std::uint64_t& value) noexcept {
+    const std::uint32_t scope = address & ~(portBits | registerOffsets);
+    const bool known = scope == portScope ? ports_[portOf(address)].readRegister(address, value)
+                                          : readBoardRegister(address, value);
+    return known ? 0 : OrvoSimHalNoRegister;
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,35 @@
+// What keeps a board from answering as usual, in one word that the usual way looks at once.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace orvo::sim {
+
+enum class Trouble : std::uint32_t {
+    Gone = 1,           // the board was removed
+    NoApplet = 2,       // its FPGA holds no applet
+    RegisterFaults = 4, // some register reads are to answer otherwise
+    QueueFaults = 8     // some queue reads are
+};
+
+/// Any thread. Calls under way see a change or not.
+class BoardCondition {
+public:
+    void set(Trouble trouble, bool on) noexcept {
+        const auto bit = static_cast<std::uint32_t>(trouble);
+        if (on)
+            troubles_.fetch_or(bit, std::memory_order_relaxed);
+        else
+            troubles_.fetch_and(~bit, std::memory_order_relaxed);
+    }
+    bool isGood() const noexcept { return troubles_.load(std::memory_order_relaxed) == 0; }
+    bool has(Trouble trouble) const noexcept {
+        return (troubles_.load(std::memory_order_relaxed) & static_cast<std::uint32_t>(trouble)) != 0;
+    }
+
+private:
+    std::atomic<std::uint32_t> troubles_{0};
+};
+
+} // namespace orvo::sim

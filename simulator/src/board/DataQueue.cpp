@@ -1,0 +1,136 @@
+// The ring behind a data queue.
+#include "DataQueue.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace orvo::sim {
+
+namespace {
+
+constexpr std::uint32_t endOfTransmission = 0x1'0000;
+constexpr std::uint64_t copying = 1; // in head_
+
+/// The words from number `first` on of the transmission that carries the frame; word 0 is the size word.
+void packFrame(WireBytes frame, std::size_t first, std::span<std::uint32_t> out) noexcept {
+    const std::size_t evenBytes = frame.size() + frame.size() % 2;
+    std::size_t i = 0;
+    if (first == 0 && !out.empty()) out[i++] = static_cast<std::uint32_t>(evenBytes);
+    const std::size_t unit = first + i - 1; // two bytes each
+    const std::size_t whole = std::min(out.size() - i, frame.size() / 2 - unit);
+    const std::uint8_t* bytes = frame.data() + 2 * unit;
+    std::uint32_t* words = out.data() + i;
+    for (std::size_t k = 0; k < whole; ++k) words[k] = bytes[2 * k] | std::uint32_t{bytes[2 * k + 1]} << 8;
+    if (i + whole < out.size()) words[whole] = bytes[2 * whole];
+    if (first + out.size() == wordsOfFrame(frame.size())) out.back() |= endOfTransmission;
+}
+
+} // namespace
+
+DataQueue::DataQueue(std::size_t capacityWords)
+    : capacityWords_(capacityWords), ringWords_(std::bit_ceil(capacityWords)),
+      ring_(std::make_unique_for_overwrite<std::uint32_t[]>(ringWords_)) {}
+
+/// `fill(first, out)` writes the words from number `first` on; called once, or twice where the ring wraps.
+template <class Fill> bool DataQueue::append(std::size_t count, Fill fill) {
+    {
+        const std::lock_guard lock(producers_);
+        const auto tail = tail_.load(std::memory_order_relaxed);
+        if (!hasRoom(tail, count)) {
+            lostWords_.add(count);
+            return false;
+        }
+        const std::size_t at = tail & (ringWords_ - 1);
+        const std::size_t untilWrap = std::min(count, ringWords_ - at);
+        fill(std::size_t{0}, std::span(ring_.get() + at, untilWrap));
+        if (untilWrap < count) fill(untilWrap, std::span(ring_.get(), count - untilWrap));
+        transfers_.add(1);
+        // Sequentially consistent with `sleepers_`: either the consumer sees the words before it sleeps, or
+        // this thread sees the consumer.
+        tail_.store(tail + count, std::memory_order_seq_cst);
+    }
+    if (sleepers_.load(std::memory_order_seq_cst) != 0) wakeConsumer();
+    return true;
+}
+
+bool DataQueue::push(std::span<const std::uint32_t> words) {
+    return append(words.size(), [words](std::size_t first, std::span<std::uint32_t> out) {
+        std::copy_n(words.begin() + static_cast<std::ptrdiff_t>(first), out.size(), out.begin());
+    });
+}
+
+bool DataQueue::pushFrame(WireBytes frame) {
+    return append(wordsOfFrame(frame.size()),
+                  [frame](std::size_t first, std::span<std::uint32_t> out) { packFrame(frame, first, out); });
+}
+
+bool DataQueue::hasRoom(std::uint64_t tail, std::size_t count) noexcept {
+    if (count > capacityWords_) return false;
+    auto head = head_.load(std::memory_order_acquire); // what the consumer copied out may be overwritten
+    if (tail + count - (head >> 1) <= capacityWords_) return true;
+    while (catchUp(head)) {
+    }
+    return tail + count - (head >> 1) <= capacityWords_;
+}
+
+/// Moves `head_` along to where the last clear wants it. False when it is there, or when the consumer is at
+/// work and will do it. `head` is the value seen last.
+bool DataQueue::catchUp(std::uint64_t& head) noexcept {
+    const auto target = clearTo_.load(std::memory_order_acquire);
+    if ((head & copying) != 0 || head >> 1 >= target) return false;
+    if (head_.compare_exchange_weak(head, target << 1, std::memory_order_acq_rel, std::memory_order_acquire))
+        head = target << 1;
+    return true;
+}
+
+std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
+    auto head = head_.load(std::memory_order_relaxed);
+    std::uint64_t from = 0;
+    do {
+        if ((head & copying) != 0) return 0; // two consumers at once: the later one finds nothing
+        from = std::max(head >> 1, clearTo_.load(std::memory_order_acquire));
+    } while (!head_.compare_exchange_weak(head, from << 1 | copying, std::memory_order_acquire,
+                                          std::memory_order_relaxed));
+    const std::size_t count = std::min<std::size_t>(most, tail_.load(std::memory_order_acquire) - from);
+    const std::size_t at = from & (ringWords_ - 1);
+    const std::size_t untilWrap = std::min(count, ringWords_ - at);
+    std::memcpy(out, ring_.get() + at, untilWrap * sizeof *out);
+    std::memcpy(out + untilWrap, ring_.get(), (count - untilWrap) * sizeof *out);
+    head_.store((from + count) << 1, std::memory_order_release);
+    return count;
+}
+
+bool DataQueue::await(std::size_t wanted, std::chrono::milliseconds limit) {
+    if (words() >= wanted) return true;
+    if (limit.count() == 0) return false;
+    std::unique_lock lock(sleep_);
+    sleepers_.fetch_add(1, std::memory_order_seq_cst);
+    const bool inTime = wake_.wait_for(lock, limit, [this, wanted] { return words() >= wanted; });
+    sleepers_.fetch_sub(1, std::memory_order_relaxed);
+    return inTime;
+}
+
+void DataQueue::wakeConsumer() {
+    { const std::lock_guard lock(sleep_); } // the consumer is before its test, or asleep
+    wake_.notify_all();
+}
+
+void DataQueue::clear() noexcept {
+    const auto target = tail_.load(std::memory_order_acquire);
+    auto before = clearTo_.load(std::memory_order_relaxed);
+    while (before < target && !clearTo_.compare_exchange_weak(before, target, std::memory_order_acq_rel,
+                                                              std::memory_order_relaxed)) {
+    }
+    auto head = head_.load(std::memory_order_acquire);
+    while (catchUp(head)) {
+    }
+}
+
+std::size_t DataQueue::words() const noexcept {
+    const auto head = head_.load(std::memory_order_acquire) >> 1;
+    const auto from = std::max(head, clearTo_.load(std::memory_order_acquire));
+    return tail_.load(std::memory_order_seq_cst) - from;
+}
+
+} // namespace orvo::sim

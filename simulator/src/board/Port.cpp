@@ -1,0 +1,121 @@
+// A port's registers, and its wire.
+#include "Port.h"
+
+namespace orvo::sim {
+
+constinit std::mutex benchMutex;
+
+Port::Port(const Setup& setup)
+    : place_(setup.place), registers_(setup.registers), receiveQueue_(setup.receiveQueueWords),
+      actionQueue_(setup.actionQueueWords) {}
+
+bool Port::writeOther(std::uint32_t address, std::uint64_t value) noexcept {
+    otherWrites_.add(1);
+    switch (static_cast<Register>(address & ~portBits)) {
+    case Register::GigeTxDisableCrcGeneration:
+        transmitter_.setCrcGeneration((value & 1) == 0);
+        break;
+    case Register::ActionCmdConfigData:
+        actionCommandConfig_.store(value, std::memory_order_relaxed);
+        break;
+    case Register::GigeTxStart: {
+        const std::lock_guard lock(benchMutex);
+        setTransmitterStart((value & 1) != 0);
+        break;
+    }
+    default:
+        break; // the rest can only be read
+    }
+    return true;
+}
+
+bool Port::readRegister(std::uint32_t address, std::uint64_t& value) const noexcept {
+    if (!has(address)) return false;
+    switch (static_cast<Register>(address & ~portBits)) {
+    case Register::GigeTxTransferActive:
+        value = transmitter_.isBusy();
+        break;
+    case Register::GigeRecvPktCnt:
+        value = receiver_.goodFrames();
+        break;
+    case Register::GigeRecvErrCnt:
+        value = receiver_.errors();
+        break;
+    case Register::CtrlPktReceivedCnt:
+        value = receiver_.goodFrames();
+        break; // every frame is the host's
+    case Register::CtrlPktSendUiqCnt:
+        value = receiver_.queuedFrames();
+        break;
+    case Register::GvspFiFoOverflow_GigeTransceiver:
+        value = receiver_.overflowFrames();
+        break;
+    case Register::GvcpFiFoNotEmpty_GigeTransceiver:
+        value = receiveQueue_.words() != 0;
+        break;
+    case Register::GigeTxDisableCrcGeneration:
+        value = !transmitter_.crcGeneration();
+        break;
+    case Register::ActionCmdConfigData:
+        value = actionCommandConfig_.load(std::memory_order_relaxed);
+        break;
+    case Register::GigeTxStart:
+        value = transmitterStart_.load(std::memory_order_relaxed);
+        break;
+    default:
+        value = 0; // the rest can only be written
+    }
+    return true;
+}
+
+void Port::playWire() noexcept {
+    if (!isPlayed_.load(std::memory_order_relaxed) || !gate_.canReceive()) return;
+    const std::lock_guard lock(playing_);
+    if (wire_) wire_->play();
+}
+
+void Port::setWire(std::unique_ptr<Wire> wire) noexcept {
+    const std::lock_guard lock(playing_);
+    transmitter_.setWire(nullptr);
+    wire_ = nullptr;
+    wire_ = std::move(wire);
+    if (wire_) wire_->plugged();
+    transmitter_.setWire(wire_.get());
+    isPlayed_.store(wire_ && wire_->isPlayedOnDemand(), std::memory_order_relaxed);
+}
+
+void Port::setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept {
+    boardTransmits_ = transmitters;
+    boardReceives_ = receivers;
+    outOfReset_ = outOfReset;
+    updateEnables();
+}
+
+void Port::setTransmitterStart(bool on) noexcept {
+    transmitterStart_.store(on, std::memory_order_relaxed);
+    updateEnables();
+}
+
+void Port::updateEnables() noexcept {
+    gate_.setTransmitter(outOfReset_ && boardTransmits_ && transmitterStart_.load(std::memory_order_relaxed));
+    gate_.setReceiver(outOfReset_ && boardReceives_);
+}
+
+void Port::report(OrvoSimPort& out, SimTime now) noexcept {
+    out.sentFrames = transmitter_.sentFrames();
+    out.sentBytes = transmitter_.sentBytes();
+    out.unsentFrames = transmitter_.unsentFrames();
+    out.receivedFrames = receiver_.goodFrames();
+    out.receivedBytes = receiver_.goodBytes();
+    out.receiveErrors = receiver_.errors();
+    out.ignoredFrames = receiver_.ignoredFrames();
+    out.overflowFrames = receiver_.overflowFrames();
+    out.lostWords = receiver_.lostWords();
+    out.queuedWords = receiveQueue_.words();
+    out.registerWrites = transmitter_.writes() + otherWrites_.value();
+    out.linkUp = phy_.isLinkUp(now);
+    out.linkMbit = out.linkUp ? static_cast<int>(phy_.link().mbit) : 0;
+    out.crcGeneration = transmitter_.crcGeneration();
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,112 @@
+// One GigE port: its registers, its data queues, its PHY and what it is cabled with.
+#pragma once
+
+#include "DataQueue.h"
+#include "PortGate.h"
+#include "Receiver.h"
+#include "RegisterTable.h"
+#include "Transmitter.h"
+#include "phy/Phy.h"
+#include "wire/Wire.h"
+
+#include <orvo/sim/orvo_sim.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+
+namespace orvo::sim {
+
+/// Guards everything that hands, cables and slow registers change on any board: PHYs, reset lines, enables,
+/// wires. One for all boards, since a cable joins two. No frame takes it.
+extern std::mutex benchMutex;
+
+/// The cabling of a port; guarded by the bench mutex.
+struct PortCabling {
+    WireSpec spec{WireSpec::Kind::None, {}, {}, {}};
+    class Port* far = nullptr; ///< at the other end, where that is a port
+    SimTime pluggedAt = always;
+    OrvoSimPartner partner = OrvoSimPartner1000;
+};
+
+class Port {
+public:
+    struct Setup {
+        PortPlace place;
+        std::uint32_t registers = 0; ///< register bits that the firmware has for this port
+        std::size_t receiveQueueWords = 0;
+        std::size_t actionQueueWords = 0;
+    };
+    explicit Port(const Setup& setup);
+
+    PortPlace place() const noexcept { return place_; }
+
+    /// Accesses of the host; `address` is that of a port register. False when the firmware lacks it.
+    bool writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
+    bool readRegister(std::uint32_t address, std::uint64_t& value) const noexcept;
+
+    DataQueue& receiveQueue() noexcept { return receiveQueue_; }
+    DataQueue& actionQueue() noexcept { return actionQueue_; }
+    Receiver& receiver() noexcept { return receiver_; }
+
+    /// Lets a wire that is played on demand put its next frames into the receive queue. The receive thread.
+    void playWire() noexcept;
+
+    // Under the bench mutex.
+    Phy& phy() noexcept { return phy_; }
+    PortCabling& cabling() noexcept { return cabling_; }
+    /// Unplugs the wire that is there, which completes its files, and plugs this one (null: none).
+    void setWire(std::unique_ptr<Wire> wire) noexcept;
+    bool flushWire() noexcept { return !wire_ || wire_->flush(); }
+    /// Brings the gate in line with the PHY, and with the board's enables and reset line.
+    void updateGate() noexcept { gate_.setPassesFrom(phy_.passesFramesFrom()); }
+    void setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept;
+    void setTransmitterStart(bool on) noexcept;
+    void report(OrvoSimPort& out, SimTime now) noexcept;
+
+private:
+    bool has(std::uint32_t address) const noexcept { return (registers_ & registerBit(address)) != 0; }
+    bool writeOther(std::uint32_t address, std::uint64_t value) noexcept;
+    void updateEnables() noexcept;
+
+    const PortPlace place_;
+    const std::uint32_t registers_;
+
+    PortGate gate_;
+    Transmitter transmitter_{gate_};
+    DataQueue receiveQueue_;
+    DataQueue actionQueue_;
+    Receiver receiver_{gate_, receiveQueue_};
+
+    std::atomic<bool> transmitterStart_{false};
+    std::atomic<std::uint64_t> actionCommandConfig_{0};
+    SharedCounter otherWrites_;   // writes of registers outside the transmit buffer
+    bool boardTransmits_ = false; // these three under the bench mutex
+    bool boardReceives_ = false;
+    bool outOfReset_ = false;
+
+    Phy phy_;
+    PortCabling cabling_;
+    std::mutex playing_;         // keeps the wire in place while the receive thread has it play
+    std::unique_ptr<Wire> wire_; // changed under both mutexes
+    std::atomic<bool> isPlayed_{false};
+};
+
+inline bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
+    if (!has(address)) return false;
+    switch (static_cast<Register>(address & ~portBits)) {
+    case Register::GigeWriteData:
+        transmitter_.append(value);
+        return true;
+    case Register::GigeBufferReset:
+        transmitter_.begin();
+        return true;
+    case Register::GigeWriteComplete:
+        transmitter_.transmit();
+        return true;
+    default:
+        return writeOther(address, value);
+    }
+}
+
+} // namespace orvo::sim

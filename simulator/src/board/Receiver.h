@@ -1,0 +1,41 @@
+// A port's receiving MAC: checks what comes from the wire and hands it to the host.
+#pragma once
+
+#include "Counter.h"
+#include "DataQueue.h"
+#include "PortGate.h"
+#include "wire/Wire.h"
+
+#include <cstdint>
+
+namespace orvo::sim {
+
+/// Any thread.
+class Receiver final : public FrameSink {
+public:
+    Receiver(const PortGate& gate, DataQueue& queue) noexcept : gate_(gate), queue_(queue) {}
+
+    Arrival deliver(WireBytes frame) noexcept override;
+    bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
+
+    std::uint64_t goodFrames() const noexcept { return goodFrames_.value(); }
+    std::uint64_t goodBytes() const noexcept { return goodBytes_.value(); }
+    std::uint64_t errors() const noexcept { return errors_.value(); }
+    std::uint64_t ignoredFrames() const noexcept { return ignoredFrames_.value(); }
+    /// Good frames that entered the queue; one that is on its way into it counts already.
+    std::uint64_t queuedFrames() const noexcept { return goodFrames() - overflowFrames(); }
+    std::uint64_t overflowFrames() const noexcept { return overflowFrames_.value(); }
+    std::uint64_t lostWords() const noexcept { return lostWords_.value(); }
+
+private:
+    const PortGate& gate_;
+    DataQueue& queue_;
+    alignas(64) SharedCounter goodFrames_;
+    SharedCounter goodBytes_;
+    SharedCounter errors_;
+    SharedCounter ignoredFrames_;
+    SharedCounter overflowFrames_;
+    SharedCounter lostWords_;
+};
+
+} // namespace orvo::sim

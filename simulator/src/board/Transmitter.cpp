@@ -1,0 +1,52 @@
+// From the transmit buffer onto the wire.
+#include "Transmitter.h"
+
+#include <algorithm>
+#include <thread>
+
+namespace orvo::sim {
+
+void Transmitter::transmit() noexcept {
+    writesBefore_.add(1);
+    auto turn = turns_.load(std::memory_order_relaxed);
+    // Sequentially consistent with setWire: either this thread sees the new wire, or setWire sees this turn.
+    const bool mine =
+        (turn & 1) == 0 && turns_.compare_exchange_strong(turn, turn + 1, std::memory_order_seq_cst);
+    if (!mine) {
+        unsentFrames_.add(1); // another thread's frame is under way
+        return;
+    }
+    if (!send()) unsentFrames_.add(1);
+    turns_.store(turn + 2, std::memory_order_release);
+}
+
+bool Transmitter::send() noexcept {
+    const auto units = units_.load(std::memory_order_relaxed);
+    if (units == 0 || units > bufferBytes / 2 || !gate_.canTransmit()) return false;
+    Wire* const wire = wire_.load(std::memory_order_seq_cst);
+    if (!wire) return false;
+    const std::size_t wireBytes = seal();
+    wire->transmit(WireBytes(buffer_).first(wireBytes));
+    sentFrames_.add(1);
+    sentBytes_.add(wireBytes);
+    return true;
+}
+
+/// The MAC pads every frame; without CRC generation the padding follows the sequence that the host appended,
+/// which then is none any more.
+std::size_t Transmitter::seal() noexcept {
+    const std::size_t bytes = 2 * units_.load(std::memory_order_relaxed);
+    if (crcGeneration()) return sealFrame(buffer_.data(), bytes);
+    const std::size_t padded = std::max(bytes, minWireBytes);
+    std::fill(buffer_.data() + bytes, buffer_.data() + padded, std::uint8_t{0});
+    return padded;
+}
+
+void Transmitter::setWire(Wire* wire) noexcept {
+    wire_.exchange(wire, std::memory_order_seq_cst);
+    const auto turn = turns_.load(std::memory_order_seq_cst);
+    if ((turn & 1) == 0) return;
+    while (turns_.load(std::memory_order_acquire) == turn) std::this_thread::yield(); // one frame's delivery
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,66 @@
+// What the simulation consists of, as the configuration file says it.
+#pragma once
+
+#include "FirmwareProfile.h"
+#include "wire/WireSpec.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvo::sim {
+
+inline constexpr unsigned maxBoards = 32;
+
+/// A file that cannot be used; what() is "FILE:LINE: REASON".
+struct ConfigurationError : std::runtime_error {
+    ConfigurationError(const std::filesystem::path& file, unsigned line, const std::string& reason)
+        : std::runtime_error(file.string() + ":" + std::to_string(line) + ": " + reason) {}
+};
+
+struct BoardConfiguration {
+    unsigned index = 0;
+    std::uint32_t serial = 0;
+    std::uint16_t type = 0x0A40;
+    std::string name = "Simulated GigE board";
+    std::string cameraInterface = "GigE";
+    FirmwareVersion firmware;
+    unsigned ports = maxPorts;
+    bool cold = false; ///< just powered up, without an applet in its FPGA
+    std::size_t receiveQueueWords = 262'144;
+    std::size_t actionQueueWords = 1'024;
+    std::uint32_t phyResetMs = 50;
+    std::uint32_t negotiationMs = 400;
+};
+
+/// One wire to plug; a cable stands once, for both of its ends.
+struct WireConfiguration {
+    PortPlace place;
+    WireSpec wire;
+    unsigned line = 1; ///< where the file asks for it
+};
+
+struct Configuration {
+    std::filesystem::path file;                              ///< empty: no file, the default board
+    std::vector<BoardConfiguration> boards;                  ///< by index
+    std::vector<WireConfiguration> wires;                    ///< one for every port, or for its far end
+    std::vector<std::unique_ptr<FirmwareProfile>> firmwares; ///< of every version that a board has
+};
+
+/// The default board, all ports on loopback.
+Configuration defaultConfiguration();
+
+/// The configuration that a TOML text describes. `file` is where it comes from, for messages and relative
+/// paths. Looks at no other file. Throws ConfigurationError.
+Configuration parseConfiguration(std::string_view text, const std::filesystem::path& file);
+
+/// The same from the file itself.
+Configuration loadConfiguration(const std::filesystem::path& file);
+
+} // namespace orvo::sim

@@ -1,0 +1,108 @@
+// Reading of TOML tables.
+#include "TomlTable.h"
+
+namespace orvo::sim {
+
+namespace {
+
+unsigned lineOf(const toml::source_region& source) {
+    return source.begin.line != 0 ? source.begin.line : 1;
+}
+
+} // namespace
+
+TomlTable::TomlTable(const toml::table& table, std::string name, const std::filesystem::path& file)
+    : table_(table), name_(std::move(name)), file_(file) {}
+
+void TomlTable::refuse(unsigned line, const std::string& reason) const {
+    throw ConfigurationError(file_, line, reason);
+}
+
+void TomlTable::refuseType(const toml::node& node, const std::string& key, const char* wanted) const {
+    refuse(sim::lineOf(node.source()), "'" + key + "' in " + name_ + " must be " + wanted);
+}
+
+const toml::node* TomlTable::find(const char* key) {
+    known_.insert(key);
+    return table_.get(key);
+}
+
+unsigned TomlTable::lineOf(const char* key) const {
+    const toml::node* node = table_.get(key);
+    return sim::lineOf(node ? node->source() : table_.source());
+}
+
+std::uint64_t TomlTable::integer(const char* key, std::uint64_t least, std::uint64_t most,
+                                 std::uint64_t fallback) {
+    const toml::node* node = find(key);
+    if (!node) return fallback;
+    const auto wanted = "a whole number from " + std::to_string(least) + " to " + std::to_string(most);
+    const auto* number = node->as_integer();
+    if (!number || number->get() < 0) refuseType(*node, key, wanted.c_str());
+    const auto value = static_cast<std::uint64_t>(number->get());
+    if (value < least || value > most) refuseType(*node, key, wanted.c_str());
+    return value;
+}
+
+bool TomlTable::boolean(const char* key, bool fallback) {
+    const toml::node* node = find(key);
+    if (!node) return fallback;
+    const auto* value = node->as_boolean();
+    if (!value) refuseType(*node, key, "true or false");
+    return value->get();
+}
+
+std::string TomlTable::text(const char* key, std::string fallback) {
+    const toml::node* node = find(key);
+    if (!node) return fallback;
+    const auto* value = node->as_string();
+    if (!value) refuseType(*node, key, "a text in quotes");
+    return value->get();
+}
+
+void TomlTable::forEachTable(const char* key, const std::function<void(const toml::table&)>& visit) {
+    const toml::node* node = find(key);
+    if (!node) return;
+    const auto wanted = "a list of tables, each begun with [[" + std::string(key) + "]]";
+    const auto* array = node->as_array();
+    if (!array) refuseType(*node, key, wanted.c_str());
+    for (const toml::node& entry : *array) {
+        if (!entry.is_table()) refuseType(entry, key, wanted.c_str());
+        visit(*entry.as_table());
+    }
+}
+
+void TomlTable::forEachText(const char* key, const std::function<void(const std::string&, unsigned)>& visit) {
+    const toml::node* node = find(key);
+    if (!node) return;
+    const auto* array = node->as_array();
+    if (!array) refuseType(*node, key, "a list of texts");
+    for (const toml::node& entry : *array) {
+        if (!entry.is_string()) refuseType(entry, key, "a list of texts");
+        visit(entry.as_string()->get(), sim::lineOf(entry.source()));
+    }
+}
+
+void TomlTable::forEachKey(const char* key,
+                           const std::function<void(std::string_view, const std::string&, unsigned)>& visit) {
+    const toml::node* node = find(key);
+    if (!node) return;
+    const auto* table = node->as_table();
+    if (!table) refuseType(*node, key, "a table");
+    for (const auto& [entryKey, entry] : *table) {
+        if (!entry.is_string())
+            refuseType(entry, std::string(key).append(".").append(entryKey), "a text in quotes");
+        visit(entryKey, entry.as_string()->get(), sim::lineOf(entry.source()));
+    }
+}
+
+void TomlTable::refuseOtherKeys() const {
+    std::string known;
+    for (const auto& key : known_) known += (known.empty() ? "" : ", ") + key;
+    for (const auto& [key, node] : table_)
+        if (known_.find(key.str()) == known_.end())
+            refuse(sim::lineOf(key.source()),
+                   "unknown key '" + std::string(key.str()) + "' in " + name_ + "; it may have " + known);
+}
+
+} // namespace orvo::sim

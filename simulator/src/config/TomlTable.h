@@ -1,0 +1,48 @@
+// Typed access to a table of a TOML file, with errors that name the file and the line.
+#pragma once
+
+#include "Configuration.h"
+
+#include <toml++/toml.h>
+
+#include <functional>
+#include <set>
+
+namespace orvo::sim {
+
+/// One table while it is read: every getter remembers its key, so that what nobody asked for can be refused.
+/// All of them throw ConfigurationError.
+class TomlTable {
+public:
+    /// `name` is how messages call the table.
+    TomlTable(const toml::table& table, std::string name, const std::filesystem::path& file);
+
+    /// The value of the key, or `fallback` where the table lacks it.
+    std::uint64_t integer(const char* key, std::uint64_t least, std::uint64_t most, std::uint64_t fallback);
+    bool boolean(const char* key, bool fallback);
+    std::string text(const char* key, std::string fallback);
+
+    /// Called with each entry of an array of tables, of an array of texts, or of a table of texts by key;
+    /// with none where there is no such key. Lines are those of the entries.
+    void forEachTable(const char* key, const std::function<void(const toml::table&)>& visit);
+    void forEachText(const char* key, const std::function<void(const std::string&, unsigned line)>& visit);
+    void forEachKey(const char* key,
+                    const std::function<void(std::string_view, const std::string&, unsigned line)>& visit);
+
+    bool has(const char* key) const { return table_.contains(key); }
+    /// Of the key, or of the table where it lacks the key.
+    unsigned lineOf(const char* key) const;
+    void refuseOtherKeys() const;
+    [[noreturn]] void refuse(unsigned line, const std::string& reason) const;
+
+private:
+    const toml::node* find(const char* key);
+    [[noreturn]] void refuseType(const toml::node& node, const std::string& key, const char* wanted) const;
+
+    const toml::table& table_;
+    const std::string name_;
+    const std::filesystem::path& file_;
+    std::set<std::string, std::less<>> known_;
+};
+
+} // namespace orvo::sim

@@ -1,0 +1,77 @@
+// Control entries: cables, what comes through them, and the far end's PHY.
+#include "Simulation.h"
+
+#include "board/Link.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+using namespace orvo::sim;
+
+namespace {
+
+void copyText(const std::string& text, char* out, size_t outBytes) noexcept {
+    if (!out || outBytes == 0) return;
+    const size_t length = std::min(text.size(), outBytes - 1);
+    std::memcpy(out, text.data(), length);
+    out[length] = '\0';
+}
+
+int resultOf(Arrival arrival) noexcept {
+    return arrival == Arrival::Overflow ? OrvoSimFull : 0; // everything else is counted at the port
+}
+
+} // namespace
+
+int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error, size_t errorBytes) {
+    const PortPlace place{board, port};
+    const bool isThere = simulation().port(place) != nullptr;
+    try {
+        if (!wire) throw WireError("no wire given");
+        simulation().plug(place, parseWire(wire), simClock.now());
+        return 0;
+    } catch (const WireError& reason) {
+        copyText(reason.what(), error, errorBytes);
+        return isThere ? OrvoSimBadValue : OrvoSimNoSuchPlace;
+    }
+}
+
+int orvoSimGetWire(unsigned board, unsigned port, char* text, size_t textBytes) {
+    Port* const found = simulation().port({board, port});
+    if (!found) return OrvoSimNoSuchPlace;
+    if (!text || textBytes == 0) return OrvoSimBadValue;
+    const std::lock_guard lock(benchMutex);
+    copyText(found->cabling().spec.text(), text, textBytes);
+    return 0;
+}
+
+int orvoSimFlushWires() {
+    const std::lock_guard lock(benchMutex);
+    bool complete = true;
+    for (const auto& board : simulation().boards())
+        for (Port& port : board->ports()) complete = port.flushWire() && complete;
+    return complete ? 0 : OrvoSimNotWritten;
+}
+
+int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t bytes,
+                       uint32_t fcsErrorMask) {
+    Port* const found = simulation().port({board, port});
+    if (!found) return OrvoSimNoSuchPlace;
+    if (!frame || bytes == 0 || bytes > maxFrameBytes) return OrvoSimBadValue;
+    std::array<std::uint8_t, maxWireBytes> buffer;
+    std::memcpy(buffer.data(), frame, bytes);
+    const std::size_t wireBytes = sealFrame(buffer.data(), bytes, fcsErrorMask);
+    return resultOf(found->receiver().deliver(WireBytes(buffer).first(wireBytes)));
+}
+
+int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner) {
+    Port* const found = simulation().port({board, port});
+    if (!found) return OrvoSimNoSuchPlace;
+    if (partner < OrvoSimPartner1000 || partner > OrvoSimPartnerDown) return OrvoSimBadValue;
+    const std::lock_guard lock(benchMutex);
+    found->cabling().partner = partner;
+    found->cabling().pluggedAt = simClock.now(); // the far end begins anew
+    renegotiate(*found);
+    return 0;
+}

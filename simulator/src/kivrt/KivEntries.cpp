@@ -1,0 +1,60 @@
+// Entries of the simulated applet runtime: the register maps of the firmware versions that boards run. An
+// applet handle is a pointer to such a map.
+#include <orvo/hal/kivrt.h>
+#include <orvo/sim/orvo_sim.h>
+
+#include <cstring>
+
+namespace {
+
+/// The map that a handle stands for; null for anything that is none.
+const OrvoSimRegisterMap* mapOf(const void* applet) {
+    for (unsigned number = 0;; ++number) {
+        const OrvoSimRegisterMap* const map = orvoSimRegisterMap(number);
+        if (!map || map == applet) return map;
+    }
+}
+
+} // namespace
+
+void* KivFirmwareTrampoline(uint32_t major, uint32_t minor) {
+    for (unsigned number = 0;; ++number) {
+        const OrvoSimRegisterMap* const map = orvoSimRegisterMap(number);
+        if (!map) return nullptr;
+        if (map->major == major && map->minor == minor) return const_cast<OrvoSimRegisterMap*>(map);
+    }
+}
+
+/// Applets come by firmware version only: no file holds one of the simulation's.
+void* KivLoadKivFileWithType(const char*, uint32_t, uint32_t) {
+    return nullptr;
+}
+
+/// The map is the library's own and stays.
+int KivUnloadKivFile(void* applet) {
+    return mapOf(applet) ? 0 : OrvoSimHalBadHandle;
+}
+
+int KivGetRegisterByName(void* applet, const char* name) {
+    const OrvoSimRegisterMap* const map = mapOf(applet);
+    if (!map || !name) return 0;
+    for (uint32_t i = 0; i < map->count; ++i)
+        if (std::strcmp(map->registers[i].name, name) == 0)
+            return static_cast<int>(map->registers[i].address);
+    return 0;
+}
+
+int KivGetNrOfRegister(void* applet) {
+    const OrvoSimRegisterMap* const map = mapOf(applet);
+    return map ? static_cast<int>(map->count) : OrvoSimHalBadHandle;
+}
+
+const char* KivGetRegisterName(void* applet, uint32_t number) {
+    const OrvoSimRegisterMap* const map = mapOf(applet);
+    return map && number < map->count ? map->registers[number].name : nullptr;
+}
+
+int KivGetRegisterAddress(void* applet, uint32_t number) {
+    const OrvoSimRegisterMap* const map = mapOf(applet);
+    return map && number < map->count ? static_cast<int>(map->registers[number].address) : 0;
+}

@@ -1,0 +1,80 @@
+// One port's PHY: its registers as MDIO sees them, and what it shows to the other end of the cable.
+#pragma once
+
+#include "Negotiation.h"
+#include "PhyRegisters.h"
+
+#include <array>
+#include <cstdint>
+
+namespace orvo::sim {
+
+/// Threads: guarded by the bench mutex, all of it.
+class Phy {
+public:
+    /// A PHY that has power and was never reset; it negotiates in no time until it is.
+    Phy() noexcept;
+
+    /// How long it holds the reset bit and negotiates, from the next time on; UINT32_MAX for ever.
+    void setTimes(std::uint32_t resetMs, std::uint32_t negotiationMs) noexcept;
+
+    /// A register (0 to 31) as an MDIO read gives it; `read` also does what reading does to it.
+    std::uint16_t peek(unsigned number, SimTime now) const noexcept;
+    std::uint16_t read(unsigned number, SimTime now) noexcept;
+    /// True when the link has to be negotiated anew.
+    bool write(unsigned number, std::uint16_t value, SimTime now) noexcept;
+
+    /// The reset line, and the board's power. All of them call for a new negotiation.
+    void holdInReset() noexcept;
+    void releaseReset(SimTime now) noexcept;
+    void switchOff() noexcept;
+    void switchOn(SimTime now) noexcept;
+
+    LinkEnd end() const noexcept;
+    const Link& link() const noexcept { return link_; }
+    bool isLinkUp(SimTime now) const noexcept { return link_.mbit != 0 && link_.upAt <= now; }
+    /// From when on frames pass between the MAC and the cable.
+    SimTime passesFramesFrom() const noexcept;
+    /// The outcome of a negotiation that began at `now`.
+    void setLink(const Link& link, SimTime now) noexcept;
+
+    void setIdleErrors(unsigned count) noexcept;
+
+private:
+    bool answers() const noexcept { return hasPower_ && !heldInReset_; }
+    bool isResetting(SimTime now) const noexcept { return now < resetUntil_; }
+    void setStandardDefaults() noexcept;
+    void setVendorDefaults() noexcept;
+    void beginReset(SimTime now) noexcept;
+    bool writeControl(std::uint16_t value, SimTime now) noexcept;
+    std::uint16_t readStatus(SimTime now) const noexcept;
+    std::uint16_t readExpansion(SimTime now) const noexcept;
+    std::uint16_t readGigabitStatus(SimTime now) const noexcept;
+    std::uint16_t readSpecificStatus(SimTime now) const noexcept;
+
+    SimTime resetTime_;
+    SimTime negotiationTime_;
+
+    // Without power, or held in reset, no register answers and nothing is signalled.
+    bool hasPower_ = true;
+    bool heldInReset_ = false;
+    SimTime resetUntil_ = always;
+    SimTime activeSince_ = always;
+    bool takesTime_ = false; // to negotiate: since the first reset or restart
+
+    std::uint16_t control_ = 0;
+    std::uint16_t advertisement_ = 0;
+    std::uint16_t nextPage_ = 0;
+    std::uint16_t gigabitControl_ = 0;
+    std::uint16_t extendedIndex_ = 0;
+    std::array<std::uint16_t, phyRegisters> vendor_{}; // registers that are memory only
+    std::array<std::uint16_t, 32> extended_{};
+
+    Link link_;
+    bool linkFailed_ = false; // since the status was read last
+    bool pageRead_ = false;   // the received page, and the fault, were seen since the negotiation
+    bool faultRead_ = false;
+    std::uint16_t idleErrors_ = 0;
+};
+
+} // namespace orvo::sim

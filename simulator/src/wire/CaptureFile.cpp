@@ -1,0 +1,110 @@
+// Capture files.
+#include "CaptureFile.h"
+
+#include "WireSpec.h"
+
+#include <pcap/pcap.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace orvo::sim {
+
+namespace {
+
+constexpr int longestRecord = 65535;
+
+[[noreturn]] void refuse(const std::filesystem::path& path, const std::string& reason) {
+    throw WireError("capture file '" + path.string() + "' " + reason);
+}
+
+/// Opens a regular file; anything else (a pipe, say) could make reader or sender wait without limit.
+std::unique_ptr<std::FILE, CloseFile> openFile(const std::filesystem::path& path, int flags, const char* mode,
+                                               const std::string& doing) {
+    const int descriptor = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
+    if (descriptor < 0) refuse(path, "cannot be " + doing + ": " + std::strerror(errno));
+    std::unique_ptr<std::FILE, CloseFile> file(fdopen(descriptor, mode));
+    struct stat kind {};
+    if (!file || fstat(descriptor, &kind) != 0 || !S_ISREG(kind.st_mode))
+        refuse(path, "cannot be " + doing + ": it is not a regular file");
+    return file;
+}
+
+} // namespace
+
+void CloseFile::operator()(std::FILE* file) const noexcept {
+    std::fclose(file); // nothing was written through it
+}
+
+void CloseFile::operator()(pcap* file) const noexcept {
+    pcap_close(file);
+}
+
+void CloseFile::operator()(pcap_dumper* file) const noexcept {
+    pcap_dump_close(file);
+}
+
+CaptureReader::CaptureReader(const std::filesystem::path& path) : path_(path) {
+    auto opened = openFile(path, O_RDONLY, "rb", "played");
+    char reason[PCAP_ERRBUF_SIZE] = "";
+    file_.reset(pcap_fopen_offline(opened.get(), reason));
+    if (!file_) refuse(path, std::string("is no pcap or pcapng file: ") + reason);
+    static_cast<void>(opened.release()); // pcap's from now on
+    const int linkType = pcap_datalink(file_.get());
+    if (linkType == DLT_EN10MB) return;
+    const char* name = pcap_datalink_val_to_name(linkType);
+    refuse(path, "holds no Ethernet frames: its link type is " + (name ? name : std::to_string(linkType)));
+}
+
+std::optional<CaptureReader::Frame> CaptureReader::next() noexcept {
+    if (!file_) return std::nullopt;
+    pcap_pkthdr* record = nullptr;
+    const u_char* bytes = nullptr;
+    const int result = pcap_next_ex(file_.get(), &record, &bytes);
+    if (result == 1) return Frame{{bytes, record->caplen}, record->caplen == record->len};
+    if (result == PCAP_ERROR)
+        std::fprintf(stderr,
+                     "simulated board: capture file '%s' is damaged, the rest of it is not played: %s\n",
+                     path_.c_str(), pcap_geterr(file_.get()));
+    file_.reset();
+    return std::nullopt;
+}
+
+CaptureWriter::CaptureWriter(const std::filesystem::path& path)
+    : path_(path), opened_(openFile(path, O_WRONLY | O_CREAT, "wb", "written")),
+      format_(pcap_open_dead_with_tstamp_precision(DLT_EN10MB, longestRecord, PCAP_TSTAMP_PRECISION_NANO)) {
+    if (!format_) refuse(path, "cannot be written: out of memory");
+}
+
+void CaptureWriter::begin() noexcept {
+    failed_ = ftruncate(fileno(opened_.get()), 0) != 0;
+    file_.reset(pcap_dump_fopen(format_.get(), opened_.get())); // writes the file's header
+    if (file_) static_cast<void>(opened_.release());
+    failed_ = failed_ || !file_;
+}
+
+void CaptureWriter::write(WireBytes frame, std::chrono::nanoseconds sinceEpoch) noexcept {
+    if (!file_) return;
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+    pcap_pkthdr record{};
+    record.ts.tv_sec = seconds.count();
+    record.ts.tv_usec =
+        (sinceEpoch - seconds).count(); // nanoseconds: the precision that the file was opened with
+    record.caplen = record.len = static_cast<bpf_u_int32>(frame.size());
+    pcap_dump(reinterpret_cast<u_char*>(file_.get()), &record, frame.data());
+}
+
+bool CaptureWriter::flush() noexcept {
+    const bool ok = file_ && pcap_dump_flush(file_.get()) == 0 && !std::ferror(pcap_dump_file(file_.get()));
+    if (!ok && !failed_)
+        std::fprintf(stderr, "simulated board: capture file '%s' is incomplete: %s\n", path_.c_str(),
+                     std::strerror(errno));
+    failed_ = failed_ || !ok;
+    return !failed_;
+}
+
+} // namespace orvo::sim

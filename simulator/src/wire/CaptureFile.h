@@ -1,0 +1,61 @@
+// Reading and writing of capture files, by libpcap.
+#pragma once
+
+#include "WireFrame.h"
+
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+struct pcap;
+struct pcap_dumper;
+
+namespace orvo::sim {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const noexcept;
+    void operator()(pcap* file) const noexcept;
+    void operator()(pcap_dumper* file) const noexcept;
+};
+
+/// A pcap or pcapng file of Ethernet frames, read once from the start to the end. One thread at a time.
+class CaptureReader {
+public:
+    /// Throws WireError when the file is not there, or is not such a file.
+    explicit CaptureReader(const std::filesystem::path& path);
+
+    struct Frame {
+        WireBytes bytes; ///< as recorded, without frame check sequence; valid until the next call
+        bool isWhole;    ///< false when the recording cut the frame off
+    };
+    /// The next frame; none at the end, and none after a damaged record, which is reported to standard error.
+    std::optional<Frame> next() noexcept;
+
+private:
+    std::filesystem::path path_;
+    std::unique_ptr<pcap, CloseFile> file_;
+};
+
+/// A pcap file of Ethernet frames with time stamps in nanoseconds. One thread at a time.
+class CaptureWriter {
+public:
+    /// Opens the file but leaves its content until `begin`. Throws WireError.
+    explicit CaptureWriter(const std::filesystem::path& path);
+
+    /// Makes the file an empty capture.
+    void begin() noexcept;
+    void write(WireBytes frame, std::chrono::nanoseconds sinceEpoch) noexcept;
+    /// False when the file did not take everything; the first time, standard error says so.
+    bool flush() noexcept;
+
+private:
+    std::filesystem::path path_;
+    std::unique_ptr<std::FILE, CloseFile> opened_; // until begin
+    std::unique_ptr<pcap, CloseFile> format_;
+    std::unique_ptr<pcap_dumper, CloseFile> file_; // from begin on
+    bool failed_ = false;
+};
+
+} // namespace orvo::sim

@@ -1,0 +1,36 @@
+// The simple wires, and the choice among all.
+#include "Wire.h"
+
+#include "CaptureWire.h"
+
+namespace orvo::sim {
+
+namespace {
+
+/// Hands every frame to one receiver: that of the far port, or, as a loopback plug, that of the port itself.
+class Cable final : public Wire {
+public:
+    explicit Cable(FrameSink& sink) noexcept : sink_(sink) {}
+    void transmit(WireBytes frame) noexcept override { sink_.deliver(frame); }
+
+private:
+    FrameSink& sink_;
+};
+
+} // namespace
+
+std::unique_ptr<Wire> makeWire(const WireSpec& spec, FrameSink& own, FrameSink* far) {
+    switch (spec.kind) {
+    case WireSpec::Kind::Loopback:
+        return std::make_unique<Cable>(own);
+    case WireSpec::Kind::Port:
+        return std::make_unique<Cable>(*far);
+    case WireSpec::Kind::Capture:
+        return std::make_unique<CaptureWire>(spec, own);
+    case WireSpec::Kind::None:
+        break;
+    }
+    return nullptr;
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,78 @@
+// Texts of wires.
+#include "WireSpec.h"
+
+#include <charconv>
+
+namespace orvo::sim {
+
+namespace {
+
+[[noreturn]] void refuse(std::string_view text, const std::string& reason) {
+    throw WireError("wire '" + std::string(text) + "' " + reason);
+}
+
+bool parseNumber(std::string_view text, unsigned& number) noexcept {
+    const auto* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc{} && stop == end;
+}
+
+PortPlace parsePlace(std::string_view wire, std::string_view text) {
+    PortPlace place;
+    const auto slash = text.find('/');
+    if (slash == std::string_view::npos || !parseNumber(text.substr(0, slash), place.board) ||
+        !parseNumber(text.substr(slash + 1), place.port))
+        refuse(wire, "names no port; write port:BOARD/PORT, as in port:0/1");
+    return place;
+}
+
+WireSpec parseCapture(std::string_view wire, std::string_view text, const std::filesystem::path& directory) {
+    const auto comma = text.find(',');
+    const auto input = text.substr(0, comma);
+    if (input.empty()) refuse(wire, "names no file to play; write pcap:IN or pcap:IN,OUT");
+    WireSpec spec{WireSpec::Kind::Capture, {}, directory / input, {}};
+    if (comma == std::string_view::npos) return spec;
+    const auto output = text.substr(comma + 1);
+    if (output.empty()) refuse(wire, "names no file after the comma; write pcap:IN or pcap:IN,OUT");
+    spec.output = directory / output;
+    return spec;
+}
+
+} // namespace
+
+std::string toText(PortPlace place) {
+    return std::to_string(place.board) + "/" + std::to_string(place.port);
+}
+
+std::string WireSpec::text() const {
+    switch (kind) {
+    case Kind::None:
+        return "none";
+    case Kind::Loopback:
+        return "loopback";
+    case Kind::Port:
+        return std::string("port:").append(toText(far));
+    case Kind::Capture:
+        break;
+    }
+    auto text = std::string("pcap:").append(input.string());
+    return output.empty() ? text : text.append(",").append(output.string());
+}
+
+WireSpec parseWire(std::string_view text, const std::filesystem::path& directory) {
+    const auto colon = text.find(':');
+    const auto kind = text.substr(0, colon);
+    if (colon == std::string_view::npos) {
+        if (kind == "loopback") return {};
+        if (kind == "none") return {WireSpec::Kind::None, {}, {}, {}};
+    } else {
+        const auto rest = text.substr(colon + 1);
+        if (kind == "port") return {WireSpec::Kind::Port, parsePlace(text, rest), {}, {}};
+        if (kind == "pcap") return parseCapture(text, rest, directory);
+        if (kind == "tap" || kind == "packet")
+            refuse(text, "is not available: this simulation has no wires to live networks");
+    }
+    refuse(text, "is unknown; use loopback, port:BOARD/PORT, pcap:IN[,OUT] or none");
+}
+
+} // namespace orvo::sim

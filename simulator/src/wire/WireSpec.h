@@ -1,0 +1,39 @@
+// What a port is to be cabled with, as text and taken apart.
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace orvo::sim {
+
+/// A wire that cannot be had; what() is one sentence for the user.
+struct WireError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+struct PortPlace {
+    unsigned board = 0;
+    unsigned port = 0;
+    auto operator<=>(const PortPlace&) const = default;
+};
+
+std::string toText(PortPlace place); ///< "BOARD/PORT"
+
+struct WireSpec {
+    enum class Kind { None, Loopback, Port, Capture };
+
+    Kind kind = Kind::Loopback;
+    PortPlace far;                ///< the other end of a cable
+    std::filesystem::path input;  ///< of a capture: what is played towards the port
+    std::filesystem::path output; ///< of a capture: what records the port; may be empty
+
+    std::string text() const; ///< as parseWire takes it
+};
+
+/// Takes "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]" or "none" apart; relative paths start at `directory`
+/// (empty: they stay). Throws WireError; looks at no file and knows no boards.
+WireSpec parseWire(std::string_view text, const std::filesystem::path& directory = {});
+
+} // namespace orvo::sim
