@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# build.sh PRESET: installs what is missing, configures and builds one preset (see CMakePresets.json).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+preset=${1:?usage: scripts/build.sh PRESET}
+scripts/setup.sh
+cmake --preset "$preset" >/dev/null
+cmake --build --preset "$preset" --parallel "$(nproc)" 1>&2

@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# test.sh [PRESET...]: installs what is missing, builds and runs all tests. Presets: release (the default), debug, asan,
+# tsan, clang. Ends in CTest's summary of the last one.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+[ $# -gt 0 ] || set -- release
+for preset in "$@"; do
+    echo "== $preset" >&2
+    scripts/build.sh "$preset"
+    ctest --preset "$preset" --parallel "$(nproc)"
+done
