@@ -84,7 +84,7 @@ void CaptureWriter::begin() noexcept {
     failed_ = ftruncate(fileno(opened_.get()), 0) != 0;
     file_.reset(pcap_dump_fopen(format_.get(), opened_.get())); // writes the file's header
     if (file_) static_cast<void>(opened_.release());
-    failed_ = failed_ || !file_;
+    flush(); // so that the file is a capture from the start
 }
 
 void CaptureWriter::write(WireBytes frame, std::chrono::nanoseconds sinceEpoch) noexcept {
