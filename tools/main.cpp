@@ -35,8 +35,10 @@ int runCommand(Command& command) {
 int explain(const CLI::App& program, const CLI::ParseError& outcome) {
     if (outcome.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(outcome);
     const auto chosen = program.get_subcommands();
-    complain(std::string(outcome.what()) + "; see 'orvo-gige " +
-             (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'");
+    const auto unknown = program.remaining();
+    complain((chosen.empty() && !unknown.empty() ? "there is no subcommand " + quoted(unknown[0])
+                                                 : std::string(outcome.what())) +
+             "; see 'orvo-gige " + (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'");
     return WrongUsage;
 }
 

@@ -44,4 +44,8 @@ std::string grouped(std::uint64_t number) {
     return text;
 }
 
+std::string counted(std::uint64_t number, const std::string& thing) {
+    return grouped(number) + " " + thing + (number == 1 ? "" : "s");
+}
+
 } // namespace orvo::host

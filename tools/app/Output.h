@@ -20,4 +20,7 @@ std::string table(const std::vector<std::vector<std::string>>& rows);
 /// A number with a comma between thousands.
 std::string grouped(std::uint64_t number);
 
+/// A number and what it counts, "1 frame" or "2,000 frames".
+std::string counted(std::uint64_t number, const std::string& thing);
+
 } // namespace orvo::host

@@ -4,7 +4,6 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -37,10 +36,11 @@ void Progress::show(const std::stop_token& stop) const {
     std::mutex lock;
     std::condition_variable_any stopped;
     std::unique_lock guard(lock);
+    const auto begin = std::chrono::steady_clock::now();
     bool drawn = false;
     for (auto pause = 400ms; !stopped.wait_for(guard, stop, pause, [] { return false; }); pause = 200ms) {
         if (stop.stop_requested()) break;
-        draw();
+        draw(std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin));
         drawn = true;
     }
     if (drawn) put(terminal_, eraseLine);
@@ -48,8 +48,8 @@ void Progress::show(const std::stop_token& stop) const {
 
 // The cursor goes back to the line's start, so that a log line in between is written over the text and not
 // after it.
-void Progress::draw() const {
-    auto text = text_();
+void Progress::draw(std::chrono::seconds passed) const {
+    auto text = text_() + ", " + std::to_string(passed.count()) + " s";
     text.resize(std::min(text.size(), columnsOf(terminal_) - 1));
     put(terminal_, eraseLine + text + "\r");
 }

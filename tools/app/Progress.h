@@ -1,6 +1,7 @@
 // The line that tells a waiting user what is going on.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
@@ -20,7 +21,7 @@ public:
 
 private:
     void show(const std::stop_token& stop) const;
-    void draw() const;
+    void draw(std::chrono::seconds passed) const;
 
     const std::function<std::string()> text_;
     const int terminal_;

@@ -47,11 +47,10 @@ void waitForLink(const Session& session, PortAddress port) {
     const bool up = session.simulator ? comesUpOnSimulator(*session.simulator, port)
                                       : comesUpOnBoard(session.libraries, port);
     if (up) return;
-    const auto wire = session.simulator ? session.simulator->wire(port) : std::string();
-    throw Failure("port " + port.text() + " has no link" +
-                  (wire == "none" ? ": nothing is plugged in (wire 'none')"
-                                  : " after " + std::to_string(limit.count()) + " s") +
-                  "; check the cable and the far end");
+    if (session.simulator && session.simulator->wire(port) == "none")
+        throw Failure("port " + port.text() + " has no link: nothing is plugged in; cable it with --wire");
+    throw Failure("port " + port.text() + " has no link after " + std::to_string(limit.count()) +
+                  " s; check the cable and the far end");
 }
 
 } // namespace orvo::host

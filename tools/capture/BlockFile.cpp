@@ -99,8 +99,10 @@ void BlockFile::close() {
 }
 
 void BlockFile::fail(int reason) const {
-    throw Failure("cannot write " + quoted(path_) + ": " + systemError(reason) +
-                  "; free the space or name another file with --write");
+    const bool full = reason == ENOSPC || reason == EDQUOT || reason == EFBIG;
+    throw Failure(
+        "cannot write " + quoted(path_) + ": " + systemError(reason) +
+        (full ? "; free some space or name another file with --write" : "; name another file with --write"));
 }
 
 } // namespace orvo::host

@@ -67,9 +67,9 @@ public:
     Port& receiver() { return receiver_ ? *receiver_ : sender_; }
 
     void open(const Session& session) {
-        const Progress progress([this] {
-            return fmt::format("preparing port {} (resetting a board takes about 5 s)",
-                               receiver().address().text());
+        const Progress progress([] {
+            return std::string(endRequested() == 0 ? "preparing the ports (resetting a board takes about 5 s)"
+                                                   : "ending as soon as the board's reset is over");
         });
         sender_.open();
         throwIfEndRequested();

@@ -27,24 +27,22 @@ std::string line(const std::string& name, const std::string& value) {
 }
 
 std::string countLine(const std::string& name, const FrameCount& count, const std::string& where) {
-    return line(name,
-                fmt::format("{} frames, {} bytes {}", grouped(count.frames), grouped(count.bytes), where));
+    return line(name, counted(count.frames, "frame") + ", " + counted(count.bytes, "byte") + " " + where);
 }
 
 std::string droppedLines(const ReplayReport& report) {
-    if (report.result.droppedFrames() == 0) return line("dropped", "0 frames");
+    if (report.result.droppedFrames() == 0) return line("dropped", counted(0, "frame"));
     std::string text;
     for (std::size_t i = 0; i < dropReasonCount; ++i)
         if (const auto frames = report.result.dropped[i])
-            text += line("dropped",
-                         fmt::format("{} frames {}", grouped(frames), textOf(static_cast<DropReason>(i))));
+            text += line("dropped", counted(frames, "frame") + " " + textOf(static_cast<DropReason>(i)));
     return text;
 }
 
 std::string verificationLines(const Verifier::Report& found) {
     auto text =
         line("verified",
-             found.passed() ? fmt::format("all {} frames came back identical", grouped(found.identical))
+             found.passed() ? "identical, " + counted(found.identical, "frame")
                             : fmt::format("DIFFERENT: {} identical, {} changed, {} lost, {} late, {} foreign",
                                           grouped(found.identical), grouped(found.changed),
                                           grouped(found.lost), grouped(found.late), grouped(found.foreign)));
@@ -104,15 +102,14 @@ std::string textOf(const ReplayReport& report) {
     text += countLine("sent", result.sent, "through port " + report.sendingPort.text());
     text += countLine("received", result.received, "at port " + report.receivingPort.text());
     text += droppedLines(report);
-    text += line("lost", grouped(report.lostFrames()) + " frames");
+    text += line("lost", counted(report.lostFrames(), "frame"));
     if (report.verification) text += verificationLines(*report.verification);
     text += line("duration", fmt::format("{:.3f} s of traffic", secondsOf(report)));
     text += line("rate", fmt::format("{} frames/s, {:.1f} Mbit/s",
                                      grouped(static_cast<std::uint64_t>(framesPerSecond(report))),
                                      megabitPerSecond(report)));
     if (!report.options.output.empty())
-        text += line("written",
-                     fmt::format("{} frames to {}", grouped(report.writtenFrames), report.options.output));
+        text += line("written", counted(report.writtenFrames, "frame") + " to " + report.options.output);
     if (report.interrupted) text += line("ended", "early, by a signal");
     return text + statisticsLines(report);
 }
