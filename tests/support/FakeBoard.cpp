@@ -229,7 +229,8 @@ int FakeBoard::readQueue(std::uint32_t queue, void* buffer, std::uint64_t bytes,
     if (pending.empty()) return HalTimeout;
     const QueueAnswer next = pending.front();
     pending.erase(pending.begin());
-    std::memcpy(buffer, next.words.data(), std::min<std::size_t>(bytes, 4 * next.words.size()));
+    if (!next.words.empty())
+        std::memcpy(buffer, next.words.data(), std::min<std::size_t>(bytes, 4 * next.words.size()));
     return next.result;
 }
 
