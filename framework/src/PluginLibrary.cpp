@@ -46,14 +46,15 @@ struct PluginLibrary::State {
     }
 
     void readSymbols() {
-        rowCount = *symbol<std::uint32_t>("plugin_count");
+        const auto count = *symbol<std::int32_t>("plugin_count");
+        if (count < 1) refuse("offers no plug-in class: its 'plugin_count' is " + std::to_string(count));
+        rowCount = static_cast<std::size_t>(count);
         rows = symbol<PluginDescriptor>("plugin_descriptor");
         initFunction = *symbol<PluginEntryFunction>("plugin_init");
         deinitFunction = *symbol<PluginEntryFunction>("plugin_deinit");
     }
 
     void check() const {
-        if (rowCount == 0) refuse("offers no plug-in class: its 'plugin_count' is 0");
         if (!initFunction) refuse("has a null pointer in 'plugin_init'");
         if (!deinitFunction) refuse("has a null pointer in 'plugin_deinit'");
         for (std::size_t i = 0; i < rowCount; ++i) checkRow(i);

@@ -5,6 +5,7 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -104,7 +105,8 @@ private:
 
     static timespec monotonicTimeAfter(std::chrono::milliseconds limit) {
         using namespace std::chrono;
-        const auto waited = nanoseconds(limit > milliseconds::zero() ? limit : milliseconds::zero());
+        constexpr milliseconds longest = hours(24 * 365 * 100); // what is longer does not fit nanoseconds
+        const nanoseconds waited = std::clamp(limit, milliseconds::zero(), longest);
         timespec now{};
         clock_gettime(CLOCK_MONOTONIC, &now);
         const auto deadline = seconds(now.tv_sec) + nanoseconds(now.tv_nsec) + waited;
