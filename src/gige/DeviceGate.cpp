@@ -32,7 +32,7 @@ DeviceGate::Pass DeviceGate::enterSend(std::chrono::milliseconds limit) noexcept
         if (sending_.load(std::memory_order_relaxed) == 0 && sending_.exchange(1) == 0)
             return lookAtGate(sending_);
     } while (Clock::now() < deadline);
-    return Pass(nullptr, false, false);
+    return Pass(nullptr, false, Answer::Late);
 }
 
 DeviceGate::Pass DeviceGate::enterControl() noexcept {

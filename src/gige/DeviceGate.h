@@ -20,7 +20,9 @@ public:
     DeviceGate(const DeviceGate&) = delete;
     DeviceGate& operator=(const DeviceGate&) = delete;
 
-    /// Stay inside for as long as this lives, if it is true; false when the gate was closed.
+    enum class Answer { Inside, Closed, Late };
+
+    /// Stay inside for as long as this lives, if it is true.
     class Pass {
     public:
         Pass(const Pass&) = delete;
@@ -32,16 +34,18 @@ public:
             else if (flag_)
                 flag_->store(0, std::memory_order_release);
         }
-        explicit operator bool() const noexcept { return inside_; }
+        explicit operator bool() const noexcept { return answer_ == Answer::Inside; }
+        /// Inside, Closed (the device is released), or Late (other senders took too long).
+        Answer answer() const noexcept { return answer_; }
 
     private:
         friend class DeviceGate;
-        Pass(std::atomic<int>* flag, bool shared, bool inside) noexcept
-            : flag_(flag), shared_(shared), inside_(inside) {}
+        Pass(std::atomic<int>* flag, bool shared, Answer answer) noexcept
+            : flag_(flag), shared_(shared), answer_(answer) {}
 
         std::atomic<int>* flag_; // the raised one; null when there is nothing to lower
         bool shared_;            // the flag counts several threads
-        bool inside_;
+        Answer answer_;
     };
 
     /// For the one thread that receives.
@@ -77,7 +81,7 @@ private:
     /// The pass of a thread whose flag is up; the load is an acquire, so it sees the device that `open`
     /// published.
     Pass lookAtGate(std::atomic<int>& flag, bool shared = false) noexcept {
-        return Pass(&flag, shared, !closed_.load());
+        return Pass(&flag, shared, closed_.load() ? Answer::Closed : Answer::Inside);
     }
     bool somebodyInside() const noexcept;
 

@@ -81,7 +81,7 @@ private:
     int lostWords(); // of the receive queue
 
     void sendFrame(const QByteArray& bytes, std::size_t frameBytes);
-    void reportReleasedDevice(std::size_t frameBytes);
+    void reportNoTurn(bool released, std::size_t frameBytes);
     void reportTransmitter(const TransmitterReading& transmitter);
 
     void postActionCommandTimeout(std::uint16_t count);

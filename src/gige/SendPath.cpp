@@ -44,9 +44,8 @@ void OrvoGbePhysicalNetworkInterface::addToSendQueue(boost::shared_ptr<EthernetF
 
 void OrvoGbePhysicalNetworkInterface::sendFrame(const QByteArray& bytes, std::size_t frameBytes) {
     TransmitterReading transmitter{TransmitterState::Idle, 0};
-    bool released = true;
+    auto answer = DeviceGate::Answer::Inside;
     if (const auto turn = d->gate.enterSend(turnLimit)) {
-        released = false;
         if (d->regGigeTxTransferActive != 0)
             transmitter = awaitTransmitter(d->device, d->regGigeTxTransferActive, transmitterLimit);
         if (transmitter.state == TransmitterState::Idle) {
@@ -55,18 +54,20 @@ void OrvoGbePhysicalNetworkInterface::sendFrame(const QByteArray& bytes, std::si
             d->sentFrames += 1;
             d->sentBytes += frameBytes + fcsBytes;
         }
+    } else {
+        answer = turn.answer();
     }
-    if (released)
-        reportReleasedDevice(frameBytes);
+    if (answer != DeviceGate::Answer::Inside)
+        reportNoTurn(answer == DeviceGate::Answer::Closed, frameBytes);
     else if (transmitter.state != TransmitterState::Idle)
         reportTransmitter(transmitter);
 }
 
-void OrvoGbePhysicalNetworkInterface::reportReleasedDevice(std::size_t frameBytes) {
+void OrvoGbePhysicalNetworkInterface::reportNoTurn(bool released, std::size_t frameBytes) {
     if (auto text = warning())
         text << "': Packet is dropped, the device is "
-             << (d->gate.isClosed() ? "released" : "kept busy by other senders")
-             << " (packet size: " << frameBytes << ")";
+             << (released ? "released" : "kept busy by other senders") << " (packet size: " << frameBytes
+             << ")";
 }
 
 void OrvoGbePhysicalNetworkInterface::reportTransmitter(const TransmitterReading& transmitter) {
