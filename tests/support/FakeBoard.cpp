@@ -133,7 +133,7 @@ FakeBoard::FakeBoard() {
 }
 
 FakeBoard::~FakeBoard() {
-    onSleep({});
+    restorePacing();
     fillTables(false);
     board = nullptr;
 }

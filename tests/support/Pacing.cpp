@@ -27,6 +27,11 @@ void advanceClock(std::chrono::milliseconds step) {
     clockAheadMs += step.count();
 }
 
+void restorePacing() {
+    onSleep({});
+    clockAheadMs = 0;
+}
+
 } // namespace orvo::test
 
 extern "C" {

@@ -14,4 +14,7 @@ void onSleep(std::function<void(std::chrono::microseconds)> handler);
 /// Moves the monotonic clock of the process ahead.
 void advanceClock(std::chrono::milliseconds step);
 
+/// Takes both back: no handler, and a clock that shows the system's time, by which the C library waits.
+void restorePacing();
+
 } // namespace orvo::test

@@ -14,6 +14,9 @@ struct LogRecord {
     std::string logger;
     std::uint32_t level;
     std::string text;
+    std::uint64_t handle; // with which the logger logged, and the two arguments that go with a message
+    std::uint32_t a;
+    std::uint64_t b;
 };
 
 /// Everything logged since the last call.

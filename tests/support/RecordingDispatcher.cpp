@@ -32,9 +32,9 @@ void lookup(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
     *threshold = currentThreshold;
 }
 
-void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t, std::uint64_t) {
+void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b) {
     const std::lock_guard guard(lock);
-    records.push_back({nameOf(handle), level, message});
+    records.push_back({nameOf(handle), level, message, handle, a, b});
 }
 
 void attach(tools::logging::Logging* facility, tools::logging::DispatcherDetached detached,

@@ -1,4 +1,4 @@
-// Files and environment variables that last as long as a test.
+// Files that last as long as a test.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -40,32 +40,6 @@ public:
 
 private:
     std::filesystem::path path_;
-};
-
-/// Sets an environment variable, or unsets it when `value` is null, and puts the old state back at the end.
-class ScopedVariable {
-public:
-    ScopedVariable(const char* name, const char* value) : name_(name) {
-        const char* old = std::getenv(name);
-        wasSet_ = old != nullptr;
-        if (old) old_ = old;
-        set(value);
-    }
-    ~ScopedVariable() { set(wasSet_ ? old_.c_str() : nullptr); }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-    void set(const char* value) {
-        if (value)
-            setenv(name_.c_str(), value, 1);
-        else
-            unsetenv(name_.c_str());
-    }
-
-private:
-    std::string name_;
-    std::string old_;
-    bool wasSet_;
 };
 
 } // namespace orvo::test

@@ -1,0 +1,155 @@
+// The queue between threads: order, capacity, interruption, ownership of what it holds.
+#include <orvo/templates/platform/SynchronizedQueue.h>
+
+#include "support/Concurrency.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+
+namespace orvo::test {
+namespace {
+
+using namespace std::chrono_literals;
+using Interrupted = templates::platform::SynchronizedQueueInterruptException;
+template <class T> using Queue = templates::platform::SynchronizedQueue<T>;
+
+/// What is left in an interrupted queue.
+template <class T> std::vector<T> drained(Queue<T>& queue) {
+    std::vector<T> items;
+    try {
+        for (;;) items.push_back(queue.pop());
+    } catch (const Interrupted&) {
+        return items;
+    }
+}
+
+TEST(SynchronizedQueue, FullQueueHoldsItsProducers) {
+    Queue<int> queue(64);
+    for (int i = 0; i < 64; ++i) queue.push(i);
+    auto producer = inBackground([&] { queue.push(64); });
+    EXPECT_TRUE(isWaiting(producer));
+    EXPECT_EQ(queue.pop(), 0);
+    producer.get();
+    producer = inBackground([&] { queue.push(65); });
+    EXPECT_TRUE(isWaiting(producer));
+    int item = 0;
+    EXPECT_TRUE(queue.tryPop(item, 0ms));
+    producer.get();
+    EXPECT_EQ(item, 1);
+    for (int i = 2; i <= 65; ++i) EXPECT_EQ(queue.pop(), i);
+}
+
+TEST(SynchronizedQueue, InterruptionReleasesEveryoneForGood) {
+    Queue<int> full(2), empty(2);
+    full.push(1);
+    full.push(2);
+    std::future<void> waiting[] = {inBackground([&] { full.push(3); }), inBackground([&] { full.push(4); }),
+                                   inBackground([&] { empty.pop(); }), inBackground([&] {
+                                       int item = 0;
+                                       empty.tryPop(item, 1h);
+                                   })};
+    for (const auto& each : waiting) EXPECT_TRUE(isWaiting(each));
+    full.interrupt();
+    empty.interrupt();
+    for (auto& each : waiting) EXPECT_THROW(each.get(), Interrupted);
+
+    EXPECT_EQ(full.pop(), 1) << "what was queued before is still delivered";
+    EXPECT_THROW(full.push(5), Interrupted) << "room or not";
+    int item = 0;
+    EXPECT_TRUE(full.tryPop(item, 0ms));
+    EXPECT_EQ(item, 2);
+    EXPECT_THROW(full.tryPop(item, 0ms), Interrupted);
+    EXPECT_THROW(full.pop(), Interrupted);
+    EXPECT_THROW(empty.push(1), Interrupted);
+    empty.interrupt();
+    EXPECT_THROW(empty.pop(), Interrupted);
+    EXPECT_STREQ(Interrupted().what(), std::exception().what());
+}
+
+TEST(SynchronizedQueue, TryPopEndsAtItsLimit) {
+    Queue<int> queue(1);
+    int item = -1;
+    for (const auto limit : {0ms, 1ms, 15ms, -1ms, std::chrono::milliseconds::min()}) {
+        SCOPED_TRACE(limit.count());
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_FALSE(queue.tryPop(item, limit));
+        EXPECT_GE(std::chrono::steady_clock::now() - begin, limit);
+    }
+    EXPECT_EQ(item, -1);
+    for (const auto limit : {std::chrono::milliseconds(24h), std::chrono::milliseconds::max()}) {
+        SCOPED_TRACE(limit.count());
+        auto consumer = inBackground([&] { EXPECT_TRUE(queue.tryPop(item, limit)); });
+        EXPECT_TRUE(isWaiting(consumer));
+        queue.push(7);
+        consumer.get();
+    }
+    EXPECT_EQ(item, 7);
+}
+
+TEST(SynchronizedQueue, ElementsAreReleasedOnce) {
+    const auto event = std::make_shared<int>(1);
+    {
+        Queue<std::shared_ptr<int>> queue(4);
+        for (int i = 0; i < 4; ++i) queue.push(event);
+        EXPECT_EQ(event.use_count(), 5);
+        queue.pop();
+        EXPECT_EQ(event.use_count(), 4) << "taken and let go";
+        queue.interrupt();
+        EXPECT_THROW(queue.push(event), Interrupted);
+        EXPECT_EQ(event.use_count(), 4);
+    }
+    EXPECT_EQ(event.use_count(), 1);
+}
+
+/// Its copies can be made to fail.
+struct Fragile {
+    explicit Fragile(int number) : value(number) {}
+    Fragile(const Fragile& other) : value(other.value) {
+        if (breaks) throw std::runtime_error("copy");
+    }
+    int value;
+    static inline bool breaks = false;
+};
+
+TEST(SynchronizedQueue, FailedCopyLeavesTheQueueAsItWas) {
+    Queue<Fragile> queue(2);
+    queue.push(Fragile(1));
+    Fragile::breaks = true;
+    EXPECT_THROW(queue.push(Fragile(2)), std::runtime_error);
+    EXPECT_THROW(queue.pop(), std::runtime_error);
+    Fragile::breaks = false;
+    queue.push(Fragile(3));
+    EXPECT_EQ(queue.pop().value, 1);
+    EXPECT_EQ(queue.pop().value, 3);
+}
+
+TEST(SynchronizedQueue, NothingIsLostBetweenManyThreads) {
+    constexpr int producers = 2, consumers = 2, each = 3000;
+    Queue<int> queue(3);
+    std::vector<int> taken[consumers];
+    std::atomic<int> producing = producers;
+    runTogether(producers + consumers, [&](int i) {
+        if (i >= producers) {
+            taken[i - producers] = drained(queue);
+            return;
+        }
+        for (int k = 0; k < each; ++k) queue.push(i * each + k);
+        if (--producing == 0) queue.interrupt();
+    });
+    std::vector<int> seen(producers * each);
+    for (const auto& items : taken) {
+        int last[producers] = {-1, -1};
+        for (const int item : items) {
+            ++seen[static_cast<std::size_t>(item)];
+            EXPECT_GT(item, std::exchange(last[item / each], item))
+                << "one producer's items keep their order";
+        }
+    }
+    EXPECT_THAT(seen, testing::Each(1));
+}
+
+} // namespace
+} // namespace orvo::test

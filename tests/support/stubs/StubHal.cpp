@@ -1,0 +1,31 @@
+// Both board libraries in one, all entries of which answer the same; as a board library that lacks one entry
+// when that entry's name is defined as another.
+#include <orvo/hal/kivrt.h>
+#include <orvo/hal/orvo_hal.h>
+
+#include <cstdint>
+
+namespace {
+
+char handle = 0;
+
+template <class Result> Result answer() {
+    if constexpr (requires { static_cast<Result>(4711); })
+        return static_cast<Result>(4711);
+    else
+        return &handle;
+}
+
+} // namespace
+
+#define ENTRY(Result, name, unbound, parameters, arguments)                                                  \
+    Result name parameters {                                                                                 \
+        return answer<Result>();                                                                             \
+    }
+#pragma GCC diagnostic ignored "-Wunused-parameter" // the names come with the tables
+#include "hal/OrvoHalEntries.def"
+#define ENTRY(Result, name, unbound, parameters, arguments)                                                  \
+    Result name parameters {                                                                                 \
+        return answer<Result>();                                                                             \
+    }
+#include "hal/KivRuntimeEntries.def"
