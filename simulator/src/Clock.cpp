@@ -1,6 +1,8 @@
 // Real and virtual time.
 #include "Clock.h"
 
+#include <algorithm>
+
 namespace orvo::sim {
 
 namespace {
@@ -31,7 +33,7 @@ void Clock::useVirtual(bool on) {
 bool Clock::advance(SimTime span) {
     const std::lock_guard lock(mode_);
     if (!isVirtual()) return false;
-    virtualNow_.store(later(virtualNow_.load(), span), std::memory_order_release);
+    virtualNow_.store(std::min(later(virtualNow_.load(), span), lastMoment), std::memory_order_release);
     return true;
 }
 

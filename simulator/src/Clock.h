@@ -14,6 +14,9 @@ using SimTime = std::chrono::nanoseconds;
 inline constexpr SimTime always = SimTime::zero();
 inline constexpr SimTime never = SimTime::max();
 
+/// Virtual time does not go further than this (146 years), so that every later moment can still be told.
+inline constexpr SimTime lastMoment = never / 2;
+
 /// `start` plus `span`, where a start of `never` stays.
 constexpr SimTime later(SimTime start, SimTime span) noexcept {
     return span >= never - start ? never : start + span;
@@ -25,7 +28,7 @@ public:
     SimTime now() const noexcept;
     bool isVirtual() const noexcept { return virtual_.load(std::memory_order_acquire); }
     void useVirtual(bool on);
-    /// False, and without effect, in real time.
+    /// As far as `lastMoment`. False, and without effect, in real time.
     bool advance(SimTime span);
     /// The moment as nanoseconds since 1970, for time stamps in captures.
     std::chrono::nanoseconds wallTime() const noexcept;

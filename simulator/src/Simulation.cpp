@@ -73,8 +73,20 @@ const FirmwareProfile* Simulation::firmware(unsigned number) const noexcept {
     return number < firmwares_.size() ? firmwares_[number].get() : nullptr;
 }
 
+/// Two ports that record into one file would destroy each other's captures.
+void Simulation::refuseSharedOutput(PortPlace place, const WireSpec& spec) {
+    std::error_code absent; // then the file is not shared
+    for (const auto& board : boards_)
+        for (Port& other : board->ports())
+            if (other.place() != place &&
+                std::filesystem::equivalent(other.cabling().spec.output, spec.output, absent))
+                throw WireError("capture file '" + spec.output.string() + "' is written by port " +
+                                toText(other.place()) + " already");
+}
+
 void Simulation::plug(PortPlace place, const WireSpec& spec, SimTime now) {
     const std::lock_guard lock(benchMutex);
+    refuseSharedOutput(place, spec);
     orvo::sim::plug(
         place, spec, [this](PortPlace at) { return port(at); }, now);
 }

@@ -3,7 +3,10 @@
 
 #include <pcap/pcap.h>
 
+#include <sys/resource.h>
+
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -142,14 +145,30 @@ TEST_F(CaptureWireTest, RecordsWhatThePortSends) {
     plug(0, wire); // the same file again: it begins anew
     EXPECT_THAT(readBack(out).frames, testing::ElementsAre());
     device.send(0, frameOf(100));
+    std::array<char, 4096> error{};
+    EXPECT_EQ(orvoSimSetWire(0, 1, wire.c_str(), error.data(), error.size()), OrvoSimBadValue);
+    EXPECT_THAT(error.data(), HasSubstr("out.pcap' is written by port 0/0 already"));
     setWire(0, 0, "loopback");
     EXPECT_THAT(readBack(out).frames, testing::ElementsAre(frameOf(100)));
 }
 
-TEST_F(CaptureWireTest, ReportsFilesThatTakeNothing) {
-    if (!fs::exists("/dev/full")) GTEST_SKIP() << "no /dev/full";
-    EXPECT_THAT(refusal("pcap:" + record("in.pcap", {}).string() + ",/dev/full"),
-                HasSubstr("not a regular file"));
+TEST_F(CaptureWireTest, ReportsARecordingThatIsIncomplete) {
+    const auto out = folder / "out.pcap";
+    plug(0, "pcap:" + record("in.pcap", {}).string() + "," + out.string());
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{500, before.rlim_max}; // as on a full disk
+    std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+    testing::internal::CaptureStderr();
+    device.send(0, frameOf(1000));
+    EXPECT_EQ(orvoSimFlushWires(), OrvoSimNotWritten);
+    EXPECT_EQ(orvoSimFlushWires(), OrvoSimNotWritten);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(),
+        testing::MatchesRegex("simulated board: capture file '[^\n]*' is incomplete: File too large\n"));
 }
 
 TEST_F(CaptureWireTest, RefusesWhatIsNoEthernetCapture) {
@@ -165,6 +184,7 @@ TEST_F(CaptureWireTest, RefusesWhatIsNoEthernetCapture) {
         {"pcap:" + record("raw.pcap", {}, DLT_RAW).string(),
          "raw.pcap' holds no Ethernet frames: its link type is RAW"},
         {"pcap:" + in + "," + at + "no/such/folder", "folder' cannot be written: No such file"},
+        {"pcap:" + in + ",/dev/null", "/dev/null' cannot be written: it is not a regular file"},
         {"pcap:" + in + "," + in, "in.pcap' cannot be played and written at once"},
     };
     for (const auto& [wire, reason] : cases) {

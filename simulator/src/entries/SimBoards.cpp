@@ -32,7 +32,7 @@ int orvoSimUseVirtualTime(int on) {
 }
 
 int orvoSimAdvanceTime(uint64_t microseconds) {
-    constexpr auto most = std::chrono::floor<std::chrono::microseconds>(never).count();
+    constexpr auto most = std::chrono::floor<std::chrono::microseconds>(lastMoment).count();
     const auto span =
         microseconds > static_cast<uint64_t>(most) ? most : static_cast<std::int64_t>(microseconds);
     return simClock.advance(std::chrono::microseconds(span)) ? 0 : OrvoSimBadValue;

@@ -145,7 +145,7 @@ ORVO_EXPORT int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegist
 /// of captures run on this clock; it never goes back.
 ORVO_EXPORT int orvoSimUseVirtualTime(int on);
 
-/// Advances virtual time. OrvoSimBadValue in real time.
+/// Advances virtual time, to 146 years at most. OrvoSimBadValue in real time.
 ORVO_EXPORT int orvoSimAdvanceTime(uint64_t microseconds);
 
 /// The clock, in microseconds from an arbitrary start.
