@@ -17,10 +17,9 @@ Dispatcher& dispatcher() {
     return instance;
 }
 
-// Runs when the library is unloaded or the process ends: facilities that are still attached must not call
-// into code that is going away.
-struct DetachAtUnload {
-    ~DetachAtUnload() { dispatcher().detachAll(); }
+// Runs when the process ends: a facility that is still attached then has no dispatcher any more.
+struct DetachAtEnd {
+    ~DetachAtEnd() { dispatcher().detachAll(); }
 };
 
 // No exception may cross into a facility, which is foreign code; all that can be thrown is lack of memory.
@@ -52,7 +51,7 @@ void attachFacility(Logging* facility, DispatcherDetached detached, SetLoggerLev
         *lookup = lookupLogger;
         *emit = emitMessage;
         dispatcher().attach(facility, detached, setLevel);
-        static const DetachAtUnload detachAtUnload;
+        static const DetachAtEnd detachAtEnd;
     });
 }
 

@@ -54,8 +54,9 @@ std::string verificationLines(const Verifier::Report& found) {
 std::string statisticsLines(const ReplayReport& report) {
     std::string text;
     for (const auto& statistics : report.statistics) {
-        if (statistics.lines.empty()) continue;
         text += fmt::format("\nport {}, as counted by the plug-in:\n", statistics.port.text());
+        if (statistics.lines.empty())
+            text += "  not to be had: the installation has no log dispatcher that hands it out\n";
         for (const auto& entry : statistics.lines) text += "  " + entry + "\n";
     }
     return text;
