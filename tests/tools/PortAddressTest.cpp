@@ -1,6 +1,7 @@
 // BOARD/PORT, as users write it, alone and in --wire.
 #include "app/Options.h"
 
+#include <CLI/CLI.hpp>
 #include <gtest/gtest.h>
 
 namespace orvo::host {

@@ -1,20 +1,21 @@
 // A subcommand of the program.
 #pragma once
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace orvo::host {
 
 /// Declares itself on the program's command line when constructed; runs when it was chosen.
 class Command {
 public:
-    Command(CLI::App& program, const char* name, const char* description)
-        : line_(*program.add_subcommand(name, description)) {}
+    Command(CLI::App& program, const char* name, const char* description);
     virtual ~Command() = default;
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
 
-    bool chosen() const { return line_.parsed(); }
+    bool chosen() const;
 
     /// Does the work; returns the exit code. Errors: Failure, Interruption.
     virtual int run() = 0;

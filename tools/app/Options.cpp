@@ -1,6 +1,8 @@
 // Declaration and reading of the shared options.
 #include "app/Options.h"
 
+#include <CLI/CLI.hpp>
+
 namespace orvo::host {
 namespace {
 

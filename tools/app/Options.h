@@ -3,10 +3,12 @@
 
 #include "board/PortAddress.h"
 
-#include <CLI/CLI.hpp>
-
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+}
 
 namespace orvo::host {
 

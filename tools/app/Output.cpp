@@ -3,6 +3,8 @@
 
 #include "app/Failure.h"
 
+#include <nlohmann/json.hpp>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>

@@ -9,7 +9,9 @@
 #include "board/Phy.h"
 #include "board/Session.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <atomic>
 

@@ -12,7 +12,9 @@
 #include "board/Session.h"
 #include "commands/ReplayReport.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 #include <memory>

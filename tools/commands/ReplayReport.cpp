@@ -4,6 +4,7 @@
 #include "app/Output.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace orvo::host {
 namespace {
@@ -42,7 +43,7 @@ std::string droppedLines(const ReplayReport& report) {
 std::string verificationLines(const Verifier::Report& found) {
     auto text =
         line("verified",
-             found.passed() ? "identical, " + counted(found.identical, "frame")
+             found.passed() ? counted(found.identical, "frame") + " came back identical and in order"
                             : fmt::format("DIFFERENT: {} identical, {} changed, {} lost, {} late, {} foreign",
                                           grouped(found.identical), grouped(found.changed),
                                           grouped(found.lost), grouped(found.late), grouped(found.foreign)));

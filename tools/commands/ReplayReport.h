@@ -6,7 +6,7 @@
 #include "traffic/Replay.h"
 #include "traffic/Verifier.h"
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 
 #include <optional>
 #include <string>

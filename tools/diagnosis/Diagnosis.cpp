@@ -1,0 +1,191 @@
+// The document: made from the report, read from a file, compared.
+#include "diagnosis/Diagnosis.h"
+
+#include "app/Failure.h"
+#include "diagnosis/Findings.h"
+#include "diagnosis/LinkState.h"
+#include "diagnosis/PhyFields.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <fstream>
+#include <map>
+
+namespace orvo::host {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr const char* documentKind = "orvo-gige diagnosis";
+constexpr int documentVersion = 1;
+
+std::string hex(std::uint64_t value, int digits = 1) {
+    return fmt::format("0x{:0{}x}", value, digits);
+}
+
+Json devicesJson(const DumpReport& report) {
+    Json devices = Json::array();
+    for (const auto& device : report.devices)
+        devices.push_back({{"index", device.index}, {"serial", hex(device.serial)}});
+    return devices;
+}
+
+Json countersJson(const DumpReport& report) {
+    Json counters = Json::array();
+    for (std::size_t i = 0; i < firmwareValueCount; ++i) {
+        const auto& row = firmwareValueRows[i];
+        if (row.isFlag || !report.second[i]) continue;
+        counters.push_back({{"name", row.name},
+                            {"register", row.registerName},
+                            {"total", *report.second[i]},
+                            {"perSecond", *report.second[i] - report.first[i].value_or(*report.second[i])}});
+    }
+    return counters;
+}
+
+Json flagsJson(const DumpReport& report) {
+    Json flags = Json::array();
+    for (std::size_t i = 0; i < firmwareValueCount; ++i) {
+        const auto& row = firmwareValueRows[i];
+        if (!row.isFlag || !report.second[i]) continue;
+        flags.push_back({{"name", row.name},
+                         {"register", row.registerName},
+                         {"value", hex(*report.second[i])},
+                         {"set", *report.second[i] != 0}});
+    }
+    return flags;
+}
+
+Json namesOf(const std::vector<Ability>& abilities) {
+    Json names = Json::array();
+    for (const auto& ability : abilities) names.push_back(ability.name);
+    return names;
+}
+
+Json linkJson(const LinkState& link, const DumpReport& report) {
+    const bool speedKnown = link.up && link.mbitPerSecond != 0;
+    const bool isGigabit = speedKnown && link.mbitPerSecond == 1000;
+    Json document = {{"answers", link.answers},
+                     {"up", link.up},
+                     {"mbitPerSecond", speedKnown ? link.mbitPerSecond : 0},
+                     {"duplex", !speedKnown       ? "none"
+                                : link.fullDuplex ? "full"
+                                                  : "half"},
+                     {"autoNegotiation", !link.negotiates  ? "off"
+                                         : link.negotiated ? "complete"
+                                                           : "not complete"},
+                     {"role", !isGigabit      ? "none"
+                              : link.isMaster ? "master"
+                                              : "slave"},
+                     {"offers", namesOf(link.offers)},
+                     {"partner", namesOf(link.partner)},
+                     {"idleErrors", link.idleErrors}};
+    const auto errors = report.second[static_cast<std::size_t>(FirmwareValue::ReceiveErrors)];
+    if (errors) document["receiveErrors"] = *errors;
+    return document;
+}
+
+Json phyJson(const DumpReport& report) {
+    Json registers = Json::array();
+    for (unsigned number = 0; number < dumpedPhyRegisters; ++number) {
+        const auto content = report.phy[number];
+        Json fields = Json::array();
+        for (const auto& field : phyFields())
+            if (field.phyRegister == number)
+                fields.push_back({{"bits", field.bits()},
+                                  {"name", field.name},
+                                  {"value", field.of(content)},
+                                  {"meaning", field.meaningOf(content)}});
+        registers.push_back({{"register", number},
+                             {"name", phyRegisterName(number)},
+                             {"value", hex(content, 4)},
+                             {"fields", std::move(fields)}});
+    }
+    return registers;
+}
+
+Json findingsJson(const std::vector<Finding>& findings) {
+    Json list = Json::array();
+    for (const auto& finding : findings)
+        list.push_back({{"severity", textOf(finding.severity)},
+                        {"finding", finding.text},
+                        {"evidence", finding.evidence},
+                        {"advice", finding.advice}});
+    return list;
+}
+
+/// Every leaf of a document by its path; members of lists go by their name, register or index, which stays
+/// the same when others come and go.
+void flatten(const Json& node, const std::string& path, std::map<std::string, std::string>& leaves) {
+    if (!node.is_structured()) {
+        leaves[path] = node.is_string() ? node.get<std::string>() : node.dump();
+        return;
+    }
+    std::size_t position = 0;
+    for (const auto& [key, child] : node.items()) {
+        std::string step = key;
+        if (node.is_array()) {
+            for (const char* name : {"finding", "name", "index"})
+                if (child.is_object() && child.contains(name))
+                    step = child[name].is_string() ? child[name].get<std::string>() : child[name].dump();
+            if (child.is_object() && child.contains("register") && child["register"].is_number())
+                step = "register " + child["register"].dump();
+        }
+        flatten(child, path.empty() ? step : path + "." + step, leaves);
+        ++position;
+    }
+}
+
+} // namespace
+
+Json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown) {
+    const auto link = LinkState::from(report.phy);
+    const auto findings = findingsOf(report, link, wasDown);
+    const bool healthy = std::all_of(findings.begin(), findings.end(), [](const Finding& finding) {
+        return finding.severity == Severity::Note;
+    });
+    return {{"document", documentKind},
+            {"version", documentVersion},
+            {"port", port},
+            {"healthy", healthy},
+            {"findings", findingsJson(findings)},
+            {"link", linkJson(link, report)},
+            {"counters", countersJson(report)},
+            {"flags", flagsJson(report)},
+            {"board",
+             {{"index", report.boardIndex},
+              {"serial", hex(report.serial)},
+              {"type", hex(report.type)},
+              {"name", report.name}}},
+            {"deviceCount", report.deviceCount},
+            {"devices", devicesJson(report)},
+            {"phy", phyJson(report)}};
+}
+
+Json readDiagnosis(const std::string& path) {
+    std::ifstream file(path);
+    if (!file) throw Failure("cannot read " + quoted(path) + ": " + systemError(errno));
+    const auto document = Json::parse(file, nullptr, false);
+    if (!document.is_object() || document.value("document", Json()) != documentKind ||
+        document.value("version", Json()) != documentVersion)
+        throw Failure(quoted(path) + " is no diagnosis; make one with 'orvo-gige diagnose --json'");
+    return document;
+}
+
+std::vector<DiagnosisChange> changesBetween(const Json& before, const Json& after) {
+    std::map<std::string, std::string> old, now;
+    flatten(before, "", old);
+    flatten(after, "", now);
+    std::map<std::string, DiagnosisChange> changes;
+    for (const auto& [path, value] : old)
+        if (const auto found = now.find(path); found == now.end() || found->second != value)
+            changes[path] = {path, value, found == now.end() ? "" : found->second};
+    for (const auto& [path, value] : now)
+        if (!old.contains(path)) changes[path] = {path, "", value};
+    std::vector<DiagnosisChange> list;
+    for (auto& [path, change] : changes) list.push_back(std::move(change));
+    return list;
+}
+
+} // namespace orvo::host

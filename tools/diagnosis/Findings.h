@@ -1,0 +1,28 @@
+// What is wrong with a link, in words.
+#pragma once
+
+#include "diagnosis/DumpReport.h"
+#include "diagnosis/LinkState.h"
+
+#include <string>
+#include <vector>
+
+namespace orvo::host {
+
+enum class Severity { Note, Warning, Fault };
+
+const char* textOf(Severity severity);
+
+struct Finding {
+    Severity severity;
+    std::string text;     ///< what is the matter
+    std::string evidence; ///< which readings say so
+    std::string advice;   ///< what to do next
+};
+
+/// Everything that the report shows to be out of order, the worst first. Empty: the port is healthy.
+/// `wasDown` tells that the link status read before the report was down, which a link that is up now
+/// remembers.
+std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link, bool wasDown);
+
+} // namespace orvo::host
