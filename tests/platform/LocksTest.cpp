@@ -60,6 +60,8 @@ TEST(Locks, RecursiveMutexIsFreeOnlyAfterItsLastRelease) {
     outer->relock();
     other = inBackground([&] { const RecursiveMutexGuard guard(&mutex); });
     EXPECT_TRUE(isWaiting(other));
+    RecursiveMutexGuard(&mutex).unlock(); // released once already: its end leaves the outer hold alone
+    EXPECT_TRUE(isWaiting(other));
     outer.reset();
     other.get();
 }

@@ -70,7 +70,8 @@ TEST(SimpleThread, DestructionWaitsForItsEnd) {
         worker.start();
         task.awaitBegun(1);
         release = inBackground([&] {
-            EXPECT_EQ(task.ended, 0);
+            std::this_thread::sleep_for(
+                std::chrono::milliseconds{20}); // the destruction is under way by then
             task.mayEnd = true;
         });
     }
