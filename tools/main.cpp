@@ -2,7 +2,9 @@
 #include "app/Failure.h"
 #include "app/Signals.h"
 #include "commands/BoardsCommand.h"
+#include "commands/DiagnoseCommand.h"
 #include "commands/ReplayCommand.h"
+#include "commands/ResetCommand.h"
 
 #include <CLI/CLI.hpp>
 
@@ -25,6 +27,9 @@ int runCommand(Command& command) {
         return command.run();
     } catch (const Interruption&) {
         return EndedBySignal + endRequested();
+    } catch (const UsageFailure& error) {
+        complain(error.what());
+        return WrongUsage;
     } catch (const std::exception& error) {
         complain(error.what());
         return Failed;
@@ -51,6 +56,8 @@ int main(int argc, char** argv) {
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<BoardsCommand>(program));
     commands.push_back(std::make_unique<ReplayCommand>(program));
+    commands.push_back(std::make_unique<DiagnoseCommand>(program));
+    commands.push_back(std::make_unique<ResetCommand>(program));
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& outcome) {

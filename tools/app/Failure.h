@@ -20,6 +20,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The same for what the command line asked for: the exit code is that of wrong usage.
+class UsageFailure : public Failure {
+public:
+    using Failure::Failure;
+};
+
 /// Ends the run because a signal asked for it.
 class Interruption : public std::exception {
 public:

@@ -37,11 +37,20 @@ void InstallationOptions::addTo(CLI::App& command) {
             "repeatable")
         ->type_name("PORT=WIRE")
         ->allow_extra_args(false);
+    command
+        .add_option_function<std::string>(
+            "--time", [this](const std::string& text) { virtualTime = text == "virtual"; },
+            "Time of the simulated board: real (default), or virtual, where pauses advance it without "
+            "waiting")
+        ->type_name("real|virtual")
+        ->check(CLI::IsMember({"real", "virtual"}));
 }
 
-void PortOptions::addTo(CLI::App& command) {
+void PortOptions::addTo(CLI::App& command, Reset reset) {
     command.add_option("--board", address.board, "Board (default 0)")->type_name("N");
     command.add_option("--port", address.port, "GigE port of the board (default 0)")->type_name("N");
+    noReset = reset == Reset::Never;
+    if (noReset) return;
     command.add_flag("--no-reset", noReset,
                      "Do not reset the board's GigE hardware first (it must be running)");
 }

@@ -24,6 +24,7 @@ struct WireOption {
 struct InstallationOptions {
     std::string root; ///< empty: the one that this program is part of
     std::vector<WireOption> wires;
+    bool virtualTime = false; ///< pauses advance the simulated board's clock instead of waiting
 
     void addTo(CLI::App& command);
 };
@@ -33,7 +34,9 @@ struct PortOptions {
     PortAddress address;
     bool noReset = false;
 
-    void addTo(CLI::App& command);
+    /// Whether the subcommand resets the board first: unless --no-reset says otherwise, or never.
+    enum class Reset { Optional, Never };
+    void addTo(CLI::App& command, Reset reset = Reset::Optional);
 };
 
 } // namespace orvo::host

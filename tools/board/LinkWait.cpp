@@ -17,36 +17,39 @@ namespace {
 constexpr std::chrono::seconds limit{10};
 constexpr useconds_t simulatorPauseUs = 10'000; // a real PHY's reads bring pauses of their own
 
-bool comesUp(const std::function<bool()>& linkUp) {
-    const auto end = std::chrono::steady_clock::now() + limit;
+bool comesUp(const Session& session, const std::function<bool()>& linkUp) {
+    const auto end = session.seconds() + static_cast<double>(limit.count());
     while (!linkUp()) {
-        if (std::chrono::steady_clock::now() >= end) return false;
+        if (session.seconds() >= end) return false;
         throwIfEndRequested();
     }
     return true;
 }
 
-bool comesUpOnSimulator(const SimulatorControl& simulator, PortAddress port) {
+bool comesUpOnSimulator(const Session& session, PortAddress port) {
+    const auto& simulator = *session.simulator;
     if (simulator.wire(port) == "none") return simulator.linkUp(port).value_or(true); // it would never come
-    return comesUp([&] {
+    return comesUp(session, [&] {
         if (simulator.linkUp(port).value_or(true)) return true;
         usleep(simulatorPauseUs);
         return false;
     });
 }
 
-bool comesUpOnBoard(const BoardLibraries& libraries, PortAddress port) {
-    const auto board = Board::at(libraries, port.board);
+bool comesUpOnBoard(const Session& session, PortAddress port) {
+    const auto board = Board::at(session.libraries, port.board);
     auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
-    return !mdio || comesUp([&] { return readLink(*mdio, port.port) != Link::Down; });
+    return !mdio || comesUp(session, [&] { return readLink(*mdio, port.port) != Link::Down; });
 }
 
 } // namespace
 
+bool tryWaitForLink(const Session& session, PortAddress port) {
+    return session.simulator ? comesUpOnSimulator(session, port) : comesUpOnBoard(session, port);
+}
+
 void waitForLink(const Session& session, PortAddress port) {
-    const bool up = session.simulator ? comesUpOnSimulator(*session.simulator, port)
-                                      : comesUpOnBoard(session.libraries, port);
-    if (up) return;
+    if (tryWaitForLink(session, port)) return;
     if (session.simulator && session.simulator->wire(port) == "none")
         throw Failure("port " + port.text() + " has no link: nothing is plugged in; cable it with --wire");
     throw Failure(

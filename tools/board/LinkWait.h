@@ -11,4 +11,7 @@ namespace orvo::host {
 /// reset meanwhile. Errors: Failure when the link stays down; Interruption.
 void waitForLink(const Session& session, PortAddress port);
 
+/// The same, but false instead of a Failure.
+bool tryWaitForLink(const Session& session, PortAddress port);
+
 } // namespace orvo::host

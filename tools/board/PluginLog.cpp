@@ -4,6 +4,7 @@
 #include "board/DynamicLibrary.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -51,6 +52,11 @@ std::vector<std::string> LogCollector::take(const std::string& interfaceId) {
         return text.has_value();
     });
     return taken;
+}
+
+std::vector<std::string> LogCollector::takeAll() {
+    end();
+    return std::exchange(messages_, {});
 }
 
 std::optional<std::string_view> textAbout(std::string_view interfaceId, std::string_view message) {

@@ -43,6 +43,9 @@ public:
     /// Ends the collecting and hands out the messages about the interface `interfaceId` without their prefix.
     std::vector<std::string> take(const std::string& interfaceId);
 
+    /// Ends the collecting and hands everything out as it was logged.
+    std::vector<std::string> takeAll();
+
 private:
     static int collect(void* context, const char* loggerName, std::uint32_t level, const char* message);
     void end();

@@ -3,6 +3,7 @@
 
 #include "app/Failure.h"
 #include "app/Signals.h"
+#include "board/OpeningAdvice.h"
 
 namespace orvo::host {
 namespace {
@@ -40,8 +41,7 @@ void Port::fail(const std::vector<std::string>& causes) const {
     for (const auto& line : causes) cause += (cause.empty() ? ": " : ", ") + line;
     if (cause.empty() && !log_.available())
         cause = ", and the installation's log dispatcher does not tell why";
-    throw Failure("port " + address_.text() + " cannot be opened" + cause +
-                  "; 'orvo-gige boards' lists boards and ports");
+    throw Failure("port " + address_.text() + " cannot be opened" + cause + "; " + openingAdvice(cause));
 }
 
 std::vector<std::string> Port::finish() {

@@ -3,16 +3,27 @@
 
 #include "app/Failure.h"
 
+#include <chrono>
+
 namespace orvo::host {
 
 Session::Session(const InstallationOptions& options, unsigned defaultBoard)
-    : installation(options.root), libraries(installation),
-      simulator(SimulatorControl::find(libraries.hal())) {
+    : installation(options.root), libraries(installation), simulator(SimulatorControl::find(libraries.hal())),
+      virtualTime(options.virtualTime) {
     if (!options.wires.empty() && !simulator)
         throw Failure("--wire needs a simulated board, and the one of " +
                       quoted(installation.root().string()) +
                       " is real; cable it by hand and leave the option out");
+    if (virtualTime && !simulator)
+        throw Failure("--time virtual needs a simulated board, and the one of " +
+                      quoted(installation.root().string()) + " is real; leave the option out");
     for (const auto& option : options.wires) simulator->setWire(option.address(defaultBoard), option.wire);
+    if (virtualTime) simulator->letPausesAdvanceTime();
+}
+
+double Session::seconds() const {
+    if (virtualTime) return simulator->seconds();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 } // namespace orvo::host

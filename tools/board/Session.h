@@ -12,12 +12,16 @@ namespace orvo::host {
 
 struct Session {
     /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or wires
-    /// where the board is a real one.
+    /// or virtual time where the board is a real one.
     Session(const InstallationOptions& options, unsigned defaultBoard);
 
     Installation installation;
     BoardLibraries libraries;
     std::optional<SimulatorControl> simulator; ///< nothing: the board is a real one
+    bool virtualTime;
+
+    /// The time that passes for the board, in seconds from an arbitrary start.
+    double seconds() const;
 };
 
 } // namespace orvo::host

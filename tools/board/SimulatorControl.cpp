@@ -2,6 +2,7 @@
 #include "board/SimulatorControl.h"
 
 #include "app/Failure.h"
+#include "app/Pacing.h"
 
 #include <array>
 
@@ -21,7 +22,10 @@ SimulatorControl::SimulatorControl(const DynamicLibrary& hal)
       setWire_(hal.require<decltype(::orvoSimSetWire)>("orvoSimSetWire")),
       getWire_(hal.require<decltype(::orvoSimGetWire)>("orvoSimGetWire")),
       readPort_(hal.require<decltype(::orvoSimReadPort)>("orvoSimReadPort")),
-      flushWires_(hal.require<decltype(::orvoSimFlushWires)>("orvoSimFlushWires")) {}
+      flushWires_(hal.require<decltype(::orvoSimFlushWires)>("orvoSimFlushWires")),
+      useVirtualTime_(hal.require<decltype(::orvoSimUseVirtualTime)>("orvoSimUseVirtualTime")),
+      advanceTime_(hal.require<decltype(::orvoSimAdvanceTime)>("orvoSimAdvanceTime")),
+      time_(hal.require<decltype(::orvoSimTime)>("orvoSimTime")) {}
 
 void SimulatorControl::setWire(PortAddress port, const std::string& wire) const {
     std::array<char, 512> reason = {};
@@ -43,6 +47,15 @@ std::optional<bool> SimulatorControl::linkUp(PortAddress port) const {
     OrvoSimPort state = {};
     if (readPort_(port.board, port.port, &state) != 0) return std::nullopt;
     return state.linkUp != 0;
+}
+
+void SimulatorControl::letPausesAdvanceTime() const {
+    useVirtualTime_(1);
+    letPausesAdvance(advanceTime_);
+}
+
+double SimulatorControl::seconds() const {
+    return static_cast<double>(time_()) / 1e6;
 }
 
 void SimulatorControl::flushWires() const {

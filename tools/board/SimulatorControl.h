@@ -26,6 +26,12 @@ public:
     /// Nothing when there is no such port.
     std::optional<bool> linkUp(PortAddress port) const;
 
+    /// Switches the board to virtual time, and lets every usleep of the process advance it.
+    void letPausesAdvanceTime() const;
+
+    /// The board's clock, from an arbitrary start.
+    double seconds() const;
+
     /// Completes the files that wires write.
     void flushWires() const;
 
@@ -37,6 +43,9 @@ private:
     decltype(&::orvoSimGetWire) getWire_;
     decltype(&::orvoSimReadPort) readPort_;
     decltype(&::orvoSimFlushWires) flushWires_;
+    decltype(&::orvoSimUseVirtualTime) useVirtualTime_;
+    decltype(&::orvoSimAdvanceTime) advanceTime_;
+    decltype(&::orvoSimTime) time_;
 };
 
 } // namespace orvo::host

@@ -165,11 +165,11 @@ Json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown
 
 Json readDiagnosis(const std::string& path) {
     std::ifstream file(path);
-    if (!file) throw Failure("cannot read " + quoted(path) + ": " + systemError(errno));
+    if (!file) throw UsageFailure("cannot read " + quoted(path) + ": " + systemError(errno));
     const auto document = Json::parse(file, nullptr, false);
     if (!document.is_object() || document.value("document", Json()) != documentKind ||
         document.value("version", Json()) != documentVersion)
-        throw Failure(quoted(path) + " is no diagnosis; make one with 'orvo-gige diagnose --json'");
+        throw UsageFailure(quoted(path) + " is no diagnosis; make one with 'orvo-gige diagnose --json'");
     return document;
 }
 

@@ -17,7 +17,7 @@ nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& 
 /// The same for people.
 std::string textOfDiagnosis(const nlohmann::ordered_json& diagnosis);
 
-/// Reads a diagnosis that was kept in a file. Errors: Failure when the file cannot be read or is none.
+/// Reads a diagnosis that was kept in a file. Errors: UsageFailure when the file cannot be read or is none.
 nlohmann::ordered_json readDiagnosis(const std::string& path);
 
 /// What differs between two diagnoses.

@@ -5,11 +5,10 @@
 
 #include <boost/make_shared.hpp>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <exception>
 #include <numeric>
+#include <thread>
 
 namespace orvo::host {
 namespace {
@@ -17,7 +16,7 @@ namespace {
 using core::zume::EthernetFrame;
 
 // Between two looks at what came back; a quarter of a window at full speed takes 0.5 ms.
-constexpr useconds_t lookPauseUs = 50;
+constexpr std::chrono::microseconds lookPause{50};
 
 } // namespace
 
@@ -77,7 +76,7 @@ void Replay::send(const CapturedFrame& frame) {
 void Replay::hand(QByteArray&& bytes, std::uint64_t number) {
     if (verifying_) {
         const SentFrame sent{number, bytes};
-        while (!receiver_.expect(sent) && !isEnding()) usleep(lookPauseUs);
+        while (!receiver_.expect(sent) && !isEnding()) std::this_thread::sleep_for(lookPause);
     }
     sender_.addToSendQueue(boost::make_shared<EthernetFrame>(std::move(bytes)));
     sender_.transmitSendQueue();
@@ -87,11 +86,12 @@ void Replay::hand(QByteArray&& bytes, std::uint64_t number) {
 void Replay::awaitRoom(std::uint64_t words) {
     if (!window_.holds()) observe(); // a frame that comes after all closes the window again
     if (window_.hasRoom(words)) return;
-    for (observe(); !window_.isHalfEmpty() && !isEnding(); observe()) usleep(lookPauseUs);
+    for (observe(); !window_.isHalfEmpty() && !isEnding(); observe()) std::this_thread::sleep_for(lookPause);
 }
 
 void Replay::awaitReturn() {
-    for (observe(); window_.framesUnderWay() > 0 && !receiver_.failed(); observe()) usleep(lookPauseUs);
+    for (observe(); window_.framesUnderWay() > 0 && !receiver_.failed(); observe())
+        std::this_thread::sleep_for(lookPause);
 }
 
 void Replay::observe() {

@@ -1,0 +1,98 @@
+// Diagnosis of a port: the plug-in's report, decoded and judged.
+#include "commands/DiagnoseCommand.h"
+
+#include "app/Failure.h"
+#include "app/Output.h"
+#include "app/Progress.h"
+#include "app/Signals.h"
+#include "board/Board.h"
+#include "board/Phy.h"
+#include "board/Port.h"
+#include "diagnosis/Diagnosis.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+namespace orvo::host {
+namespace {
+
+constexpr std::uint32_t detailLevel = 2;
+
+/// The link status that the PHY has latched since somebody looked last; reading it lets the next reading be
+/// of now.
+bool wasLinkDown(const Session& session, PortAddress port) {
+    const auto board = Board::at(session.libraries, port.board);
+    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    const auto status = mdio ? mdio->read(port.port, 1) : std::nullopt;
+    return status && (*status & 4U) == 0;
+}
+
+DumpReport readReport(Port& port, const PluginLog& log) {
+    LogCollector report(log, detailLevel);
+    {
+        const SignalShield noShortSleeps;
+        port.interface().triggerDebugOutput();
+    }
+    throwIfEndRequested();
+    return DumpReport::parse(report.takeAll(), port.address().text());
+}
+
+} // namespace
+
+nlohmann::ordered_json diagnose(const Session& session, PortAddress address) {
+    const Progress progress([&] { return "diagnosing port " + address.text() + " (takes about 5 s)"; });
+    const PluginLog log(session.installation);
+    if (!log.available())
+        throw Failure("the report cannot be read: " + quoted(session.installation.root().string()) +
+                      " has no log dispatcher that hands messages out; put ours into its lib64");
+    Plugin plugin(session.installation);
+    Port port(plugin, log, address, false);
+    port.open();
+    const bool wasDown = wasLinkDown(session, address);
+    auto diagnosis = diagnosisOf(readReport(port, log), address.text(), wasDown);
+    port.finish();
+    return diagnosis;
+}
+
+DiagnoseCommand::DiagnoseCommand(CLI::App& program)
+    : Command(program, "diagnose", "Show what a port and its link are like, and what is wrong with them") {
+    port_.addTo(line(), PortOptions::Reset::Never);
+    installation_.addTo(line());
+    line().add_flag("--json", json_, "Print JSON instead of text");
+    line()
+        .add_option("--diff", oldFile_, "Show what changed since this diagnosis, kept with --json")
+        ->type_name("OLD.json");
+}
+
+int DiagnoseCommand::run() {
+    nlohmann::ordered_json before;
+    if (!oldFile_.empty()) before = readDiagnosis(oldFile_);
+    const Session session(installation_, port_.address.board);
+    const auto diagnosis = diagnose(session, port_.address);
+    if (!oldFile_.empty())
+        printChanges(before, diagnosis);
+    else if (json_)
+        print(diagnosis);
+    else
+        print(textOfDiagnosis(diagnosis));
+    return Done;
+}
+
+void DiagnoseCommand::printChanges(const nlohmann::ordered_json& before,
+                                   const nlohmann::ordered_json& now) const {
+    const auto changes = changesBetween(before, now);
+    if (json_) {
+        auto list = nlohmann::ordered_json::array();
+        for (const auto& change : changes)
+            list.push_back({{"what", change.what}, {"before", change.before}, {"after", change.after}});
+        print(nlohmann::ordered_json{{"since", oldFile_}, {"changes", std::move(list)}});
+        return;
+    }
+    std::string text = changes.empty() ? "nothing changed since " + oldFile_ + "\n" : "";
+    for (const auto& change : changes)
+        text += fmt::format("{}: {} -> {}\n", change.what, change.before.empty() ? "(none)" : change.before,
+                            change.after.empty() ? "(none)" : change.after);
+    print(text);
+}
+
+} // namespace orvo::host

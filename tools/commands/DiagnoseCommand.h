@@ -1,0 +1,34 @@
+// The subcommand `diagnose`.
+#pragma once
+
+#include "app/Command.h"
+#include "app/Options.h"
+#include "board/Session.h"
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+namespace orvo::host {
+
+/// Opens the port as it is, without a reset, lets the plug-in write its diagnostic report, and decodes it;
+/// about 5 s. Errors: Failure when the port cannot be opened, or the installation does not hand the report
+/// out.
+nlohmann::ordered_json diagnose(const Session& session, PortAddress port);
+
+/// Shows what a port and its link are like, and what is wrong with them.
+class DiagnoseCommand : public Command {
+public:
+    explicit DiagnoseCommand(CLI::App& program);
+    int run() override;
+
+private:
+    void printChanges(const nlohmann::ordered_json& before, const nlohmann::ordered_json& now) const;
+
+    InstallationOptions installation_;
+    PortOptions port_;
+    bool json_ = false;
+    std::string oldFile_; // empty: nothing to compare with
+};
+
+} // namespace orvo::host

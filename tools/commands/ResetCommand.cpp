@@ -1,0 +1,88 @@
+// Forced reset of one port, timed, with the link before and after.
+#include "commands/ResetCommand.h"
+
+#include "app/Failure.h"
+#include "app/Output.h"
+#include "app/Progress.h"
+#include "app/Signals.h"
+#include "board/Board.h"
+#include "board/LinkWait.h"
+#include "board/Phy.h"
+#include "board/Port.h"
+#include "board/Session.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+
+namespace orvo::host {
+namespace {
+
+struct ResetOutcome {
+    Link before = Link::Unknown;
+    Link after = Link::Unknown;
+    double resetSeconds = 0;
+    double linkSeconds = 0; // from the end of the reset to the link, or to giving up
+};
+
+Link linkOf(const Session& session, PortAddress port) {
+    const auto board = Board::at(session.libraries, port.board);
+    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    return mdio ? readLink(*mdio, port.port) : Link::Unknown;
+}
+
+ResetOutcome resetPort(const Session& session, Port& port) {
+    const auto address = port.address();
+    ResetOutcome outcome{.before = linkOf(session, address)};
+    const auto start = session.seconds();
+    {
+        const SignalShield noShortSleeps;
+        port.interface().forceReset();
+    }
+    const auto afterReset = session.seconds();
+    throwIfEndRequested();
+    tryWaitForLink(session, address);
+    outcome.resetSeconds = afterReset - start;
+    outcome.linkSeconds = session.seconds() - afterReset;
+    outcome.after = linkOf(session, address);
+    return outcome;
+}
+
+} // namespace
+
+ResetCommand::ResetCommand(CLI::App& program)
+    : Command(program, "reset", "Reset the PHY of a port, and wait for its link") {
+    port_.addTo(line(), PortOptions::Reset::Never);
+    installation_.addTo(line());
+    line().add_flag("--json", json_, "Print JSON instead of text");
+}
+
+int ResetCommand::run() {
+    const auto address = port_.address;
+    const Session session(installation_, address.board);
+    const PluginLog log(session.installation);
+    Plugin plugin(session.installation);
+    Port port(plugin, log, address, false);
+    ResetOutcome outcome;
+    {
+        const Progress progress([&] { return "resetting port " + address.text() + " (takes about 2 s)"; });
+        port.open();
+        outcome = resetPort(session, port);
+        port.finish();
+    }
+    if (json_)
+        print(nlohmann::ordered_json{{"port", address.text()},
+                                     {"linkBefore", textOf(outcome.before)},
+                                     {"resetSeconds", outcome.resetSeconds},
+                                     {"linkAfter", textOf(outcome.after)},
+                                     {"linkSeconds", outcome.linkSeconds}});
+    else
+        print(fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
+                          address.text(), textOf(outcome.before), outcome.resetSeconds, textOf(outcome.after),
+                          outcome.linkSeconds));
+    return Done;
+}
+
+} // namespace orvo::host
