@@ -13,7 +13,7 @@ using Findings = std::vector<Finding>;
 constexpr unsigned saturatedIdleErrors = 255;
 
 bool bit(const DumpReport& report, unsigned phyRegister, unsigned number) {
-    return ((report.phy[phyRegister] >> number) & 1U) != 0;
+    return ((unsigned{report.phy[phyRegister]} >> number) & 1U) != 0;
 }
 
 std::string phyEvidence(const DumpReport& report, unsigned phyRegister) {

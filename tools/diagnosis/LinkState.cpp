@@ -23,7 +23,7 @@ constexpr AbilityRow abilityRows[] = {
 };
 
 bool bit(std::span<const std::uint16_t> phy, unsigned phyRegister, unsigned number) {
-    return ((phy[phyRegister] >> number) & 1U) != 0;
+    return ((unsigned{phy[phyRegister]} >> number) & 1U) != 0;
 }
 
 void agree(LinkState& state, std::span<const std::uint16_t> phy) {

@@ -18,7 +18,7 @@ struct PhyField {
     const char* ifOne;  ///< the same for 1
 
     std::uint16_t of(std::uint16_t content) const {
-        return static_cast<std::uint16_t>((content >> low) & ((1U << (high - low + 1)) - 1));
+        return static_cast<std::uint16_t>((unsigned{content} >> low) & ((1U << (high - low + 1)) - 1));
     }
     /// "15", or "7:0".
     std::string bits() const;
