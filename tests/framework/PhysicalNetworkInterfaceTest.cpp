@@ -1,5 +1,7 @@
-// The binary contract of the framework's base classes: their slots, and what they answer by themselves.
-#include <orvo/core/zume/PhysicalNetworkInterface.h>
+// The framework's base class of ports: its binary contract, what it answers by itself, and its road of
+// events.
+#include "gige/OrvoGbePhysicalNetworkInterface.h"
+#include "support/Concurrency.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterfaceEventQueue.h>
 
@@ -12,8 +14,7 @@ namespace orvo::test {
 namespace {
 
 using core::Plugin;
-using core::zume::EthernetFrame;
-using core::zume::PhysicalNetworkInterface;
+using I = core::zume::PhysicalNetworkInterface;
 
 /// The slots, counted from 1, of virtual operations: under the Itanium ABI a pointer to one begins with 1
 /// plus its offset in the table.
@@ -27,7 +28,6 @@ template <class... Operations> std::vector<std::size_t> slotsOf(Operations... op
 }
 
 TEST(PhysicalNetworkInterface, OperationsStandInTheAgreedSlots) {
-    using I = PhysicalNetworkInterface;
     const auto slots =
         slotsOf(&Plugin::postConstruct, &Plugin::injectDependency, &Plugin::postInjection,
                 &Plugin::createInitializationApplicationCommand, &Plugin::createCleanupApplicationCommand,
@@ -42,62 +42,44 @@ TEST(PhysicalNetworkInterface, OperationsStandInTheAgreedSlots) {
     EXPECT_EQ(slotsOf(&I::injectDependency).front(), 4U) << "an override keeps its slot";
 }
 
-/// Overrides only what it must.
-class Port : public PhysicalNetworkInterface {
-public:
-    boost::shared_ptr<EthernetFrame> receive(bool*) override { return {}; }
-    void addToSendQueue(boost::shared_ptr<EthernetFrame>) override {}
-    void transmitSendQueue() override {}
-    bool setup() override { return true; }
-    void start() override {}
-    void stop() override {}
-    void waitForTermination() override {}
-    bool reinitialize(core::zume::ReinitializationPhase) override { return true; }
-    void forceReset() override {}
-};
-
 TEST(PhysicalNetworkInterface, AnswersOfItsOwn) {
-    Port port;
-    port.postConstruct();
-    port.postInjection();
-    EXPECT_FALSE(port.createInitializationApplicationCommand());
-    EXPECT_FALSE(port.createCleanupApplicationCommand());
-    EXPECT_EQ(port.logger(), nullptr);
-    EXPECT_FALSE(port.startCableDiagnostic());
-    port.enablePowerOverEthernet(true);
+    core::zume::OrvoGbePhysicalNetworkInterface port; // its overrides are passed by
     unsigned char poeRegister = 0x5A;
-    EXPECT_FALSE(port.getPoeRegister(0, &poeRegister));
+    EXPECT_EQ(port.I::logger(), nullptr);
+    EXPECT_EQ(port.I::eventQueue(), nullptr);
+    EXPECT_FALSE(port.startCableDiagnostic() || port.getPoeRegister(0, &poeRegister) ||
+                 port.I::supportsCustomChecksum() || port.I::isCustomChecksumEnabled() ||
+                 port.supportsCrcErrorInjection());
     EXPECT_EQ(poeRegister, 0x5A);
-    port.enableCustomChecksum(true);
-    EXPECT_FALSE(port.supportsCustomChecksum());
-    EXPECT_FALSE(port.isCustomChecksumEnabled());
-    EXPECT_FALSE(port.supportsCrcErrorInjection());
-    port.enablePhyEvents();
-    EXPECT_FALSE(port.eventQueue());
     EXPECT_TRUE(port.isLinkUp());
     EXPECT_EQ(port.getConnectionState(), 0);
-    EXPECT_EQ(port.getRxerCounter(), 0U);
-    EXPECT_EQ(port.getIdleErrorCounter(), 0U);
-    EXPECT_EQ(port.getFaultFlags(), 0U);
-    port.triggerDebugOutput();
+    EXPECT_EQ(port.getRxerCounter() + port.getIdleErrorCounter() + port.getFaultFlags(), 0U);
     EXPECT_EQ(port.getInfo("anything"), "");
-    EXPECT_EQ(core::zume::ReleaseDevice, 0);
-    EXPECT_EQ(core::zume::ReopenDevice, 1);
+
+    port.injectDependency("id", std::string("gige 0"));
+    port.injectDependency("Id", std::string("other"));
+    port.injectDependency("id", 7);
+    port.injectDependency("id", boost::any("text"));
+    EXPECT_EQ(port.id(), "gige 0");
 }
 
-TEST(PhysicalNetworkInterface, KeepsItsIdAndTakesEveryOtherName) {
-    Port port;
-    EXPECT_EQ(port.id(), "");
-    port.injectDependency("id", std::string("gige 0"));
-    for (const auto& other : {boost::any(), boost::any(7), boost::any("text")}) {
-        port.injectDependency("id", other);
-        port.injectDependency("portId", other);
-        port.injectDependency("", other);
+TEST(PhysicalNetworkInterface, EventQueueHoldsSixtyFourAndDropsWhatAnInterruptionCatches) {
+    core::zume::PhysicalNetworkInterfaceEventQueue events;
+    events.notifyActionCommandTimeout(1); // not enabled
+    events.enabled = true;
+    for (unsigned short i = 0; i < 64; ++i) events.notifyActionCommandTimeout(0xFFC0U + i);
+    const auto post = inBackground([&] { events.notifyActionCommandTimeout(2); });
+    EXPECT_TRUE(isWaiting(post));
+    events.queue->interrupt();
+    post.wait();
+    for (int i = 0; i < 64; ++i) {
+        const auto event = events.queue->pop();
+        const auto* const timeout = dynamic_cast<core::zume::PniActionCommandTimeout*>(event.get());
+        ASSERT_TRUE(timeout);
+        EXPECT_EQ(timeout->type, 8U);
+        EXPECT_EQ(timeout->count, 0xFFC0 + i);
     }
-    port.injectDependency("Id", std::string("other"));
-    EXPECT_EQ(port.id(), "gige 0");
-    port.injectDependency("id", std::string());
-    EXPECT_EQ(port.id(), "");
+    EXPECT_THROW(events.queue->pop(), templates::platform::SynchronizedQueueInterruptException);
 }
 
 } // namespace

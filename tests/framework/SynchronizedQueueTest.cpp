@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <memory>
 #include <stdexcept>
 
 namespace orvo::test {
@@ -20,11 +19,10 @@ TEST(SynchronizedQueue, InterruptionReleasesEveryoneForGood) {
     Queue<int> full(2), empty(2);
     full.push(1);
     full.push(2);
+    int item = 0;
     std::future<void> waiting[] = {inBackground([&] { full.push(3); }), inBackground([&] { full.push(4); }),
-                                   inBackground([&] { empty.pop(); }), inBackground([&] {
-                                       int item = 0;
-                                       empty.tryPop(item, 1h);
-                                   })};
+                                   inBackground([&] { empty.pop(); }),
+                                   inBackground([&] { empty.tryPop(item, 1h); })};
     for (const auto& each : waiting) EXPECT_TRUE(isWaiting(each));
     full.interrupt();
     empty.interrupt();
@@ -32,21 +30,16 @@ TEST(SynchronizedQueue, InterruptionReleasesEveryoneForGood) {
 
     EXPECT_EQ(full.pop(), 1) << "what was queued before is still delivered";
     EXPECT_THROW(full.push(5), Interrupted) << "room or not";
-    int item = 0;
     EXPECT_TRUE(full.tryPop(item, 0ms));
     EXPECT_EQ(item, 2);
     EXPECT_THROW(full.tryPop(item, 0ms), Interrupted);
     EXPECT_THROW(full.pop(), Interrupted);
-    EXPECT_THROW(empty.push(1), Interrupted);
-    empty.interrupt();
-    EXPECT_THROW(empty.pop(), Interrupted);
-    EXPECT_STREQ(Interrupted().what(), std::exception().what());
 }
 
 TEST(SynchronizedQueue, TryPopEndsAtItsLimit) {
     Queue<int> queue(1);
     int item = -1;
-    for (const auto limit : {0ms, 1ms, 15ms, -1ms, std::chrono::milliseconds::min()}) {
+    for (const auto limit : {0ms, 15ms, -1ms, std::chrono::milliseconds::min()}) {
         SCOPED_TRACE(limit.count());
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_FALSE(queue.tryPop(item, limit));
@@ -61,21 +54,6 @@ TEST(SynchronizedQueue, TryPopEndsAtItsLimit) {
         consumer.get();
     }
     EXPECT_EQ(item, 7);
-}
-
-TEST(SynchronizedQueue, ElementsAreReleasedOnce) {
-    const auto event = std::make_shared<int>(1);
-    {
-        Queue<std::shared_ptr<int>> queue(4);
-        for (int i = 0; i < 4; ++i) queue.push(event);
-        EXPECT_EQ(event.use_count(), 5);
-        queue.pop();
-        EXPECT_EQ(event.use_count(), 4) << "taken and let go";
-        queue.interrupt();
-        EXPECT_THROW(queue.push(event), Interrupted);
-        EXPECT_EQ(event.use_count(), 4);
-    }
-    EXPECT_EQ(event.use_count(), 1);
 }
 
 /// Its copies can be made to fail.
@@ -119,8 +97,7 @@ TEST(SynchronizedQueue, NothingIsLostBetweenManyThreads) {
         int last[producers] = {-1, -1};
         for (const int item : items) {
             ++seen[static_cast<std::size_t>(item)];
-            EXPECT_GT(item, std::exchange(last[item / each], item))
-                << "one producer's items keep their order";
+            EXPECT_GT(item, std::exchange(last[item / each], item)) << "out of its producer's order";
         }
     }
     EXPECT_THAT(seen, testing::Each(1));
