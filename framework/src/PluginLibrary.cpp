@@ -2,6 +2,7 @@
 #include <orvo/core/PluginLibrary.h>
 
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -50,8 +51,20 @@ struct PluginLibrary::State {
         if (count < 1) refuse("offers no plug-in class: its 'plugin_count' is " + std::to_string(count));
         rowCount = static_cast<std::size_t>(count);
         rows = symbol<PluginDescriptor>("plugin_descriptor");
+        checkCount();
         initFunction = *symbol<PluginEntryFunction>("plugin_init");
         deinitFunction = *symbol<PluginEntryFunction>("plugin_deinit");
+    }
+
+    /// The symbol table tells how large the array is, unless the library was made without sizes.
+    void checkCount() const {
+        Dl_info info;
+        void* entry = nullptr;
+        if (dladdr1(rows, &info, &entry, RTLD_DL_SYMENT) == 0 || !entry) return;
+        const auto bytes = static_cast<const ElfW(Sym)*>(entry)->st_size;
+        if (bytes != 0 && bytes / sizeof *rows < rowCount)
+            refuse("has only " + std::to_string(bytes / sizeof *rows) +
+                   " rows in 'plugin_descriptor', but its 'plugin_count' is " + std::to_string(rowCount));
     }
 
     void check() const {

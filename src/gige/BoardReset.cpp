@@ -4,6 +4,7 @@
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 #include "gige/RegisterAccess.h"
+#include "hal/OrvoHal.h"
 
 #include <unistd.h>
 
@@ -44,7 +45,7 @@ void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool fo
     const int driverClassMask = driverClassPortMask();
     const std::lock_guard turn(statics->boardSequence(boardId));
     const auto pass = gate.enterControl();
-    if (!pass) {
+    if (!pass || !device || !applet) {
         if (auto text = line(LogLevel::Warning)) text << "Device is released, no reset on board " << boardId;
         return;
     }
@@ -55,9 +56,9 @@ void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool fo
     }
     mdio.resolve(applet);
     regGigeReset = resolveRegister(applet, "GigE_Reset");
-    writeIfPresent(device, regGigeReset, static_cast<std::uint64_t>(~portMask & 0xF)); // active low
+    OHalRegisterWrite(device, regGigeReset, static_cast<std::uint64_t>(~portMask & 0xF)); // active low
     usleep(resetPauseUs);
-    writeIfPresent(device, regGigeReset, 0xF);
+    OHalRegisterWrite(device, regGigeReset, 0xF);
     usleep(resetPauseUs);
     for (int port = 0; port < portsPerBoard; ++port)
         if (portMask & (1 << port)) resetPort(port, force, driverClassMask);
@@ -97,11 +98,11 @@ void OrvoGbePhysicalNetworkInterface::D::awaitPhyReset(int port, std::uint16_t c
 }
 
 void OrvoGbePhysicalNetworkInterface::D::startBoard() {
-    writeIfPresent(device, resolveRegister(applet, "GigE_TxStart"), 1);
-    writeIfPresent(device, resolveRegister(applet, "GigE_RxEnable"), 1);
+    OHalRegisterWrite(device, resolveRegister(applet, "GigE_TxStart"), 1);
+    OHalRegisterWrite(device, resolveRegister(applet, "GigE_RxEnable"), 1);
     for (int port = 0; port < portsPerBoard; ++port)
-        writeIfPresent(device, static_cast<std::uint32_t>(resolvePortRegister(&applet, "GigeTxStart", port)),
-                       1);
+        OHalRegisterWrite(device,
+                          static_cast<std::uint32_t>(resolvePortRegister(&applet, "GigeTxStart", port)), 1);
 }
 
 } // namespace orvo::core::zume

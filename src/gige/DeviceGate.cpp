@@ -11,6 +11,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr unsigned lookPauseUs = 1000;
+
 /// Whether the kernel can run a barrier on all of the process's threads at once (Linux 4.14 and later).
 bool registerBarrier() noexcept {
     return syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) == 0;
@@ -54,7 +56,7 @@ bool DeviceGate::close(std::chrono::milliseconds limit) noexcept {
             open();
             return false;
         }
-        sched_yield();
+        usleep(lookPauseUs);
     }
     return true;
 }
@@ -64,7 +66,8 @@ void DeviceGate::open() noexcept {
 }
 
 void DeviceGate::awaitOpen(std::chrono::milliseconds limit) const {
-    for (auto waited = std::chrono::milliseconds{0}; isClosed() && waited < limit; ++waited) usleep(1000);
+    for (auto waited = std::chrono::milliseconds{0}; isClosed() && waited < limit; ++waited)
+        usleep(lookPauseUs);
 }
 
 } // namespace orvo::core::zume

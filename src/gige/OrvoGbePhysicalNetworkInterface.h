@@ -63,7 +63,7 @@ public:
     void monitorActionCommandTimeoutEvents();
 
 private:
-    enum class QueueReading { Delivered, Nothing, Failed };
+    struct Reception;
 
     bool canBeSetUp();
     void createLeecher();
@@ -71,12 +71,15 @@ private:
     void readPreSendWaitTime();
 
     void watchCrcErrors();
-    QueueReading receiveFrame(boost::shared_ptr<EthernetFrame>& frame);
-    QueueReading readSizeWord(std::uint32_t& frameBytes);
-    QueueReading readFrameWords(std::uint32_t* words, std::uint32_t requestedBytes, int& deliveredBytes);
-    QueueReading noteFailedRead(int result);
-    void rejectEnd(std::uint32_t word, std::uint32_t requestedBytes, int deliveredBytes);
-    void rejectSize(std::uint32_t requestedBytes, int deliveredBytes);
+    void readTransmission(Reception& reception);
+    void readFrameWords(Reception& reception, std::uint32_t requestedBytes);
+    bool readWords(Reception& reception, std::uint32_t* words, std::uint32_t requestedBytes);
+    bool needsLostWords(const Reception& reception);
+    boost::shared_ptr<EthernetFrame> conclude(const Reception& reception);
+    void noteReadError(const Reception& reception);
+    void noteZeroSize(const Reception& reception);
+    void noteMissingEnd(const Reception& reception);
+    void noteWrongSize(const Reception& reception);
     boost::shared_ptr<EthernetFrame> makeFrame(const std::uint32_t* words, std::uint32_t deliveredBytes);
     int lostWords(); // of the receive queue
 
@@ -88,9 +91,11 @@ private:
     void reportActionCommandError(bool tooManyWords, int result, int lostActionWords);
 
     void logStatistics();
-    void logCounter(const PortCounterRow& row, bool reachable);
+    void logCounter(const PortCounterRow& row);
+    int finalLostWords();
 
     bool releaseDevice();
+    bool closeGate();
     bool reopenDevice();
 
     void dumpText(const char* content);

@@ -3,6 +3,7 @@
 
 #include "gige/OrvoGbePhysicalNetworkInterface.h"
 
+#include <new>
 #include <string>
 
 namespace orvo::core::zume {
@@ -21,7 +22,13 @@ void OrvoGbePhysicalNetworkInterfaceUiqLeecherThread::run() {
     const std::string name = std::string("Uiq") + (drainsActionCommands ? "Act" : "") + "/" +
                              std::to_string(boardId_) + "-" + std::to_string(portId_);
     templates::platform::nameThisThread(name.c_str());
-    while (!stopRequested_ && drainsActionCommands) owner_->monitorActionCommandTimeoutEvents();
+    while (!stopRequested_ && drainsActionCommands) {
+        try {
+            owner_->monitorActionCommandTimeoutEvents();
+        } catch (const std::bad_alloc&) {
+            // No memory for a message: it is lost, the next pass may have some.
+        }
+    }
 }
 
 } // namespace orvo::core::zume

@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <memory>
+#include <utility>
 
 namespace orvo::core::zume {
 
@@ -28,18 +29,29 @@ bool isCrcWatchOn() {
 
 } // namespace
 
+/// What a receive call met. Found out inside the gate and told outside, where a slow log holds nobody up.
+struct OrvoGbePhysicalNetworkInterface::Reception {
+    enum class Outcome { Nothing, Frame, ReadError, ZeroSize, NoEnd, WrongSize };
+
+    Outcome outcome = Outcome::Nothing;
+    std::uint32_t requestedBytes = 0; // of the read that the outcome is about
+    int result = 0;                   // of that read
+    int lostWords = 0;                // asked for only where a message needs it
+    std::unique_ptr<std::uint32_t[]> words;
+};
+
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* received) {
-    boost::shared_ptr<EthernetFrame> frame;
-    auto reading = QueueReading::Nothing;
+    watchCrcErrors();
+    Reception reception;
     bool released = false;
     if (const auto pass = d->gate.enterReceive()) {
-        watchCrcErrors();
-        reading = receiveFrame(frame);
+        readTransmission(reception);
+        if (needsLostWords(reception)) reception.lostWords = lostWords();
     } else {
         released = true;
     }
     if (released) d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
-    if (reading == QueueReading::Failed) usleep(readErrorPauseUs);
+    auto frame = conclude(reception);
     if (received) *received = frame != nullptr;
     return frame;
 }
@@ -47,94 +59,124 @@ boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* 
 void OrvoGbePhysicalNetworkInterface::watchCrcErrors() {
     if (!isCrcWatchOn() || d->regGigeRecvErrCnt == 0) return;
     std::uint64_t count = 0; // stays 0, and counts as a reading of 0, when the read fails
-    OHalRegisterRead(d->device, d->regGigeRecvErrCnt, &count);
+    if (const auto pass = d->gate.enterReceive())
+        OHalRegisterRead(d->device, d->regGigeRecvErrCnt, &count);
+    else
+        return;
     const auto growth = static_cast<std::int64_t>(count - d->lastRecvErrCnt);
     if (growth == 0) return;
     if (auto text = warning()) text << "': Detected " << growth << " new CRC packet errors";
     d->lastRecvErrCnt = count;
 }
 
-OrvoGbePhysicalNetworkInterface::QueueReading
-OrvoGbePhysicalNetworkInterface::receiveFrame(boost::shared_ptr<EthernetFrame>& frame) {
+void OrvoGbePhysicalNetworkInterface::readTransmission(Reception& reception) {
+    using enum Reception::Outcome;
     std::uint32_t frameBytes = 0;
-    if (const auto reading = readSizeWord(frameBytes); reading != QueueReading::Delivered) return reading;
-    const std::uint32_t requestedBytes = 2 * frameBytes; // wraps for sizes that are refused anyway
-    if (frameBytes > maxTransmissionBytes) {
-        rejectSize(requestedBytes, 0);
-        return QueueReading::Nothing;
+    if (!readWords(reception, &frameBytes, sizeof frameBytes)) return;
+    if (frameBytes != 0) d->zeroSizeReported = false;
+    if (reception.result != 0 && reception.result != static_cast<int>(sizeof frameBytes)) {
+        reception.outcome = WrongSize; // part of a word, or more than was asked for
+    } else if (frameBytes == 0) {
+        reception.outcome = ZeroSize;
+    } else if (frameBytes > maxTransmissionBytes) {
+        reception.outcome = WrongSize;
+        reception.requestedBytes = 2 * frameBytes; // wraps, as the size of a read would
+        reception.result = 0;
+    } else {
+        readFrameWords(reception, 2 * frameBytes);
     }
-    const auto words = std::make_unique<std::uint32_t[]>((requestedBytes + 3) / 4);
-    int deliveredBytes = 0;
-    if (const auto reading = readFrameWords(words.get(), requestedBytes, deliveredBytes);
-        reading != QueueReading::Delivered)
-        return reading;
-    switch (checkTransmission(words.get(), requestedBytes, deliveredBytes)) {
-    case TransmissionVerdict::Good:
-        frame = makeFrame(words.get(), static_cast<std::uint32_t>(deliveredBytes));
-        break;
-    case TransmissionVerdict::NoEnd:
-        rejectEnd(lastWord(words.get(), deliveredBytes), requestedBytes, deliveredBytes);
-        break;
-    case TransmissionVerdict::WrongSize:
-        rejectSize(requestedBytes, deliveredBytes);
-        break;
-    }
-    return QueueReading::Delivered;
 }
 
-OrvoGbePhysicalNetworkInterface::QueueReading
-OrvoGbePhysicalNetworkInterface::readSizeWord(std::uint32_t& frameBytes) {
-    const int result =
-        OHalDataQueueReadBufferLong(d->device, d->portId, &frameBytes, sizeof frameBytes, readLimitMs);
-    if (result < 0) return noteFailedRead(result);
-    d->recvErrorReported = false;
-    if (frameBytes != 0) {
-        d->zeroSizeReported = false;
-        return QueueReading::Delivered;
+void OrvoGbePhysicalNetworkInterface::readFrameWords(Reception& reception, std::uint32_t requestedBytes) {
+    using enum Reception::Outcome;
+    reception.words = std::make_unique<std::uint32_t[]>((requestedBytes + 3) / 4);
+    if (!readWords(reception, reception.words.get(), requestedBytes)) return;
+    switch (checkTransmission(reception.words.get(), requestedBytes, reception.result)) {
+    case TransmissionVerdict::Good:
+        reception.outcome = Frame;
+        break;
+    case TransmissionVerdict::NoEnd:
+        reception.outcome = NoEnd;
+        break;
+    case TransmissionVerdict::WrongSize:
+        reception.outcome = WrongSize;
+        break;
     }
-    if (!d->zeroSizeReported)
+}
+
+bool OrvoGbePhysicalNetworkInterface::readWords(Reception& reception, std::uint32_t* words,
+                                                std::uint32_t requestedBytes) {
+    using enum Reception::Outcome;
+    reception.requestedBytes = requestedBytes;
+    reception.result = OHalDataQueueReadBufferLong(d->device, d->portId, words, requestedBytes, readLimitMs);
+    if (reception.result < 0) {
+        reception.outcome = reception.result == HalTimeout ? Nothing : ReadError;
+        return false;
+    }
+    d->recvErrorReported = false;
+    return true;
+}
+
+bool OrvoGbePhysicalNetworkInterface::needsLostWords(const Reception& reception) {
+    using enum Reception::Outcome;
+    if (reception.outcome == ZeroSize && d->zeroSizeReported) return false;
+    return (reception.outcome == ZeroSize || reception.outcome == NoEnd || reception.outcome == WrongSize) &&
+           logger()->isEnabled(static_cast<std::uint32_t>(tools::logging::LogLevel::Warning));
+}
+
+boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::conclude(const Reception& reception) {
+    switch (reception.outcome) {
+    case Reception::Outcome::Nothing:
+        break;
+    case Reception::Outcome::Frame:
+        return makeFrame(reception.words.get(), static_cast<std::uint32_t>(reception.result));
+    case Reception::Outcome::ReadError:
+        noteReadError(reception);
+        break;
+    case Reception::Outcome::ZeroSize:
+        noteZeroSize(reception);
+        break;
+    case Reception::Outcome::NoEnd:
+        noteMissingEnd(reception);
+        break;
+    case Reception::Outcome::WrongSize:
+        noteWrongSize(reception);
+        break;
+    }
+    return nullptr;
+}
+
+void OrvoGbePhysicalNetworkInterface::noteReadError(const Reception& reception) {
+    if (!std::exchange(d->recvErrorReported, true))
+        if (auto text = warning())
+            text << "': Error(s) in OHalDataQueueReadBufferLong(...) (result = " << reception.result << ")";
+    d->uiqReadErrors += 1;
+    usleep(readErrorPauseUs);
+}
+
+void OrvoGbePhysicalNetworkInterface::noteZeroSize(const Reception& reception) {
+    if (!std::exchange(d->zeroSizeReported, true))
         if (auto text = warning())
             text
                 << "': transmission size of zero received from OHalDataQueueReadBufferLong(...) [lost words: "
-                << lostWords() << "]!";
-    d->zeroSizeReported = true;
+                << reception.lostWords << "]!";
     d->zeroSizeTransmissions += 1;
-    return QueueReading::Nothing;
 }
 
-OrvoGbePhysicalNetworkInterface::QueueReading
-OrvoGbePhysicalNetworkInterface::readFrameWords(std::uint32_t* words, std::uint32_t requestedBytes,
-                                                int& deliveredBytes) {
-    deliveredBytes = OHalDataQueueReadBufferLong(d->device, d->portId, words, requestedBytes, readLimitMs);
-    if (deliveredBytes < 0) return noteFailedRead(deliveredBytes);
-    d->recvErrorReported = false;
-    return QueueReading::Delivered;
-}
-
-OrvoGbePhysicalNetworkInterface::QueueReading OrvoGbePhysicalNetworkInterface::noteFailedRead(int result) {
-    if (result == HalTimeout) return QueueReading::Nothing;
-    if (!d->recvErrorReported)
-        if (auto text = warning())
-            text << "': Error(s) in OHalDataQueueReadBufferLong(...) (result = " << result << ")";
-    d->recvErrorReported = true;
-    d->uiqReadErrors += 1;
-    return QueueReading::Failed;
-}
-
-void OrvoGbePhysicalNetworkInterface::rejectEnd(std::uint32_t word, std::uint32_t requestedBytes,
-                                                int deliveredBytes) {
+void OrvoGbePhysicalNetworkInterface::noteMissingEnd(const Reception& reception) {
     if (auto text = warning())
-        text << "': end of transmission validity check failed! [lost words: " << lostWords() << "]";
+        text << "': end of transmission validity check failed! [lost words: " << reception.lostWords << "]";
     if (auto text = detail())
-        text << "': ... EOT: " << Hex{word} << " - TRANSMISSION_SIZE: " << requestedBytes
-             << " - RESULT: " << deliveredBytes << "\n";
+        text << "': ... EOT: " << Hex{lastWord(reception.words.get(), reception.result)}
+             << " - TRANSMISSION_SIZE: " << reception.requestedBytes << " - RESULT: " << reception.result
+             << "\n";
     d->invalidEots += 1;
 }
 
-void OrvoGbePhysicalNetworkInterface::rejectSize(std::uint32_t requestedBytes, int deliveredBytes) {
+void OrvoGbePhysicalNetworkInterface::noteWrongSize(const Reception& reception) {
     if (auto text = warning())
-        text << "': transmission size validity check failed! (expected: " << requestedBytes
-             << ", received: " << deliveredBytes << ") [lost words: " << lostWords() << "]";
+        text << "': transmission size validity check failed! (expected: " << reception.requestedBytes
+             << ", received: " << reception.result << ") [lost words: " << reception.lostWords << "]";
     d->invalidTransmissionSizes += 1;
 }
 

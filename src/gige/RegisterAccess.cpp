@@ -19,7 +19,8 @@ int resolvePortRegister(void* const* applet, const char* baseName, int index) {
 std::uint64_t readOr(void* device, std::uint32_t address, std::uint64_t fallback) {
     if (address == 0) return fallback;
     std::uint64_t value = fallback;
-    return OHalRegisterRead(device, address, &value) == 0 ? value : fallback;
+    OHalRegisterRead(device, address, &value);
+    return value;
 }
 
 void writeIfPresent(void* device, std::uint32_t address, std::uint64_t value) {

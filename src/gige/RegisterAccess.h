@@ -12,7 +12,8 @@ std::uint32_t resolveRegister(void* applet, const char* name);
 /// it. The applet handle is read when the function runs.
 int resolvePortRegister(void* const* applet, const char* baseName, int index);
 
-/// The register's value, or `fallback` where the firmware lacks it or the read fails.
+/// The register's value, or `fallback` where the firmware lacks it or the read delivers nothing. The read's
+/// status is not looked at.
 std::uint64_t readOr(void* device, std::uint32_t address, std::uint64_t fallback);
 
 /// Writes the register where the firmware has it.

@@ -20,21 +20,25 @@ bool OrvoGbePhysicalNetworkInterface::reinitialize(ReinitializationPhase phase) 
 }
 
 bool OrvoGbePhysicalNetworkInterface::releaseDevice() {
-    if (!d->gate.isClosed() && !d->gate.close(releaseLimit)) {
-        if (auto text = error()) text << "': Device is in use, it was not released.";
-        return false;
-    }
+    if (!closeGate()) return false;
     if (d->device) OHalFreeDevice(d->device);
     d->device = nullptr;
     if (auto text = detail()) text << "': Device successfully deinitialized.";
     return true;
 }
 
+bool OrvoGbePhysicalNetworkInterface::closeGate() {
+    if (d->gate.isClosed() || d->gate.close(releaseLimit)) return true;
+    if (auto text = error()) text << "': Device is in use, it was not released.";
+    return false;
+}
+
 bool OrvoGbePhysicalNetworkInterface::reopenDevice() {
-    if (!d->gate.isClosed()) {
+    if (d->device) { // a second opening would lose it
         if (auto text = error()) text << "': Device was not released before, reinitialization refused.";
         return false;
     }
+    if (!closeGate()) return false;
     if (!d->openPhysicalDevice(id())) {
         if (auto text = error()) text << "': Device reinitialization failed.";
         return false;

@@ -42,6 +42,7 @@ void resolvePortRegisters(PortState& d) {
 bool OrvoGbePhysicalNetworkInterface::setup() {
     if (auto text = information()) text << "': Selecting orvo board " << d->boardId << " port " << d->portId;
     if (!canBeSetUp() || !d->openPhysicalDevice(id())) return false;
+    d->gate.open(); // closed where a device that was not there was released
     if (d->resetBoard) d->executeBoardReset(15, false);
     resolvePortRegisters(*d);
     createLeecher();
@@ -57,7 +58,7 @@ bool OrvoGbePhysicalNetworkInterface::setup() {
 
 bool OrvoGbePhysicalNetworkInterface::canBeSetUp() {
     // A second opening would lose the first handle, and the leecher that may be running with it.
-    if (!d->device && !d->gate.isClosed()) return true;
+    if (!d->device && !d->applet) return true;
     if (auto text = error()) text << "': Device is open or released already, setup refused.";
     return false;
 }

@@ -8,8 +8,6 @@ namespace orvo::core::zume {
 using tools::logging::Hex;
 
 void OrvoGbePhysicalNetworkInterface::logStatistics() {
-    const auto pass = d->gate.enterControl();
-    const bool reachable = pass && d->device;
     if (auto text = information())
         text << "': Send - " << d->sentFrames << " frames (" << d->sentBytes << " bytes)";
     if (auto text = information())
@@ -20,17 +18,23 @@ void OrvoGbePhysicalNetworkInterface::logStatistics() {
     if (auto text = information())
         text << "':        ... invalid transmission sizes : " << d->invalidTransmissionSizes;
     if (auto text = information()) text << "':        .............. UIQ read errors : " << d->uiqReadErrors;
-    if (auto text = information())
-        text << "':        ............... UIQ lost words : " << (reachable ? lostWords() : 0);
+    if (auto text = information()) text << "':        ............... UIQ lost words : " << finalLostWords();
     for (const auto& row : portCounterRows)
-        if (d.get()->*row.address != 0) logCounter(row, reachable);
+        if (d.get()->*row.address != 0) logCounter(row);
 }
 
-void OrvoGbePhysicalNetworkInterface::logCounter(const PortCounterRow& row, bool reachable) {
+// Each value is asked for by itself: the log must not hold up the release of the device.
+int OrvoGbePhysicalNetworkInterface::finalLostWords() {
+    const auto pass = d->gate.enterControl();
+    return pass && d->device ? lostWords() : 0;
+}
+
+void OrvoGbePhysicalNetworkInterface::logCounter(const PortCounterRow& row) {
     auto& initial = d.get()->*row.initial;
     // A flag keeps its last value when it cannot be read; a counter reads 0, and its growth wraps around.
     std::uint64_t value = row.isFlag ? std::uint64_t(initial) : 0;
-    if (reachable) OHalRegisterRead(d->device, d.get()->*row.address, &value);
+    if (const auto pass = d->gate.enterControl(); pass && d->device)
+        OHalRegisterRead(d->device, d.get()->*row.address, &value);
     if (row.isFlag) initial = value;
     if (auto text = information()) {
         text << row.statisticsText;

@@ -33,7 +33,11 @@ struct Logging::D {
 Logging::Logging() : d_(std::make_unique<D>()) {}
 
 Logging::~Logging() {
-    d_->loggers.clear();
+    {
+        // The dispatcher may still set levels, until it is told.
+        const ReadWriteLockGuard guard(&d_->loggersLock, ReadWriteLockGuard::Access::Exclusive);
+        d_->loggers.clear();
+    }
     if (const auto* descriptor = d_->descriptor.load()) descriptor->detach(this);
 }
 
@@ -57,9 +61,9 @@ Logger* Logging::getLogger(const char* name) {
     std::uint32_t threshold = 0;
     d.lookup(name, &handle, &threshold);
     const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Exclusive);
-    auto& logger = d.loggers[handle];
-    if (!logger) logger = std::make_unique<Logger>(handle, threshold);
-    return logger.get();
+    const auto known = d.loggers.find(handle);
+    if (known != d.loggers.end()) return known->second.get();
+    return d.loggers.emplace(handle, std::make_unique<Logger>(handle, threshold)).first->second.get();
 }
 
 void Logging::emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,

@@ -28,7 +28,8 @@ class ORVO_EXPORT PluginLibrary {
 public:
     /// Opens `path` and checks its symbols and every descriptor row.
     /// Errors: PluginLibraryError when there is no such file, when it is not a loadable library, when one of
-    /// the four symbols is missing, when the count is 0, or when a row or entry holds a null pointer.
+    /// the four symbols is missing, when the count is below 1 or above the rows that there are, or when a row
+    /// or entry holds a null pointer.
     explicit PluginLibrary(const std::string& path);
     ~PluginLibrary();
     PluginLibrary(const PluginLibrary&) = delete;
