@@ -73,20 +73,25 @@ const FirmwareProfile* Simulation::firmware(unsigned number) const noexcept {
     return number < firmwares_.size() ? firmwares_[number].get() : nullptr;
 }
 
-/// Two ports that record into one file would destroy each other's captures.
-void Simulation::refuseSharedOutput(PortPlace place, const WireSpec& spec) {
+/// Two ports that record into one file would destroy each other's captures, and two at one interface would
+/// both be at the end of one cable.
+void Simulation::refuseShared(PortPlace place, const WireSpec& spec) {
     std::error_code absent; // then the file is not shared
     for (const auto& board : boards_)
-        for (Port& other : board->ports())
-            if (other.place() != place &&
-                std::filesystem::equivalent(other.cabling().spec.output, spec.output, absent))
-                throw WireError("capture file '" + spec.output.string() + "' is written by port " +
-                                toText(other.place()) + " already");
+        for (Port& other : board->ports()) {
+            if (other.place() == place) continue;
+            const WireSpec& taken = other.cabling().spec;
+            const std::string by = " by port " + toText(other.place()) + " already";
+            if (std::filesystem::equivalent(taken.output, spec.output, absent))
+                throw WireError("capture file '" + spec.output.string() + "' is written" + by);
+            if (!spec.interface.empty() && taken.interface == spec.interface)
+                throw WireError("interface '" + spec.interface + "' is used" + by);
+        }
 }
 
 void Simulation::plug(PortPlace place, const WireSpec& spec, SimTime now) {
     const std::lock_guard lock(benchMutex);
-    refuseSharedOutput(place, spec);
+    refuseShared(place, spec);
     orvo::sim::plug(
         place, spec, [this](PortPlace at) { return port(at); }, now);
 }

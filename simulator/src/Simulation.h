@@ -26,7 +26,7 @@ public:
 
 private:
     const FirmwareProfile& firmwareOf(const BoardConfiguration& board) const;
-    void refuseSharedOutput(PortPlace place, const WireSpec& spec);
+    void refuseShared(PortPlace place, const WireSpec& spec);
 
     std::vector<std::unique_ptr<FirmwareProfile>> firmwares_;
     std::vector<std::unique_ptr<Board>> boards_;

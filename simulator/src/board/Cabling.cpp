@@ -25,14 +25,14 @@ void install(Port& port, const WireSpec& spec, Port* far, std::unique_ptr<Wire> 
 void dropFarEnd(Port& port, SimTime now) {
     Port* far = port.cabling().far;
     if (!far) return;
-    install(*far, {WireSpec::Kind::None, {}, {}, {}}, nullptr, nullptr, now);
+    install(*far, {WireSpec::Kind::None}, nullptr, nullptr, now);
     port.cabling().far = nullptr;
     renegotiate(*far);
 }
 
 void plugCable(Port& port, Port& far, SimTime now) {
-    const WireSpec toFar{WireSpec::Kind::Port, far.place(), {}, {}};
-    const WireSpec toPort{WireSpec::Kind::Port, port.place(), {}, {}};
+    const WireSpec toFar{WireSpec::Kind::Port, far.place()};
+    const WireSpec toPort{WireSpec::Kind::Port, port.place()};
     auto nearWire = makeWire(toFar, port.receiver(), &far.receiver());
     auto farWire = makeWire(toPort, far.receiver(), &port.receiver());
     dropFarEnd(port, now);
@@ -45,6 +45,8 @@ void plugCable(Port& port, Port& far, SimTime now) {
 
 void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTime now) {
     Port& port = portAt(place, findPort);
+    if (spec.kind == WireSpec::Kind::Tap && spec.interface == port.cabling().spec.interface)
+        return; // stays: a TAP has one user at a time
     if (spec.kind == WireSpec::Kind::Port) {
         Port& far = portAt(spec.far, findPort);
         if (&far == &port)

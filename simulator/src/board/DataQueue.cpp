@@ -84,6 +84,11 @@ bool DataQueue::catchUp(std::uint64_t& head) noexcept {
     return true;
 }
 
+void DataQueue::countLost(std::uint64_t words) {
+    const std::lock_guard lock(producers_);
+    lostWords_.add(words);
+}
+
 std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
     auto head = head_.load(std::memory_order_relaxed);
     std::uint64_t from = 0;

@@ -38,6 +38,9 @@ public:
     /// and the end-of-transmission flag in the last. An odd frame is lengthened by a zero byte.
     bool pushFrame(WireBytes frame);
 
+    /// Counts words that were lost on their way here.
+    void countLost(std::uint64_t words);
+
     /// Consumer: takes up to `most` words, as many as there are.
     std::size_t take(std::uint32_t* out, std::size_t most) noexcept;
 

@@ -12,10 +12,10 @@ LinkEnd limited(LinkEnd end, OrvoSimPartner offer) noexcept {
     return end;
 }
 
-/// The far end of a cable that leads to no port: a switch, ready at any time.
-LinkEnd outsidePartner(WireSpec::Kind kind) noexcept {
+/// The far end of a cable that leads to no port: a switch, ready at any time if there is one.
+LinkEnd outsidePartner(const Port& port) noexcept {
     LinkEnd end;
-    if (kind != WireSpec::Kind::None) end.activeSince = always;
+    if (port.hasCarrier()) end.activeSince = always;
     end.ability = ability::allWithPause;
     end.gigabit = gigabit::full | gigabit::multiPort;
     return end;
@@ -33,7 +33,7 @@ void renegotiate(Port& port) noexcept {
     const PortCabling& cabling = port.cabling();
     const LinkEnd own = port.phy().end();
     if (!cabling.far) {
-        const LinkEnd partner = limited(outsidePartner(cabling.spec.kind), cabling.partner);
+        const LinkEnd partner = limited(outsidePartner(port), cabling.partner);
         setLink(port, negotiate(own, partner, cabling.pluggedAt, false), now);
         return;
     }

@@ -1,6 +1,8 @@
 // A port's registers, and its wire.
 #include "Port.h"
 
+#include "Link.h"
+
 namespace orvo::sim {
 
 constinit std::mutex benchMutex;
@@ -79,9 +81,17 @@ void Port::setWire(std::unique_ptr<Wire> wire) noexcept {
     transmitter_.setWire(nullptr);
     wire_ = nullptr;
     wire_ = std::move(wire);
-    if (wire_) wire_->plugged();
+    if (wire_) wire_->plugged(*this);
     transmitter_.setWire(wire_.get());
     isPlayed_.store(wire_ && wire_->isPlayedOnDemand(), std::memory_order_relaxed);
+}
+
+bool Port::farEndChanged() noexcept {
+    const std::unique_lock lock(benchMutex, std::try_to_lock);
+    if (!lock) return false;
+    cabling_.pluggedAt = simClock.now(); // the far end begins anew
+    renegotiate(*this);
+    return true;
 }
 
 void Port::setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept {

@@ -23,13 +23,13 @@ extern std::mutex benchMutex;
 
 /// The cabling of a port; guarded by the bench mutex.
 struct PortCabling {
-    WireSpec spec{WireSpec::Kind::None, {}, {}, {}};
+    WireSpec spec{WireSpec::Kind::None};
     class Port* far = nullptr; ///< at the other end, where that is a port
     SimTime pluggedAt = always;
     OrvoSimPartner partner = OrvoSimPartner1000;
 };
 
-class Port {
+class Port final : private LinkListener {
 public:
     struct Setup {
         PortPlace place;
@@ -57,6 +57,8 @@ public:
     PortCabling& cabling() noexcept { return cabling_; }
     /// Unplugs the wire that is there, which completes its files, and plugs this one (null: none).
     void setWire(std::unique_ptr<Wire> wire) noexcept;
+    /// Whether the wire that is there, if any, leads to somebody.
+    bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
     /// Brings the gate in line with the PHY, and with the board's enables and reset line.
     void updateGate() noexcept { gate_.setPassesFrom(phy_.passesFramesFrom()); }
@@ -66,6 +68,7 @@ public:
 
 private:
     bool has(std::uint32_t address) const noexcept { return (registers_ & registerBit(address)) != 0; }
+    bool farEndChanged() noexcept override;
     bool writeOther(std::uint32_t address, std::uint64_t value) noexcept;
     void updateEnables() noexcept;
 

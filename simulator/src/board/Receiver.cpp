@@ -1,24 +1,55 @@
 // The road of a frame from the wire into the receive queue.
 #include "Receiver.h"
 
+#include <algorithm>
+#include <array>
+
 namespace orvo::sim {
 
 Arrival Receiver::deliver(WireBytes frame) noexcept {
-    if (!gate_.canReceive()) {
-        ignoredFrames_.add(1);
-        return Arrival::Ignored;
-    }
-    if (!isGoodFrame(frame)) {
-        errors_.add(1);
-        return Arrival::Broken;
-    }
-    const WireBytes content = withoutFcs(frame);
-    goodBytes_.add(frame.size());
+    if (!gate_.canReceive()) return ignore();
+    return isGoodFrame(frame) ? accept(withoutFcs(frame)) : refuse();
+}
+
+Arrival Receiver::deliverUnsealed(WireBytes content) noexcept {
+    if (!gate_.canReceive()) return ignore();
+    if (content.size() > maxFrameBytes) return refuse();
+    if (content.size() >= minFrameBytes) return accept(content);
+    std::array<std::uint8_t, minFrameBytes> padded{};
+    std::copy(content.begin(), content.end(), padded.begin());
+    return accept(padded);
+}
+
+Arrival Receiver::ignore(std::uint64_t frames) noexcept {
+    ignoredFrames_.add(frames);
+    return Arrival::Ignored;
+}
+
+Arrival Receiver::refuse() noexcept {
+    errors_.add(1);
+    return Arrival::Broken;
+}
+
+Arrival Receiver::accept(WireBytes content) noexcept {
+    goodBytes_.add(content.size() + fcsBytes);
     goodFrames_.add(1); // before the host can see the frame
     if (queue_.pushFrame(content)) return Arrival::Queued;
     lostWords_.add(wordsOfFrame(content.size()));
     overflowFrames_.add(1);
     return Arrival::Overflow;
+}
+
+void Receiver::countLost(std::uint64_t frames) noexcept {
+    if (!gate_.canReceive()) {
+        ignore(frames);
+        return;
+    }
+    const std::uint64_t words = frames * wordsOfFrame(minFrameBytes);
+    goodBytes_.add(frames * minWireBytes);
+    goodFrames_.add(frames);
+    queue_.countLost(words);
+    lostWords_.add(words);
+    overflowFrames_.add(frames);
 }
 
 } // namespace orvo::sim

@@ -16,6 +16,9 @@ public:
     Receiver(const PortGate& gate, DataQueue& queue) noexcept : gate_(gate), queue_(queue) {}
 
     Arrival deliver(WireBytes frame) noexcept override;
+    Arrival deliverUnsealed(WireBytes content) noexcept override;
+    /// As frames that the queue had no room for, each with as many words as the shortest has.
+    void countLost(std::uint64_t frames) noexcept override;
     bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
 
     std::uint64_t goodFrames() const noexcept { return goodFrames_.value(); }
@@ -28,6 +31,10 @@ public:
     std::uint64_t lostWords() const noexcept { return lostWords_.value(); }
 
 private:
+    Arrival ignore(std::uint64_t frames = 1) noexcept;
+    Arrival refuse() noexcept;
+    Arrival accept(WireBytes content) noexcept;
+
     const PortGate& gate_;
     DataQueue& queue_;
     alignas(64) SharedCounter goodFrames_;

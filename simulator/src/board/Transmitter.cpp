@@ -25,21 +25,19 @@ bool Transmitter::send() noexcept {
     if (units == 0 || units > bufferBytes / 2 || !gate_.canTransmit()) return false;
     Wire* const wire = wire_.load(std::memory_order_seq_cst);
     if (!wire) return false;
-    const std::size_t wireBytes = seal();
-    wire->transmit(WireBytes(buffer_).first(wireBytes));
+    const bool addsFcs = crcGeneration();
+    const WireBytes frame = padded(2 * units, addsFcs ? minFrameBytes : minWireBytes);
+    if (!(addsFcs ? wire->transmitUnsealed(frame) : wire->transmit(frame))) return false;
     sentFrames_.add(1);
-    sentBytes_.add(wireBytes);
+    sentBytes_.add(frame.size() + (addsFcs ? fcsBytes : 0));
     return true;
 }
 
 /// The MAC pads every frame; without CRC generation the padding follows the sequence that the host appended,
 /// which then is none any more.
-std::size_t Transmitter::seal() noexcept {
-    const std::size_t bytes = 2 * units_.load(std::memory_order_relaxed);
-    if (crcGeneration()) return sealFrame(buffer_.data(), bytes);
-    const std::size_t padded = std::max(bytes, minWireBytes);
-    std::fill(buffer_.data() + bytes, buffer_.data() + padded, std::uint8_t{0});
-    return padded;
+WireBytes Transmitter::padded(std::size_t bytes, std::size_t leastBytes) noexcept {
+    if (bytes < leastBytes) std::fill(buffer_.data() + bytes, buffer_.data() + leastBytes, std::uint8_t{0});
+    return WireBytes(buffer_).first(std::max(bytes, leastBytes));
 }
 
 void Transmitter::setWire(Wire* wire) noexcept {

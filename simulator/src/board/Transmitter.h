@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    std::size_t seal() noexcept;
+    WireBytes padded(std::size_t bytes, std::size_t leastBytes) noexcept;
     bool send() noexcept;
 
     const PortGate& gate_;
@@ -69,7 +69,7 @@ private:
     Counter sentFrames_;
     Counter sentBytes_;
     SharedCounter unsentFrames_;
-    alignas(64) std::array<std::uint8_t, bufferBytes + fcsBytes> buffer_{};
+    alignas(64) std::array<std::uint8_t, bufferBytes> buffer_{};
 };
 
 } // namespace orvo::sim

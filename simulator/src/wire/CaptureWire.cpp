@@ -3,9 +3,6 @@
 
 #include "Clock.h"
 
-#include <algorithm>
-#include <array>
-
 namespace orvo::sim {
 
 namespace {
@@ -28,33 +25,30 @@ CaptureWire::~CaptureWire() {
     flush(); // a file that is incomplete is reported here at the latest
 }
 
-void CaptureWire::plugged() noexcept {
+void CaptureWire::plugged(LinkListener&) noexcept {
     if (writer_) writer_->begin();
 }
 
-void CaptureWire::transmit(WireBytes frame) noexcept {
-    if (!writer_) return;
+bool CaptureWire::transmit(WireBytes frame) noexcept {
+    return transmitUnsealed(withoutFcs(frame)); // captures hold no check sequences, right or wrong
+}
+
+bool CaptureWire::transmitUnsealed(WireBytes content) noexcept {
+    if (!writer_) return true;
     const std::lock_guard lock(recording_);
-    writer_->write(withoutFcs(frame), simClock.wallTime());
+    writer_->write(content, simClock.wallTime());
+    return true;
 }
 
 void CaptureWire::play() noexcept {
     for (int i = 0; i < framesAtOnce && (i == 0 || port_.hasRoom()); ++i) {
         const auto frame = reader_.next();
         if (!frame) return;
-        playFrame(*frame);
+        if (frame->isWhole)
+            port_.deliverUnsealed(frame->bytes);
+        else
+            port_.deliver({}); // the receiver counts an error
     }
-}
-
-void CaptureWire::playFrame(const CaptureReader::Frame& frame) noexcept {
-    std::array<std::uint8_t, maxWireBytes + 1> buffer{};
-    if (!frame.isWhole || frame.bytes.size() > maxFrameBytes) {
-        port_.deliver(buffer); // longer than any good frame: the receiver counts an error
-        return;
-    }
-    std::copy(frame.bytes.begin(), frame.bytes.end(), buffer.begin());
-    const std::size_t wireBytes = sealFrame(buffer.data(), frame.bytes.size());
-    port_.deliver(WireBytes(buffer).first(wireBytes));
 }
 
 bool CaptureWire::flush() noexcept {

@@ -13,15 +13,14 @@ public:
     CaptureWire(const WireSpec& spec, FrameSink& port);
     ~CaptureWire() override;
 
-    void plugged() noexcept override;
-    void transmit(WireBytes frame) noexcept override;
+    void plugged(LinkListener& listener) noexcept override;
+    bool transmit(WireBytes frame) noexcept override;
+    bool transmitUnsealed(WireBytes content) noexcept override;
     bool isPlayedOnDemand() const noexcept override { return true; }
     void play() noexcept override;
     bool flush() noexcept override;
 
 private:
-    void playFrame(const CaptureReader::Frame& frame) noexcept;
-
     FrameSink& port_;
     CaptureReader reader_; // the receive thread's
     std::mutex recording_; // the sender's thread writes, any thread flushes

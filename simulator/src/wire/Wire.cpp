@@ -2,6 +2,9 @@
 #include "Wire.h"
 
 #include "CaptureWire.h"
+#include "LiveWire.h"
+#include "PacketSocket.h"
+#include "TapDevice.h"
 
 namespace orvo::sim {
 
@@ -11,7 +14,14 @@ namespace {
 class Cable final : public Wire {
 public:
     explicit Cable(FrameSink& sink) noexcept : sink_(sink) {}
-    void transmit(WireBytes frame) noexcept override { sink_.deliver(frame); }
+    bool transmit(WireBytes frame) noexcept override {
+        sink_.deliver(frame);
+        return true;
+    }
+    bool transmitUnsealed(WireBytes content) noexcept override {
+        sink_.deliverUnsealed(content);
+        return true;
+    }
 
 private:
     FrameSink& sink_;
@@ -27,6 +37,11 @@ std::unique_ptr<Wire> makeWire(const WireSpec& spec, FrameSink& own, FrameSink* 
         return std::make_unique<Cable>(*far);
     case WireSpec::Kind::Capture:
         return std::make_unique<CaptureWire>(spec, own);
+    case WireSpec::Kind::Tap:
+        return std::make_unique<LiveWire>(spec.interface, std::make_unique<TapDevice>(spec.interface), own);
+    case WireSpec::Kind::Packet:
+        return std::make_unique<LiveWire>(spec.interface, std::make_unique<PacketSocket>(spec.interface),
+                                          own);
     case WireSpec::Kind::None:
         break;
     }

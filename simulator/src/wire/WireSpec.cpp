@@ -30,11 +30,25 @@ WireSpec parseCapture(std::string_view wire, std::string_view text, const std::f
     const auto comma = text.find(',');
     const auto input = text.substr(0, comma);
     if (input.empty()) refuse(wire, "names no file to play; write pcap:IN or pcap:IN,OUT");
-    WireSpec spec{WireSpec::Kind::Capture, {}, directory / input, {}};
+    WireSpec spec{WireSpec::Kind::Capture, {}, directory / input};
     if (comma == std::string_view::npos) return spec;
     const auto output = text.substr(comma + 1);
     if (output.empty()) refuse(wire, "names no file after the comma; write pcap:IN or pcap:IN,OUT");
     spec.output = directory / output;
+    return spec;
+}
+
+/// The kernel's own rules for names, and a colon or a percent sign would make it a pattern.
+WireSpec parseInterface(std::string_view wire, WireSpec::Kind kind, std::string_view name) {
+    constexpr std::size_t longestName = 15;
+    if (name.empty()) refuse(wire, "names no network interface; write tap:NAME or packet:IFNAME");
+    if (name.size() > longestName)
+        refuse(wire, "names no network interface: a name has at most 15 characters, this has " +
+                         std::to_string(name.size()));
+    if (name == "." || name == ".." || name.find_first_of("/:% \t\n\v\f\r") != std::string_view::npos)
+        refuse(wire, "names no network interface: a name has no space, '/', ':' or '%'");
+    WireSpec spec{kind};
+    spec.interface = name;
     return spec;
 }
 
@@ -52,6 +66,10 @@ std::string WireSpec::text() const {
         return "loopback";
     case Kind::Port:
         return std::string("port:").append(toText(far));
+    case Kind::Tap:
+        return std::string("tap:").append(interface);
+    case Kind::Packet:
+        return std::string("packet:").append(interface);
     case Kind::Capture:
         break;
     }
@@ -64,15 +82,15 @@ WireSpec parseWire(std::string_view text, const std::filesystem::path& directory
     const auto kind = text.substr(0, colon);
     if (colon == std::string_view::npos) {
         if (kind == "loopback") return {};
-        if (kind == "none") return {WireSpec::Kind::None, {}, {}, {}};
+        if (kind == "none") return {WireSpec::Kind::None};
     } else {
         const auto rest = text.substr(colon + 1);
-        if (kind == "port") return {WireSpec::Kind::Port, parsePlace(text, rest), {}, {}};
+        if (kind == "port") return {WireSpec::Kind::Port, parsePlace(text, rest)};
         if (kind == "pcap") return parseCapture(text, rest, directory);
-        if (kind == "tap" || kind == "packet")
-            refuse(text, "is not available: this simulation has no wires to live networks");
+        if (kind == "tap") return parseInterface(text, WireSpec::Kind::Tap, rest);
+        if (kind == "packet") return parseInterface(text, WireSpec::Kind::Packet, rest);
     }
-    refuse(text, "is unknown; use loopback, port:BOARD/PORT, pcap:IN[,OUT] or none");
+    refuse(text, "is unknown; use loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, packet:IFNAME or none");
 }
 
 } // namespace orvo::sim

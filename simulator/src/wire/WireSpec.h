@@ -22,18 +22,19 @@ struct PortPlace {
 std::string toText(PortPlace place); ///< "BOARD/PORT"
 
 struct WireSpec {
-    enum class Kind { None, Loopback, Port, Capture };
+    enum class Kind { None, Loopback, Port, Capture, Tap, Packet };
 
     Kind kind = Kind::Loopback;
-    PortPlace far;                ///< the other end of a cable
-    std::filesystem::path input;  ///< of a capture: what is played towards the port
-    std::filesystem::path output; ///< of a capture: what records the port; may be empty
+    PortPlace far = {};                ///< the other end of a cable
+    std::filesystem::path input = {};  ///< of a capture: what is played towards the port
+    std::filesystem::path output = {}; ///< of a capture: what records the port; may be empty
+    std::string interface = {};        ///< of a wire to a live network
 
     std::string text() const; ///< as parseWire takes it
 };
 
-/// Takes "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]" or "none" apart; relative paths start at `directory`
-/// (empty: they stay). Throws WireError; looks at no file and knows no boards.
+/// Takes the text of a wire apart; relative paths start at `directory` (empty: they stay). Throws WireError;
+/// looks at no file and no interface, and knows no boards.
 WireSpec parseWire(std::string_view text, const std::filesystem::path& directory = {});
 
 } // namespace orvo::sim

@@ -43,10 +43,11 @@ ORVO_EXPORT const char* orvoSimConfigurationError(void);
 /// Number of simulated boards, removed ones included; 0 when the configuration is bad.
 ORVO_EXPORT int orvoSimBoardCount(void);
 
-/// Cables a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]" or "none". A wire that is there is unplugged
-/// first (its OUT file is complete then), and the link goes down and comes up again by negotiation, at once
-/// on a port whose PHY was never reset. "port:" cables both ends; the far port's wire is unplugged too, and
-/// so is the cable's other end wherever a cable is taken away. Relative paths start at the working directory.
+/// Cables a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]", "tap:NAME", "packet:IFNAME" or "none". A
+/// wire that is there is unplugged first (its OUT file is complete then), and the link goes down and comes up
+/// again by negotiation, at once on a port whose PHY was never reset. "port:" cables both ends; the far port's
+/// wire is unplugged too, and so is the cable's other end wherever a cable is taken away. "tap:" and "packet:"
+/// reach the interfaces of the caller's network namespace. Relative paths start at the working directory.
 /// On failure (OrvoSimNoSuchPlace, OrvoSimBadValue) the old wire stays and `error`, if not null, receives one
 /// sentence (NUL-terminated, cut to `errorBytes`).
 ORVO_EXPORT int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error,
@@ -118,13 +119,15 @@ struct OrvoSimPort {
     uint64_t sentFrames;     ///< frames that left by the wire
     uint64_t sentBytes;      ///< their bytes, padding and frame check sequence included
     uint64_t unsentFrames;   ///< frames handed over that could not leave: no link, transmitter off or busy,
-                             ///< nothing in the transmit buffer, or more than its 2048 bytes
+                             ///< nothing in the transmit buffer, more than its 2048 bytes, or a network
+                             ///< interface that did not take them
     uint64_t receivedFrames; ///< good frames from the wire
     uint64_t receivedBytes;  ///< their bytes, frame check sequence included
     uint64_t receiveErrors;  ///< frames from the wire with a wrong frame check sequence or of impossible size
     uint64_t ignoredFrames;  ///< frames that came while the receiver was off, in reset or without link
-    uint64_t overflowFrames; ///< good frames that the receive queue had no room for
-    uint64_t lostWords;      ///< words of those frames
+    uint64_t overflowFrames; ///< good frames that the receive queue had no room for, and frames that the
+                             ///< receive ring of a "packet:" wire had none for
+    uint64_t lostWords;      ///< words of those frames; 31 for each of the latter, whose length is not known
     uint64_t queuedWords;    ///< words in the receive queue now
     uint64_t registerWrites; ///< writes of registers of this port
     uint64_t staleAccesses;  ///< calls with a handle of this board that was released before; the same for

@@ -1,0 +1,37 @@
+// The state of a network interface, and a bell that rings when interfaces change.
+#pragma once
+
+#include "Descriptor.h"
+
+#include <string>
+
+namespace orvo::sim {
+
+enum class InterfaceState { Absent, Down, NoCarrier, Up };
+
+/// Sees the network namespace of the thread that makes it. One thread at a time.
+class InterfaceWatch {
+public:
+    /// Throws WireError.
+    explicit InterfaceWatch(std::string name);
+
+    const std::string& name() const noexcept { return name_; }
+    /// Readable when some interface changed since the last `look`.
+    int bell() const noexcept { return bell_.get(); }
+
+    struct View {
+        InterfaceState state = InterfaceState::Absent;
+        int index = 0; ///< of the interface that has the name now; 0: none has
+    };
+    View look() noexcept;
+    /// Whether the interface carries Ethernet frames; false where there is none.
+    bool isEthernet() const noexcept;
+
+private:
+    void hush() noexcept;
+
+    const std::string name_;
+    const Descriptor bell_;
+};
+
+} // namespace orvo::sim

@@ -1,0 +1,168 @@
+// The thread of a live wire, and sending through it.
+#include "LiveWire.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+namespace orvo::sim {
+
+namespace {
+
+using Clock = std::chrono::steady_clock; // networks know no virtual time
+
+// How long a frame waits for a place in the interface's send queue.
+constexpr auto sendPatience = std::chrono::milliseconds{40};
+// How often an interface that is gone is looked for, should its return have gone unnoticed.
+constexpr int absentMs = 200;
+// Until the port's link can follow, while its bench is in use.
+constexpr int followMs = 1;
+
+bool isFull(int error) noexcept {
+    return error == EAGAIN || error == ENOBUFS || error == EINTR;
+}
+
+/// Signals are for the program's own threads.
+class SignalsBlocked {
+public:
+    SignalsBlocked() noexcept {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+} // namespace
+
+LiveWire::LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> device, FrameSink& port)
+    : port_(port), watch_(interface), device_(std::move(device)),
+      end_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    const std::string subject = "interface '" + interface + "' ";
+    const auto view = watch_.look();
+    if (view.index == 0) throw WireError(subject + "does not exist; `ip link` shows those that do");
+    if (!watch_.isEthernet()) throw WireError(subject + "carries no Ethernet frames");
+    const int error = end_.get() < 0 ? errno : device_->attach(view.index);
+    if (error != 0) throw WireError(subject + "cannot be used: " + std::strerror(error));
+    attached_ = view.index;
+    state_ = view.state;
+}
+
+LiveWire::~LiveWire() {
+    if (!thread_.joinable()) return;
+    eventfd_write(end_.get(), 1); // cannot fail: the count is far from its limit
+    thread_.join();
+}
+
+void LiveWire::plugged(LinkListener& listener) noexcept {
+    listener_ = &listener;
+    toldCarrier_ = hasCarrier();
+    if (state_ != InterfaceState::Up) report(state_);
+    try {
+        const SignalsBlocked here; // the thread inherits it
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error& error) {
+        state_ = InterfaceState::Absent;
+        std::fprintf(stderr, "simulated board: interface '%s' gets no thread and carries nothing: %s\n",
+                     watch_.name().c_str(), error.what());
+    }
+}
+
+void LiveWire::run() noexcept {
+    for (;;) {
+        pollfd events[] = {{end_.get(), POLLIN, 0},
+                           {watch_.bell(), POLLIN, 0},
+                           {attached_ != 0 ? device_->descriptor() : -1, POLLIN, 0}};
+        const int count = poll(events, 3, patienceMs());
+        if (events[0].revents != 0) return;
+        const int shown = events[2].revents;
+        if ((shown & POLLIN) != 0) device_->receive(port_);
+        if ((shown & ~POLLIN) != 0) {
+            device_->clearError();
+            attached_ = 0;
+        }
+        if (count == 0 || events[1].revents != 0 || attached_ == 0) lookAtInterface();
+        if (toldCarrier_ != hasCarrier() && listener_->farEndChanged()) toldCarrier_ = !toldCarrier_;
+    }
+}
+
+int LiveWire::patienceMs() const noexcept {
+    if (toldCarrier_ != hasCarrier()) return followMs;
+    return attached_ != 0 ? -1 : absentMs;
+}
+
+void LiveWire::lookAtInterface() noexcept {
+    const auto view = watch_.look();
+    if (view.index != attached_)
+        attached_ = view.index != 0 && device_->attach(view.index) == 0 ? view.index : 0;
+    const auto now = attached_ != 0 ? view.state : InterfaceState::Absent;
+    const auto before = state_.exchange(now);
+    if ((before == InterfaceState::Up) != (now == InterfaceState::Up)) report(now);
+}
+
+void LiveWire::report(InterfaceState now) const noexcept {
+    const char* const name = watch_.name().c_str();
+    switch (now) {
+    case InterfaceState::Absent:
+        std::fprintf(stderr, "simulated board: interface '%s' is gone; no frames pass until it is back\n",
+                     name);
+        break;
+    case InterfaceState::Down:
+        std::fprintf(stderr,
+                     "simulated board: interface '%s' is down; no frames pass until: ip link set %s up\n",
+                     name, name);
+        break;
+    case InterfaceState::NoCarrier:
+        std::fprintf(stderr, "simulated board: interface '%s' has no carrier; no frames pass until it has\n",
+                     name);
+        break;
+    case InterfaceState::Up:
+        std::fprintf(stderr, "simulated board: interface '%s' is up\n", name);
+        break;
+    }
+}
+
+bool LiveWire::transmit(WireBytes frame) noexcept {
+    return !isGoodFrame(frame) || transmitUnsealed(withoutFcs(frame)); // a bad one ends at the far end's MAC
+}
+
+bool LiveWire::transmitUnsealed(WireBytes content) noexcept {
+    if (content.size() > maxFrameBytes) return true; // so does a long one
+    const int error = sendPatiently(content);
+    if (error != 0) reportUnsent(content.size(), error);
+    return error == 0;
+}
+
+/// What the interface's state explains is said by the wire's thread.
+void LiveWire::reportUnsent(std::size_t bytes, int error) noexcept {
+    if (saidUnsent_ || isFull(error) || !hasCarrier()) return;
+    saidUnsent_ = true;
+    std::fprintf(stderr, "simulated board: interface '%s' did not take a frame of %zu bytes: %s\n",
+                 watch_.name().c_str(), bytes, std::strerror(error));
+}
+
+/// 0, or the error of the last attempt.
+int LiveWire::sendPatiently(WireBytes content) noexcept {
+    int error = device_->send(content);
+    if (error == 0) [[likely]]
+        return 0;
+    if (error == ENETDOWN) error = device_->send(content); // the first may tell of a time before
+    for (const auto limit = Clock::now() + sendPatience; isFull(error) && Clock::now() < limit;) {
+        pollfd room{error == EAGAIN ? device_->descriptor() : -1, POLLOUT, 0};
+        poll(&room, 1, 1);
+        error = device_->send(content);
+    }
+    return error;
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,183 @@
+// Packet sockets: a ring of slots that the kernel fills with arriving frames, and plain sending.
+#include "PacketSocket.h"
+
+#include "InternetChecksum.h"
+
+#include <arpa/inet.h>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/uio.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+namespace orvo::sim {
+
+namespace {
+
+// One frame a slot, so that each is seen as soon as it is there. The rest of a longer one is cut off.
+constexpr std::size_t slotBytes = 2048;
+constexpr std::size_t blockBytes = 32 * slotBytes;
+constexpr std::size_t largestRingBytes = 16 * 1024 * 1024;
+constexpr std::size_t smallestRingBytes = 1024 * 1024;
+
+/// What precedes a frame and tells what is left to do on it; <linux/virtio_net.h> has it, but is not C++.
+struct OffloadHeader {
+    static constexpr std::uint8_t needsChecksum = 1; // in flags
+    std::uint8_t flags = 0;
+    std::uint8_t segmentation = 0; // 0: this is no frame that is yet to be cut into several
+    std::uint16_t headerBytes = 0;
+    std::uint16_t segmentBytes = 0;
+    std::uint16_t checksumStart = 0; // from the start of the frame
+    std::uint16_t checksumOffset = 0;
+};
+static_assert(sizeof(OffloadHeader) == 10);
+
+constexpr int addressAt = TPACKET_ALIGN(int{sizeof(tpacket2_hdr)}); // in a slot
+constexpr std::size_t addressesBytes = 12; // of destination and source, before a VLAN tag
+constexpr std::size_t tagBytes = 4;
+
+bool setOption(int socket, int name, int value) noexcept {
+    return setsockopt(socket, SOL_PACKET, name, &value, sizeof value) == 0;
+}
+
+Descriptor openSocket(const std::string& interface) {
+    // Of no protocol: nothing arrives until it is attached.
+    Descriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    const int error = errno;
+    if (socket.get() >= 0) return socket;
+    const std::string wire = "wire 'packet:" + interface + "' ";
+    if (error != EPERM && error != EACCES)
+        throw WireError(wire + "cannot be had: no packet socket: " + std::strerror(error));
+    std::error_code unknown;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
+    throw WireError(wire +
+                    "needs the permission for raw sockets; run as root, or grant it by: sudo setcap "
+                    "cap_net_raw,cap_net_admin+ep " +
+                    (unknown ? "PROGRAM" : program.string()));
+}
+
+std::atomic_ref<std::uint32_t> statusOf(std::uint8_t* slot) noexcept {
+    return std::atomic_ref(reinterpret_cast<tpacket2_hdr*>(slot)->tp_status);
+}
+
+/// Puts the tag back that the kernel took out. The 12 bytes move into what was read before: the space that
+/// the offload header took.
+WireBytes withTag(std::uint8_t* frame, const tpacket2_hdr& header) noexcept {
+    std::uint8_t* const tagged = frame - tagBytes;
+    std::memmove(tagged, frame, addressesBytes);
+    const bool hasType = (header.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
+    const std::uint16_t tag[] = {htons(hasType ? header.tp_vlan_tpid : std::uint16_t{ETH_P_8021Q}),
+                                 htons(header.tp_vlan_tci)};
+    std::memcpy(tagged + addressesBytes, tag, sizeof tag);
+    return {tagged, header.tp_snaplen + tagBytes};
+}
+
+} // namespace
+
+void UnmapRing::operator()(std::uint8_t* ring) const noexcept {
+    munmap(ring, bytes);
+}
+
+PacketSocket::PacketSocket(const std::string& interface)
+    : FrameDevice(interface), socket_(openSocket(interface)) {
+    setOption(socket_.get(), PACKET_IGNORE_OUTGOING, 1); // an older kernel's are left out by handOn
+    bool fits = setOption(socket_.get(), PACKET_VERSION, TPACKET_V2) &&
+                setOption(socket_.get(), PACKET_VNET_HDR, 1); // tells of checksums that are not finished
+    std::size_t bytes = largestRingBytes;
+    while (fits && !shareRing(bytes)) fits = (bytes /= 2) >= smallestRingBytes;
+    if (!fits)
+        throw WireError("wire 'packet:" + interface + "' gets no receive buffer: " + std::strerror(errno));
+}
+
+bool PacketSocket::shareRing(std::size_t bytes) noexcept {
+    tpacket_req request{};
+    request.tp_block_size = blockBytes;
+    request.tp_block_nr = static_cast<unsigned>(bytes / blockBytes);
+    request.tp_frame_size = slotBytes;
+    request.tp_frame_nr = static_cast<unsigned>(bytes / slotBytes);
+    if (setsockopt(socket_.get(), SOL_PACKET, PACKET_RX_RING, &request, sizeof request) != 0) return false;
+    void* const memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, socket_.get(), 0);
+    if (memory == MAP_FAILED) return false;
+    ring_ = {static_cast<std::uint8_t*>(memory), UnmapRing{bytes}};
+    slots_ = bytes / slotBytes;
+    return true;
+}
+
+int PacketSocket::attach(int index) noexcept {
+    sockaddr_ll address{};
+    address.sll_family = AF_PACKET;
+    address.sll_protocol = htons(ETH_P_ALL);
+    address.sll_ifindex = index;
+    packet_mreq everything{};
+    everything.mr_ifindex = index;
+    everything.mr_type = PACKET_MR_PROMISC;
+    if (bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        setsockopt(socket_.get(), SOL_PACKET, PACKET_ADD_MEMBERSHIP, &everything, sizeof everything) != 0)
+        return errno;
+    return 0;
+}
+
+void PacketSocket::clearError() noexcept {
+    int error = 0;
+    socklen_t bytes = sizeof error;
+    getsockopt(socket_.get(), SOL_SOCKET, SO_ERROR, &error, &bytes); // reading it is what clears it
+}
+
+void PacketSocket::receive(FrameSink& port) noexcept {
+    std::size_t taken = 0;
+    while (taken < slots_ && takeSlot(port)) ++taken;
+    // Frames behind a loss tell of it. Where none came, the ring was full, and so all of it was taken now.
+    if (isLosing_ || taken == slots_) countLost(port);
+}
+
+bool PacketSocket::takeSlot(FrameSink& port) noexcept {
+    std::uint8_t* const slot = ring_.get() + next_ * slotBytes;
+    const auto status = statusOf(slot).load(std::memory_order_acquire);
+    if ((status & TP_STATUS_USER) == 0) return false;
+    isLosing_ = isLosing_ || (status & TP_STATUS_LOSING) != 0;
+    handOn(slot, port);
+    statusOf(slot).store(TP_STATUS_KERNEL, std::memory_order_release);
+    next_ = next_ + 1 < slots_ ? next_ + 1 : 0;
+    return true;
+}
+
+void PacketSocket::handOn(std::uint8_t* slot, FrameSink& port) noexcept {
+    const auto& header = *reinterpret_cast<const tpacket2_hdr*>(slot);
+    const auto& address = *reinterpret_cast<const sockaddr_ll*>(slot + addressAt);
+    if (address.sll_pkttype == PACKET_OUTGOING) return;
+    std::uint8_t* const frame = slot + header.tp_mac;
+    OffloadHeader offload;
+    std::memcpy(&offload, frame - sizeof offload, sizeof offload);
+    const bool isJoined = offload.segmentation != 0;
+    if (isJoined || header.tp_len > maxFrameBytes) {
+        refuseGiant(port, isJoined);
+        return;
+    }
+    if ((offload.flags & OffloadHeader::needsChecksum) != 0)
+        finishChecksum({frame, header.tp_snaplen}, offload.checksumStart, offload.checksumOffset);
+    const bool hasTag = (header.tp_status & TP_STATUS_VLAN_VALID) != 0;
+    port.deliverUnsealed(hasTag ? withTag(frame, header) : WireBytes(frame, header.tp_snaplen));
+}
+
+void PacketSocket::countLost(FrameSink& port) noexcept {
+    isLosing_ = false;
+    tpacket_stats counts{};
+    socklen_t bytes = sizeof counts;
+    if (getsockopt(socket_.get(), SOL_PACKET, PACKET_STATISTICS, &counts, &bytes) == 0 &&
+        counts.tp_drops != 0)
+        port.countLost(counts.tp_drops); // the kernel's count begins anew
+}
+
+int PacketSocket::send(WireBytes frame) noexcept {
+    OffloadHeader nothingLeftToDo;
+    iovec parts[] = {{&nothingLeftToDo, sizeof nothingLeftToDo},
+                     {const_cast<std::uint8_t*>(frame.data()), frame.size()}};
+    return writev(socket_.get(), parts, 2) >= 0 ? 0 : errno;
+}
+
+} // namespace orvo::sim

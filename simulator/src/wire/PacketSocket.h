@@ -1,0 +1,42 @@
+// A network interface as a wire sees it through a packet socket: everything that arrives there.
+#pragma once
+
+#include "Descriptor.h"
+#include "FrameDevice.h"
+
+#include <cstdint>
+#include <memory>
+
+namespace orvo::sim {
+
+/// The memory that the kernel shares with a packet socket.
+struct UnmapRing {
+    std::size_t bytes = 0;
+    void operator()(std::uint8_t* ring) const noexcept;
+};
+
+class PacketSocket final : public FrameDevice {
+public:
+    /// Not attached yet. Throws WireError.
+    explicit PacketSocket(const std::string& interface);
+
+    int descriptor() const noexcept override { return socket_.get(); }
+    int attach(int index) noexcept override;
+    void clearError() noexcept override;
+    void receive(FrameSink& port) noexcept override;
+    int send(WireBytes frame) noexcept override;
+
+private:
+    bool shareRing(std::size_t bytes) noexcept;
+    bool takeSlot(FrameSink& port) noexcept;
+    void handOn(std::uint8_t* slot, FrameSink& port) noexcept;
+    void countLost(FrameSink& port) noexcept;
+
+    const Descriptor socket_;
+    std::unique_ptr<std::uint8_t, UnmapRing> ring_;
+    std::size_t slots_ = 0;
+    std::size_t next_ = 0;  // the slot that the kernel fills next, or filled
+    bool isLosing_ = false; // the kernel had no slot for a frame
+};
+
+} // namespace orvo::sim

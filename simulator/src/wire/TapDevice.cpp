@@ -1,0 +1,89 @@
+// TAP interfaces, by the tun driver.
+#include "TapDevice.h"
+
+#include <fcntl.h>
+#include <linux/if_tun.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace orvo::sim {
+
+namespace {
+
+// Frames handed on before the wire looks at what else there is: some milliseconds' worth.
+constexpr int framesAtOnce = 4096;
+
+[[noreturn]] void refuse(const std::string& name, const std::string& reason) {
+    throw WireError("wire 'tap:" + name + "' cannot be had: " + reason);
+}
+
+Descriptor openDriver(const std::string& name) {
+    Descriptor device(open("/dev/net/tun", O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    const int error = errno;
+    if (device.get() >= 0) return device;
+    const std::string reason = std::string("/dev/net/tun: ") + std::strerror(error);
+    if (error == EACCES || error == EPERM)
+        refuse(name, reason + "; grant it by: sudo chmod a+rw /dev/net/tun");
+    if (error == ENOENT || error == ENODEV || error == ENXIO)
+        refuse(name, reason + "; load the driver by: sudo modprobe tun");
+    refuse(name, reason);
+}
+
+std::string reasonOf(int error, const std::string& name) {
+    const std::string add = "sudo ip tuntap add " + name + " mode tap user $USER";
+    switch (error) {
+    case EBUSY:
+        return "another program uses this TAP";
+    case EINVAL:
+        return "the name is taken by an interface that is no TAP, or one with several queues";
+    case EPERM:
+        if (if_nametoindex(name.c_str()) == 0) return "no permission to make it; have it made by: " + add;
+        return "the TAP belongs to another user; have it made anew by: sudo ip tuntap del " + name +
+               " mode tap && " + add;
+    default:
+        return std::strerror(error);
+    }
+}
+
+} // namespace
+
+TapDevice::TapDevice(const std::string& interface)
+    : FrameDevice(interface), name_(interface), device_(openDriver(interface)) {
+    if (const int error = join(); error != 0) refuse(name_, reasonOf(error, name_));
+}
+
+int TapDevice::join() noexcept {
+    ifreq request{};
+    name_.copy(request.ifr_name, IFNAMSIZ - 1);
+    request.ifr_flags = IFF_TAP | IFF_NO_PI;
+    if (ioctl(device_.get(), TUNSETIFF, &request) != 0) return errno;
+    // The kernel finishes checksums and cuts segments, also where an earlier user of the TAP did so itself.
+    ioctl(device_.get(), TUNSETOFFLOAD, 0);
+    return 0;
+}
+
+int TapDevice::attach(int) noexcept {
+    const int error = join();
+    return error == EEXIST ? 0 : error; // attached already
+}
+
+void TapDevice::receive(FrameSink& port) noexcept {
+    for (int i = 0; i < framesAtOnce; ++i) {
+        const ssize_t bytes = read(device_.get(), buffer_.data(), buffer_.size());
+        if (bytes <= 0) return; // nothing more, or the TAP is gone
+        const auto frameBytes = static_cast<std::size_t>(bytes);
+        if (frameBytes > maxFrameBytes)
+            refuseGiant(port, false);
+        else
+            port.deliverUnsealed(WireBytes(buffer_).first(frameBytes));
+    }
+}
+
+int TapDevice::send(WireBytes frame) noexcept {
+    return write(device_.get(), frame.data(), frame.size()) >= 0 ? 0 : errno;
+}
+
+} // namespace orvo::sim
