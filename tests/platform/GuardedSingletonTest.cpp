@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <optional>
 #include <stdexcept>
 
 namespace orvo::test {
@@ -15,100 +14,70 @@ namespace {
 
 using core::zume::LibraryInitController;
 
-/// One use of the plug-in, which ends in the teardown.
-struct Use {
-    Use() {
-        const LibraryInitController::Lock lock;
-        LibraryInitController::beginUse();
-    }
-    ~Use() {
-        const LibraryInitController::Lock lock;
-        LibraryInitController::endUse();
-    }
-};
-
-/// One class per Tag, which counts what happens to its instance.
-template <int Tag> class Counted : public GuardedSingleton<Counted<Tag>> {
+/// Counts what happens to its instance, and can be made to throw.
+class Counted : public GuardedSingleton<Counted> {
 public:
     Counted() {
-        if (throwing) throw std::runtime_error("constructor");
+        if (constructorThrows) throw std::runtime_error("constructor");
         ++made;
     }
     ~Counted() override { ++destroyed; }
     void postConstruct() override {
-        seenByItself = Counted::getInstance();
+        ++attempts;
+        if (postConstructThrows) throw std::runtime_error("postConstruct");
+        seenByItself = getInstance();
         std::this_thread::yield();
-        ++finished;
         complete = true;
     }
     bool complete = false;
     Counted* seenByItself = nullptr;
 
-    static inline std::atomic<int> made = 0, finished = 0, destroyed = 0;
-    static inline bool throwing = false;
+    static inline std::atomic<int> made = 0, attempts = 0, destroyed = 0;
+    static inline bool constructorThrows = false, postConstructThrows = false;
+};
+
+/// One use of the plug-in, which ends in the teardown; somebody asks for the instance in between.
+struct Life {
+    Life() {
+        Counted::made = Counted::attempts = Counted::destroyed = 0;
+        const LibraryInitController::Lock lock;
+        LibraryInitController::beginUse();
+    }
+    ~Life() {
+        const LibraryInitController::Lock lock;
+        LibraryInitController::endUse();
+        EXPECT_EQ(Counted::made, 1);
+        EXPECT_EQ(Counted::attempts, 1);
+        EXPECT_EQ(Counted::destroyed, 1);
+        EXPECT_EQ(Counted::instance, nullptr);
+    }
 };
 
 TEST(GuardedSingleton, IsMadeOnceByManyThreadsAndAnewAfterItsTeardown) {
-    using Singleton = Counted<0>;
-    for (int life = 1; life <= 20; ++life) {
-        SCOPED_TRACE(life);
-        std::optional<Use> use(std::in_place);
-        std::atomic<int> incomplete = 0;
-        std::atomic<Singleton*> instances[4] = {};
-        runTogether(4, [&](int i) {
-            instances[i] = Singleton::getInstance();
-            incomplete += !instances[i].load()->complete;
+    for (int i = 0; i < 20; ++i) {
+        SCOPED_TRACE(i);
+        const Life life;
+        runTogether(4, [](int) {
+            Counted* const instance = Counted::getInstance();
+            EXPECT_EQ(instance, Counted::instance);
+            EXPECT_EQ(instance, instance->seenByItself);
+            EXPECT_TRUE(instance->complete);
         });
-        for (const auto& instance : instances) EXPECT_EQ(instance, Singleton::instance);
-        EXPECT_EQ(Singleton::instance->seenByItself, Singleton::instance);
-        EXPECT_EQ(incomplete, 0);
-        EXPECT_EQ(Singleton::made, life);
-        EXPECT_EQ(Singleton::finished, life);
-        use.reset();
-        EXPECT_EQ(Singleton::destroyed, life);
-        EXPECT_EQ(Singleton::instance, nullptr);
     }
 }
 
-TEST(GuardedSingleton, WithoutControllerItLivesOn) {
-    using Singleton = Counted<1>;
-    auto* const instance = Singleton::getInstance();
-    { const Use use; }
-    EXPECT_EQ(Singleton::getInstance(), instance);
-    EXPECT_EQ(Singleton::destroyed, 0);
-}
-
-TEST(GuardedSingleton, ThrowingConstructorIsTriedAgain) {
-    using Singleton = Counted<2>;
-    Singleton::throwing = true;
-    EXPECT_THROW(Singleton::getInstance(), std::runtime_error);
-    EXPECT_EQ(Singleton::instance, nullptr);
-    EXPECT_EQ(Singleton::lock, 0);
-    Singleton::throwing = false;
-    EXPECT_TRUE(Singleton::getInstance()->complete);
-}
-
-/// Its postConstruct throws, its constructor does not.
-class Unfinished : public GuardedSingleton<Unfinished> {
-public:
-    ~Unfinished() override { ++destroyed; }
-    void postConstruct() override {
-        ++attempts;
-        throw std::runtime_error("postConstruct");
-    }
-    static inline int attempts = 0, destroyed = 0;
-};
-
-TEST(GuardedSingleton, ThrowingPostConstructLeavesTheInstance) {
-    std::optional<Use> use(std::in_place);
-    EXPECT_THROW(Unfinished::getInstance(), std::runtime_error);
-    EXPECT_EQ(Unfinished::lock, 0);
-    EXPECT_EQ(Unfinished::lockThreadId, pthread_t{0});
-    ASSERT_NE(Unfinished::instance, nullptr);
-    inBackground([] { EXPECT_EQ(Unfinished::getInstance(), Unfinished::instance); }).get();
-    EXPECT_EQ(Unfinished::attempts, 1);
-    use.reset();
-    EXPECT_EQ(Unfinished::destroyed, 1) << "it had been registered before";
+TEST(GuardedSingleton, ThrowingConstructorIsTriedAgainAndThrowingPostConstructIsNot) {
+    const Life life;
+    Counted::constructorThrows = true;
+    EXPECT_THROW(Counted::getInstance(), std::runtime_error);
+    EXPECT_EQ(Counted::instance, nullptr);
+    Counted::constructorThrows = false;
+    Counted::postConstructThrows = true;
+    EXPECT_THROW(Counted::getInstance(), std::runtime_error);
+    Counted::postConstructThrows = false;
+    EXPECT_EQ(Counted::lock, 0);
+    EXPECT_EQ(Counted::lockThreadId, pthread_t{0});
+    inBackground([] { EXPECT_FALSE(Counted::getInstance()->complete); }).get();
 }
 
 } // namespace

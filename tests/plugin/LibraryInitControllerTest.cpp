@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvo::test {
@@ -16,55 +17,45 @@ using testing::ElementsAre;
 
 std::vector<std::string> journal;
 
-void first() {
-    journal.push_back("first");
-}
-void second() {
-    journal.push_back("second");
+template <int tag> void note() {
+    journal.push_back("function " + std::to_string(tag));
 }
 
-template <int Tag> class Journaled : public GuardedSingleton<Journaled<Tag>> {
+template <int tag> class Journaled : public GuardedSingleton<Journaled<tag>> {
 public:
-    void preDestruct() override { journal.push_back("preDestruct " + std::to_string(Tag)); }
+    void preDestruct() override { journal.push_back("preDestruct " + std::to_string(tag)); }
     ~Journaled() override {
         const LibraryInitController::Lock again; // the teardown holds it, on this very thread
-        journal.push_back("destroy " + std::to_string(Tag));
+        journal.push_back("destroy " + std::to_string(tag));
     }
 };
 
-void makeThird() {
-    Journaled<3>::getInstance();
-}
-
 TEST(LibraryInitController, LastUserUndoesEverythingNewestFirst) {
     const LibraryInitController::Lock lock;
-    LibraryInitController::addDeinitFunction(first); // without users nothing is kept
-    LibraryInitController::registerSingleton(Journaled<4>::getInstance());
-    LibraryInitController::beginUse();
-    EXPECT_EQ(LibraryInitController::useCount(), 1U);
-    LibraryInitController::addDeinitFunction(first);
-    Journaled<1>::getInstance();
-    LibraryInitController::beginUse();
-    EXPECT_EQ(LibraryInitController::useCount(), 2U);
-    LibraryInitController::addDeinitFunction(second);
-    Journaled<2>::getInstance();
-    LibraryInitController::addDeinitFunction(first);
-    LibraryInitController::addDeinitFunction(makeThird);
-    LibraryInitController::endUse();
-    EXPECT_THAT(journal, testing::IsEmpty());
-    LibraryInitController::endUse();
-    EXPECT_THAT(journal, ElementsAre("first", "second", "first", "preDestruct 3", "destroy 3",
-                                     "preDestruct 2", "destroy 2", "preDestruct 1", "destroy 1"));
-    EXPECT_EQ(Journaled<1>::instance, nullptr);
-    EXPECT_EQ(Journaled<2>::instance, nullptr);
-    EXPECT_EQ(Journaled<3>::instance, nullptr);
-    EXPECT_EQ(LibraryInitController::useCount(), 0U);
-
-    journal.clear();
-    LibraryInitController::beginUse(); // nothing is left of the life before
-    Journaled<2>::getInstance();
-    LibraryInitController::endUse();
-    EXPECT_THAT(journal, ElementsAre("preDestruct 2", "destroy 2"));
+    LibraryInitController::addDeinitFunction(note<0>); // without users nothing is kept,
+    auto* const lasting = Journaled<0>::getInstance(); // and what is made then lives on
+    for (int life = 0; life < 2; ++life) {             // nothing is left of the life before
+        SCOPED_TRACE(life);
+        LibraryInitController::beginUse();
+        LibraryInitController::addDeinitFunction(note<1>);
+        Journaled<1>::getInstance();
+        LibraryInitController::beginUse();
+        EXPECT_EQ(LibraryInitController::useCount(), 2U);
+        LibraryInitController::addDeinitFunction(note<2>);
+        Journaled<2>::getInstance();
+        LibraryInitController::addDeinitFunction(note<1>);
+        LibraryInitController::addDeinitFunction([] { Journaled<3>::getInstance(); });
+        LibraryInitController::endUse();
+        EXPECT_THAT(journal, testing::IsEmpty());
+        LibraryInitController::endUse();
+        EXPECT_THAT(std::exchange(journal, {}),
+                    ElementsAre("function 1", "function 2", "function 1", "preDestruct 3", "destroy 3",
+                                "preDestruct 2", "destroy 2", "preDestruct 1", "destroy 1"));
+        EXPECT_EQ(Journaled<1>::instance, nullptr);
+        EXPECT_EQ(Journaled<3>::instance, nullptr);
+        EXPECT_EQ(LibraryInitController::useCount(), 0U);
+    }
+    EXPECT_EQ(Journaled<0>::getInstance(), lasting);
 }
 
 } // namespace

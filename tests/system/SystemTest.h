@@ -21,6 +21,9 @@ namespace orvo::test {
 using core::zume::EthernetFrame;
 using core::zume::PhysicalNetworkInterface;
 
+/// Until a link is up again.
+constexpr std::uint64_t negotiationUs = 5'000'000;
+
 /// A frame of `length` bytes that differs from its neighbours in length and from byte to byte.
 inline boost::shared_ptr<EthernetFrame> numberedFrame(int length) {
     QByteArray bytes(length, '\0');
@@ -33,6 +36,7 @@ protected:
     SystemTest() {
         orvoSimUseVirtualTime(1);
         for (unsigned port = 0; port < 4; ++port) orvoSimSetWire(0, port, "loopback", nullptr, 0);
+        orvoSimAdvanceTime(negotiationUs); // links may come from other wires
         onSleep([](std::chrono::microseconds length) {
             orvoSimAdvanceTime(static_cast<std::uint64_t>(length.count()));
         });
@@ -45,12 +49,12 @@ protected:
         onSleep({});
     }
 
-    boost::shared_ptr<PhysicalNetworkInterface> makePort(int portId, bool resetBoard = true) {
+    auto makePort(int portId, const std::string& resetBoard) {
         auto port = boost::dynamic_pointer_cast<PhysicalNetworkInterface>(plugin.create());
         port->injectDependency("id", "port" + std::to_string(portId));
         port->injectDependency("boardId", 0);
         port->injectDependency("portId", portId);
-        if (!resetBoard) port->injectDependency("resetBoard", std::string("false"));
+        port->injectDependency("resetBoard", resetBoard);
         return port;
     }
 
@@ -62,6 +66,16 @@ protected:
             if (message.find(text) != std::string::npos)
                 found.push_back(message.substr(message.find('|') + 1));
         return found;
+    }
+
+    /// A frame of that length arrives as it was sent.
+    static void expectCarried(PhysicalNetworkInterface& from, PhysicalNetworkInterface& to, int length) {
+        const auto frame = numberedFrame(length);
+        const QByteArray bytes = frame->data(); // before a check sequence is appended
+        from.addToSendQueue(frame);
+        const auto received = to.receive(nullptr);
+        ASSERT_TRUE(received) << length;
+        EXPECT_EQ(received->data(), bytes) << length;
     }
 
     static OrvoSimPort simulated(unsigned portId) {

@@ -6,33 +6,24 @@ namespace {
 
 using testing::Contains;
 using testing::HasSubstr;
-using testing::SizeIs;
 
 class TrafficTest : public SystemTest {};
 
 TEST_F(TrafficTest, FramesOfEverySizeCrossTheCable) {
     ASSERT_EQ(orvoSimSetWire(0, 0, "port:0/1", nullptr, 0), 0);
-    const auto sender = makePort(0), receiver = makePort(1);
+    const auto sender = makePort(0, "true"), receiver = makePort(1, "true");
     ASSERT_TRUE(sender->setup() && receiver->setup());
-    EXPECT_THAT(takeMessages("Resetting GigE hardware"), SizeIs(1)) << "one board, one reset";
-    orvoSimAdvanceTime(5'000'000); // negotiation
+    EXPECT_EQ(takeMessages("Resetting GigE hardware").size(), 1U) << "one board, one reset";
+    orvoSimAdvanceTime(negotiationUs);
     ASSERT_EQ(simulated(1).linkUp, 1);
     const auto before = simulated(0), beforeFar = simulated(1);
     for (const bool customChecksum : {false, true}) {
         sender->enableCustomChecksum(customChecksum);
         EXPECT_EQ(simulated(0).crcGeneration, customChecksum ? 0 : 1);
-        for (int length = 60; length <= 1514; length += 2) {
-            const auto frame = numberedFrame(length);
-            const QByteArray bytes = frame->data(); // before a check sequence is appended
-            sender->addToSendQueue(frame);
-            const auto received = receiver->receive(nullptr);
-            ASSERT_TRUE(received) << length;
-            ASSERT_EQ(received->data(), bytes) << length;
-        }
+        for (int length = 60; length <= 1514; length += 2) expectCarried(*sender, *receiver, length);
     }
-    const std::uint64_t frames = 2 * 728;
-    EXPECT_EQ(simulated(0).sentFrames - before.sentFrames, frames);
-    EXPECT_EQ(simulated(1).receivedFrames - beforeFar.receivedFrames, frames);
+    EXPECT_EQ(simulated(0).sentFrames - before.sentFrames, 2U * 728);
+    EXPECT_EQ(simulated(1).receivedFrames - beforeFar.receivedFrames, 2U * 728);
     EXPECT_EQ(simulated(1).receivedBytes - beforeFar.receivedBytes,
               simulated(0).sentBytes - before.sentBytes);
 
@@ -40,8 +31,6 @@ TEST_F(TrafficTest, FramesOfEverySizeCrossTheCable) {
     spoiled->appendFcs(1); // a receiver must refuse it, and count it
     sender->addToSendQueue(spoiled);
     EXPECT_FALSE(receiver->receive(nullptr));
-    sender->stop();
-    receiver->stop();
     receiver->waitForTermination();
     const auto statistics = takeMessages("port1': ");
     EXPECT_THAT(statistics, Contains(HasSubstr("Recv - 1456 frames (1145872 bytes)")));
@@ -49,7 +38,7 @@ TEST_F(TrafficTest, FramesOfEverySizeCrossTheCable) {
 }
 
 TEST_F(TrafficTest, LifeOfAPort) {
-    const auto port = makePort(2);
+    const auto port = makePort(2, "true");
     ASSERT_TRUE(port->setup());
     port->eventQueue()->enabled = true;
     port->start();
@@ -60,36 +49,23 @@ TEST_F(TrafficTest, LifeOfAPort) {
     ASSERT_TRUE(timeout);
     EXPECT_EQ(timeout->count, 77);
 
-    const auto exchange = [&] {
-        const auto sent = numberedFrame(100);
-        port->addToSendQueue(sent);
-        const auto received = port->receive(nullptr);
-        return received && received->data() == sent->data();
-    };
-    orvoSimAdvanceTime(5'000'000);
-    EXPECT_TRUE(exchange());
+    orvoSimAdvanceTime(negotiationUs);
+    expectCarried(*port, *port, 100);
     port->forceReset();
     EXPECT_EQ(simulated(2).linkUp, 0) << "the PHY negotiates anew";
     EXPECT_EQ(simulated(3).linkUp, 1) << "the other ports go on";
-    orvoSimAdvanceTime(5'000'000);
-    EXPECT_TRUE(exchange());
-    takeMessages();
+    orvoSimAdvanceTime(negotiationUs);
+    expectCarried(*port, *port, 100);
     port->triggerDebugOutput();
-    const auto report = takeMessages();
-    EXPECT_THAT(report, Contains(HasSubstr("[REGISTER]      Hardware Packet Count : 2")));
-    EXPECT_THAT(report, Contains(HasSubstr("Register 0: 0x1140 [ 0001_0001_0100_0000 ] ")));
-    EXPECT_THAT(report, Contains(HasSubstr("Register 2: ")));
-    EXPECT_TRUE(port->reinitialize(core::zume::ReleaseDevice));
-    EXPECT_TRUE(port->reinitialize(core::zume::ReopenDevice));
-    EXPECT_TRUE(exchange());
+    EXPECT_THAT(takeMessages(), Contains(HasSubstr("[REGISTER]      Hardware Packet Count : 2")));
     port->stop();
     port->waitForTermination();
-    EXPECT_THAT(takeMessages(), Contains(HasSubstr("Send - 3 frames (312 bytes)")));
+    EXPECT_EQ(takeMessages("Send - 2 frames (208 bytes)").size(), 1U);
     EXPECT_EQ(simulated(2).staleAccesses, 0U);
 }
 
 TEST_F(TrafficTest, HostileQueueContentEndsInCountersAndNothingElse) {
-    const auto port = makePort(0, false);
+    const auto port = makePort(0, "false");
     ASSERT_TRUE(port->setup());
     std::uint32_t seed = 12345; // the same words every time
     const auto random = [&seed] { return seed = seed * 1664525 + 1013904223; };
@@ -104,14 +80,11 @@ TEST_F(TrafficTest, HostileQueueContentEndsInCountersAndNothingElse) {
     }
     orvoSimFailReads(0, 0, 0, 0);
     orvoSimMisreportReads(0, 0, 0, 0);
-    while (port->reinitialize(core::zume::ReleaseDevice) && !port->reinitialize(core::zume::ReopenDevice)) {
-    }
-    takeMessages();
-    port->addToSendQueue(numberedFrame(60)); // the queue is empty again, and the port works
-    EXPECT_TRUE(port->receive(nullptr));
+    ASSERT_TRUE(port->reinitialize(core::zume::ReleaseDevice) &&
+                port->reinitialize(core::zume::ReopenDevice));
+    expectCarried(*port, *port, 60); // the queue is empty again, and the port works
     port->waitForTermination();
-    const auto statistics = takeMessages("port0': ");
-    EXPECT_THAT(statistics, Contains(HasSubstr("Recv - " + std::to_string(delivered + 1) + " frames")));
+    EXPECT_EQ(takeMessages("Recv - " + std::to_string(delivered + 1) + " frames").size(), 1U);
 }
 
 } // namespace
