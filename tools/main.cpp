@@ -1,15 +1,16 @@
 // Host program of the GigE plug-in: command line, exit codes, and the one line that tells of a failure.
 #include "app/Failure.h"
+#include "app/Notice.h"
 #include "app/Signals.h"
 #include "commands/BoardsCommand.h"
+#include "commands/BridgeCommand.h"
+#include "commands/CaptureCommand.h"
 #include "commands/DiagnoseCommand.h"
 #include "commands/ReplayCommand.h"
 #include "commands/ResetCommand.h"
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
@@ -17,21 +18,16 @@ namespace {
 
 using namespace orvo::host;
 
-void complain(std::string text) {
-    std::replace(text.begin(), text.end(), '\n', ' ');
-    std::fprintf(stderr, "orvo-gige: %s\n", text.c_str());
-}
-
 int runCommand(Command& command) {
     try {
         return command.run();
     } catch (const Interruption&) {
         return EndedBySignal + endRequested();
     } catch (const UsageFailure& error) {
-        complain(error.what());
+        notice(error.what());
         return WrongUsage;
     } catch (const std::exception& error) {
-        complain(error.what());
+        notice(error.what());
         return Failed;
     }
 }
@@ -41,9 +37,9 @@ int explain(const CLI::App& program, const CLI::ParseError& outcome) {
     if (outcome.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(outcome);
     const auto chosen = program.get_subcommands();
     const auto unknown = program.remaining();
-    complain((chosen.empty() && !unknown.empty() ? "there is no subcommand " + quoted(unknown[0])
-                                                 : std::string(outcome.what())) +
-             "; see 'orvo-gige " + (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'");
+    notice((chosen.empty() && !unknown.empty() ? "there is no subcommand " + quoted(unknown[0])
+                                               : std::string(outcome.what())) +
+           "; see 'orvo-gige " + (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'");
     return WrongUsage;
 }
 
@@ -56,6 +52,8 @@ int main(int argc, char** argv) {
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<BoardsCommand>(program));
     commands.push_back(std::make_unique<ReplayCommand>(program));
+    commands.push_back(std::make_unique<CaptureCommand>(program));
+    commands.push_back(std::make_unique<BridgeCommand>(program));
     commands.push_back(std::make_unique<DiagnoseCommand>(program));
     commands.push_back(std::make_unique<ResetCommand>(program));
     try {

@@ -1,6 +1,8 @@
 // Declaration and reading of the shared options.
 #include "app/Options.h"
 
+#include "app/Failure.h"
+
 #include <CLI/CLI.hpp>
 
 namespace orvo::host {
@@ -33,8 +35,8 @@ void InstallationOptions::addTo(CLI::App& command) {
             [this](const std::vector<std::string>& texts) {
                 for (const auto& text : texts) wires.push_back(wireFrom(text));
             },
-            "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT] or none; "
-            "repeatable")
+            "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, "
+            "packet:IFNAME or none; repeatable")
         ->type_name("PORT=WIRE")
         ->allow_extra_args(false);
     command
@@ -44,6 +46,12 @@ void InstallationOptions::addTo(CLI::App& command) {
             "waiting")
         ->type_name("real|virtual")
         ->check(CLI::IsMember({"real", "virtual"}));
+}
+
+void InstallationOptions::requireRealTime() const {
+    if (virtualTime)
+        throw UsageFailure("live traffic keeps real time; leave --time virtual out (--no-reset saves the "
+                           "board's reset)");
 }
 
 void PortOptions::addTo(CLI::App& command, Reset reset) {

@@ -27,6 +27,9 @@ struct InstallationOptions {
     bool virtualTime = false; ///< pauses advance the simulated board's clock instead of waiting
 
     void addTo(CLI::App& command);
+
+    /// Errors: UsageFailure when they ask for virtual time, which live traffic does not keep to.
+    void requireRealTime() const;
 };
 
 /// Which port, and whether its board is reset first.

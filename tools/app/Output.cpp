@@ -18,9 +18,13 @@ void print(const std::string& text) {
                   "; nobody has read all results");
 }
 
-void print(const nlohmann::ordered_json& document) {
+std::string textOf(const nlohmann::ordered_json& document) {
     // File names need not be UTF-8; what is not is shown by replacement characters.
-    print(document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n");
+    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+void print(const nlohmann::ordered_json& document) {
+    print(textOf(document));
 }
 
 std::string table(const std::vector<std::vector<std::string>>& rows) {

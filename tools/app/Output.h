@@ -12,7 +12,8 @@ namespace orvo::host {
 /// Writes to standard output. Errors: Failure when it cannot take it (a full disk, a closed pipe).
 void print(const std::string& text);
 
-/// One JSON document, indented, names in the order in which they were added.
+/// One JSON document as text, indented, names in the order in which they were added.
+std::string textOf(const nlohmann::ordered_json& document);
 void print(const nlohmann::ordered_json& document);
 
 /// Columns aligned to the left, two blanks between them; the first row is the heading.

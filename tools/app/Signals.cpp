@@ -1,6 +1,7 @@
 // The flag behind SIGINT and SIGTERM.
 #include "app/Signals.h"
 
+#include "app/EventDescriptor.h"
 #include "app/Failure.h"
 
 #include <atomic>
@@ -12,15 +13,19 @@ constexpr int endSignals[] = {SIGINT, SIGTERM};
 constexpr int writeSignals[] = {SIGPIPE, SIGXFSZ}; // no reader left; file size limit reached
 
 std::atomic<int> requestedBy{0};
-static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may store it");
+std::atomic<EventDescriptor*> ended{nullptr}; // made once, and kept: a handler may run until the last moment
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<EventDescriptor*>::is_always_lock_free,
+              "a signal handler may use them");
 
 void requestEnd(int number) {
     requestedBy.store(number, std::memory_order_relaxed);
+    ended.load()->raise();
 }
 
 } // namespace
 
 void installSignalHandlers() {
+    if (!ended) ended = new EventDescriptor;
     struct sigaction action = {};
     action.sa_handler = requestEnd;
     action.sa_flags = static_cast<int>(SA_RESETHAND); // no SA_RESTART: a blocked open or read is to end
@@ -30,6 +35,11 @@ void installSignalHandlers() {
 
 int endRequested() noexcept {
     return requestedBy.load(std::memory_order_relaxed); // a flag alone, nothing is published with it
+}
+
+int endDescriptor() noexcept {
+    const auto* event = ended.load();
+    return event ? event->descriptor() : -1;
 }
 
 void throwIfEndRequested() {

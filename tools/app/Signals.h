@@ -12,6 +12,10 @@ void installSignalHandlers();
 /// The number of the signal that asked for the end, 0 when none did. Any thread; costs a load.
 int endRequested() noexcept;
 
+/// Readable, as poll sees it, once a signal asked for the end: for threads that wait for files and sockets.
+/// -1 before `installSignalHandlers`, which poll takes for nothing to wait for.
+int endDescriptor() noexcept;
+
 /// Throws Interruption when a signal asked for the end.
 void throwIfEndRequested();
 

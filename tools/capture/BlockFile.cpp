@@ -1,15 +1,17 @@
 // Writing, and cutting back, of a file of blocks.
 #include "capture/BlockFile.h"
 
-#include "app/Failure.h"
 #include "app/Signals.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -18,23 +20,37 @@ namespace orvo::host {
 namespace {
 
 constexpr std::size_t bufferBytes = 256 * 1024;
+constexpr int lastPatienceMs = 50; // with a slow reader, once the program is to end
 
 } // namespace
 
-BlockFile::BlockFile(const std::string& path, std::size_t closingBlockBytes)
+BlockFile::BlockFile(const std::string& path, std::size_t closingBlockBytes, Target target)
     : path_(path), closingBlockBytes_(closingBlockBytes) {
-    constexpr int flags = O_WRONLY | O_CLOEXEC;
-    descriptor_ = open(path.c_str(), flags | O_CREAT | O_EXCL, 0666);
-    made_ = descriptor_ >= 0;
-    if (!made_ && errno == EEXIST) descriptor_ = open(path.c_str(), flags);
-    if (descriptor_ < 0) {
-        const int reason = errno;
-        throwIfEndRequested();
-        fail(reason);
-    }
+    target == Target::NamedFile ? openNamed() : takeStandardOutput();
     struct stat status = {};
     regular_ = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
     buffer_.reserve(bufferBytes);
+}
+
+void BlockFile::openNamed() {
+    constexpr int flags = O_WRONLY | O_CLOEXEC;
+    descriptor_ = open(path_.c_str(), flags | O_CREAT | O_EXCL, 0666);
+    made_ = descriptor_ >= 0;
+    found_ = !made_ && errno == EEXIST;
+    if (found_) descriptor_ = open(path_.c_str(), flags);
+    if (descriptor_ >= 0) return;
+    const int reason = errno;
+    throwIfEndRequested();
+    fail(reason);
+}
+
+// It may be a file that others wrote to before, and that the shell opened for appending.
+void BlockFile::takeStandardOutput() {
+    descriptor_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
+    if (descriptor_ < 0) fail(errno);
+    const int flags = fcntl(descriptor_, F_GETFL);
+    const auto origin = flags >= 0 && (flags & O_APPEND) != 0 ? SEEK_END : SEEK_CUR;
+    begin_ = position_ = std::max<off_t>(0, lseek(descriptor_, 0, origin));
 }
 
 BlockFile::~BlockFile() {
@@ -70,14 +86,37 @@ void BlockFile::flush() {
     blockEnds_.clear();
 }
 
-std::size_t BlockFile::writeBuffer() const noexcept {
+std::size_t BlockFile::writeBuffer() noexcept {
     std::size_t written = 0;
     while (written < buffer_.size()) {
-        const auto result = write(descriptor_, buffer_.data() + written, buffer_.size() - written);
+        auto bytes = buffer_.size() - written;
+        if (!regular_) {
+            if (!awaitReader()) break;
+            bytes = std::min<std::size_t>(bytes, PIPE_BUF); // so much goes without waiting
+        }
+        const auto result = write(descriptor_, buffer_.data() + written, bytes);
         if (result < 0 && errno != EINTR) break;
         if (result > 0) written += static_cast<std::size_t>(result);
     }
     return written;
+}
+
+// A reader that does not read must not keep the program from ending.
+bool BlockFile::awaitReader() noexcept {
+    std::array<pollfd, 2> sources = {{{descriptor_, POLLOUT, 0}, {endDescriptor(), POLLIN, 0}}};
+    while (!readerGone_) {
+        const bool ending = endRequested() != 0;
+        const int ready = poll(sources.data(), ending ? 1 : 2, ending ? lastPatienceMs : -1);
+        if (ready > 0 && sources[0].revents != 0) return true;
+        readerGone_ = ending && ready == 0;
+    }
+    errno = EPIPE;
+    return false;
+}
+
+bool BlockFile::readerGone() const noexcept {
+    pollfd pipe{descriptor_, 0, 0};
+    return !regular_ && poll(&pipe, 1, 0) > 0 && (pipe.revents & POLLERR) != 0;
 }
 
 // A pipe or device cannot be cut; what it took is all it gets.
@@ -99,6 +138,7 @@ void BlockFile::close() {
 }
 
 void BlockFile::fail(int reason) const {
+    if (reason == EPIPE) throw ReaderGone("nobody reads on from " + quoted(path_) + "; what follows is lost");
     const bool full = reason == ENOSPC || reason == EDQUOT || reason == EFBIG;
     throw Failure(
         "cannot write " + quoted(path_) + ": " + systemError(reason) +

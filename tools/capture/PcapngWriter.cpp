@@ -24,9 +24,9 @@ std::size_t closingBlockBytes() {
 } // namespace
 
 PcapngWriter::PcapngWriter(const std::string& path, const std::string& interfaceName,
-                           const std::string& description)
+                           const std::string& description, BlockFile::Target target)
     : path_(path), interfaceName_(interfaceName), description_(description),
-      file_(path, closingBlockBytes()) {
+      file_(path, closingBlockBytes(), target) {
     if (!file_.replacesFile()) writeHeader(); // shows a full disk or device before anything else happens
 }
 
@@ -63,6 +63,10 @@ void PcapngWriter::write(const void* frame, std::size_t bytes) {
     ++frames_;
 }
 
+std::uint64_t PcapngWriter::closedBytesWith(std::size_t frameBytes) const noexcept {
+    return file_.size() + pcapng::enhancedPacketBytes(frameBytes) + closingBlockBytes();
+}
+
 std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
     open_ = false;
     std::optional<Failure> failure;
@@ -71,11 +75,11 @@ std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
     } catch (const Failure& error) {
         failure = error;
     }
-    const auto framesInFile = frames_ - file_.lostBlocks();
-    file_.add(statisticsBlock(framesInFile, droppedFrames));
+    framesInFile_ = frames_ - std::min(frames_, file_.lostBlocks());
+    file_.add(statisticsBlock(framesInFile_, droppedFrames));
     file_.close();
     if (failure) throw *failure;
-    return framesInFile;
+    return framesInFile_;
 }
 
 std::vector<std::uint8_t> PcapngWriter::statisticsBlock(std::uint64_t frames,

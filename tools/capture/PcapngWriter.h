@@ -16,7 +16,8 @@ class PcapngWriter {
 public:
     /// Makes sure that `path` can be written. A file that is there already keeps its content until `begin`; a
     /// new one is removed again when `begin` is never called. Errors: Failure when it cannot be written.
-    PcapngWriter(const std::string& path, const std::string& interfaceName, const std::string& description);
+    PcapngWriter(const std::string& path, const std::string& interfaceName, const std::string& description,
+                 BlockFile::Target target = BlockFile::Target::NamedFile);
     ~PcapngWriter();
     PcapngWriter(const PcapngWriter&) = delete;
     PcapngWriter& operator=(const PcapngWriter&) = delete;
@@ -30,9 +31,21 @@ public:
     /// Adds a frame that came at this moment.
     void write(const void* frame, std::size_t bytes);
 
+    /// Lets readers of the file see all that was written.
+    void flush() { file_.flush(); }
+
+    /// Whether it is a pipe that nobody can read from any more.
+    bool readerGone() const noexcept { return file_.readerGone(); }
+
+    /// The file's size if it were closed after one more frame of such a length.
+    std::uint64_t closedBytesWith(std::size_t frameBytes) const noexcept;
+
     /// Closes the file and returns the number of frames in it; `droppedFrames` goes into its statistics when
     /// it is known.
     std::uint64_t close(std::optional<std::uint64_t> droppedFrames);
+
+    /// After `close`, also a failed one.
+    std::uint64_t framesInFile() const noexcept { return framesInFile_; }
 
 private:
     void writeHeader();
@@ -47,6 +60,7 @@ private:
     bool open_ = false; // between begin and close
     pcapng::Timestamp begin_ = 0;
     std::uint64_t frames_ = 0; // handed to the file
+    std::uint64_t framesInFile_ = 0;
 };
 
 } // namespace orvo::host

@@ -1,0 +1,162 @@
+// The order of a capture: filter, output and board are tried in this order, and nothing is replaced before
+// frames can come.
+#include "commands/CaptureCommand.h"
+
+#include "app/Failure.h"
+#include "app/Notice.h"
+#include "app/Output.h"
+#include "app/Progress.h"
+#include "app/Signals.h"
+#include "board/Session.h"
+#include "commands/Ports.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstdio>
+
+namespace orvo::host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct CaptureReport {
+    const CaptureOptions& options;
+    const CaptureOutput& output;
+    CaptureResult result = {};
+    std::chrono::duration<double> duration = {};
+    std::vector<PortStatistics> statistics = {};
+
+    /// Frames that the output did not take.
+    std::uint64_t unwrittenFrames() const {
+        return result.totals.received.frames - result.totals.filteredOut - output.framesInFiles() -
+               output.overwrittenFrames();
+    }
+};
+
+std::string filesOf(const CaptureOutput& output) {
+    std::string text;
+    for (const auto& file : output.files())
+        text += (text.empty() ? "" : ", ") +
+                (file.path == CaptureOutput::standardOutput ? "standard output" : file.path);
+    return text;
+}
+
+std::string textOf(const CaptureReport& report) {
+    const auto& totals = report.result.totals;
+    auto text = countLine("received", totals.received, "at port " + report.options.port.address.text());
+    if (!report.options.filter.empty())
+        text +=
+            reportLine("filtered", counted(totals.filteredOut, "frame") + " out by " + report.options.filter);
+    text += reportLine("written",
+                       counted(report.output.framesInFiles(), "frame") + " to " + filesOf(report.output));
+    if (report.options.ring)
+        text += reportLine("dropped",
+                           counted(report.output.overwrittenFrames(), "frame") + " with the oldest files");
+    if (const auto frames = report.unwrittenFrames())
+        text += reportLine("lost", counted(frames, "frame") + " that could not be written");
+    text += reportLine("duration", fmt::format("{:.3f} s", report.duration.count()));
+    return text + reportLine("ended", textOf(report.result.end)) + textOf(report.statistics);
+}
+
+nlohmann::ordered_json jsonOf(const CaptureReport& report) {
+    auto files = nlohmann::ordered_json::array();
+    for (const auto& file : report.output.files())
+        files.push_back({{"file", file.path}, {"frames", file.frames}});
+    return {{"port", report.options.port.address.text()},
+            {"received", jsonOf(report.result.totals.received)},
+            {"filteredOut", report.result.totals.filteredOut},
+            {"written", report.output.framesInFiles()},
+            {"overwritten", report.output.overwrittenFrames()},
+            {"lost", report.unwrittenFrames()},
+            {"files", std::move(files)},
+            {"seconds", report.duration.count()},
+            {"ended", textOf(report.result.end)},
+            {"statistics", jsonOf(report.statistics)}};
+}
+
+std::string progressText(const CaptureTotals& totals) {
+    return fmt::format("{} frames received ({:.1f} MB), {} written", grouped(totals.received.frames),
+                       static_cast<double>(totals.received.bytes) / 1e6, grouped(totals.written.frames));
+}
+
+void publish(const CaptureReport& report) {
+    const auto text = report.options.json ? host::textOf(jsonOf(report)) : textOf(report);
+    if (report.options.output == CaptureOutput::standardOutput)
+        std::fputs(text.c_str(), stderr); // standard output is the capture
+    else
+        print(text);
+}
+
+} // namespace
+
+CaptureCommand::CaptureCommand(CLI::App& program)
+    : Command(program, "capture", "Write what a port receives as pcapng, until interrupted") {
+    line()
+        .add_option("--write", options_.output, "File to write; - is standard output, for a pipe")
+        ->required()
+        ->type_name("OUT");
+    line()
+        .add_option("--count", options_.limits.frames, "End after so many frames written")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N");
+    line()
+        .add_option_function<double>(
+            "--duration",
+            [this](double seconds) { options_.limits.time = std::chrono::duration<double>(seconds); },
+            "End after so many seconds")
+        ->check(CLI::Range(0.001, 1e9))
+        ->type_name("S");
+    line()
+        .add_option_function<std::string>(
+            "--ring",
+            [this](const std::string& text) {
+                options_.ring = FileRing::parse(text);
+                if (!options_.ring)
+                    throw CLI::ValidationError("--ring",
+                                               "'" + text +
+                                                   "' is not of the form FILES:SIZE with at least 2 "
+                                                   "files of at least 4096 bytes, such as 10:100M");
+            },
+            "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number")
+        ->type_name("N:SIZE");
+    line()
+        .add_option("--filter", options_.filter, "Write only frames that match, in libpcap's filter language")
+        ->type_name("EXPR");
+    options_.port.addTo(line());
+    options_.installation.addTo(line());
+    line().add_flag("--json", options_.json, "Print the report as JSON");
+}
+
+int CaptureCommand::run() {
+    options_.installation.requireRealTime();
+    const auto address = options_.port.address;
+    std::optional<FrameFilter> filter;
+    if (!options_.filter.empty()) filter.emplace(options_.filter);
+    CaptureOutput output(options_.output, captureInterface(address), options_.ring);
+    const Session session(options_.installation, address.board);
+    Ports ports(session, {address}, !options_.port.noReset);
+    ports.openLive();
+
+    CaptureReport report{.options = options_, .output = output};
+    const auto begin = Clock::now();
+    report.result = record(ports, output, filter ? &*filter : nullptr);
+    report.duration = Clock::now() - begin;
+    report.statistics = ports.finish();
+    if (session.simulator) session.simulator->flushWires();
+    publish(report);
+    if (report.result.failure) std::rethrow_exception(report.result.failure);
+    return Done;
+}
+
+CaptureResult CaptureCommand::record(Ports& ports, CaptureOutput& output, const FrameFilter* filter) const {
+    output.begin();
+    Capture capture(ports.at(options_.port.address).interface(), output, filter);
+    if (endRequested() == 0)
+        notice("capturing at port " + options_.port.address.text() + "; end with Ctrl-C");
+    const Progress progress([&] { return progressText(capture.totals()); });
+    return capture.run(options_.limits, [&] { ports.stop(); });
+}
+
+} // namespace orvo::host
