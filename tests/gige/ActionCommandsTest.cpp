@@ -1,4 +1,5 @@
 // The action command queue: every kind of reading, the events, and the leecher thread.
+#include "gige/OrvoGbePhysicalNetworkInterfaceUiqLeecherThread.h"
 #include "support/InterfaceTest.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterfaceEvent.h>
@@ -14,7 +15,6 @@ namespace {
 using core::zume::PhysicalNetworkInterfaceEvent;
 using core::zume::PniActionCommandTimeout;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::uint32_t queueId = 10;
 
@@ -24,14 +24,10 @@ protected:
     std::vector<int> takeEvents() {
         std::vector<int> counts;
         boost::shared_ptr<PhysicalNetworkInterfaceEvent> event;
-        try {
-            while (port.eventQueue()->queue->tryPop(event, std::chrono::milliseconds{0})) {
-                const auto* timeout = dynamic_cast<PniActionCommandTimeout*>(event.get());
-                EXPECT_TRUE(timeout && timeout->type == 8);
-                counts.push_back(timeout ? timeout->count : -1);
-            }
-        } catch (const templates::platform::SynchronizedQueueInterruptException&) {
-            // empty after a stop
+        while (port.eventQueue()->queue->tryPop(event, std::chrono::milliseconds{0})) {
+            const auto* timeout = dynamic_cast<PniActionCommandTimeout*>(event.get());
+            EXPECT_TRUE(timeout && timeout->type == 8);
+            counts.push_back(timeout ? timeout->count : -1);
         }
         return counts;
     }
@@ -67,60 +63,51 @@ TEST_F(ActionCommandsTest, EachReadingEndsInItsMessageAndEvent) {
         {"failed read right after", {-5, {}}, {}, {}, {"sleep 100000"}},
         {"no end flag, every time", {4, {0xFFFE0005}}, {tooMany}, {}, {"lost words of 10"}},
         {"report ends the run", {4, {0x1FFFF}}, {timeout + "65535"}, {65535}, {}},
-        {"failed read after a report",
-         {-2130, {}},
-         {failed("-2130")},
-         {},
-         {"lost words of 10", "sleep 100000"}},
+        {"a new run", {-2130, {}}, {failed("-2130")}, {}, {"lost words of 10", "sleep 100000"}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        board.queue(queueId, {row.answer});
+        board.queues[queueId] = {row.answer};
         port.monitorActionCommandTimeoutEvents();
         EXPECT_EQ(takeMessages(), row.messages);
         EXPECT_EQ(takeEvents(), row.events);
-        Journal expected{"queue 10 4 bytes 100 ms"};
-        expected.insert(expected.end(), row.tail.begin(), row.tail.end());
-        EXPECT_EQ(board.takeJournal(), expected);
+        EXPECT_EQ(board.takeJournal(), joined({{"queue 10 4 bytes 100 ms"}, row.tail}));
     }
-}
-
-TEST_F(ActionCommandsTest, DisabledQueueDropsEvents) {
-    setUpPort();
-    board.queue(queueId, {{4, {0x10005}}});
+    port.eventQueue()->enabled = false;
+    board.queues[queueId] = {{4, {0x10005}}};
     port.monitorActionCommandTimeoutEvents();
-    EXPECT_THAT(takeMessages(), testing::SizeIs(1));
-    EXPECT_THAT(takeEvents(), IsEmpty());
+    EXPECT_THAT(takeMessages(), ElementsAre(timeout + "5"));
+    EXPECT_THAT(takeEvents(), testing::IsEmpty()) << "nobody wants them";
 }
 
 TEST_F(ActionCommandsTest, LeecherRunsFromStartToStopEvenWhenNobodyTakesEvents) {
-    std::atomic<int> reads{0}, namedReads{0};
+    std::atomic<int> reads{0};
     board.onRead = [&](const std::string& what) {
         if (what != "queue 10") return;
         char name[16] = {};
         pthread_getname_np(pthread_self(), name, sizeof name);
+        EXPECT_STREQ(name, "UiqAct/0-2");
         ++reads;
-        if (std::string(name) == "UiqAct/0-2") ++namedReads;
     };
     setUpPort();
     port.eventQueue()->enabled = true;
-    board.queue(queueId, std::vector<QueueAnswer>(70, {4, {0x10001}}));
+    board.queues[queueId] = std::vector<QueueAnswer>(70, {4, {0x10001}});
     port.start();
     port.start(); // one thread all the same
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds{20};
-    std::size_t reports = 0;
-    while (reports < 65 && std::chrono::steady_clock::now() < deadline) {
-        reports += takeMessages().size();
-        std::this_thread::yield();
-    }
-    ASSERT_EQ(reports, 65U) << "64 events fit, and the leecher waits with the next";
+    for (std::size_t reports = 0; reports < 65; reports += takeMessages().size()) std::this_thread::yield();
+    EXPECT_TRUE(port.reinitialize(core::zume::ReleaseDevice)) << "the waiting leecher is outside the gate";
     port.stop();
     port.waitForTermination();
-    EXPECT_EQ(reads, 65) << "no pass after the stop";
-    EXPECT_EQ(namedReads, 65);
-    EXPECT_THAT(takeEvents(), testing::SizeIs(64)) << "the one that waited is dropped";
+    EXPECT_EQ(reads, 65) << "64 events fit, the leecher waits with one, and makes no pass after the stop";
+    auto& events = *port.eventQueue()->queue;
+    for (int i = 0; i < 64; ++i) events.pop();
+    // The one that waited is dropped.
+    EXPECT_THROW(events.pop(), templates::platform::SynchronizedQueueInterruptException);
     port.start(); // a thread after the stop sees the flag at once
     port.waitForTermination();
+    core::zume::OrvoGbePhysicalNetworkInterfaceUiqLeecherThread otherKind(&port, 1, 0, portId);
+    otherKind.start();
+    otherKind.join();
     EXPECT_EQ(reads, 65);
 }
 

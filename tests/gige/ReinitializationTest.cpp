@@ -1,10 +1,9 @@
 // The two phases, and who stays out of the hardware access layer in between.
-#include "gige/DeviceGate.h"
+#include "support/Concurrency.h"
 #include "support/InterfaceTest.h"
 #include "support/Pacing.h"
 
 #include <atomic>
-#include <thread>
 
 namespace orvo::test {
 namespace {
@@ -12,7 +11,6 @@ namespace {
 using core::zume::ReinitializationPhase;
 using core::zume::ReleaseDevice;
 using core::zume::ReopenDevice;
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -27,14 +25,7 @@ TEST_F(ReinitializationTest, PhasesReleaseAndReopen) {
     EXPECT_TRUE(port.reinitialize(ReleaseDevice)) << "there is nothing left to release";
     EXPECT_THAT(board.takeJournal(), ElementsAre("free device"));
     EXPECT_TRUE(port.reinitialize(ReopenDevice));
-    EXPECT_THAT(board.takeJournal(),
-                ElementsAre("open 0", "configure", "find GigE_MdioRD", "find GigE_MdioWR", "find GigE_Mdio",
-                            "find GigE_MdioRegAddr", "find GigE_MdioPhyAddr", "find MdioReadReg", "clear 2",
-                            "find GigeBufferReset2", "find GigeWriteData2", "find GigeWriteComplete2",
-                            "find GigeTxDisableCrcGeneration2", "find GigeTxTransferActive2",
-                            "find GigeRecvPktCnt2", "find GigeRecvErrCnt2", "find CtrlPktReceivedCnt2",
-                            "find CtrlPktSendUiqCnt2", "find GvspFiFoOverflow_GigeTransceiver2",
-                            "find GvcpFiFoNotEmpty_GigeTransceiver2"));
+    EXPECT_EQ(board.takeJournal(), joined({{"open 0", "configure"}, mdioLookups, {"clear 2"}, portLookups}));
     EXPECT_THAT(takeMessages(), ElementsAre("2 PHY Id 'gige': Device successfully deinitialized.",
                                             "2 PHY Id 'gige': Device successfully deinitialized.",
                                             "2 PHY Id 'gige': Device successfully reinitialized."));
@@ -57,22 +48,19 @@ TEST_F(ReinitializationTest, ReopeningThatFailsCanBeRepeated) {
                 ElementsAre("5 PHY Id 'gige': Error in OHalConfigureFpga(...) for board id '0' "
                             "(result = -4)",
                             "5 PHY Id 'gige': Device reinitialization failed."));
-    board.opens = false;
-    EXPECT_FALSE(port.reinitialize(ReopenDevice));
-    board.opens = true;
     board.configureResult = 0;
     board.takeJournal();
     EXPECT_TRUE(port.reinitialize(ReopenDevice));
-    EXPECT_THAT(board.takeJournal(), Contains("applet 1.2"))
-        << "the applet went with the failed configuration";
-    board.queue(portId, FakeBoard::transmission(countingBytes(60)));
+    // The applet went with the failed configuration.
+    EXPECT_THAT(board.takeJournal(), Contains("applet 1.2"));
+    board.queues[portId] = FakeBoard::transmission(countingBytes(60));
     EXPECT_TRUE(port.receive(nullptr));
 }
 
 TEST_F(ReinitializationTest, NobodyIsInTheHardwareAccessLayerWhileTheDeviceIsReleased) {
     setUpPort();
-    board.queue(portId, FakeBoard::transmission(countingBytes(60)));
-    board.queue(portId + 8, {{4, {0x10005}}});
+    board.queues[portId] = FakeBoard::transmission(countingBytes(60));
+    board.queues[portId + 8] = {{4, {0x10005}}};
     ASSERT_TRUE(port.reinitialize(ReleaseDevice));
     board.takeJournal();
     takeMessages();
@@ -104,88 +92,47 @@ TEST_F(ReinitializationTest, NobodyIsInTheHardwareAccessLayerWhileTheDeviceIsRel
 
 TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
     setUpPort();
-    std::atomic<bool> inside{false}, leave{false};
-    board.onRead = [&](const std::string& what) {
-        if (what != "queue 2") return;
-        inside = true;
-        while (!leave) std::this_thread::yield();
+    const struct {
+        const char* place; // where the board keeps the call
+        std::function<void()> call;
+    } paths[] = {{"queue 2", [&] { port.receive(nullptr); }},
+                 {"queue 10", [&] { port.monitorActionCommandTimeoutEvents(); }},
+                 {"GigeTxTransferActive2",
+                  [&] {
+                      port.addToSendQueue(frame({1, 2}));
+                  }},
+                 {"GigeRecvPktCnt2", [&] { port.triggerDebugOutput(); }}};
+    const auto release = [&] {
+        return std::async(std::launch::async, [&] { return port.reinitialize(ReleaseDevice); });
     };
-    std::thread reader([&] { port.receive(nullptr); });
-    while (!inside) std::this_thread::yield();
-    std::atomic<bool> released{false};
-    std::thread releaser([&] { released = port.reinitialize(ReleaseDevice); });
-    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
-    EXPECT_THAT(board.takeJournal(), testing::Not(Contains("free device")));
-    leave = true;
-    reader.join();
-    releaser.join();
-    EXPECT_TRUE(released);
-    EXPECT_THAT(board.takeJournal(), Contains("free device"));
-    ASSERT_TRUE(port.reinitialize(ReopenDevice));
+    for (const auto& path : paths) {
+        SCOPED_TRACE(path.place);
+        std::atomic<bool> isInside{false}, mayLeave{false};
+        board.onRead = [&](const std::string& what) {
+            if (what != path.place) return;
+            isInside = true;
+            while (!mayLeave) std::this_thread::yield();
+        };
+        const auto call = inBackground(path.call);
+        while (!isInside) std::this_thread::yield();
 
-    inside = leave = false;
-    std::thread stuck([&] { port.receive(nullptr); });
-    while (!inside) std::this_thread::yield();
-    std::atomic<bool> answered{false};
-    std::thread impatient([&] {
-        EXPECT_FALSE(port.reinitialize(ReleaseDevice));
-        answered = true;
-    });
-    while (!answered) {
-        advanceClock(std::chrono::milliseconds{100});
-        std::this_thread::yield();
+        auto impatient = release();
+        advanceClock(std::chrono::seconds{9});
+        EXPECT_TRUE(isWaiting(impatient)) << "its limit is 10 seconds";
+        while (isWaiting(impatient)) advanceClock(std::chrono::seconds{1});
+        EXPECT_FALSE(impatient.get());
+        EXPECT_THAT(takeMessages(), Contains("5 PHY Id 'gige': Device is in use, it was not released."));
+
+        auto patient = release();
+        EXPECT_TRUE(isWaiting(patient));
+        EXPECT_THAT(board.takeJournal(), testing::Not(Contains("free device")));
+        mayLeave = true;
+        EXPECT_TRUE(patient.get());
+        call.wait();
+        EXPECT_THAT(board.takeJournal(), Contains("free device"));
+        EXPECT_TRUE(port.reinitialize(ReopenDevice));
     }
-    impatient.join();
-    EXPECT_THAT(takeMessages(), Contains("5 PHY Id 'gige': Device is in use, it was not released."));
-    EXPECT_THAT(board.takeJournal(), testing::Not(Contains("free device")));
-    leave = true;
-    stuck.join();
-    port.addToSendQueue(frame({1, 2})); // the gate is open again
     EXPECT_EQ(statistics()["Send"], "1 frames (6 bytes)");
-}
-
-/// A board that knows whether its handle is in use while it is being freed.
-TEST_F(ReinitializationTest, PhasesAgainstTrafficOnAllPathsTouchNoFreedHandle) {
-    constexpr int rounds = 1000;
-    setUpPort();
-    setThreshold(4);
-    port.eventQueue()->enabled = true;
-    std::atomic<bool> done{false};
-    std::atomic<std::uint64_t> handedOver{0}, freed{0};
-    std::uint64_t dropped = 0;
-    port.start();
-    const auto send = [&] {
-        while (!done) {
-            port.addToSendQueue(frame(countingBytes(60)));
-            ++handedOver;
-        }
-    };
-    std::thread receiver([&] {
-        while (!done) port.receive(nullptr);
-    });
-    std::thread firstSender(send), secondSender(send);
-    board.onRelease = [&] { freed += board.callsInside() != 0; };
-    for (int round = 0; round < rounds; ++round) {
-        ASSERT_TRUE(port.reinitialize(ReleaseDevice));
-        ASSERT_TRUE(port.reinitialize(ReopenDevice));
-        board.takeJournal();
-        for (const auto& message : takeMessages())
-            dropped += message.find("Packet is dropped") != std::string::npos;
-    }
-    done = true;
-    receiver.join();
-    firstSender.join();
-    secondSender.join();
-    port.stop();
-    for (const auto& message : takeMessages())
-        dropped += message.find("Packet is dropped") != std::string::npos;
-    setThreshold(2);
-    const auto sent = statistics()["Send"];
-    EXPECT_EQ(freed, 0U);
-    EXPECT_EQ(sent.substr(0, sent.find(' ')), std::to_string(handedOver - dropped))
-        << "no frame without a trace";
-    port.addToSendQueue(frame(countingBytes(60)));
-    EXPECT_THAT(board.takeJournal(), Contains("write GigeWriteComplete2 0"));
 }
 
 } // namespace

@@ -9,18 +9,19 @@ using testing::ElementsAre;
 class StartAndStopTest : public InterfaceTest {};
 
 TEST_F(StartAndStopTest, StatisticsCoverTheWholeLife) {
-    board.answer("GigeRecvPktCnt2", {1000, 1250});
-    board.answer("GigeRecvErrCnt2", {7, 7});
-    board.answer("CtrlPktReceivedCnt2", {5});
-    board.answer("GvspFiFoOverflow_GigeTransceiver2", {0, 16});
-    board.lack("CtrlPktSendUiqCnt2");
+    board.registers["GigeRecvPktCnt2"] = {1000, 1250};
+    board.registers["GigeRecvErrCnt2"] = {7, 7};
+    board.registers["CtrlPktReceivedCnt2"] = {5};
+    board.registers["GvspFiFoOverflow_GigeTransceiver2"] = {0, 16};
+    board.lacking = {"CtrlPktSendUiqCnt2"};
     board.lostWords = -3;
     ASSERT_TRUE(port.setup());
     for (int i = 0; i < 3; ++i) port.addToSendQueue(frame(countingBytes(64)));
-    board.queue(portId, FakeBoard::transmission(countingBytes(60)));
-    board.queue(portId, FakeBoard::transmission(countingBytes(60)));
-    for (int i = 0; i < 2; ++i) ASSERT_TRUE(port.receive(nullptr));
-    board.failReads("CtrlPktReceivedCnt2");
+    for (int i = 0; i < 2; ++i) {
+        board.queues[portId] = FakeBoard::transmission(countingBytes(60));
+        ASSERT_TRUE(port.receive(nullptr));
+    }
+    board.failing = {"CtrlPktReceivedCnt2"};
     port.stop();
     takeMessages();
     board.takeJournal();
@@ -44,7 +45,7 @@ TEST_F(StartAndStopTest, StatisticsCoverTheWholeLife) {
                             "read GvcpFiFoNotEmpty_GigeTransceiver2 0"));
 
     setThreshold(4); // lines that do not pass ask for nothing but the registers
-    board.failReads("GvspFiFoOverflow_GigeTransceiver2");
+    board.failing = {"GvspFiFoOverflow_GigeTransceiver2"};
     port.waitForTermination();
     EXPECT_THAT(board.takeJournal(), testing::SizeIs(5));
     setThreshold(2);
@@ -58,9 +59,17 @@ TEST_F(StartAndStopTest, LifeWithoutADeviceEndsInOrder) {
     port.stop();
     board.takeJournal();
     takeMessages();
+    port.forceReset();
+    EXPECT_THAT(takeMessages(), ElementsAre("4 Device is released, no reset on board 0"));
     port.waitForTermination();
     EXPECT_THAT(takeMessages(), testing::SizeIs(7));
     EXPECT_THAT(board.takeJournal(), testing::IsEmpty()) << "lost words are 0 and nobody is asked";
+
+    EXPECT_TRUE(port.reinitialize(core::zume::ReleaseDevice));
+    board.opens = true;
+    EXPECT_TRUE(port.setup()) << "a release before the first opening does not count";
+    port.addToSendQueue(frame({1, 2}));
+    EXPECT_EQ(statistics()["Send"], "1 frames (6 bytes)");
 }
 
 } // namespace

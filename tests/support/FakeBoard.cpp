@@ -5,161 +5,103 @@
 #include "hal/OrvoHal.h"
 #include "support/Pacing.h"
 
+#include <boost/format.hpp>
+
 #include <algorithm>
 #include <cstring>
-#include <sstream>
 #include <utility>
 
 namespace orvo::test {
 namespace {
 
 FakeBoard* board = nullptr;
-int deviceTag = 0; // handles are addresses of these
+int deviceTag = 0; // handles are addresses of these, or of a serial for a device that was only looked at
 int appletTag = 0;
 
-/// Counts a call for its length.
-class Inside {
-public:
-    explicit Inside(std::atomic<int>& count) : count_(count) { ++count_; }
-    ~Inside() { --count_; }
-    Inside(const Inside&) = delete;
-    Inside& operator=(const Inside&) = delete;
-
-private:
-    std::atomic<int>& count_;
-};
-
 std::string hex(std::uint64_t value) {
-    std::ostringstream text;
-    text << std::hex << std::showbase << value;
-    return text.str();
+    return (boost::format("%#x") % value).str();
 }
 
-void* initDevice(int index) {
-    board->note("open " + std::to_string(index));
-    return board->opens ? &deviceTag : nullptr;
-}
-int freeDevice(void*) {
-    board->freeDevice();
-    return 0;
-}
-int getDeviceCount() {
-    board->note("count devices");
-    return board->deviceCount;
-}
-void* getDevice(int index) {
-    board->note("get device " + std::to_string(index));
-    const auto found = board->deviceSerials.find(index);
-    return found == board->deviceSerials.end() ? nullptr : &found->second;
-}
-int putDevice(void*) {
-    board->note("put device");
-    return 0;
-}
-int configureFpga(void*, void*) {
-    board->note("configure");
-    return board->configureResult;
-}
-int getInfoInt(void* device, const char* key) {
+int infoInt(void* device, const char* key) {
     board->note(std::string("info ") + key);
     if (device != &deviceTag) return *static_cast<int*>(device);
-    const auto found = board->infoInts.find(key);
-    return found == board->infoInts.end() ? -1 : found->second;
-}
-const char* getInfoString(void*, const char* key) {
-    board->note(std::string("info ") + key);
-    const auto found = board->infoTexts.find(key);
-    return found == board->infoTexts.end() ? nullptr : found->second.c_str();
-}
-int registerRead(void*, std::uint32_t address, std::uint64_t* value) {
-    return board->readRegister(address, value);
-}
-int registerWrite(void*, std::uint32_t address, std::uint64_t value) {
-    board->writeRegister(address, value);
-    return 0;
-}
-int readBufferLong(void*, std::uint32_t queue, void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs) {
-    return board->readQueue(queue, buffer, bytes, timeoutMs);
-}
-int getLostWords(void*, std::uint32_t queue) {
-    board->note("lost words of " + std::to_string(queue));
-    return board->lostWords;
-}
-int clearQueue(void*, std::uint32_t queue) {
-    board->note("clear " + std::to_string(queue));
-    return 0;
-}
-void* trampoline(std::uint32_t major, std::uint32_t minor) {
-    board->note("applet " + std::to_string(major) + "." + std::to_string(minor));
-    return board->hasApplet ? &appletTag : nullptr;
-}
-int unloadApplet(void*) {
-    board->note("unload applet");
-    return 0;
-}
-int registerByName(void*, const char* name) {
-    return static_cast<int>(board->find(name));
-}
-void* loadKivFile(const char*, std::uint32_t, std::uint32_t) {
-    return nullptr; // the probe: there, but never called
+    return board->infoInts.contains(key) ? board->infoInts[key] : -1;
 }
 
-void fillTables(bool fill) {
-    m_POHalFreeDevice = fill ? freeDevice : nullptr;
-    m_POHalGetDeviceCount = fill ? getDeviceCount : nullptr;
-    m_POHalGetDevice = fill ? getDevice : nullptr;
-    m_POHalPutDevice = fill ? putDevice : nullptr;
-    m_POHalConfigureFpga = fill ? configureFpga : nullptr;
-    m_POHalGetBoardInfoInt = fill ? getInfoInt : nullptr;
-    m_POHalGetBoardInfoString = fill ? getInfoString : nullptr;
-    m_POHalRegisterRead = fill ? registerRead : nullptr;
-    m_POHalRegisterWrite = fill ? registerWrite : nullptr;
-    m_POHalDataQueueReadBufferLong = fill ? readBufferLong : nullptr;
-    m_POHalDataQueueGetNrOfLostWords = fill ? getLostWords : nullptr;
-    m_POHalDataQueueClear = fill ? clearQueue : nullptr;
-    m_POHalInitDevice = fill ? initDevice : nullptr;
-    m_PKivFirmwareTrampoline = fill ? trampoline : nullptr;
-    m_PKivUnloadKivFile = fill ? unloadApplet : nullptr;
-    m_PKivGetRegisterByName = fill ? registerByName : nullptr;
-    m_PKivLoadKivFileWithType = fill ? loadKivFile : nullptr;
+const char* infoText(void*, const char* key) {
+    board->note(std::string("info ") + key);
+    return board->infoTexts.contains(key) ? board->infoTexts[key].c_str() : nullptr;
+}
+
+void fillDeviceEntries() {
+    m_POHalInitDevice = [](int index) -> void* {
+        return board->note("open " + std::to_string(index), board->opens) ? &deviceTag : nullptr;
+    };
+    m_POHalFreeDevice = [](void*) { return board->note("free device"); };
+    m_POHalConfigureFpga = [](void*, void*) { return board->note("configure", board->configureResult); };
+    m_POHalGetDeviceCount = [] { return board->note("count devices", board->deviceCount); };
+    m_POHalGetDevice = [](int index) -> void* {
+        board->note("get device " + std::to_string(index));
+        return board->deviceSerials.contains(index) ? &board->deviceSerials[index] : nullptr;
+    };
+    m_POHalPutDevice = [](void*) { return board->note("put device"); };
+    m_POHalGetBoardInfoInt = infoInt;
+    m_POHalGetBoardInfoString = infoText;
+}
+
+void fillTrafficEntries() {
+    m_POHalRegisterRead = [](void*, std::uint32_t address, std::uint64_t* value) {
+        return board->readRegister(address, value);
+    };
+    m_POHalRegisterWrite = [](void*, std::uint32_t address, std::uint64_t value) {
+        return board->note("write " + board->nameOf(address) + " " + hex(value));
+    };
+    m_POHalDataQueueReadBufferLong = [](void*, std::uint32_t queue, void* buffer, std::uint64_t bytes,
+                                        std::uint32_t timeoutMs) {
+        return board->readQueue(queue, buffer, bytes, timeoutMs);
+    };
+    m_POHalDataQueueGetNrOfLostWords = [](void*, std::uint32_t queue) {
+        return board->note("lost words of " + std::to_string(queue), board->lostWords);
+    };
+    m_POHalDataQueueClear = [](void*, std::uint32_t queue) {
+        return board->note("clear " + std::to_string(queue));
+    };
+}
+
+void fillAppletEntries() {
+    m_PKivFirmwareTrampoline = [](std::uint32_t major, std::uint32_t minor) -> void* {
+        const std::string version = std::to_string(major) + "." + std::to_string(minor);
+        return board->note("applet " + version, board->hasApplet) ? &appletTag : nullptr;
+    };
+    m_PKivUnloadKivFile = [](void*) { return board->note("unload applet"); };
+    m_PKivGetRegisterByName = [](void*, const char* name) { return board->find(name); };
+    // The runtime counts as bound when this one is.
+    m_PKivLoadKivFileWithType = [](const char*, std::uint32_t, std::uint32_t) -> void* { return nullptr; };
+}
+
+void clearEntries() {
+#define ENTRY(Result, name, unbound, parameters, arguments) m_P##name = nullptr;
+#define LIBRARY_ENTRY(Result, name, unbound, parameters, arguments) m_p##name = nullptr;
+#include "hal/OrvoHalEntries.def"
+#define ENTRY(Result, name, unbound, parameters, arguments) m_P##name = nullptr;
+#include "hal/KivRuntimeEntries.def"
 }
 
 } // namespace
 
 FakeBoard::FakeBoard() {
     board = this;
-    fillTables(true);
+    fillDeviceEntries();
+    fillTrafficEntries();
+    fillAppletEntries();
+    holdClock();
     onSleep([this](std::chrono::microseconds length) { note("sleep " + std::to_string(length.count())); });
 }
 
 FakeBoard::~FakeBoard() {
     restorePacing();
-    fillTables(false);
+    clearEntries();
     board = nullptr;
-}
-
-void FakeBoard::lack(const std::string& name) {
-    const std::lock_guard guard(lock_);
-    lacking_.insert(name);
-}
-
-void FakeBoard::answer(const std::string& name, std::vector<std::uint64_t> values) {
-    const std::lock_guard guard(lock_);
-    answers_[name] = std::move(values);
-}
-
-void FakeBoard::failReads(const std::string& name, bool fail) {
-    const std::lock_guard guard(lock_);
-    if (fail)
-        failing_.insert(name);
-    else
-        failing_.erase(name);
-}
-
-void FakeBoard::queue(std::uint32_t queue, std::vector<QueueAnswer> answers) {
-    const std::lock_guard guard(lock_);
-    auto& pending = queues_[queue];
-    pending.insert(pending.end(), answers.begin(), answers.end());
 }
 
 std::vector<QueueAnswer> FakeBoard::transmission(const std::vector<std::uint8_t>& frame) {
@@ -174,58 +116,43 @@ Journal FakeBoard::takeJournal() {
     return std::exchange(journal_, {});
 }
 
-void FakeBoard::note(std::string line) {
+int FakeBoard::note(std::string line, int result) {
     const std::lock_guard guard(lock_);
     journal_.push_back(std::move(line));
+    return result;
 }
 
-std::uint32_t FakeBoard::find(const std::string& name) {
+int FakeBoard::find(const std::string& name) {
     note("find " + name);
+    if (lacking.contains(name)) return 0;
     const std::lock_guard guard(lock_);
-    if (lacking_.contains(name)) return 0;
-    auto found = std::find(names_.begin(), names_.end(), name);
-    if (found == names_.end()) found = names_.insert(names_.end(), name);
-    return 8 * static_cast<std::uint32_t>(found - names_.begin() + 1);
+    names_.push_back(name);
+    return 8 * static_cast<int>(names_.size());
 }
 
-std::string FakeBoard::nameOf(std::uint32_t address) const {
+std::string FakeBoard::nameOf(std::uint32_t address) {
+    const std::lock_guard guard(lock_);
     return address == 0 ? "register 0" : names_.at(address / 8 - 1);
 }
 
-void FakeBoard::freeDevice() {
-    note("free device");
-    if (onRelease) onRelease();
-}
-
 int FakeBoard::readRegister(std::uint32_t address, std::uint64_t* value) {
-    const Inside inside(callsInside_);
-    std::unique_lock guard(lock_);
     const std::string name = nameOf(address);
-    const bool fails = failing_.contains(name);
-    if (!fails) {
-        auto& values = answers_[name];
-        *value = values.empty() ? 0 : values.front();
-        if (values.size() > 1) values.erase(values.begin());
-    }
-    journal_.push_back("read " + name + (fails ? " fails" : " " + hex(*value)));
-    guard.unlock();
     if (onRead) onRead(name);
-    return fails ? -1 : 0;
-}
-
-void FakeBoard::writeRegister(std::uint32_t address, std::uint64_t value) {
-    const Inside inside(callsInside_);
+    if (failing.contains(name)) return note("read " + name + " fails", -1);
     const std::lock_guard guard(lock_);
-    journal_.push_back("write " + nameOf(address) + " " + hex(value));
+    auto& values = registers[name];
+    *value = values.empty() ? 0 : values.front();
+    if (values.size() > 1) values.erase(values.begin());
+    journal_.push_back("read " + name + " " + hex(*value));
+    return 0;
 }
 
 int FakeBoard::readQueue(std::uint32_t queue, void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs) {
-    const Inside inside(callsInside_);
     if (onRead) onRead("queue " + std::to_string(queue));
     const std::lock_guard guard(lock_);
     journal_.push_back("queue " + std::to_string(queue) + " " + std::to_string(bytes) + " bytes " +
                        std::to_string(timeoutMs) + " ms");
-    auto& pending = queues_[queue];
+    auto& pending = queues[queue];
     if (pending.empty()) return HalTimeout;
     const QueueAnswer next = pending.front();
     pending.erase(pending.begin());

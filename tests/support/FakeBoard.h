@@ -2,7 +2,6 @@
 // order.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -22,7 +21,8 @@ struct QueueAnswer {
     std::vector<std::uint32_t> words;
 };
 
-/// Fills the entry tables for as long as it lives; one at a time. Any thread may call the plug-in.
+/// Fills the entry tables for as long as it lives; one at a time. The clock is held meanwhile. Any thread may
+/// call the plug-in; what the board answers is set while none does.
 class FakeBoard {
 public:
     FakeBoard();
@@ -30,29 +30,18 @@ public:
     FakeBoard(const FakeBoard&) = delete;
     FakeBoard& operator=(const FakeBoard&) = delete;
 
-    /// The firmware has no register of this name.
-    void lack(const std::string& name);
-    /// The next reads of a register give these values, the last of them for good. 0 without.
-    void answer(const std::string& name, std::vector<std::uint64_t> values);
-    /// Reads of a register fail from now on, or do so no more.
-    void failReads(const std::string& name, bool fail = true);
-    /// The next reads of a queue; nothing arrives after them.
-    void queue(std::uint32_t queue, std::vector<QueueAnswer> answers);
-    /// Two answers that make one transmission of this frame.
+    /// Two answers of a queue that make one transmission of this frame.
     static std::vector<QueueAnswer> transmission(const std::vector<std::uint8_t>& frame);
 
     /// Called inside the board for every read of a register or queue, on the calling thread, without a lock.
     std::function<void(const std::string& what)> onRead;
 
-    /// Called while the plug-in frees its device handle.
-    std::function<void()> onRelease;
-    /// How many calls with a device handle are going on.
-    int callsInside() const { return callsInside_; }
-
+    /// Everything since the last call.
     Journal takeJournal();
 
-    // Answers of the rest.
-    std::map<std::string, int> infoInts{{"ports/gige", 4}, {"firmware/major", 1}, {"firmware/minor", 2}};
+    // What it answers.
+    std::map<std::string, int> infoInts{
+        {"ports/gige", 3}, {"firmware/major", 0x101}, {"firmware/minor", 0xFF02}};
     std::map<std::string, std::string> infoTexts{{"board/caminterface", "GigE"}};
     std::map<int, int> deviceSerials{{0, 0x1234}}; // what OHalGetDevice finds, by index
     int deviceCount = 1;
@@ -60,27 +49,22 @@ public:
     bool hasApplet = true;
     int configureResult = 0;
     int lostWords = 0;
+    std::set<std::string> lacking;                               // registers that the firmware does not have
+    std::set<std::string> failing;                               // registers that cannot be read
+    std::map<std::string, std::vector<std::uint64_t>> registers; // the next readings, the last for good; or 0
+    std::map<std::uint32_t, std::vector<QueueAnswer>> queues;    // the next readings; nothing arrives after
 
-    // What the entries call.
-    void note(std::string line);
-    std::uint32_t find(const std::string& name);
+    // What the entries call. `note` returns the call's result.
+    int note(std::string line, int result = 0);
+    int find(const std::string& name);
     int readRegister(std::uint32_t address, std::uint64_t* value);
-    void writeRegister(std::uint32_t address, std::uint64_t value);
     int readQueue(std::uint32_t queue, void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs);
-
-    void freeDevice();
+    std::string nameOf(std::uint32_t address);
 
 private:
-    std::string nameOf(std::uint32_t address) const;
-
-    std::atomic<int> callsInside_{0};
-    std::mutex lock_; // of everything below
+    std::mutex lock_; // of what follows and of the readings left
     Journal journal_;
-    std::vector<std::string> names_; // address = 8 * (position + 1)
-    std::set<std::string> lacking_;
-    std::set<std::string> failing_;
-    std::map<std::string, std::vector<std::uint64_t>> answers_;
-    std::map<std::uint32_t, std::vector<QueueAnswer>> queues_;
+    std::vector<std::string> names_; // of the addresses 8, 16, ...; every lookup gets one of its own
 };
 
 } // namespace orvo::test

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <map>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,27 @@ inline boost::shared_ptr<core::zume::EthernetFrame> frame(const Bytes& bytes) {
         QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size())));
 }
 
+inline Journal joined(const std::vector<Journal>& parts) {
+    Journal whole;
+    for (const auto& part : parts) whole.insert(whole.end(), part.begin(), part.end());
+    return whole;
+}
+
+/// The lookups of the registers of the bus to the PHYs, and of port 2's own, in their order.
+inline const Journal mdioLookups{"find GigE_MdioRD",      "find GigE_MdioWR",      "find GigE_Mdio",
+                                 "find GigE_MdioRegAddr", "find GigE_MdioPhyAddr", "find MdioReadReg"};
+inline const Journal portLookups = joined(
+    {{"find GigeBufferReset2", "find GigeWriteData2", "find GigeWriteComplete2"},
+     {"find GigeTxDisableCrcGeneration2", "find GigeTxTransferActive2"},
+     {"find GigeRecvPktCnt2", "find GigeRecvErrCnt2", "find CtrlPktReceivedCnt2", "find CtrlPktSendUiqCnt2"},
+     {"find GvspFiFoOverflow_GigeTransceiver2", "find GvcpFiFoNotEmpty_GigeTransceiver2"}});
+
+/// A journal without the lines that begin so.
+inline Journal without(const std::string& beginning, Journal journal) {
+    std::erase_if(journal, [&](auto& line) { return line.starts_with(beginning); });
+    return journal;
+}
+
 class InterfaceTest : public testing::Test {
 protected:
     static constexpr int portId = 2;
@@ -36,7 +58,6 @@ protected:
     InterfaceTest() {
         setThreshold(2);
         port.injectDependency("id", std::string("gige"));
-        port.injectDependency("boardId", 0);
         port.injectDependency("portId", portId);
         port.injectDependency("resetBoard", std::string("false"));
         takeMessages();
@@ -53,12 +74,12 @@ protected:
     std::map<std::string, std::string> statistics() {
         takeMessages();
         port.waitForTermination();
+        static const std::regex statisticsLine(".*': [ .]*(.*) [-:] (.*)");
         std::map<std::string, std::string> lines;
         for (const auto& message : takeMessages()) {
-            std::string text = message.substr(message.find("': ") + 3);
-            text.erase(0, text.find_first_not_of(" ."));
-            const auto end = text.find(text.starts_with("Send") || text.starts_with("Recv") ? " - " : " : ");
-            lines[text.substr(0, end)] = text.substr(end + 3);
+            std::smatch parts;
+            EXPECT_TRUE(std::regex_match(message, parts, statisticsLine)) << message;
+            lines[parts[1]] = parts[2];
         }
         board.takeJournal();
         return lines;

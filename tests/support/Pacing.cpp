@@ -14,7 +14,7 @@ namespace {
 
 std::mutex handlerLock;
 std::function<void(std::chrono::microseconds)> sleepHandler;
-std::atomic<long> clockAheadMs{0};
+std::atomic<long> heldNs{0}; // what the clock shows while it is held, 0 while it runs
 
 } // namespace
 
@@ -23,13 +23,17 @@ void onSleep(std::function<void(std::chrono::microseconds)> handler) {
     sleepHandler = std::move(handler);
 }
 
+void holdClock() {
+    heldNs = std::chrono::nanoseconds{std::chrono::steady_clock::now().time_since_epoch()}.count();
+}
+
 void advanceClock(std::chrono::milliseconds step) {
-    clockAheadMs += step.count();
+    heldNs += std::chrono::nanoseconds{step}.count();
 }
 
 void restorePacing() {
     onSleep({});
-    clockAheadMs = 0;
+    heldNs = 0;
 }
 
 } // namespace orvo::test
@@ -37,25 +41,19 @@ void restorePacing() {
 extern "C" {
 
 __attribute__((visibility("default"))) int usleep(useconds_t length) {
-    const std::lock_guard guard(orvo::test::handlerLock);
-    if (orvo::test::sleepHandler)
-        orvo::test::sleepHandler(std::chrono::microseconds{length});
-    else
-        sched_yield();
+    {
+        const std::lock_guard guard(orvo::test::handlerLock);
+        if (orvo::test::sleepHandler) orvo::test::sleepHandler(std::chrono::microseconds{length});
+    }
+    sched_yield();
     return 0;
 }
 
 __attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, now));
-    if (clock == CLOCK_MONOTONIC && result == 0) {
-        const long ahead = orvo::test::clockAheadMs;
-        now->tv_sec += ahead / 1000;
-        now->tv_nsec += ahead % 1000 * 1'000'000;
-        if (now->tv_nsec >= 1'000'000'000) {
-            now->tv_nsec -= 1'000'000'000;
-            ++now->tv_sec;
-        }
-    }
-    return result;
+    const long held = orvo::test::heldNs;
+    if (clock != CLOCK_MONOTONIC || held == 0)
+        return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+    *now = {held / 1'000'000'000, held % 1'000'000'000};
+    return 0;
 }
 }

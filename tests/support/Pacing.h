@@ -7,14 +7,18 @@
 
 namespace orvo::test {
 
-/// Called for every usleep of the process with its length, on the sleeping thread; nobody sleeps. Without
-/// one, usleep gives the processor up for a moment.
+/// Called for every usleep of the process with its length, on the sleeping thread; nobody sleeps, but gives
+/// the processor up for a moment.
 void onSleep(std::function<void(std::chrono::microseconds)> handler);
 
-/// Moves the monotonic clock of the process ahead.
+/// Stops the monotonic clock of the process: no bound passes, however slow the machine, unless the clock is
+/// advanced. The C library's own waits go by the system's time all the same.
+void holdClock();
+
+/// Moves a held clock ahead.
 void advanceClock(std::chrono::milliseconds step);
 
-/// Takes both back: no handler, and a clock that shows the system's time, by which the C library waits.
+/// Takes all of it back.
 void restorePacing();
 
 } // namespace orvo::test

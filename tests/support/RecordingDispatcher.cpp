@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <regex>
 #include <utility>
 
 namespace orvo::test {
@@ -56,14 +57,6 @@ void detach(tools::logging::Logging*) {
     ++current.detachCount;
 }
 
-std::string withoutThreadPrefix(const std::string& text) {
-    const std::string prefix = "thread-id=";
-    const auto bar = text.find('|');
-    const bool isPrefixed = text.starts_with(prefix) && bar != std::string::npos && bar > prefix.size() &&
-                            text.find_first_not_of("0123456789", prefix.size()) == bar;
-    return isPrefixed ? text.substr(bar + 1) : text;
-}
-
 } // namespace
 
 std::vector<LogRecord> takeRecords() {
@@ -72,23 +65,25 @@ std::vector<LogRecord> takeRecords() {
 }
 
 std::vector<std::string> takeMessages() {
+    static const std::regex threadPrefix("^thread-id=[0-9]+\\|");
     std::vector<std::string> messages;
     for (const auto& record : takeRecords())
-        messages.push_back(std::to_string(record.level) + " " + withoutThreadPrefix(record.text));
+        messages.push_back(std::to_string(record.level) + " " +
+                           std::regex_replace(record.text, threadPrefix, ""));
     return messages;
 }
 
 void setThreshold(std::uint32_t threshold) {
-    std::vector<std::uint64_t> known;
+    std::map<std::string, std::uint64_t> known;
     tools::logging::SetLoggerLevel setLevel = nullptr;
     {
         const std::lock_guard guard(lock);
         currentThreshold = threshold;
         setLevel = current.setLevel;
-        for (const auto& each : handles) known.push_back(each.second);
+        known = handles;
     }
     if (!setLevel) return;
-    for (const auto handle : known) setLevel(handle, threshold);
+    for (const auto& [name, handle] : known) setLevel(handle, threshold);
 }
 
 Attachment attachment() {
