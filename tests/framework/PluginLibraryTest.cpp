@@ -38,6 +38,7 @@ TEST(PluginLibrary, EachBadFileGetsItsSentence) {
         {stub("-plugin_deinit-other"), "is not a plug-in: it has no symbol 'plugin_deinit'"},
         {stub("-STUB_COUNT-0"), "offers no plug-in class: its 'plugin_count' is 0"},
         {stub("-STUB_COUNT--1"), "offers no plug-in class: its 'plugin_count' is -1"},
+        {stub("-STUB_COUNT-3"), "has only 2 rows in 'plugin_descriptor', but its 'plugin_count' is 3"},
         {stub("-STUB_INIT-nullptr"), "has a null pointer in 'plugin_init'"},
         {stub("-STUB_DEINIT-nullptr"), "has a null pointer in 'plugin_deinit'"},
         {stub("-STUB_CREATE-nullptr"), "has no factory in row 1 of 'plugin_descriptor'"},

@@ -22,7 +22,6 @@ TEST_F(TrafficTest, FramesOfEverySizeCrossTheCable) {
         EXPECT_EQ(simulated(0).crcGeneration, customChecksum ? 0 : 1);
         for (int length = 60; length <= 1514; length += 2) expectCarried(*sender, *receiver, length);
     }
-    EXPECT_EQ(simulated(0).sentFrames - before.sentFrames, 2U * 728);
     EXPECT_EQ(simulated(1).receivedFrames - beforeFar.receivedFrames, 2U * 728);
     EXPECT_EQ(simulated(1).receivedBytes - beforeFar.receivedBytes,
               simulated(0).sentBytes - before.sentBytes);
