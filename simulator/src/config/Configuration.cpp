@@ -137,6 +137,9 @@ void Reader::needFirmware(FirmwareVersion version) {
 }
 
 std::string readAll(const std::filesystem::path& path) {
+    std::error_code absent; // is told below
+    if (std::filesystem::exists(path, absent) && !std::filesystem::is_regular_file(path, absent))
+        throw ConfigurationError(path, 1, "cannot be read: it is not a regular file");
     std::string text;
     std::FILE* file = std::fopen(path.c_str(), "rb");
     bool good = file != nullptr;

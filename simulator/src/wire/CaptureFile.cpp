@@ -17,6 +17,8 @@ namespace orvo::sim {
 namespace {
 
 constexpr int longestRecord = 65535;
+constexpr std::size_t recordHeaderBytes = 16;
+constexpr std::size_t flushBytes = 256 * 1024;
 
 [[noreturn]] void refuse(const std::filesystem::path& path, const std::string& reason) {
     throw WireError("capture file '" + path.string() + "' " + reason);
@@ -80,15 +82,21 @@ CaptureWriter::CaptureWriter(const std::filesystem::path& path)
     if (!format_) refuse(path, "cannot be written: out of memory");
 }
 
-void CaptureWriter::begin() noexcept {
-    failed_ = ftruncate(fileno(opened_.get()), 0) != 0;
-    file_.reset(pcap_dump_fopen(format_.get(), opened_.get())); // writes the file's header
+bool CaptureWriter::begin() noexcept {
+    if (file_) return true;
+    if (failed_) return false;
+    const bool emptied = ftruncate(fileno(opened_.get()), 0) == 0;
+    // The buffer takes all that is written between two flushes, so that the file is always cut between
+    // frames.
+    std::setvbuf(opened_.get(), nullptr, _IOFBF, 2 * flushBytes);
+    file_.reset(emptied ? pcap_dump_fopen(format_.get(), opened_.get())
+                        : nullptr); // writes the file's header
     if (file_) static_cast<void>(opened_.release());
-    flush(); // so that the file is a capture from the start
+    return finish(file_ != nullptr);
 }
 
 void CaptureWriter::write(WireBytes frame, std::chrono::nanoseconds sinceEpoch) noexcept {
-    if (!file_) return;
+    if (failed_ || !begin()) return;
     const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
     pcap_pkthdr record{};
     record.ts.tv_sec = seconds.count();
@@ -96,15 +104,34 @@ void CaptureWriter::write(WireBytes frame, std::chrono::nanoseconds sinceEpoch) 
         (sinceEpoch - seconds).count(); // nanoseconds: the precision that the file was opened with
     record.caplen = record.len = static_cast<bpf_u_int32>(frame.size());
     pcap_dump(reinterpret_cast<u_char*>(file_.get()), &record, frame.data());
+    unflushedBytes_ += recordHeaderBytes + frame.size();
+    if (unflushedBytes_ >= flushBytes) flush();
 }
 
 bool CaptureWriter::flush() noexcept {
-    const bool ok = file_ && pcap_dump_flush(file_.get()) == 0 && !std::ferror(pcap_dump_file(file_.get()));
-    if (!ok && !failed_)
+    if (failed_) return false;
+    if (!file_) return !isEmpty() || begin();
+    return finish(true);
+}
+
+bool CaptureWriter::isEmpty() const noexcept {
+    struct stat state {};
+    return fstat(fileno(opened_.get()), &state) == 0 && state.st_size == 0;
+}
+
+/// Flushes what was written, and takes the failure of that or of what came before as the file's.
+bool CaptureWriter::finish(bool ok) noexcept {
+    ok = ok && pcap_dump_flush(file_.get()) == 0 && !std::ferror(pcap_dump_file(file_.get()));
+    if (!ok)
         std::fprintf(stderr, "simulated board: capture file '%s' is incomplete: %s\n", path_.c_str(),
                      std::strerror(errno));
-    failed_ = failed_ || !ok;
-    return !failed_;
+    unflushedBytes_ = 0;
+    if (ok)
+        wholeBytes_ = pcap_dump_ftell(file_.get());
+    else if (file_ && ftruncate(fileno(pcap_dump_file(file_.get())), wholeBytes_) != 0)
+        wholeBytes_ = 0; // nothing more can be done about it
+    failed_ = !ok;
+    return ok;
 }
 
 } // namespace orvo::sim

@@ -44,17 +44,24 @@ public:
     /// Opens the file but leaves its content until `begin`. Throws WireError.
     explicit CaptureWriter(const std::filesystem::path& path);
 
-    /// Makes the file an empty capture.
-    void begin() noexcept;
+    /// The first frame replaces what the file held before.
     void write(WireBytes frame, std::chrono::nanoseconds sinceEpoch) noexcept;
-    /// False when the file did not take everything; the first time, standard error says so.
+    /// Brings everything to the file; one that was empty is a capture without frames then, where none was
+    /// written. False when the file did not take everything: the first time, standard error says so, and the
+    /// file ends with its last whole frame.
     bool flush() noexcept;
 
 private:
+    bool begin() noexcept;
+    bool isEmpty() const noexcept;
+    bool finish(bool ok) noexcept;
+
     std::filesystem::path path_;
     std::unique_ptr<std::FILE, CloseFile> opened_; // until begin
     std::unique_ptr<pcap, CloseFile> format_;
     std::unique_ptr<pcap_dumper, CloseFile> file_; // from begin on
+    std::size_t unflushedBytes_ = 0;
+    long wholeBytes_ = 0; // of the file, up to the end of a frame
     bool failed_ = false;
 };
 

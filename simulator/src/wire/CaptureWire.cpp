@@ -25,10 +25,6 @@ CaptureWire::~CaptureWire() {
     flush(); // a file that is incomplete is reported here at the latest
 }
 
-void CaptureWire::plugged(LinkListener&) noexcept {
-    if (writer_) writer_->begin();
-}
-
 bool CaptureWire::transmit(WireBytes frame) noexcept {
     return transmitUnsealed(withoutFcs(frame)); // captures hold no check sequences, right or wrong
 }

@@ -13,7 +13,6 @@ public:
     CaptureWire(const WireSpec& spec, FrameSink& port);
     ~CaptureWire() override;
 
-    void plugged(LinkListener& listener) noexcept override;
     bool transmit(WireBytes frame) noexcept override;
     bool transmitUnsealed(WireBytes content) noexcept override;
     bool isPlayedOnDemand() const noexcept override { return true; }

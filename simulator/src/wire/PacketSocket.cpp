@@ -53,11 +53,13 @@ Descriptor openSocket(const std::string& interface) {
     const std::string wire = "wire 'packet:" + interface + "' ";
     if (error != EPERM && error != EACCES)
         throw WireError(wire + "cannot be had: no packet socket: " + std::strerror(error));
+    // Not by a capability of the file: a program that has one does not look for libraries beside itself.
     std::error_code unknown;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
     throw WireError(wire +
-                    "needs the permission for raw sockets; run as root, or grant it by: sudo setcap "
-                    "cap_net_raw,cap_net_admin+ep " +
+                    "needs the permission for raw sockets; run as root, or with that permission alone: sudo "
+                    "setpriv --reuid=$USER --regid=$(id -g) --init-groups --inh-caps=+net_raw "
+                    "--ambient-caps=+net_raw " +
                     (unknown ? "PROGRAM" : program.string()));
 }
 
