@@ -5,7 +5,7 @@
 #include "app/Failure.h"
 #include "app/Signals.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <sys/resource.h>
 
@@ -28,14 +28,10 @@ private:
     rlimit before_ = {};
 };
 
-class BlockFileTest : public testing::Test {
-protected:
-    BlockFileTest() { installSignalHandlers(); } // reaching the limit is to be an error, not a signal
-    TemporaryFolder folder;
-    const std::string path = folder.file("blocks");
-};
-
-TEST_F(BlockFileTest, EndsAtABlockWithRoomForTheClosingOneWhenTheDiskIsFull) {
+TEST(BlockFileTest, EndsAtABlockWithRoomForTheClosingOneWhenTheDiskIsFull) {
+    const TemporaryFolder folder;
+    const auto path = folder.file("blocks");
+    installSignalHandlers(); // reaching the limit is to be an error, not a signal
     const struct {
         rlim_t limit;
         std::size_t blocksLeft;
@@ -55,38 +51,6 @@ TEST_F(BlockFileTest, EndsAtABlockWithRoomForTheClosingOneWhenTheDiskIsFull) {
         file.add(std::vector<std::uint8_t>(20, 'z'));
         file.close();
         EXPECT_EQ(contentOf(path).substr(100 * row.blocksLeft), std::string(20, 'z'));
-    }
-}
-
-TEST_F(BlockFileTest, LeavesNothingBehindUnlessItIsKept) {
-    { BlockFile file(path, 20); }
-    EXPECT_FALSE(std::filesystem::exists(path));
-
-    writeFile(path, "precious");
-    {
-        BlockFile file(path, 20);
-        EXPECT_TRUE(file.replacesFile());
-    }
-    EXPECT_EQ(contentOf(path), "precious");
-}
-
-TEST_F(BlockFileTest, NamesFileAndCause) {
-    const struct {
-        std::string path;
-        const char* cause;
-    } cases[] = {{folder.file("no/such/folder"), "No such file or directory"},
-                 {folder.file(""), "Is a directory"},
-                 {"/dev/full", "No space left on device"}};
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.path);
-        try {
-            BlockFile file(row.path, 20);
-            file.add(std::vector<std::uint8_t>(4));
-            file.close();
-            ADD_FAILURE() << "written";
-        } catch (const Failure& failure) {
-            EXPECT_THAT(failure.what(), testing::HasSubstr("'" + row.path + "': " + row.cause));
-        }
     }
 }
 

@@ -3,6 +3,8 @@
 
 #include "TestFiles.h"
 
+#include <gmock/gmock.h>
+
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -19,19 +21,15 @@ struct Outcome {
     std::string out, err;
 };
 
-/// One running program. Its standard error goes to a file, and so does its output unless `out` names another
-/// place.
+/// One running program; its output and its standard error go to files.
 class Process {
 public:
-    Process(std::vector<std::string> command, const std::vector<std::string>& variables = {},
-            const std::string& out = "")
+    Process(std::vector<std::string> command, std::vector<std::string> environment = {})
         : out_(folder_.file("out")), err_(folder_.file("err")) {
         posix_spawn_file_actions_t files;
         posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_addopen(&files, 1, (out.empty() ? out_ : out).c_str(), O_WRONLY | O_CREAT,
-                                         0600);
+        posix_spawn_file_actions_addopen(&files, 1, out_.c_str(), O_WRONLY | O_CREAT, 0600);
         posix_spawn_file_actions_addopen(&files, 2, err_.c_str(), O_WRONLY | O_CREAT, 0600);
-        std::vector<std::string> environment(variables);
         for (char** variable = environ; *variable; ++variable) environment.emplace_back(*variable);
         if (posix_spawnp(&id_, command[0].c_str(), &files, nullptr, pointers(command).data(),
                          pointers(environment).data()) != 0)
@@ -61,10 +59,20 @@ private:
 };
 
 /// Runs the built host program; `variables` are "NAME=VALUE" and come before the test's own environment.
-inline Outcome runTool(std::vector<std::string> arguments, const std::vector<std::string>& variables = {},
-                       const std::string& out = "") {
+inline Outcome runTool(std::vector<std::string> arguments, const std::vector<std::string>& variables = {}) {
     arguments.insert(arguments.begin(), ORVO_GIGE);
-    return Process(std::move(arguments), variables, out).wait();
+    return Process(std::move(arguments), variables).wait();
+}
+
+/// Runs the host program, which must say `complaint`, in one line, and print nothing.
+inline void expectRefusal(const std::vector<std::string>& arguments, int exitCode,
+                          const std::string& complaint, const std::vector<std::string>& variables = {}) {
+    SCOPED_TRACE(testing::PrintToString(arguments) + " -> " + complaint);
+    const auto outcome = runTool(arguments, variables);
+    EXPECT_EQ(outcome.exitCode, exitCode);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, testing::MatchesRegex("orvo-gige: [^\n]*\n"));
+    EXPECT_THAT(outcome.err, testing::HasSubstr(complaint));
 }
 
 } // namespace orvo::host::testing_support

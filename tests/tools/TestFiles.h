@@ -42,9 +42,9 @@ inline void writeFile(const std::string& path, const std::string& content) {
 }
 
 /// A pcap file; a frame longer than `snapLength` is cut short.
-inline void writeCapture(const std::string& path, const std::vector<Frame>& frames, int linkType = DLT_EN10MB,
+inline void writeCapture(const std::string& path, const std::vector<Frame>& frames,
                          std::size_t snapLength = 65'535) {
-    const std::unique_ptr<pcap_t, void (*)(pcap_t*)> format(pcap_open_dead(linkType, 65'535), pcap_close);
+    const std::unique_ptr<pcap_t, void (*)(pcap_t*)> format(pcap_open_dead(DLT_EN10MB, 65'535), pcap_close);
     const std::unique_ptr<pcap_dumper_t, void (*)(pcap_dumper_t*)> file(
         pcap_dump_open(format.get(), path.c_str()), pcap_dump_close);
     for (const auto& frame : frames) {
@@ -69,11 +69,17 @@ inline std::vector<Frame> framesOf(const std::string& path) {
     return frames;
 }
 
+/// A pcapng file's last block, of less than 256 bytes; begins with 5 when the file was closed with its
+/// statistics.
+inline std::string lastBlock(const std::string& path) {
+    const auto file = contentOf(path);
+    return file.substr(file.size() - static_cast<unsigned char>(file.at(file.size() - 4)));
+}
+
 /// A frame that no other number gives.
 inline Frame numberedFrame(unsigned number, std::size_t bytes) {
-    Frame frame(bytes, static_cast<char>(number % 251));
-    for (std::size_t i = 0; i < std::min<std::size_t>(bytes, 4); ++i)
-        frame[i] = static_cast<char>(number >> (8 * i));
+    auto frame = std::to_string(number);
+    frame.resize(bytes, '.');
     return frame;
 }
 
