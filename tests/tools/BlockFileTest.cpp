@@ -32,25 +32,23 @@ TEST(BlockFileTest, EndsAtABlockWithRoomForTheClosingOneWhenTheDiskIsFull) {
     const TemporaryFolder folder;
     const auto path = folder.file("blocks");
     installSignalHandlers(); // reaching the limit is to be an error, not a signal
-    const struct {
-        rlim_t limit;
-        std::size_t blocksLeft;
-    } cases[] = {{1000, 9}, {1019, 9}, {1020, 10}, {1099, 10}, {100, 0}, {19, 0}};
-    for (const auto& row : cases) {
-        SCOPED_TRACE(row.limit);
+    const std::pair<rlim_t, std::size_t> cases[] = {{1000, 9},  {1019, 9}, {1020, 10},
+                                                    {1099, 10}, {100, 0},  {19, 0}};
+    for (const auto& [bytes, blocksLeft] : cases) {
+        SCOPED_TRACE(bytes);
         BlockFile file(path, 20);
         file.empty();
         file.keep();
         for (int i = 0; i < 20; ++i)
             file.add(std::vector<std::uint8_t>(100, static_cast<std::uint8_t>('a' + i)));
-        const FileSizeLimit limit(row.limit);
+        const FileSizeLimit limit(bytes);
         EXPECT_THROW(file.flush(), Failure);
-        EXPECT_EQ(file.lostBlocks(), 20 - row.blocksLeft);
-        EXPECT_EQ(contentOf(path).size(), 100 * row.blocksLeft);
-        if (row.limit < 20) continue; // no room even for that
+        EXPECT_EQ(file.lostBlocks(), 20 - blocksLeft);
+        EXPECT_EQ(contentOf(path).size(), 100 * blocksLeft);
+        if (bytes < 20) continue; // no room even for that
         file.add(std::vector<std::uint8_t>(20, 'z'));
         file.close();
-        EXPECT_EQ(contentOf(path).substr(100 * row.blocksLeft), std::string(20, 'z'));
+        EXPECT_EQ(contentOf(path).substr(100 * blocksLeft), std::string(20, 'z'));
     }
 }
 

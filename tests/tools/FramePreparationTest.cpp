@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 namespace orvo::host {
 namespace {
 
@@ -21,15 +19,15 @@ TEST(FramePreparationTest, SortsOutWhatCannotBeSentAndPadsTheRest) {
         {1515, 1515, DropReason::TooLong, 0}, {96, 1515, DropReason::TooLong, 0},
         {96, 97, DropReason::CutShort, 0},
     };
-    const std::vector<std::uint8_t> bytes(2000, 0xA5);
+    const QByteArray bytes(2000, '\xA5');
     for (const auto& row : cases) {
         SCOPED_TRACE(row.length);
-        const CapturedFrame frame{bytes.data(), row.length, row.originalLength, 1};
+        const CapturedFrame frame{reinterpret_cast<const std::uint8_t*>(bytes.data()), row.length,
+                                  row.originalLength, 1};
         EXPECT_EQ(dropReason(frame), row.reason);
         if (row.reason) continue;
-        const auto length = static_cast<qsizetype>(row.length);
-        const auto padded = paddedFrame(frame);
-        EXPECT_EQ(padded, QByteArray(length, '\xA5') + QByteArray(row.paddedBytes - length, '\0'));
+        EXPECT_EQ(paddedFrame(frame),
+                  bytes.left(static_cast<qsizetype>(row.length)).leftJustified(row.paddedBytes, '\0'));
     }
 }
 

@@ -11,7 +11,6 @@ namespace {
 TEST(OutputTest, AlignsColumnsAndGroupsDigits) {
     EXPECT_EQ(table({{"A", "LONG", "C"}, {"1234", "", "x"}, {"", "", ""}}),
               "A     LONG  C\n1234        x\n\n");
-    EXPECT_EQ(grouped(0), "0");
     EXPECT_EQ(grouped(999), "999");
     EXPECT_EQ(grouped(1000), "1,000");
     EXPECT_EQ(grouped(1234567), "1,234,567");

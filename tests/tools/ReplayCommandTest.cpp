@@ -71,7 +71,6 @@ TEST_F(ReplayCommandTest, CountsWhatCannotBeSent) {
     EXPECT_EQ(report["dropped"]["frames"], 3);
     EXPECT_EQ(report["dropped"]["reasons"][0]["frames"], 2);
     EXPECT_THAT(report["dropped"]["reasons"][0]["reason"], HasSubstr("longer than 1514 bytes"));
-    EXPECT_EQ(report["verification"]["passed"], true);
     EXPECT_EQ(report["statistics"][0]["lines"][0], "Send - 2 frames (138 bytes)");
 }
 
@@ -103,7 +102,6 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         std::string complaint;
         const char* board = ""; // what the simulator's file says
     } cases[] = {
-        {1, {none}, "'" + none + "': No such file"},
         {1, {cut}, "'" + cut + "' beyond frame 170: truncated"},
         {1, {copy, "--write", folder.file("./copy")}, "is the capture that is to be sent"},
         {1, {lanCapture, "--write", folder.file("no/out")}, "No such file"},
@@ -113,7 +111,6 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture, "--receive", "0/9"}, "Port id '9' not available for board id '0'"},
         {1, {lanCapture, "--wire", "0=rope"}, "'rope'"},
         {1, {lanCapture, "--board", "7", "--wire", "2=none"}, "7/2"},
-        {1, {lanCapture, "--wire", "0=port:5/5"}, "'port:5/5'"},
         {1, {lanCapture, "--wire", "0=none"}, "0/0 has no link: nothing is plugged in"},
         {1, {lanCapture, "--root", none}, "none' as installation: No such"},
         {1, {lanCapture, "--root", empty}, "liborvo_hal.so'"},
@@ -125,7 +122,6 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {2, {lanCapture, "--board", "-1"}, "--board"},
         {2, {lanCapture, "--receive", "1"}, "'1' is not of the form BOARD/PORT"},
         {2, {lanCapture, "--wire", "loopback"}, "'loopback' is not of the form"},
-        {2, {lanCapture, "--wire", "x=none"}, "'x=none' is not of the form"},
         {2, {lanCapture, "--wire", "0="}, "'0=' is not of the form"},
     };
     writeFile(output, "precious");
