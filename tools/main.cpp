@@ -6,6 +6,7 @@
 #include "commands/BridgeCommand.h"
 #include "commands/CaptureCommand.h"
 #include "commands/DiagnoseCommand.h"
+#include "commands/LabCommand.h"
 #include "commands/ReplayCommand.h"
 #include "commands/ResetCommand.h"
 
@@ -54,6 +55,7 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<ReplayCommand>(program));
     commands.push_back(std::make_unique<CaptureCommand>(program));
     commands.push_back(std::make_unique<BridgeCommand>(program));
+    commands.push_back(std::make_unique<LabCommand>(program));
     commands.push_back(std::make_unique<DiagnoseCommand>(program));
     commands.push_back(std::make_unique<ResetCommand>(program));
     try {

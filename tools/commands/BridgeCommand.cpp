@@ -10,6 +10,7 @@
 #include "board/Board.h"
 #include "board/Session.h"
 #include "commands/Ports.h"
+#include "network/NetworkNamespace.h"
 #include "network/TapDevice.h"
 #include "traffic/Bridge.h"
 
@@ -73,6 +74,40 @@ nlohmann::ordered_json jsonOf(const BridgeReport& report) {
             {"statistics", jsonOf(report.statistics)}};
 }
 
+void configureTap(const BridgeOptions& options) {
+    if (options.address) setAddress(options.tap, *options.address, options.addressText);
+    if (options.setUp || options.address) setLinkUp(options.tap);
+}
+
+Session openSession(const BridgeOptions& options, const BridgeSetting& setting) {
+    std::optional<NamespaceVisit> there;
+    if (setting.wires) there.emplace(*setting.wires);
+    return Session(options.installation, options.port.address.board);
+}
+
+void tellReady(const BridgeOptions& options, const BridgeSetting& setting) {
+    if (endRequested() != 0) return;
+    if (setting.ready) return setting.ready();
+    notice("port " + options.port.address.text() + " and " + options.tap + " are bridged; end with Ctrl-C");
+}
+
+BridgeTotals carry(TapDevice& tap, Ports& ports, const BridgeOptions& options, const BridgeSetting& setting) {
+    const auto reconfigureTap = [&options] {
+        try {
+            configureTap(options);
+        } catch (const Failure& error) {
+            notice(error.what());
+        }
+    };
+    Bridge bridge(ports.at(options.port.address).interface(), tap,
+                  {.tell = notice, .tapReturned = reconfigureTap, .ending = [&] { ports.stop(); }});
+    tellReady(options, setting);
+    std::optional<Progress> progress;
+    if (!setting.ready) progress.emplace([&] { return progressText(bridge.totals()); });
+    bridge.run();
+    return bridge.totals();
+}
+
 } // namespace
 
 BridgeCommand::BridgeCommand(CLI::App& program)
@@ -102,49 +137,30 @@ BridgeCommand::BridgeCommand(CLI::App& program)
 }
 
 int BridgeCommand::run() {
-    options_.installation.requireRealTime();
-    const auto address = options_.port.address;
-    TapDevice tap(options_.tap);
-    const auto unreadBefore = unsentFrames(options_.tap);
-    configureTap();
-    const Session session(options_.installation, address.board);
+    return runBridge(options_);
+}
+
+int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
+    options.installation.requireRealTime();
+    const auto address = options.port.address;
+    TapDevice tap(options.tap);
+    const auto unreadBefore = unsentFrames(options.tap);
+    configureTap(options);
+    const auto session = openSession(options, setting);
     requireFrameRegisters(session.libraries, address.board, address.port);
-    Ports ports(session, {address}, !options_.port.noReset);
+    Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 
-    BridgeReport report{.options = options_};
+    BridgeReport report{.options = options};
     const auto begin = Clock::now();
-    report.totals = carry(tap, ports);
+    report.totals = carry(tap, ports, options, setting);
     report.duration = Clock::now() - begin;
-    if (const auto unread = unsentFrames(options_.tap); unread && unreadBefore)
+    if (const auto unread = unsentFrames(options.tap); unread && unreadBefore)
         report.unreadFrames = *unread - *unreadBefore;
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
-    options_.json ? print(jsonOf(report)) : print(textOf(report));
+    options.json ? print(jsonOf(report)) : print(textOf(report));
     return Done;
-}
-
-void BridgeCommand::configureTap() const {
-    if (options_.address) setAddress(options_.tap, *options_.address, options_.addressText);
-    if (options_.setUp || options_.address) setLinkUp(options_.tap);
-}
-
-BridgeTotals BridgeCommand::carry(TapDevice& tap, Ports& ports) const {
-    const auto reconfigureTap = [this] {
-        try {
-            configureTap();
-        } catch (const Failure& error) {
-            notice(error.what());
-        }
-    };
-    Bridge bridge(ports.at(options_.port.address).interface(), tap,
-                  {.tell = notice, .tapReturned = reconfigureTap, .ending = [&] { ports.stop(); }});
-    if (endRequested() == 0)
-        notice("port " + options_.port.address.text() + " and " + options_.tap +
-               " are bridged; end with Ctrl-C");
-    const Progress progress([&] { return progressText(bridge.totals()); });
-    bridge.run();
-    return bridge.totals();
 }
 
 } // namespace orvo::host

@@ -5,14 +5,13 @@
 #include "app/Options.h"
 #include "network/Interface.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 
 namespace orvo::host {
 
-class Ports;
-class TapDevice;
-struct BridgeTotals;
+class NetworkNamespace;
 
 struct BridgeOptions {
     std::string tap;
@@ -24,15 +23,23 @@ struct BridgeOptions {
     InstallationOptions installation;
 };
 
+/// What is different where the bridge is part of something larger.
+struct BridgeSetting {
+    /// Where the interfaces of the board's wires are; null: in the calling thread's namespace, as the TAP is.
+    const NetworkNamespace* wires = nullptr;
+    /// Called once frames can pass, in place of telling the user so and of the line of live totals.
+    std::function<void()> ready = {};
+};
+
+/// Bridges until a signal asks for the end, then prints the report; returns the exit code. Errors: Failure.
+int runBridge(const BridgeOptions& options, const BridgeSetting& setting = {});
+
 class BridgeCommand : public Command {
 public:
     explicit BridgeCommand(CLI::App& program);
     int run() override;
 
 private:
-    void configureTap() const;
-    BridgeTotals carry(TapDevice& tap, Ports& ports) const;
-
     BridgeOptions options_;
 };
 

@@ -67,8 +67,8 @@ void NetworkNamespace::enter() const {
         throw Failure("cannot enter a network namespace: " + systemError(errno) + "; run it as root");
 }
 
-NamespaceVisit::NamespaceVisit(const NetworkNamespace* place) : before_(NetworkNamespace::current()) {
-    if (place) place->enter();
+NamespaceVisit::NamespaceVisit(const NetworkNamespace& place) : before_(NetworkNamespace::current()) {
+    place.enter();
 }
 
 NamespaceVisit::~NamespaceVisit() {

@@ -28,10 +28,10 @@ private:
     const int descriptor_;
 };
 
-/// The calling thread is in another namespace while this lives; null: it stays where it is.
+/// The calling thread is in another namespace while this lives. Errors: Failure.
 class NamespaceVisit {
 public:
-    explicit NamespaceVisit(const NetworkNamespace* place);
+    explicit NamespaceVisit(const NetworkNamespace& place);
     ~NamespaceVisit();
     NamespaceVisit(const NamespaceVisit&) = delete;
     NamespaceVisit& operator=(const NamespaceVisit&) = delete;

@@ -1,0 +1,80 @@
+// Command line of the lab, and what can be refused before anything is made.
+#include "commands/LabCommand.h"
+
+#include "app/Failure.h"
+#include "lab/Containment.h"
+#include "lab/Terminal.h"
+
+#include <CLI/CLI.hpp>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace orvo::host {
+namespace {
+
+std::string usersShell() {
+    const char* shell = std::getenv("SHELL");
+    return shell && isProgram(shell) ? shell : "/bin/sh";
+}
+
+} // namespace
+
+LabCommand::LabCommand(CLI::App& program)
+    : Command(program, "lab",
+              "Run a command on a network of its own, behind a port of the simulated board (root)") {
+    line()
+        .add_option("command", options_.command,
+                    "What to run in the host end, after -- (default: a shell); the port is gige0 there")
+        ->type_name("COMMAND...");
+    line()
+        .add_option("--camera", options_.camera,
+                    "What to run in the camera end meanwhile, by /bin/sh; its interface is camera0")
+        ->type_name("COMMAND");
+    addAddress("--camera-address", options_.cameraAddress, "192.168.77.1/24", "Address of the camera end");
+    addAddress("--host-address", options_.hostAddress, "192.168.77.2/24", "Address of the host end");
+    line().add_option("--board", options_.port.board, "Board (default 0)")->type_name("N");
+    line().add_option("--port", options_.port.port, "GigE port of the board (default 0)")->type_name("N");
+    line()
+        .add_option("--root", options_.root, "Installation to use (default: the one this program belongs to)")
+        ->type_name("DIR");
+}
+
+void LabCommand::addAddress(const char* name, LabAddress& address, const char* text,
+                            const char* description) {
+    address.text = text;
+    address.value = *NetworkAddress::parse(text);
+    const auto take = [&address, name](const std::string& given) {
+        const auto value = NetworkAddress::parse(given);
+        if (!value || value->family != AF_INET)
+            throw CLI::ValidationError(name, quoted(given) +
+                                                 " is not of the form ADDRESS/PREFIX with an IPv4 "
+                                                 "address, such as 192.168.77.1/24");
+        address = {given, *value};
+    };
+    line()
+        .add_option_function<std::string>(name, take, std::string(description) + " (default " + text + ")")
+        ->type_name("A/N");
+}
+
+int LabCommand::run() {
+    if (options_.command.empty()) options_.command = {usersShell()};
+    check();
+    options_.interactive = isInteractive();
+    return runContained([this] { return Lab(options_).run(); });
+}
+
+void LabCommand::check() const {
+    if (!isProgram(options_.command[0]))
+        throw UsageFailure("there is no program " + quoted(options_.command[0]) +
+                           " to run in the host end; name one that is in PATH, or its path");
+    if (options_.cameraAddress.value.bytes == options_.hostAddress.value.bytes)
+        throw UsageFailure("both ends would have the address " + options_.hostAddress.withoutPrefix() +
+                           "; give them two with --camera-address and --host-address");
+    if (geteuid() != 0)
+        throw Failure("lab needs root, for networks of its own; run it with 'sudo orvo-gige lab'");
+}
+
+} // namespace orvo::host

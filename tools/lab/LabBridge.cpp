@@ -1,0 +1,51 @@
+// The lab's board is `bridge` with its wire in another namespace.
+#include "lab/LabBridge.h"
+
+#include "app/Failure.h"
+#include "board/BoardLibraries.h"
+#include "board/Installation.h"
+#include "board/SimulatorControl.h"
+#include "commands/BridgeCommand.h"
+#include "lab/Lab.h"
+
+#include <sched.h>
+#include <unistd.h>
+
+namespace orvo::host {
+namespace {
+
+void requireSimulatedBoard(const std::string& root) {
+    const Installation installation(root);
+    if (!SimulatorControl::find(BoardLibraries(installation).hal()))
+        throw Failure("lab needs a simulated board, and the one of " + quoted(installation.root().string()) +
+                      " is real; name another installation with --root");
+}
+
+// A board does not wait for a processor when the machine is busy, and its queue holds 7 ms of traffic at
+// most. Where the simulated one may not go first, it takes its turn like any program.
+void takePrecedence() {
+    const sched_param lowest{1};
+    sched_setscheduler(0, SCHED_RR, &lowest);
+}
+
+} // namespace
+
+int runLabBridge(const LabOptions& options, const char* boardInterface, const NetworkNamespace& board,
+                 const std::function<void()>& ready) {
+    requireSimulatedBoard(options.root);
+    takePrecedence();
+    dup2(STDERR_FILENO, STDOUT_FILENO); // standard output is the command's
+    BridgeOptions bridge;
+    bridge.tap = Lab::hostInterface;
+    bridge.port.address = options.port;
+    bridge.installation.root = options.root;
+    bridge.installation.wires = {{options.port.text(), std::string("packet:") + boardInterface}};
+    const auto setUp = [&] {
+        setAddress(bridge.tap, options.hostAddress.value, options.hostAddress.text);
+        setLinkUp(bridge.tap);
+        ready();
+    };
+    return runBridge(bridge, {.wires = &board, .ready = setUp});
+}
+
+} // namespace orvo::host
