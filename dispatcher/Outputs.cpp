@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <filesystem>
 
 namespace orvo::dispatcher {
 namespace {
@@ -44,9 +45,18 @@ std::unique_ptr<spdlog::logger> loggerTo(const std::string& name, spdlog::sink_p
     return logger;
 }
 
+/// A pipe could make every thread that logs wait for its reader.
+bool canWait(const std::string& path) {
+    std::error_code absent;
+    const auto kind = std::filesystem::status(path, absent).type();
+    return kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::socket;
+}
+
 spdlog::sink_ptr openFile(const std::string& path) {
     if (path.empty()) return nullptr;
     try {
+        if (canWait(path))
+            throw spdlog::spdlog_ex("Failed opening file " + path + " for writing: it is a pipe");
         return std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
     } catch (const spdlog::spdlog_ex& error) {
         std::fprintf(stderr,

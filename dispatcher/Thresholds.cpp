@@ -1,6 +1,7 @@
 // Reading of the thresholds' text form.
 #include "Thresholds.h"
 
+#include <algorithm>
 #include <charconv>
 #include <stdexcept>
 

@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
+#include <new>
 #include <vector>
 
 namespace {
@@ -27,6 +28,9 @@ int runCommand(Command& command) {
     } catch (const UsageFailure& error) {
         notice(error.what());
         return WrongUsage;
+    } catch (const std::bad_alloc&) {
+        notice("out of memory; free some and try again");
+        return Failed;
     } catch (const std::exception& error) {
         notice(error.what());
         return Failed;

@@ -149,8 +149,12 @@ TEST_F(WireTest, RecordsWhatThePortSends) {
     plug(0, out);
     for (const auto& frame : {padded(frameOf(14)), frameOf(1514)}) EXPECT_EQ(device.receive(0), frame);
     EXPECT_EQ(device.receive(0), std::nullopt);
-    plug(0, files); // begins it anew
-    EXPECT_EQ(std::filesystem::file_size(out), 24U);
+    plug(0, files);
+    EXPECT_EQ(orvoSimFlushWires(), 0);
+    EXPECT_EQ(std::filesystem::file_size(out), 24U + 16 + 60 + 16 + 1514) << "kept until there is another";
+    device.send(0, frameOf(60));
+    EXPECT_EQ(orvoSimFlushWires(), 0);
+    EXPECT_EQ(std::filesystem::file_size(out), 24U + 16 + 60);
 }
 
 TEST_F(WireTest, ReportsARecordingThatIsIncomplete) {

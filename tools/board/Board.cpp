@@ -3,6 +3,8 @@
 
 #include "app/Failure.h"
 
+#include <vector>
+
 namespace orvo::host {
 
 std::optional<Board> Board::at(const BoardLibraries& libraries, unsigned index) {
@@ -62,18 +64,34 @@ void Board::write(std::uint32_t address, std::uint64_t value) const {
     libraries_->registerWrite(device_.get(), address, value);
 }
 
-void requireFrameRegisters(const BoardLibraries& libraries, unsigned boardIndex, unsigned port) {
-    const auto board = Board::at(libraries, boardIndex);
-    if (!board || port >= board->gigePorts()) return;
+namespace {
+
+void requireRegisters(const Board& board, const std::string& purpose, const std::vector<std::string>& names) {
     std::string missing;
-    for (const char* baseName : {"GigeBufferReset", "GigeWriteData", "GigeWriteComplete"}) {
-        const auto name = baseName + std::to_string(port);
-        if (board->registerAddress(name) == 0) missing += (missing.empty() ? "" : ", ") + name;
-    }
+    for (const auto& name : names)
+        if (board.registerAddress(name) == 0) missing += (missing.empty() ? "" : ", ") + name;
     if (missing.empty()) return;
-    throw Failure("firmware " + board->firmware() + " of board " + std::to_string(boardIndex) +
-                  " cannot send on port " + std::to_string(port) + ": it lacks the register(s) " + missing +
+    throw Failure("firmware " + board.firmware() + " of board " + std::to_string(board.index()) + " cannot " +
+                  purpose + ": it lacks the register(s) " + missing +
                   "; load a firmware with GigE ports or choose another --board or --port");
+}
+
+} // namespace
+
+void requireFrameRegisters(const BoardLibraries& libraries, PortAddress address) {
+    const auto board = Board::at(libraries, address.board);
+    if (!board || address.port >= board->gigePorts()) return;
+    const auto port = std::to_string(address.port);
+    requireRegisters(*board, "send on port " + port,
+                     {"GigeBufferReset" + port, "GigeWriteData" + port, "GigeWriteComplete" + port});
+}
+
+void requirePhyRegisters(const BoardLibraries& libraries, PortAddress address) {
+    const auto board = Board::at(libraries, address.board);
+    if (!board || address.port >= board->gigePorts()) return;
+    requireRegisters(
+        *board, "reach the PHY of port " + std::to_string(address.port),
+        {"GigE_MdioPhyAddr", "GigE_MdioRegAddr", "GigE_Mdio", "GigE_MdioWR", "GigE_MdioRD", "MdioReadReg"});
 }
 
 } // namespace orvo::host

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "board/BoardLibraries.h"
+#include "board/PortAddress.h"
 
 #include <cstdint>
 #include <memory>
@@ -45,9 +46,10 @@ private:
     Handle applet_; // null when there is no register map for the firmware's version
 };
 
-/// The registers of a port that frames cannot do without.
+/// The registers that sending through a port, or reaching its PHY, cannot do without.
 /// Errors: Failure naming those that the firmware lacks. A board or port that is not there passes: the
 /// plug-in tells.
-void requireFrameRegisters(const BoardLibraries& libraries, unsigned board, unsigned port);
+void requireFrameRegisters(const BoardLibraries& libraries, PortAddress address);
+void requirePhyRegisters(const BoardLibraries& libraries, PortAddress address);
 
 } // namespace orvo::host

@@ -39,7 +39,7 @@ bool comesUpOnSimulator(const Session& session, PortAddress port) {
 bool comesUpOnBoard(const Session& session, PortAddress port) {
     const auto board = Board::at(session.libraries, port.board);
     auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
-    return !mdio || comesUp(session, [&] { return readLink(*mdio, port.port) != Link::Down; });
+    return !mdio || comesUp(session, [&] { return readLink(*mdio, port.port) == Link::Up; });
 }
 
 } // namespace

@@ -16,6 +16,7 @@ constexpr useconds_t readPauseUs = 50'000;    // before and after the result is 
 
 constexpr unsigned statusRegister = 1;
 constexpr std::uint16_t statusLinkBit = 1 << 2;
+constexpr std::uint16_t silence = 0xFFFF; // what the bus holds when no PHY answers
 
 } // namespace
 
@@ -64,7 +65,7 @@ const char* textOf(Link link) {
 Link readLink(MdioMaster& mdio, unsigned port) {
     mdio.read(port, statusRegister);
     const auto status = mdio.read(port, statusRegister);
-    if (!status) return Link::Unknown;
+    if (!status || *status == silence) return Link::Unknown;
     return (*status & statusLinkBit) != 0 ? Link::Up : Link::Down;
 }
 

@@ -59,7 +59,10 @@ double SimulatorControl::seconds() const {
 }
 
 void SimulatorControl::flushWires() const {
-    flushWires_();
+    if (flushWires_() != 0)
+        throw Failure(
+            "what a wire of the simulated board recorded is incomplete; free space, or name another "
+            "file (option --wire)");
 }
 
 } // namespace orvo::host

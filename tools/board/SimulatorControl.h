@@ -32,7 +32,7 @@ public:
     /// The board's clock, from an arbitrary start.
     double seconds() const;
 
-    /// Completes the files that wires write.
+    /// Completes the files that wires write. Errors: Failure when one did not take everything.
     void flushWires() const;
 
 private:

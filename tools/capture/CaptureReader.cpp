@@ -69,7 +69,8 @@ void CaptureReader::open() {
     regularFile_ = checkFile(descriptor, path_);
     std::setvbuf(file.get(), nullptr, _IOFBF, readBufferBytes);
     std::array<char, PCAP_ERRBUF_SIZE> reason = {};
-    capture_.reset(pcap_fopen_offline(file.get(), reason.data()));
+    capture_.reset(
+        pcap_fopen_offline_with_tstamp_precision(file.get(), PCAP_TSTAMP_PRECISION_NANO, reason.data()));
     throwIfEndRequested();
     if (!capture_)
         throw Failure("cannot read " + quoted(path_) + ": " + reason.data() + "; name a pcap or pcapng file");
@@ -91,14 +92,17 @@ bool CaptureReader::next(CapturedFrame& frame) {
     if (result == PCAP_ERROR_BREAK) return false;
     if (result != 1) {
         throwIfEndRequested();
+        const std::string advice = frames_ == 0 ? "name another pcap or pcapng file"
+                                                : "save the frames before it with a capture editor";
         throw Failure("cannot read " + quoted(path_) + " beyond frame " + std::to_string(frames_) + ": " +
-                      pcap_geterr(capture_.get()) + "; save the frames before it with a capture editor");
+                      pcap_geterr(capture_.get()) + "; " + advice);
     }
     const std::size_t originalLength = std::max(header->len, header->caplen);
     frame.originalLength = originalLength - std::min(fcsBytes_, originalLength);
     frame.length = std::min<std::size_t>(header->caplen, frame.originalLength);
     frame.bytes = bytes;
     frame.number = ++frames_;
+    frame.recordedAt = std::chrono::seconds(header->ts.tv_sec) + std::chrono::nanoseconds(header->ts.tv_usec);
     return true;
 }
 

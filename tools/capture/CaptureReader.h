@@ -1,6 +1,7 @@
 // Reading of capture files.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -16,7 +17,8 @@ struct CapturedFrame {
     std::size_t length = 0; ///< bytes that the capture holds
     std::size_t originalLength =
         0; ///< bytes that were on the wire; more than `length` when the capture cut it short
-    std::uint64_t number = 0; ///< position in the file, from 1, as capture tools count
+    std::uint64_t number = 0;               ///< position in the file, from 1, as capture tools count
+    std::chrono::nanoseconds recordedAt{0}; ///< since the epoch
 };
 
 /// Reads the frames of a pcap or pcapng file (or pipe) of Ethernet frames, one after the other, in constant
@@ -32,6 +34,8 @@ public:
     /// False at the end of the file. Errors: Failure when the file is damaged or ends in the middle of a
     /// frame; Interruption when a signal ended the waiting for a pipe.
     bool next(CapturedFrame& frame);
+
+    const std::string& path() const noexcept { return path_; }
 
     /// Whether it is a regular file, which can be read twice.
     bool isRegularFile() const noexcept { return regularFile_; }

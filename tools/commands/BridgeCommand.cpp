@@ -147,7 +147,7 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
     const auto unreadBefore = unsentFrames(options.tap);
     configureTap(options);
     const auto session = openSession(options, setting);
-    requireFrameRegisters(session.libraries, address.board, address.port);
+    requireFrameRegisters(session.libraries, address);
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 

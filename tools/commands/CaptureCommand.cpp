@@ -15,6 +15,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <limits>
 
 namespace orvo::host {
 namespace {
@@ -99,7 +100,7 @@ CaptureCommand::CaptureCommand(CLI::App& program)
         ->type_name("OUT");
     line()
         .add_option("--count", options_.limits.frames, "End after so many frames written")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()))
         ->type_name("N");
     line()
         .add_option_function<double>(

@@ -33,8 +33,9 @@ DumpReport readReport(Port& port, const PluginLog& log) {
         const SignalShield noShortSleeps;
         port.interface().triggerDebugOutput();
     }
+    const auto lines = report.takeAll(); // also when a signal ends the command: what is left would be printed
     throwIfEndRequested();
-    return DumpReport::parse(report.takeAll(), port.address().text());
+    return DumpReport::parse(lines, port.address().text());
 }
 
 } // namespace
@@ -45,6 +46,7 @@ nlohmann::ordered_json diagnose(const Session& session, PortAddress address) {
     if (!log.available())
         throw Failure("the report cannot be read: " + quoted(session.installation.root().string()) +
                       " has no log dispatcher that hands messages out; put ours into its lib64");
+    requirePhyRegisters(session.libraries, address);
     Plugin plugin(session.installation);
     Port port(plugin, log, address, false);
     port.open();

@@ -7,9 +7,8 @@
 #include "app/Progress.h"
 #include "app/Signals.h"
 #include "board/Board.h"
-#include "board/LinkWait.h"
-#include "board/Port.h"
 #include "board/Session.h"
+#include "commands/Ports.h"
 #include "commands/ReplayReport.h"
 
 #include <CLI/CLI.hpp>
@@ -22,11 +21,45 @@
 namespace orvo::host {
 namespace {
 
+bool isSameFile(const std::string& one, const std::string& other) {
+    if (one.empty() || other.empty()) return false;
+    std::error_code absent; // two that are not there yet are compared by name
+    return std::filesystem::equivalent(one, other, absent) ||
+           std::filesystem::weakly_canonical(one, absent) == std::filesystem::weakly_canonical(other, absent);
+}
+
 void refuseSameFile(const ReplayOptions& options) {
-    std::error_code ignored; // an output that is not there yet is another file
-    if (std::filesystem::equivalent(options.input, options.output, ignored))
+    if (isSameFile(options.input, options.output))
         throw Failure(quoted(options.output) +
                       " is the capture that is to be sent; name another file with --write");
+    if (isSameFile(options.output, "/dev/stdout"))
+        throw Failure(quoted(options.output) +
+                      " is standard output, where the report goes; name another file with --write");
+}
+
+/// Wires that record are not to write what the replay reads or writes.
+void refuseSameFile(const ReplayOptions& options, const SimulatorControl& simulator) {
+    for (unsigned board = 0; board < Board::indexLimit; ++board)
+        for (unsigned port = 0;; ++port) {
+            const auto wire = simulator.wire({board, port});
+            if (wire.empty()) break;
+            const auto comma = wire.starts_with("pcap:") ? wire.rfind(',') : std::string::npos;
+            if (comma == std::string::npos) continue;
+            const auto recorded = wire.substr(comma + 1);
+            if (isSameFile(recorded, options.input) || isSameFile(recorded, options.output))
+                throw Failure("the wire of port " + PortAddress{board, port}.text() + " records into " +
+                              quoted(recorded) +
+                              ", which this replay reads or writes; name another file (--wire)");
+        }
+}
+
+void refuseUnfitting(const ReplayOptions& options, const CaptureReader& capture) {
+    if (options.times != 1 && !capture.isRegularFile())
+        throw UsageFailure(
+            quoted(options.input) +
+            " is no regular file and can be read only once; leave --loop out, or save it first");
+    if (options.pace.kind != Pace::Kind::Max && options.installation.virtualTime)
+        throw UsageFailure("--pace waits in real time; leave --time virtual out");
 }
 
 /// Reads the capture through, so that a damaged one is refused before anything is sent or replaced. Returns
@@ -37,14 +70,14 @@ std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const st
     CaptureReader reader(path);
     std::uint64_t frames = 0;
     for (CapturedFrame frame; reader.next(frame); ++frames) throwIfEndRequested();
+    if (frames == 0) throw Failure(quoted(path) + " holds no frame; name a capture with frames in it");
     return frames;
 }
 
 std::unique_ptr<PcapngWriter> openOutput(const ReplayOptions& options, PortAddress receivingPort) {
     if (options.output.empty()) return nullptr;
-    return std::make_unique<PcapngWriter>(options.output, "orvo-gige " + receivingPort.text(),
-                                          "frames received at port " + std::to_string(receivingPort.port) +
-                                              " of board " + std::to_string(receivingPort.board));
+    const auto interface = captureInterface(receivingPort);
+    return std::make_unique<PcapngWriter>(options.output, interface.name, interface.description);
 }
 
 PortAddress receivingPortOf(const ReplayOptions& options, const Session& session) {
@@ -54,46 +87,6 @@ PortAddress receivingPortOf(const ReplayOptions& options, const Session& session
     if (!wire.starts_with(prefix)) return options.port.address;
     return PortAddress::parse(wire.substr(prefix.size())).value_or(options.port.address);
 }
-
-/// The port that sends and the port that receives, which may be the same.
-class Ports {
-public:
-    Ports(const ReplayOptions& options, PortAddress receivingAddress, const Session& session)
-        : log_(session.installation), plugin_(session.installation),
-          sender_(plugin_, log_, options.port.address, !options.port.noReset) {
-        if (receivingAddress != options.port.address)
-            receiver_.emplace(plugin_, log_, receivingAddress, !options.port.noReset);
-    }
-
-    Port& sender() { return sender_; }
-    Port& receiver() { return receiver_ ? *receiver_ : sender_; }
-
-    void open(const Session& session) {
-        const Progress progress([] {
-            return std::string(endRequested() == 0 ? "preparing the ports (resetting a board takes about 5 s)"
-                                                   : "ending as soon as the board's reset is over");
-        });
-        sender_.open();
-        throwIfEndRequested();
-        if (receiver_) receiver_->open();
-        throwIfEndRequested();
-        waitForLink(session, sender_.address());
-        if (receiver_) waitForLink(session, receiver_->address());
-    }
-
-    std::vector<ReplayReport::Statistics> finish() {
-        std::vector<ReplayReport::Statistics> statistics;
-        statistics.push_back({sender_.address(), sender_.finish()});
-        if (receiver_) statistics.push_back({receiver_->address(), receiver_->finish()});
-        return statistics;
-    }
-
-private:
-    const PluginLog log_;
-    Plugin plugin_;
-    Port sender_;
-    std::optional<Port> receiver_; // only when it is another port
-};
 
 std::string progressText(const Replay& replay, std::optional<std::uint64_t> frames) {
     return fmt::format("{}{} frames sent, {} received", grouped(replay.sentFrames()),
@@ -111,8 +104,29 @@ ReplayCommand::ReplayCommand(CLI::App& program)
         ->type_name("");
     line()
         .add_option("--write", options_.output, "Write what the port receives to this file, as pcapng")
+        ->check(CLI::Validator([](const std::string& text) { return text.empty() ? "it names no file" : ""; },
+                               ""))
         ->type_name("OUT");
     line().add_flag("--verify", options_.verify, "Demand that every frame comes back identical and in order");
+    line()
+        .add_option_function<std::string>(
+            "--pace",
+            [this](const std::string& text) {
+                const auto pace = Pace::parse(text);
+                if (!pace)
+                    throw CLI::ValidationError("--pace",
+                                               "'" + text +
+                                                   "' is none of recorded, max, a factor such as 2x, and "
+                                                   "frames per second such as 1000");
+                options_.pace = *pace;
+            },
+            "Send as recorded, N times as fast (2x, 0.5x), at a rate in frames per second (1000), or as fast "
+            "as "
+            "what returns has room (max, default)")
+        ->type_name("recorded|Nx|PPS|max");
+    line()
+        .add_option("--loop", options_.times, "Send the capture N times; 0: until interrupted (default 1)")
+        ->type_name("N");
     options_.port.addTo(line());
     line()
         .add_option_function<std::string>(
@@ -132,23 +146,27 @@ ReplayCommand::ReplayCommand(CLI::App& program)
 int ReplayCommand::run() {
     CaptureReader capture(options_.input);
     refuseSameFile(options_);
-    const auto frames = checkCapture(capture, options_.input);
+    refuseUnfitting(options_, capture);
+    const auto framesOnce = checkCapture(capture, options_.input);
+    const auto frames =
+        framesOnce && options_.times > 0 ? std::optional(*framesOnce * options_.times) : std::nullopt;
     const auto address = options_.port.address;
     const Session session(options_.installation, address.board);
+    if (session.simulator) refuseSameFile(options_, *session.simulator);
     const auto receivingPort = receivingPortOf(options_, session);
     const auto output = openOutput(options_, receivingPort);
-    requireFrameRegisters(session.libraries, address.board, address.port);
-    Ports ports(options_, receivingPort, session);
-    ports.open(session);
+    requireFrameRegisters(session.libraries, address);
+    Ports ports(session, {address, receivingPort}, !options_.port.noReset);
+    ports.open();
 
     if (output) output->begin();
     Verifier verifier;
     ReplayReport report{.options = options_, .sendingPort = address, .receivingPort = receivingPort};
     {
-        Replay replay(ports.sender().interface(), ports.receiver().interface(), output.get(),
-                      options_.verify ? &verifier : nullptr);
+        Replay replay(ports.at(address).interface(), ports.at(receivingPort).interface(), output.get(),
+                      options_.verify ? &verifier : nullptr, options_.pace);
         const Progress progress([&] { return progressText(replay, frames); });
-        report.result = replay.run(capture);
+        report.result = replay.run(capture, options_.times);
     }
     report.interrupted = endRequested() != 0;
     if (options_.verify) report.verification = verifier.finish();

@@ -3,6 +3,7 @@
 
 #include "app/Command.h"
 #include "app/Options.h"
+#include "traffic/Pace.h"
 
 #include <optional>
 #include <string>
@@ -13,6 +14,8 @@ struct ReplayOptions {
     std::string input;
     std::string output; ///< empty: none
     bool verify = false;
+    Pace pace;
+    std::uint64_t times = 1; ///< that the capture is sent; 0: until a signal ends it
     bool json = false;
     PortOptions port;
     std::optional<PortAddress> receivingPort; ///< as given; otherwise where the wire leads

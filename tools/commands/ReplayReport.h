@@ -3,6 +3,7 @@
 
 #include "board/PortAddress.h"
 #include "commands/ReplayCommand.h"
+#include "commands/ReportParts.h"
 #include "traffic/Replay.h"
 #include "traffic/Verifier.h"
 
@@ -15,18 +16,13 @@
 namespace orvo::host {
 
 struct ReplayReport {
-    struct Statistics {
-        PortAddress port;
-        std::vector<std::string> lines;
-    };
-
     const ReplayOptions& options;
     ReplayResult result = {};
     PortAddress sendingPort, receivingPort;
     bool interrupted = false;
     std::uint64_t writtenFrames = 0;                   ///< in the output, if there is one
     std::optional<Verifier::Report> verification = {}; ///< with --verify
-    std::vector<Statistics> statistics = {};           ///< of the plug-in, for each port
+    std::vector<PortStatistics> statistics = {};       ///< of the plug-in, for each port
 
     std::uint64_t lostFrames() const noexcept;
     bool passed() const noexcept { return !verification || verification->passed(); }

@@ -62,6 +62,7 @@ ResetCommand::ResetCommand(CLI::App& program)
 int ResetCommand::run() {
     const auto address = port_.address;
     const Session session(installation_, address.board);
+    requirePhyRegisters(session.libraries, address);
     const PluginLog log(session.installation);
     Plugin plugin(session.installation);
     Port port(plugin, log, address, false);
@@ -82,7 +83,7 @@ int ResetCommand::run() {
         print(fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
                           address.text(), textOf(outcome.before), outcome.resetSeconds, textOf(outcome.after),
                           outcome.linkSeconds));
-    return Done;
+    return outcome.before == Link::Up && outcome.after != Link::Up ? Failed : Done; // the reset cost the link
 }
 
 } // namespace orvo::host

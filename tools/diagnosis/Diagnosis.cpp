@@ -8,7 +8,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <map>
 
@@ -31,6 +33,11 @@ Json devicesJson(const DumpReport& report) {
     return devices;
 }
 
+/// A counter that was cleared between the two snapshots has not grown.
+std::uint64_t growth(std::optional<std::uint64_t> before, std::uint64_t now) {
+    return before && *before < now ? now - *before : 0;
+}
+
 Json countersJson(const DumpReport& report) {
     Json counters = Json::array();
     for (std::size_t i = 0; i < firmwareValueCount; ++i) {
@@ -39,7 +46,7 @@ Json countersJson(const DumpReport& report) {
         counters.push_back({{"name", row.name},
                             {"register", row.registerName},
                             {"total", *report.second[i]},
-                            {"perSecond", *report.second[i] - report.first[i].value_or(*report.second[i])}});
+                            {"perSecond", growth(report.first[i], *report.second[i])}});
     }
     return counters;
 }
@@ -86,13 +93,14 @@ Json linkJson(const LinkState& link, const DumpReport& report) {
     return document;
 }
 
-Json phyJson(const DumpReport& report) {
+/// Without an answer from the PHY the registers hold nothing that could be decoded.
+Json phyJson(const DumpReport& report, bool answers) {
     Json registers = Json::array();
     for (unsigned number = 0; number < dumpedPhyRegisters; ++number) {
         const auto content = report.phy[number];
         Json fields = Json::array();
         for (const auto& field : phyFields())
-            if (field.phyRegister == number)
+            if (answers && field.phyRegister == number)
                 fields.push_back({{"bits", field.bits()},
                                   {"name", field.name},
                                   {"value", field.of(content)},
@@ -137,6 +145,28 @@ void flatten(const Json& node, const std::string& path, std::map<std::string, st
     }
 }
 
+/// Nothing where the text is no JSON, or nested more deeply than any diagnosis: what looks into it recurses.
+Json parseBounded(std::istream& text) {
+    constexpr int deepest = 16;
+    bool tooDeep = false;
+    const auto watch = [&tooDeep](int depth, Json::parse_event_t, Json&) {
+        tooDeep = tooDeep || depth > deepest;
+        return !tooDeep;
+    };
+    auto document = Json::parse(text, watch, false);
+    return tooDeep ? Json() : document;
+}
+
+bool isDiagnosis(const Json& document) {
+    if (!document.is_object() || document.value("document", Json()) != documentKind ||
+        document.value("version", Json()) != documentVersion)
+        return false;
+    const char* const sections[] = {"findings", "link", "counters", "flags", "board", "devices", "phy"};
+    return std::all_of(std::begin(sections), std::end(sections), [&](const char* section) {
+        return document.contains(section) && document[section].is_structured();
+    });
+}
+
 } // namespace
 
 Json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown) {
@@ -160,16 +190,20 @@ Json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown
               {"name", report.name}}},
             {"deviceCount", report.deviceCount},
             {"devices", devicesJson(report)},
-            {"phy", phyJson(report)}};
+            {"phy", phyJson(report, link.answers)}};
 }
 
 Json readDiagnosis(const std::string& path) {
+    const char* const advice = "; make one with 'orvo-gige diagnose --json'";
+    std::error_code reason;
+    if (const auto kind = std::filesystem::status(path, reason).type();
+        kind != std::filesystem::file_type::regular)
+        throw UsageFailure("cannot read " + quoted(path) + ": " +
+                           (reason ? reason.message() : "it is not a regular file") + advice);
     std::ifstream file(path);
-    if (!file) throw UsageFailure("cannot read " + quoted(path) + ": " + systemError(errno));
-    const auto document = Json::parse(file, nullptr, false);
-    if (!document.is_object() || document.value("document", Json()) != documentKind ||
-        document.value("version", Json()) != documentVersion)
-        throw UsageFailure(quoted(path) + " is no diagnosis; make one with 'orvo-gige diagnose --json'");
+    if (!file) throw UsageFailure("cannot read " + quoted(path) + ": " + systemError(errno) + advice);
+    const auto document = parseBounded(file);
+    if (!isDiagnosis(document)) throw UsageFailure(quoted(path) + " is no diagnosis" + advice);
     return document;
 }
 

@@ -183,10 +183,11 @@ std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link,
         judgeGigabit(findings, report, link);
         judgeNegotiation(findings, report, link, wasDown);
     } else {
-        findings.push_back({Severity::Fault, "the PHY does not answer",
-                            fmt::format("PHY registers 0 to 3 read 0x{:04x}, 0x{:04x}, 0x{:04x}, 0x{:04x}",
-                                        report.phy[0], report.phy[1], report.phy[2], report.phy[3]),
-                            "reset the board (any command without --no-reset); then power-cycle it"});
+        findings.push_back(
+            {Severity::Fault, "the PHY does not answer",
+             fmt::format("PHY registers 0 to 3 read 0x{:04x}, 0x{:04x}, 0x{:04x}, 0x{:04x}", report.phy[0],
+                         report.phy[1], report.phy[2], report.phy[3]),
+             "start the board by a command that resets it, such as 'orvo-gige replay'; then power-cycle it"});
     }
     judgeCounters(findings, report);
     std::stable_sort(findings.begin(), findings.end(),

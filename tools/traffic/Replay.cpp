@@ -29,15 +29,16 @@ std::uint64_t ReplayResult::missingFrames() const noexcept {
 }
 
 Replay::Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
-               PcapngWriter* file, Verifier* verifier)
-    : sender_(sender), verifying_(verifier), receiver_(receiver, file, verifier) {}
+               PcapngWriter* file, Verifier* verifier, const Pace& pace)
+    : sender_(sender), verifying_(verifier), paced_(pace.kind != Pace::Kind::Max), schedule_(pace),
+      receiver_(receiver, file, verifier) {}
 
-ReplayResult Replay::run(CaptureReader& capture) {
+ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
     receiver_.start();
     begin_ = lastSend_ = FlightWindow::Clock::now();
     std::exception_ptr failure;
     try {
-        sendAll(capture);
+        sendAll(capture, times);
     } catch (...) {
         failure = std::current_exception(); // of the capture; what is under way is still received
     }
@@ -49,7 +50,16 @@ ReplayResult Replay::run(CaptureReader& capture) {
     return result_;
 }
 
-void Replay::sendAll(CaptureReader& capture) {
+void Replay::sendAll(CaptureReader& capture, std::uint64_t times) {
+    sendOnce(capture);
+    for (std::uint64_t done = 1; done != times && !isEnding(); ++done) {
+        schedule_.beginAgain();
+        CaptureReader again(capture.path());
+        sendOnce(again);
+    }
+}
+
+void Replay::sendOnce(CaptureReader& capture) {
     CapturedFrame frame;
     while (!isEnding() && capture.next(frame)) send(frame);
 }
@@ -66,7 +76,7 @@ void Replay::send(const CapturedFrame& frame) {
     }
     auto bytes = paddedFrame(frame);
     const auto size = static_cast<std::size_t>(bytes.size());
-    awaitRoom(queueWords(size));
+    awaitTurn(frame, queueWords(size));
     hand(std::move(bytes), frame.number);
     window_.sent(queueWords(size));
     result_.sent.add(size);
@@ -81,6 +91,13 @@ void Replay::hand(QByteArray&& bytes, std::uint64_t number) {
     sender_.addToSendQueue(boost::make_shared<EthernetFrame>(std::move(bytes)));
     sender_.transmitSendQueue();
     lastSend_ = FlightWindow::Clock::now();
+}
+
+void Replay::awaitTurn(const CapturedFrame& frame, std::uint64_t words) {
+    if (paced_)
+        result_.latest = std::max(result_.latest, waitUntil(begin_ + schedule_.next(frame.recordedAt)));
+    else
+        awaitRoom(words);
 }
 
 void Replay::awaitRoom(std::uint64_t words) {

@@ -3,8 +3,10 @@
 
 #include "capture/CaptureReader.h"
 #include "traffic/FlightWindow.h"
+#include "traffic/FrameCount.h"
 #include "traffic/FramePreparation.h"
 #include "traffic/FrameReceiver.h"
+#include "traffic/Pace.h"
 
 #include <array>
 #include <atomic>
@@ -13,46 +15,42 @@
 
 namespace orvo::host {
 
-struct FrameCount {
-    std::uint64_t frames = 0;
-    std::uint64_t bytes = 0; ///< without frame check sequence
-
-    void add(std::size_t frameBytes) noexcept {
-        ++frames;
-        bytes += frameBytes;
-    }
-};
-
 struct ReplayResult {
     FrameCount read;
     FrameCount sent;                                      ///< padding included
     FrameCount received;                                  ///< padding included
     std::array<std::uint64_t, dropReasonCount> dropped{}; ///< frames that could not be sent, by DropReason
     std::chrono::nanoseconds duration{0}; ///< from the first frame sent to the last one sent or received
+    std::chrono::nanoseconds latest{0};   ///< the most that a frame was sent after its due time
 
     std::uint64_t droppedFrames() const noexcept;
     /// Frames that were sent and did not come back, as far as counting tells.
     std::uint64_t missingFrames() const noexcept;
 };
 
-/// One run over a capture. Reads, prepares and sends on the calling thread, receives on another.
+/// One run over a capture, once or several times. Reads, prepares and sends on the calling thread, receives
+/// on another. At a pace, frames are sent when they are due, whatever became of those before; at the greatest
+/// speed, as fast as what returns has room.
 class Replay {
 public:
     /// `file` and `verifier` may be null.
     Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
-           PcapngWriter* file, Verifier* verifier);
+           PcapngWriter* file, Verifier* verifier, const Pace& pace = {});
 
-    /// Sends all frames and waits until all have come back or no more come; a signal ends it early, in order.
-    /// Errors: Failure of capture or file, once what is under way has come back.
-    ReplayResult run(CaptureReader& capture);
+    /// Sends all frames `times` times (0: until a signal ends it) and waits until all have come back or no
+    /// more come; a signal ends it early, in order. More than once takes a regular file. Errors: Failure of
+    /// capture or file, once what is under way has come back.
+    ReplayResult run(CaptureReader& capture, std::uint64_t times = 1);
 
     /// For a progress line; any thread.
     std::uint64_t sentFrames() const noexcept { return sentFrames_.load(std::memory_order_relaxed); }
     std::uint64_t receivedFrames() const noexcept { return receiver_.returned().frames; }
 
 private:
-    void sendAll(CaptureReader& capture);
+    void sendAll(CaptureReader& capture, std::uint64_t times);
+    void sendOnce(CaptureReader& capture);
     void send(const CapturedFrame& frame);
+    void awaitTurn(const CapturedFrame& frame, std::uint64_t words);
     void hand(QByteArray&& bytes, std::uint64_t number);
     void awaitRoom(std::uint64_t words);
     void awaitReturn();
@@ -61,6 +59,8 @@ private:
 
     core::zume::PhysicalNetworkInterface& sender_;
     const bool verifying_;
+    const bool paced_;
+    Schedule schedule_;
     FrameReceiver receiver_;
     FlightWindow window_;
     ReplayResult result_;

@@ -27,6 +27,11 @@ bool isFull(int error) noexcept {
     return error == EAGAIN || error == ENOBUFS || error == EINTR;
 }
 
+/// Tells of an interface that is down or gone, which the wire's thread may not have seen yet.
+bool isAway(int error) noexcept {
+    return error == ENETDOWN || error == ENXIO || error == ENODEV || error == EIO || error == EBADFD;
+}
+
 /// Signals are for the program's own threads.
 class SignalsBlocked {
 public:
@@ -143,9 +148,9 @@ bool LiveWire::transmitUnsealed(WireBytes content) noexcept {
     return error == 0;
 }
 
-/// What the interface's state explains is said by the wire's thread.
+/// What the interface's state explains is for the wire's thread to say.
 void LiveWire::reportUnsent(std::size_t bytes, int error) noexcept {
-    if (saidUnsent_ || isFull(error) || !hasCarrier()) return;
+    if (saidUnsent_ || isFull(error) || isAway(error)) return;
     saidUnsent_ = true;
     std::fprintf(stderr, "simulated board: interface '%s' did not take a frame of %zu bytes: %s\n",
                  watch_.name().c_str(), bytes, std::strerror(error));
