@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what the project needs from Debian 12's packages, if anything is missing. Says what it does.
+# setup.sh [PACKAGE...]: installs what the project needs from Debian 12's packages, and these, if anything is missing.
+# Says what it does.
 set -euo pipefail
 
 packages=(
@@ -10,7 +11,9 @@ packages=(
     libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program
     libgtest-dev libgmock-dev libbenchmark-dev               # tests, benchmarks
     binutils python3 tshark                                  # export list, life-cycle checks, captures read by others
+    iproute2 iputils-ping                                    # networks that tests make
 )
+packages+=("$@")
 
 missing=()
 for package in "${packages[@]}"; do

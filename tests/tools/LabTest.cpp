@@ -1,0 +1,158 @@
+// The lab as a process: what it connects, what it refuses, and that nothing outlives it.
+#include "Process.h"
+
+#include <net/if.h>
+
+#include <chrono>
+#include <list>
+#include <set>
+#include <thread>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+
+using Command = std::vector<std::string>;
+
+/// Why there can be no lab here; nothing when there can.
+std::string obstacle() {
+    if (geteuid() != 0) return "a lab needs root";
+    if (access("/dev/net/tun", R_OK | W_OK) != 0) return "there is no /dev/net/tun";
+    return std::system("unshare --net --mount --pid --fork true 2>/dev/null") == 0
+               ? ""
+               : "no namespaces can be made here";
+}
+
+std::set<std::string> interfaces() {
+    std::set<std::string> names;
+    auto* const list = if_nameindex();
+    for (const auto* i = list; i && i->if_index != 0; ++i) names.insert(i->if_name);
+    if_freenameindex(list);
+    return names;
+}
+
+template <typename Condition> bool happens(const Condition& condition, std::chrono::seconds limit = 30s) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(10ms);
+    return condition();
+}
+
+/// A running lab, whose processes are known by a variable in their environment.
+class MarkedLab {
+public:
+    MarkedLab(const std::string& name, Command arguments)
+        : mark_("ORVO_LAB_TEST=" + std::to_string(getpid()) + name),
+          process_(command(std::move(arguments)), {mark_}) {}
+
+    std::size_t processes() const {
+        std::size_t count = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc"))
+            count += contentOf(entry.path() / "environ").find(mark_) != std::string::npos;
+        return count;
+    }
+    bool vanishes() const {
+        return happens([this] { return processes() == 0; });
+    }
+    void signal(int number) const { process_.signal(number); }
+    Outcome wait() { return process_.wait(); }
+
+private:
+    static Command command(Command arguments) {
+        arguments.insert(arguments.begin(), {ORVO_GIGE, "lab"});
+        return arguments;
+    }
+
+    const std::string mark_;
+    Process process_;
+};
+
+TEST(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
+    if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
+    const auto before = interfaces();
+    const TemporaryFolder folder;
+    const auto cameraSaw = folder.file("camera");
+    MarkedLab lab("ping", {"--camera", "ls /sys/class/net >" + cameraSaw + "; exit 5", "--camera-address",
+                           "10.9.8.1/30", "--host-address", "10.9.8.2/30", "--port", "2", "--", "sh", "-c",
+                           "ls /sys/class/net; ping -c 20 -i 0.01 -s 1471 $ORVO_LAB_CAMERA_ADDRESS; "
+                           "setsid sleep 99 & exit 7"});
+    const auto outcome = lab.wait();
+    EXPECT_EQ(outcome.exitCode, 7);
+    EXPECT_THAT(outcome.out, testing::StartsWith("gige0\nlo\nPING 10.9.8.1"));
+    EXPECT_THAT(outcome.out, HasSubstr("20 packets transmitted, 20 received, 0% packet loss"));
+    EXPECT_EQ(contentOf(cameraSaw), "camera0\nlo\n");
+    EXPECT_THAT(outcome.err, HasSubstr("the camera's program ended with exit code 5"));
+    EXPECT_THAT(outcome.err, HasSubstr("port 0/2 is gige0, 10.9.8.2/30"));
+    EXPECT_THAT(outcome.err, HasSubstr("dropped   0 frames"));
+    EXPECT_TRUE(lab.vanishes()) << "what the command left running";
+    EXPECT_EQ(interfaces(), before);
+}
+
+TEST(LabTest, NothingOutlivesIt) {
+    if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
+    const auto before = interfaces();
+    const TemporaryFolder folder;
+    const struct {
+        std::string name;
+        int signal, exitCode;
+        bool commandRuns;
+    } cases[] = {{"made", SIGINT, 130, false},
+                 {"cut", SIGKILL, 137, false},
+                 {"run", SIGINT, 130, true},
+                 {"stubborn", SIGTERM, 143, true},
+                 {"killed", SIGKILL, 137, true}};
+    std::list<MarkedLab> labs;
+    for (const auto& [name, signal, exitCode, commandRuns] : cases) {
+        const std::string ignoring = name == "run" ? "" : "trap '' INT TERM HUP; ";
+        labs.emplace_back(name,
+                          Command{"--camera", ignoring + "sleep 99; sleep 99", "--", "sh", "-c",
+                                  ignoring + "setsid sleep 99 & : >" + folder.file(name) + "; sleep 99"});
+    }
+    auto lab = labs.begin();
+    for (const auto& [name, signal, exitCode, commandRuns] : cases) {
+        SCOPED_TRACE(name);
+        const bool waitsForCommand = commandRuns;
+        EXPECT_TRUE(happens([&, &file = name] {
+            return waitsForCommand ? std::filesystem::exists(folder.file(file)) : lab->processes() >= 4;
+        }));
+        lab->signal(signal);
+        const auto outcome = lab->wait();
+        EXPECT_EQ(outcome.exitCode, exitCode) << outcome.err;
+        EXPECT_TRUE(lab->vanishes());
+        EXPECT_EQ(std::filesystem::exists(folder.file(name)), commandRuns);
+        ++lab;
+    }
+    EXPECT_EQ(interfaces(), before);
+}
+
+TEST(LabTest, RefusesWhatCannotBe) {
+    expectRefusal({"lab", "--", "no-such-program"}, 2, "there is no program 'no-such-program'");
+    expectRefusal({"lab", "--host-address", "192.168.77.1/24", "--", "true"}, 2,
+                  "both ends would have the address 192.168.77.1");
+    for (const char* address : {"fd00::1/64", "10.0.0.1", "10.0.0.1/33"})
+        expectRefusal({"lab", "--camera-address", address, "--", "true"}, 2, "with an IPv4 address");
+    const struct {
+        Command surroundings; // a command that runs the lab in them
+        std::string complaint;
+    } cases[] = {
+        {geteuid() == 0 ? Command{"unshare", "--user"} : Command{"env"}, "lab needs root"},
+        {{"setpriv", "--bounding-set=-sys_admin", "--inh-caps=-sys_admin"}, "cannot make namespaces"},
+        {{"unshare", "--mount", "sh", "-c", "mount -t tmpfs none /dev/net && exec \"$0\" \"$@\""},
+         "cannot open '/dev/net/tun'"}};
+    for (const auto& [surroundings, complaint] : cases) {
+        SCOPED_TRACE(complaint);
+        if (const auto reason = obstacle(); !reason.empty() && surroundings[0] != "env")
+            GTEST_SKIP() << reason;
+        auto command = surroundings;
+        command.insert(command.end(), {ORVO_GIGE, "lab", "--", "true"});
+        const auto outcome = Process(command).wait();
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_THAT(outcome.err, testing::MatchesRegex("orvo-gige: [^\n]*\n"));
+        EXPECT_THAT(outcome.err, HasSubstr(complaint));
+    }
+}
+
+} // namespace
+} // namespace orvo::host
