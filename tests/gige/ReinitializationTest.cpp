@@ -117,6 +117,7 @@ TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
         while (!isInside) std::this_thread::yield();
 
         auto impatient = release();
+        EXPECT_TRUE(isWaiting(impatient));
         advanceClock(std::chrono::seconds{9});
         EXPECT_TRUE(isWaiting(impatient)) << "its limit is 10 seconds";
         while (isWaiting(impatient)) advanceClock(std::chrono::seconds{1});
