@@ -74,10 +74,11 @@ TEST(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
     const auto before = interfaces();
     const TemporaryFolder folder;
     const auto cameraSaw = folder.file("camera");
+    const std::string hostCommand = "ls /sys/class/net; ping -c 20 -i 0.01 -s 1471 $ORVO_LAB_CAMERA_ADDRESS; "
+                                    "setsid sleep 99 & exit 7";
     MarkedLab lab("ping", {"--camera", "ls /sys/class/net >" + cameraSaw + "; exit 5", "--camera-address",
                            "10.9.8.1/30", "--host-address", "10.9.8.2/30", "--port", "2", "--", "sh", "-c",
-                           "ls /sys/class/net; ping -c 20 -i 0.01 -s 1471 $ORVO_LAB_CAMERA_ADDRESS; "
-                           "setsid sleep 99 & exit 7"});
+                           hostCommand});
     const auto outcome = lab.wait();
     EXPECT_EQ(outcome.exitCode, 7);
     EXPECT_THAT(outcome.out, testing::StartsWith("gige0\nlo\nPING 10.9.8.1"));

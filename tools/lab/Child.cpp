@@ -63,6 +63,7 @@ int becomeProgram(std::vector<std::string> command, const NetworkNamespace& end)
     end.enter();
     mountSys();
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (auto& argument : command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
     resetSignals();
