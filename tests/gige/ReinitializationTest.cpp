@@ -132,8 +132,8 @@ TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
         call.wait();
         EXPECT_THAT(board.takeJournal(), Contains("free device"));
         EXPECT_TRUE(port.reinitialize(ReopenDevice));
+        board.onRead = {}; // it refers to this round
     }
-    EXPECT_EQ(statistics()["Send"], "1 frames (6 bytes)");
 }
 
 } // namespace
