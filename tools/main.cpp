@@ -6,6 +6,7 @@
 #include "commands/BridgeCommand.h"
 #include "commands/CaptureCommand.h"
 #include "commands/DiagnoseCommand.h"
+#include "commands/ExtcapCommand.h"
 #include "commands/LabCommand.h"
 #include "commands/ReplayCommand.h"
 #include "commands/ResetCommand.h"
@@ -20,9 +21,9 @@ namespace {
 
 using namespace orvo::host;
 
-int runCommand(Command& command) {
+template <class Work> int runGuarded(const Work& work) {
     try {
-        return command.run();
+        return work();
     } catch (const Interruption&) {
         return EndedBySignal + endRequested();
     } catch (const UsageFailure& error) {
@@ -51,6 +52,10 @@ int explain(const CLI::App& program, const CLI::ParseError& outcome) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (isExtcapCall(argc, argv)) {
+        installSignalHandlers();
+        return runGuarded([&] { return answerExtcapCall(argc, argv); });
+    }
     CLI::App program("Moves Ethernet frames through the GigE ports of a frame-grabber board.", "orvo-gige");
     program.set_version_flag("--version", "orvo-gige " ORVO_VERSION);
     program.require_subcommand(1);
@@ -59,6 +64,7 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<ReplayCommand>(program));
     commands.push_back(std::make_unique<CaptureCommand>(program));
     commands.push_back(std::make_unique<BridgeCommand>(program));
+    commands.push_back(std::make_unique<ExtcapCommand>(program));
     commands.push_back(std::make_unique<LabCommand>(program));
     commands.push_back(std::make_unique<DiagnoseCommand>(program));
     commands.push_back(std::make_unique<ResetCommand>(program));
@@ -69,6 +75,6 @@ int main(int argc, char** argv) {
     }
     installSignalHandlers();
     for (const auto& command : commands)
-        if (command->chosen()) return runCommand(*command);
+        if (command->chosen()) return runGuarded([&] { return command->run(); });
     return WrongUsage;
 }

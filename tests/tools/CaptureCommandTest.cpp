@@ -100,7 +100,7 @@ TEST_F(CaptureCommandTest, ShowsFramesToAReaderAtOnceAndEndsWithIt) {
                      ORVO_GIGE, "0=pcap:" + folder.file("in"), fifo});
     std::ifstream reader(fifo, std::ios::binary);
     std::string seen;
-    while (!seen.ends_with(sent.back())) seen.push_back(static_cast<char>(reader.get()));
+    while (reader && !seen.ends_with(sent.back())) seen.push_back(static_cast<char>(reader.get()));
     for (int i = 0; i < 4; ++i) seen.push_back(static_cast<char>(reader.get())); // the block's length again
     reader.close();
     const auto outcome = process.wait();

@@ -4,6 +4,7 @@
 #include <net/if.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <list>
 #include <set>
 #include <thread>
@@ -69,7 +70,12 @@ private:
     Process process_;
 };
 
-TEST(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
+class LabTest : public testing::Test {
+protected:
+    LabTest() { setenv("ASAN_OPTIONS", "detect_leaks=0", 1); } // the leak checker fails in PID namespaces
+};
+
+TEST_F(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
     if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
     const auto before = interfaces();
     const TemporaryFolder folder;
@@ -91,7 +97,7 @@ TEST(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
     EXPECT_EQ(interfaces(), before);
 }
 
-TEST(LabTest, NothingOutlivesIt) {
+TEST_F(LabTest, NothingOutlivesIt) {
     if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
     const auto before = interfaces();
     const TemporaryFolder folder;
@@ -128,7 +134,7 @@ TEST(LabTest, NothingOutlivesIt) {
     EXPECT_EQ(interfaces(), before);
 }
 
-TEST(LabTest, RefusesWhatCannotBe) {
+TEST_F(LabTest, RefusesWhatCannotBe) {
     expectRefusal({"lab", "--", "no-such-program"}, 2, "there is no program 'no-such-program'");
     expectRefusal({"lab", "--host-address", "192.168.77.1/24", "--", "true"}, 2,
                   "both ends would have the address 192.168.77.1");

@@ -90,6 +90,15 @@ void publish(const CaptureReport& report) {
         print(text);
 }
 
+CaptureResult record(const CaptureOptions& options, Ports& ports, CaptureOutput& output,
+                     const FrameFilter* filter) {
+    output.begin();
+    Capture capture(ports.at(options.port.address).interface(), output, filter);
+    if (endRequested() == 0) notice("capturing at port " + options.port.address.text() + "; end with Ctrl-C");
+    const Progress progress([&] { return progressText(capture.totals()); });
+    return capture.run(options.limits, [&] { ports.stop(); });
+}
+
 } // namespace
 
 CaptureCommand::CaptureCommand(CLI::App& program)
@@ -131,33 +140,28 @@ CaptureCommand::CaptureCommand(CLI::App& program)
 }
 
 int CaptureCommand::run() {
-    options_.installation.requireRealTime();
-    const auto address = options_.port.address;
+    return runCapture(options_);
+}
+
+int runCapture(const CaptureOptions& options) {
+    options.installation.requireRealTime();
+    const auto address = options.port.address;
     std::optional<FrameFilter> filter;
-    if (!options_.filter.empty()) filter.emplace(options_.filter);
-    CaptureOutput output(options_.output, captureInterface(address), options_.ring);
-    const Session session(options_.installation, address.board);
-    Ports ports(session, {address}, !options_.port.noReset);
+    if (!options.filter.empty()) filter.emplace(options.filter);
+    CaptureOutput output(options.output, captureInterface(address), options.ring);
+    const Session session(options.installation, address.board);
+    Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 
-    CaptureReport report{.options = options_, .output = output};
+    CaptureReport report{.options = options, .output = output};
     const auto begin = Clock::now();
-    report.result = record(ports, output, filter ? &*filter : nullptr);
+    report.result = record(options, ports, output, filter ? &*filter : nullptr);
     report.duration = Clock::now() - begin;
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
     publish(report);
     if (report.result.failure) std::rethrow_exception(report.result.failure);
     return Done;
-}
-
-CaptureResult CaptureCommand::record(Ports& ports, CaptureOutput& output, const FrameFilter* filter) const {
-    output.begin();
-    Capture capture(ports.at(options_.port.address).interface(), output, filter);
-    if (endRequested() == 0)
-        notice("capturing at port " + options_.port.address.text() + "; end with Ctrl-C");
-    const Progress progress([&] { return progressText(capture.totals()); });
-    return capture.run(options_.limits, [&] { ports.stop(); });
 }
 
 } // namespace orvo::host

@@ -11,8 +11,6 @@
 
 namespace orvo::host {
 
-class Ports;
-
 struct CaptureOptions {
     std::string output;
     std::optional<FileRing> ring;
@@ -23,14 +21,15 @@ struct CaptureOptions {
     InstallationOptions installation;
 };
 
+/// Captures as asked for, and reports. Returns the exit code. Errors: Failure, Interruption.
+int runCapture(const CaptureOptions& options);
+
 class CaptureCommand : public Command {
 public:
     explicit CaptureCommand(CLI::App& program);
     int run() override;
 
 private:
-    CaptureResult record(Ports& ports, CaptureOutput& output, const FrameFilter* filter) const;
-
     CaptureOptions options_;
 };
 

@@ -1,0 +1,74 @@
+// `orvo-gige` as Wireshark and tshark call it.
+#include "Process.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using testing::HasSubstr;
+
+TEST(ExtcapTest, AnswersTheAnalysersQuestions) {
+    const auto interfaces = runTool({"--extcap-interfaces", "--extcap-version=4.0"});
+    EXPECT_EQ(interfaces.exitCode, 0) << interfaces.err;
+    EXPECT_THAT(interfaces.out, testing::StartsWith("extcap {version="));
+    for (const char* port : {"0", "1", "2", "3"})
+        EXPECT_THAT(interfaces.out, HasSubstr("interface {value=orvo-0-" + std::string(port) + "}{display="));
+    const auto ask = [](const std::vector<std::string>& question) {
+        std::vector<std::string> call = {"--extcap-interface", "orvo-0-3"};
+        call.insert(call.end(), question.begin(), question.end());
+        return runTool(call).out;
+    };
+    EXPECT_EQ(ask({"--extcap-dlts"}), "dlt {number=1}{name=EN10MB}{display=Ethernet}\n");
+    EXPECT_THAT(ask({"--extcap-config"}), testing::StartsWith("arg {number=0}{call=--no-reset}"));
+    EXPECT_THAT(ask({"--extcap-capture-filter", "udp prt 1"}), HasSubstr("udp prt 1"));
+    expectRefusal({"--extcap-interface", "eth0", "--extcap-dlts"}, 2, "there is no capture interface 'eth0'");
+    expectRefusal({"--extcap-interface", "orvo-0-0", "--capture"}, 2, "--capture needs a pipe");
+    expectRefusal({"--extcap-interface", "orvo-0-0", "--capture", "--fifo", "/none/fifo"}, 1,
+                  "cannot write to '/none/fifo'");
+}
+
+// The analyser makes the pipe, starts the program, reads what comes, and closes the pipe when it has enough.
+TEST(ExtcapTest, CapturesIntoTheAnalysersPipe) {
+    const TemporaryFolder folder;
+    const auto fifo = folder.file("fifo");
+    std::vector<Frame> sent;
+    for (unsigned i = 0; i < 20; ++i) sent.push_back(numberedFrame(i, 60 + 4 * i));
+    writeCapture(folder.file("in"), sent);
+    writeFile(folder.file("board.toml"), "[[board]]\nwires.1 = \"pcap:" + folder.file("in") + "\"\n");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    Process process({ORVO_GIGE, "--capture", "--extcap-interface", "orvo-0-1", "--fifo", fifo, "--no-reset",
+                     "--extcap-capture-filter", "greater 72"},
+                    {"ORVO_SIMULATOR_CONFIG=" + folder.file("board.toml")});
+    std::ifstream reader(fifo, std::ios::binary);
+    std::string seen;
+    while (reader && !seen.ends_with(sent.back())) seen.push_back(static_cast<char>(reader.get()));
+    for (int i = 0; i < 4; ++i) seen.push_back(static_cast<char>(reader.get())); // the block's length again
+    reader.close();
+    const auto outcome = process.wait();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    writeFile(folder.file("seen"), seen);
+    EXPECT_EQ(framesOf(folder.file("seen")), std::vector<Frame>(sent.begin() + 3, sent.end()));
+}
+
+TEST(ExtcapTest, InstallsALinkAndTakesItAway) {
+    const TemporaryFolder folder;
+    const auto link = folder.file("extcap/orvo-gige");
+    const auto call = [&](const char* action) {
+        return runTool({"extcap", action, "--folder", folder.file("extcap")}).exitCode;
+    };
+    EXPECT_EQ(call("install") + call("install"), 0);
+    EXPECT_THAT(Process({link, "--extcap-interfaces"}).wait().out, HasSubstr("orvo-0-0"));
+    EXPECT_EQ(call("remove") + call("remove"), 0);
+    EXPECT_FALSE(std::filesystem::exists(link));
+    writeFile(link, "somebody else's");
+    expectRefusal({"extcap", "install", "--folder", folder.file("extcap")}, 1, "not a link of ours");
+}
+
+} // namespace
+} // namespace orvo::host

@@ -1,0 +1,195 @@
+// The extcap protocol: one process a question, answers in lines of braces on standard output.
+#include "commands/ExtcapCommand.h"
+
+#include "app/Failure.h"
+#include "app/Output.h"
+#include "board/Board.h"
+#include "board/Session.h"
+#include "capture/FrameFilter.h"
+#include "commands/CaptureCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+
+namespace orvo::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* interfacePrefix = "orvo-"; // "orvo-BOARD-PORT"
+
+/// What the analyser asks for.
+struct Call {
+    bool interfaces = false, dlts = false, config = false, capture = false;
+    std::string interface, fifo, filter;
+    CaptureOptions options;
+};
+
+Call parse(int argc, const char* const* argv) {
+    CLI::App line("Answers an analyser.", "orvo-gige");
+    line.allow_extras(); // newer analysers may say more than we need to know
+    Call call;
+    std::string version;
+    line.add_flag("--extcap-interfaces", call.interfaces);
+    line.add_flag("--extcap-dlts", call.dlts);
+    line.add_flag("--extcap-config", call.config);
+    line.add_flag("--capture", call.capture);
+    line.add_option("--extcap-interface", call.interface);
+    line.add_option("--extcap-version", version)->expected(0, 1);
+    line.add_option("--extcap-capture-filter", call.filter);
+    line.add_option("--fifo", call.fifo);
+    line.add_flag("--no-reset", call.options.port.noReset);
+    try {
+        line.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        throw UsageFailure(std::string(error.what()) + "; only Wireshark and tshark call this program so");
+    }
+    return call;
+}
+
+std::string interfaceName(unsigned board, unsigned port) {
+    return fmt::format("{}{}-{}", interfacePrefix, board, port);
+}
+
+PortAddress addressOf(const std::string& interface) {
+    std::string text = interface;
+    if (text.starts_with(interfacePrefix)) text.erase(0, std::string(interfacePrefix).size());
+    std::replace(text.begin(), text.end(), '-', '/');
+    if (const auto address = PortAddress::parse(text)) return *address;
+    throw UsageFailure("there is no capture interface " + host::quoted(interface) +
+                       "; 'tshark -D' lists those that there are");
+}
+
+int listInterfaces() {
+    auto text = fmt::format("extcap {{version={}}}\n", ORVO_VERSION);
+    const Session session({}, 0);
+    for (unsigned index = 0; index < Board::indexLimit; ++index) {
+        const auto board = Board::at(session.libraries, index);
+        for (unsigned port = 0; board && port < board->gigePorts(); ++port)
+            text += fmt::format("interface {{value={}}}{{display=GigE port {} of board {} ({})}}\n",
+                                interfaceName(index, port), port, index, board->name());
+    }
+    print(text);
+    return Done;
+}
+
+int listOptions() {
+    print("arg {number=0}{call=--no-reset}{display=Leave the board running}{type=boolflag}{default=false}"
+          "{tooltip=Do not reset the board\'s GigE hardware first; it must be running}\n");
+    return Done;
+}
+
+/// The analyser tests filters while the user types.
+int checkFilter(const std::string& filter) {
+    try {
+        const FrameFilter compiled(filter);
+    } catch (const UsageFailure& error) {
+        print(std::string(error.what()) + "\n");
+    }
+    return Done;
+}
+
+/// The pipe comes first: the analyser waits for it to be opened, and the board's reset takes its time.
+int captureInto(Call& call) {
+    if (call.fifo.empty()) throw UsageFailure("--capture needs a pipe to write to; name one with --fifo");
+    const int pipe = open(call.fifo.c_str(), O_WRONLY | O_CLOEXEC);
+    if (pipe < 0 || dup2(pipe, STDOUT_FILENO) < 0)
+        throw Failure("cannot write to " + host::quoted(call.fifo) + ": " + systemError(errno) +
+                      "; the analyser makes this pipe and reads from it");
+    close(pipe);
+    call.options.port.address = addressOf(call.interface);
+    call.options.output = CaptureOutput::standardOutput;
+    call.options.filter = call.filter;
+    return runCapture(call.options);
+}
+
+struct ClosePipe {
+    void operator()(std::FILE* pipe) const noexcept { pclose(pipe); }
+};
+
+/// The user's own extcap folder if the analyser has one, else everybody's.
+std::optional<fs::path> folderOfTshark() {
+    const std::unique_ptr<std::FILE, ClosePipe> folders(popen("tshark -G folders 2>/dev/null", "re"));
+    if (!folders) return std::nullopt;
+    std::optional<fs::path> found;
+    char line[4096];
+    while (std::fgets(line, sizeof line, folders.get())) {
+        const std::string text = line;
+        const auto path = text.find('/');
+        if (path == std::string::npos) continue;
+        const bool isPersonal = text.starts_with("Personal Extcap path:");
+        if (isPersonal || (text.starts_with("Extcap path:") && !found))
+            found = text.substr(path, text.find_last_not_of(" \t\n") + 1 - path);
+        if (isPersonal) break;
+    }
+    return found;
+}
+
+fs::path folderFor(const std::string& given) {
+    if (!given.empty()) return given;
+    if (const auto folder = folderOfTshark()) return *folder;
+    throw Failure(
+        "tshark does not say where its capture interfaces are; install it (package tshark), or name the "
+        "folder with --folder");
+}
+
+} // namespace
+
+bool isExtcapCall(int argc, const char* const* argv) {
+    return std::any_of(argv + 1, argv + argc, [](const std::string& argument) {
+        return argument.starts_with("--extcap-") || argument == "--capture";
+    });
+}
+
+int answerExtcapCall(int argc, const char* const* argv) {
+    auto call = parse(argc, argv);
+    if (call.interfaces) return listInterfaces();
+    if (call.capture) return captureInto(call);
+    addressOf(call.interface);
+    if (call.config) return listOptions();
+    if (!call.filter.empty()) return checkFilter(call.filter);
+    print("dlt {number=1}{name=EN10MB}{display=Ethernet}\n");
+    return Done;
+}
+
+ExtcapCommand::ExtcapCommand(CLI::App& program)
+    : Command(program, "extcap", "Make the ports capture interfaces of Wireshark and tshark") {
+    line()
+        .add_option("ACTION", action_, "install, or remove")
+        ->required()
+        ->check(CLI::IsMember({"install", "remove"}))
+        ->type_name("");
+    line()
+        .add_option("--folder", folder_, "Extcap folder (default: as 'tshark -G folders' says)")
+        ->type_name("DIR");
+}
+
+int ExtcapCommand::run() {
+    const auto link = folderFor(folder_) / "orvo-gige";
+    std::error_code reason;
+    if (fs::exists(fs::symlink_status(link)) && !fs::is_symlink(link))
+        throw Failure(host::quoted(link.string()) +
+                      " is there already and not a link of ours; remove it first");
+    fs::remove(link, reason);
+    if (!reason && action_ == "install") {
+        fs::create_directories(link.parent_path(), reason);
+        if (!reason) fs::create_symlink(fs::read_symlink("/proc/self/exe"), link, reason);
+    }
+    if (reason)
+        throw Failure("cannot " + action_ + " " + host::quoted(link.string()) + ": " + reason.message() +
+                      "; run it as root, or name a folder of your own with --folder");
+    print(action_ == "install" ? link.string() + " is there; 'tshark -D' lists the ports\n"
+                               : link.string() + " is gone\n");
+    return Done;
+}
+
+} // namespace orvo::host
