@@ -45,11 +45,11 @@ ORVO_EXPORT int orvoSimBoardCount(void);
 
 /// Cables a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]", "tap:NAME", "packet:IFNAME" or "none". A
 /// wire that is there is unplugged first (its OUT file is complete then), and the link goes down and comes up
-/// again by negotiation, at once on a port whose PHY was never reset. "port:" cables both ends; the far port's
-/// wire is unplugged too, and so is the cable's other end wherever a cable is taken away. "tap:" and "packet:"
-/// reach the interfaces of the caller's network namespace. Relative paths start at the working directory.
-/// On failure (OrvoSimNoSuchPlace, OrvoSimBadValue) the old wire stays and `error`, if not null, receives one
-/// sentence (NUL-terminated, cut to `errorBytes`).
+/// again by negotiation, at once on a port whose PHY was never reset. "port:" cables both ends; the far
+/// port's wire is unplugged too, and so is the cable's other end wherever a cable is taken away. "tap:" and
+/// "packet:" reach the interfaces of the caller's network namespace. Relative paths start at the working
+/// directory. On failure (OrvoSimNoSuchPlace, OrvoSimBadValue) the old wire stays and `error`, if not null,
+/// receives one sentence (NUL-terminated, cut to `errorBytes`).
 ORVO_EXPORT int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error,
                                size_t errorBytes);
 

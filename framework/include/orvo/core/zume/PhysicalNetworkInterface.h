@@ -17,8 +17,8 @@ namespace orvo::core::zume {
 
 class PhysicalNetworkInterfaceEventQueue;
 
-/// The two steps of bringing a port back that went wrong: give the device up, then open it again. Other values may
-/// come from newer frameworks, hence the fixed type.
+/// The two steps of bringing a port back that went wrong: give the device up, then open it again. Other
+/// values may come from newer frameworks, hence the fixed type.
 enum ReinitializationPhase : int { ReleaseDevice = 0, ReopenDevice = 1 };
 
 /// One physical network port.
