@@ -39,7 +39,15 @@ TEST_F(TrafficTest, FramesOfEverySizeCrossTheCable) {
 TEST_F(TrafficTest, LifeOfAPort) {
     const auto port = makePort(2, "true");
     ASSERT_TRUE(port->setup());
-    port->eventQueue()->enabled = true;
+    orvoSimAdvanceTime(negotiationUs);
+    expectCarried(*port, *port, 100);
+    port->forceReset();
+    EXPECT_EQ(simulated(2).linkUp, 0) << "the PHY negotiates anew";
+    EXPECT_EQ(simulated(3).linkUp, 1) << "the other ports go on";
+    orvoSimAdvanceTime(negotiationUs);
+    expectCarried(*port, *port, 100);
+
+    port->eventQueue()->enabled = true; // from here on the leecher's waits move the clock, too
     port->start();
     orvoSimReportActionCommandTimeout(0, 2, 77);
     boost::shared_ptr<core::zume::PhysicalNetworkInterfaceEvent> event;
@@ -48,13 +56,6 @@ TEST_F(TrafficTest, LifeOfAPort) {
     ASSERT_TRUE(timeout);
     EXPECT_EQ(timeout->count, 77);
 
-    orvoSimAdvanceTime(negotiationUs);
-    expectCarried(*port, *port, 100);
-    port->forceReset();
-    EXPECT_EQ(simulated(2).linkUp, 0) << "the PHY negotiates anew";
-    EXPECT_EQ(simulated(3).linkUp, 1) << "the other ports go on";
-    orvoSimAdvanceTime(negotiationUs);
-    expectCarried(*port, *port, 100);
     port->triggerDebugOutput();
     EXPECT_THAT(takeMessages(), Contains(HasSubstr("[REGISTER]      Hardware Packet Count : 2")));
     port->stop();
