@@ -1,4 +1,5 @@
 // `orvo-gige capture` as its users call it, on the simulated board, whose wire plays a capture.
+#include "PipeReader.h"
 #include "Process.h"
 
 #include "capture/CaptureOutput.h"
@@ -98,11 +99,7 @@ TEST_F(CaptureCommandTest, ShowsFramesToAReaderAtOnceAndEndsWithIt) {
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     Process process({"sh", "-c", R"(wire=$1; exec "$0" capture --no-reset --wire "$wire" --write - > "$2")",
                      ORVO_GIGE, "0=pcap:" + folder.file("in"), fifo});
-    std::ifstream reader(fifo, std::ios::binary);
-    std::string seen;
-    while (reader && !seen.ends_with(sent.back())) seen.push_back(static_cast<char>(reader.get()));
-    for (int i = 0; i < 4; ++i) seen.push_back(static_cast<char>(reader.get())); // the block's length again
-    reader.close();
+    const auto seen = readUntil(sent.back(), fifo);
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.err, HasSubstr("written   500 frames to standard output"));

@@ -1,4 +1,5 @@
 // `orvo-gige` as Wireshark and tshark call it.
+#include "PipeReader.h"
 #include "Process.h"
 
 #include <gmock/gmock.h>
@@ -45,11 +46,7 @@ TEST(ExtcapTest, CapturesIntoTheAnalysersPipe) {
     Process process({ORVO_GIGE, "--capture", "--extcap-interface", "orvo-0-1", "--fifo", fifo, "--no-reset",
                      "--extcap-capture-filter", "greater 72"},
                     {"ORVO_SIMULATOR_CONFIG=" + folder.file("board.toml")});
-    std::ifstream reader(fifo, std::ios::binary);
-    std::string seen;
-    while (reader && !seen.ends_with(sent.back())) seen.push_back(static_cast<char>(reader.get()));
-    for (int i = 0; i < 4; ++i) seen.push_back(static_cast<char>(reader.get())); // the block's length again
-    reader.close();
+    const auto seen = readUntil(sent.back(), fifo);
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     writeFile(folder.file("seen"), seen);
