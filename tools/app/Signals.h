@@ -5,8 +5,9 @@
 
 namespace orvo::host {
 
-/// From now on SIGINT and SIGTERM raise the flag; a second one of the same kind ends the process at once. A
-/// closed pipe and a reached file size limit are write errors like any other, and no signals.
+/// From now on SIGINT and SIGTERM raise the flag; a second one of the same kind ends the process, at once or
+/// after the pacing sleep of a board that a SignalShield protects. A closed pipe and a reached file size
+/// limit are write errors like any other, and no signals.
 void installSignalHandlers();
 
 /// The number of the signal that asked for the end, 0 when none did. Any thread; costs a load.
