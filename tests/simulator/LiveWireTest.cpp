@@ -48,11 +48,12 @@ protected:
             return portState(0, 0).linkUp == up;
         });
     }
-    /// The next frame of the test's type in port 0's queue.
-    std::optional<Bytes> receive(int attempts = 1000) const {
+    /// The next frame of the test's type in port 0's queue. It comes in real time, the port waits in virtual.
+    std::optional<Bytes> receive(int attempts = 10'000) const {
         for (int i = 0; i < attempts; ++i) {
             auto frame = device.receive(0, 2);
             if (frame && (*frame)[12] == testEtherType >> 8) return frame;
+            if (!frame) usleep(1000);
         }
         return std::nullopt;
     }
