@@ -21,11 +21,13 @@ constexpr auto turnLimit = 2 * transmitterLimit; // the sender before gives up a
 /// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined: a
 /// board that refuses them shows it in its counters, and the frame is gone either way.
 void writeFrame(const PortState& d, const unsigned char* bytes, std::size_t unitCount) {
+    const auto write = hal::boundRegisterWrite();
+    void* const device = d.device;
     const std::uint32_t writeData = d.regGigeWriteData;
-    OHalRegisterWrite(d.device, d.regGigeBufferReset, 0);
+    write(device, d.regGigeBufferReset, 0);
     for (std::size_t k = 0; k < unitCount; ++k)
-        OHalRegisterWrite(d.device, writeData, bytes[2 * k] + 256U * bytes[2 * k + 1]);
-    OHalRegisterWrite(d.device, d.regGigeWriteComplete, 0);
+        write(device, writeData, bytes[2 * k] + 256U * bytes[2 * k + 1]);
+    write(device, d.regGigeWriteComplete, 0);
 }
 
 } // namespace

@@ -76,6 +76,15 @@ int Board::refusal() const noexcept {
     return 0; // faults concern reads
 }
 
+int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
+    if (!condition_.isGood())
+        if (const int refused = refusal(); refused != 0) return refused;
+    const std::uint32_t scope = address & ~(portBits | registerOffsets);
+    const bool known = scope == portScope ? ports_[portOf(address)].writeRegister(address, value)
+                                          : writeBoardRegister(address, value);
+    return known ? 0 : OrvoSimHalNoRegister;
+}
+
 int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
     if (condition_.isGood()) return readUsual(address, value);
     if (const int refused = refusal(); refused != 0) return refused;
