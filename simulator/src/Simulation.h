@@ -45,14 +45,7 @@ extern std::array<std::atomic<Board*>, maxBoards> boardTable;
 /// Null for a handle that is not open; counts it where it was.
 Board* refuseHandle(HandleBits handle) noexcept;
 
-/// The board of a device handle, null for one that is not open, which is not counted.
-inline Board* openBoardOf(void* device) noexcept {
-    const auto handle = reinterpret_cast<HandleBits>(device);
-    Board* const board = boardTable[boardOfHandle(handle) % maxBoards].load(std::memory_order_acquire);
-    return board && board->handles().isOpen(handle) ? board : nullptr;
-}
-
-/// The same, counting the others. For every access of the host.
+/// The board of a device handle; null for one that is not open, which is counted where it was.
 inline Board* boardOf(void* device) noexcept {
     Board* const board = openBoardOf(device);
     if (board) [[likely]]

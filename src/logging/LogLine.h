@@ -27,7 +27,8 @@ template <class T> Hex(T) -> Hex<T>;
 class LogLine {
 public:
     LogLine(Logger* logger, LogLevel level) {
-        if (logger->isEnabled(static_cast<std::uint32_t>(level))) begin(logger, level);
+        const auto number = static_cast<std::uint32_t>(level);
+        if (logger->passes(number) && logger->isEnabled(number)) begin(logger, level);
     }
     /// A line about one interface: the prefix goes on with "PHY Id '" and the interface's id.
     LogLine(Logger* logger, LogLevel level, const std::string& interfaceId) : LogLine(logger, level) {

@@ -18,7 +18,7 @@ Port::Setup portSetup(const BoardConfiguration& board, const FirmwareProfile& fi
 
 Board::Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware)
     : configuration_(configuration), firmware_(firmware),
-      handles_(configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
+      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
                                             Port(portSetup(configuration, firmware, 1)),
                                             Port(portSetup(configuration, firmware, 2)),
                                             Port(portSetup(configuration, firmware, 3))},

@@ -44,8 +44,10 @@ public:
     /// Appends 16 bits to the frame in a port's transmit buffer: the access that a frame consists of. False
     /// when it is another one, or not a usual one; `writeRegister` takes any.
     bool appendToFrame(std::uint32_t address, std::uint64_t value) noexcept {
-        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) &&
-               condition_.isGood() && ports_[portOf(address)].appendToFrame(value);
+        if ((address & ~portBits) != static_cast<std::uint32_t>(Register::GigeWriteData) ||
+            !condition_.isGood()) [[unlikely]]
+            return false;
+        return ports_[portOf(address)].appendToFrame(value);
     }
     int writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
     int readRegister(std::uint32_t address, std::uint64_t& value);

@@ -15,7 +15,8 @@ constexpr std::uint64_t copying = 1; // in head_
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::microseconds soon{50}; // several full frames at line rate; about what a sleep costs
+constexpr std::chrono::microseconds soon{
+    15}; // a full frame at line rate takes 12.3, and waking a sleeper about as much
 constexpr int looksAtOnce = 32;
 
 /// Lets the processor's other thread go ahead.
