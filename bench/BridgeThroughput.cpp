@@ -10,6 +10,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -90,8 +91,13 @@ public:
     BridgeProcess() {
         const char* arguments[] = {program,  "bridge", "--tap",         "gige0",      "--up", "--address",
                                    hostText, "--wire", "0=packet:near", "--no-reset", nullptr};
-        if (posix_spawn(&id_, program, nullptr, nullptr, const_cast<char**>(arguments), environ) != 0)
-            throw std::runtime_error(std::string("cannot start ") + program);
+        posix_spawn_file_actions_t streams; // its report is not ours
+        posix_spawn_file_actions_init(&streams);
+        posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        const int failure =
+            posix_spawn(&id_, program, &streams, nullptr, const_cast<char**>(arguments), environ);
+        posix_spawn_file_actions_destroy(&streams);
+        if (failure != 0) throw std::runtime_error(std::string("cannot start ") + program);
     }
     ~BridgeProcess() {
         kill(id_, SIGTERM);

@@ -26,13 +26,13 @@ orvo::bench::SimulatedPorts& ports() {
 
 /// Sends one frame and takes it in at the far end.
 bool passFrame(PhysicalNetworkInterface& from, PhysicalNetworkInterface& to,
-               const boost::shared_ptr<orvo::core::zume::EthernetFrame>& frame) {
-    from.addToSendQueue(frame);
+               const orvo::bench::SealedFrame& frame) {
+    from.addToSendQueue(frame.handle());
     return to.receive(nullptr) != nullptr;
 }
 
 void oneThread(benchmark::State& state) {
-    const auto frame = orvo::bench::sealedFrame(static_cast<int>(state.range(0)));
+    const orvo::bench::SealedFrame frame(static_cast<int>(state.range(0)));
     std::int64_t lost = 0;
     for (auto _ : state) lost += passFrame(ports()[0], ports()[1], frame) ? 0 : 1;
     state.counters["lost"] = static_cast<double>(lost);
@@ -64,13 +64,13 @@ private:
 
 void twoThreads(benchmark::State& state) {
     constexpr std::uint64_t window = 256;
-    const auto frame = orvo::bench::sealedFrame(static_cast<int>(state.range(0)));
+    const orvo::bench::SealedFrame frame(static_cast<int>(state.range(0)));
     FarEnd farEnd(ports()[1]);
     std::uint64_t sent = 0;
     std::uint64_t received = 0;
     for (auto _ : state) {
         while (sent - received >= window) received = farEnd.received();
-        ports()[0].addToSendQueue(frame);
+        ports()[0].addToSendQueue(frame.handle());
         ++sent;
     }
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds{1};
@@ -82,7 +82,7 @@ BENCHMARK(twoThreads)->Apply(frameSizes);
 /// All four ports send and receive at once; each thread serves the two ends of one cable. The time is that of
 /// a frame at each of the four.
 void fourPorts(benchmark::State& state) {
-    const auto frame = orvo::bench::sealedFrame(static_cast<int>(state.range(0)));
+    const orvo::bench::SealedFrame frame(static_cast<int>(state.range(0)));
     const auto first = 2 * static_cast<std::size_t>(state.thread_index());
     auto& one = ports()[first];
     auto& other = ports()[first + 1];

@@ -1,10 +1,10 @@
 // The simulated board, made ready for frames.
 #include "SimulatedPorts.h"
 
-#include <boost/make_shared.hpp>
-
 namespace orvo::bench {
 namespace {
+
+constexpr int fcsBytes = 4;
 
 host::InstallationOptions cabledInPairs() {
     host::InstallationOptions options;
@@ -25,11 +25,9 @@ SimulatedPorts::SimulatedPorts()
     }
 }
 
-boost::shared_ptr<core::zume::EthernetFrame> sealedFrame(int wireBytes) {
-    constexpr int fcsBytes = 4;
-    auto frame = boost::make_shared<core::zume::EthernetFrame>(QByteArray(wireBytes - fcsBytes, 'x'));
-    frame->appendFcs(0);
-    return frame;
+SealedFrame::SealedFrame(int wireBytes)
+    : frame_(QByteArray(wireBytes - fcsBytes, 'x')), handle_(boost::shared_ptr<void>(), &frame_) {
+    frame_.appendFcs(0);
 }
 
 } // namespace orvo::bench

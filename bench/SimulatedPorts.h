@@ -33,7 +33,16 @@ private:
     std::array<std::optional<host::Port>, count> ports_;
 };
 
-/// A frame of `wireBytes` bytes with its check sequence.
-boost::shared_ptr<core::zume::EthernetFrame> sealedFrame(int wireBytes);
+/// A frame with its check sequence. Its handle counts nobody, so that what a sender pays for keeping its
+/// frame is not counted as the pipeline's.
+class SealedFrame {
+public:
+    explicit SealedFrame(int wireBytes);
+    const boost::shared_ptr<core::zume::EthernetFrame>& handle() const noexcept { return handle_; }
+
+private:
+    core::zume::EthernetFrame frame_;
+    const boost::shared_ptr<core::zume::EthernetFrame> handle_;
+};
 
 } // namespace orvo::bench
