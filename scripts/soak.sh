@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # soak.sh [MINUTES]: installs what is missing, builds, and looks for faults for about MINUTES (10) on top of building:
-# the fault sweep, storms of threads, long lives, and the fuzzers, each for its share of the time. Ends in a table of practice,
-# runs, findings and figure; logs and inputs of findings stay in build/soak. Exit code 1 when anything was found.
+# the fault sweep, storms of threads, long lives, and the fuzzers, each for its share of the time. Ends in a table of
+# practice, runs, findings and figure; logs and inputs of findings stay in build/soak. Exit code 1 when anything was
+# found.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -58,7 +59,7 @@ storms() {
 
 # fuzz TARGET SECONDS
 fuzz() {
-    local target=$1 log=$out/fuzz-$1.log runs cover findings
+    local target=$1 log=$out/fuzz-$1.log runs cover edges findings
     echo "== fuzz $target" >&2
     mkdir -p "$out/corpus-$target"
     build/fuzz/tests/unit/bin/orvo-fuzz-"$target" -max_total_time="$2" -timeout=25 -rss_limit_mb=4096 -close_fd_mask=1 \
@@ -66,8 +67,9 @@ fuzz() {
         >"$log" 2>&1 || true
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     cover=$(sed -n 's/^#[0-9].* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)
+    edges=$(sed -n 's/^INFO: Loaded [0-9]* modules *(\([0-9]*\) inline.*/\1/p' "$log")
     findings=$(find "$out" -maxdepth 1 -name "$target-*" | wc -l)
-    row "fuzz $target" "${runs:--}" "$findings" "${cover:-0} edges covered"
+    row "fuzz $target" "${runs:--}" "$findings" "${cover:-0} of ${edges:-?} edges"
 }
 
 # conservation SECONDS: faults by script, and the ledger of every frame. Runs once its program is there.
@@ -76,6 +78,7 @@ conservation() {
     [ ! -x "$program" ] || counted "conservation under faults" conservation.log "$program" "$1"
 }
 
+scripts/setup.sh libclang-rt-dev # the fuzzer
 for preset in release asan tsan fuzz; do scripts/build.sh "$preset"; done
 started=$SECONDS
 export ASAN_OPTIONS=${ASAN_OPTIONS:-} UBSAN_OPTIONS=print_stacktrace=1
@@ -85,11 +88,13 @@ every=$((minutes >= 10 ? 1 : 11 - minutes))
 counted "fault sweep, board calls" calls.log build/release/tests/bin/orvo-fault-sweep calls "$every"
 counted "fault sweep, allocations" allocations.log build/release/tests/bin/orvo-fault-sweep allocations "$every"
 counted "fault sweep, board calls, asan" calls-asan.log build/asan/tests/bin/orvo-fault-sweep calls $((every * 11))
-counted "fault sweep, allocations, asan" allocations-asan.log build/asan/tests/bin/orvo-fault-sweep allocations $((every * 11))
+counted "fault sweep, allocations, asan" allocations-asan.log \
+    build/asan/tests/bin/orvo-fault-sweep allocations $((every * 11))
 counted "long life" lives.log build/release/tests/bin/orvo-fault-sweep lives 1000
 # shellcheck disable=SC2016 # the inner shell's
 timed "two processes on one root" 1000 two.log sh -c \
-    '"$0" lives 500 & other=$!; "$0" lives 500; mine=$?; wait $other && exit $mine' build/release/tests/bin/orvo-fault-sweep
+    '"$0" lives 500 & other=$!; "$0" lives 500; mine=$?; wait $other && exit $mine' \
+    build/release/tests/bin/orvo-fault-sweep
 counted "stop in real time" stop.log build/release/tests/bin/orvo-stop-times 20
 conservation $((seconds / 5))
 

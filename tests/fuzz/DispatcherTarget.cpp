@@ -31,6 +31,7 @@ public:
         const LibraryInitController::Lock lock;
         LibraryInitController::endUse();
         takeRecords();
+        forgetHandles();
     }
 
     void step(FuzzInput& input) {

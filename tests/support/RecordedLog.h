@@ -43,6 +43,9 @@ ORVO_EXPORT Attachment attachment();
 /// What the dispatcher does from within each attach from now on, on the attaching thread; empty: nothing.
 ORVO_EXPORT void onAttach(std::function<void(const Attachment&)> action);
 
+/// Forgets all names and their handles.
+ORVO_EXPORT void forgetHandles();
+
 /// Two names that share this handle from now on.
 ORVO_EXPORT void shareHandle(const std::string& name, const std::string& otherName);
 

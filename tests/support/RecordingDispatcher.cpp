@@ -97,6 +97,11 @@ void onAttach(std::function<void(const Attachment&)> action) {
     attachAction = std::move(action);
 }
 
+void forgetHandles() {
+    const std::lock_guard guard(lock);
+    handles.clear();
+}
+
 void shareHandle(const std::string& name, const std::string& otherName) {
     const std::lock_guard guard(lock);
     handles[otherName] = handleOf(name);
