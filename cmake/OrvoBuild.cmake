@@ -32,7 +32,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
     # GCC 12 reports overlapping copies inside std::string's own concatenation (GCC bug 105651).
     target_compile_options(orvo_options INTERFACE -Wno-restrict)
 endif()
-target_link_options(orvo_options INTERFACE -Wl,--no-undefined)
+if(NOT (ORVO_SANITIZER AND CMAKE_CXX_COMPILER_ID STREQUAL "Clang")) # Clang keeps the sanitizers in the program
+    target_link_options(orvo_options INTERFACE -Wl,--no-undefined)
+endif()
 if(ORVO_SANITIZER STREQUAL "address")
     add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     add_link_options(-fsanitize=address,undefined)
@@ -45,6 +47,15 @@ elseif(ORVO_SANITIZER STREQUAL "thread")
     add_link_options(-fsanitize=thread)
 elseif(ORVO_SANITIZER)
     message(FATAL_ERROR "ORVO_SANITIZER is \"${ORVO_SANITIZER}\"; it must be empty, address or thread.")
+endif()
+
+# Makes everything tell a fuzzer where it goes, and builds the fuzzers (tests/fuzz).
+option(ORVO_FUZZERS "Build the fuzz targets as fuzzers; needs Clang" OFF)
+if(ORVO_FUZZERS)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        message(FATAL_ERROR "ORVO_FUZZERS needs Clang; use cmake --preset fuzz.")
+    endif()
+    add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
 # A shared library in lib64, found by its neighbours through $ORIGIN.

@@ -113,8 +113,8 @@ const PluginDescriptor& PluginLibrary::descriptor(std::size_t index) const {
 }
 
 void PluginLibrary::init() {
+    ++state_->uses; // before the call: one that throws has counted its user all the same
     state_->initFunction();
-    ++state_->uses;
 }
 
 void PluginLibrary::deinit() {

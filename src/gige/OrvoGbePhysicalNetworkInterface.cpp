@@ -7,6 +7,9 @@
 #include "logging/Logging.h"
 #include "platform/AnyException.h"
 
+#include <atomic>
+#include <new>
+
 namespace orvo::core::zume {
 
 using tools::logging::Logger;
@@ -18,11 +21,16 @@ namespace {
 
 constexpr const char* loggerName = "orvo.core.zume.OrvoGbePhysicalNetworkInterface";
 
-Logger* fetchedOnce(Logger*& logger) {
+/// Null when there is no memory for a logger; the next message asks again.
+Logger* fetchedOnce(Logger*& logger) noexcept {
     // Two threads that race here store the same pointer.
     std::atomic_ref shared(logger);
-    if (!shared.load(std::memory_order_relaxed))
-        shared.store(Logging::getLogger(loggerName), std::memory_order_relaxed);
+    try {
+        if (!shared.load(std::memory_order_relaxed))
+            shared.store(Logging::getLogger(loggerName), std::memory_order_relaxed);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
     return shared.load(std::memory_order_relaxed);
 }
 
@@ -31,9 +39,15 @@ Logger* fetchedOnce(Logger*& logger) {
 OrvoGbePhysicalNetworkInterface::D::D() : eventQueue(new PhysicalNetworkInterfaceEventQueue()) {}
 
 OrvoGbePhysicalNetworkInterface::D::~D() {
+    close();
+}
+
+void OrvoGbePhysicalNetworkInterface::D::close() {
     uiqLeecherThread.reset();
     if (applet) KivUnloadKivFile(applet);
+    applet = nullptr;
     if (device) OHalFreeDevice(device);
+    device = nullptr;
 }
 
 LogLine OrvoGbePhysicalNetworkInterface::D::line(LogLevel level) {

@@ -25,7 +25,9 @@ extern ORVO_EXPORT bool c_MONITOR_CRC_ERRORS;
 /// "false"), then `setup`, `start`, traffic, `stop`, `waitForTermination`, destruction. Threads: one thread
 /// calls `receive`; any number may call `addToSendQueue`, whose frames never mix; everything else may be
 /// called by another thread at the same time, except that injection, `setup` and destruction stand alone.
-/// Failures of the board end in the log, in counters and in results; only injection throws.
+/// Failures of the board end in the log, in counters and in results; only injection throws. Without memory,
+/// construction, injection, sending, receiving, resets and reports pass std::bad_alloc, `setup` fails, and
+/// everything else does its work, at the cost of a message.
 class OrvoGbePhysicalNetworkInterface : public PhysicalNetworkInterface {
 public:
     class D; // all state
@@ -37,6 +39,7 @@ public:
     /// changes then.
     void injectDependency(const std::string& name, const boost::any& value) override;
 
+    /// Null while there is no memory for one.
     tools::logging::Logger* logger() override;
     boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue() override;
 
@@ -66,6 +69,7 @@ private:
     struct Reception;
 
     bool canBeSetUp();
+    void prepareTraffic();
     void createLeecher();
     void reportFilledFifos();
     void readPreSendWaitTime();

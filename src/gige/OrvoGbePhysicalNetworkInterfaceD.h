@@ -33,6 +33,9 @@ public:
     /// then. `id` is the interface's, for messages.
     bool openPhysicalDevice(const std::string& id);
 
+    /// Ends what `setup` began: leecher thread (joined if it runs), applet and device are gone after it.
+    void close();
+
     /// Resets the ports whose bit is set in `portMask` (bits 0 to 3). Not forced, it is the once-per-board
     /// reset, which also starts the board's transmitters and receivers and does nothing for a board that was
     /// reset before. Blocks for 1.1 s a port and more; resets, dumps and resets of one board wait for each

@@ -3,8 +3,7 @@
 
 #include "gige/OrvoGbePhysicalNetworkInterface.h"
 
-#include <new>
-#include <string>
+#include <cstdio>
 
 namespace orvo::core::zume {
 
@@ -19,16 +18,10 @@ OrvoGbePhysicalNetworkInterfaceUiqLeecherThread::~OrvoGbePhysicalNetworkInterfac
 
 void OrvoGbePhysicalNetworkInterfaceUiqLeecherThread::run() {
     const bool drainsActionCommands = queueKind_ == actionCommandQueueKind;
-    const std::string name = std::string("Uiq") + (drainsActionCommands ? "Act" : "") + "/" +
-                             std::to_string(boardId_) + "-" + std::to_string(portId_);
-    templates::platform::nameThisThread(name.c_str());
-    while (!stopRequested_ && drainsActionCommands) {
-        try {
-            owner_->monitorActionCommandTimeoutEvents();
-        } catch (const std::bad_alloc&) {
-            // No memory for a message: it is lost, the next pass may have some.
-        }
-    }
+    char name[32];
+    std::snprintf(name, sizeof name, "Uiq%s/%u-%u", drainsActionCommands ? "Act" : "", boardId_, portId_);
+    templates::platform::nameThisThread(name);
+    while (!stopRequested_ && drainsActionCommands) owner_->monitorActionCommandTimeoutEvents();
 }
 
 } // namespace orvo::core::zume

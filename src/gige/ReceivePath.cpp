@@ -120,8 +120,10 @@ bool OrvoGbePhysicalNetworkInterface::readWords(Reception& reception, std::uint3
 bool OrvoGbePhysicalNetworkInterface::needsLostWords(const Reception& reception) {
     using enum Reception::Outcome;
     if (reception.outcome == ZeroSize && d->zeroSizeReported) return false;
-    return (reception.outcome == ZeroSize || reception.outcome == NoEnd || reception.outcome == WrongSize) &&
-           logger()->isEnabled(static_cast<std::uint32_t>(tools::logging::LogLevel::Warning));
+    if (reception.outcome != ZeroSize && reception.outcome != NoEnd && reception.outcome != WrongSize)
+        return false;
+    auto* const log = logger();
+    return log && log->isEnabled(static_cast<std::uint32_t>(tools::logging::LogLevel::Warning));
 }
 
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::conclude(const Reception& reception) {

@@ -4,7 +4,7 @@
 #include "hal/KivRuntime.h"
 #include "hal/OrvoHal.h"
 
-#include <string>
+#include <cstdio>
 
 namespace orvo::core::zume {
 
@@ -13,7 +13,10 @@ std::uint32_t resolveRegister(void* applet, const char* name) {
 }
 
 int resolvePortRegister(void* const* applet, const char* baseName, int index) {
-    return KivGetRegisterByName(*applet, (baseName + std::to_string(index)).c_str());
+    char name[64]; // the longest base name has 32 characters; without allocation, a reopening cannot fail for
+                   // memory
+    std::snprintf(name, sizeof name, "%s%d", baseName, index);
+    return KivGetRegisterByName(*applet, name);
 }
 
 std::uint64_t readOr(void* device, std::uint32_t address, std::uint64_t fallback) {

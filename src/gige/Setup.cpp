@@ -5,6 +5,7 @@
 #include "hal/OrvoHal.h"
 
 #include <cstdlib>
+#include <exception>
 #include <limits>
 #include <optional>
 #include <sstream>
@@ -43,6 +44,18 @@ bool OrvoGbePhysicalNetworkInterface::setup() {
     if (auto text = information()) text << "': Selecting orvo board " << d->boardId << " port " << d->portId;
     if (!canBeSetUp() || !d->openPhysicalDevice(id())) return false;
     d->gate.open(); // closed where a device that was not there was released
+    try {
+        prepareTraffic();
+    } catch (const std::exception& exception) { // as a rule out of memory; setup can be repeated
+        d->close();
+        if (auto text = error()) text << "': Setup failed (" << exception.what() << ")";
+        return false;
+    }
+    if (auto text = information()) text << "': Selected device successfully opened.";
+    return true;
+}
+
+void OrvoGbePhysicalNetworkInterface::prepareTraffic() {
     if (d->resetBoard) d->executeBoardReset(15, false);
     resolvePortRegisters(*d);
     createLeecher();
@@ -52,8 +65,6 @@ bool OrvoGbePhysicalNetworkInterface::setup() {
     OHalDataQueueClear(d->device, d->portId);
     OHalDataQueueClear(d->device, d->actionCommandQueue());
     readPreSendWaitTime();
-    if (auto text = information()) text << "': Selected device successfully opened.";
-    return true;
 }
 
 bool OrvoGbePhysicalNetworkInterface::canBeSetUp() {

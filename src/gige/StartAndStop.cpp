@@ -2,6 +2,8 @@
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 
+#include <new>
+
 namespace orvo::core::zume {
 
 void OrvoGbePhysicalNetworkInterface::start() {
@@ -11,7 +13,11 @@ void OrvoGbePhysicalNetworkInterface::start() {
 void OrvoGbePhysicalNetworkInterface::stop() {
     if (d->uiqLeecherThread) d->uiqLeecherThread->requestStop();
     d->eventQueue->queue->interrupt();
-    OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->forgetResets();
+    try {
+        OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->forgetResets();
+    } catch (const std::bad_alloc&) {
+        // It could not be made, so no board was reset yet.
+    }
 }
 
 void OrvoGbePhysicalNetworkInterface::waitForTermination() {

@@ -3,15 +3,22 @@
 
 #include <pthread.h>
 
+#include <new>
+
 namespace orvo::tools::logging {
 
-void LogLine::begin(Logger* logger, LogLevel level) {
-    message_.reset(new Message{logger, level, {}});
+void LogLine::begin(Logger* logger, LogLevel level) noexcept {
+    message_.reset(new (std::nothrow) Message{logger, level, {}});
     *this << "thread-id=" << static_cast<unsigned long>(pthread_self()) << "|";
 }
 
-LogLine& LogLine::operator<<(std::string_view text) {
-    message_->text.append(text);
+LogLine& LogLine::operator<<(std::string_view text) noexcept {
+    if (!message_) return *this; // lost before
+    try {
+        message_->text.append(text);
+    } catch (const std::bad_alloc&) {
+        message_.reset();
+    }
     return *this;
 }
 

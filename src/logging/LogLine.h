@@ -23,15 +23,18 @@ template <class T> Hex(T) -> Hex<T>;
 /// A line whose level does not pass is false and holds nothing; test it before anything is put into it:
 ///     if (auto line = LogLine(logger, LogLevel::Warning)) line << "text" << number;
 /// Every line begins with the thread prefix, "thread-id=" with the calling thread's id and "|".
-/// Errors: running out of memory throws. Threads: made, filled and sent by one thread.
+/// Errors: a message that there is no memory for is lost; nothing is thrown, so that what is being reported
+/// on takes its course. Threads: made, filled and sent by one thread.
 class LogLine {
 public:
-    LogLine(Logger* logger, LogLevel level) {
+    /// No line without a logger.
+    LogLine(Logger* logger, LogLevel level) noexcept {
         const auto number = static_cast<std::uint32_t>(level);
-        if (logger->passes(number) && logger->isEnabled(number)) begin(logger, level);
+        if (logger && logger->passes(number) && logger->isEnabled(number)) begin(logger, level);
     }
     /// A line about one interface: the prefix goes on with "PHY Id '" and the interface's id.
-    LogLine(Logger* logger, LogLevel level, const std::string& interfaceId) : LogLine(logger, level) {
+    LogLine(Logger* logger, LogLevel level, const std::string& interfaceId) noexcept
+        : LogLine(logger, level) {
         if (message_) *this << "PHY Id '" << interfaceId;
     }
     LogLine(const LogLine&) = delete;
@@ -42,18 +45,18 @@ public:
 
     explicit operator bool() const noexcept { return message_ != nullptr; }
 
-    LogLine& operator<<(std::string_view text);
+    LogLine& operator<<(std::string_view text) noexcept;
 
-    template <std::integral T> LogLine& operator<<(T number) {
+    template <std::integral T> LogLine& operator<<(T number) noexcept {
         char digits[24];
         return *this << std::string_view(digits, std::to_chars(digits, digits + sizeof digits, number).ptr);
     }
 
-    template <class T> LogLine& operator<<(const templates::platform::Relaxed<T>& number) {
+    template <class T> LogLine& operator<<(const templates::platform::Relaxed<T>& number) noexcept {
         return *this << T(number);
     }
 
-    template <class T> LogLine& operator<<(Hex<T> number) {
+    template <class T> LogLine& operator<<(Hex<T> number) noexcept {
         if (number.value == 0) return *this << "0";
         char digits[24];
         const auto* end = std::to_chars(digits, digits + sizeof digits, number.value, 16).ptr;
@@ -67,10 +70,10 @@ private:
         std::string text;
     };
 
-    void begin(Logger* logger, LogLevel level);
+    void begin(Logger* logger, LogLevel level) noexcept;
     void send() noexcept;
 
-    std::unique_ptr<Message> message_; // null unless the level passed
+    std::unique_ptr<Message> message_; // null unless the level passed, and when the message is lost
 };
 
 } // namespace orvo::tools::logging

@@ -7,6 +7,8 @@
 #include <orvo/core/Plugin.h>
 #include <orvo/core/zume/EthernetFrame.h>
 
+#include <new>
+
 namespace orvo::core::zume {
 namespace {
 
@@ -15,9 +17,13 @@ using tools::logging::LogLevel;
 using tools::logging::LogLine;
 
 void logUse(const char* what) {
-    if (auto line = LogLine(Logging::getLogger("guard.library"), LogLevel::Detail))
-        line << what << "OrvoGbePhysicalNetworkInterface"
-             << " (useCount: " << LibraryInitController::useCount() << ")";
+    try {
+        if (auto line = LogLine(Logging::getLogger("guard.library"), LogLevel::Detail))
+            line << what << "OrvoGbePhysicalNetworkInterface"
+                 << " (useCount: " << LibraryInitController::useCount() << ")";
+    } catch (const std::bad_alloc&) {
+        // No memory for the logger: the message is lost, and the use begins or ends all the same.
+    }
 }
 
 /// Initialises one framework library and sees to it that the last de-initialisation undoes it.

@@ -108,11 +108,31 @@ TEST_F(LoggingTest, TeardownDetachesAndTheNextFacilityStartsAfresh) {
     const auto before = attachment();
     tearDown();
     EXPECT_EQ(attachment().detachCount, before.detachCount + 1);
-    callBackFromAttach(true); // on the thread that is making the facility
-    EXPECT_TRUE(Logging::getLogger("guard.library")->isEnabled(2));
-    callBackFromAttach(false);
+    // From within, on the thread that is making the facility, while others wait for it.
+    onAttach([](const Attachment& attachment) {
+        attachment.setLevel(1, 3); // before there is a logger to set
+        EXPECT_TRUE(Logging::getLogger("guard.library")->isEnabled(2));
+        attachment.setLevel(1, 4);
+    });
+    runTogether(4, [](int) { EXPECT_TRUE(Logging::getLogger("guard.library")->isEnabled(4)); });
+    onAttach({});
     EXPECT_EQ(attachment().attachCount, before.attachCount + 1);
     EXPECT_EQ(attachment().facility, Logging::instance);
+    EXPECT_FALSE(Logging::getLogger("guard.library")->isEnabled(3)) << "as set from within attach";
+}
+
+TEST_F(LoggingTest, DispatcherMayLeaveFromWithinAttach) {
+    tearDown();
+    const int detachments = attachment().detachCount;
+    onAttach([](const Attachment& attachment) { attachment.detached(); });
+    Logger* const root = Logging::getLogger("guard.library");
+    onAttach({});
+    EXPECT_FALSE(root->isEnabled(5)) << "the root logger";
+    attachment().setLevel(1, 0); // after it left
+    Logging::emit(1, 5, "goes nowhere", 0, 0);
+    EXPECT_THAT(takeRecords(), testing::IsEmpty());
+    tearDown();
+    EXPECT_EQ(attachment().detachCount, detachments);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <orvo/tools/logging/Dispatcher.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -39,8 +40,11 @@ struct Attachment {
 };
 ORVO_EXPORT Attachment attachment();
 
-/// Calls back into the facility from within its next attach.
-ORVO_EXPORT void callBackFromAttach(bool callBack);
+/// What the dispatcher does from within each attach from now on, on the attaching thread; empty: nothing.
+ORVO_EXPORT void onAttach(std::function<void(const Attachment&)> action);
+
+/// Forgets all names and their handles.
+ORVO_EXPORT void forgetHandles();
 
 /// Two names that share this handle from now on.
 ORVO_EXPORT void shareHandle(const std::string& name, const std::string& otherName);

@@ -15,7 +15,7 @@ std::vector<LogRecord> records;
 std::map<std::string, std::uint64_t> handles;
 std::uint32_t currentThreshold = 2;
 Attachment current;
-bool callsBack = false;
+std::function<void(const Attachment&)> attachAction;
 
 std::uint64_t handleOf(const std::string& name) {
     return handles.emplace(name, handles.size() + 1).first->second;
@@ -41,15 +41,16 @@ void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::u
 void attach(tools::logging::Logging* facility, tools::logging::DispatcherDetached detached,
             tools::logging::SetLoggerLevel setLevel, tools::logging::LookupLogger* lookupSlot,
             tools::logging::EmitMessage* emitSlot) {
-    bool callBack = false;
+    std::function<void(const Attachment&)> action;
+    const Attachment attachment{facility, detached, setLevel, current.attachCount + 1, current.detachCount};
     {
         const std::lock_guard guard(lock);
-        current = {facility, detached, setLevel, current.attachCount + 1, current.detachCount};
-        callBack = callsBack;
+        current = attachment;
+        action = attachAction;
     }
     *lookupSlot = lookup;
     *emitSlot = emit;
-    if (callBack) setLevel(1, 3);
+    if (action) action(attachment);
 }
 
 void detach(tools::logging::Logging*) {
@@ -91,9 +92,14 @@ Attachment attachment() {
     return current;
 }
 
-void callBackFromAttach(bool callBack) {
+void onAttach(std::function<void(const Attachment&)> action) {
     const std::lock_guard guard(lock);
-    callsBack = callBack;
+    attachAction = std::move(action);
+}
+
+void forgetHandles() {
+    const std::lock_guard guard(lock);
+    handles.clear();
 }
 
 void shareHandle(const std::string& name, const std::string& otherName) {

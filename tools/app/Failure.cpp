@@ -1,12 +1,16 @@
 // Texts that failures are made of.
 #include "app/Failure.h"
 
+#include <algorithm>
 #include <system_error>
 
 namespace orvo::host {
 
 std::string quoted(const std::string& text) {
-    return "'" + text + "'";
+    std::string quotation = "'" + text + "'";
+    std::replace_if(
+        quotation.begin(), quotation.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return quotation;
 }
 
 std::string systemError(int number) {

@@ -32,7 +32,7 @@ public:
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// "'TEXT'", as names and values appear in messages.
+/// "'TEXT'", as names and values appear in messages; control characters become question marks: one line.
 std::string quoted(const std::string& text);
 
 /// The text of an errno value.

@@ -39,6 +39,14 @@ bool checkFile(int descriptor, const std::string& path) {
     return S_ISREG(status.st_mode);
 }
 
+/// A file can claim any time. What lies beyond the range of 32-bit seconds is cut to it, so that times and
+/// their differences fit nanoseconds.
+std::chrono::nanoseconds timeOf(const timeval& stamp) {
+    constexpr std::int64_t lastSecond = 0xFFFF'FFFF;
+    return std::chrono::seconds(std::clamp<std::int64_t>(stamp.tv_sec, 0, lastSecond)) +
+           std::chrono::nanoseconds(std::clamp<std::int64_t>(stamp.tv_usec, 0, 999'999'999));
+}
+
 struct CloseFile {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
@@ -102,7 +110,7 @@ bool CaptureReader::next(CapturedFrame& frame) {
     frame.length = std::min<std::size_t>(header->caplen, frame.originalLength);
     frame.bytes = bytes;
     frame.number = ++frames_;
-    frame.recordedAt = std::chrono::seconds(header->ts.tv_sec) + std::chrono::nanoseconds(header->ts.tv_usec);
+    frame.recordedAt = timeOf(header->ts);
     return true;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "FirmwareProfile.h"
+#include "OneLine.h"
 #include "wire/WireSpec.h"
 
 #include <array>
@@ -21,7 +22,7 @@ inline constexpr unsigned maxBoards = 32;
 /// A file that cannot be used; what() is "FILE:LINE: REASON".
 struct ConfigurationError : std::runtime_error {
     ConfigurationError(const std::filesystem::path& file, unsigned line, const std::string& reason)
-        : std::runtime_error(file.string() + ":" + std::to_string(line) + ": " + reason) {}
+        : std::runtime_error(oneLine(file.string() + ":" + std::to_string(line) + ": " + reason)) {}
 };
 
 struct BoardConfiguration {

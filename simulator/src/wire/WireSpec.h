@@ -1,6 +1,8 @@
 // What a port is to be cabled with, as text and taken apart.
 #pragma once
 
+#include "OneLine.h"
+
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -10,7 +12,7 @@ namespace orvo::sim {
 
 /// A wire that cannot be had; what() is one sentence for the user.
 struct WireError : std::runtime_error {
-    using std::runtime_error::runtime_error;
+    explicit WireError(const std::string& sentence) : std::runtime_error(oneLine(sentence)) {}
 };
 
 struct PortPlace {

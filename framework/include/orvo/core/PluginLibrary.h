@@ -43,6 +43,7 @@ public:
     /// Errors: std::out_of_range when `index` is not below `count()`.
     const PluginDescriptor& descriptor(std::size_t index = 0) const;
 
+    /// Errors: what the plug-in throws when it has no memory; the call counts all the same.
     void init();
     /// Does nothing when every `init` has had its `deinit` already.
     void deinit();

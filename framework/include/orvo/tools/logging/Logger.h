@@ -24,13 +24,6 @@ public:
     /// True when `level` passes and the calling thread is not muted.
     bool isEnabled(std::uint32_t level);
 
-    /// True when `level` passes the threshold: the first half of `isEnabled`, one comparison, for callers
-    /// that refuse most messages.
-    bool passes(std::uint32_t level) const noexcept {
-        // Relaxed: a new threshold need not reach other threads together with anything else.
-        return threshold_.load(std::memory_order_relaxed) <= level;
-    }
-
     /// Forwards `message` (NUL-terminated, copied by the dispatcher before the call returns) whatever its
     /// level is: callers ask `isEnabled` first. `a` and `b` are handed on unchanged; nobody uses them, pass
     /// 0.
@@ -43,6 +36,14 @@ public:
     bool setThreadEnabled(bool enabled);
 
 private:
+    friend class LogLine;
+
+    /// The first half of `isEnabled`, one comparison, for lines that are refused most of the time.
+    bool passes(std::uint32_t level) const noexcept {
+        // Relaxed: a new threshold need not reach other threads together with anything else.
+        return threshold_.load(std::memory_order_relaxed) <= level;
+    }
+
     struct D;
     std::atomic<std::uint32_t> threshold_;
     std::unique_ptr<D> d_;
