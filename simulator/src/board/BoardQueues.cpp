@@ -1,6 +1,8 @@
 // The host's side of a board's data queues.
 #include "Board.h"
 
+#include "faults/BoardFaults.h"
+
 #include <orvo/hal/orvo_hal.h>
 
 #include <algorithm>
@@ -15,7 +17,7 @@ constexpr std::chrono::milliseconds virtualPatience{1};
 void awaitWords(DataQueue& queue, std::size_t words, std::chrono::milliseconds limit) {
     if (!simClock.isVirtual())
         queue.await(words, limit);
-    else if (!queue.await(words, std::min(limit, virtualPatience)))
+    else if (!queue.await(words, std::min(limit, virtualPatience)) && !simClock.isDriven())
         simClock.advance(limit);
 }
 
@@ -28,19 +30,36 @@ DataQueue* Board::queue(unsigned number) noexcept {
     return isAction ? &ports_[port].actionQueue() : &ports_[port].receiveQueue();
 }
 
+int Board::clearQueue(unsigned number) {
+    DataQueue* const found = queue(number);
+    if (!found) return OrvoSimHalNoQueue;
+    found->clear();
+    if (condition_.has(Trouble::Script) && number < maxPorts) script()->noteClear(number);
+    return 0;
+}
+
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
+    const bool hasScript = condition_.has(Trouble::Script);
     if (!condition_.isGood()) {
+        passScript();
         if (const int refused = refusal(); refused != 0) return refused;
         if (const auto failure = faults_.takeReadFailure(number)) return *failure;
     }
     if (words == 0) return 0;
+    if (hasScript && number < maxPorts)
+        if (const auto result = script()->queue(number).readStaged(out, words)) return *result;
+    if (hasScript && number >= firstActionQueue) script()->noteActionRead(number - firstActionQueue);
     if (number < maxPorts && source->words() == 0) ports_[number].playWire();
     awaitWords(*source, words, std::chrono::milliseconds(timeoutMs));
-    const int bytes = static_cast<int>(source->take(out, words) * sizeof *out);
-    if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
-    if (bytes == 0) return HalTimeout;
+    const std::size_t count = source->take(out, words);
+    if (condition_.has(Trouble::Gone) && !hasScript) return OrvoSimHalBoardGone; // a script accounts for all
+    if (count == 0) return HalTimeout;
+    const int bytes = hasScript && number < maxPorts
+                          ? script()->queue(number).delivered(*source, out, words, count)
+                          : static_cast<int>(count * sizeof *out);
+    if (bytes < 0) return bytes;
     return condition_.has(Trouble::QueueFaults) ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
 }
 

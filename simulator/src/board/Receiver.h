@@ -21,6 +21,12 @@ public:
     void countLost(std::uint64_t frames) noexcept override;
     bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
 
+    /// Apart from those of the queue.
+    void presetCounters(std::uint64_t value) noexcept {
+        for (SharedCounter* counter : {&goodFrames_, &goodBytes_, &errors_, &ignoredFrames_})
+            counter->set(value);
+    }
+
     std::uint64_t goodFrames() const noexcept { return goodFrames_.value(); }
     std::uint64_t goodBytes() const noexcept { return goodBytes_.value(); }
     std::uint64_t errors() const noexcept { return errors_.value(); }
