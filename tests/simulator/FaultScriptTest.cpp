@@ -18,7 +18,7 @@ std::vector<int> turnsOf(const std::string& when, std::uint64_t seed = 1, int co
                         script.faults[0].when.armedBy.empty() ? 0 : 8);
     std::vector<int> turns;
     for (int occurrence = 1; occurrence <= count; ++occurrence) {
-        if (occurrence == 5) fault.noteWrite(8, 3);
+        if (occurrence == 5) fault.noteWrite(8, 3, std::chrono::milliseconds(5));
         if (fault.occurs(std::chrono::milliseconds(occurrence))) turns.push_back(occurrence);
     }
     return turns;
@@ -30,6 +30,7 @@ TEST(FaultScriptTest, FaultsTakeTheirTurns) {
     EXPECT_THAT(turnsOf("every = 2\nfrom = 4\nto = 8\ntimes = 2"), ElementsAre(5, 7));
     EXPECT_THAT(turnsOf("from_ms = 3\nto_ms = 4"), ElementsAre(3, 4));
     EXPECT_THAT(turnsOf("after_write = 'GigE_Reset'\nvalue = 3\nto = 2"), ElementsAre(5, 6));
+    EXPECT_THAT(turnsOf("after_write = 'GigE_Reset'\nvalue = 3\nfrom_ms = 4"), ElementsAre(9, 10, 11, 12));
     EXPECT_THAT(turnsOf("rate = 0"), ElementsAre());
     EXPECT_EQ(turnsOf("rate = 1.0").size(), 12U);
     EXPECT_NEAR(static_cast<double>(turnsOf("rate = 0.1", 1, 10'000).size()), 1000, 100);

@@ -65,6 +65,11 @@ public:
     void report(unsigned port, OrvoSimPort& out);
 
 private:
+    std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                           std::uint32_t timeoutMs);
+    int deliveredBytes(unsigned number, std::size_t count);
+    int readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                     std::uint32_t timeoutMs);
     int writeTroubled(std::uint32_t address, std::uint64_t value) noexcept;
     int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;
     int readUsual(std::uint32_t address, std::uint64_t& value) noexcept;

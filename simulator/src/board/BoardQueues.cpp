@@ -38,29 +38,50 @@ int Board::clearQueue(unsigned number) {
     return 0;
 }
 
+std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                              std::uint32_t timeoutMs) {
+    if (number < maxPorts && source.words() == 0) ports_[number].playWire();
+    awaitWords(source, words, std::chrono::milliseconds(timeoutMs));
+    return source.take(out, words);
+}
+
+int Board::deliveredBytes(unsigned number, std::size_t count) {
+    const int bytes = static_cast<int>(count * sizeof(std::uint32_t));
+    return condition_.has(Trouble::QueueFaults) ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+}
+
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
-    const bool hasScript = condition_.has(Trouble::Script);
+    if (condition_.has(Trouble::Script)) [[unlikely]]
+        return readScripted(*source, number, out, words, timeoutMs);
     if (!condition_.isGood()) {
-        passScript();
         if (const int refused = refusal(); refused != 0) return refused;
         if (const auto failure = faults_.takeReadFailure(number)) return *failure;
     }
     if (words == 0) return 0;
-    if (hasScript && number < maxPorts)
-        if (const auto result = script()->queue(number).readStaged(out, words)) return *result;
-    if (hasScript && number >= firstActionQueue) script()->noteActionRead(number - firstActionQueue);
-    if (number < maxPorts && source->words() == 0) ports_[number].playWire();
-    awaitWords(*source, words, std::chrono::milliseconds(timeoutMs));
-    const std::size_t count = source->take(out, words);
-    if (condition_.has(Trouble::Gone) && !hasScript) return OrvoSimHalBoardGone; // a script accounts for all
-    if (count == 0) return HalTimeout;
-    const int bytes = hasScript && number < maxPorts
-                          ? script()->queue(number).delivered(*source, out, words, count)
-                          : static_cast<int>(count * sizeof *out);
-    if (bytes < 0) return bytes;
-    return condition_.has(Trouble::QueueFaults) ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+    const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
+    if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
+    return count != 0 ? deliveredBytes(number, count) : static_cast<int>(HalTimeout);
+}
+
+/// The same where a script accounts for every word.
+int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                        std::uint32_t timeoutMs) {
+    passScript();
+    QueueFaults* const frames = number < maxPorts ? &script()->queue(number) : nullptr;
+    if (const int refused = refusal(); refused != 0) {
+        if (frames) frames->refused(source);
+        return refused;
+    }
+    if (const auto failure = faults_.takeReadFailure(number)) return *failure;
+    if (words == 0) return 0;
+    if (frames)
+        if (const auto result = frames->readStaged(out, words)) return *result;
+    if (!frames) script()->noteActionRead(number - firstActionQueue);
+    const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
+    if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
+    return frames ? frames->delivered(source, out, words, count) : deliveredBytes(number, count);
 }
 
 } // namespace orvo::sim

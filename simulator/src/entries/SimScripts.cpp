@@ -26,7 +26,8 @@ template <class Read> int load(std::uint64_t seed, char* error, std::size_t erro
 std::uint64_t effectsOf(const ScriptedFault& fault) noexcept {
     if (fault.kind() != FaultKind::SlowNegotiation) return fault.effects();
     if (fault.injected() == 0) return 0;
-    return microseconds(std::min(fault.spec().duration, simClock.now() - fault.lastInjection()));
+    const SimTime end = std::min(fault.supersededAt(), simClock.now());
+    return microseconds(std::min(fault.spec().duration, end - fault.lastInjection()));
 }
 
 } // namespace
@@ -49,9 +50,16 @@ int orvoSimReadFault(unsigned number, struct OrvoSimFault* out) {
     if (!fault) return OrvoSimNoSuchPlace;
     if (!out) return OrvoSimBadValue;
     const FaultSpec& spec = fault->spec();
-    *out = {spec.kind->name,   spec.line,           spec.place.board,
-            spec.place.port,   spec.received,       fault->injected(),
-            effectsOf(*fault), spec.kind->evidence, textOf(spec.kind->evidence)};
+    *out = {spec.kind->name,
+            spec.line,
+            spec.place.board,
+            spec.place.port,
+            spec.received,
+            static_cast<std::uint32_t>(std::chrono::floor<std::chrono::milliseconds>(spec.duration).count()),
+            fault->injected(),
+            effectsOf(*fault),
+            spec.kind->evidence,
+            textOf(spec.kind->evidence)};
     return 0;
 }
 

@@ -69,7 +69,7 @@ void BoardFaults::noteWrite(std::uint32_t address, std::uint64_t value, bool isR
     const unsigned port = portOf(address);
     if (isRefused && address == addressOf(Register::GigeWriteComplete, port) && ports_[port])
         ports_[port]->refused.fetch_add(1);
-    for (ScriptedFault* const fault : armed_) fault->noteWrite(address, value);
+    for (ScriptedFault* const fault : armed_) fault->noteWrite(address, value, simClock.now());
 }
 
 void BoardFaults::noteClear(unsigned port) {

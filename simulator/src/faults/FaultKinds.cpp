@@ -62,7 +62,7 @@ const char* textOf(OrvoSimEvidence evidence) noexcept {
     case OrvoSimStillInReset:
         return "\"GigE PHY ... still in reset\"";
     case OrvoSimLinkDownTime:
-        return "time that the link is down";
+        return "microseconds that the link is down";
     case OrvoSimLinkLosses:
         return "times that the link went down";
     case OrvoSimActionReports:

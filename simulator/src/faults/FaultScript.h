@@ -10,7 +10,7 @@
 namespace orvo::sim {
 
 /// When a fault happens: at which of the occurrences that its kind counts, or at which moments. Moments count
-/// from the loading of the script.
+/// from the loading of the script, or from the write that arms the fault.
 struct FaultSchedule {
     std::uint64_t at = 0;    ///< this occurrence alone; 0: not so
     std::uint64_t every = 1; ///< every so many, the first one at `from + every - 1`

@@ -5,6 +5,7 @@ namespace orvo::sim {
 
 PhyTimes PhyFaults::atReset(PhyTimes usual, SimTime now) noexcept {
     for (ScriptedFault* const fault : faults_) {
+        fault->supersede(now);
         if (!fault->occurs(now)) continue;
         fault->countInjection(now);
         if (fault->kind() == FaultKind::ResetEndless)

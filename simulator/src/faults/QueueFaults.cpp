@@ -39,8 +39,9 @@ int QueueFaults::delivered(DataQueue& queue, std::uint32_t* out, std::size_t wor
     if (begins) {
         if (ScriptedFault* const fault = choose()) {
             taken_.fetch_add(1);
-            fault->countInjection(simClock.now());
-            return begin(*fault, queue, out);
+            const int result = begin(*fault, queue, out);
+            if (!staged_) fault->countInjection(simClock.now());
+            return result;
         }
     }
     walk(out, count);
@@ -107,11 +108,20 @@ std::optional<int> QueueFaults::readStaged(std::uint32_t* out, std::size_t words
     const std::lock_guard lock(mutex_);
     ScriptedFault* const fault = std::exchange(staged_, nullptr);
     if (!fault) return std::nullopt;
+    fault->countInjection(simClock.now());
     const std::size_t count = std::min(words, stage_.size());
     std::copy_n(stage_.begin(), count, out);
     if (fault->kind() == FaultKind::ReadTorn) return 2;
     const int bytes = static_cast<int>(count) * wordBytes;
     return fault->kind() == FaultKind::ReadLong ? static_cast<int>(words) * wordBytes + 4 : bytes;
+}
+
+void QueueFaults::refused(DataQueue& queue) {
+    const std::lock_guard lock(mutex_);
+    if (wordsLeft_ == 0 && !staged_) return;
+    failed_.fetch_add(1);
+    stage(queue, std::exchange(wordsLeft_, 0));
+    if (ScriptedFault* const fault = std::exchange(staged_, nullptr)) fault->postpone(); // it has not shown
 }
 
 void QueueFaults::cleared(std::uint64_t queued) {

@@ -22,6 +22,8 @@ public:
     /// `count` words were delivered of those the queue holds, in a read of `words`: the result of the read,
     /// after what faults make of it.
     int delivered(DataQueue& queue, std::uint32_t* out, std::size_t words, std::size_t count);
+    /// A read of the host was refused: what it was in the middle of is lost.
+    void refused(DataQueue& queue);
     /// The host has the queue cleared, with `queued` frames put into it so far.
     void cleared(std::uint64_t queued);
 

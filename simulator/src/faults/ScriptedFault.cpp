@@ -12,7 +12,8 @@ bool ScriptedFault::mayHappen(SimTime now) const noexcept {
 }
 
 bool ScriptedFault::isInWindow(SimTime now) const noexcept {
-    return now - start_ >= spec_.when.fromTime && now - start_ <= spec_.when.toTime;
+    const SimTime passed = now - start_.load();
+    return passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
 }
 
 /// Draws for every occurrence that a rate applies to, whatever comes of it.
@@ -44,18 +45,20 @@ void ScriptedFault::postpone() {
 bool ScriptedFault::isDue(SimTime now) {
     if (!isTimed()) return due_.exchange(false) && !ended_.load();
     const std::lock_guard lock(mutex_);
-    if (!mayHappen(now) || !next_ || now - start_ < *next_ || taken_ >= spec_.when.times) return false;
+    const SimTime passed = now - start_.load();
+    if (!mayHappen(now) || !next_ || passed < *next_ || taken_ >= spec_.when.times) return false;
     ++taken_;
     if (spec_.when.everyTime == SimTime::zero())
         next_.reset();
     else
-        *next_ += ((now - start_ - *next_) / spec_.when.everyTime + 1) * spec_.when.everyTime;
+        *next_ += ((passed - *next_) / spec_.when.everyTime + 1) * spec_.when.everyTime;
     return true;
 }
 
-void ScriptedFault::noteWrite(std::uint32_t address, std::uint64_t value) noexcept {
-    if (armingAddress_ != 0 && address == armingAddress_ && value == spec_.when.armingValue)
-        armed_.store(true);
+void ScriptedFault::noteWrite(std::uint32_t address, std::uint64_t value, SimTime now) noexcept {
+    if (address != armingAddress_ || value != spec_.when.armingValue || armed_.load()) return;
+    start_.store(now);
+    armed_.store(true);
 }
 
 std::uint64_t ScriptedFault::random(std::uint64_t limit) {
@@ -66,6 +69,12 @@ std::uint64_t ScriptedFault::random(std::uint64_t limit) {
 void ScriptedFault::countInjection(SimTime now) noexcept {
     injected_.fetch_add(1);
     lastInjection_.store(now);
+    supersededAt_.store(never);
+}
+
+void ScriptedFault::supersede(SimTime now) noexcept {
+    SimTime lasting = never;
+    supersededAt_.compare_exchange_strong(lasting, now);
 }
 
 } // namespace orvo::sim

@@ -30,7 +30,7 @@ public:
     void setDue() noexcept { due_.store(true); }
     bool isTimed() const noexcept { return spec_.when.atTime.has_value(); }
 
-    void noteWrite(std::uint32_t address, std::uint64_t value) noexcept;
+    void noteWrite(std::uint32_t address, std::uint64_t value, SimTime now) noexcept;
     /// No more from now on.
     void end() noexcept { ended_.store(true); }
 
@@ -38,6 +38,10 @@ public:
     std::uint64_t random(std::uint64_t limit);
 
     void countInjection(SimTime now) noexcept;
+    /// What the last injection did is over before its time.
+    void supersede(SimTime now) noexcept;
+    /// `never` while it lasts.
+    SimTime supersededAt() const noexcept { return supersededAt_.load(); }
     /// What an injection made beyond itself: reports.
     void countEffects(std::uint64_t by) noexcept { effects_.fetch_add(by); }
     std::uint64_t injected() const noexcept { return injected_.load(); }
@@ -50,7 +54,7 @@ private:
     bool isTurn() noexcept;
 
     const FaultSpec spec_;
-    const SimTime start_;
+    std::atomic<SimTime> start_; // moments count from there
     const std::uint32_t armingAddress_;
     std::atomic<bool> armed_;
     std::atomic<bool> ended_{false};
@@ -58,6 +62,7 @@ private:
     std::atomic<std::uint64_t> injected_{0};
     std::atomic<std::uint64_t> effects_{0};
     std::atomic<SimTime> lastInjection_{SimTime::zero()};
+    std::atomic<SimTime> supersededAt_{never};
 
     std::mutex mutex_; // guards what follows
     std::mt19937_64 generator_;

@@ -181,6 +181,7 @@ struct OrvoSimFault {
     unsigned board;
     unsigned port;
     int received;      ///< 1: at the port, 0: away from it
+    uint32_t forMs;    ///< how long it lasts; 0: that has no meaning for it
     uint64_t injected; ///< how often it happened
     uint64_t effects;  ///< of action command storms, reports that found room; of slow negotiations, the least
                        ///< time without link that the last one must have made until now, in microseconds
