@@ -7,6 +7,8 @@ namespace orvo::sim {
 
 namespace {
 
+constexpr auto drivenEpoch = std::chrono::seconds{946'684'800}; // 2000-01-01 UTC
+
 SimTime steadyNow() noexcept {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
@@ -20,8 +22,10 @@ SimTime Clock::now() const noexcept {
     return steadyNow() + ahead_.load(std::memory_order_acquire);
 }
 
-void Clock::useVirtual(bool on) {
+void Clock::useVirtual(bool on, bool driven) {
     const std::lock_guard lock(mode_);
+    if (driven && !isDriven()) drivenSince_.store(now());
+    driven_.store(driven);
     if (on == isVirtual()) return;
     if (on)
         virtualNow_.store(steadyNow() + ahead_.load());
@@ -38,6 +42,7 @@ bool Clock::advance(SimTime span) {
 }
 
 std::chrono::nanoseconds Clock::wallTime() const noexcept {
+    if (isDriven()) return now() - drivenSince_.load() + drivenEpoch;
     // Taken once, so that stamps of one process never run backwards.
     static const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch() - steadyNow();
     return now() + sinceEpoch;

@@ -27,7 +27,10 @@ class Clock {
 public:
     SimTime now() const noexcept;
     bool isVirtual() const noexcept { return virtual_.load(std::memory_order_acquire); }
-    void useVirtual(bool on);
+    /// Driven: nothing but `advance` at the hands of who drives it moves it, and time stamps count from a
+    /// moment that is always the same.
+    void useVirtual(bool on, bool driven = false);
+    bool isDriven() const noexcept { return driven_.load(std::memory_order_relaxed); }
     /// As far as `lastMoment`. False, and without effect, in real time.
     bool advance(SimTime span);
     /// The moment as nanoseconds since 1970, for time stamps in captures.
@@ -36,6 +39,8 @@ public:
 private:
     std::mutex mode_;
     std::atomic<bool> virtual_{false};
+    std::atomic<bool> driven_{false};
+    std::atomic<SimTime> drivenSince_{SimTime::zero()};
     std::atomic<SimTime> virtualNow_{SimTime::zero()};
     std::atomic<SimTime> ahead_{SimTime::zero()}; // of the steady clock, in real time
 };

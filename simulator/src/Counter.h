@@ -11,6 +11,7 @@ class Counter {
 public:
     std::uint64_t value() const noexcept { return value_.load(std::memory_order_relaxed); }
     void add(std::uint64_t by) noexcept { value_.store(value() + by, std::memory_order_relaxed); }
+    void set(std::uint64_t value) noexcept { value_.store(value, std::memory_order_relaxed); }
 
 private:
     std::atomic<std::uint64_t> value_{0};
@@ -21,6 +22,7 @@ class SharedCounter {
 public:
     std::uint64_t value() const noexcept { return value_.load(std::memory_order_relaxed); }
     void add(std::uint64_t by) noexcept { value_.fetch_add(by, std::memory_order_relaxed); }
+    void set(std::uint64_t value) noexcept { value_.store(value, std::memory_order_relaxed); }
 
 private:
     std::atomic<std::uint64_t> value_{0};

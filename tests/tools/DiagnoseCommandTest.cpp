@@ -50,7 +50,7 @@ TEST(DiagnoseCommandTest, TellsASickLinkFromAHealthyOne) {
     Json diagnosis;
     for (unsigned port = 0; port < std::size(ports); ++port) {
         SCOPED_TRACE(port);
-        diagnosis = diagnose(session, {0, port});
+        diagnosis = diagnose(session, {0, port}).document;
         EXPECT_EQ(diagnosis["healthy"], ports[port].findings.empty());
         std::vector<std::string> findings;
         for (const auto& finding : diagnosis["findings"]) findings.push_back(finding["finding"]);

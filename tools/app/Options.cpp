@@ -48,6 +48,20 @@ void InstallationOptions::addTo(CLI::App& command) {
         ->check(CLI::IsMember({"real", "virtual"}));
 }
 
+void InstallationOptions::addFaultsTo(CLI::App& command) {
+    auto* const script =
+        command
+            .add_option("--faults", faults,
+                        "Have the simulated board go wrong as this script says, and account for every frame")
+            ->check(CLI::Validator(
+                [](const std::string& text) { return text.empty() ? "it names no file" : ""; }, ""))
+            ->type_name("FILE");
+    command.add_option("--seed", seed, "Seed of the script's random choices (default 0)")
+        ->needs(script)
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("N");
+}
+
 void InstallationOptions::requireRealTime() const {
     if (virtualTime)
         throw UsageFailure("live traffic keeps real time; leave --time virtual out (--no-reset saves the "

@@ -3,6 +3,7 @@
 
 #include "board/PortAddress.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,11 @@ struct InstallationOptions {
     std::string root; ///< empty: the one that this program is part of
     std::vector<WireOption> wires;
     bool virtualTime = false; ///< pauses advance the simulated board's clock instead of waiting
+    std::string faults;       ///< script of what goes wrong on the simulated board; empty: nothing
+    std::uint64_t seed = 0;   ///< of the script's random choices
 
     void addTo(CLI::App& command);
+    void addFaultsTo(CLI::App& command);
 
     /// Errors: UsageFailure when they ask for virtual time, which live traffic does not keep to.
     void requireRealTime() const;

@@ -22,9 +22,16 @@ PluginLog::PluginLog(const Installation& installation) {
     if (!unsubscribe_) subscribe_ = nullptr;
 }
 
+std::uint64_t PluginLog::subscribe(std::uint32_t level, OrvoLogCallback callback, void* context) const {
+    return subscribe_ ? subscribe_(interfaceLogger, level, callback, context) : 0;
+}
+
+void PluginLog::unsubscribe(std::uint64_t subscription) const {
+    if (subscription != 0) unsubscribe_(subscription);
+}
+
 LogCollector::LogCollector(const PluginLog& log, std::uint32_t level)
-    : log_(log), level_(level),
-      subscription_(log.available() ? log.subscribe_(interfaceLogger, level, collect, this) : 0) {}
+    : log_(log), level_(level), subscription_(log.subscribe(level, collect, this)) {}
 
 LogCollector::~LogCollector() {
     end();
@@ -32,7 +39,7 @@ LogCollector::~LogCollector() {
 }
 
 void LogCollector::end() {
-    if (subscription_ != 0) log_.unsubscribe_(subscription_);
+    log_.unsubscribe(subscription_);
     subscription_ = 0;
 }
 

@@ -22,9 +22,11 @@ public:
 
     bool available() const noexcept { return subscribe_ != nullptr; }
 
-private:
-    friend class LogCollector;
+    /// Has the interfaces' messages of `level` and above handed to `callback`; 0 when they are not to be had.
+    std::uint64_t subscribe(std::uint32_t level, OrvoLogCallback callback, void* context) const;
+    void unsubscribe(std::uint64_t subscription) const; ///< 0: does nothing
 
+private:
     decltype(&::orvoLogSubscribe) subscribe_ = nullptr;
     decltype(&::orvoLogUnsubscribe) unsubscribe_ = nullptr;
 };

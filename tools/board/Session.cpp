@@ -9,7 +9,7 @@ namespace orvo::host {
 
 Session::Session(const InstallationOptions& options, unsigned defaultBoard)
     : installation(options.root), libraries(installation), simulator(SimulatorControl::find(libraries.hal())),
-      virtualTime(options.virtualTime) {
+      virtualTime(options.virtualTime), hasFaults(!options.faults.empty()) {
     if (!options.wires.empty() && !simulator)
         throw Failure("--wire needs a simulated board, and the one of " +
                       quoted(installation.root().string()) +
@@ -17,8 +17,12 @@ Session::Session(const InstallationOptions& options, unsigned defaultBoard)
     if (virtualTime && !simulator)
         throw Failure("--time virtual needs a simulated board, and the one of " +
                       quoted(installation.root().string()) + " is real; leave the option out");
+    if (hasFaults && !simulator)
+        throw Failure("--faults needs a simulated board, and the one of " +
+                      quoted(installation.root().string()) + " is real; leave the option out");
+    if (virtualTime) hasFaults ? simulator->letPausesDriveTime() : simulator->letPausesAdvanceTime();
+    if (hasFaults) simulator->loadFaults(options.faults, options.seed); // before the wires, which pass them
     for (const auto& option : options.wires) simulator->setWire(option.address(defaultBoard), option.wire);
-    if (virtualTime) simulator->letPausesAdvanceTime();
 }
 
 double Session::seconds() const {

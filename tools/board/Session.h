@@ -19,6 +19,7 @@ struct Session {
     BoardLibraries libraries;
     std::optional<SimulatorControl> simulator; ///< nothing: the board is a real one
     bool virtualTime;
+    bool hasFaults; ///< a script is at work; in virtual time, the thread that made this drives the clock
 
     /// The time that passes for the board, in seconds from an arbitrary start.
     double seconds() const;

@@ -25,7 +25,11 @@ SimulatorControl::SimulatorControl(const DynamicLibrary& hal)
       flushWires_(hal.require<decltype(::orvoSimFlushWires)>("orvoSimFlushWires")),
       useVirtualTime_(hal.require<decltype(::orvoSimUseVirtualTime)>("orvoSimUseVirtualTime")),
       advanceTime_(hal.require<decltype(::orvoSimAdvanceTime)>("orvoSimAdvanceTime")),
-      time_(hal.require<decltype(::orvoSimTime)>("orvoSimTime")) {}
+      time_(hal.require<decltype(::orvoSimTime)>("orvoSimTime")),
+      loadFaults_(hal.require<decltype(::orvoSimLoadFaults)>("orvoSimLoadFaults")),
+      endFaults_(hal.require<decltype(::orvoSimEndFaults)>("orvoSimEndFaults")),
+      readFault_(hal.require<decltype(::orvoSimReadFault)>("orvoSimReadFault")),
+      readPortAccount_(hal.require<decltype(::orvoSimReadPortAccount)>("orvoSimReadPortAccount")) {}
 
 void SimulatorControl::setWire(PortAddress port, const std::string& wire) const {
     std::array<char, 512> reason = {};
@@ -43,15 +47,45 @@ std::string SimulatorControl::wire(PortAddress port) const {
     return getWire_(port.board, port.port, text.data(), text.size()) == 0 ? text.data() : "";
 }
 
+std::optional<OrvoSimPort> SimulatorControl::state(PortAddress port) const {
+    OrvoSimPort found = {};
+    if (readPort_(port.board, port.port, &found) != 0) return std::nullopt;
+    return found;
+}
+
 std::optional<bool> SimulatorControl::linkUp(PortAddress port) const {
-    OrvoSimPort state = {};
-    if (readPort_(port.board, port.port, &state) != 0) return std::nullopt;
-    return state.linkUp != 0;
+    const auto found = state(port);
+    if (!found) return std::nullopt;
+    return found->linkUp != 0;
 }
 
 void SimulatorControl::letPausesAdvanceTime() const {
-    useVirtualTime_(1);
+    useVirtualTime_(OrvoSimVirtualTime);
     letPausesAdvance(advanceTime_);
+}
+
+void SimulatorControl::letPausesDriveTime() const {
+    useVirtualTime_(OrvoSimDrivenTime);
+    letPausesAdvance(advanceTime_, true);
+}
+
+void SimulatorControl::loadFaults(const std::string& script, std::uint64_t seed) const {
+    std::array<char, 4096> reason = {};
+    if (loadFaults_(script.c_str(), seed, reason.data(), reason.size()) != 0)
+        throw Failure(std::string(reason.data()) + " (option --faults)");
+}
+
+std::vector<OrvoSimFault> SimulatorControl::faults() const {
+    std::vector<OrvoSimFault> found;
+    for (OrvoSimFault fault = {}; readFault_(static_cast<unsigned>(found.size()), &fault) == 0;)
+        found.push_back(fault);
+    return found;
+}
+
+OrvoSimPortAccount SimulatorControl::account(PortAddress port) const {
+    OrvoSimPortAccount found = {};
+    readPortAccount_(port.board, port.port, &found); // stays zero where there is none
+    return found;
 }
 
 double SimulatorControl::seconds() const {

@@ -6,8 +6,10 @@
 
 #include <orvo/sim/orvo_sim.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orvo::host {
 
@@ -26,11 +28,26 @@ public:
     /// Nothing when there is no such port.
     std::optional<bool> linkUp(PortAddress port) const;
 
+    /// What a port did so far; nothing when there is no such port.
+    std::optional<OrvoSimPort> state(PortAddress port) const;
+
     /// Switches the board to virtual time, and lets every usleep of the process advance it.
     void letPausesAdvanceTime() const;
+    /// The same for the calling thread's usleeps alone: it decides what time it is, and time stamps are
+    /// always the same.
+    void letPausesDriveTime() const;
+    void advanceTime(std::uint64_t microseconds) const { advanceTime_(microseconds); }
 
     /// The board's clock, from an arbitrary start.
     double seconds() const;
+    std::uint64_t microseconds() const { return time_(); }
+
+    /// Has the faults of a script happen from now on. Errors: Failure when it is bad.
+    void loadFaults(const std::string& script, std::uint64_t seed) const;
+    void endFaults() const { endFaults_(); }
+    std::vector<OrvoSimFault> faults() const;
+    /// Of a port that is there, once faults were loaded.
+    OrvoSimPortAccount account(PortAddress port) const;
 
     /// Completes the files that wires write. Errors: Failure when one did not take everything.
     void flushWires() const;
@@ -46,6 +63,10 @@ private:
     decltype(&::orvoSimUseVirtualTime) useVirtualTime_;
     decltype(&::orvoSimAdvanceTime) advanceTime_;
     decltype(&::orvoSimTime) time_;
+    decltype(&::orvoSimLoadFaults) loadFaults_;
+    decltype(&::orvoSimEndFaults) endFaults_;
+    decltype(&::orvoSimReadFault) readFault_;
+    decltype(&::orvoSimReadPortAccount) readPortAccount_;
 };
 
 } // namespace orvo::host

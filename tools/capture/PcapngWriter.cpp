@@ -9,7 +9,7 @@
 namespace orvo::host {
 namespace {
 
-pcapng::Timestamp now() {
+pcapng::Timestamp systemTime() {
     const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
     return static_cast<pcapng::Timestamp>(
         std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count());
@@ -25,7 +25,7 @@ std::size_t closingBlockBytes() {
 
 PcapngWriter::PcapngWriter(const std::string& path, const std::string& interfaceName,
                            const std::string& description, BlockFile::Target target)
-    : path_(path), interfaceName_(interfaceName), description_(description),
+    : path_(path), clock_(systemTime), interfaceName_(interfaceName), description_(description),
       file_(path, closingBlockBytes(), target) {
     if (!file_.replacesFile()) writeHeader(); // shows a full disk or device before anything else happens
 }
@@ -53,11 +53,11 @@ void PcapngWriter::begin() {
         writeHeader();
     }
     open_ = true;
-    begin_ = now();
+    begin_ = clock_();
 }
 
 void PcapngWriter::write(const void* frame, std::size_t bytes) {
-    const auto time = now();
+    const auto time = clock_();
     auto* block = file_.add(pcapng::enhancedPacketBytes(bytes));
     pcapng::putEnhancedPacket(block, 0, time, frame, bytes);
     ++frames_;
@@ -84,7 +84,7 @@ std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
 
 std::vector<std::uint8_t> PcapngWriter::statisticsBlock(std::uint64_t frames,
                                                         std::optional<std::uint64_t> droppedFrames) const {
-    return pcapng::interfaceStatistics({0, begin_, std::max(begin_, now()), frames, droppedFrames});
+    return pcapng::interfaceStatistics({0, begin_, std::max(begin_, clock_()), frames, droppedFrames});
 }
 
 } // namespace orvo::host

@@ -5,6 +5,7 @@
 #include "capture/PcapngBlocks.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -23,6 +24,9 @@ public:
     PcapngWriter& operator=(const PcapngWriter&) = delete;
 
     const std::string& path() const noexcept { return path_; }
+
+    /// Takes the time of frames from here instead of the system's clock: nanoseconds since 1970.
+    void setClock(std::function<pcapng::Timestamp()> clock) { clock_ = std::move(clock); }
 
     /// From now on the file is replaced. Errors: Failure, as all that follow, when the disk is full or fails;
     /// nothing may be written afterwards.
@@ -53,6 +57,7 @@ private:
                                               std::optional<std::uint64_t> droppedFrames) const;
 
     const std::string path_;
+    std::function<pcapng::Timestamp()> clock_;
     const std::string interfaceName_;
     const std::string description_;
     BlockFile file_;

@@ -10,6 +10,7 @@
 #include "board/Board.h"
 #include "board/Session.h"
 #include "commands/Ports.h"
+#include "faults/FaultWatch.h"
 #include "network/NetworkNamespace.h"
 #include "network/TapDevice.h"
 #include "traffic/Bridge.h"
@@ -18,6 +19,7 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <numeric>
 
 namespace orvo::host {
 namespace {
@@ -37,6 +39,7 @@ struct BridgeReport {
     std::uint32_t unreadFrames = 0; ///< that the TAP's own queue had no room for
     std::chrono::duration<double> duration = {};
     std::vector<PortStatistics> statistics = {};
+    std::optional<Ledger> ledger = {};
 
     Drops drops() const;
 };
@@ -68,10 +71,20 @@ std::string textOf(const BridgeReport& report) {
 }
 
 nlohmann::ordered_json jsonOf(const BridgeReport& report) {
-    return {{"port", report.options.port.address.text()}, {"tap", report.options.tap},
-            {"toPort", jsonOf(report.totals.toPort)},     {"toTap", jsonOf(report.totals.toTap)},
-            {"dropped", report.drops().json()},           {"seconds", report.duration.count()},
-            {"statistics", jsonOf(report.statistics)}};
+    nlohmann::ordered_json document = {
+        {"port", report.options.port.address.text()}, {"tap", report.options.tap},
+        {"toPort", jsonOf(report.totals.toPort)},     {"toTap", jsonOf(report.totals.toTap)},
+        {"dropped", report.drops().json()},           {"seconds", report.duration.count()},
+        {"statistics", jsonOf(report.statistics)}};
+    if (report.ledger) document["faults"] = jsonOf(*report.ledger);
+    return document;
+}
+
+HostCount hostCountOf(const BridgeReport& report) {
+    const auto& totals = report.totals;
+    const auto received =
+        std::accumulate(totals.undelivered.begin(), totals.undelivered.end(), totals.toTap.frames);
+    return {.port = report.options.port.address, .handed = totals.toPort.frames, .received = received};
 }
 
 void configureTap(const BridgeOptions& options) {
@@ -91,7 +104,8 @@ void tellReady(const BridgeOptions& options, const BridgeSetting& setting) {
     notice("port " + options.port.address.text() + " and " + options.tap + " are bridged; end with Ctrl-C");
 }
 
-BridgeTotals carry(TapDevice& tap, Ports& ports, const BridgeOptions& options, const BridgeSetting& setting) {
+BridgeTotals carry(TapDevice& tap, Ports& ports, const BridgeOptions& options, const BridgeSetting& setting,
+                   FaultWatch& watch) {
     const auto reconfigureTap = [&options] {
         try {
             configureTap(options);
@@ -100,7 +114,10 @@ BridgeTotals carry(TapDevice& tap, Ports& ports, const BridgeOptions& options, c
         }
     };
     Bridge bridge(ports.at(options.port.address).interface(), tap,
-                  {.tell = notice, .tapReturned = reconfigureTap, .ending = [&] { ports.stop(); }});
+                  {.tell = notice, .tapReturned = reconfigureTap, .ending = [&] {
+                       watch.end();
+                       ports.stop();
+                   }});
     tellReady(options, setting);
     std::optional<Progress> progress;
     if (!setting.ready) progress.emplace([&] { return progressText(bridge.totals()); });
@@ -133,6 +150,7 @@ BridgeCommand::BridgeCommand(CLI::App& program)
         ->type_name("A/N");
     options_.port.addTo(line());
     options_.installation.addTo(line());
+    options_.installation.addFaultsTo(line());
     line().add_flag("--json", options_.json, "Print the report as JSON");
 }
 
@@ -148,19 +166,21 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
     configureTap(options);
     const auto session = openSession(options, setting);
     requireFrameRegisters(session.libraries, address);
+    FaultWatch watch(session, options.installation, {address});
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 
     BridgeReport report{.options = options};
     const auto begin = Clock::now();
-    report.totals = carry(tap, ports, options, setting);
+    report.totals = carry(tap, ports, options, setting, watch);
     report.duration = Clock::now() - begin;
     if (const auto unread = unsentFrames(options.tap); unread && unreadBefore)
         report.unreadFrames = *unread - *unreadBefore;
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
+    report.ledger = watch.settle(report.statistics, {hostCountOf(report)});
     options.json ? print(jsonOf(report)) : print(textOf(report));
-    return Done;
+    return tellLedger(report.ledger) ? Done : DifferencesFound;
 }
 
 } // namespace orvo::host

@@ -9,6 +9,7 @@
 #include "app/Signals.h"
 #include "board/Session.h"
 #include "commands/Ports.h"
+#include "faults/FaultWatch.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -28,6 +29,7 @@ struct CaptureReport {
     CaptureResult result = {};
     std::chrono::duration<double> duration = {};
     std::vector<PortStatistics> statistics = {};
+    std::optional<Ledger> ledger = {};
 
     /// Frames that the output did not take.
     std::uint64_t unwrittenFrames() const {
@@ -65,16 +67,18 @@ nlohmann::ordered_json jsonOf(const CaptureReport& report) {
     auto files = nlohmann::ordered_json::array();
     for (const auto& file : report.output.files())
         files.push_back({{"file", file.path}, {"frames", file.frames}});
-    return {{"port", report.options.port.address.text()},
-            {"received", jsonOf(report.result.totals.received)},
-            {"filteredOut", report.result.totals.filteredOut},
-            {"written", report.output.framesInFiles()},
-            {"overwritten", report.output.overwrittenFrames()},
-            {"lost", report.unwrittenFrames()},
-            {"files", std::move(files)},
-            {"seconds", report.duration.count()},
-            {"ended", textOf(report.result.end)},
-            {"statistics", jsonOf(report.statistics)}};
+    nlohmann::ordered_json document = {{"port", report.options.port.address.text()},
+                                       {"received", jsonOf(report.result.totals.received)},
+                                       {"filteredOut", report.result.totals.filteredOut},
+                                       {"written", report.output.framesInFiles()},
+                                       {"overwritten", report.output.overwrittenFrames()},
+                                       {"lost", report.unwrittenFrames()},
+                                       {"files", std::move(files)},
+                                       {"seconds", report.duration.count()},
+                                       {"ended", textOf(report.result.end)},
+                                       {"statistics", jsonOf(report.statistics)}};
+    if (report.ledger) document["faults"] = jsonOf(*report.ledger);
+    return document;
 }
 
 std::string progressText(const CaptureTotals& totals) {
@@ -91,12 +95,15 @@ void publish(const CaptureReport& report) {
 }
 
 CaptureResult record(const CaptureOptions& options, Ports& ports, CaptureOutput& output,
-                     const FrameFilter* filter) {
+                     const FrameFilter* filter, FaultWatch& watch) {
     output.begin();
     Capture capture(ports.at(options.port.address).interface(), output, filter);
     if (endRequested() == 0) notice("capturing at port " + options.port.address.text() + "; end with Ctrl-C");
     const Progress progress([&] { return progressText(capture.totals()); });
-    return capture.run(options.limits, [&] { ports.stop(); });
+    return capture.run(options.limits, [&] {
+        watch.end();
+        ports.stop();
+    });
 }
 
 } // namespace
@@ -136,6 +143,7 @@ CaptureCommand::CaptureCommand(CLI::App& program)
         ->type_name("EXPR");
     options_.port.addTo(line());
     options_.installation.addTo(line());
+    options_.installation.addFaultsTo(line());
     line().add_flag("--json", options_.json, "Print the report as JSON");
 }
 
@@ -150,18 +158,22 @@ int runCapture(const CaptureOptions& options) {
     if (!options.filter.empty()) filter.emplace(options.filter);
     CaptureOutput output(options.output, captureInterface(address), options.ring);
     const Session session(options.installation, address.board);
+    FaultWatch watch(session, options.installation, {address});
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 
     CaptureReport report{.options = options, .output = output};
     const auto begin = Clock::now();
-    report.result = record(options, ports, output, filter ? &*filter : nullptr);
+    report.result = record(options, ports, output, filter ? &*filter : nullptr, watch);
     report.duration = Clock::now() - begin;
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
+    report.ledger = watch.settle(report.statistics,
+                                 {{.port = address, .received = report.result.totals.received.frames}});
     publish(report);
+    const bool isAccounted = tellLedger(report.ledger);
     if (report.result.failure) std::rethrow_exception(report.result.failure);
-    return Done;
+    return isAccounted ? Done : DifferencesFound;
 }
 
 } // namespace orvo::host

@@ -9,6 +9,7 @@
 #include "board/Phy.h"
 #include "board/Port.h"
 #include "diagnosis/Diagnosis.h"
+#include "faults/FaultWatch.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -40,7 +41,7 @@ DumpReport readReport(Port& port, const PluginLog& log) {
 
 } // namespace
 
-nlohmann::ordered_json diagnose(const Session& session, PortAddress address) {
+Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch) {
     const Progress progress([&] { return "diagnosing port " + address.text() + " (takes about 5 s)"; });
     const PluginLog log(session.installation);
     if (!log.available())
@@ -52,14 +53,15 @@ nlohmann::ordered_json diagnose(const Session& session, PortAddress address) {
     port.open();
     const bool wasDown = wasLinkDown(session, address);
     auto diagnosis = diagnosisOf(readReport(port, log), address.text(), wasDown);
-    port.finish();
-    return diagnosis;
+    if (watch) watch->end();
+    return {std::move(diagnosis), {address, port.finish()}};
 }
 
 DiagnoseCommand::DiagnoseCommand(CLI::App& program)
     : Command(program, "diagnose", "Show what a port and its link are like, and what is wrong with them") {
     port_.addTo(line(), PortOptions::Reset::Never);
     installation_.addTo(line());
+    installation_.addFaultsTo(line());
     line().add_flag("--json", json_, "Print JSON instead of text");
     line()
         .add_option("--diff", oldFile_, "Show what changed since this diagnosis, kept with --json")
@@ -70,14 +72,17 @@ int DiagnoseCommand::run() {
     nlohmann::ordered_json before;
     if (!oldFile_.empty()) before = readDiagnosis(oldFile_);
     const Session session(installation_, port_.address.board);
-    const auto diagnosis = diagnose(session, port_.address);
+    FaultWatch watch(session, installation_, {port_.address});
+    auto [diagnosis, statistics] = diagnose(session, port_.address, &watch);
+    const auto ledger = watch.settle({statistics}, {{.port = port_.address}});
     if (!oldFile_.empty())
         printChanges(before, diagnosis);
-    else if (json_)
+    else if (json_) {
+        if (ledger) diagnosis["faults"] = jsonOf(*ledger);
         print(diagnosis);
-    else
+    } else
         print(textOfDiagnosis(diagnosis));
-    return Done;
+    return tellLedger(ledger) ? Done : DifferencesFound;
 }
 
 void DiagnoseCommand::printChanges(const nlohmann::ordered_json& before,

@@ -10,6 +10,7 @@
 #include "board/Session.h"
 #include "commands/Ports.h"
 #include "commands/ReplayReport.h"
+#include "faults/FaultWatch.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -93,6 +94,36 @@ std::string progressText(const Replay& replay, std::optional<std::uint64_t> fram
                        frames ? " of " + grouped(*frames) : "", grouped(replay.receivedFrames()));
 }
 
+/// Faults in virtual time: this thread decides what time it is, so that everything happens again.
+bool isDriven(const Session& session) {
+    return session.hasFaults && session.virtualTime;
+}
+
+pcapng::Timestamp drivenTime(const Session& session, std::uint64_t begin) {
+    constexpr pcapng::Timestamp year2000 = 946'684'800'000'000'000; // as the simulated board's own captures
+    return year2000 + 1000 * (session.simulator->microseconds() - begin);
+}
+
+ReplayHooks hooksOf(const Session& session, PortAddress receivingPort, FaultWatch& watch) {
+    if (!session.hasFaults) return {};
+    ReplayHooks hooks{[&watch] { watch.end(); }, {}, {}};
+    if (!isDriven(session)) return hooks;
+    hooks.pass = [&session](std::chrono::microseconds time) {
+        session.simulator->advanceTime(static_cast<std::uint64_t>(time.count()));
+    };
+    hooks.hasMore = [&session, receivingPort] {
+        return session.simulator->state(receivingPort)->queuedWords != 0;
+    };
+    return hooks;
+}
+
+std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t late) {
+    const auto sent = report.result.sent.frames, received = report.result.received.frames;
+    if (report.sendingPort == report.receivingPort) return {{report.sendingPort, sent, received, late}};
+    return {{report.sendingPort, sent, std::nullopt, std::nullopt},
+            {report.receivingPort, std::nullopt, received, late}};
+}
+
 } // namespace
 
 ReplayCommand::ReplayCommand(CLI::App& program)
@@ -140,6 +171,7 @@ ReplayCommand::ReplayCommand(CLI::App& program)
             "Port that receives (default: the one that the simulated wire leads to, else the sending one)")
         ->type_name("BOARD/PORT");
     options_.installation.addTo(line());
+    options_.installation.addFaultsTo(line());
     line().add_flag("--json", options_.json, "Print the report as JSON");
 }
 
@@ -152,30 +184,37 @@ int ReplayCommand::run() {
         framesOnce && options_.times > 0 ? std::optional(*framesOnce * options_.times) : std::nullopt;
     const auto address = options_.port.address;
     const Session session(options_.installation, address.board);
+    const auto sessionBegin = session.simulator ? session.simulator->microseconds() : 0;
     if (session.simulator) refuseSameFile(options_, *session.simulator);
     const auto receivingPort = receivingPortOf(options_, session);
     const auto output = openOutput(options_, receivingPort);
     requireFrameRegisters(session.libraries, address);
+    FaultWatch watch(session, options_.installation, {address, receivingPort});
     Ports ports(session, {address, receivingPort}, !options_.port.noReset);
     ports.open();
 
+    if (output && isDriven(session)) output->setClock([&] { return drivenTime(session, sessionBegin); });
     if (output) output->begin();
     Verifier verifier;
     ReplayReport report{.options = options_, .sendingPort = address, .receivingPort = receivingPort};
     {
         Replay replay(ports.at(address).interface(), ports.at(receivingPort).interface(), output.get(),
-                      options_.verify ? &verifier : nullptr, options_.pace);
+                      options_.verify || session.hasFaults ? &verifier : nullptr, options_.pace,
+                      hooksOf(session, receivingPort, watch));
         const Progress progress([&] { return progressText(replay, frames); });
         report.result = replay.run(capture, options_.times);
     }
     report.interrupted = endRequested() != 0;
     if (options_.verify) report.verification = verifier.finish();
+    const auto late = verifier.finish().late;
     if (output) report.writtenFrames = output->close(report.lostFrames());
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
+    report.ledger = watch.settle(report.statistics, hostCountsOf(report, late));
     options_.json ? print(jsonOf(report)) : print(textOf(report));
+    const bool isAccounted = tellLedger(report.ledger);
     throwIfEndRequested();
-    return report.passed() ? Done : DifferencesFound;
+    return report.passed() && isAccounted ? Done : DifferencesFound;
 }
 
 } // namespace orvo::host

@@ -4,6 +4,7 @@
 #include "board/PortAddress.h"
 #include "commands/ReplayCommand.h"
 #include "commands/ReportParts.h"
+#include "faults/Ledger.h"
 #include "traffic/Replay.h"
 #include "traffic/Verifier.h"
 
@@ -23,6 +24,7 @@ struct ReplayReport {
     std::uint64_t writtenFrames = 0;                   ///< in the output, if there is one
     std::optional<Verifier::Report> verification = {}; ///< with --verify
     std::vector<PortStatistics> statistics = {};       ///< of the plug-in, for each port
+    std::optional<Ledger> ledger = {};                 ///< with --faults
 
     std::uint64_t lostFrames() const noexcept;
     bool passed() const noexcept { return !verification || verification->passed(); }

@@ -8,6 +8,15 @@
 #include <charconv>
 
 namespace orvo::host {
+namespace {
+
+std::optional<std::uint64_t> numberAt(const std::string& line, std::size_t place) {
+    std::uint64_t value = 0;
+    const auto read = std::from_chars(line.data() + place, line.data() + line.size(), value);
+    return read.ec == std::errc{} ? std::optional(value) : std::nullopt;
+}
+
+} // namespace
 
 std::string reportLine(const std::string& name, const std::string& value) {
     return fmt::format("{:<10}{}\n", name, value);
@@ -49,12 +58,16 @@ CaptureOutput::Interface captureInterface(PortAddress port) {
 
 std::optional<std::uint64_t> PortStatistics::frames(const std::string& direction) const {
     const auto words = direction + " - ";
-    for (const auto& line : lines) {
-        if (!line.starts_with(words)) continue;
-        std::uint64_t value = 0;
-        const char* end = line.data() + line.size();
-        if (std::from_chars(line.data() + words.size(), end, value).ec == std::errc{}) return value;
-    }
+    for (const auto& line : lines)
+        if (line.starts_with(words)) return numberAt(line, words.size());
+    return std::nullopt;
+}
+
+std::optional<std::uint64_t> PortStatistics::figure(const std::string& name) const {
+    const auto words = " " + name + " : ";
+    for (const auto& line : lines)
+        if (const auto found = line.find(words); found != std::string::npos)
+            return numberAt(line, found + words.size());
     return std::nullopt;
 }
 

@@ -49,6 +49,8 @@ struct PortStatistics {
 
     /// Its number of frames "Send" or "Recv"; nothing when there is none.
     std::optional<std::uint64_t> frames(const std::string& direction) const;
+    /// The figure behind "NAME : ".
+    std::optional<std::uint64_t> figure(const std::string& name) const;
 };
 
 std::string textOf(const std::vector<PortStatistics>& statistics);

@@ -10,6 +10,7 @@
 #include "board/Phy.h"
 #include "board/Port.h"
 #include "board/Session.h"
+#include "faults/FaultWatch.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -50,12 +51,24 @@ ResetOutcome resetPort(const Session& session, Port& port) {
     return outcome;
 }
 
+nlohmann::ordered_json jsonOf(const ResetOutcome& outcome, PortAddress address,
+                              const std::optional<Ledger>& ledger) {
+    nlohmann::ordered_json document = {{"port", address.text()},
+                                       {"linkBefore", textOf(outcome.before)},
+                                       {"resetSeconds", outcome.resetSeconds},
+                                       {"linkAfter", textOf(outcome.after)},
+                                       {"linkSeconds", outcome.linkSeconds}};
+    if (ledger) document["faults"] = jsonOf(*ledger);
+    return document;
+}
+
 } // namespace
 
 ResetCommand::ResetCommand(CLI::App& program)
     : Command(program, "reset", "Reset the PHY of a port, and wait for its link") {
     port_.addTo(line(), PortOptions::Reset::Never);
     installation_.addTo(line());
+    installation_.addFaultsTo(line());
     line().add_flag("--json", json_, "Print JSON instead of text");
 }
 
@@ -63,26 +76,27 @@ int ResetCommand::run() {
     const auto address = port_.address;
     const Session session(installation_, address.board);
     requirePhyRegisters(session.libraries, address);
+    FaultWatch watch(session, installation_, {address});
     const PluginLog log(session.installation);
     Plugin plugin(session.installation);
     Port port(plugin, log, address, false);
     ResetOutcome outcome;
+    std::vector<PortStatistics> statistics;
     {
         const Progress progress([&] { return "resetting port " + address.text() + " (takes about 2 s)"; });
         port.open();
         outcome = resetPort(session, port);
-        port.finish();
+        watch.end();
+        statistics.push_back({address, port.finish()});
     }
+    const auto ledger = watch.settle(statistics, {{.port = address}});
     if (json_)
-        print(nlohmann::ordered_json{{"port", address.text()},
-                                     {"linkBefore", textOf(outcome.before)},
-                                     {"resetSeconds", outcome.resetSeconds},
-                                     {"linkAfter", textOf(outcome.after)},
-                                     {"linkSeconds", outcome.linkSeconds}});
+        print(jsonOf(outcome, address, ledger));
     else
         print(fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
                           address.text(), textOf(outcome.before), outcome.resetSeconds, textOf(outcome.after),
                           outcome.linkSeconds));
+    if (!tellLedger(ledger)) return DifferencesFound;
     return outcome.before == Link::Up && outcome.after != Link::Up ? Failed : Done; // the reset cost the link
 }
 

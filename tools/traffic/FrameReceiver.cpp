@@ -32,7 +32,7 @@ void FrameReceiver::start() {
 
 void FrameReceiver::stop() {
     stopRequested_ = true;
-    thread_.join();
+    if (thread_.joinable()) thread_.join();
     if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
     passOnExpected();
 }

@@ -29,8 +29,11 @@ public:
 
     void start();
 
-    /// Ends the thread, which takes as long as one empty `receive` of the port. Errors: what ended the thread
-    /// early, such as a full disk.
+    /// Asks the port once, on the calling thread: for an owner that starts no thread.
+    void poll();
+
+    /// Ends the thread, if there is one, which takes as long as one empty `receive` of the port. Errors: what
+    /// ended the thread early, such as a full disk.
     void stop();
 
     /// Announces a frame to the verifier, before it is sent. False when there is no room at this moment; the
@@ -52,7 +55,6 @@ private:
     };
 
     void run() noexcept;
-    void poll();
     void take(const QByteArray& bytes);
     void passOnExpected();
 

@@ -18,6 +18,11 @@ using core::zume::EthernetFrame;
 // Between two looks at what came back; a quarter of a window at full speed takes 0.5 ms.
 constexpr std::chrono::microseconds lookPause{50};
 
+constexpr std::int64_t wireNanoseconds = 8;   // a byte at 1000 Mbit/s
+constexpr std::size_t wireOverheadBytes = 24; // frame check sequence, preamble and gap
+constexpr std::chrono::seconds longestGap{1};
+constexpr int mostPolls = 1'000'000; // of a board that does not come back
+
 } // namespace
 
 std::uint64_t ReplayResult::droppedFrames() const noexcept {
@@ -29,12 +34,12 @@ std::uint64_t ReplayResult::missingFrames() const noexcept {
 }
 
 Replay::Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
-               PcapngWriter* file, Verifier* verifier, const Pace& pace)
-    : sender_(sender), verifying_(verifier), paced_(pace.kind != Pace::Kind::Max), schedule_(pace),
-      receiver_(receiver, file, verifier) {}
+               PcapngWriter* file, Verifier* verifier, const Pace& pace, ReplayHooks hooks)
+    : sender_(sender), verifying_(verifier), paced_(pace.kind != Pace::Kind::Max), hooks_(std::move(hooks)),
+      schedule_(pace), receiver_(receiver, file, verifier) {}
 
 ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
-    receiver_.start();
+    if (!isInTurn()) receiver_.start();
     begin_ = lastSend_ = FlightWindow::Clock::now();
     std::exception_ptr failure;
     try {
@@ -42,7 +47,8 @@ ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
     } catch (...) {
         failure = std::current_exception(); // of the capture; what is under way is still received
     }
-    awaitReturn();
+    if (hooks_.allSent) hooks_.allSent();
+    isInTurn() ? receiveAll() : awaitReturn();
     receiver_.stop();
     if (failure && endRequested() == 0) std::rethrow_exception(failure);
     result_.received = {receiver_.returned().frames, receiver_.receivedBytes()};
@@ -76,11 +82,12 @@ void Replay::send(const CapturedFrame& frame) {
     }
     auto bytes = paddedFrame(frame);
     const auto size = static_cast<std::size_t>(bytes.size());
-    awaitTurn(frame, queueWords(size));
+    isInTurn() ? passTime(frame) : awaitTurn(frame, queueWords(size));
     hand(std::move(bytes), frame.number);
     window_.sent(queueWords(size));
     result_.sent.add(size);
     sentFrames_.store(result_.sent.frames, std::memory_order_relaxed);
+    if (isInTurn()) receiveAll();
 }
 
 void Replay::hand(QByteArray&& bytes, std::uint64_t number) {
@@ -109,6 +116,25 @@ void Replay::awaitRoom(std::uint64_t words) {
 void Replay::awaitReturn() {
     for (observe(); window_.framesUnderWay() > 0 && !receiver_.failed(); observe())
         std::this_thread::sleep_for(lookPause);
+}
+
+// As much time as the capture has between this frame and the one before, and at least what the frame takes on
+// the wire.
+void Replay::passTime(const CapturedFrame& frame) {
+    const auto recorded = frame.recordedAt - recordedBefore_;
+    const std::chrono::nanoseconds onWire{wireNanoseconds * (frame.length + wireOverheadBytes)};
+    const bool isFirst = result_.sent.frames == 0;
+    recordedBefore_ = frame.recordedAt;
+    hooks_.pass(std::chrono::ceil<std::chrono::microseconds>(
+        isFirst ? onWire : std::clamp(recorded, onWire, std::chrono::nanoseconds(longestGap))));
+}
+
+// At least once: what is not there may be so for a reason that the port tells.
+void Replay::receiveAll() {
+    int polls = 0;
+    do receiver_.poll();
+    while (hooks_.hasMore() && ++polls < mostPolls && endRequested() == 0);
+    observe();
 }
 
 void Replay::observe() {

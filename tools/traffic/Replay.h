@@ -12,6 +12,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 
 namespace orvo::host {
 
@@ -28,6 +29,15 @@ struct ReplayResult {
     std::uint64_t missingFrames() const noexcept;
 };
 
+/// What a replay does besides.
+struct ReplayHooks {
+    std::function<void()> allSent; ///< before it waits for what is under way
+    /// Both or none. With them, the replay sends and receives in turn on the calling thread: `pass` lets so
+    /// much time go by before a frame, `hasMore` tells whether the receiving port has something.
+    std::function<void(std::chrono::microseconds)> pass;
+    std::function<bool()> hasMore;
+};
+
 /// One run over a capture, once or several times. Reads, prepares and sends on the calling thread, receives
 /// on another. At a pace, frames are sent when they are due, whatever became of those before; at the greatest
 /// speed, as fast as what returns has room.
@@ -35,7 +45,7 @@ class Replay {
 public:
     /// `file` and `verifier` may be null.
     Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
-           PcapngWriter* file, Verifier* verifier, const Pace& pace = {});
+           PcapngWriter* file, Verifier* verifier, const Pace& pace = {}, ReplayHooks hooks = {});
 
     /// Sends all frames `times` times (0: until a signal ends it) and waits until all have come back or no
     /// more come; a signal ends it early, in order. More than once takes a regular file. Errors: Failure of
@@ -55,11 +65,16 @@ private:
     void awaitRoom(std::uint64_t words);
     void awaitReturn();
     void observe();
+    void passTime(const CapturedFrame& frame);
+    void receiveAll();
+    bool isInTurn() const noexcept { return static_cast<bool>(hooks_.hasMore); }
     bool isEnding() const noexcept;
 
     core::zume::PhysicalNetworkInterface& sender_;
     const bool verifying_;
     const bool paced_;
+    const ReplayHooks hooks_;
+    std::chrono::nanoseconds recordedBefore_{0}; // the last frame
     Schedule schedule_;
     FrameReceiver receiver_;
     FlightWindow window_;

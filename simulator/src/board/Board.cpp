@@ -2,6 +2,7 @@
 #include "Board.h"
 
 #include "Link.h"
+#include "faults/BoardFaults.h"
 
 #include <algorithm>
 
@@ -41,20 +42,30 @@ void Board::start() noexcept {
     for (Port& port : ports()) port.setTransmitterStart(true);
 }
 
-void Board::setPresent(bool present) noexcept {
+void Board::setPresent(bool present, SimTime since) noexcept {
     const std::lock_guard lock(benchMutex);
     if (present == isPresent()) return;
     condition_.set(Trouble::Gone, !present);
     for (Port& port : ports()) {
         if (present)
-            port.phy().switchOn(simClock.now());
+            port.phy().switchOn(since);
         else
             port.phy().switchOff();
         renegotiate(port);
     }
 }
 
+void Board::setScript(BoardFaults& script) noexcept {
+    script_.store(&script, std::memory_order_release);
+    condition_.set(Trouble::Script, true);
+}
+
+void Board::passScript() {
+    if (condition_.has(Trouble::Script)) script()->pass();
+}
+
 int Board::configureFpga(const OrvoSimRegisterMap* applet) {
+    passScript();
     if (!isPresent()) return OrvoSimHalBoardGone;
     if (const auto failure = faults_.takeConfigureFailure()) return *failure;
     if (applet != &firmware_.map()) return OrvoSimHalNoApplet;
@@ -76,20 +87,39 @@ int Board::refusal() const noexcept {
     return 0; // faults concern reads
 }
 
-int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
-    if (!condition_.isGood())
-        if (const int refused = refusal(); refused != 0) return refused;
+/// Between the words of a frame nothing happens.
+int Board::writeTroubled(std::uint32_t address, std::uint64_t value) noexcept {
+    const bool isInFrame = (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) ||
+                           (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteComplete);
+    if (!isInFrame) passScript();
+    const int refused = refusal();
+    if (condition_.has(Trouble::Script)) script()->noteWrite(address, value, refused != 0);
+    return refused != 0 ? refused : writeUsual(address, value);
+}
+
+int Board::writeUsual(std::uint32_t address, std::uint64_t value) noexcept {
     const std::uint32_t scope = address & ~(portBits | registerOffsets);
     const bool known = scope == portScope ? ports_[portOf(address)].writeRegister(address, value)
                                           : writeBoardRegister(address, value);
     return known ? 0 : OrvoSimHalNoRegister;
 }
 
+int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
+    return condition_.isGood() ? writeUsual(address, value) : writeTroubled(address, value);
+}
+
 int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
     if (condition_.isGood()) return readUsual(address, value);
+    passScript();
     if (const int refused = refusal(); refused != 0) return refused;
     if (condition_.has(Trouble::RegisterFaults)) {
         if (const auto answer = faults_.takeRegisterAnswer(address)) {
+            if (answer->result == 0) value = answer->value;
+            return answer->result;
+        }
+    }
+    if (condition_.has(Trouble::Script)) {
+        if (const auto answer = script()->read(address, mdio_.phyAddress())) {
             if (answer->result == 0) value = answer->value;
             return answer->result;
         }
@@ -187,6 +217,7 @@ void Board::setEnables(bool transmitters, bool receivers) noexcept {
 }
 
 void Board::report(unsigned port, OrvoSimPort& out) {
+    passScript();
     const std::lock_guard lock(benchMutex);
     ports_[port].report(out, simClock.now());
     out.staleAccesses = staleAccesses_.value();

@@ -15,6 +15,8 @@
 
 namespace orvo::sim {
 
+class BoardFaults;
+
 inline constexpr unsigned allPorts = (1U << maxPorts) - 1;
 
 /// Threads: everything from any, except that a queue is read by one thread and a port's transmit buffer
@@ -31,10 +33,17 @@ public:
     DeviceHandles& handles() noexcept { return handles_; }
     Faults& faults() noexcept { return faults_; }
 
+    /// What a fault script says about this board; null: there is none. Stays valid for good.
+    BoardFaults* script() const noexcept { return script_.load(std::memory_order_acquire); }
+    void setScript(BoardFaults& script) noexcept;
+    /// Lets the script do what is due. At the host's accesses, without the bench mutex.
+    void passScript();
+
     /// 0, or why the host cannot reach the board's firmware.
     int refusal() const noexcept;
     bool isPresent() const noexcept { return !condition_.has(Trouble::Gone); }
-    void setPresent(bool present) noexcept;
+    /// From this moment on, or since a moment that has passed.
+    void setPresent(bool present, SimTime since) noexcept;
 
     /// Puts the applet of these registers into the FPGA; one that is there already is left alone.
     int configureFpga(const OrvoSimRegisterMap* applet);
@@ -55,6 +64,8 @@ public:
     /// Queue 0 to 3 holds the received frames of that port, 8 to 11 the action command reports of port queue
     /// - 8; null for any other.
     DataQueue* queue(unsigned number) noexcept;
+    /// 0, or why not.
+    int clearQueue(unsigned number);
     int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
 
     void countStaleAccess() noexcept { staleAccesses_.add(1); }
@@ -62,6 +73,13 @@ public:
     void report(unsigned port, OrvoSimPort& out);
 
 private:
+    std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                           std::uint32_t timeoutMs);
+    int deliveredBytes(unsigned number, std::size_t count);
+    int readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                     std::uint32_t timeoutMs);
+    int writeTroubled(std::uint32_t address, std::uint64_t value) noexcept;
+    int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;
     int readUsual(std::uint32_t address, std::uint64_t& value) noexcept;
     bool writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept;
     bool readBoardRegister(std::uint32_t address, std::uint64_t& value) noexcept;
@@ -73,6 +91,7 @@ private:
     const FirmwareProfile& firmware_;
     BoardCondition condition_;
     Faults faults_{condition_};
+    std::atomic<BoardFaults*> script_{nullptr};
     DeviceHandles handles_;
     SharedCounter staleAccesses_;
     std::array<Port, maxPorts> ports_;

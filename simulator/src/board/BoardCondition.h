@@ -10,7 +10,8 @@ enum class Trouble : std::uint32_t {
     Gone = 1,           // the board was removed
     NoApplet = 2,       // its FPGA holds no applet
     RegisterFaults = 4, // some register reads are to answer otherwise
-    QueueFaults = 8     // some queue reads are
+    QueueFaults = 8,    // some queue reads are
+    Script = 16         // a fault script is loaded
 };
 
 /// Any thread. Calls under way see a change or not.

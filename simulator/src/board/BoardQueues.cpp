@@ -1,6 +1,8 @@
 // The host's side of a board's data queues.
 #include "Board.h"
 
+#include "faults/BoardFaults.h"
+
 #include <orvo/hal/orvo_hal.h>
 
 #include <algorithm>
@@ -15,7 +17,7 @@ constexpr std::chrono::milliseconds virtualPatience{1};
 void awaitWords(DataQueue& queue, std::size_t words, std::chrono::milliseconds limit) {
     if (!simClock.isVirtual())
         queue.await(words, limit);
-    else if (!queue.await(words, std::min(limit, virtualPatience)))
+    else if (!queue.await(words, std::min(limit, virtualPatience)) && !simClock.isDriven())
         simClock.advance(limit);
 }
 
@@ -28,20 +30,58 @@ DataQueue* Board::queue(unsigned number) noexcept {
     return isAction ? &ports_[port].actionQueue() : &ports_[port].receiveQueue();
 }
 
+int Board::clearQueue(unsigned number) {
+    DataQueue* const found = queue(number);
+    if (!found) return OrvoSimHalNoQueue;
+    found->clear();
+    if (condition_.has(Trouble::Script) && number < maxPorts) script()->noteClear(number);
+    return 0;
+}
+
+std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                              std::uint32_t timeoutMs) {
+    if (number < maxPorts && source.words() == 0) ports_[number].playWire();
+    awaitWords(source, words, std::chrono::milliseconds(timeoutMs));
+    return source.take(out, words);
+}
+
+int Board::deliveredBytes(unsigned number, std::size_t count) {
+    const int bytes = static_cast<int>(count * sizeof(std::uint32_t));
+    return condition_.has(Trouble::QueueFaults) ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+}
+
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
+    if (condition_.has(Trouble::Script)) [[unlikely]]
+        return readScripted(*source, number, out, words, timeoutMs);
     if (!condition_.isGood()) {
         if (const int refused = refusal(); refused != 0) return refused;
         if (const auto failure = faults_.takeReadFailure(number)) return *failure;
     }
     if (words == 0) return 0;
-    if (number < maxPorts && source->words() == 0) ports_[number].playWire();
-    awaitWords(*source, words, std::chrono::milliseconds(timeoutMs));
-    const int bytes = static_cast<int>(source->take(out, words) * sizeof *out);
+    const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
-    if (bytes == 0) return HalTimeout;
-    return condition_.has(Trouble::QueueFaults) ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+    return count != 0 ? deliveredBytes(number, count) : static_cast<int>(HalTimeout);
+}
+
+/// The same where a script accounts for every word.
+int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                        std::uint32_t timeoutMs) {
+    passScript();
+    QueueFaults* const frames = number < maxPorts ? &script()->queue(number) : nullptr;
+    if (const int refused = refusal(); refused != 0) {
+        if (frames) frames->refused(source);
+        return refused;
+    }
+    if (const auto failure = faults_.takeReadFailure(number)) return *failure;
+    if (words == 0) return 0;
+    if (frames)
+        if (const auto result = frames->readStaged(out, words)) return *result;
+    if (!frames) script()->noteActionRead(number - firstActionQueue);
+    const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
+    if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
+    return frames ? frames->delivered(source, out, words, count) : deliveredBytes(number, count);
 }
 
 } // namespace orvo::sim

@@ -33,8 +33,8 @@ void dropFarEnd(Port& port, SimTime now) {
 void plugCable(Port& port, Port& far, SimTime now) {
     const WireSpec toFar{WireSpec::Kind::Port, far.place()};
     const WireSpec toPort{WireSpec::Kind::Port, port.place()};
-    auto nearWire = makeWire(toFar, port.receiver(), &far.receiver());
-    auto farWire = makeWire(toPort, far.receiver(), &port.receiver());
+    auto nearWire = makeWire(toFar, port.sink(), &far.sink());
+    auto farWire = makeWire(toPort, far.sink(), &port.sink());
     dropFarEnd(port, now);
     dropFarEnd(far, now);
     install(port, toFar, &far, std::move(nearWire), now);
@@ -53,7 +53,7 @@ void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTi
             throw WireError("port " + toText(place) + " cannot be cabled to itself; use loopback");
         plugCable(port, far, now);
     } else {
-        auto wire = makeWire(spec, port.receiver(), nullptr);
+        auto wire = makeWire(spec, port.sink(), nullptr);
         dropFarEnd(port, now);
         install(port, spec, nullptr, std::move(wire), now);
     }

@@ -16,7 +16,8 @@ constexpr std::uint64_t copying = 1; // in head_
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds soon{
-    15}; // a full frame at line rate takes 12.3, and waking a sleeper about as much
+    15}; // a full frame at line rate takes 12.3
+constexpr std::chrono::microseconds wakeTime{15}; // what passes until a sleeper that is woken runs
 constexpr int looksAtOnce = 32;
 
 /// Lets the processor's other thread go ahead.
@@ -107,7 +108,13 @@ void DataQueue::countLostFrames(std::uint64_t frames, std::size_t frameBytes) {
 
 void DataQueue::countFrames(std::uint64_t frames, std::size_t frameBytes) noexcept {
     frameCounts_.frames.add(frames);
-    frameCounts_.bytes.add(frames * frameBytes);
+    frameCounts_.bytes.add(frames * (frameBytes + fcsBytes));
+}
+
+void DataQueue::presetFrameCounts(std::uint64_t value) noexcept {
+    const std::lock_guard lock(producers_);
+    frameCounts_.frames.set(value);
+    frameCounts_.bytes.set(value);
 }
 
 void DataQueue::countLoss(std::uint64_t frames, std::uint64_t words) noexcept {
@@ -143,8 +150,12 @@ std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
         from = std::max(head >> 1, clearTo_.load(std::memory_order_acquire));
     } while (!head_.compare_exchange_weak(head, from << 1 | copying, std::memory_order_acquire,
                                           std::memory_order_relaxed));
-    if (seenTail_ - from < most || seenTail_ < from) seenTail_ = tail_.load(std::memory_order_acquire);
-    const std::size_t count = std::min<std::size_t>(most, seenTail_ - from);
+    auto tail = seenTail_.load(std::memory_order_acquire);
+    if (tail < from + most) {
+        tail = tail_.load(std::memory_order_acquire);
+        seenTail_.store(tail, std::memory_order_release);
+    }
+    const std::size_t count = std::min<std::size_t>(most, tail - from);
     const std::size_t at = from & (ringWords_ - 1);
     const std::size_t untilWrap = std::min(count, ringWords_ - at);
     std::memcpy(out, ring_.get() + at, untilWrap * sizeof *out);
@@ -157,18 +168,19 @@ std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
 bool DataQueue::holds(std::size_t wanted) noexcept {
     const auto from =
         std::max(head_.load(std::memory_order_relaxed) >> 1, clearTo_.load(std::memory_order_acquire));
-    if (seenTail_ >= from + wanted) return true;
-    seenTail_ = tail_.load(std::memory_order_seq_cst);
-    return seenTail_ >= from + wanted;
+    if (seenTail_.load(std::memory_order_acquire) >= from + wanted) return true;
+    const auto tail = tail_.load(std::memory_order_seq_cst);
+    seenTail_.store(tail, std::memory_order_release);
+    return tail >= from + wanted;
 }
 
 bool DataQueue::await(std::size_t wanted, std::chrono::milliseconds limit) {
     if (holds(wanted)) return true;
     if (limit.count() == 0) return false;
-    if (wordsKeepComing_ && comesSoon(wanted)) return true;
+    if (wordsKeepComing_.load(std::memory_order_relaxed) && comesSoon(wanted)) return true;
     const auto begin = Clock::now();
     const bool inTime = sleep(wanted, limit);
-    wordsKeepComing_ = inTime && Clock::now() - begin < soon;
+    wordsKeepComing_.store(inTime && Clock::now() - begin < soon + wakeTime, std::memory_order_relaxed);
     return inTime;
 }
 

@@ -64,11 +64,13 @@ public:
     /// Received frames, those that found no room and those lost before included. One that can be read counts.
     struct FrameCounts {
         Counter frames;
-        Counter bytes; ///< of frames without their check sequence
+        Counter bytes; ///< their check sequences included
         Counter lostFrames;
         Counter lostWords; ///< with those frames
     };
     const FrameCounts& frameCounts() const noexcept { return frameCounts_; }
+    /// Sets the first two, while no frames come.
+    void presetFrameCounts(std::uint64_t value) noexcept;
 
 private:
     template <class Fill> bool appendLocked(std::size_t count, Fill fill);
@@ -97,8 +99,8 @@ private:
 
     alignas(64) std::atomic<std::uint64_t> head_{0};
     std::atomic<std::uint64_t> clearTo_{0};
-    std::uint64_t seenTail_ = 0;  // these two are the consumer's
-    bool wordsKeepComing_ = true; // when it waited last, they came before it slept, or soon after
+    std::atomic<std::uint64_t> seenTail_{0};   // these two are the consumer's; there should be only one
+    std::atomic<bool> wordsKeepComing_{true}; // when it waited last, they came before it slept, or soon after
 
     alignas(64) std::atomic<unsigned> sleepers_{0};
     std::mutex sleep_;

@@ -2,6 +2,8 @@
 #include "Port.h"
 
 #include "Link.h"
+#include "faults/PhyFaults.h"
+#include "faults/WireFaults.h"
 
 namespace orvo::sim {
 
@@ -10,6 +12,34 @@ constinit std::mutex benchMutex;
 Port::Port(const Setup& setup)
     : place_(setup.place), registers_(setup.registers), receiveQueue_(setup.receiveQueueWords),
       actionQueue_(setup.actionQueueWords) {}
+
+Port::~Port() = default;
+
+FrameSink& Port::sink() noexcept {
+    if (faultySink_) return *faultySink_;
+    return receiver_;
+}
+
+void Port::setFaults(WireFaults* sent, WireFaults* received, PhyFaults* phy) noexcept {
+    sentFaults_ = sent && !sent->empty() ? sent : nullptr;
+    const bool isFaulty = received && !received->empty();
+    faultySink_ = isFaulty ? std::make_unique<FaultySink>(receiver_, *received) : nullptr;
+    phy_.setResetWatch(phy && !phy->empty() ? phy : nullptr);
+}
+
+bool Port::hasWireFaults() const noexcept {
+    return sentFaults_ || faultySink_;
+}
+
+void Port::releaseFrames() noexcept {
+    if (wire_) wire_->release();
+    if (faultySink_) faultySink_->release();
+}
+
+void Port::presetCounters(std::uint64_t value) noexcept {
+    transmitter_.presetCounters(value);
+    receiver_.presetCounters(value);
+}
 
 bool Port::writeOther(std::uint32_t address, std::uint64_t value) noexcept {
     otherWrites_.add(1);
@@ -97,6 +127,7 @@ void Port::setWire(std::unique_ptr<Wire> wire) noexcept {
     const std::lock_guard lock(playing_);
     transmitter_.setWire(nullptr);
     wire_ = nullptr;
+    if (wire && sentFaults_) wire = std::make_unique<FaultyWire>(std::move(wire), *sentFaults_);
     wire_ = std::move(wire);
     if (wire_) wire_->plugged(*this);
     transmitter_.setWire(wire_.get());

@@ -29,6 +29,10 @@ struct PortCabling {
     OrvoSimPartner partner = OrvoSimPartner1000;
 };
 
+class FaultySink;
+class PhyFaults;
+class WireFaults;
+
 class Port final : private LinkListener {
 public:
     struct Setup {
@@ -38,6 +42,7 @@ public:
         std::size_t actionQueueWords = 0;
     };
     explicit Port(const Setup& setup);
+    ~Port();
 
     PortPlace place() const noexcept { return place_; }
 
@@ -54,6 +59,10 @@ public:
     DataQueue& receiveQueue() noexcept { return receiveQueue_; }
     DataQueue& actionQueue() noexcept { return actionQueue_; }
     Receiver& receiver() noexcept { return receiver_; }
+    /// Where wires deliver to: the receiver, or the faults in front of it.
+    FrameSink& sink() noexcept;
+    /// Sets the counters of frames and bytes, apart from those of the receive queue.
+    void presetCounters(std::uint64_t value) noexcept;
 
     /// Lets a wire that is played on demand put its next frames into the receive queue. The receive thread.
     void playWire() noexcept;
@@ -63,6 +72,12 @@ public:
     PortCabling& cabling() noexcept { return cabling_; }
     /// Unplugs the wire that is there, which completes its files, and plugs this one (null: none).
     void setWire(std::unique_ptr<Wire> wire) noexcept;
+    /// Puts these faults between the port and the wires that are plugged in from now on; null: none. No wire
+    /// is plugged in now.
+    void setFaults(WireFaults* sent, WireFaults* received, PhyFaults* phy) noexcept;
+    bool hasWireFaults() const noexcept;
+    /// Lets go on what the faults hold back.
+    void releaseFrames() noexcept;
     /// Whether the wire that is there, if any, leads to somebody.
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
@@ -99,6 +114,8 @@ private:
     std::mutex playing_;         // keeps the wire in place while the receive thread has it play
     std::unique_ptr<Wire> wire_; // changed under both mutexes
     std::atomic<bool> isPlayed_{false};
+    WireFaults* sentFaults_ = nullptr;
+    std::unique_ptr<FaultySink> faultySink_;
 };
 
 } // namespace orvo::sim

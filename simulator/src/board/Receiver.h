@@ -21,9 +21,16 @@ public:
     void countLost(std::uint64_t frames) noexcept override;
     bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
 
+    /// Apart from those of the queue's words.
+    void presetCounters(std::uint64_t value) noexcept {
+        queue_.presetFrameCounts(value);
+        errors_.set(value);
+        ignoredFrames_.set(value);
+    }
+
     /// Frames from the wire that were good, whatever the queue had room for.
     std::uint64_t goodFrames() const noexcept { return counts().frames.value(); }
-    std::uint64_t goodBytes() const noexcept { return counts().bytes.value() + goodFrames() * fcsBytes; }
+    std::uint64_t goodBytes() const noexcept { return counts().bytes.value(); }
     std::uint64_t errors() const noexcept { return errors_.value(); }
     std::uint64_t ignoredFrames() const noexcept { return ignoredFrames_.value(); }
     /// Good frames that entered the queue; one that is on its way into it counts already.

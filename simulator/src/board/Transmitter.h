@@ -49,6 +49,11 @@ public:
     std::uint64_t sentFrames() const noexcept { return sentFrames_.value(); }
     std::uint64_t sentBytes() const noexcept { return sentBytes_.value(); }
     std::uint64_t unsentFrames() const noexcept { return unsentFrames_.value(); }
+    void presetCounters(std::uint64_t value) noexcept {
+        sentFrames_.set(value);
+        sentBytes_.set(value);
+        unsentFrames_.set(value);
+    }
     /// Writes of the buffer's three registers.
     std::uint64_t writes() const noexcept {
         return writesBefore_.value() + units_.load(std::memory_order_relaxed);

@@ -2,13 +2,11 @@
 #include "Configuration.h"
 
 #include "CablePlan.h"
+#include "TextFile.h"
 #include "TomlTable.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstdio>
-#include <cstring>
 
 namespace orvo::sim {
 
@@ -136,25 +134,6 @@ void Reader::needFirmware(FirmwareVersion version) {
     used.push_back(found != profiles_.end() ? std::move(*found) : std::make_unique<FirmwareProfile>(version));
 }
 
-std::string readAll(const std::filesystem::path& path) {
-    std::error_code absent; // is told below
-    if (std::filesystem::exists(path, absent) && !std::filesystem::is_regular_file(path, absent))
-        throw ConfigurationError(path, 1, "cannot be read: it is not a regular file");
-    std::string text;
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    bool good = file != nullptr;
-    for (char block[4096]; good;) {
-        const std::size_t bytes = std::fread(block, 1, sizeof block, file);
-        text.append(block, bytes);
-        good = std::ferror(file) == 0;
-        if (bytes < sizeof block) break;
-    }
-    const std::string reason = good ? "" : std::strerror(errno);
-    if (file) std::fclose(file); // only read
-    if (!good) throw ConfigurationError(path, 1, "cannot be read: " + reason);
-    return text;
-}
-
 } // namespace
 
 Configuration defaultConfiguration() {
@@ -178,7 +157,7 @@ Configuration parseConfiguration(std::string_view text, const std::filesystem::p
 }
 
 Configuration loadConfiguration(const std::filesystem::path& file) {
-    return parseConfiguration(readAll(file), file);
+    return parseConfiguration(readTextFile(file), file);
 }
 
 } // namespace orvo::sim

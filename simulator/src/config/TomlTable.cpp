@@ -1,6 +1,10 @@
 // Reading of TOML tables.
 #include "TomlTable.h"
 
+#include <algorithm>
+#include <limits>
+#include <sstream>
+
 namespace orvo::sim {
 
 namespace {
@@ -34,14 +38,34 @@ unsigned TomlTable::lineOf(const char* key) const {
 
 std::uint64_t TomlTable::integer(const char* key, std::uint64_t least, std::uint64_t most,
                                  std::uint64_t fallback) {
+    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max(); // that TOML can write
+    if (!table_.contains(key)) return find(key), fallback;
+    return static_cast<std::uint64_t>(signedInteger(key, static_cast<std::int64_t>(std::min(least, largest)),
+                                                    static_cast<std::int64_t>(std::min(most, largest)), 0));
+}
+
+std::int64_t TomlTable::signedInteger(const char* key, std::int64_t least, std::int64_t most,
+                                      std::int64_t fallback) {
     const toml::node* node = find(key);
     if (!node) return fallback;
-    const auto wanted = "a whole number from " + std::to_string(least) + " to " + std::to_string(most);
-    const auto* number = node->as_integer();
-    if (!number || number->get() < 0) refuseType(*node, key, wanted.c_str());
-    const auto value = static_cast<std::uint64_t>(number->get());
-    if (value < least || value > most) refuseType(*node, key, wanted.c_str());
-    return value;
+    const auto wanted = most == std::numeric_limits<std::int64_t>::max()
+                            ? "a whole number of " + std::to_string(least) + " or more"
+                            : "a whole number from " + std::to_string(least) + " to " + std::to_string(most);
+    const auto* value = node->as_integer();
+    if (!value || value->get() < least || value->get() > most) refuseType(*node, key, wanted.c_str());
+    return value->get();
+}
+
+double TomlTable::number(const char* key, double least, double most, double fallback) {
+    const toml::node* node = find(key);
+    if (!node) return fallback;
+    const auto value = node->value<double>(); // a whole number is one, too
+    if (!node->is_number() || !value || !(*value >= least && *value <= most)) {
+        std::ostringstream wanted;
+        wanted << "a number from " << least << " to " << most;
+        refuseType(*node, key, wanted.str().c_str());
+    }
+    return *value;
 }
 
 bool TomlTable::boolean(const char* key, bool fallback) {

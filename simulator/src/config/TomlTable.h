@@ -19,6 +19,8 @@ public:
 
     /// The value of the key, or `fallback` where the table lacks it.
     std::uint64_t integer(const char* key, std::uint64_t least, std::uint64_t most, std::uint64_t fallback);
+    std::int64_t signedInteger(const char* key, std::int64_t least, std::int64_t most, std::int64_t fallback);
+    double number(const char* key, double least, double most, double fallback);
     bool boolean(const char* key, bool fallback);
     std::string text(const char* key, std::string fallback);
 

@@ -13,6 +13,7 @@ namespace {
 Board* presentBoard(int index) {
     reportConfigurationError();
     Board* const board = index < 0 ? nullptr : simulation().board(static_cast<unsigned>(index));
+    if (board) board->passScript();
     return board && board->isPresent() ? board : nullptr;
 }
 

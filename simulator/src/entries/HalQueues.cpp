@@ -85,10 +85,10 @@ int OHalDataQueueGetStatus(void* device, uint32_t queue) {
 }
 
 int OHalDataQueueClear(void* device, uint32_t queue) {
-    return ofQueue(device, queue, [](DataQueue& found) {
-        found.clear();
-        return 0;
-    });
+    Board* const board = boardOf(device);
+    if (!board) return OrvoSimHalBadHandle;
+    const int refused = board->refusal();
+    return refused != 0 ? refused : board->clearQueue(queue);
 }
 
 /// Nothing is held back on the way into a queue, so there is nothing to flush.

@@ -17,7 +17,7 @@ int orvoSimBoardCount() {
 int orvoSimSetBoardPresent(unsigned board, int present) {
     Board* const found = simulation().board(board);
     if (!found) return OrvoSimNoSuchPlace;
-    found->setPresent(present != 0);
+    found->setPresent(present != 0, simClock.now());
     return 0;
 }
 
@@ -27,7 +27,8 @@ const OrvoSimRegisterMap* orvoSimRegisterMap(unsigned number) {
 }
 
 int orvoSimUseVirtualTime(int on) {
-    simClock.useVirtual(on != 0);
+    if (on < OrvoSimRealTime || on > OrvoSimDrivenTime) return OrvoSimBadValue;
+    simClock.useVirtual(on != OrvoSimRealTime, on == OrvoSimDrivenTime);
     return 0;
 }
 

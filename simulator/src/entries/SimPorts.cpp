@@ -26,6 +26,13 @@ int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out) {
     return 0;
 }
 
+int orvoSimPresetCounters(unsigned board, unsigned port, uint64_t value) {
+    Port* const found = simulation().port({board, port});
+    if (!found) return OrvoSimNoSuchPlace;
+    found->presetCounters(value);
+    return 0;
+}
+
 int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t* value) {
     Port* const found = simulation().port({board, port});
     if (!found) return OrvoSimNoSuchPlace;

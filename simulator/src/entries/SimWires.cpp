@@ -1,22 +1,15 @@
 // Control entries: cables, what comes through them, and the far end's PHY.
 #include "Simulation.h"
+#include "Texts.h"
 
 #include "board/Link.h"
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 
 using namespace orvo::sim;
 
 namespace {
-
-void copyText(const std::string& text, char* out, size_t outBytes) noexcept {
-    if (!out || outBytes == 0) return;
-    const size_t length = std::min(text.size(), outBytes - 1);
-    std::memcpy(out, text.data(), length);
-    out[length] = '\0';
-}
 
 int resultOf(Arrival arrival) noexcept {
     return arrival == Arrival::Overflow ? OrvoSimFull : 0; // everything else is counted at the port
@@ -62,7 +55,7 @@ int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t 
     std::array<std::uint8_t, maxWireBytes> buffer;
     std::memcpy(buffer.data(), frame, bytes);
     const std::size_t wireBytes = sealFrame(buffer.data(), bytes, fcsErrorMask);
-    return resultOf(found->receiver().deliver(WireBytes(buffer).first(wireBytes)));
+    return resultOf(found->sink().deliver(WireBytes(buffer).first(wireBytes)));
 }
 
 int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner) {

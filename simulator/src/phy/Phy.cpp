@@ -195,7 +195,11 @@ bool Phy::writeControl(std::uint16_t value, SimTime now) noexcept {
 /// The standard registers take their defaults; the vendor's keep what was written to them.
 void Phy::beginReset(SimTime now) noexcept {
     setStandardDefaults();
-    resetUntil_ = activeSince_ = later(now, resetTime_);
+    const PhyTimes usual{resetTime_, negotiationTime_};
+    const PhyTimes times = watch_ ? watch_->atReset(usual, now) : usual;
+    oddNegotiation_.reset();
+    if (times.negotiation != usual.negotiation) oddNegotiation_ = times.negotiation;
+    resetUntil_ = activeSince_ = later(now, times.reset);
     takesTime_ = true;
 }
 
@@ -224,7 +228,7 @@ void Phy::switchOn(SimTime now) noexcept {
 LinkEnd Phy::end() const noexcept {
     LinkEnd end;
     if (answers()) end.activeSince = activeSince_;
-    if (takesTime_) end.negotiation = negotiationTime_;
+    if (takesTime_) end.negotiation = oddNegotiation_.value_or(negotiationTime_);
     end.negotiates = (control_ & control::autoNegotiation) != 0;
     end.ability = advertisement_;
     end.gigabit = gigabitControl_;
@@ -239,9 +243,19 @@ SimTime Phy::passesFramesFrom() const noexcept {
 }
 
 void Phy::setLink(const Link& link, SimTime now) noexcept {
-    linkFailed_ = linkFailed_ || isLinkUp(now);
+    if (isLinkUp(now)) {
+        downBefore_ = linkDownTime(now);
+        downSince_ = now;
+        linkFailed_ = true;
+        if (link.mbit == 0 || link.upAt > now) ++linkLosses_;
+    }
     link_ = link;
     pageRead_ = faultRead_ = false;
+}
+
+SimTime Phy::linkDownTime(SimTime now) const noexcept {
+    const SimTime downUntil = isLinkUp(now) ? std::max(link_.upAt, downSince_) : now;
+    return downBefore_ + (downUntil - downSince_);
 }
 
 void Phy::setIdleErrors(unsigned count) noexcept {

@@ -6,8 +6,23 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 namespace orvo::sim {
+
+/// How long a PHY holds its reset bit, and how long the negotiation after it takes.
+struct PhyTimes {
+    SimTime reset, negotiation;
+};
+
+/// Has a say in the times of every reset.
+class PhyResetWatch {
+public:
+    virtual PhyTimes atReset(PhyTimes usual, SimTime now) noexcept = 0;
+
+protected:
+    ~PhyResetWatch() = default;
+};
 
 /// Threads: guarded by the bench mutex, all of it.
 class Phy {
@@ -17,6 +32,9 @@ public:
 
     /// How long it holds the reset bit and negotiates, from the next time on; UINT32_MAX for ever.
     void setTimes(std::uint32_t resetMs, std::uint32_t negotiationMs) noexcept;
+
+    /// Null: nobody. Outlives the PHY, or the next call.
+    void setResetWatch(PhyResetWatch* watch) noexcept { watch_ = watch; }
 
     /// A register (0 to 31) as an MDIO read gives it; `read` also does what reading does to it.
     std::uint16_t peek(unsigned number, SimTime now) const noexcept;
@@ -40,6 +58,10 @@ public:
 
     void setIdleErrors(unsigned count) noexcept;
 
+    /// How often the link went down, and how long it has been down in all.
+    std::uint64_t linkLosses() const noexcept { return linkLosses_; }
+    SimTime linkDownTime(SimTime now) const noexcept;
+
 private:
     bool answers() const noexcept { return hasPower_ && !heldInReset_; }
     bool isResetting(SimTime now) const noexcept { return now < resetUntil_; }
@@ -54,6 +76,8 @@ private:
 
     SimTime resetTime_;
     SimTime negotiationTime_;
+    std::optional<SimTime> oddNegotiation_; // what a watch made of it, until the next reset
+    PhyResetWatch* watch_ = nullptr;
 
     // Without power, or held in reset, no register answers and nothing is signalled.
     bool hasPower_ = true;
@@ -71,6 +95,9 @@ private:
     std::array<std::uint16_t, 32> extended_{};
 
     Link link_;
+    SimTime downSince_ = always;
+    SimTime downBefore_{}; // in all, up to then
+    std::uint64_t linkLosses_ = 0;
     bool linkFailed_ = false; // since the status was read last
     bool pageRead_ = false;   // the received page, and the fault, were seen since the negotiation
     bool faultRead_ = false;

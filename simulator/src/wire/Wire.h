@@ -65,6 +65,9 @@ public:
     virtual bool isPlayedOnDemand() const noexcept { return false; }
     virtual void play() noexcept {}
 
+    /// Lets go on what the wire holds back. Any thread.
+    virtual void release() noexcept {}
+
     /// Brings what was recorded to the file; false when the file could not take it. Any thread.
     virtual bool flush() noexcept { return true; }
 };

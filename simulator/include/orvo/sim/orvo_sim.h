@@ -138,15 +138,95 @@ struct OrvoSimPort {
 };
 ORVO_EXPORT int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out);
 
+/// Sets the counters of a port that count frames and bytes on the wire (sent, unsent, received, errors,
+/// ignored), so that their further way can be watched from there; those of the receive queue stay.
+ORVO_EXPORT int orvoSimPresetCounters(unsigned board, unsigned port, uint64_t value);
+
+/// Has the faults of a script happen from now on (docs/faults.md of the source tree has the form of scripts).
+/// Every random choice follows from `seed`: the same script, seed and traffic give the same faults. A script
+/// that was loaded before ends, and the accounts begin anew. To be called while no frame is under way; wires
+/// of ports with faults on the wire are plugged in anew. On failure (OrvoSimBadValue) everything stays as it
+/// was, and `error`, if not null, receives "FILE:LINE: REASON" (NUL-terminated, cut to `errorBytes`).
+ORVO_EXPORT int orvoSimLoadFaults(const char* file, uint64_t seed, char* error, size_t errorBytes);
+/// The same from a text; FILE in messages is "script".
+ORVO_EXPORT int orvoSimLoadFaultText(const char* text, uint64_t seed, char* error, size_t errorBytes);
+
+/// Ends the faults: none happens any more, what is under way is over (a board comes back, a cable is plugged
+/// in again), and frames that were held back go on. The ledger and the accounts can still be read.
+ORVO_EXPORT int orvoSimEndFaults(void);
+
+/// What a fault must move, as far as anybody can see.
+enum OrvoSimEvidence {
+    OrvoSimNoEvidence = 0,       ///< nothing: whoever reads asks again or goes on, and no frame is lost
+    OrvoSimReceiveErrors = 1,    ///< receiveErrors of the port that the frame reaches
+    OrvoSimArrivals = 2,         ///< frames that arrive, against those that were sent
+    OrvoSimLateFrames = 3,       ///< frames that come back behind one that was sent later
+    OrvoSimOverflows = 4,        ///< overflowFrames of the port
+    OrvoSimZeroSizes = 5,        ///< the plug-in's "zerosize transmissions"
+    OrvoSimInvalidSizes = 6,     ///< the plug-in's "invalid transmission sizes"
+    OrvoSimInvalidEnds = 7,      ///< the plug-in's "invalid EOTs"
+    OrvoSimReadErrors = 8,       ///< the plug-in's "UIQ read errors"
+    OrvoSimStillBusy = 9,        ///< the plug-in's message "Transmitter still busy"
+    OrvoSimUnexpectedValue = 10, ///< the plug-in's message "Unexpected value in OHalRegisterRead"
+    OrvoSimStillInReset = 11,    ///< the plug-in's message "GigE PHY ... still in reset"
+    OrvoSimLinkDownTime = 12,    ///< linkDownMicroseconds of the port
+    OrvoSimLinkLosses = 13,      ///< linkLosses of the port
+    OrvoSimActionReports = 14    ///< the plug-in's message "Action command timeout detected"
+};
+
+/// One entry of the script that was loaded last. Texts are the library's own, for good.
+struct OrvoSimFault {
+    const char* kind;
+    unsigned line; ///< of the script
+    unsigned board;
+    unsigned port;
+    int received;      ///< 1: at the port, 0: away from it
+    uint32_t forMs;    ///< how long it lasts; 0: that has no meaning for it
+    uint64_t injected; ///< how often it happened
+    uint64_t effects;  ///< of action command storms, reports that found room; of slow negotiations, the least
+                       ///< time without link that the last one must have made until now, in microseconds
+    enum OrvoSimEvidence evidence;
+    const char* mustMove; ///< the evidence, in words
+};
+/// The `number`th entry, counted from 0 in the order of the script; OrvoSimNoSuchPlace beyond the last.
+ORVO_EXPORT int orvoSimReadFault(unsigned number, struct OrvoSimFault* out);
+
+/// What became of a port's frames since the script was loaded, beyond what OrvoSimPort counts. Sent: what
+/// left the port, less `sentLost` and `sentHeld` and plus `sentAdded`, is on the wire. Received: what the
+/// wire brings, with the same three, is what the port's receiver counts. Queue: the frames that entered the
+/// receive queue were taken or cleared, or are left in it.
+struct OrvoSimPortAccount {
+    uint64_t refusedFrames; ///< handed over while the board did not answer
+    uint64_t sentLost, sentAdded, sentHeld;
+    uint64_t receivedLost, receivedAdded, receivedHeld;
+    uint64_t takenFrames;  ///< transmissions that the host began to read
+    uint64_t failedFrames; ///< those of them that a failing read lost
+    uint64_t clearedFrames;
+    uint64_t leftFrames;
+    uint64_t leftReports; ///< words in the action command queue now
+    uint64_t linkLosses;  ///< times that the link went down
+    uint64_t linkDownMicroseconds;
+};
+/// OrvoSimNoSuchPlace also before the first script.
+ORVO_EXPORT int orvoSimReadPortAccount(unsigned board, unsigned port, struct OrvoSimPortAccount* out);
+
 /// The content of a PHY register (0 to 31), as an MDIO read would give it, without side effects. 0xFFFF while
 /// the PHY does not answer.
 ORVO_EXPORT int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t* value);
 
-/// Switches between real time (0, the start) and virtual time (1), which stands still unless
-/// orvoSimAdvanceTime or a queue read advances it: a read that finds fewer words than it asks for waits at
-/// most 1 ms of real time for them and then advances the clock by its time-out. PHY times and the time stamps
-/// of captures run on this clock; it never goes back.
-ORVO_EXPORT int orvoSimUseVirtualTime(int on);
+/// The clock that PHY times, the moments of fault scripts and the time stamps of captures run on; it never
+/// goes back. Virtual time stands still unless orvoSimAdvanceTime or a queue read advances it: a read that
+/// finds fewer words than it asks for waits at most 1 ms of real time for them and then advances the clock by
+/// its time-out. Driven time is virtual time that orvoSimAdvanceTime alone advances, so that one thread
+/// decides what time it is; time stamps then count from 2000-01-01 UTC.
+enum OrvoSimClock {
+    OrvoSimRealTime = 0, ///< at the start
+    OrvoSimVirtualTime = 1,
+    OrvoSimDrivenTime = 2
+};
+
+/// Chooses one of OrvoSimClock.
+ORVO_EXPORT int orvoSimUseVirtualTime(int clock);
 
 /// Advances virtual time, to 146 years at most. OrvoSimBadValue in real time.
 ORVO_EXPORT int orvoSimAdvanceTime(uint64_t microseconds);

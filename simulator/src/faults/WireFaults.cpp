@@ -1,0 +1,161 @@
+// What happens to frames on a bad wire.
+#include "WireFaults.h"
+
+#include <algorithm>
+
+namespace orvo::sim {
+
+namespace {
+
+constexpr std::size_t shortestRunt = 14; // an Ethernet header
+constexpr std::size_t longestGiant = 2048;
+
+} // namespace
+
+WireFaults::WireFaults(std::vector<ScriptedFault*> faults, std::vector<ScriptedFault*> watched)
+    : faults_(std::move(faults)), watched_(std::move(watched)) {}
+
+void WireFaults::carry(WireBytes frame, bool isSealed, FrameExit& exit) {
+    const std::lock_guard lock(mutex_);
+    const SimTime now = simClock.now();
+    ScriptedFault* const fault = choose(frame, isSealed, now);
+    if (fault)
+        inflict(*fault, frame, isSealed, exit);
+    else
+        exit.pass(frame, isSealed);
+    if (!fault || fault->kind() == FaultKind::Duplicate) letOvertake(frame, isSealed, now, exit);
+    tellWatched(now);
+}
+
+/// Every fault counts the frame. Only a good frame can go under in the queue, and one at a time is held.
+ScriptedFault* WireFaults::choose(WireBytes frame, bool isSealed, SimTime now) {
+    ScriptedFault* chosen = nullptr;
+    for (ScriptedFault* const fault : faults_) {
+        if (!fault->occurs(now)) continue;
+        const bool cannot = (fault->kind() == FaultKind::Reorder && holder_) ||
+                            (fault->kind() == FaultKind::Overflow && isSealed && !isGoodFrame(frame)) ||
+                            frame.size() > longestGiant;
+        if (chosen || cannot)
+            fault->postpone();
+        else
+            chosen = fault;
+    }
+    return chosen;
+}
+
+void WireFaults::inflict(ScriptedFault& fault, WireBytes frame, bool isSealed, FrameExit& exit) {
+    switch (fault.kind()) {
+    case FaultKind::Loss:
+        lost_.fetch_add(1);
+        break;
+    case FaultKind::Duplicate:
+        exit.pass(frame, isSealed);
+        exit.pass(frame, isSealed);
+        added_.fetch_add(1);
+        break;
+    case FaultKind::Reorder:
+        hold(fault, frame, isSealed);
+        return; // counts once the frame has been overtaken
+    case FaultKind::Overflow:
+        exit.overflow();
+        break;
+    default:
+        exit.pass(WireBytes(buffer_).first(mangle(fault, frame, isSealed)), true);
+    }
+    fault.countInjection(simClock.now());
+}
+
+void WireFaults::hold(ScriptedFault& fault, WireBytes frame, bool isSealed) {
+    held_.assign(frame.begin(), frame.end());
+    heldIsSealed_ = isSealed;
+    holder_ = &fault;
+    isHolding_.store(true);
+}
+
+/// A frame has passed unharmed. Behind one that is the same, nobody could tell the order.
+void WireFaults::letOvertake(WireBytes frame, bool isSealed, SimTime now, FrameExit& exit) {
+    if (!holder_ || (isSealed == heldIsSealed_ && std::ranges::equal(frame, held_))) return;
+    holder_->countInjection(now);
+    holder_ = nullptr;
+    exit.pass(held_, heldIsSealed_);
+    isHolding_.store(false);
+}
+
+void WireFaults::release(FrameExit& exit) {
+    const std::lock_guard lock(mutex_);
+    if (!holder_) return;
+    holder_ = nullptr;
+    exit.pass(held_, heldIsSealed_);
+    isHolding_.store(false);
+}
+
+/// The changed frame is in the buffer, with a check sequence; returns its length.
+std::size_t WireFaults::mangle(ScriptedFault& fault, WireBytes frame, bool isSealed) {
+    std::ranges::copy(frame, buffer_.begin());
+    const std::size_t bytes = isSealed ? frame.size() : sealFrame(buffer_.data(), frame.size());
+    switch (fault.kind()) {
+    case FaultKind::FcsFlip:
+        for (std::size_t i = std::min(bytes, fcsBytes); i > 0; --i)
+            buffer_[bytes - i] ^= static_cast<std::uint8_t>(1 + fault.random(255));
+        return bytes;
+    case FaultKind::BitError: {
+        const auto bit = fault.random(8 * std::max<std::uint64_t>(bytes, 1));
+        buffer_[bit / 8] ^= static_cast<std::uint8_t>(1U << (bit % 8));
+        return bytes;
+    }
+    case FaultKind::Runt:
+        return std::min(bytes, shortestRunt + fault.random(minWireBytes - shortestRunt));
+    case FaultKind::Giant: {
+        const auto longer = maxWireBytes + 1 + fault.random(longestGiant - maxWireBytes);
+        if (bytes < longer) std::fill(buffer_.begin() + bytes, buffer_.begin() + longer, std::uint8_t{0});
+        return std::max(bytes, longer);
+    }
+    default:
+        return bytes; // the others change nothing
+    }
+}
+
+void WireFaults::tellWatched(SimTime now) {
+    for (ScriptedFault* const fault : watched_)
+        if (fault->occurs(now)) fault->setDue();
+}
+
+bool FaultyWire::carry(WireBytes frame, bool isSealed) noexcept {
+    left_.store(true);
+    faults_.carry(frame, isSealed, *this);
+    return left_.load();
+}
+
+void FaultyWire::pass(WireBytes frame, bool isSealed) {
+    left_.store(isSealed ? wire_->transmit(frame) : wire_->transmitUnsealed(frame));
+}
+
+/// Of one frame's road, so that frames of several threads are told apart.
+class FaultySink::Exit final : public FrameExit {
+public:
+    explicit Exit(FrameSink& sink) noexcept : sink_(sink) {}
+    void pass(WireBytes frame, bool isSealed) override {
+        arrival = isSealed ? sink_.deliver(frame) : sink_.deliverUnsealed(frame);
+    }
+    void overflow() override {
+        sink_.countLost(1);
+        arrival = Arrival::Overflow;
+    }
+    Arrival arrival = Arrival::Ignored;
+
+private:
+    FrameSink& sink_;
+};
+
+Arrival FaultySink::carry(WireBytes frame, bool isSealed) noexcept {
+    Exit exit(sink_);
+    faults_.carry(frame, isSealed, exit);
+    return exit.arrival;
+}
+
+void FaultySink::release() noexcept {
+    Exit exit(sink_);
+    faults_.release(exit);
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,200 @@
+// Faults by script through the host program: the ledger, the account of every frame, and the same run again.
+#include "Process.h"
+
+#include "board/Session.h"
+#include "commands/Ports.h"
+#include "faults/FaultWatch.h"
+
+#include <boost/make_shared.hpp>
+#include <nlohmann/json.hpp>
+
+#include <deque>
+#include <thread>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using Json = nlohmann::ordered_json;
+using testing::HasSubstr;
+
+const std::string capture = ORVO_TEST_DATA "/mixed-lan.pcap";
+const std::string everyKind = ORVO_FAULT_EXAMPLE;
+
+std::string fault(const std::string& kind, const std::string& more = "") {
+    return "[[fault]]\nkind = '" + kind + "'\n" + more + "\n";
+}
+
+class FaultsTest : public testing::Test {
+protected:
+    /// Replays with a script. Without the board's reset, unless `more` says something of it.
+    Outcome replay(const std::string& script, const std::vector<std::string>& more = {}) {
+        writeFile(folder.file("faults.toml"), script);
+        std::vector<std::string> arguments{
+            "replay", capture, "--time", "virtual", "--no-reset", "--faults", folder.file("faults.toml")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return runTool(arguments);
+    }
+    TemporaryFolder folder;
+};
+
+TEST_F(FaultsTest, EveryKindMovesWhatItMustAndEveryFrameIsAccountedFor) {
+    std::string bytes;
+    for (const char* seed : {"7", "7", "8"}) {
+        const auto written = folder.file("out.pcapng");
+        const auto outcome = runTool({"replay", capture, "--loop", "4", "--time", "virtual", "--write",
+                                      written, "--faults", everyKind, "--seed", seed, "--json"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        EXPECT_THAT(outcome.err, testing::Not(HasSubstr("DIFFERENT")));
+        const auto ledger = Json::parse(outcome.out)["faults"];
+        EXPECT_EQ(ledger["passed"], true);
+        for (const auto& entry : ledger["injected"]) EXPECT_GT(entry["times"], 0) << entry;
+        for (const auto& entry : ledger["moved"]) EXPECT_TRUE(entry.contains("moved")) << entry;
+        EXPECT_EQ(ledger["conserved"].size(), 5U);
+        const bool isAgain = std::string(seed) == "7" && !bytes.empty();
+        EXPECT_EQ(contentOf(written) == bytes, isAgain) << "seed " << seed;
+        bytes = contentOf(written);
+    }
+}
+
+TEST_F(FaultsTest, LedgerAndReportAreToldAtTheEnd) {
+    const auto outcome = replay(fault("loss", "at = 3") + fault("fcs-flip", "every = 100\nport = 1"),
+                                {"--wire", "0=port:0/1"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("received  346 frames"));
+    EXPECT_EQ(outcome.err,
+              "faults    " + folder.file("faults.toml") +
+                  ", seed 0\n"
+                  "          LINE  FAULT     WHERE     INJECTED\n"
+                  "          2     loss      0/0 sent  1\n"
+                  "          5     fcs-flip  0/1 sent  0\n"
+                  "moved     frames that arrive, against those sent (0/1): 346, as must be\n"
+                  "          GigeRecvErrCnt of the port that the frame reaches (0/0): 0, as must be\n"
+                  "conserved 0/0 plug-in: 347 sent = 347 left by the wire\n"
+                  "          0/0 sent: 347 handed over = 347 left by the wire\n"
+                  "          0/0 wire: 347 left = 346 arrived at 0/1 + 1 lost\n"
+                  "          0/1 received: 346 arrived = 346 delivered\n"
+                  "          0/1 host: 346 delivered = 346 taken by the host\n");
+    EXPECT_EQ(replay(fault("loss", "at = 3"), {"--verify"}).exitCode, 3) << "not all came back";
+    EXPECT_EQ(replay("", {"--verify"}).exitCode, 0) << "nothing goes wrong, and the account is kept";
+}
+
+TEST_F(FaultsTest, OtherCommandsKeepTheLedgerToo) {
+    writeFile(folder.file("faults.toml"),
+              fault("mdio-failed", "every = 3") + fault("reset-endless", "port = 1"));
+    for (const char* command : {"reset", "diagnose"}) {
+        const auto outcome = runTool(
+            {command, "--port", "1", "--time", "virtual", "--json", "--faults", folder.file("faults.toml")});
+        const auto ledger = Json::parse(outcome.out)["faults"];
+        EXPECT_EQ(ledger["passed"], true) << outcome.err;
+        EXPECT_EQ(ledger["moved"][0]["moved"], command == std::string("reset") ? 1 : 0);
+    }
+    writeFile(folder.file("faults.toml"), fault("end-missing", "every = 10"));
+    const auto outcome =
+        runTool({"capture", "--write", folder.file("out.pcapng"), "--no-reset", "--wire", "0=pcap:" + capture,
+                 "--count", "313", "--faults", folder.file("faults.toml")});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("invalid EOTs (0/0): 34, as must be"));
+    EXPECT_EQ(framesOf(folder.file("out.pcapng")).size(), 313U);
+}
+
+TEST_F(FaultsTest, BadScriptsAreRefusedInOneLineBeforeAnythingHappens) {
+    const auto script = folder.file("faults.toml"), output = folder.file("out.pcapng");
+    writeFile(output, "precious");
+    writeFile(script, "[[fault]]\nkind = 'loss'\nport = 9\n");
+    expectRefusal({"replay", capture, "--write", output, "--faults", script}, 1,
+                  script + ":3: 'port' in [[fault]]");
+    expectRefusal({"reset", "--faults", folder.file("none")}, 1, "none:1: cannot be read: No such file");
+    expectRefusal({"capture", "--write", output, "--seed", "3"}, 2, "--seed requires --faults");
+    expectRefusal({"replay", capture, "--faults", script, "--seed", "-1"}, 2, "--seed");
+    EXPECT_EQ(contentOf(output), "precious");
+}
+
+/// What one thread sends and another one receives at a port.
+class Exchange {
+public:
+    explicit Exchange(Port& port)
+        : port_(port), receiver_([this](const std::stop_token& stop) {
+              while (!stop.stop_requested())
+                  if (port_.interface().receive(nullptr)) ++received_;
+          }) {}
+    void send(unsigned frames) {
+        for (unsigned number = 0; number < frames; ++number, ++handed_) {
+            const auto frame = numberedFrame(number, 60 + number % 200 * 2);
+            port_.interface().addToSendQueue(boost::make_shared<core::zume::EthernetFrame>(
+                QByteArray(frame.data(), static_cast<int>(frame.size()))));
+        }
+    }
+    HostCount finish() {
+        receiver_.request_stop();
+        receiver_.join();
+        return {.port = port_.address(), .handed = handed_, .received = received_};
+    }
+
+private:
+    Port& port_;
+    std::uint64_t handed_ = 0, received_ = 0;
+    std::jthread receiver_;
+};
+
+TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
+    std::string script;
+    for (const char* port : {"port = 0", "port = 1", "port = 2", "port = 3"}) {
+        const auto often = std::string(port) + "\nrate = 0.01\n";
+        for (const char* kind : {"fcs-flip", "bit-error", "runt", "giant", "loss", "duplicate", "overflow",
+                                 "size-zero", "size-wild", "size-long", "size-short", "end-missing",
+                                 "read-short", "read-torn", "read-long", "busy-ff"})
+            script += fault(kind, often);
+        for (const char* kind : {"loss", "duplicate", "reorder"})
+            script += fault(kind, often + "direction = 'received'");
+        script += fault("read-failed", std::string(port) + "\nevery = 1000");
+        script += fault("action-storm", std::string(port) + "\nevery = 1000");
+    }
+    script += fault("link-flap", "at = 2500\nfor_ms = 5") +
+              fault("board-gone", "at = 4000\nfor_ms = 250\nport = 3");
+    writeFile(folder.file("faults.toml"), script);
+    InstallationOptions options;
+    options.root = ORVO_BUILD_ROOT;
+    options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
+    options.faults = folder.file("faults.toml");
+    const DynamicLibrary simulator(Installation(options.root).library("orvo_hal"));
+    const auto preset = simulator.require<decltype(::orvoSimPresetCounters)>("orvoSimPresetCounters");
+    const std::vector<PortAddress> addresses{{0, 0}, {0, 1}, {0, 2}, {0, 3}};
+    for (const auto port : addresses) preset(port.board, port.port, 0x1'0000'0000 - 1000);
+    const Session session(options, 0);
+    FaultWatch watch(session, options, addresses);
+    Ports ports(session, addresses, false);
+    ports.open();
+
+    std::deque<Exchange> exchanges;
+    for (const auto port : addresses) exchanges.emplace_back(ports.at(port));
+    {
+        std::vector<std::jthread> senders;
+        for (auto& exchange : exchanges) senders.emplace_back([&exchange] { exchange.send(6000); });
+    }
+    watch.end();
+    for (const auto port : addresses)
+        while (session.simulator->account(port).leftFrames != 0) std::this_thread::yield();
+    std::vector<HostCount> counts;
+    for (auto& exchange : exchanges) counts.push_back(exchange.finish());
+    const auto ledger = watch.settle(ports.finish(), counts);
+    EXPECT_TRUE(ledger->passed()) << textOf(*ledger);
+    EXPECT_EQ(ledger->statements.size(), 4U * 5);
+    for (const auto port : addresses) EXPECT_GT(session.simulator->state(port)->sentFrames, 0x1'0000'0000U);
+}
+
+TEST(LedgerTest, ShowsADifference) {
+    Ledger ledger{"x.toml", 3, {}, {{"size", {0, 1}, 2, 4, 5}, {"end", {0, 1}, 1, 1, std::nullopt}}, {}};
+    EXPECT_FALSE(ledger.passed());
+    EXPECT_THAT(textOf(ledger), HasSubstr("size (0/1): 5, DIFFERENT: must be 2 to 4\n"));
+    EXPECT_THAT(textOf(ledger), HasSubstr("end (0/1): not seen here\n"));
+    ledger.movements = {{"size", {0, 1}, 2, Movement::anyNumber, 2}};
+    EXPECT_TRUE(ledger.passed());
+    ledger.statements = {{"0/1 sent", {"handed over", 10}, {{"left", 7}, {"busy", 2}, {"late", 0}}, {}}};
+    EXPECT_FALSE(ledger.passed());
+    EXPECT_THAT(textOf(ledger), HasSubstr("0/1 sent: 10 handed over = 7 left + 2 busy, DIFFERENT by -1\n"));
+    EXPECT_EQ(jsonOf(ledger)["conserved"][0]["holds"], false);
+}
+
+} // namespace
+} // namespace orvo::host

@@ -1,0 +1,71 @@
+// Keeping the books while faults happen: what ports and plug-in counted before and after, and the ledger made
+// of it.
+#pragma once
+
+#include "board/Session.h"
+#include "commands/ReportParts.h"
+#include "faults/Ledger.h"
+#include "faults/MessageCounter.h"
+
+#include <optional>
+#include <vector>
+
+namespace orvo::host {
+
+/// What the host itself counted at a port that it used.
+struct HostCount {
+    PortAddress port;
+    std::optional<std::uint64_t> handed = {};   ///< frames handed to the plug-in; nothing: it sends none
+    std::optional<std::uint64_t> received = {}; ///< frames from the plug-in; nothing: it does not ask for any
+    std::optional<std::uint64_t> late = {}; ///< of these, behind one that was sent later, if somebody looked
+};
+
+/// One port of the simulated board, with what it did meanwhile.
+struct PortBook {
+    PortAddress address;
+    std::optional<PortAddress> far = {}; ///< the port that its wire leads to, itself with a loopback plug
+    OrvoSimPort did = {};                ///< frames since the beginning
+    OrvoSimPortAccount account = {};
+    const PortStatistics* statistics = nullptr; ///< null: the port was not used through the plug-in
+    HostCount host = {};
+
+    std::uint64_t arrived() const noexcept {
+        return did.receivedFrames + did.receiveErrors + did.ignoredFrames;
+    }
+};
+
+/// Made before the ports are opened. Does nothing where the session has no faults.
+class FaultWatch {
+public:
+    /// The session outlives it. `ports` are those that will be used.
+    FaultWatch(const Session& session, const InstallationOptions& options,
+               const std::vector<PortAddress>& ports);
+
+    /// No fault happens any more; what they held back comes. Then waits, for a moment, until the plug-in has
+    /// taken all action command reports.
+    void end();
+
+    /// The ledger, once the ports have ended; nothing without faults.
+    std::optional<Ledger> settle(const std::vector<PortStatistics>& statistics,
+                                 const std::vector<HostCount>& hostCounts);
+
+private:
+    std::vector<PortBook> closeBooks(const std::vector<PortStatistics>& statistics,
+                                     const std::vector<HostCount>& hostCounts) const;
+
+    const Session& session_;
+    const InstallationOptions& options_;
+    const std::vector<PortAddress> ports_;
+    struct Opening {
+        PortAddress address;
+        OrvoSimPort state;
+    };
+    std::vector<Opening> openings_; // of all ports that there are
+    std::optional<PluginLog> log_;
+    std::optional<MessageCounter> messages_;
+};
+
+/// Writes the ledger to standard error. Returns whether it found no difference; so it is without one.
+bool tellLedger(const std::optional<Ledger>& ledger);
+
+} // namespace orvo::host
