@@ -1,11 +1,16 @@
 // Frames as they are on the wire: padded, and with their frame check sequence.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 namespace orvo::sim {
+
+// Two bytes of a frame and the 16 bits that stand for them in registers and queues, first byte low, are the
+// same in memory.
+static_assert(std::endian::native == std::endian::little);
 
 inline constexpr std::size_t fcsBytes = 4;
 inline constexpr std::size_t minWireBytes = 64;   // frame check sequence included

@@ -18,8 +18,9 @@ bool registerBarrier() noexcept {
     return syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) == 0;
 }
 
+/// May lack memory for a moment, as some kernels have it; without the barrier nobody may go on.
 void barrierOnAllThreads() noexcept {
-    syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0);
+    while (syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0) != 0) usleep(lookPauseUs);
 }
 
 } // namespace
@@ -50,18 +51,19 @@ void DeviceGate::endSoleSender() noexcept {
 bool DeviceGate::takeTurn(std::chrono::milliseconds limit) noexcept {
     Clock::time_point deadline{}; // the clock is not looked at for a turn that is free
     const auto isLate = [&] {
-        if (deadline == Clock::time_point{}) deadline = Clock::now() + limit;
+        const auto now = Clock::now();
+        if (deadline == Clock::time_point{}) deadline = now + limit;
         sched_yield();
-        return Clock::now() >= deadline;
+        return now >= deadline; // looked at before the yield, so that what became free meanwhile is taken
     };
-    while (sending_.exchange(1) != 0) do
-            if (isLate()) return false;
-        while (sending_.load(std::memory_order_relaxed) != 0);
-    while (soleSending_.load(std::memory_order_acquire) != 0)
-        if (isLate()) {
-            sending_.store(0, std::memory_order_release);
-            return false;
-        }
+    while (sending_.load(std::memory_order_relaxed) != 0 || sending_.exchange(1) != 0) {
+        if (isLate()) return false;
+    }
+    while (soleSending_.load(std::memory_order_acquire) != 0) {
+        if (!isLate()) continue;
+        sending_.store(0, std::memory_order_release);
+        return false;
+    }
     return true;
 }
 

@@ -113,8 +113,9 @@ private:
 
     const bool barriers_; // whether the kernel has the barrier on all threads
     std::atomic<bool> closed_{false};
-    std::atomic<int> receiving_{0};
-    std::atomic<int> leeching_{0};
+    // Every receive call writes its flag, which must not slow down those that look at the gate.
+    alignas(64) std::atomic<int> receiving_{0};
+    alignas(64) std::atomic<int> leeching_{0};
     std::atomic<int> controlling_{0}; // how many
     // Senders pound on these when they overlap, which must not slow the receiver down.
     alignas(64) std::atomic<Sender> soleSender_; // changes from nobody to a thread to many

@@ -29,7 +29,9 @@ TEST_F(HandleTest, BadHandlesAreRefusedAndStaleOnesCounted) {
     EXPECT_NE(last, handles[0]);
     EXPECT_EQ(OHalPutDevice(last), 0);
     const auto before = portState(0, 3).staleAccesses;
-    for (void* bad : std::vector<void*>{nullptr, &handles, static_cast<char*>(last) + 1, handles[0], last}) {
+    for (void* bad :
+         std::vector<void*>{nullptr, &handles, static_cast<char*>(last) + 1, handles[0], last,
+                            reinterpret_cast<void*>(1), reinterpret_cast<void*>(~std::uintptr_t{0})}) {
         SCOPED_TRACE(bad);
         expectRefused(bad, OrvoSimHalBadHandle);
         EXPECT_EQ(OHalFreeDevice(bad), OrvoSimHalBadHandle);

@@ -20,9 +20,9 @@ Port::Setup portSetup(const BoardConfiguration& board, const FirmwareProfile& fi
 Board::Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware)
     : configuration_(configuration), firmware_(firmware),
       handles_(*this, configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
-                                            Port(portSetup(configuration, firmware, 1)),
-                                            Port(portSetup(configuration, firmware, 2)),
-                                            Port(portSetup(configuration, firmware, 3))},
+                                                   Port(portSetup(configuration, firmware, 1)),
+                                                   Port(portSetup(configuration, firmware, 2)),
+                                                   Port(portSetup(configuration, firmware, 3))},
       mdio_(ports()) {
     {
         const std::lock_guard lock(benchMutex);

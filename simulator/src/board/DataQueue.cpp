@@ -15,8 +15,7 @@ constexpr std::uint64_t copying = 1; // in head_
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::microseconds soon{
-    15}; // a full frame at line rate takes 12.3
+constexpr std::chrono::microseconds soon{15};     // a full frame at line rate takes 12.3
 constexpr std::chrono::microseconds wakeTime{15}; // what passes until a sleeper that is woken runs
 constexpr int looksAtOnce = 32;
 

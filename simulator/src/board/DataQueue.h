@@ -99,7 +99,7 @@ private:
 
     alignas(64) std::atomic<std::uint64_t> head_{0};
     std::atomic<std::uint64_t> clearTo_{0};
-    std::atomic<std::uint64_t> seenTail_{0};   // these two are the consumer's; there should be only one
+    std::atomic<std::uint64_t> seenTail_{0};  // these two are the consumer's; there should be only one
     std::atomic<bool> wordsKeepComing_{true}; // when it waited last, they came before it slept, or soon after
 
     alignas(64) std::atomic<unsigned> sleepers_{0};

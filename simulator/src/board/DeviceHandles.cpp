@@ -7,8 +7,6 @@ namespace {
 
 constexpr HandleBits mark = HandleBits{0x0DE5} << 48; // no address of a user process looks like this
 
-constexpr HandleBits closed = 1; // no handle, and no null pointer either
-
 constexpr unsigned slotOf(HandleBits handle) noexcept {
     return static_cast<unsigned>(handle >> 32) % slotsPerBoard;
 }
@@ -24,12 +22,13 @@ HandleBits DeviceHandles::handleOf(unsigned slot, std::uint32_t generation) cons
 void* DeviceHandles::open() noexcept {
     const std::lock_guard lock(mutex_);
     for (unsigned slot = 0; slot < slotsPerBoard; ++slot) {
-        HandlePlace& place = placeOf(handleOf(slot, 0));
-        if (place.handle.load(std::memory_order_relaxed) > closed) continue;
-        const auto generation = generations_[slot].fetch_add(1, std::memory_order_relaxed) + 1;
-        const HandleBits handle = handleOf(slot, generation);
+        const auto generation = generations_[slot].load(std::memory_order_relaxed);
+        if (openBoardOf(reinterpret_cast<void*>(handleOf(slot, generation)))) continue;
+        generations_[slot].store(generation + 1, std::memory_order_relaxed);
+        const HandleBits handle = handleOf(slot, generation + 1);
+        HandlePlace& place = placeOf(handle);
         place.board.store(&board_, std::memory_order_relaxed);
-        place.handle.store(handle, std::memory_order_release);
+        place.noted.store(~handle, std::memory_order_release);
         return reinterpret_cast<void*>(handle);
     }
     return nullptr;
@@ -38,7 +37,7 @@ void* DeviceHandles::open() noexcept {
 bool DeviceHandles::close(HandleBits handle) noexcept {
     const std::lock_guard lock(mutex_);
     if (openBoardOf(reinterpret_cast<void*>(handle)) != &board_) return false;
-    placeOf(handle).handle.store(closed, std::memory_order_release);
+    placeOf(handle).noted.store(handle, std::memory_order_release);
     return true;
 }
 

@@ -25,7 +25,9 @@ class Board;
 
 /// Where a handle is noted while it is open.
 struct HandlePlace {
-    std::atomic<HandleBits> handle{0};  ///< the open one; something else when there is none
+    /// The complement of the open one. At first 0, and the last one itself when it was closed: complements of
+    /// values whose places are others, and so of nothing that is looked for here.
+    std::atomic<HandleBits> noted{0};
     std::atomic<Board*> board{nullptr}; ///< set before the first one was opened
 };
 
@@ -40,7 +42,7 @@ inline HandlePlace& placeOf(HandleBits handle) noexcept {
 inline Board* openBoardOf(void* device) noexcept {
     const auto handle = reinterpret_cast<HandleBits>(device);
     const HandlePlace& place = placeOf(handle);
-    if (place.handle.load(std::memory_order_acquire) == handle) [[likely]]
+    if (place.noted.load(std::memory_order_acquire) == ~handle) [[likely]]
         return place.board.load(std::memory_order_relaxed);
     return nullptr;
 }

@@ -29,7 +29,7 @@ public:
     /// Appends 16 bits, first byte low. What does not fit makes the frame too long.
     void append(std::uint64_t unit) noexcept {
         const auto at = units_.load(std::memory_order_relaxed);
-        const auto bytes = static_cast<std::uint16_t>(unit); // first byte low, as in memory
+        const auto bytes = static_cast<std::uint16_t>(unit);
         if (at < bufferBytes / 2) std::memcpy(buffer_.data() + 2 * at, &bytes, sizeof bytes);
         units_.store(at + 1, std::memory_order_relaxed);
     }
