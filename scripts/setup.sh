@@ -6,10 +6,10 @@ set -euo pipefail
 packages=(
     g++ clang cmake ninja-build pkg-config git               # build
     clang-format clang-tidy                                  # scripts/lint.sh
-    libboost-dev qt6-base-dev zlib1g-dev                     # framework, plug-in
+    libboost-dev qt6-base-dev libdeflate-dev                 # framework, plug-in
     libtomlplusplus-dev libpcap-dev                          # simulated board, host program
     libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program
-    libgtest-dev libgmock-dev libbenchmark-dev               # tests, benchmarks
+    libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev    # tests, benchmarks
     binutils python3 tshark                                  # export list, life-cycle checks, captures read by others
     iproute2 iputils-ping                                    # networks that tests make
 )

@@ -1,8 +1,9 @@
 // Frame bytes and their check sequence.
 #include <orvo/core/zume/EthernetFrame.h>
 
-#include <zlib.h>
+#include <libdeflate.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace orvo::core::zume {
@@ -25,8 +26,7 @@ bool EthernetFrame::hasFcsAppended() const {
 
 void EthernetFrame::appendFcs(unsigned int errorMask) {
     if (fcsAppended_) return;
-    const auto* bytes = reinterpret_cast<const Bytef*>(data_.constData());
-    auto fcs = static_cast<std::uint32_t>(crc32_z(0, bytes, static_cast<z_size_t>(data_.size()))) ^ errorMask;
+    auto fcs = libdeflate_crc32(0, data_.constData(), static_cast<std::size_t>(data_.size())) ^ errorMask;
     for (int i = 0; i < 4; ++i, fcs >>= 8) data_.append(static_cast<char>(fcs & 0xFF));
     fcsAppended_ = true;
 }

@@ -45,13 +45,12 @@ extern std::array<std::atomic<Board*>, maxBoards> boardTable;
 /// Null for a handle that is not open; counts it where it was.
 Board* refuseHandle(HandleBits handle) noexcept;
 
-/// The board of a device handle, null for one that is not open. For every access of the host.
+/// The board of a device handle; null for one that is not open, which is counted where it was.
 inline Board* boardOf(void* device) noexcept {
-    const auto handle = reinterpret_cast<HandleBits>(device);
-    Board* const board = boardTable[boardOfHandle(handle) % maxBoards].load(std::memory_order_acquire);
-    if (board && board->handles().isOpen(handle)) [[likely]]
+    Board* const board = openBoardOf(device);
+    if (board) [[likely]]
         return board;
-    return refuseHandle(handle);
+    return refuseHandle(reinterpret_cast<HandleBits>(device));
 }
 
 } // namespace orvo::sim

@@ -24,17 +24,45 @@ void barrierOnAllThreads() noexcept {
 
 } // namespace
 
-DeviceGate::DeviceGate() : barrierOnClose_(registerBarrier()) {}
+// Without the barrier there is no sole sender: all take turns from the start.
+DeviceGate::DeviceGate()
+    : barriers_(registerBarrier()), soleSender_(barriers_ ? nobody : many), soleSenderEnded_(!barriers_) {}
 
-DeviceGate::Pass DeviceGate::enterSend(std::chrono::milliseconds limit) noexcept {
-    if (sending_.exchange(1) == 0) return lookAtGate(sending_);
-    const auto deadline = Clock::now() + limit;
-    do {
+DeviceGate::Pass DeviceGate::enterSendAsOneOfMany(Sender self, std::chrono::milliseconds limit) noexcept {
+    if (becomeSoleSender(self)) return enterSend(limit);
+    endSoleSender();
+    return takeTurn(limit) ? lookAtGate(sending_) : Pass(nullptr, false, Answer::Late);
+}
+
+bool DeviceGate::becomeSoleSender(Sender self) noexcept {
+    Sender none = nobody;
+    return soleSender_.compare_exchange_strong(none, self);
+}
+
+/// Afterwards, every thread that may still be inside as the sole sender has its flag up, for all to see.
+void DeviceGate::endSoleSender() noexcept {
+    if (soleSenderEnded_.load(std::memory_order_acquire)) return;
+    soleSender_.store(many);
+    barrierOnAllThreads();
+    soleSenderEnded_.store(true, std::memory_order_release);
+}
+
+bool DeviceGate::takeTurn(std::chrono::milliseconds limit) noexcept {
+    Clock::time_point deadline{}; // the clock is not looked at for a turn that is free
+    const auto isLate = [&] {
+        if (deadline == Clock::time_point{}) deadline = Clock::now() + limit;
         sched_yield();
-        if (sending_.load(std::memory_order_relaxed) == 0 && sending_.exchange(1) == 0)
-            return lookAtGate(sending_);
-    } while (Clock::now() < deadline);
-    return Pass(nullptr, false, Answer::Late);
+        return Clock::now() >= deadline;
+    };
+    while (sending_.exchange(1) != 0) do
+            if (isLate()) return false;
+        while (sending_.load(std::memory_order_relaxed) != 0);
+    while (soleSending_.load(std::memory_order_acquire) != 0)
+        if (isLate()) {
+            sending_.store(0, std::memory_order_release);
+            return false;
+        }
+    return true;
 }
 
 DeviceGate::Pass DeviceGate::enterControl() noexcept {
@@ -43,13 +71,13 @@ DeviceGate::Pass DeviceGate::enterControl() noexcept {
 }
 
 bool DeviceGate::somebodyInside() const noexcept {
-    return receiving_.load() != 0 || leeching_.load() != 0 || sending_.load() != 0 ||
-           controlling_.load() != 0;
+    return receiving_.load() != 0 || leeching_.load() != 0 || soleSending_.load() != 0 ||
+           sending_.load() != 0 || controlling_.load() != 0;
 }
 
 bool DeviceGate::close(std::chrono::milliseconds limit) noexcept {
     closed_.store(true);
-    if (barrierOnClose_) barrierOnAllThreads();
+    if (barriers_) barrierOnAllThreads();
     const auto deadline = Clock::now() + limit;
     while (somebodyInside()) {
         if (Clock::now() >= deadline) {

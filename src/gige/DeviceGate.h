@@ -4,6 +4,8 @@
 #include <atomic>
 #include <chrono>
 
+#include <pthread.h>
+
 namespace orvo::core::zume {
 
 /// The gate in front of one interface's device. Traffic passes it for the length of its calls into the
@@ -12,8 +14,12 @@ namespace orvo::core::zume {
 /// Each traffic path has a flag of its own that it raises on the way in and lowers on the way out. Between
 /// raising it and looking at the gate the processor must not swap the two accesses. The receive path and the
 /// leecher leave that to `close`, which makes every thread of the process pass a barrier (membarrier), so
-/// that a pass costs them two plain stores and a load; the send path has the barrier from taking its flag
-/// exclusively.
+/// that a pass costs them two plain stores and a load.
+///
+/// Senders take turns, but as a rule there is only one, and it should not pay for the others. The first
+/// thread that sends therefore becomes the sole sender, with a flag of its own that it raises in the same
+/// way. The first other one that comes ends this for good, with a barrier again, and from then on all take
+/// turns on one flag with an atomic exchange.
 class DeviceGate {
 public:
     DeviceGate();
@@ -54,7 +60,15 @@ public:
     Pass enterLeecher() noexcept { return enterAlone(leeching_); }
     /// For any number of threads that send; one at a time is inside. The others wait, yielding the processor,
     /// at most `limit`; false then too.
-    Pass enterSend(std::chrono::milliseconds limit) noexcept;
+    Pass enterSend(std::chrono::milliseconds limit) noexcept {
+        const Sender self = thisThread();
+        if (soleSender_.load(std::memory_order_relaxed) == self) {
+            raise(soleSending_);
+            if (soleSender_.load(std::memory_order_relaxed) == self) return lookAtGate(soleSending_);
+            soleSending_.store(0, std::memory_order_release);
+        }
+        return enterSendAsOneOfMany(self, limit);
+    }
     /// For any number of threads that do anything else, all at once.
     Pass enterControl() noexcept;
 
@@ -68,16 +82,28 @@ public:
     void awaitOpen(std::chrono::milliseconds limit) const;
 
 private:
+    using Sender = pthread_t; // of threads that live: two values stand for something else
+    static constexpr Sender nobody = 0;
+    static constexpr Sender many = 1;
+
+    static Sender thisThread() noexcept { return pthread_self(); }
+
     Pass enterAlone(std::atomic<int>& flag) noexcept {
-        if (barrierOnClose_) {
-            flag.store(1, std::memory_order_relaxed);
-            std::atomic_signal_fence(
-                std::memory_order_seq_cst); // holds the compiler; close() holds the processor
-        } else {
+        if (barriers_)
+            raise(flag);
+        else
             flag.exchange(1);
-        }
         return lookAtGate(flag);
     }
+    /// The flag of one thread, whose next load another thread's barrier keeps behind this store.
+    static void raise(std::atomic<int>& flag) noexcept {
+        flag.store(1, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst); // holds the compiler; the barrier the processor
+    }
+    Pass enterSendAsOneOfMany(Sender self, std::chrono::milliseconds limit) noexcept;
+    bool becomeSoleSender(Sender self) noexcept;
+    void endSoleSender() noexcept;
+    bool takeTurn(std::chrono::milliseconds limit) noexcept;
     /// The pass of a thread whose flag is up; the load is an acquire, so it sees the device that `open`
     /// published.
     Pass lookAtGate(std::atomic<int>& flag, bool shared = false) noexcept {
@@ -85,13 +111,16 @@ private:
     }
     bool somebodyInside() const noexcept;
 
-    const bool barrierOnClose_; // whether close() provides the barrier for paths of one thread
+    const bool barriers_; // whether the kernel has the barrier on all threads
     std::atomic<bool> closed_{false};
     std::atomic<int> receiving_{0};
     std::atomic<int> leeching_{0};
     std::atomic<int> controlling_{0}; // how many
-    // Senders pound on it when they overlap, which must not slow the receiver down.
-    alignas(64) std::atomic<int> sending_{0};
+    // Senders pound on these when they overlap, which must not slow the receiver down.
+    alignas(64) std::atomic<Sender> soleSender_; // changes from nobody to a thread to many
+    std::atomic<int> soleSending_{0};
+    std::atomic<int> sending_{0};
+    std::atomic<bool> soleSenderEnded_{false}; // and has passed a barrier
 };
 
 } // namespace orvo::core::zume

@@ -5,6 +5,7 @@
 #include "gige/MdioRegisters.h"
 #include "gige/OrvoGbePhysicalNetworkInterface.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceUiqLeecherThread.h"
+#include "gige/WordBuffer.h"
 #include "platform/Relaxed.h"
 
 #include <cstdint>
@@ -90,6 +91,7 @@ public:
     bool recvErrorReported = false; // the message of this run of read errors was due
     bool zeroSizeReported = false;  // the message of this run of zero size words was due
     std::uint64_t lastRecvErrCnt = 0;
+    WordBuffer receivedWords;
     Relaxed<std::uint64_t> receivedFrames;
     Relaxed<std::uint64_t> receivedBytes;
     Relaxed<std::uint64_t> zeroSizeTransmissions;

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <memory>
 #include <utility>
 
 namespace orvo::core::zume {
@@ -34,10 +33,10 @@ struct OrvoGbePhysicalNetworkInterface::Reception {
     enum class Outcome { Nothing, Frame, ReadError, ZeroSize, NoEnd, WrongSize };
 
     Outcome outcome = Outcome::Nothing;
-    std::uint32_t requestedBytes = 0; // of the read that the outcome is about
-    int result = 0;                   // of that read
-    int lostWords = 0;                // asked for only where a message needs it
-    std::unique_ptr<std::uint32_t[]> words;
+    std::uint32_t requestedBytes = 0;     // of the read that the outcome is about
+    int result = 0;                       // of that read
+    int lostWords = 0;                    // asked for only where a message needs it
+    const std::uint32_t* words = nullptr; // of a transmission that was read; the word buffer's
 };
 
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* received) {
@@ -89,9 +88,10 @@ void OrvoGbePhysicalNetworkInterface::readTransmission(Reception& reception) {
 
 void OrvoGbePhysicalNetworkInterface::readFrameWords(Reception& reception, std::uint32_t requestedBytes) {
     using enum Reception::Outcome;
-    reception.words = std::make_unique<std::uint32_t[]>((requestedBytes + 3) / 4);
-    if (!readWords(reception, reception.words.get(), requestedBytes)) return;
-    switch (checkTransmission(reception.words.get(), requestedBytes, reception.result)) {
+    std::uint32_t* const words = d->receivedWords.zeroed(requestedBytes);
+    reception.words = words;
+    if (!readWords(reception, words, requestedBytes)) return;
+    switch (checkTransmission(words, requestedBytes, reception.result)) {
     case TransmissionVerdict::Good:
         reception.outcome = Frame;
         break;
@@ -131,7 +131,7 @@ boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::conclude(const
     case Reception::Outcome::Nothing:
         break;
     case Reception::Outcome::Frame:
-        return makeFrame(reception.words.get(), static_cast<std::uint32_t>(reception.result));
+        return makeFrame(reception.words, static_cast<std::uint32_t>(reception.result));
     case Reception::Outcome::ReadError:
         noteReadError(reception);
         break;
@@ -169,7 +169,7 @@ void OrvoGbePhysicalNetworkInterface::noteMissingEnd(const Reception& reception)
     if (auto text = warning())
         text << "': end of transmission validity check failed! [lost words: " << reception.lostWords << "]";
     if (auto text = detail())
-        text << "': ... EOT: " << Hex{lastWord(reception.words.get(), reception.result)}
+        text << "': ... EOT: " << Hex{lastWord(reception.words, reception.result)}
              << " - TRANSMISSION_SIZE: " << reception.requestedBytes << " - RESULT: " << reception.result
              << "\n";
     d->invalidEots += 1;
@@ -184,10 +184,11 @@ void OrvoGbePhysicalNetworkInterface::noteWrongSize(const Reception& reception) 
 
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::makeFrame(const std::uint32_t* words,
                                                                             std::uint32_t deliveredBytes) {
-    // A byte without a word of its own, at the end of an odd length, reads 0.
     const std::uint32_t frameBytes = deliveredBytes / 2;
-    QByteArray bytes(static_cast<int>(frameBytes), '\0');
-    unpackFrame(words, deliveredBytes / 4, reinterpret_cast<unsigned char*>(bytes.data()));
+    QByteArray bytes(static_cast<int>(frameBytes), Qt::Uninitialized);
+    auto* const data = reinterpret_cast<unsigned char*>(bytes.data());
+    unpackFrame(words, deliveredBytes / 4, data);
+    if (frameBytes % 2 != 0) data[frameBytes - 1] = 0; // the end of an odd length has no word of its own
     d->receivedFrames += 1;
     d->receivedBytes += frameBytes;
     return boost::make_shared<EthernetFrame>(bytes);

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstring>
 
 namespace orvo::core::zume {
 
@@ -18,14 +20,22 @@ constexpr std::size_t fcsBytes = 4;
 constexpr auto transmitterLimit = std::chrono::milliseconds{1000};
 constexpr auto turnLimit = 2 * transmitterLimit; // the sender before gives up after one
 
+static_assert(std::endian::native == std::endian::little,
+              "a unit's first byte must be its low one in memory");
+
 /// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined: a
 /// board that refuses them shows it in its counters, and the frame is gone either way.
 void writeFrame(const PortState& d, const unsigned char* bytes, std::size_t unitCount) {
+    const auto write = hal::boundRegisterWrite();
+    void* const device = d.device;
     const std::uint32_t writeData = d.regGigeWriteData;
-    OHalRegisterWrite(d.device, d.regGigeBufferReset, 0);
-    for (std::size_t k = 0; k < unitCount; ++k)
-        OHalRegisterWrite(d.device, writeData, bytes[2 * k] + 256U * bytes[2 * k + 1]);
-    OHalRegisterWrite(d.device, d.regGigeWriteComplete, 0);
+    write(device, d.regGigeBufferReset, 0);
+    for (std::size_t k = 0; k < unitCount; ++k) {
+        std::uint16_t unit = 0;
+        std::memcpy(&unit, bytes + 2 * k, sizeof unit);
+        write(device, writeData, unit);
+    }
+    write(device, d.regGigeWriteComplete, 0);
 }
 
 } // namespace

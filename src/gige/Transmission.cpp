@@ -1,23 +1,56 @@
 // Checking and unpacking of transmissions; pure functions.
 #include "gige/Transmission.h"
 
+#include <bit>
+#include <cstring>
+
 namespace orvo::core::zume {
 
-TransmissionVerdict checkTransmission(const std::uint32_t* words, std::uint32_t requestedBytes,
-                                      int deliveredBytes) {
-    const auto delivered = static_cast<std::uint32_t>(deliveredBytes);
-    if (delivered < sizeof(std::uint32_t) || delivered > requestedBytes)
-        return TransmissionVerdict::WrongSize;
-    if ((lastWord(words, deliveredBytes) & endOfTransmission) == 0) return TransmissionVerdict::NoEnd;
-    if (delivered != requestedBytes && delivered + 2 != requestedBytes) return TransmissionVerdict::WrongSize;
-    return TransmissionVerdict::Good;
+namespace {
+
+/// The one loop; what it is compiled to depends on the function that it is put into.
+[[gnu::always_inline]] inline void packWords(const std::uint32_t* words, std::size_t wordCount,
+                                             unsigned char* frame) {
+    static_assert(std::endian::native == std::endian::little, "a word's low byte must come first in memory");
+    for (std::size_t k = 0; k < wordCount; ++k) {
+        const auto unit = static_cast<std::uint16_t>(words[k]);
+        std::memcpy(frame + 2 * k, &unit, sizeof unit);
+    }
 }
 
+void packAnywhere(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
+    packWords(words, wordCount, frame);
+}
+
+#if defined(__x86_64__)
+[[gnu::target("avx2")]] void packWithAvx2(const std::uint32_t* words, std::size_t wordCount,
+                                          unsigned char* frame) {
+    packWords(words, wordCount, frame);
+}
+
+/// These have one instruction for it.
+[[gnu::target("avx512bw,avx512vl")]] void packWithAvx512(const std::uint32_t* words, std::size_t wordCount,
+                                                         unsigned char* frame) {
+    packWords(words, wordCount, frame);
+}
+
+auto choosePacking() noexcept {
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")) return packWithAvx512;
+    return __builtin_cpu_supports("avx2") ? packWithAvx2 : packAnywhere;
+}
+#else
+auto choosePacking() noexcept {
+    return packAnywhere;
+}
+#endif
+
+const auto packing = choosePacking();
+
+} // namespace
+
 void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
-    for (std::size_t k = 0; k < wordCount; ++k) {
-        frame[2 * k] = static_cast<unsigned char>(words[k]);
-        frame[2 * k + 1] = static_cast<unsigned char>(words[k] >> 8);
-    }
+    packing(words, wordCount, frame);
 }
 
 } // namespace orvo::core::zume

@@ -12,19 +12,27 @@ constexpr std::uint32_t maxTransmissionBytes =
 
 enum class TransmissionVerdict { Good, NoEnd, WrongSize };
 
-/// Judges what a read of `requestedBytes` delivered into `words`. A delivery under one word or over the
-/// request is of wrong size whatever it holds; otherwise the last whole word must carry the end flag; then
-/// the delivery must be all that was requested, or 2 bytes less. `deliveredBytes` is not negative.
-TransmissionVerdict checkTransmission(const std::uint32_t* words, std::uint32_t requestedBytes,
-                                      int deliveredBytes);
-
 /// The last whole word of a delivery of at least 4 bytes.
 inline std::uint32_t lastWord(const std::uint32_t* words, int deliveredBytes) {
     return words[deliveredBytes / 4 - 1];
 }
 
+/// Judges what a read of `requestedBytes` delivered into `words`. A delivery under one word or over the
+/// request is of wrong size whatever it holds; otherwise the last whole word must carry the end flag; then
+/// the delivery must be all that was requested, or 2 bytes less. `deliveredBytes` is not negative.
+inline TransmissionVerdict checkTransmission(const std::uint32_t* words, std::uint32_t requestedBytes,
+                                             int deliveredBytes) {
+    const auto delivered = static_cast<std::uint32_t>(deliveredBytes);
+    if (delivered < sizeof(std::uint32_t) || delivered > requestedBytes)
+        return TransmissionVerdict::WrongSize;
+    if ((lastWord(words, deliveredBytes) & endOfTransmission) == 0) return TransmissionVerdict::NoEnd;
+    if (delivered != requestedBytes && delivered + 2 != requestedBytes) return TransmissionVerdict::WrongSize;
+    return TransmissionVerdict::Good;
+}
+
 /// Packs bits 0 to 15 of each word into two bytes of the frame, low byte first; everything else in a word is
-/// dropped. `frame` has room for 2 * `wordCount` bytes.
+/// dropped. `frame` has room for 2 * `wordCount` bytes. As many words at once as the processor's instructions
+/// take.
 void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
 
 } // namespace orvo::core::zume

@@ -29,7 +29,8 @@ class LogLine {
 public:
     /// No line without a logger.
     LogLine(Logger* logger, LogLevel level) noexcept {
-        if (logger && logger->isEnabled(static_cast<std::uint32_t>(level))) begin(logger, level);
+        const auto number = static_cast<std::uint32_t>(level);
+        if (logger && logger->passes(number) && logger->isEnabled(number)) begin(logger, level);
     }
     /// A line about one interface: the prefix goes on with "PHY Id '" and the interface's id.
     LogLine(Logger* logger, LogLevel level, const std::string& interfaceId) noexcept

@@ -6,7 +6,6 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <set>
 
 namespace orvo::tools::logging {
@@ -15,22 +14,20 @@ using templates::platform::RecursiveMutex;
 using templates::platform::RecursiveMutexGuard;
 
 struct Logger::D {
-    D(std::uint64_t loggerHandle, std::uint32_t initialThreshold)
-        : handle(loggerHandle), threshold(initialThreshold) {}
+    explicit D(std::uint64_t loggerHandle) : handle(loggerHandle) {}
 
     const std::uint64_t handle; // the dispatcher's; 0 for the root logger
     RecursiveMutex mutex;
     std::set<pthread_t> mutedThreads; // under `mutex`
-    std::atomic<std::uint32_t> threshold;
 };
 
-Logger::Logger(std::uint64_t handle, std::uint32_t threshold) : d_(std::make_unique<D>(handle, threshold)) {}
+Logger::Logger(std::uint64_t handle, std::uint32_t threshold)
+    : threshold_(threshold), d_(std::make_unique<D>(handle)) {}
 
 Logger::~Logger() = default;
 
 bool Logger::isEnabled(std::uint32_t level) {
-    // Relaxed: a new threshold need not reach other threads together with anything else.
-    if (d_->threshold.load(std::memory_order_relaxed) > level) return false;
+    if (!passes(level)) return false;
     const RecursiveMutexGuard guard(&d_->mutex);
     return !d_->mutedThreads.contains(pthread_self());
 }
@@ -40,7 +37,7 @@ void Logger::log(std::uint32_t level, const char* message, std::uint32_t a, std:
 }
 
 void Logger::setLevel(std::uint32_t threshold) {
-    d_->threshold.store(threshold, std::memory_order_relaxed);
+    threshold_.store(threshold, std::memory_order_relaxed);
 }
 
 bool Logger::setThreadEnabled(bool enabled) {

@@ -18,7 +18,7 @@ Port::Setup portSetup(const BoardConfiguration& board, const FirmwareProfile& fi
 
 Board::Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware)
     : configuration_(configuration), firmware_(firmware),
-      handles_(configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
+      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
                                             Port(portSetup(configuration, firmware, 1)),
                                             Port(portSetup(configuration, firmware, 2)),
                                             Port(portSetup(configuration, firmware, 3))},
@@ -74,6 +74,15 @@ int Board::refusal() const noexcept {
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
     if (condition_.has(Trouble::NoApplet)) return OrvoSimHalNoApplet;
     return 0; // faults concern reads
+}
+
+int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
+    if (!condition_.isGood())
+        if (const int refused = refusal(); refused != 0) return refused;
+    const std::uint32_t scope = address & ~(portBits | registerOffsets);
+    const bool known = scope == portScope ? ports_[portOf(address)].writeRegister(address, value)
+                                          : writeBoardRegister(address, value);
+    return known ? 0 : OrvoSimHalNoRegister;
 }
 
 int Board::readRegister(std::uint32_t address, std::uint64_t& value) {

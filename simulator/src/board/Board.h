@@ -41,6 +41,14 @@ public:
     /// The FPGA is empty then, and the PHYs are in reset.
     void unloadFpga() noexcept;
 
+    /// Appends 16 bits to the frame in a port's transmit buffer: the access that a frame consists of. False
+    /// when it is another one, or not a usual one; `writeRegister` takes any.
+    bool appendToFrame(std::uint32_t address, std::uint64_t value) noexcept {
+        if ((address & ~portBits) != static_cast<std::uint32_t>(Register::GigeWriteData) ||
+            !condition_.isGood()) [[unlikely]]
+            return false;
+        return ports_[portOf(address)].appendToFrame(value);
+    }
     int writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
     int readRegister(std::uint32_t address, std::uint64_t& value);
 
@@ -54,7 +62,6 @@ public:
     void report(unsigned port, OrvoSimPort& out);
 
 private:
-    int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;
     int readUsual(std::uint32_t address, std::uint64_t& value) noexcept;
     bool writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept;
     bool readBoardRegister(std::uint32_t address, std::uint64_t& value) noexcept;
@@ -79,19 +86,6 @@ private:
 
 inline constexpr std::uint32_t registerOffsets = 0x7C; // see registerBit
 inline constexpr unsigned firstActionQueue = 8;
-
-inline int Board::writeUsual(std::uint32_t address, std::uint64_t value) noexcept {
-    const std::uint32_t scope = address & ~(portBits | registerOffsets);
-    const bool known = scope == portScope ? ports_[portOf(address)].writeRegister(address, value)
-                                          : writeBoardRegister(address, value);
-    return known ? 0 : OrvoSimHalNoRegister;
-}
-
-inline int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
-    if (!condition_.isGood()) [[unlikely]]
-        if (const int refused = refusal(); refused != 0) return refused;
-    return writeUsual(address, value);
-}
 
 inline int Board::readUsual(std::uint32_t address, std::uint64_t& value) noexcept {
     const std::uint32_t scope = address & ~(portBits | registerOffsets);

@@ -7,19 +7,29 @@ namespace {
 
 constexpr HandleBits mark = HandleBits{0x0DE5} << 48; // no address of a user process looks like this
 
+constexpr HandleBits closed = 1; // no handle, and no null pointer either
+
+constexpr unsigned slotOf(HandleBits handle) noexcept {
+    return static_cast<unsigned>(handle >> 32) % slotsPerBoard;
+}
+
 } // namespace
 
+constinit std::array<HandlePlace, maxBoards * slotsPerBoard> handlePlaces{};
+
 HandleBits DeviceHandles::handleOf(unsigned slot, std::uint32_t generation) const noexcept {
-    return mark | HandleBits{board_} << 40 | HandleBits{slot} << 32 | generation;
+    return mark | HandleBits{index_} << 40 | HandleBits{slot} << 32 | generation;
 }
 
 void* DeviceHandles::open() noexcept {
     const std::lock_guard lock(mutex_);
-    for (unsigned slot = 0; slot < slots_.size(); ++slot) {
-        if (slots_[slot].load(std::memory_order_relaxed) != 0) continue;
+    for (unsigned slot = 0; slot < slotsPerBoard; ++slot) {
+        HandlePlace& place = placeOf(handleOf(slot, 0));
+        if (place.handle.load(std::memory_order_relaxed) > closed) continue;
         const auto generation = generations_[slot].fetch_add(1, std::memory_order_relaxed) + 1;
         const HandleBits handle = handleOf(slot, generation);
-        slots_[slot].store(handle, std::memory_order_release);
+        place.board.store(&board_, std::memory_order_relaxed);
+        place.handle.store(handle, std::memory_order_release);
         return reinterpret_cast<void*>(handle);
     }
     return nullptr;
@@ -27,8 +37,8 @@ void* DeviceHandles::open() noexcept {
 
 bool DeviceHandles::close(HandleBits handle) noexcept {
     const std::lock_guard lock(mutex_);
-    if (!isOpen(handle)) return false;
-    slots_[slotOf(handle)].store(0, std::memory_order_release);
+    if (openBoardOf(reinterpret_cast<void*>(handle)) != &board_) return false;
+    placeOf(handle).handle.store(closed, std::memory_order_release);
     return true;
 }
 

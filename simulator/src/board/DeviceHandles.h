@@ -2,6 +2,8 @@
 // apart.
 #pragma once
 
+#include "config/Configuration.h"
+
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -17,32 +19,51 @@ constexpr unsigned boardOfHandle(HandleBits handle) noexcept {
     return static_cast<unsigned>(handle >> 40) & 0xFF;
 }
 
+inline constexpr unsigned slotsPerBoard = 256;
+
+class Board;
+
+/// Where a handle is noted while it is open.
+struct HandlePlace {
+    std::atomic<HandleBits> handle{0};  ///< the open one; something else when there is none
+    std::atomic<Board*> board{nullptr}; ///< set before the first one was opened
+};
+
+/// The places of all boards' handles; those of one board lie together.
+extern std::array<HandlePlace, maxBoards * slotsPerBoard> handlePlaces;
+
+inline HandlePlace& placeOf(HandleBits handle) noexcept {
+    return handlePlaces[(handle >> 32) % (maxBoards * slotsPerBoard)];
+}
+
+/// The board of a device handle; null for one that is not open. Any thread, on every call of the host.
+inline Board* openBoardOf(void* device) noexcept {
+    const auto handle = reinterpret_cast<HandleBits>(device);
+    const HandlePlace& place = placeOf(handle);
+    if (place.handle.load(std::memory_order_acquire) == handle) [[likely]]
+        return place.board.load(std::memory_order_relaxed);
+    return nullptr;
+}
+
 class DeviceHandles {
 public:
-    explicit DeviceHandles(unsigned board) noexcept : board_(board) {}
+    DeviceHandles(Board& board, unsigned index) noexcept : board_(board), index_(index) {}
 
-    /// A new handle; null when 256 are open.
+    /// A new handle; null when all slots are taken.
     void* open() noexcept;
     /// False when the handle is not open.
     bool close(HandleBits handle) noexcept;
 
-    /// Any thread, on every call of the host: one load.
-    bool isOpen(HandleBits handle) const noexcept {
-        return handle != 0 && slots_[slotOf(handle)].load(std::memory_order_acquire) == handle;
-    }
     /// Of a handle that is not open: true when it was.
     bool wasOpen(HandleBits handle) const noexcept;
 
 private:
-    static constexpr unsigned slotOf(HandleBits handle) noexcept {
-        return static_cast<unsigned>(handle >> 32) & 0xFF;
-    }
     HandleBits handleOf(unsigned slot, std::uint32_t generation) const noexcept;
 
-    const unsigned board_;
-    std::mutex mutex_;                                          // taken to open and close
-    std::array<std::atomic<HandleBits>, 256> slots_{};          // the open handle, 0 for none
-    std::array<std::atomic<std::uint32_t>, 256> generations_{}; // how often each slot was opened
+    Board& board_;
+    const unsigned index_;
+    std::mutex mutex_;                                                    // taken to open and close
+    std::array<std::atomic<std::uint32_t>, slotsPerBoard> generations_{}; // how often each slot was opened
 };
 
 } // namespace orvo::sim

@@ -31,6 +31,23 @@ bool Port::writeOther(std::uint32_t address, std::uint64_t value) noexcept {
     return true;
 }
 
+bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
+    if (!has(address)) return false;
+    switch (static_cast<Register>(address & ~portBits)) {
+    case Register::GigeWriteData:
+        transmitter_.append(value);
+        return true;
+    case Register::GigeBufferReset:
+        transmitter_.begin();
+        return true;
+    case Register::GigeWriteComplete:
+        transmitter_.transmit();
+        return true;
+    default:
+        return writeOther(address, value);
+    }
+}
+
 bool Port::readRegister(std::uint32_t address, std::uint64_t& value) const noexcept {
     if (!has(address)) return false;
     switch (static_cast<Register>(address & ~portBits)) {

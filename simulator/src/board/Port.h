@@ -44,6 +44,12 @@ public:
     /// Accesses of the host; `address` is that of a port register. False when the firmware lacks it.
     bool writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
     bool readRegister(std::uint32_t address, std::uint64_t& value) const noexcept;
+    /// The write of GigeWriteData.
+    bool appendToFrame(std::uint64_t unit) noexcept {
+        if (!has(static_cast<std::uint32_t>(Register::GigeWriteData))) return false;
+        transmitter_.append(unit);
+        return true;
+    }
 
     DataQueue& receiveQueue() noexcept { return receiveQueue_; }
     DataQueue& actionQueue() noexcept { return actionQueue_; }
@@ -94,22 +100,5 @@ private:
     std::unique_ptr<Wire> wire_; // changed under both mutexes
     std::atomic<bool> isPlayed_{false};
 };
-
-inline bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
-    if (!has(address)) return false;
-    switch (static_cast<Register>(address & ~portBits)) {
-    case Register::GigeWriteData:
-        transmitter_.append(value);
-        return true;
-    case Register::GigeBufferReset:
-        transmitter_.begin();
-        return true;
-    case Register::GigeWriteComplete:
-        transmitter_.transmit();
-        return true;
-    default:
-        return writeOther(address, value);
-    }
-}
 
 } // namespace orvo::sim

@@ -31,25 +31,14 @@ Arrival Receiver::refuse() noexcept {
 }
 
 Arrival Receiver::accept(WireBytes content) noexcept {
-    goodBytes_.add(content.size() + fcsBytes);
-    goodFrames_.add(1); // before the host can see the frame
-    if (queue_.pushFrame(content)) return Arrival::Queued;
-    lostWords_.add(wordsOfFrame(content.size()));
-    overflowFrames_.add(1);
-    return Arrival::Overflow;
+    return queue_.pushFrame(content) ? Arrival::Queued : Arrival::Overflow;
 }
 
 void Receiver::countLost(std::uint64_t frames) noexcept {
-    if (!gate_.canReceive()) {
+    if (gate_.canReceive())
+        queue_.countLostFrames(frames, minFrameBytes);
+    else
         ignore(frames);
-        return;
-    }
-    const std::uint64_t words = frames * wordsOfFrame(minFrameBytes);
-    goodBytes_.add(frames * minWireBytes);
-    goodFrames_.add(frames);
-    queue_.countLost(words);
-    lostWords_.add(words);
-    overflowFrames_.add(frames);
 }
 
 } // namespace orvo::sim

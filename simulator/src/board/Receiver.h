@@ -21,28 +21,26 @@ public:
     void countLost(std::uint64_t frames) noexcept override;
     bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
 
-    std::uint64_t goodFrames() const noexcept { return goodFrames_.value(); }
-    std::uint64_t goodBytes() const noexcept { return goodBytes_.value(); }
+    /// Frames from the wire that were good, whatever the queue had room for.
+    std::uint64_t goodFrames() const noexcept { return counts().frames.value(); }
+    std::uint64_t goodBytes() const noexcept { return counts().bytes.value() + goodFrames() * fcsBytes; }
     std::uint64_t errors() const noexcept { return errors_.value(); }
     std::uint64_t ignoredFrames() const noexcept { return ignoredFrames_.value(); }
     /// Good frames that entered the queue; one that is on its way into it counts already.
     std::uint64_t queuedFrames() const noexcept { return goodFrames() - overflowFrames(); }
-    std::uint64_t overflowFrames() const noexcept { return overflowFrames_.value(); }
-    std::uint64_t lostWords() const noexcept { return lostWords_.value(); }
+    std::uint64_t overflowFrames() const noexcept { return counts().lostFrames.value(); }
+    std::uint64_t lostWords() const noexcept { return counts().lostWords.value(); }
 
 private:
     Arrival ignore(std::uint64_t frames = 1) noexcept;
     Arrival refuse() noexcept;
     Arrival accept(WireBytes content) noexcept;
+    const DataQueue::FrameCounts& counts() const noexcept { return queue_.frameCounts(); }
 
     const PortGate& gate_;
     DataQueue& queue_;
-    alignas(64) SharedCounter goodFrames_;
-    SharedCounter goodBytes_;
     SharedCounter errors_;
     SharedCounter ignoredFrames_;
-    SharedCounter overflowFrames_;
-    SharedCounter lostWords_;
 };
 
 } // namespace orvo::sim

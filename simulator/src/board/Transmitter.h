@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace orvo::sim {
 
@@ -28,10 +29,8 @@ public:
     /// Appends 16 bits, first byte low. What does not fit makes the frame too long.
     void append(std::uint64_t unit) noexcept {
         const auto at = units_.load(std::memory_order_relaxed);
-        if (at < bufferBytes / 2) {
-            buffer_[2 * at] = static_cast<std::uint8_t>(unit);
-            buffer_[2 * at + 1] = static_cast<std::uint8_t>(unit >> 8);
-        }
+        const auto bytes = static_cast<std::uint16_t>(unit); // first byte low, as in memory
+        if (at < bufferBytes / 2) std::memcpy(buffer_.data() + 2 * at, &bytes, sizeof bytes);
         units_.store(at + 1, std::memory_order_relaxed);
     }
 

@@ -12,9 +12,19 @@ int OHalRegisterRead(void* device, uint32_t address, uint64_t* value) {
     return board->readRegister(address, *value);
 }
 
-int OHalRegisterWrite(void* device, uint32_t address, uint64_t value) {
+namespace {
+
+[[gnu::noinline]] int writeAnyRegister(void* device, uint32_t address, uint64_t value) {
     Board* const board = boardOf(device);
-    if (!board) [[unlikely]]
-        return OrvoSimHalBadHandle;
-    return board->writeRegister(address, value);
+    return board ? board->writeRegister(address, value) : OrvoSimHalBadHandle;
+}
+
+} // namespace
+
+/// What a frame is made of comes first and calls nothing, so that the compiler saves no registers for it.
+int OHalRegisterWrite(void* device, uint32_t address, uint64_t value) {
+    Board* const board = openBoardOf(device);
+    if (board && board->appendToFrame(address, value)) [[likely]]
+        return 0;
+    return writeAnyRegister(device, address, value);
 }

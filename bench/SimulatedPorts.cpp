@@ -1,0 +1,33 @@
+// The simulated board, made ready for frames.
+#include "SimulatedPorts.h"
+
+namespace orvo::bench {
+namespace {
+
+constexpr int fcsBytes = 4;
+
+host::InstallationOptions cabledInPairs() {
+    host::InstallationOptions options;
+    options.root = ORVO_BUILD_ROOT;
+    options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
+    options.virtualTime = true;
+    return options;
+}
+
+} // namespace
+
+SimulatedPorts::SimulatedPorts()
+    : session_(cabledInPairs(), 0), plugin_(session_.installation), log_(session_.installation) {
+    for (unsigned i = 0; i < count; ++i) {
+        ports_[i].emplace(plugin_, log_, host::PortAddress{0, i}, true);
+        ports_[i]->open();
+        ports_[i]->interface().enableCustomChecksum(true);
+    }
+}
+
+SealedFrame::SealedFrame(int wireBytes)
+    : frame_(QByteArray(wireBytes - fcsBytes, 'x')), handle_(boost::shared_ptr<void>(), &frame_) {
+    frame_.appendFcs(0);
+}
+
+} // namespace orvo::bench

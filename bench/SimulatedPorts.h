@@ -1,0 +1,48 @@
+// Ports of the simulated board through the plug-in file, as a host has them, cabled in pairs: 0 with 1, 2
+// with 3.
+#pragma once
+
+#include "board/Plugin.h"
+#include "board/PluginLog.h"
+#include "board/Port.h"
+#include "board/Session.h"
+
+#include <orvo/core/zume/EthernetFrame.h>
+
+#include <boost/shared_ptr.hpp>
+
+#include <array>
+#include <optional>
+
+namespace orvo::bench {
+
+/// Set up, in virtual time, when it is made; takes the installation that the program lies in. Its ports take
+/// frames whose check sequence the host has appended, and check that of every frame that arrives.
+class SimulatedPorts {
+public:
+    static constexpr unsigned count = 4;
+
+    SimulatedPorts();
+
+    core::zume::PhysicalNetworkInterface& operator[](std::size_t port) { return ports_[port]->interface(); }
+
+private:
+    host::Session session_;
+    host::Plugin plugin_;
+    host::PluginLog log_;
+    std::array<std::optional<host::Port>, count> ports_;
+};
+
+/// A frame with its check sequence. Its handle counts nobody, so that what a sender pays for keeping its
+/// frame is not counted as the pipeline's.
+class SealedFrame {
+public:
+    explicit SealedFrame(int wireBytes);
+    const boost::shared_ptr<core::zume::EthernetFrame>& handle() const noexcept { return handle_; }
+
+private:
+    core::zume::EthernetFrame frame_;
+    const boost::shared_ptr<core::zume::EthernetFrame> handle_;
+};
+
+} // namespace orvo::bench

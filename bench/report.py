@@ -1,0 +1,215 @@
+"""Draws up what measure.py gathered: a table, a line for each target, and a chart.
+
+usage: report.py RESULT KEPT_INSTRUCTIONS CHART
+"""
+import json
+import sys
+
+SIZES = (64, 256, 512, 1024, 1518)
+GAP_AND_PREAMBLE_BYTES = 20  # between two frames on a line of 1 Gbit/s, at 8 ns a byte
+
+
+def line_ns(size):
+    return (size + GAP_AND_PREAMBLE_BYTES) * 8.0
+
+
+class Figures:
+    def __init__(self, results):
+        self.results = results
+
+    def entry(self, part, name):
+        return self.results[part].get(name, {"failure": "not measured"})
+
+    def ns(self, part, name):
+        return self.entry(part, name).get("ns")
+
+    def path(self, path, size):
+        """Time of a frame at one port, in nanoseconds."""
+        part = "paths" if path in ("receive", "send", "receiveFloor", "sendFloor") else "pipeline"
+        # Two threads of four ports: google benchmark divides by the threads, each of which serves two ports.
+        factor = 2 if path == "fourPorts" else 1
+        value = self.ns(part, f"{path}/{size}")
+        return None if value is None else value * factor
+
+    def spread(self, path, size):
+        part = "paths" if path in ("receive", "send") else "pipeline"
+        entry = self.entry(part, f"{path}/{size}")
+        if "ns" not in entry:
+            return ""
+        return f"-{100 * (1 - entry['least'] / entry['ns']):.0f} +{100 * (entry['most'] / entry['ns'] - 1):.0f} %"
+
+
+def number(value, digits=0):
+    return "-" if value is None else f"{value:,.{digits}f}"
+
+
+def ratio(one, other):
+    return None if one is None or not other else one / other
+
+
+def print_table(figures):
+    rows = [("receive", "receiveFloor"), ("send", "sendFloor"), ("oneThread", None), ("twoThreads", None),
+            ("fourPorts", None)]
+    print(f"{'path':<11}{'bytes':>6}{'ours':>9}{'spread':>12}{'floor':>9}{'ratio':>7}{'kernel':>9}{'line':>9}   ns a frame")
+    for path, floor in rows:
+        for size in SIZES:
+            ours = figures.path(path, size)
+            least = figures.path(floor, size) if floor else None
+            kernel = None if floor else figures.path("packetPair", size)
+            print(f"{path:<11}{size:>6}{number(ours):>9}{figures.spread(path, size):>12}{number(least):>9}"
+                  f"{number(ratio(ours, least), 2):>7}{number(kernel):>9}{number(line_ns(size)):>9}")
+
+
+def print_instructions(results, kept):
+    print("\ninstructions a frame (valgrind), beside the kept ones")
+    for name, count in results.items():
+        before = kept.get(name)
+        change = "" if before is None else f"{count - before:+d}"
+        print(f"  {name:<24}{count:>8}{before if before is not None else '-':>8}  {change}")
+
+
+class Targets:
+    """Each target: met, or by how much not."""
+
+    def __init__(self):
+        self.lines = []
+
+    def at_most(self, what, value, limit, unit=""):
+        self.add(what, value, limit, unit, "at most", value is not None and value <= limit)
+
+    def at_least(self, what, value, limit, unit=""):
+        self.add(what, value, limit, unit, "at least", value is not None and value >= limit)
+
+    def add(self, what, value, limit, unit, relation, met):
+        verdict = "not measured" if value is None else "met" if met else f"NOT MET, by {abs(value / limit - 1) * 100:.0f} %" if limit else "NOT MET"
+        digits = 2 if limit < 100 else 0
+        self.lines.append(f"{what:<66}{number(value, digits):>11}{unit:<8} {relation} {number(limit, digits)}{unit}: {verdict}")
+
+
+def worst(values):
+    values = list(values)
+    return None if any(value is None for value in values) else max(values)
+
+
+def lost_frames(figures):
+    counts = [entry.get("lost") for name, entry in figures.results["pipeline"].items() if "packetPair" not in name]
+    return worst(counts)
+
+
+def check_frame_paths(figures, targets):
+    for path, limit in (("receive", 1.25), ("send", 1.15)):
+        for size in SIZES:
+            value = ratio(figures.path(path, size), figures.path(path + "Floor", size))
+            targets.at_most(f"{path}, {size} bytes, of its floor", value, limit)
+    targets.at_most("gate around the device, receive", figures.ns("paths", "gateOfReceive"), 5, " ns")
+    targets.at_most("gate around the device, send", figures.ns("paths", "gateOfSend"), 5, " ns")
+    targets.at_most("message refused by its level", figures.ns("paths", "refusedMessage"), 2, " ns")
+
+
+def check_pipeline(figures, targets):
+    targets.at_most("send to receive, one thread, 64 bytes", figures.path("oneThread", 64), 300, " ns")
+    targets.at_most("send to receive, one thread, 1,518 bytes", figures.path("oneThread", 1518), 2900, " ns")
+    for size, times in ((64, 8), (1518, 1)):
+        value = ratio(figures.path("packetPair", size), figures.path("oneThread", size))
+        targets.at_least(f"times the rate of a packet socket pair over veth, {size} bytes", value, times)
+    for path, words in (("twoThreads", "two threads"), ("fourPorts", "four ports at once")):
+        value = worst(ratio(figures.path(path, size), line_ns(size)) for size in SIZES)
+        targets.at_most(f"{words}, worst size, of a line's time for a frame", value, 1)
+    targets.at_most("frames lost in all of these", lost_frames(figures), 0)
+
+
+def check_replay(results, targets):
+    for size in (64, 1518):
+        run = results.get(str(size), {})
+        large, small = run.get("large", {}), run.get("small", {})
+        targets.at_least(f"replay of 1 GB, frames of {size} bytes, of line rate",
+                         ratio(large.get("framesPerSecond"), 1e9 / line_ns(size)), 1)
+        targets.at_most(f"its peak memory, of that for 10 MB, {size} bytes",
+                        ratio(large.get("peakKilobytes"), small.get("peakKilobytes")), 1.05)
+
+
+def check_bridge(results, targets):
+    bare, port, veth = (results.get(name, {}) for name in ("bareBridge", "port", "veth"))
+    for direction, words in (("toCamera", "towards the camera"), ("fromCamera", "from the camera")):
+        ours = port.get(direction)
+        targets.at_least(f"TCP through the bridge, {words}", None if ours is None else ours / 1e6, 940, " Mbit/s")
+        targets.at_least("  of a bare bridge" + (f" ({bare[direction] / 1e6:,.0f} Mbit/s; veth {veth[direction] / 1e6:,.0f})"
+                                                 if direction in bare and direction in veth else ""),
+                         ratio(ours, bare.get(direction)), 0.7)
+    trips = [results.get(name, {}).get("roundTripNs") for name in ("port", "bareBridge", "veth")]
+    if None not in trips:
+        # Two hops of a bare bridge take two wake-ups each way, so half its price is what one costs.
+        targets.at_most(f"round trip over the bare bridge's {trips[1] / 1e3:.0f} us, in wake-ups each way",
+                        (trips[0] - trips[1]) / max(1, trips[1] - trips[2]), 1)
+    targets.at_most("share of a core when idle", port.get("idleCoreShare"), 0.01)
+
+
+def check_scale(results, targets):
+    times = [results.get(f"interfaces/{count}", {}).get("ns") for count in (1, 4, 16, 64)]
+    targets.at_most("a frame through one of 64 interfaces, of one alone", ratio(times[3], times[0]), 1.25)
+    targets.at_most("memory of an interface", results.get("interfaces/64", {}).get("bytesPerInterface"), 4096, " bytes")
+    targets.at_most("its growth over 10^8 frames", results.get("manyFrames/1", {}).get("bytesGrown"), 0, " bytes")
+
+
+SERIES = (("oneThread", "send to receive, one thread", "#2a78d6"), ("packetPair", "packet sockets over veth", "#eb6834"),
+          ("line", "line rate", "#8a8a86"), ("receive", "receive", "#1baf7a"), ("send", "send", "#9a6bd0"))
+
+
+def chart(figures):
+    """Nanoseconds a frame over its size, the time on a logarithmic scale: 10 ns to 20 us."""
+    import math
+    width, height, left, right, top, bottom = 720, 420, 64, 210, 44, 46
+    low, high = math.log10(20), math.log10(20000)
+    x = lambda size: left + (width - left - right) * (size - 64) / (1518 - 64)
+    y = lambda ns: height - bottom - (height - top - bottom) * (math.log10(ns) - low) / (high - low)
+    parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" role="img" '
+             'aria-label="Nanoseconds a frame over frame size" font-family="sans-serif" font-size="12">',
+             '<style>svg{background:#fcfcfb}text{fill:#2b2b29}.grid{stroke:#e2e2de}'
+             '@media(prefers-color-scheme:dark){svg{background:#1a1a19}text{fill:#e6e6e2}.grid{stroke:#3a3a37}}</style>',
+             f'<text x="{left}" y="24" font-size="15" font-weight="bold">What a frame costs, in nanoseconds</text>']
+    for ns in (20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 20000):
+        parts.append(f'<line class="grid" x1="{left}" x2="{width - right}" y1="{y(ns):.1f}" y2="{y(ns):.1f}"/>'
+                     f'<text x="{left - 8}" y="{y(ns) + 4:.1f}" text-anchor="end">{ns:,}</text>')
+    for size in SIZES:
+        parts.append(f'<text x="{x(size):.1f}" y="{height - bottom + 20}" text-anchor="middle">{size:,}</text>')
+    parts.append(f'<text x="{(left + width - right) / 2}" y="{height - 8}" text-anchor="middle">bytes of a frame, its check sequence included</text>')
+    labels = []
+    for name, label, colour in SERIES:
+        values = [(size, line_ns(size) if name == "line" else figures.path(name, size)) for size in SIZES]
+        values = [(size, ns) for size, ns in values if ns]
+        if not values:
+            continue
+        points = " ".join(f"{x(size):.1f},{y(ns):.1f}" for size, ns in values)
+        dash = ' stroke-dasharray="5 4"' if name == "line" else ""
+        parts.append(f'<polyline fill="none" stroke="{colour}" stroke-width="2"{dash} points="{points}"/>')
+        parts += [f'<circle cx="{x(size):.1f}" cy="{y(ns):.1f}" r="3.5" fill="{colour}"><title>{label}, {size} bytes: {ns:,.0f} ns</title></circle>'
+                  for size, ns in values]
+        labels.append([y(values[-1][1]), f"{label} {values[-1][1]:,.0f}"])
+    labels.sort()
+    for before, label in zip(labels, labels[1:]):
+        label[0] = max(label[0], before[0] + 15)
+    parts += [f'<text x="{width - right + 10}" y="{at + 4:.1f}">{text}</text>' for at, text in labels]
+    return "\n".join(parts + ["</svg>"]) + "\n"
+
+
+def main():
+    result, kept_file, chart_file = sys.argv[1:4]
+    with open(result) as file:
+        results = json.load(file)
+    with open(kept_file) as file:
+        kept = {name: int(count) for name, count in (line.split() for line in file if line.strip() and line[0] != "#")}
+    figures, targets = Figures(results), Targets()
+    print_table(figures)
+    print_instructions(results["instructions"], kept)
+    check_frame_paths(figures, targets)
+    check_pipeline(figures, targets)
+    check_replay(results["replay"], targets)
+    check_bridge(results["bridge"], targets)
+    check_scale(results["scale"], targets)
+    print("\ntargets")
+    print("\n".join("  " + line for line in targets.lines))
+    with open(chart_file, "w") as file:
+        file.write(chart(figures))
+
+
+main()

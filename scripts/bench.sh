@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# bench.sh [--publish]: installs what is missing, builds, measures, and prints one table and a line for each target; the
+# chart goes beside the figures in the build tree. Takes some minutes; network figures need root. With --publish, table
+# and chart also replace those in docs/, and the instructions counted those in bench/instructions.txt.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+case ${1-} in
+"" | --publish) ;;
+*) echo "usage: scripts/bench.sh [--publish]" >&2; exit 2 ;;
+esac
+scripts/setup.sh valgrind
+scripts/build.sh release
+out=build/release/bench/results
+mkdir -p "$out"
+python3 bench/measure.py build/release "$out/figures.json"
+python3 bench/report.py "$out/figures.json" bench/instructions.txt "$out/benchmarks.svg" | tee "$out/table.txt"
+echo "chart: $out/benchmarks.svg" >&2
+[ "${1-}" = --publish ] || exit 0
+cp "$out/benchmarks.svg" docs/benchmarks.svg
+python3 bench/publish.py "$out/figures.json" "$out/table.txt" bench/instructions.txt docs/benchmarks.md
