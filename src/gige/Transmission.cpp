@@ -33,24 +33,25 @@ void packAnywhere(const std::uint32_t* words, std::size_t wordCount, unsigned ch
                                                          unsigned char* frame) {
     packWords(words, wordCount, frame);
 }
-
-auto choosePacking() noexcept {
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl")) return packWithAvx512;
-    return __builtin_cpu_supports("avx2") ? packWithAvx2 : packAnywhere;
-}
-#else
-auto choosePacking() noexcept {
-    return packAnywhere;
-}
 #endif
-
-const auto packing = choosePacking();
 
 } // namespace
 
+std::vector<Unpacking> unpackings() {
+    std::vector<Unpacking> usable;
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
+        usable.push_back(packWithAvx512);
+    if (__builtin_cpu_supports("avx2")) usable.push_back(packWithAvx2);
+#endif
+    usable.push_back(packAnywhere);
+    return usable;
+}
+
 void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
-    packing(words, wordCount, frame);
+    static const Unpacking best = unpackings().front();
+    best(words, wordCount, frame);
 }
 
 } // namespace orvo::core::zume

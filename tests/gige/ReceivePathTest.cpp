@@ -38,6 +38,26 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     EXPECT_EQ(statistics()["Recv"], "2 frames (128 bytes)");
 }
 
+TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfFormerFrames) {
+    setUpPort();
+    const Bytes sent = countingBytes(60);
+    board.queues[queueId] = FakeBoard::transmission(sent);
+    EXPECT_EQ(receive(), sent);
+    auto cut = FakeBoard::transmission(sent);
+    cut[1].words.resize(7); // of 30, and with them the end flag
+    board.queues[queueId] = cut;
+    EXPECT_THAT(receive(), IsEmpty());
+    EXPECT_THAT(takeMessages(),
+                testing::Contains(HasSubstr("... EOT: 0 - TRANSMISSION_SIZE: 120 - RESULT: 120")));
+    cut[1].words.insert(cut[1].words.end(), {0, 0, 0x1'0000});
+    cut[0].words = {20};
+    cut[1].result = 40; // ten words
+    board.queues[queueId] = cut;
+    Bytes shown(sent.begin(), sent.begin() + 14);
+    shown.resize(20);
+    EXPECT_EQ(receive(), shown);
+}
+
 /// All that must come of a bad transmission.
 struct Outcome {
     const char* counter; // the statistics line that grows by one, null for none

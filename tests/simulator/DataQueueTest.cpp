@@ -53,4 +53,18 @@ TEST_F(DataQueueTest, ClearsWholePushesWhileOthersPushAndTake) {
     EXPECT_TRUE(queue.push(std::vector(52, 1U)));
 }
 
+TEST_F(DataQueueTest, ClearedWordsAreGoneForAConsumerThatHasSeenThem) {
+    std::uint32_t out[52] = {};
+    for (std::uint32_t round = 1; round < 100; ++round) { // at every place of the ring
+        for (std::uint32_t i = 0; i < 3; ++i) ASSERT_TRUE(queue.push(std::vector(recordWords, 7U)));
+        ASSERT_EQ(queue.take(out, recordWords), recordWords); // and sees the tail of all three
+        queue.clear();
+        ASSERT_EQ(queue.take(out, recordWords), 0U);
+        ASSERT_FALSE(queue.await(1, std::chrono::milliseconds(0)));
+        ASSERT_TRUE(queue.push(std::vector{round}));
+        ASSERT_EQ(queue.take(out, 52), 1U);
+        ASSERT_EQ(out[0], round);
+    }
+}
+
 } // namespace
