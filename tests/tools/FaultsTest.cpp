@@ -168,9 +168,9 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
 
     std::deque<Exchange> exchanges;
     for (const auto port : addresses) exchanges.emplace_back(ports.at(port));
-    {
+    for (unsigned frames : {1500U, 4500U}) { // all ports pass the limit before the first one loses its link
         std::vector<std::jthread> senders;
-        for (auto& exchange : exchanges) senders.emplace_back([&exchange] { exchange.send(6000); });
+        for (auto& exchange : exchanges) senders.emplace_back([&exchange, frames] { exchange.send(frames); });
     }
     watch.end();
     for (const auto port : addresses)

@@ -108,6 +108,13 @@ int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     return condition_.isGood() ? writeUsual(address, value) : writeTroubled(address, value);
 }
 
+/// Of interest where the register is the result of an MDIO read.
+std::uint64_t Board::selectedPhy(std::uint32_t address) {
+    if (address != static_cast<std::uint32_t>(Register::MdioReadReg)) return 0;
+    const std::lock_guard lock(benchMutex);
+    return mdio_.phyAddress();
+}
+
 int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
     if (condition_.isGood()) return readUsual(address, value);
     passScript();
@@ -119,7 +126,7 @@ int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
         }
     }
     if (condition_.has(Trouble::Script)) {
-        if (const auto answer = script()->read(address, mdio_.phyAddress())) {
+        if (const auto answer = script()->read(address, selectedPhy(address))) {
             if (answer->result == 0) value = answer->value;
             return answer->result;
         }

@@ -78,6 +78,7 @@ private:
     int deliveredBytes(unsigned number, std::size_t count);
     int readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                      std::uint32_t timeoutMs);
+    std::uint64_t selectedPhy(std::uint32_t address);
     int writeTroubled(std::uint32_t address, std::uint64_t value) noexcept;
     int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;
     int readUsual(std::uint32_t address, std::uint64_t& value) noexcept;

@@ -19,7 +19,7 @@ public:
     BoardFaults(Board& board, const std::vector<ScriptedFault*>& faults);
 
     /// To be called at the host's accesses, without the bench mutex.
-    void pass() { events_.pass(simClock.now()); }
+    void pass() { events_.pass(); }
     /// A write of the host, which the board refuses or not.
     void noteWrite(std::uint32_t address, std::uint64_t value, bool isRefused) noexcept;
     std::optional<RegisterFaults::Answer> read(std::uint32_t address, std::uint64_t selectedPhy) {

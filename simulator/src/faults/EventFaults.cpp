@@ -22,9 +22,10 @@ EventFaults::EventFaults(Board& board, std::vector<ScriptedFault*> faults) : boa
     for (ScriptedFault* const fault : faults) rows_.push_back({fault});
 }
 
-void EventFaults::pass(SimTime now) {
+void EventFaults::pass() {
     if (rows_.empty()) return;
     const std::lock_guard lock(mutex_);
+    const SimTime now = simClock.now(); // asked here: a thread may have waited long for its turn
     for (Row& row : rows_) pass(row, now);
 }
 

@@ -19,7 +19,7 @@ public:
     EventFaults(Board& board, std::vector<ScriptedFault*> faults);
 
     /// Brings about what is due, and ends what is over.
-    void pass(SimTime now);
+    void pass();
     /// The host reads action command reports of the port, so that a storm finds somebody.
     void noteListener(unsigned port) noexcept { listened_.fetch_or(1U << port); }
     /// Ends what is under way.
