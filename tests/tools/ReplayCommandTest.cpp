@@ -87,8 +87,9 @@ TEST_F(ReplayCommandTest, TellsWhatDidNotComeBack) {
 TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
     const auto none = folder.file("none"), cut = folder.file("cut"), copy = folder.file("copy"),
                empty = folder.file("empty"), pluginless = folder.file("pluginless"),
-               simulator = folder.file("simulator.toml");
+               timeless = folder.file("timeless"), simulator = folder.file("simulator.toml");
     writeFile(cut, contentOf(lanCapture).substr(0, 100'000));
+    writeCapture(timeless, {Frame(60, 'a'), Frame(60, 'b')});
     std::filesystem::copy(lanCapture, copy);
     std::filesystem::create_directory(empty);
     std::filesystem::create_directory(pluginless);
@@ -119,7 +120,10 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture}, "No GigE interface available", "[[board]]\ncamera_interface = \"CoaXPress\"\n"},
         {1, {lanCapture}, "lacks the register(s) GigeWriteData0", poorFirmware},
         {2, {}, "IN is required"},
+        {1, {timeless, "--pace", "recorded", "--loop", "0"}, "no time passes between the frames of"},
         {2, {lanCapture, "--board", "-1"}, "--board"},
+        {2, {lanCapture, "--loop", "-1"}, "--loop: '-1' is no whole number"},
+        {2, {lanCapture, "--pace", "1e-300x"}, "a factor such as 2x (0.000001x to 1000000x)"},
         {2, {lanCapture, "--receive", "1"}, "'1' is not of the form BOARD/PORT"},
         {2, {lanCapture, "--wire", "loopback"}, "'loopback' is not of the form"},
         {2, {lanCapture, "--wire", "0="}, "'0=' is not of the form"},
@@ -173,6 +177,28 @@ TEST_F(ReplayCommandTest, EndsInOrderOnASignal) {
         EXPECT_EQ(lastBlock(output).front(), 5);
     }
     close(writing);
+}
+
+TEST_F(ReplayCommandTest, SendsNothingOnceTheEndIsAskedFor) {
+    writeCapture(folder.file("in"), std::vector<Frame>(3, Frame(60, 'a')));
+    writeFile(output, "replaced when traffic begins");
+    Process process({ORVO_GIGE, "replay", "--no-reset", folder.file("in"), "--write", output, "--json",
+                     "--pace", "0.001"}); // frames per second: the second one waits
+    for (int looks = 0; contentOf(output).starts_with("replaced") && looks < 60'000; ++looks)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    process.signal(SIGTERM);
+    const auto outcome = process.wait();
+    EXPECT_EQ(outcome.exitCode, 143);
+    const auto report = json::parse(outcome.out);
+    EXPECT_LE(report["sent"]["frames"], 1);
+    EXPECT_EQ(report["read"]["frames"], report["sent"]["frames"]);
+}
+
+TEST_F(ReplayCommandTest, ALoopOverWhatCannotBeSentEnds) {
+    writeCapture(folder.file("in"), {Frame(1515, 'a')});
+    const auto outcome = replay({folder.file("in"), "--loop", "0"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("sent      0 frames"));
 }
 
 TEST(CommandLineTest, HelpAndVersionAreAnswersAndMistakesAreNot) {

@@ -2,6 +2,7 @@
 #include "app/Options.h"
 
 #include "app/Failure.h"
+#include "app/Numbers.h"
 
 #include <CLI/CLI.hpp>
 
@@ -54,9 +55,14 @@ void InstallationOptions::requireRealTime() const {
                            "board's reset)");
 }
 
+void addAddressTo(CLI::App& command, PortAddress& address) {
+    constexpr NumberRange fiveDigits{.most = 99'999}; // which there are is for the installation to say
+    addNumber(command, "--board", address.board, fiveDigits, "Board (default 0)");
+    addNumber(command, "--port", address.port, fiveDigits, "GigE port of the board (default 0)");
+}
+
 void PortOptions::addTo(CLI::App& command, Reset reset) {
-    command.add_option("--board", address.board, "Board (default 0)")->type_name("N");
-    command.add_option("--port", address.port, "GigE port of the board (default 0)")->type_name("N");
+    addAddressTo(command, address);
     noReset = reset == Reset::Never;
     if (noReset) return;
     command.add_flag("--no-reset", noReset,

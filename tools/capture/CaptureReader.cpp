@@ -7,6 +7,7 @@
 #include <pcap/pcap.h>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,12 +20,13 @@ namespace orvo::host {
 namespace {
 
 constexpr std::size_t readBufferBytes = 1 << 20;
+constexpr std::int64_t latestSecond = 9'000'000'000; // since 1970; what nanoseconds in 64 bits hold
 
+// Of a pipe, without waiting for whoever writes to it: its reads do.
 int openDescriptor(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor >= 0) return descriptor;
     const int reason = errno;
-    throwIfEndRequested();
     throw Failure("cannot read " + quoted(path) + ": " + systemError(reason) +
                   "; name a pcap or pcapng file");
 }
@@ -42,6 +44,32 @@ bool checkFile(int descriptor, const std::string& path) {
 struct CloseFile {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
+
+int descriptorOf(void* cookie) noexcept {
+    return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
+}
+
+/// Waits for bytes, or for a signal that asks for the end, whenever that comes.
+ssize_t readOrEnd(void* cookie, char* bytes, std::size_t room) noexcept {
+    std::array<pollfd, 2> sources = {{{descriptorOf(cookie), POLLIN, 0}, {endDescriptor(), POLLIN, 0}}};
+    for (;;) {
+        if (endRequested() != 0) break;
+        if (poll(sources.data(), sources.size(), -1) < 0 || sources[0].revents == 0) continue;
+        const auto result = ::read(sources[0].fd, bytes, room);
+        if (result >= 0 || (errno != EAGAIN && errno != EINTR)) return result;
+    }
+    errno = EINTR;
+    return -1;
+}
+
+int closeDescriptor(void* cookie) noexcept {
+    return ::close(descriptorOf(cookie));
+}
+
+std::FILE* openFile(int descriptor) noexcept {
+    auto* const cookie = reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
+    return fopencookie(cookie, "rb", {readOrEnd, nullptr, nullptr, closeDescriptor});
+}
 
 } // namespace
 
@@ -61,7 +89,7 @@ CaptureReader::~CaptureReader() = default;
 
 void CaptureReader::open() {
     const int descriptor = openDescriptor(path_);
-    std::unique_ptr<std::FILE, CloseFile> file(fdopen(descriptor, "rb"));
+    std::unique_ptr<std::FILE, CloseFile> file(openFile(descriptor));
     if (!file) {
         close(descriptor);
         throw Failure("cannot read " + quoted(path_) + ": out of memory; free some and try again");
@@ -102,7 +130,8 @@ bool CaptureReader::next(CapturedFrame& frame) {
     frame.length = std::min<std::size_t>(header->caplen, frame.originalLength);
     frame.bytes = bytes;
     frame.number = ++frames_;
-    frame.recordedAt = std::chrono::seconds(header->ts.tv_sec) + std::chrono::nanoseconds(header->ts.tv_usec);
+    frame.recordedAt = std::chrono::seconds(std::clamp<std::int64_t>(header->ts.tv_sec, 0, latestSecond)) +
+                       std::chrono::nanoseconds(header->ts.tv_usec);
     return true;
 }
 

@@ -4,6 +4,7 @@
 
 #include "app/Failure.h"
 #include "app/Notice.h"
+#include "app/Numbers.h"
 #include "app/Output.h"
 #include "app/Progress.h"
 #include "app/Signals.h"
@@ -15,12 +16,14 @@
 
 #include <chrono>
 #include <cstdio>
-#include <limits>
 
 namespace orvo::host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr double shortestSeconds = 0.001;
+constexpr double longestSeconds = 1e9; // 31 years
 
 struct CaptureReport {
     const CaptureOptions& options;
@@ -107,16 +110,19 @@ CaptureCommand::CaptureCommand(CLI::App& program)
         .add_option("--write", options_.output, "File to write; - is standard output, for a pipe")
         ->required()
         ->type_name("OUT");
+    addNumber(line(), "--count", options_.limits.frames, {.least = 1}, "End after so many frames written");
     line()
-        .add_option("--count", options_.limits.frames, "End after so many frames written")
-        ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()))
-        ->type_name("N");
-    line()
-        .add_option_function<double>(
+        .add_option_function<std::string>(
             "--duration",
-            [this](double seconds) { options_.limits.time = std::chrono::duration<double>(seconds); },
+            [this](const std::string& text) {
+                const auto seconds = decimalNumber(text);
+                if (!seconds || *seconds < shortestSeconds || *seconds > longestSeconds)
+                    throw CLI::ValidationError("--duration",
+                                               fmt::format("'{}' is no number of seconds from {} to {:.0f}",
+                                                           text, shortestSeconds, longestSeconds));
+                options_.limits.time = std::chrono::duration<double>(*seconds);
+            },
             "End after so many seconds")
-        ->check(CLI::Range(0.001, 1e9))
         ->type_name("S");
     line()
         .add_option_function<std::string>(

@@ -2,6 +2,7 @@
 #include "network/Interface.h"
 
 #include "app/Failure.h"
+#include "app/Numbers.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -15,9 +16,9 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace orvo::host {
 namespace {
@@ -81,10 +82,9 @@ std::optional<NetworkAddress> NetworkAddress::parse(const std::string& text) {
     if (slash == std::string::npos) return std::nullopt;
     const auto host = text.substr(0, slash);
     NetworkAddress address{.family = host.find(':') == std::string::npos ? AF_INET : AF_INET6};
-    const auto* end = text.data() + text.size();
-    const auto number = std::from_chars(text.data() + slash + 1, end, address.prefixBits);
-    const unsigned most = address.family == AF_INET ? 32 : 128;
-    if (number.ec != std::errc{} || number.ptr != end || address.prefixBits > most) return std::nullopt;
+    const auto prefixBits = wholeNumber(std::string_view(text).substr(slash + 1));
+    if (!prefixBits || *prefixBits > (address.family == AF_INET ? 32 : 128)) return std::nullopt;
+    address.prefixBits = static_cast<unsigned>(*prefixBits);
     if (inet_pton(address.family, host.c_str(), address.bytes.data()) != 1) return std::nullopt;
     return address;
 }
