@@ -3,17 +3,14 @@
 
 #include <net/if.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <list>
 #include <set>
-#include <thread>
 
 namespace orvo::host {
 namespace {
 
 using namespace testing_support;
-using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 using Command = std::vector<std::string>;
@@ -33,12 +30,6 @@ std::set<std::string> interfaces() {
     for (const auto* i = list; i && i->if_index != 0; ++i) names.insert(i->if_name);
     if_freenameindex(list);
     return names;
-}
-
-template <typename Condition> bool happens(const Condition& condition, std::chrono::seconds limit = 30s) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(10ms);
-    return condition();
 }
 
 /// A running lab, whose processes are known by a variable in their environment.

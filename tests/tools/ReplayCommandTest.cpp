@@ -8,9 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <thread>
-
 namespace orvo::host {
 namespace {
 
@@ -108,6 +105,10 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture, "--write", folder.file("no/out")}, "No such file"},
         {1, {lanCapture, "--write", "/dev/full"}, "No space left on device"},
         {1, {lanCapture, "--write", folder.file("")}, "Is a directory"},
+        {1, {lanCapture, "--wire", "0=pcap:" + copy, "--write", copy}, "the wire of port 0/0 plays '" + copy},
+        {1,
+         {copy, "--wire", "0=pcap:" + lanCapture + "," + copy},
+         "the wire of port 0/0 records into '" + copy},
         {1, {lanCapture, "--board", "7"}, "7/0 cannot be opened: Error in OHalInitDevice(...)"},
         {1, {lanCapture, "--receive", "0/9"}, "Port id '9' not available for board id '0'"},
         {1, {lanCapture, "--wire", "0=rope"}, "'rope'"},
@@ -137,6 +138,7 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
             arguments.insert(arguments.end(), {"--write", output});
         expectRefusal(arguments, row.exitCode, row.complaint, {"ORVO_SIMULATOR_CONFIG=" + simulator});
         EXPECT_EQ(contentOf(output), "precious");
+        EXPECT_TRUE(contentOf(copy) == contentOf(lanCapture));
     }
 }
 
@@ -165,8 +167,7 @@ TEST_F(ReplayCommandTest, EndsInOrderOnASignal) {
         ASSERT_EQ(write(writing, content.data(), content.size()), static_cast<ssize_t>(content.size()));
         writeFile(output, "replaced when traffic begins");
         Process process({ORVO_GIGE, "replay", "--no-reset", fifo, "--write", output, "--json"});
-        for (int looks = 0; contentOf(output).starts_with("replaced") && looks < 60'000; ++looks)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        process.reaches([&] { return !contentOf(output).starts_with("replaced"); });
         process.signal(number);
         const auto outcome = process.wait();
         EXPECT_EQ(outcome.exitCode, 128 + number);
@@ -184,8 +185,7 @@ TEST_F(ReplayCommandTest, SendsNothingOnceTheEndIsAskedFor) {
     writeFile(output, "replaced when traffic begins");
     Process process({ORVO_GIGE, "replay", "--no-reset", folder.file("in"), "--write", output, "--json",
                      "--pace", "0.001"}); // frames per second: the second one waits
-    for (int looks = 0; contentOf(output).starts_with("replaced") && looks < 60'000; ++looks)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    process.reaches([&] { return !contentOf(output).starts_with("replaced"); });
     process.signal(SIGTERM);
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 143);

@@ -10,6 +10,7 @@
 #include "app/Signals.h"
 #include "board/Session.h"
 #include "commands/Ports.h"
+#include "commands/UsedFiles.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -32,7 +33,11 @@ struct CaptureReport {
     std::chrono::duration<double> duration = {};
     std::vector<PortStatistics> statistics = {};
 
-    /// Frames that the output did not take.
+    /// Frames that the output did not take: by a failure, or because its reader was gone or slow in the end.
+    std::uint64_t lostFrames() const { return result.failure ? unwrittenFrames() : 0; }
+    std::uint64_t unreadFrames() const { return result.failure ? 0 : unwrittenFrames(); }
+
+private:
     std::uint64_t unwrittenFrames() const {
         return result.totals.received.frames - result.totals.filteredOut - output.framesInFiles() -
                output.overwrittenFrames();
@@ -58,8 +63,10 @@ std::string textOf(const CaptureReport& report) {
     if (report.options.ring)
         text += reportLine("dropped",
                            counted(report.output.overwrittenFrames(), "frame") + " with the oldest files");
-    if (const auto frames = report.unwrittenFrames())
+    if (const auto frames = report.lostFrames())
         text += reportLine("lost", counted(frames, "frame") + " that could not be written");
+    if (const auto frames = report.unreadFrames())
+        text += reportLine("unread", counted(frames, "frame") + " that the reader did not take any more");
     text += reportLine("duration", fmt::format("{:.3f} s", report.duration.count()));
     return text + reportLine("ended", textOf(report.result.end)) + textOf(report.statistics);
 }
@@ -73,7 +80,8 @@ nlohmann::ordered_json jsonOf(const CaptureReport& report) {
             {"filteredOut", report.result.totals.filteredOut},
             {"written", report.output.framesInFiles()},
             {"overwritten", report.output.overwrittenFrames()},
-            {"lost", report.unwrittenFrames()},
+            {"lost", report.lostFrames()},
+            {"unread", report.unreadFrames()},
             {"files", std::move(files)},
             {"seconds", report.duration.count()},
             {"ended", textOf(report.result.end)},
@@ -156,6 +164,7 @@ int runCapture(const CaptureOptions& options) {
     if (!options.filter.empty()) filter.emplace(options.filter);
     CaptureOutput output(options.output, captureInterface(address), options.ring);
     const Session session(options.installation, address.board);
+    if (session.simulator) refuseFilesOfWires({.written = output.paths()}, *session.simulator);
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 

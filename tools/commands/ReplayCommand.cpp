@@ -11,23 +11,16 @@
 #include "board/Session.h"
 #include "commands/Ports.h"
 #include "commands/ReplayReport.h"
+#include "commands/UsedFiles.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <memory>
 
 namespace orvo::host {
 namespace {
-
-bool isSameFile(const std::string& one, const std::string& other) {
-    if (one.empty() || other.empty()) return false;
-    std::error_code absent; // two that are not there yet are compared by name
-    return std::filesystem::equivalent(one, other, absent) ||
-           std::filesystem::weakly_canonical(one, absent) == std::filesystem::weakly_canonical(other, absent);
-}
 
 void refuseSameFile(const ReplayOptions& options) {
     if (isSameFile(options.input, options.output))
@@ -36,22 +29,6 @@ void refuseSameFile(const ReplayOptions& options) {
     if (isSameFile(options.output, "/dev/stdout"))
         throw Failure(quoted(options.output) +
                       " is standard output, where the report goes; name another file with --write");
-}
-
-/// Wires that record are not to write what the replay reads or writes.
-void refuseSameFile(const ReplayOptions& options, const SimulatorControl& simulator) {
-    for (unsigned board = 0; board < Board::indexLimit; ++board)
-        for (unsigned port = 0;; ++port) {
-            const auto wire = simulator.wire({board, port});
-            if (wire.empty()) break;
-            const auto comma = wire.starts_with("pcap:") ? wire.rfind(',') : std::string::npos;
-            if (comma == std::string::npos) continue;
-            const auto recorded = wire.substr(comma + 1);
-            if (isSameFile(recorded, options.input) || isSameFile(recorded, options.output))
-                throw Failure("the wire of port " + PortAddress{board, port}.text() + " records into " +
-                              quoted(recorded) +
-                              ", which this replay reads or writes; name another file (--wire)");
-        }
 }
 
 void refuseUnfitting(const ReplayOptions& options, const CaptureReader& capture) {
@@ -164,7 +141,7 @@ int ReplayCommand::run() {
         framesOnce && options_.times > 0 ? std::optional(*framesOnce * options_.times) : std::nullopt;
     const auto address = options_.port.address;
     const Session session(options_.installation, address.board);
-    if (session.simulator) refuseSameFile(options_, *session.simulator);
+    if (session.simulator) refuseFilesOfWires({{options_.input}, {options_.output}}, *session.simulator);
     const auto receivingPort = receivingPortOf(options_, session);
     const auto output = openOutput(options_, receivingPort);
     requireFrameRegisters(session.libraries, address);
