@@ -84,7 +84,7 @@ TEST_F(CaptureCommandTest, WritesWhatPassesUntilItsLimit) {
 }
 
 TEST_F(CaptureCommandTest, EndsWellOnASignalWithEverythingWritten) {
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE(number);
         std::filesystem::remove(output);
         auto command = capture({"--write", output});

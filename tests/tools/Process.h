@@ -42,10 +42,18 @@ public:
         posix_spawn_file_actions_addopen(&files, 1, out_.c_str(), O_WRONLY | O_CREAT, 0600);
         posix_spawn_file_actions_addopen(&files, 2, err_.c_str(), O_WRONLY | O_CREAT, 0600);
         for (char** variable = environ; *variable; ++variable) environment.emplace_back(*variable);
-        if (posix_spawnp(&id_, command[0].c_str(), &files, nullptr, pointers(command).data(),
+        posix_spawnattr_t attributes; // whatever the test itself was started under, nohup for one
+        sigset_t usual;
+        sigemptyset(&usual);
+        for (const int number : {SIGINT, SIGHUP}) sigaddset(&usual, number);
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setsigdefault(&attributes, &usual);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+        if (posix_spawnp(&id_, command[0].c_str(), &files, &attributes, pointers(command).data(),
                          pointers(environment).data()) != 0)
             throw std::runtime_error("cannot start " + command[0]);
         posix_spawn_file_actions_destroy(&files);
+        posix_spawnattr_destroy(&attributes);
     }
 
     ~Process() {
@@ -59,6 +67,8 @@ public:
     pid_t id() const noexcept { return id_; }
     void signal(int number) const { kill(id_, number); }
 
+    std::string errors() const { return contentOf(err_); } ///< so far
+
     bool isRunning() {
         ended_ = ended_ || waitpid(id_, &status_, WNOHANG) == id_;
         return !ended_;
@@ -69,7 +79,7 @@ public:
     template <typename Condition> bool reaches(const Condition& condition) {
         bool reached = false;
         happens([&] { return (reached = condition()) || !isRunning(); });
-        EXPECT_TRUE(reached) << (isRunning() ? "still running: " : "ended: ") << contentOf(err_);
+        EXPECT_TRUE(reached) << (isRunning() ? "still running: " : "ended: ") << errors();
         return reached;
     }
 

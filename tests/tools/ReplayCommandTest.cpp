@@ -162,7 +162,7 @@ TEST_F(ReplayCommandTest, EndsInOrderOnASignal) {
     const int writing = open(fifo.c_str(), O_RDWR | O_CLOEXEC); // reading too: waits for no reader
     writeCapture(folder.file("in"), std::vector<Frame>(20, Frame(60, 'a')));
     const auto content = contentOf(folder.file("in"));
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE(number);
         ASSERT_EQ(write(writing, content.data(), content.size()), static_cast<ssize_t>(content.size()));
         writeFile(output, "replaced when traffic begins");

@@ -43,10 +43,16 @@ std::string SimulatorControl::wire(PortAddress port) const {
     return getWire_(port.board, port.port, text.data(), text.size()) == 0 ? text.data() : "";
 }
 
+std::optional<OrvoSimPort> SimulatorControl::state(PortAddress port) const {
+    OrvoSimPort found = {};
+    if (readPort_(port.board, port.port, &found) != 0) return std::nullopt;
+    return found;
+}
+
 std::optional<bool> SimulatorControl::linkUp(PortAddress port) const {
-    OrvoSimPort state = {};
-    if (readPort_(port.board, port.port, &state) != 0) return std::nullopt;
-    return state.linkUp != 0;
+    const auto found = state(port);
+    if (!found) return std::nullopt;
+    return found->linkUp != 0;
 }
 
 void SimulatorControl::letPausesAdvanceTime() const {

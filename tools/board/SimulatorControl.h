@@ -26,6 +26,9 @@ public:
     /// Nothing when there is no such port.
     std::optional<bool> linkUp(PortAddress port) const;
 
+    /// What a port did so far; nothing when there is no such port.
+    std::optional<OrvoSimPort> state(PortAddress port) const;
+
     /// Switches the board to virtual time, and lets every usleep of the process advance it.
     void letPausesAdvanceTime() const;
 

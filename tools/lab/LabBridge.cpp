@@ -21,7 +21,7 @@ void requireSimulatedBoard(const std::string& root) {
                       " is real; name another installation with --root");
 }
 
-// A board does not wait for a processor when the machine is busy, and its queue holds 7 ms of traffic at
+// A board does not wait for a processor when the machine is busy, and its queue holds 4 ms of traffic at
 // most. Where the simulated one may not go first, it takes its turn like any program.
 void takePrecedence() {
     const sched_param lowest{1};
@@ -41,7 +41,7 @@ int runLabBridge(const LabOptions& options, const char* boardInterface, const Ne
     bridge.installation.root = options.root;
     bridge.installation.wires = {{options.port.text(), std::string("packet:") + boardInterface}};
     const auto setUp = [&] {
-        setAddress(bridge.tap, options.hostAddress.value, options.hostAddress.text);
+        addAddress(bridge.tap, options.hostAddress.value, options.hostAddress.text);
         setLinkUp(bridge.tap);
         ready();
     };
