@@ -39,7 +39,8 @@ void InstallationOptions::addTo(CLI::App& command) {
             "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, "
             "packet:IFNAME or none; repeatable")
         ->type_name("PORT=WIRE")
-        ->allow_extra_args(false);
+        ->expected(1) // each time
+        ->take_all();
     command
         .add_option_function<std::string>(
             "--time", [this](const std::string& text) { virtualTime = text == "virtual"; },

@@ -20,7 +20,6 @@ namespace orvo::host {
 namespace {
 
 constexpr std::size_t readBufferBytes = 1 << 20;
-constexpr std::int64_t latestSecond = 9'000'000'000; // since 1970; what nanoseconds in 64 bits hold
 
 // Of a pipe, without waiting for whoever writes to it: its reads do.
 int openDescriptor(const std::string& path) {
@@ -39,6 +38,14 @@ bool checkFile(int descriptor, const std::string& path) {
     if (S_ISREG(status.st_mode) && status.st_size == 0)
         throw Failure(quoted(path) + " is empty; name a pcap or pcapng file with frames in it");
     return S_ISREG(status.st_mode);
+}
+
+/// A file can claim any time. What lies beyond the range of 32-bit seconds is cut to it, so that times and
+/// their differences fit nanoseconds.
+std::chrono::nanoseconds timeOf(const timeval& stamp) {
+    constexpr std::int64_t lastSecond = 0xFFFF'FFFF;
+    return std::chrono::seconds(std::clamp<std::int64_t>(stamp.tv_sec, 0, lastSecond)) +
+           std::chrono::nanoseconds(std::clamp<std::int64_t>(stamp.tv_usec, 0, 999'999'999));
 }
 
 struct CloseFile {
@@ -130,8 +137,7 @@ bool CaptureReader::next(CapturedFrame& frame) {
     frame.length = std::min<std::size_t>(header->caplen, frame.originalLength);
     frame.bytes = bytes;
     frame.number = ++frames_;
-    frame.recordedAt = std::chrono::seconds(std::clamp<std::int64_t>(header->ts.tv_sec, 0, latestSecond)) +
-                       std::chrono::nanoseconds(header->ts.tv_usec);
+    frame.recordedAt = timeOf(header->ts);
     return true;
 }
 

@@ -52,6 +52,10 @@ void LabCommand::addAddress(const char* name, LabAddress& address, const char* t
             throw CLI::ValidationError(name, quoted(given) +
                                                  " is not of the form ADDRESS/PREFIX with an IPv4 "
                                                  "address, such as 192.168.77.1/24");
+        if (!value->isOfHost())
+            throw CLI::ValidationError(name, quoted(given) +
+                                                 " is not for a host of a network; give one that is, "
+                                                 "such as 192.168.77.1/24");
         address = {given, *value};
     };
     line()

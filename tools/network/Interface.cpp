@@ -14,7 +14,6 @@
 #include <net/if.h>
 #include <netinet/in.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -32,6 +31,16 @@ ifreq requestFor(const std::string& interface) {
 [[noreturn]] void fail(const std::string& what, int reason, const std::string& command) {
     throw Failure(what + ": " + systemError(reason) + "; do it with '" + command +
                   "' and leave the option out");
+}
+
+/// An IPv4 address as a number, and which of its bits tell hosts of a network apart.
+std::uint32_t numberOf(const NetworkAddress& address) noexcept {
+    std::uint32_t number = 0;
+    std::memcpy(&number, address.bytes.data(), sizeof number);
+    return ntohl(number);
+}
+std::uint32_t hostBitsOf(const NetworkAddress& address) noexcept {
+    return address.prefixBits >= 32 ? 0 : ~std::uint32_t{0} >> address.prefixBits;
 }
 
 /// Has the kernel add or remove an address. Returns 0, or an errno value.
@@ -66,14 +75,21 @@ std::optional<NetworkAddress> NetworkAddress::parse(const std::string& text) {
     return address;
 }
 
+bool NetworkAddress::isOfHost() const {
+    constexpr std::uint8_t loopback = 127, firstMulticast = 224;
+    if (family != AF_INET || bytes[0] == 0 || bytes[0] == loopback || bytes[0] >= firstMulticast)
+        return false;
+    const auto hosts = hostBitsOf(*this);
+    const auto number = numberOf(*this) & hosts;
+    return hosts <= 1 || (number != 0 && number != hosts); // not the network's own, nor that of all hosts
+}
+
 // Networks of one or two addresses have none to spare for it.
 std::optional<std::array<std::uint8_t, 4>> NetworkAddress::broadcast() const {
-    if (family != AF_INET || prefixBits > 30) return std::nullopt;
+    if (family != AF_INET || hostBitsOf(*this) <= 1) return std::nullopt;
+    const std::uint32_t number = htonl(numberOf(*this) | hostBitsOf(*this));
     std::array<std::uint8_t, 4> found;
-    for (unsigned i = 0; i < found.size(); ++i) {
-        const unsigned networkBits = std::clamp(prefixBits, 8 * i, 8 * i + 8) - 8 * i;
-        found[i] = static_cast<std::uint8_t>(bytes[i] | 0xFFU >> networkBits);
-    }
+    std::memcpy(found.data(), &number, found.size());
     return found;
 }
 

@@ -17,6 +17,9 @@ struct NetworkAddress {
     /// From "192.168.7.1/24" or "fd00::1/64"; nothing when it is something else.
     static std::optional<NetworkAddress> parse(const std::string& text);
 
+    /// Whether it is an IPv4 address that one host of a network can have, and no loopback address.
+    bool isOfHost() const;
+
     /// The address of all hosts in its network; nothing where there is none.
     std::optional<std::array<std::uint8_t, 4>> broadcast() const;
 };
