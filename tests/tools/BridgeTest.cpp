@@ -170,10 +170,11 @@ TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes)
         {"ip", "netns", "exec", host, "sh", "-c",
          R"(exec "$0" capture --no-reset --wire 0=packet:wire --filter 'greater 1000' --write - >"$1")",
          ORVO_GIGE, pipe.path()});
-    const Process flood({"ip", "netns", "exec", camera, "ping", "-q", "-f", "10.77.0.1"});
+    const Process flood({"ip", "netns", "exec", camera, "ping", "-q", "-i", "0.001", "10.77.0.1"});
     capture.reaches([&] { return capture.errors().find("capturing at port") != std::string::npos; });
-    run("ip netns exec " + camera + " ping -c 1 -W 0.1 -s 1002 -p ff 10.77.0.1");
-    pipe.readUntil(std::string(900, '\xff'), capture);
+    run("ip netns exec " + camera +
+        " sh -c 'for i in ee ff; do ping -c 1 -W 0.1 -s 1002 -p $i 10.77.0.1 & done; wait'");
+    for (const char pattern : {'\xee', '\xff'}) pipe.readUntil(std::string(900, pattern), capture);
     pipe.close();
     EXPECT_THAT(capture.wait().err, HasSubstr("because nobody reads on"));
 }

@@ -24,17 +24,16 @@ public:
 
     const std::string& path() const noexcept { return path_; }
 
-    /// Reads pcapng up to the end of the block that holds `lastFrame` (of a length that needs no padding).
-    /// Ends early where the writer does.
+    /// Reads on until the block that holds `lastFrame` (of a length that needs no padding) is there, and
+    /// returns all that was read up to its end. Ends early where the writer does.
     std::string readUntil(const std::string& lastFrame, Process& writer) {
-        std::string seen;
         writer.reaches([&] {
             char bytes[4096];
             for (ssize_t count = 0; (count = read(descriptor_, bytes, sizeof bytes)) > 0;)
-                seen.append(bytes, static_cast<std::size_t>(count));
-            return endOf(lastFrame, seen) <= seen.size();
+                seen_.append(bytes, static_cast<std::size_t>(count));
+            return endOf(lastFrame) <= seen_.size();
         });
-        return seen.substr(0, endOf(lastFrame, seen));
+        return seen_.substr(0, endOf(lastFrame));
     }
 
     void close() {
@@ -43,13 +42,14 @@ public:
     }
 
 private:
-    static std::size_t endOf(const std::string& frame, const std::string& seen) {
-        const auto found = seen.rfind(frame);
+    std::size_t endOf(const std::string& frame) const {
+        const auto found = seen_.rfind(frame);
         return found == std::string::npos ? found : found + frame.size() + 4; // the block's length again
     }
 
     const std::string path_;
     int descriptor_ = -1;
+    std::string seen_;
 };
 
 } // namespace orvo::host::testing_support

@@ -52,15 +52,11 @@ struct CloseFile {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
-int descriptorOf(void* cookie) noexcept {
-    return static_cast<int>(reinterpret_cast<std::intptr_t>(cookie));
-}
-
 /// Waits for bytes, or for a signal that asks for the end, whenever that comes.
 ssize_t readOrEnd(void* cookie, char* bytes, std::size_t room) noexcept {
-    std::array<pollfd, 2> sources = {{{descriptorOf(cookie), POLLIN, 0}, {endDescriptor(), POLLIN, 0}}};
-    for (;;) {
-        if (endRequested() != 0) break;
+    std::array<pollfd, 2> sources = {
+        {{*static_cast<const int*>(cookie), POLLIN, 0}, {endDescriptor(), POLLIN, 0}}};
+    while (endRequested() == 0) {
         if (poll(sources.data(), sources.size(), -1) < 0 || sources[0].revents == 0) continue;
         const auto result = ::read(sources[0].fd, bytes, room);
         if (result >= 0 || (errno != EAGAIN && errno != EINTR)) return result;
@@ -70,12 +66,7 @@ ssize_t readOrEnd(void* cookie, char* bytes, std::size_t room) noexcept {
 }
 
 int closeDescriptor(void* cookie) noexcept {
-    return ::close(descriptorOf(cookie));
-}
-
-std::FILE* openFile(int descriptor) noexcept {
-    auto* const cookie = reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
-    return fopencookie(cookie, "rb", {readOrEnd, nullptr, nullptr, closeDescriptor});
+    return ::close(*static_cast<const int*>(cookie));
 }
 
 } // namespace
@@ -95,13 +86,14 @@ CaptureReader::CaptureReader(const std::string& path) : path_(path) {
 CaptureReader::~CaptureReader() = default;
 
 void CaptureReader::open() {
-    const int descriptor = openDescriptor(path_);
-    std::unique_ptr<std::FILE, CloseFile> file(openFile(descriptor));
+    descriptor_ = openDescriptor(path_);
+    std::unique_ptr<std::FILE, CloseFile> file(
+        fopencookie(&descriptor_, "rb", {readOrEnd, nullptr, nullptr, closeDescriptor}));
     if (!file) {
-        close(descriptor);
+        close(descriptor_);
         throw Failure("cannot read " + quoted(path_) + ": out of memory; free some and try again");
     }
-    regularFile_ = checkFile(descriptor, path_);
+    regularFile_ = checkFile(descriptor_, path_);
     std::setvbuf(file.get(), nullptr, _IOFBF, readBufferBytes);
     std::array<char, PCAP_ERRBUF_SIZE> reason = {};
     capture_.reset(
