@@ -55,7 +55,7 @@ std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const Re
         throwIfEndRequested();
     }
     if (frames == 0) throw Failure(quoted(path) + " holds no frame; name a capture with frames in it");
-    if (options.times != 1 && options.pace.kind == Pace::Kind::Recorded && lastDue == lastDue.zero())
+    if (options.times != 1 && options.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
         throw Failure("no time passes between the frames of " + quoted(path) +
                       ", so --loop has no pace to keep; give one in frames per second with --pace");
     return frames;

@@ -22,7 +22,7 @@ void refuseFilesOfWire(const UsedFiles& used, PortAddress port, std::string_view
     wire.remove_prefix(capture.size());
     const auto comma = wire.find(',');
     const std::string played(wire.substr(0, comma));
-    const std::string recorded(comma == wire.npos ? "" : wire.substr(comma + 1));
+    const std::string recorded(comma == std::string_view::npos ? "" : wire.substr(comma + 1));
     const auto refuse = [&](const char* does, const std::string& file, const char* clash) {
         throw Failure("the wire of port " + port.text() + " " + does + " " + quoted(file) +
                       ", which is to be " + clash + "; name another file with --write or --wire");
