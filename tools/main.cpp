@@ -13,6 +13,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <memory>
 #include <new>
 #include <vector>
@@ -49,9 +52,19 @@ int explain(const CLI::App& program, const CLI::ParseError& outcome) {
     return WrongUsage;
 }
 
+/// A stream that is closed gets a place that takes no writing, lest the next file that is opened be taken for
+/// it.
+void holdClosedStreams() {
+    int descriptor = 0;
+    do descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+    if (descriptor >= 0) close(descriptor);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    holdClosedStreams();
     if (isExtcapCall(argc, argv)) {
         installSignalHandlers();
         return runGuarded([&] { return answerExtcapCall(argc, argv); });

@@ -7,9 +7,6 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 
 namespace orvo::host {
@@ -30,6 +27,16 @@ protected:
     std::vector<std::string> capture(const std::vector<std::string>& options) const {
         std::vector<std::string> command = {"capture", "--no-reset", "--wire", "0=pcap:" + folder.file("in")};
         command.insert(command.end(), options.begin(), options.end());
+        return command;
+    }
+
+    /// The same with standard output led into a pipe.
+    std::vector<std::string> intoPipe(const std::string& pipe,
+                                      const std::vector<std::string>& options) const {
+        std::vector<std::string> command = {
+            "sh", "-c", R"(pipe=$1; shift; exec "$0" "$@" --write - > "$pipe")", ORVO_GIGE, pipe};
+        const auto rest = capture(options);
+        command.insert(command.end(), rest.begin(), rest.end());
         return command;
     }
 
@@ -77,13 +84,13 @@ TEST_F(CaptureCommandTest, WritesWhatPassesUntilItsLimit) {
 }
 
 TEST_F(CaptureCommandTest, EndsWellOnASignalWithEverythingWritten) {
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE(number);
         std::filesystem::remove(output);
         auto command = capture({"--write", output});
         command.insert(command.begin(), ORVO_GIGE);
         Process process(command);
-        while (contentOf(output).size() < 300'000) usleep(1000); // the test's time-out ends it at the latest
+        process.reaches([&] { return contentOf(output).size() >= 300'000; });
         process.signal(number);
         const auto outcome = process.wait();
         EXPECT_EQ(outcome.exitCode, 0);
@@ -95,17 +102,29 @@ TEST_F(CaptureCommandTest, EndsWellOnASignalWithEverythingWritten) {
 // A reader that waits for the frames sees them before the capture ends; when it is gone, the capture ends,
 // though nothing comes any more.
 TEST_F(CaptureCommandTest, ShowsFramesToAReaderAtOnceAndEndsWithIt) {
-    const auto fifo = folder.file("fifo");
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    Process process({"sh", "-c", R"(wire=$1; exec "$0" capture --no-reset --wire "$wire" --write - > "$2")",
-                     ORVO_GIGE, "0=pcap:" + folder.file("in"), fifo});
-    const auto seen = readUntil(sent.back(), fifo);
+    ReadingPipe fifo(folder.file("fifo"));
+    Process process(intoPipe(fifo.path(), {}));
+    const auto seen = fifo.readUntil(sent.back(), process);
+    fifo.close();
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.err, HasSubstr("written   500 frames to standard output"));
     EXPECT_THAT(outcome.err, HasSubstr("because nobody reads on"));
     writeFile(output, seen);
     EXPECT_TRUE(framesOf(output) == sent);
+}
+
+TEST_F(CaptureCommandTest, AReaderThatStallsDoesNotKeepItFromEnding) {
+    ReadingPipe fifo(folder.file("fifo")); // holds less than there is to write
+    const auto outcome = Process(intoPipe(fifo.path(), {"--duration", "0.3"})).wait();
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.err, HasSubstr("ended     when its time was over"));
+    EXPECT_THAT(outcome.err, testing::ContainsRegex("unread    [0-9]+ frames"));
+    ReadingPipe other(folder.file("other"));
+    Process process(intoPipe(other.path(), {}));
+    other.readUntil(sent.front(), process);
+    process.signal(SIGTERM);
+    EXPECT_THAT(process.wait().err, HasSubstr("ended     by a signal"));
 }
 
 TEST_F(CaptureCommandTest, RingKeepsTheNewestFramesInFilesOfItsSize) {
@@ -150,19 +169,37 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {{"--write", output, "--filter", "udp and prt 3"},
          2,
          "'udp and prt 3' does not compile: syntax error"},
-        {{"--write", output, "--count", "0"}, 2, "--count"},
-        {{"--write", output, "--duration", "-1"}, 2, "--duration"},
+        {{"--write", output, "--count", "0"}, 2, "--count: '0' is no whole number from 1"},
+        {{"--write", output, "--count=-1"}, 2, "--count: '-1' is no"},
+        {{"--write", output, "--count", "99999999999999999999999"}, 2, "--count"},
+        {{"--write", output, "--duration", "-1"}, 2, "--duration: '-1' is no number of seconds"},
+        {{"--write", output, "--duration", "nan"}, 2, "--duration"},
+        {{"--write", output, "--duration", "inf"}, 2, "--duration"},
         {{"--write", output, "--ring", "3"}, 2, "'3' is not of the form FILES:SIZE"},
         {{"--write", "-", "--ring", "2:1M"}, 2, "--ring needs files"},
         {{"--write", output, "--time", "virtual"}, 2, "keeps real time"},
         {{"--write", folder.file("no/out")}, 1, "No such file"},
         {{"--write", "/dev/full"}, 1, "No space left on device"},
         {{"--write", output, "--port", "4"}, 1, "Port id '4' not available"},
+        {{"--write", folder.file("./in")}, 1, "the wire of port 0/0 plays '" + folder.file("in")},
+        {{"--write", output, "--wire", "1=pcap:" + folder.file("in") + "," + output},
+         1,
+         "the wire of port 0/1 records into '" + output},
+        {{"--write", folder.file("in"), "--ring", "9:1M", "--wire", "1=pcap:" + folder.file("in-3")},
+         1,
+         "the wire of port 0/1 plays"},
     };
+    writeCapture(folder.file("in-3"), sent);
+    const auto input = contentOf(folder.file("in"));
     for (const auto& row : cases) {
         expectRefusal(capture(row.options), row.exitCode, row.complaint);
         EXPECT_EQ(contentOf(output), "precious");
+        EXPECT_TRUE(contentOf(folder.file("in")) == input);
+        EXPECT_TRUE(contentOf(folder.file("in-3")) == input);
     }
+    const auto closed = Process({"sh", "-c", R"("$0" capture --no-reset --write - >&-)", ORVO_GIGE}).wait();
+    EXPECT_EQ(closed.exitCode, 1);
+    EXPECT_THAT(closed.err, HasSubstr("cannot write to standard output: Bad file descriptor; lead it"));
 }
 
 TEST(FileRingTest, ReadsItsSizeAndNamesItsFiles) {

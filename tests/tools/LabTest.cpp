@@ -3,17 +3,15 @@
 
 #include <net/if.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cstdlib>
 #include <list>
 #include <set>
-#include <thread>
 
 namespace orvo::host {
 namespace {
 
 using namespace testing_support;
-using namespace std::chrono_literals;
 using testing::HasSubstr;
 
 using Command = std::vector<std::string>;
@@ -33,12 +31,6 @@ std::set<std::string> interfaces() {
     for (const auto* i = list; i && i->if_index != 0; ++i) names.insert(i->if_name);
     if_freenameindex(list);
     return names;
-}
-
-template <typename Condition> bool happens(const Condition& condition, std::chrono::seconds limit = 30s) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::sleep_for(10ms);
-    return condition();
 }
 
 /// A running lab, whose processes are known by a variable in their environment.
@@ -97,6 +89,53 @@ TEST_F(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
     EXPECT_EQ(interfaces(), before);
 }
 
+// A web server's answer, pings, and the analyser's own recorder at the host's end of it all.
+TEST_F(LabTest, ARecordingOfOthersTrafficIsWholeAndCountsWhatThePluginCounts) {
+    if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
+    if (Process({"sh", "-c", "command -v dumpcap && command -v tshark"}).wait().exitCode != 0)
+        GTEST_SKIP() << "tshark is not installed";
+    const TemporaryFolder folder;
+    std::string body;
+    for (unsigned i = 0; i < 5'000'001; ++i) body.push_back(static_cast<char>(i * 2'654'435'761U >> 24));
+    writeFile(folder.file("body"), body);
+    writeFile(folder.file("client.py"), R"(
+import sys, time, urllib.request
+direct = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+for attempt in range(200):  # the server may not listen yet
+    try:
+        open(sys.argv[1], 'wb').write(direct.open('http://192.168.77.1:8080/body', timeout=20).read())
+        break
+    except OSError:
+        time.sleep(0.1)
+)");
+    const std::string hostCommand = R"(cd "$0" || exit 1
+dumpcap -q -B 64 -i gige0 -w recorded 2>recorder &
+for i in $(seq 200); do grep -q File: recorder && break; sleep 0.1; done
+python3 client.py seen
+ping -q -f -c 200 -W 5 $ORVO_LAB_CAMERA_ADDRESS
+sleep 1 # the recorder's patience with what it has not seen yet
+kill -INT $!
+wait $!)";
+    MarkedLab lab("record",
+                  {"--camera", "exec python3 -m http.server --directory " + folder.file("") + " 8080", "--",
+                   "sh", "-c", hostCommand, folder.file("")});
+    const auto outcome = lab.wait();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err << contentOf(folder.file("recorder"));
+    EXPECT_TRUE(contentOf(folder.file("seen")) == body);
+    EXPECT_THAT(outcome.out, HasSubstr("200 packets transmitted, 200 received, 0% packet loss"));
+    const auto counted = [&](const std::string& direction) {
+        const auto found = outcome.err.find(direction + " - ");
+        return found == std::string::npos ? 0 : std::stoul(outcome.err.substr(found + direction.size() + 3));
+    };
+    const auto read = Process({"tshark", "-r", folder.file("recorded"), "-T", "fields", "-e", "frame.number"},
+                              {"HOME=" + folder.file("")})
+                          .wait();
+    EXPECT_THAT(read.err, testing::Not(testing::ContainsRegex("[Ww]arning|damaged|cut short|[Ee]rror")));
+    EXPECT_GT(counted("Recv"), 3000u);
+    EXPECT_EQ(static_cast<std::size_t>(std::count(read.out.begin(), read.out.end(), '\n')),
+              counted("Send") + counted("Recv"));
+}
+
 TEST_F(LabTest, NothingOutlivesIt) {
     if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
     const auto before = interfaces();
@@ -140,6 +179,14 @@ TEST_F(LabTest, RefusesWhatCannotBe) {
                   "both ends would have the address 192.168.77.1");
     for (const char* address : {"fd00::1/64", "10.0.0.1", "10.0.0.1/33"})
         expectRefusal({"lab", "--camera-address", address, "--", "true"}, 2, "with an IPv4 address");
+    for (const char* address : {"127.0.0.1/8", "0.0.0.0/0", "224.0.0.1/4", "10.0.0.0/24", "10.0.0.255/24"})
+        expectRefusal({"lab", "--host-address", address, "--", "true"}, 2, "is not for a host of a network");
+    if (obstacle().empty()) {
+        const auto outcome = runTool({"lab", "--port", "9", "--", "true"});
+        EXPECT_EQ(outcome.exitCode, 1);
+        EXPECT_EQ(outcome.err,
+                  "orvo-gige: there is no port 0/9; 'orvo-gige boards' lists boards and ports\n");
+    }
     const struct {
         Command surroundings; // a command that runs the lab in them
         std::string complaint;

@@ -9,9 +9,11 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace orvo::host::testing_support {
@@ -21,7 +23,16 @@ struct Outcome {
     std::string out, err;
 };
 
-/// One running program; its output and its standard error go to files.
+/// Looks again and again until `condition` holds; false when a minute has gone by before.
+template <typename Condition> bool happens(const Condition& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!condition() && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return condition();
+}
+
+/// One running program, which ends with this object at the latest; its output and its standard error go to
+/// files.
 class Process {
 public:
     Process(std::vector<std::string> command, std::vector<std::string> environment = {})
@@ -31,17 +42,55 @@ public:
         posix_spawn_file_actions_addopen(&files, 1, out_.c_str(), O_WRONLY | O_CREAT, 0600);
         posix_spawn_file_actions_addopen(&files, 2, err_.c_str(), O_WRONLY | O_CREAT, 0600);
         for (char** variable = environ; *variable; ++variable) environment.emplace_back(*variable);
-        if (posix_spawnp(&id_, command[0].c_str(), &files, nullptr, pointers(command).data(),
+        posix_spawnattr_t attributes; // whatever the test itself was started under, nohup for one
+        sigset_t usual;
+        sigemptyset(&usual);
+        for (const int number : {SIGINT, SIGHUP}) sigaddset(&usual, number);
+        posix_spawnattr_init(&attributes);
+        posix_spawnattr_setsigdefault(&attributes, &usual);
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+        if (posix_spawnp(&id_, command[0].c_str(), &files, &attributes, pointers(command).data(),
                          pointers(environment).data()) != 0)
             throw std::runtime_error("cannot start " + command[0]);
         posix_spawn_file_actions_destroy(&files);
+        posix_spawnattr_destroy(&attributes);
     }
 
+    ~Process() {
+        if (!isRunning()) return;
+        signal(SIGKILL);
+        waitpid(id_, &status_, 0);
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    pid_t id() const noexcept { return id_; }
     void signal(int number) const { kill(id_, number); }
+
+    std::string errors() const { return contentOf(err_); } ///< so far
+
+    bool isRunning() {
+        ended_ = ended_ || waitpid(id_, &status_, WNOHANG) == id_;
+        return !ended_;
+    }
+
+    /// Whether `condition` comes to hold while the program runs; tells of the program's errors when it does
+    /// not.
+    template <typename Condition> bool reaches(const Condition& condition) {
+        bool reached = false;
+        happens([&] { return (reached = condition()) || !isRunning(); });
+        EXPECT_TRUE(reached) << (isRunning() ? "still running: " : "ended: ") << errors();
+        return reached;
+    }
+
+    /// A program that does not end is killed after a while.
     Outcome wait() {
-        int status = 0;
-        waitpid(id_, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contentOf(out_),
+        if (!happens([this] { return !isRunning(); })) {
+            ADD_FAILURE() << "the program did not end";
+            signal(SIGKILL);
+            ended_ = waitpid(id_, &status_, 0) == id_;
+        }
+        return {WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_), contentOf(out_),
                 contentOf(err_)};
     }
 
@@ -56,6 +105,8 @@ private:
     TemporaryFolder folder_;
     const std::string out_, err_;
     pid_t id_ = 0;
+    bool ended_ = false;
+    int status_ = 0; // once it has ended
 };
 
 /// Runs the built host program; `variables` are "NAME=VALUE" and come before the test's own environment.

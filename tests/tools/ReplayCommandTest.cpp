@@ -8,9 +8,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <thread>
-
 namespace orvo::host {
 namespace {
 
@@ -87,8 +84,9 @@ TEST_F(ReplayCommandTest, TellsWhatDidNotComeBack) {
 TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
     const auto none = folder.file("none"), cut = folder.file("cut"), copy = folder.file("copy"),
                empty = folder.file("empty"), pluginless = folder.file("pluginless"),
-               simulator = folder.file("simulator.toml");
+               timeless = folder.file("timeless"), simulator = folder.file("simulator.toml");
     writeFile(cut, contentOf(lanCapture).substr(0, 100'000));
+    writeCapture(timeless, {Frame(60, 'a'), Frame(60, 'b')});
     std::filesystem::copy(lanCapture, copy);
     std::filesystem::create_directory(empty);
     std::filesystem::create_directory(pluginless);
@@ -107,6 +105,10 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture, "--write", folder.file("no/out")}, "No such file"},
         {1, {lanCapture, "--write", "/dev/full"}, "No space left on device"},
         {1, {lanCapture, "--write", folder.file("")}, "Is a directory"},
+        {1, {lanCapture, "--wire", "0=pcap:" + copy, "--write", copy}, "the wire of port 0/0 plays '" + copy},
+        {1,
+         {copy, "--wire", "0=pcap:" + lanCapture + "," + copy},
+         "the wire of port 0/0 records into '" + copy},
         {1, {lanCapture, "--board", "7"}, "7/0 cannot be opened: Error in OHalInitDevice(...)"},
         {1, {lanCapture, "--receive", "0/9"}, "Port id '9' not available for board id '0'"},
         {1, {lanCapture, "--wire", "0=rope"}, "'rope'"},
@@ -119,7 +121,10 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture}, "No GigE interface available", "[[board]]\ncamera_interface = \"CoaXPress\"\n"},
         {1, {lanCapture}, "lacks the register(s) GigeWriteData0", poorFirmware},
         {2, {}, "IN is required"},
+        {1, {timeless, "--pace", "recorded", "--loop", "0"}, "no time passes between the frames of"},
         {2, {lanCapture, "--board", "-1"}, "--board"},
+        {2, {lanCapture, "--loop", "-1"}, "--loop: '-1' is no whole number"},
+        {2, {lanCapture, "--pace", "1e-300x"}, "a factor such as 2x (0.000001x to 1000000x)"},
         {2, {lanCapture, "--receive", "1"}, "'1' is not of the form BOARD/PORT"},
         {2, {lanCapture, "--wire", "loopback"}, "'loopback' is not of the form"},
         {2, {lanCapture, "--wire", "0="}, "'0=' is not of the form"},
@@ -133,6 +138,7 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
             arguments.insert(arguments.end(), {"--write", output});
         expectRefusal(arguments, row.exitCode, row.complaint, {"ORVO_SIMULATOR_CONFIG=" + simulator});
         EXPECT_EQ(contentOf(output), "precious");
+        EXPECT_TRUE(contentOf(copy) == contentOf(lanCapture));
     }
 }
 
@@ -156,13 +162,12 @@ TEST_F(ReplayCommandTest, EndsInOrderOnASignal) {
     const int writing = open(fifo.c_str(), O_RDWR | O_CLOEXEC); // reading too: waits for no reader
     writeCapture(folder.file("in"), std::vector<Frame>(20, Frame(60, 'a')));
     const auto content = contentOf(folder.file("in"));
-    for (const int number : {SIGINT, SIGTERM}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         SCOPED_TRACE(number);
         ASSERT_EQ(write(writing, content.data(), content.size()), static_cast<ssize_t>(content.size()));
         writeFile(output, "replaced when traffic begins");
         Process process({ORVO_GIGE, "replay", "--no-reset", fifo, "--write", output, "--json"});
-        for (int looks = 0; contentOf(output).starts_with("replaced") && looks < 60'000; ++looks)
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        process.reaches([&] { return !contentOf(output).starts_with("replaced"); });
         process.signal(number);
         const auto outcome = process.wait();
         EXPECT_EQ(outcome.exitCode, 128 + number);
@@ -173,6 +178,27 @@ TEST_F(ReplayCommandTest, EndsInOrderOnASignal) {
         EXPECT_EQ(lastBlock(output).front(), 5);
     }
     close(writing);
+}
+
+TEST_F(ReplayCommandTest, SendsNothingOnceTheEndIsAskedFor) {
+    writeCapture(folder.file("in"), std::vector<Frame>(3, Frame(60, 'a')));
+    writeFile(output, "replaced when traffic begins");
+    Process process({ORVO_GIGE, "replay", "--no-reset", folder.file("in"), "--write", output, "--json",
+                     "--pace", "0.001"}); // frames per second: the second one waits
+    process.reaches([&] { return !contentOf(output).starts_with("replaced"); });
+    process.signal(SIGTERM);
+    const auto outcome = process.wait();
+    EXPECT_EQ(outcome.exitCode, 143);
+    const auto report = json::parse(outcome.out);
+    EXPECT_LE(report["sent"]["frames"], 1);
+    EXPECT_EQ(report["read"]["frames"], report["sent"]["frames"]);
+}
+
+TEST_F(ReplayCommandTest, ALoopOverWhatCannotBeSentEnds) {
+    writeCapture(folder.file("in"), {Frame(1515, 'a')});
+    const auto outcome = replay({folder.file("in"), "--loop", "0"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("sent      0 frames"));
 }
 
 TEST(CommandLineTest, HelpAndVersionAreAnswersAndMistakesAreNot) {

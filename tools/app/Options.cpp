@@ -2,6 +2,7 @@
 #include "app/Options.h"
 
 #include "app/Failure.h"
+#include "app/Numbers.h"
 
 #include <CLI/CLI.hpp>
 
@@ -38,7 +39,8 @@ void InstallationOptions::addTo(CLI::App& command) {
             "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, "
             "packet:IFNAME or none; repeatable")
         ->type_name("PORT=WIRE")
-        ->allow_extra_args(false);
+        ->expected(1) // each time
+        ->take_all();
     command
         .add_option_function<std::string>(
             "--time", [this](const std::string& text) { virtualTime = text == "virtual"; },
@@ -68,9 +70,14 @@ void InstallationOptions::requireRealTime() const {
                            "board's reset)");
 }
 
+void addAddressTo(CLI::App& command, PortAddress& address) {
+    constexpr NumberRange fiveDigits{.most = 99'999}; // which there are is for the installation to say
+    addNumber(command, "--board", address.board, fiveDigits, "Board (default 0)");
+    addNumber(command, "--port", address.port, fiveDigits, "GigE port of the board (default 0)");
+}
+
 void PortOptions::addTo(CLI::App& command, Reset reset) {
-    command.add_option("--board", address.board, "Board (default 0)")->type_name("N");
-    command.add_option("--port", address.port, "GigE port of the board (default 0)")->type_name("N");
+    addAddressTo(command, address);
     noReset = reset == Reset::Never;
     if (noReset) return;
     command.add_flag("--no-reset", noReset,

@@ -36,6 +36,9 @@ struct InstallationOptions {
     void requireRealTime() const;
 };
 
+/// Adds --board and --port.
+void addAddressTo(CLI::App& command, PortAddress& address);
+
 /// Which port, and whether its board is reset first.
 struct PortOptions {
     PortAddress address;

@@ -49,9 +49,11 @@ void Progress::show(const std::stop_token& stop) const {
 // The cursor goes back to the line's start, so that a log line in between is written over the text and not
 // after it.
 void Progress::draw(std::chrono::seconds passed) const {
-    auto text = text_() + ", " + std::to_string(passed.count()) + " s";
-    text.resize(std::min(text.size(), columnsOf(terminal_) - 1));
-    put(terminal_, eraseLine + text + "\r");
+    const auto time = ", " + std::to_string(passed.count()) + " s";
+    const auto room = columnsOf(terminal_) - 1;
+    auto text = text_();
+    text.resize(std::min(text.size(), room - std::min(room, time.size())));
+    put(terminal_, eraseLine + text + time + "\r");
 }
 
 } // namespace orvo::host

@@ -1,4 +1,4 @@
-// The flag behind SIGINT and SIGTERM.
+// The flag behind the signals that ask for the end.
 #include "app/Signals.h"
 
 #include "app/EventDescriptor.h"
@@ -9,7 +9,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr int endSignals[] = {SIGINT, SIGTERM};
+constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr int writeSignals[] = {SIGPIPE, SIGXFSZ}; // no reader left; file size limit reached
 
 std::atomic<int> requestedBy{0};
@@ -22,6 +22,12 @@ void requestEnd(int number) {
     ended.load()->raise();
 }
 
+/// As nohup has it, so that a program outlives its terminal.
+bool isIgnored(int number) {
+    struct sigaction now = {};
+    return sigaction(number, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
 } // namespace
 
 void installSignalHandlers() {
@@ -29,7 +35,8 @@ void installSignalHandlers() {
     struct sigaction action = {};
     action.sa_handler = requestEnd;
     action.sa_flags = static_cast<int>(SA_RESETHAND); // no SA_RESTART: a blocked open or read is to end
-    for (const int number : endSignals) sigaction(number, &action, nullptr);
+    for (const int number : endSignals)
+        if (number != SIGHUP || !isIgnored(number)) sigaction(number, &action, nullptr);
     for (const int number : writeSignals) std::signal(number, SIG_IGN);
 }
 

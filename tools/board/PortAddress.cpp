@@ -1,18 +1,17 @@
 // The text form of a port's address.
 #include "board/PortAddress.h"
 
-#include <charconv>
+#include "app/Numbers.h"
+
 #include <string_view>
 
 namespace orvo::host {
 namespace {
 
 std::optional<unsigned> numberFrom(std::string_view digits) {
-    unsigned value = 0;
-    const auto* end = digits.data() + digits.size();
-    const auto result = std::from_chars(digits.data(), end, value);
-    if (digits.size() > 5 || result.ec != std::errc{} || result.ptr != end) return std::nullopt;
-    return value;
+    const auto value = wholeNumber(digits);
+    if (!value || digits.size() > 5) return std::nullopt;
+    return static_cast<unsigned>(*value);
 }
 
 } // namespace

@@ -39,7 +39,7 @@ void SimulatorControl::setWire(PortAddress port, const std::string& wire) const 
         throw Failure("cannot cable port " + port.text() +
                       ": there is no such port; 'orvo-gige boards' lists boards and ports");
     throw Failure("cannot cable port " + port.text() + " with " + quoted(wire) + ": " +
-                  (reason.front() ? reason.data() : "it is no wire") + " (option --wire)");
+                  (reason.front() ? reason.data() : "it is no wire"));
 }
 
 std::string SimulatorControl::wire(PortAddress port) const {

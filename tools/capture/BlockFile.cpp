@@ -20,12 +20,12 @@ namespace orvo::host {
 namespace {
 
 constexpr std::size_t bufferBytes = 256 * 1024;
-constexpr int lastPatienceMs = 50; // with a slow reader, once the program is to end
+constexpr int lastPatienceMs = 50; // with a slow reader, once the end is asked for
 
 } // namespace
 
 BlockFile::BlockFile(const std::string& path, std::size_t closingBlockBytes, Target target)
-    : path_(path), closingBlockBytes_(closingBlockBytes) {
+    : path_(path), target_(target), closingBlockBytes_(closingBlockBytes) {
     target == Target::NamedFile ? openNamed() : takeStandardOutput();
     struct stat status = {};
     regular_ = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);
@@ -103,12 +103,13 @@ std::size_t BlockFile::writeBuffer() noexcept {
 
 // A reader that does not read must not keep the program from ending.
 bool BlockFile::awaitReader() noexcept {
-    std::array<pollfd, 2> sources = {{{descriptor_, POLLOUT, 0}, {endDescriptor(), POLLIN, 0}}};
-    while (!readerGone_) {
-        const bool ending = endRequested() != 0;
-        const int ready = poll(sources.data(), ending ? 1 : 2, ending ? lastPatienceMs : -1);
+    std::array<pollfd, 3> sources = {
+        {{descriptor_, POLLOUT, 0}, {endDescriptor(), POLLIN, 0}, {ending_, POLLIN, 0}}};
+    for (bool ending = false; !readerGone_;) {
+        const int ready = poll(sources.data(), ending ? 1 : sources.size(), ending ? lastPatienceMs : -1);
         if (ready > 0 && sources[0].revents != 0) return true;
         readerGone_ = ending && ready == 0;
+        ending = ending || ready > 0;
     }
     errno = EPIPE;
     return false;
@@ -138,11 +139,17 @@ void BlockFile::close() {
 }
 
 void BlockFile::fail(int reason) const {
-    if (reason == EPIPE) throw ReaderGone("nobody reads on from " + quoted(path_) + "; what follows is lost");
+    if (reason == EPIPE) throw ReaderGone("nobody reads on from " + name() + "; what follows is lost");
     const bool full = reason == ENOSPC || reason == EDQUOT || reason == EFBIG;
-    throw Failure(
-        "cannot write " + quoted(path_) + ": " + systemError(reason) +
-        (full ? "; free some space or name another file with --write" : "; name another file with --write"));
+    throw Failure("cannot write " + name() + ": " + systemError(reason) +
+                  (full ? "; free some space or name another file with --write"
+                   : target_ == Target::StandardOutput
+                       ? "; lead it into a pipe or file, or name a file with --write"
+                       : "; name another file with --write"));
+}
+
+std::string BlockFile::name() const {
+    return target_ == Target::StandardOutput ? "to standard output" : quoted(path_);
 }
 
 } // namespace orvo::host

@@ -1,6 +1,7 @@
 // A file made of blocks that must never end inside one.
 #pragma once
 
+#include "app/EventDescriptor.h"
 #include "app/Failure.h"
 
 #include <cstddef>
@@ -11,8 +12,8 @@
 
 namespace orvo::host {
 
-/// What cannot be written because whoever read from the pipe is gone, or did not read on while the program
-/// was asked to end.
+/// What cannot be written because whoever read from the pipe is gone, or did not read on when the end was
+/// asked for.
 class ReaderGone : public Failure {
 public:
     using Failure::Failure;
@@ -38,6 +39,10 @@ public:
     bool replacesFile() const noexcept { return regular_ && found_; }
     void empty();
     void keep() noexcept { kept_ = true; }
+
+    /// Once `ending` is raised, a reader gets no more patience than when a signal asks for the end. It must
+    /// outlive the file.
+    void endOn(const EventDescriptor& ending) noexcept { ending_ = ending.descriptor(); }
 
     /// Room for one block of this size, to be filled before the next call. Errors: as `flush`.
     std::uint8_t* add(std::size_t blockBytes);
@@ -65,12 +70,15 @@ private:
     void takeStandardOutput();
     std::size_t writeBuffer() noexcept;
     bool awaitReader() noexcept;
+    std::string name() const;
     void cutBack(std::size_t written) noexcept;
     [[noreturn]] void fail(int reason) const;
 
     const std::string path_;
+    const Target target_;
     const std::size_t closingBlockBytes_;
     int descriptor_ = -1;
+    int ending_ = -1;    // readable when there is little patience left
     bool found_ = false; // was there before
     bool made_ = false;
     bool kept_ = false;

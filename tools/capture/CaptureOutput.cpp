@@ -72,6 +72,16 @@ void CaptureOutput::open() {
     const auto target =
         path_ == standardOutput ? BlockFile::Target::StandardOutput : BlockFile::Target::NamedFile;
     writer_ = std::make_unique<PcapngWriter>(path, interface_.name, interface_.description, target);
+    writer_->endOn(ending_);
+}
+
+std::vector<std::string> CaptureOutput::paths() const {
+    if (path_ == standardOutput) return {};
+    if (!ring_) return {path_};
+    std::vector<std::string> paths;
+    for (unsigned number = 1; number <= ring_->files; ++number)
+        paths.push_back(ring_->fileName(path_, number));
+    return paths;
 }
 
 void CaptureOutput::begin() {

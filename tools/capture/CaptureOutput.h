@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace orvo::host {
 
@@ -40,6 +41,9 @@ public:
     /// Makes sure that the file, of a ring the first, can be written. Errors: Failure, as all that follow.
     CaptureOutput(const std::string& path, const Interface& interface, std::optional<FileRing> ring);
 
+    /// The files that it may write; none for standard output.
+    std::vector<std::string> paths() const;
+
     /// From now on files are replaced.
     void begin();
 
@@ -51,6 +55,9 @@ public:
 
     /// True once whoever read from the pipe is gone.
     bool readerGone() const noexcept { return writer_->readerGone(); }
+
+    /// From now on a reader that does not read on is not waited for. Any thread.
+    void hurry() noexcept { ending_.raise(); }
 
     /// Completes the file, as far as it can be.
     void close();
@@ -72,6 +79,7 @@ private:
     const std::string path_;
     const Interface interface_;
     const std::optional<FileRing> ring_;
+    EventDescriptor ending_;
     unsigned number_ = 1; // of the ring's file
     std::unique_ptr<PcapngWriter> writer_;
     std::deque<File> files_;

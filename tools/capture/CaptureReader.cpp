@@ -7,6 +7,7 @@
 #include <pcap/pcap.h>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,11 +21,11 @@ namespace {
 
 constexpr std::size_t readBufferBytes = 1 << 20;
 
+// Of a pipe, without waiting for whoever writes to it: its reads do.
 int openDescriptor(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor >= 0) return descriptor;
     const int reason = errno;
-    throwIfEndRequested();
     throw Failure("cannot read " + quoted(path) + ": " + systemError(reason) +
                   "; name a pcap or pcapng file");
 }
@@ -51,6 +52,23 @@ struct CloseFile {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
+/// Waits for bytes, or for a signal that asks for the end, whenever that comes.
+ssize_t readOrEnd(void* cookie, char* bytes, std::size_t room) noexcept {
+    std::array<pollfd, 2> sources = {
+        {{*static_cast<const int*>(cookie), POLLIN, 0}, {endDescriptor(), POLLIN, 0}}};
+    while (endRequested() == 0) {
+        if (poll(sources.data(), sources.size(), -1) < 0 || sources[0].revents == 0) continue;
+        const auto result = ::read(sources[0].fd, bytes, room);
+        if (result >= 0 || (errno != EAGAIN && errno != EINTR)) return result;
+    }
+    errno = EINTR;
+    return -1;
+}
+
+int closeDescriptor(void* cookie) noexcept {
+    return ::close(*static_cast<const int*>(cookie));
+}
+
 } // namespace
 
 void CaptureReader::Close::operator()(pcap* capture) const noexcept {
@@ -68,13 +86,14 @@ CaptureReader::CaptureReader(const std::string& path) : path_(path) {
 CaptureReader::~CaptureReader() = default;
 
 void CaptureReader::open() {
-    const int descriptor = openDescriptor(path_);
-    std::unique_ptr<std::FILE, CloseFile> file(fdopen(descriptor, "rb"));
+    descriptor_ = openDescriptor(path_);
+    std::unique_ptr<std::FILE, CloseFile> file(
+        fopencookie(&descriptor_, "rb", {readOrEnd, nullptr, nullptr, closeDescriptor}));
     if (!file) {
-        close(descriptor);
+        close(descriptor_);
         throw Failure("cannot read " + quoted(path_) + ": out of memory; free some and try again");
     }
-    regularFile_ = checkFile(descriptor, path_);
+    regularFile_ = checkFile(descriptor_, path_);
     std::setvbuf(file.get(), nullptr, _IOFBF, readBufferBytes);
     std::array<char, PCAP_ERRBUF_SIZE> reason = {};
     capture_.reset(

@@ -50,6 +50,7 @@ private:
 
     const std::string path_;
     bool regularFile_ = false;
+    int descriptor_ = -1; // the capture's, which closes it
     std::unique_ptr<pcap, Close> capture_;
     std::size_t fcsBytes_ = 0; // that the file says every frame ends with
     std::uint64_t frames_ = 0;

@@ -35,6 +35,9 @@ public:
     /// Adds a frame that came at this moment.
     void write(const void* frame, std::size_t bytes);
 
+    /// As of BlockFile.
+    void endOn(const EventDescriptor& ending) noexcept { file_.endOn(ending); }
+
     /// Lets readers of the file see all that was written.
     void flush() { file_.flush(); }
 

@@ -9,6 +9,7 @@
 #include "app/Signals.h"
 #include "board/Board.h"
 #include "board/Session.h"
+#include "commands/BridgeLosses.h"
 #include "commands/Ports.h"
 #include "faults/FaultWatch.h"
 #include "network/NetworkNamespace.h"
@@ -26,17 +27,17 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string progressText(const BridgeTotals& totals) {
+std::string progressText(const BridgeTotals& totals, std::uint64_t lostElsewhere) {
     return fmt::format("to the port {} ({:.1f} MB), to the TAP {} ({:.1f} MB), dropped {}",
                        grouped(totals.toPort.frames), static_cast<double>(totals.toPort.bytes) / 1e6,
                        grouped(totals.toTap.frames), static_cast<double>(totals.toTap.bytes) / 1e6,
-                       grouped(totals.droppedFrames()));
+                       grouped(totals.droppedFrames() + lostElsewhere));
 }
 
 struct BridgeReport {
     const BridgeOptions& options;
     BridgeTotals totals = {};
-    std::uint32_t unreadFrames = 0; ///< that the TAP's own queue had no room for
+    Drops lostElsewhere = {};
     std::chrono::duration<double> duration = {};
     std::vector<PortStatistics> statistics = {};
     std::optional<Ledger> ledger = {};
@@ -52,10 +53,9 @@ std::uint64_t unsentByPlugin(const BridgeReport& report) {
 }
 
 Drops BridgeReport::drops() const {
-    Drops drops;
+    auto drops = lostElsewhere;
     for (std::size_t i = 0; i < dropReasonCount; ++i)
         drops.add(std::string("of the TAP ") + textOf(static_cast<DropReason>(i)), totals.unsendable[i]);
-    drops.add("of the host for which the TAP's queue had no room", unreadFrames);
     drops.add("of the TAP that the plug-in did not send", unsentByPlugin(*this));
     for (std::size_t i = 0; i < tapDropCount; ++i)
         drops.add(textOf(static_cast<TapDrop>(i)), totals.undelivered[i]);
@@ -87,9 +87,42 @@ HostCount hostCountOf(const BridgeReport& report) {
     return {.port = report.options.port.address, .handed = totals.toPort.frames, .received = received};
 }
 
-void configureTap(const BridgeOptions& options) {
-    if (options.address) setAddress(options.tap, *options.address, options.addressText);
-    if (options.setUp || options.address) setLinkUp(options.tap);
+/// Gives the TAP its address and its link, and takes an address away again that it did not have before.
+class TapSettings {
+public:
+    explicit TapSettings(const BridgeOptions& options) : options_(options) {}
+    ~TapSettings() {
+        if (added_) removeAddress(options_.tap, *options_.address);
+    }
+    TapSettings(const TapSettings&) = delete;
+    TapSettings& operator=(const TapSettings&) = delete;
+
+    void apply() {
+        if (options_.address) added_ = addAddress(options_.tap, *options_.address, options_.addressText);
+        if (options_.setUp || options_.address) setLinkUp(options_.tap);
+    }
+
+private:
+    const BridgeOptions& options_;
+    bool added_ = false;
+};
+
+/// A port's wire must not end in the port's own TAP.
+void refuseTapAsWire(const BridgeOptions& options, const std::string& wire, bool isOfPort) {
+    if (wire == "tap:" + options.tap)
+        throw UsageFailure("the wire " + quoted(wire) +
+                           " would be the TAP of the bridge itself; name another one with --wire or --tap");
+    if (isOfPort && wire == "packet:" + options.tap)
+        throw UsageFailure(
+            "the wire " + quoted(wire) +
+            " leads back to the bridge's own TAP, and every frame would come back; name another "
+            "interface with --wire");
+}
+
+void refuseTapAsWire(const BridgeOptions& options) {
+    const auto address = options.port.address;
+    for (const auto& option : options.installation.wires)
+        refuseTapAsWire(options, option.wire, option.address(address.board) == address);
 }
 
 Session openSession(const BridgeOptions& options, const BridgeSetting& setting) {
@@ -104,23 +137,45 @@ void tellReady(const BridgeOptions& options, const BridgeSetting& setting) {
     notice("port " + options.port.address.text() + " and " + options.tap + " are bridged; end with Ctrl-C");
 }
 
-BridgeTotals carry(TapDevice& tap, Ports& ports, const BridgeOptions& options, const BridgeSetting& setting,
-                   FaultWatch& watch) {
-    const auto reconfigureTap = [&options] {
+/// What surrounds the bridge while it carries frames.
+struct Surroundings {
+    TapDevice& tap;
+    TapSettings& tapSettings;
+    TapQueueLosses& tapLosses;
+    const PortLosses& portLosses;
+    Ports& ports;
+    FaultWatch& faults;
+
+    Drops losses() const {
+        Drops drops;
+        drops.add("of the host for which the TAP's queue had no room", tapLosses.frames());
+        portLosses.addTo(drops);
+        return drops;
+    }
+    void setUpTapAgain() const {
+        tapLosses.observe();
         try {
-            configureTap(options);
+            tapSettings.apply();
         } catch (const Failure& error) {
             notice(error.what());
         }
-    };
-    Bridge bridge(ports.at(options.port.address).interface(), tap,
-                  {.tell = notice, .tapReturned = reconfigureTap, .ending = [&] {
-                       watch.end();
-                       ports.stop();
-                   }});
+    }
+};
+
+BridgeTotals carry(const Surroundings& around, const BridgeOptions& options, const BridgeSetting& setting) {
+    Bridge bridge(around.ports.at(options.port.address).interface(), around.tap,
+                  {.tell = notice,
+                   .tapRead = [&] { around.tapLosses.observe(); },
+                   .tapReturned = [&] { around.setUpTapAgain(); },
+                   .ending =
+                       [&] {
+                           around.faults.end();
+                           around.ports.stop();
+                       }});
     tellReady(options, setting);
     std::optional<Progress> progress;
-    if (!setting.ready) progress.emplace([&] { return progressText(bridge.totals()); });
+    if (!setting.ready)
+        progress.emplace([&] { return progressText(bridge.totals(), around.losses().frames()); });
     bridge.run();
     return bridge.totals();
 }
@@ -162,21 +217,26 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
     options.installation.requireRealTime();
     const auto address = options.port.address;
     TapDevice tap(options.tap);
-    const auto unreadBefore = unsentFrames(options.tap);
-    configureTap(options);
+    refuseTapAsWire(options);
+    TapQueueLosses tapLosses(options.tap);
+    TapSettings tapSettings(options);
+    tapSettings.apply();
     const auto session = openSession(options, setting);
+    if (session.simulator) refuseTapAsWire(options, session.simulator->wire(address), !setting.wires);
     requireFrameRegisters(session.libraries, address);
     FaultWatch watch(session, options.installation, {address});
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
 
     BridgeReport report{.options = options};
+    const PortLosses portLosses(session, address);
+    const Surroundings around{tap, tapSettings, tapLosses, portLosses, ports, watch};
     const auto begin = Clock::now();
-    report.totals = carry(tap, ports, options, setting, watch);
+    report.totals = carry(around, options, setting);
     report.duration = Clock::now() - begin;
-    if (const auto unread = unsentFrames(options.tap); unread && unreadBefore)
-        report.unreadFrames = *unread - *unreadBefore;
+    tapLosses.observe();
     report.statistics = ports.finish();
+    report.lostElsewhere = around.losses();
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics, {hostCountOf(report)});
     options.json ? print(jsonOf(report)) : print(textOf(report));

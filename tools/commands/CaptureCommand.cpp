@@ -4,11 +4,13 @@
 
 #include "app/Failure.h"
 #include "app/Notice.h"
+#include "app/Numbers.h"
 #include "app/Output.h"
 #include "app/Progress.h"
 #include "app/Signals.h"
 #include "board/Session.h"
 #include "commands/Ports.h"
+#include "commands/UsedFiles.h"
 #include "faults/FaultWatch.h"
 
 #include <CLI/CLI.hpp>
@@ -16,12 +18,14 @@
 
 #include <chrono>
 #include <cstdio>
-#include <limits>
 
 namespace orvo::host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+constexpr double shortestSeconds = 0.001;
+constexpr double longestSeconds = 1e9; // 31 years
 
 struct CaptureReport {
     const CaptureOptions& options;
@@ -31,7 +35,11 @@ struct CaptureReport {
     std::vector<PortStatistics> statistics = {};
     std::optional<Ledger> ledger = {};
 
-    /// Frames that the output did not take.
+    /// Frames that the output did not take: by a failure, or because its reader was gone or slow in the end.
+    std::uint64_t lostFrames() const { return result.failure ? unwrittenFrames() : 0; }
+    std::uint64_t unreadFrames() const { return result.failure ? 0 : unwrittenFrames(); }
+
+private:
     std::uint64_t unwrittenFrames() const {
         return result.totals.received.frames - result.totals.filteredOut - output.framesInFiles() -
                output.overwrittenFrames();
@@ -57,8 +65,10 @@ std::string textOf(const CaptureReport& report) {
     if (report.options.ring)
         text += reportLine("dropped",
                            counted(report.output.overwrittenFrames(), "frame") + " with the oldest files");
-    if (const auto frames = report.unwrittenFrames())
+    if (const auto frames = report.lostFrames())
         text += reportLine("lost", counted(frames, "frame") + " that could not be written");
+    if (const auto frames = report.unreadFrames())
+        text += reportLine("unread", counted(frames, "frame") + " that the reader did not take any more");
     text += reportLine("duration", fmt::format("{:.3f} s", report.duration.count()));
     return text + reportLine("ended", textOf(report.result.end)) + textOf(report.statistics);
 }
@@ -72,7 +82,8 @@ nlohmann::ordered_json jsonOf(const CaptureReport& report) {
                                        {"filteredOut", report.result.totals.filteredOut},
                                        {"written", report.output.framesInFiles()},
                                        {"overwritten", report.output.overwrittenFrames()},
-                                       {"lost", report.unwrittenFrames()},
+                                       {"lost", report.lostFrames()},
+                                       {"unread", report.unreadFrames()},
                                        {"files", std::move(files)},
                                        {"seconds", report.duration.count()},
                                        {"ended", textOf(report.result.end)},
@@ -114,16 +125,19 @@ CaptureCommand::CaptureCommand(CLI::App& program)
         .add_option("--write", options_.output, "File to write; - is standard output, for a pipe")
         ->required()
         ->type_name("OUT");
+    addNumber(line(), "--count", options_.limits.frames, {.least = 1}, "End after so many frames written");
     line()
-        .add_option("--count", options_.limits.frames, "End after so many frames written")
-        ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()))
-        ->type_name("N");
-    line()
-        .add_option_function<double>(
+        .add_option_function<std::string>(
             "--duration",
-            [this](double seconds) { options_.limits.time = std::chrono::duration<double>(seconds); },
+            [this](const std::string& text) {
+                const auto seconds = decimalNumber(text);
+                if (!seconds || *seconds < shortestSeconds || *seconds > longestSeconds)
+                    throw CLI::ValidationError("--duration",
+                                               fmt::format("'{}' is no number of seconds from {} to {:.0f}",
+                                                           text, shortestSeconds, longestSeconds));
+                options_.limits.time = std::chrono::duration<double>(*seconds);
+            },
             "End after so many seconds")
-        ->check(CLI::Range(0.001, 1e9))
         ->type_name("S");
     line()
         .add_option_function<std::string>(
@@ -158,6 +172,7 @@ int runCapture(const CaptureOptions& options) {
     if (!options.filter.empty()) filter.emplace(options.filter);
     CaptureOutput output(options.output, captureInterface(address), options.ring);
     const Session session(options.installation, address.board);
+    if (session.simulator) refuseFilesOfWires({.written = output.paths()}, *session.simulator);
     FaultWatch watch(session, options.installation, {address});
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();

@@ -20,12 +20,15 @@
 #include <cstdio>
 #include <filesystem>
 #include <optional>
+#include <span>
+#include <string_view>
 
 namespace orvo::host {
 namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* programName = "orvo-gige";
 constexpr const char* interfacePrefix = "orvo-"; // "orvo-BOARD-PORT"
 
 /// What the analyser asks for.
@@ -99,6 +102,25 @@ int checkFilter(const std::string& filter) {
     return Done;
 }
 
+/// While it lives, standard error goes nowhere: an analyser takes every line there for a failure.
+class QuietErrors {
+public:
+    QuietErrors() : before_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
+        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(nowhere, STDERR_FILENO);
+        close(nowhere);
+    }
+    ~QuietErrors() {
+        dup2(before_, STDERR_FILENO);
+        close(before_);
+    }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+
+private:
+    const int before_;
+};
+
 /// The pipe comes first: the analyser waits for it to be opened, and the board's reset takes its time.
 int captureInto(Call& call) {
     if (call.fifo.empty()) throw UsageFailure("--capture needs a pipe to write to; name one with --fifo");
@@ -113,6 +135,7 @@ int captureInto(Call& call) {
     call.options.port.address = addressOf(call.interface);
     call.options.output = CaptureOutput::standardOutput;
     call.options.filter = call.filter;
+    const QuietErrors onlyFailures;
     return runCapture(call.options);
 }
 
@@ -120,10 +143,12 @@ struct ClosePipe {
     void operator()(std::FILE* pipe) const noexcept { pclose(pipe); }
 };
 
-/// The user's own extcap folder if the analyser has one, else everybody's.
+/// Of root, everybody's extcap folder; of others their own, where the analyser knows one.
 std::optional<fs::path> folderOfTshark() {
-    const std::unique_ptr<std::FILE, ClosePipe> folders(popen("tshark -G folders 2>/dev/null", "re"));
+    const std::unique_ptr<std::FILE, ClosePipe> folders(
+        popen("timeout -k 1 20 tshark -G folders 2>/dev/null", "re"));
     if (!folders) return std::nullopt;
+    const bool wantsPersonal = geteuid() != 0;
     std::optional<fs::path> found;
     char line[4096];
     while (std::fgets(line, sizeof line, folders.get())) {
@@ -131,11 +156,18 @@ std::optional<fs::path> folderOfTshark() {
         const auto path = text.find('/');
         if (path == std::string::npos) continue;
         const bool isPersonal = text.starts_with("Personal Extcap path:");
-        if (isPersonal || (text.starts_with("Extcap path:") && !found))
+        if (!isPersonal && !text.starts_with("Global Extcap path:") && !text.starts_with("Extcap path:"))
+            continue;
+        if (!found || isPersonal == wantsPersonal)
             found = text.substr(path, text.find_last_not_of(" \t\n") + 1 - path);
-        if (isPersonal) break;
     }
     return found;
+}
+
+/// Whether an entry of the folder is a link to this program, wherever it is or was installed.
+bool isOurLink(const fs::path& path) {
+    std::error_code reason;
+    return fs::read_symlink(path, reason).filename() == programName;
 }
 
 fs::path folderFor(const std::string& given) {
@@ -149,9 +181,11 @@ fs::path folderFor(const std::string& given) {
 } // namespace
 
 bool isExtcapCall(int argc, const char* const* argv) {
-    return std::any_of(argv + 1, argv + argc, [](const std::string& argument) {
-        return argument.starts_with("--extcap-") || argument == "--capture";
-    });
+    for (const std::string_view argument : std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
+        if (argument.starts_with("--extcap-") || argument == "--capture") return true;
+        if (!argument.starts_with('-') || argument == "--") return false;
+    }
+    return false;
 }
 
 int answerExtcapCall(int argc, const char* const* argv) {
@@ -178,9 +212,9 @@ ExtcapCommand::ExtcapCommand(CLI::App& program)
 }
 
 int ExtcapCommand::run() {
-    const auto link = folderFor(folder_) / "orvo-gige";
+    const auto link = folderFor(folder_) / programName;
     std::error_code reason;
-    if (fs::exists(fs::symlink_status(link)) && !fs::is_symlink(link))
+    if (fs::exists(fs::symlink_status(link)) && !isOurLink(link))
         throw Failure(host::quoted(link.string()) +
                       " is there already and not a link of ours; remove it first");
     fs::remove(link, reason);

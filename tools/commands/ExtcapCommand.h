@@ -7,7 +7,7 @@
 
 namespace orvo::host {
 
-/// Whether the command line is a call of the extcap protocol, which has options but no subcommands.
+/// Whether the command line is a call of the extcap protocol: one of its options comes before any subcommand.
 bool isExtcapCall(int argc, const char* const* argv);
 
 /// Answers such a call: which ports there are, what they offer, or frames of one into a pipe. Returns the

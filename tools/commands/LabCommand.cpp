@@ -2,6 +2,7 @@
 #include "commands/LabCommand.h"
 
 #include "app/Failure.h"
+#include "app/Options.h"
 #include "lab/Containment.h"
 #include "lab/Terminal.h"
 
@@ -35,8 +36,7 @@ LabCommand::LabCommand(CLI::App& program)
         ->type_name("COMMAND");
     addAddress("--camera-address", options_.cameraAddress, "192.168.77.1/24", "Address of the camera end");
     addAddress("--host-address", options_.hostAddress, "192.168.77.2/24", "Address of the host end");
-    line().add_option("--board", options_.port.board, "Board (default 0)")->type_name("N");
-    line().add_option("--port", options_.port.port, "GigE port of the board (default 0)")->type_name("N");
+    addAddressTo(line(), options_.port);
     line()
         .add_option("--root", options_.root, "Installation to use (default: the one this program belongs to)")
         ->type_name("DIR");
@@ -52,6 +52,10 @@ void LabCommand::addAddress(const char* name, LabAddress& address, const char* t
             throw CLI::ValidationError(name, quoted(given) +
                                                  " is not of the form ADDRESS/PREFIX with an IPv4 "
                                                  "address, such as 192.168.77.1/24");
+        if (!value->isOfHost())
+            throw CLI::ValidationError(name, quoted(given) +
+                                                 " is not for a host of a network; give one that is, "
+                                                 "such as 192.168.77.1/24");
         address = {given, *value};
     };
     line()

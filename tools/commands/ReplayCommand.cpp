@@ -3,6 +3,7 @@
 #include "commands/ReplayCommand.h"
 
 #include "app/Failure.h"
+#include "app/Numbers.h"
 #include "app/Output.h"
 #include "app/Progress.h"
 #include "app/Signals.h"
@@ -10,24 +11,17 @@
 #include "board/Session.h"
 #include "commands/Ports.h"
 #include "commands/ReplayReport.h"
+#include "commands/UsedFiles.h"
 #include "faults/FaultWatch.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <filesystem>
 #include <memory>
 
 namespace orvo::host {
 namespace {
-
-bool isSameFile(const std::string& one, const std::string& other) {
-    if (one.empty() || other.empty()) return false;
-    std::error_code absent; // two that are not there yet are compared by name
-    return std::filesystem::equivalent(one, other, absent) ||
-           std::filesystem::weakly_canonical(one, absent) == std::filesystem::weakly_canonical(other, absent);
-}
 
 void refuseSameFile(const ReplayOptions& options) {
     if (isSameFile(options.input, options.output))
@@ -36,22 +30,6 @@ void refuseSameFile(const ReplayOptions& options) {
     if (isSameFile(options.output, "/dev/stdout"))
         throw Failure(quoted(options.output) +
                       " is standard output, where the report goes; name another file with --write");
-}
-
-/// Wires that record are not to write what the replay reads or writes.
-void refuseSameFile(const ReplayOptions& options, const SimulatorControl& simulator) {
-    for (unsigned board = 0; board < Board::indexLimit; ++board)
-        for (unsigned port = 0;; ++port) {
-            const auto wire = simulator.wire({board, port});
-            if (wire.empty()) break;
-            const auto comma = wire.starts_with("pcap:") ? wire.rfind(',') : std::string::npos;
-            if (comma == std::string::npos) continue;
-            const auto recorded = wire.substr(comma + 1);
-            if (isSameFile(recorded, options.input) || isSameFile(recorded, options.output))
-                throw Failure("the wire of port " + PortAddress{board, port}.text() + " records into " +
-                              quoted(recorded) +
-                              ", which this replay reads or writes; name another file (--wire)");
-        }
 }
 
 void refuseUnfitting(const ReplayOptions& options, const CaptureReader& capture) {
@@ -65,13 +43,22 @@ void refuseUnfitting(const ReplayOptions& options, const CaptureReader& capture)
 
 /// Reads the capture through, so that a damaged one is refused before anything is sent or replaced. Returns
 /// its number of frames; nothing for a pipe, which can be read only once.
-std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const std::string& path) {
+std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const ReplayOptions& options) {
     if (!capture.isRegularFile()) return std::nullopt;
+    const auto& path = options.input;
     const Progress progress([&] { return "checking " + path; });
     CaptureReader reader(path);
     std::uint64_t frames = 0;
-    for (CapturedFrame frame; reader.next(frame); ++frames) throwIfEndRequested();
+    Schedule schedule(options.pace);
+    std::chrono::nanoseconds lastDue{0};
+    for (CapturedFrame frame; reader.next(frame); ++frames) {
+        if (!dropReason(frame)) lastDue = schedule.next(frame.recordedAt);
+        throwIfEndRequested();
+    }
     if (frames == 0) throw Failure(quoted(path) + " holds no frame; name a capture with frames in it");
+    if (options.times != 1 && options.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
+        throw Failure("no time passes between the frames of " + quoted(path) +
+                      ", so --loop has no pace to keep; give one in frames per second with --pace");
     return frames;
 }
 
@@ -145,19 +132,21 @@ ReplayCommand::ReplayCommand(CLI::App& program)
             [this](const std::string& text) {
                 const auto pace = Pace::parse(text);
                 if (!pace)
-                    throw CLI::ValidationError("--pace",
-                                               "'" + text +
-                                                   "' is none of recorded, max, a factor such as 2x, and "
-                                                   "frames per second such as 1000");
+                    throw CLI::ValidationError(
+                        "--pace",
+                        fmt::format(
+                            "'{}' is none of recorded, max, a factor such as 2x ({:.6f}x to {:.0f}x), and "
+                            "frames per second such as 1000 ({} to {:.0f})",
+                            text, Pace::leastFactor, Pace::mostFactor, Pace::leastFramesPerSecond,
+                            Pace::mostFramesPerSecond));
                 options_.pace = *pace;
             },
             "Send as recorded, N times as fast (2x, 0.5x), at a rate in frames per second (1000), or as fast "
             "as "
             "what returns has room (max, default)")
         ->type_name("recorded|Nx|PPS|max");
-    line()
-        .add_option("--loop", options_.times, "Send the capture N times; 0: until interrupted (default 1)")
-        ->type_name("N");
+    addNumber(line(), "--loop", options_.times, {},
+              "Send the capture N times; 0: until interrupted (default 1)");
     options_.port.addTo(line());
     line()
         .add_option_function<std::string>(
@@ -179,13 +168,13 @@ int ReplayCommand::run() {
     CaptureReader capture(options_.input);
     refuseSameFile(options_);
     refuseUnfitting(options_, capture);
-    const auto framesOnce = checkCapture(capture, options_.input);
+    const auto framesOnce = checkCapture(capture, options_);
     const auto frames =
         framesOnce && options_.times > 0 ? std::optional(*framesOnce * options_.times) : std::nullopt;
     const auto address = options_.port.address;
     const Session session(options_.installation, address.board);
     const auto sessionBegin = session.simulator ? session.simulator->microseconds() : 0;
-    if (session.simulator) refuseSameFile(options_, *session.simulator);
+    if (session.simulator) refuseFilesOfWires({{options_.input}, {options_.output}}, *session.simulator);
     const auto receivingPort = receivingPortOf(options_, session);
     const auto output = openOutput(options_, receivingPort);
     requireFrameRegisters(session.libraries, address);

@@ -14,14 +14,18 @@
 namespace orvo::host {
 namespace {
 
-void requireSimulatedBoard(const std::string& root) {
-    const Installation installation(root);
-    if (!SimulatorControl::find(BoardLibraries(installation).hal()))
+void requireSimulatedPort(const LabOptions& options) {
+    const Installation installation(options.root);
+    const auto simulator = SimulatorControl::find(BoardLibraries(installation).hal());
+    if (!simulator)
         throw Failure("lab needs a simulated board, and the one of " + quoted(installation.root().string()) +
                       " is real; name another installation with --root");
+    if (!simulator->state(options.port))
+        throw Failure("there is no port " + options.port.text() +
+                      "; 'orvo-gige boards' lists boards and ports");
 }
 
-// A board does not wait for a processor when the machine is busy, and its queue holds 7 ms of traffic at
+// A board does not wait for a processor when the machine is busy, and its queue holds 4 ms of traffic at
 // most. Where the simulated one may not go first, it takes its turn like any program.
 void takePrecedence() {
     const sched_param lowest{1};
@@ -32,7 +36,7 @@ void takePrecedence() {
 
 int runLabBridge(const LabOptions& options, const char* boardInterface, const NetworkNamespace& board,
                  const std::function<void()>& ready) {
-    requireSimulatedBoard(options.root);
+    requireSimulatedPort(options);
     takePrecedence();
     dup2(STDERR_FILENO, STDOUT_FILENO); // standard output is the command's
     BridgeOptions bridge;
@@ -41,7 +45,7 @@ int runLabBridge(const LabOptions& options, const char* boardInterface, const Ne
     bridge.installation.root = options.root;
     bridge.installation.wires = {{options.port.text(), std::string("packet:") + boardInterface}};
     const auto setUp = [&] {
-        setAddress(bridge.tap, options.hostAddress.value, options.hostAddress.text);
+        addAddress(bridge.tap, options.hostAddress.value, options.hostAddress.text);
         setLinkUp(bridge.tap);
         ready();
     };

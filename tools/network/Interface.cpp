@@ -1,42 +1,26 @@
-// Interface settings by ioctl, counters by netlink (which getifaddrs speaks).
+// Addresses and counters by netlink (which getifaddrs speaks), links by ioctl.
 #include "network/Interface.h"
 
 #include "app/Failure.h"
+#include "app/Numbers.h"
+#include "network/NetlinkRequest.h"
+#include "network/Socket.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <linux/if_link.h>
 #include <linux/if_packet.h>
-#include <linux/ipv6.h>
+#include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <netinet/in.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <memory>
+#include <string_view>
 
 namespace orvo::host {
 namespace {
-
-/// A socket to talk to the kernel's network code through.
-class ControlSocket {
-public:
-    explicit ControlSocket(int family) : descriptor_(socket(family, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-    ~ControlSocket() { close(descriptor_); }
-    ControlSocket(const ControlSocket&) = delete;
-    ControlSocket& operator=(const ControlSocket&) = delete;
-
-    bool ask(unsigned long what, void* request) const noexcept {
-        return ioctl(descriptor_, what, request) == 0;
-    }
-
-private:
-    const int descriptor_;
-};
 
 ifreq requestFor(const std::string& interface) {
     ifreq request = {};
@@ -44,34 +28,37 @@ ifreq requestFor(const std::string& interface) {
     return request;
 }
 
-[[noreturn]] void fail(const std::string& what, const std::string& command) {
-    throw Failure(what + ": " + systemError(errno) + "; do it with '" + command +
+[[noreturn]] void fail(const std::string& what, int reason, const std::string& command) {
+    throw Failure(what + ": " + systemError(reason) + "; do it with '" + command +
                   "' and leave the option out");
 }
 
-void putInto(sockaddr& place, const void* bytes) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    std::memcpy(&address.sin_addr, bytes, sizeof address.sin_addr);
-    std::memcpy(&place, &address, sizeof address);
+/// An IPv4 address as a number, and which of its bits tell hosts of a network apart.
+std::uint32_t numberOf(const NetworkAddress& address) noexcept {
+    std::uint32_t number = 0;
+    std::memcpy(&number, address.bytes.data(), sizeof number);
+    return ntohl(number);
+}
+std::uint32_t hostBitsOf(const NetworkAddress& address) noexcept {
+    return address.prefixBits >= 32 ? 0 : ~std::uint32_t{0} >> address.prefixBits;
 }
 
-bool setAddress4(const std::string& interface, const NetworkAddress& address) {
-    const ControlSocket control(AF_INET);
-    auto request = requestFor(interface);
-    putInto(request.ifr_addr, address.bytes.data());
-    if (!control.ask(SIOCSIFADDR, &request)) return false;
-    const auto mask = htonl(address.prefixBits == 0 ? 0 : ~std::uint32_t{0} << (32 - address.prefixBits));
-    putInto(request.ifr_netmask, &mask);
-    return control.ask(SIOCSIFNETMASK, &request);
-}
-
-bool setAddress6(const std::string& interface, const NetworkAddress& address) {
-    in6_ifreq request = {};
-    std::memcpy(&request.ifr6_addr, address.bytes.data(), sizeof request.ifr6_addr);
-    request.ifr6_prefixlen = address.prefixBits;
-    request.ifr6_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
-    return ControlSocket(AF_INET6).ask(SIOCSIFADDR, &request) || errno == EEXIST;
+/// Has the kernel add or remove an address. Returns 0, or an errno value.
+int changeAddress(std::uint16_t type, unsigned flags, const std::string& interface,
+                  const NetworkAddress& address) {
+    ifaddrmsg subject = {};
+    subject.ifa_family = static_cast<std::uint8_t>(address.family);
+    subject.ifa_prefixlen = static_cast<std::uint8_t>(address.prefixBits);
+    subject.ifa_index = if_nametoindex(interface.c_str());
+    if (subject.ifa_index == 0) return ENODEV;
+    NetlinkRequest request(type, flags);
+    request.put(subject);
+    const std::size_t bytes = address.family == AF_INET ? sizeof(in_addr) : sizeof(in6_addr);
+    request.add(IFA_LOCAL, address.bytes.data(), bytes);
+    request.add(IFA_ADDRESS, address.bytes.data(), bytes);
+    if (const auto broadcast = address.broadcast())
+        request.add(IFA_BROADCAST, broadcast->data(), broadcast->size());
+    return request.send();
 }
 
 } // namespace
@@ -81,24 +68,45 @@ std::optional<NetworkAddress> NetworkAddress::parse(const std::string& text) {
     if (slash == std::string::npos) return std::nullopt;
     const auto host = text.substr(0, slash);
     NetworkAddress address{.family = host.find(':') == std::string::npos ? AF_INET : AF_INET6};
-    const auto* end = text.data() + text.size();
-    const auto number = std::from_chars(text.data() + slash + 1, end, address.prefixBits);
-    const unsigned most = address.family == AF_INET ? 32 : 128;
-    if (number.ec != std::errc{} || number.ptr != end || address.prefixBits > most) return std::nullopt;
+    const auto prefixBits = wholeNumber(std::string_view(text).substr(slash + 1));
+    if (!prefixBits || *prefixBits > (address.family == AF_INET ? 32 : 128)) return std::nullopt;
+    address.prefixBits = static_cast<unsigned>(*prefixBits);
     if (inet_pton(address.family, host.c_str(), address.bytes.data()) != 1) return std::nullopt;
     return address;
 }
 
-void setAddress(const std::string& interface, const NetworkAddress& address, const std::string& text) {
-    const bool done =
-        address.family == AF_INET ? setAddress4(interface, address) : setAddress6(interface, address);
-    if (!done)
-        fail("cannot give " + quoted(interface) + " the address " + text,
+bool NetworkAddress::isOfHost() const {
+    constexpr std::uint8_t loopback = 127, firstMulticast = 224;
+    if (family != AF_INET || bytes[0] == 0 || bytes[0] == loopback || bytes[0] >= firstMulticast)
+        return false;
+    const auto hosts = hostBitsOf(*this);
+    const auto number = numberOf(*this) & hosts;
+    return hosts <= 1 || (number != 0 && number != hosts); // not the network's own, nor that of all hosts
+}
+
+// Networks of one or two addresses have none to spare for it.
+std::optional<std::array<std::uint8_t, 4>> NetworkAddress::broadcast() const {
+    if (family != AF_INET || hostBitsOf(*this) <= 1) return std::nullopt;
+    const std::uint32_t number = htonl(numberOf(*this) | hostBitsOf(*this));
+    std::array<std::uint8_t, 4> found;
+    std::memcpy(found.data(), &number, found.size());
+    return found;
+}
+
+bool addAddress(const std::string& interface, const NetworkAddress& address, const std::string& text) {
+    const int reason = changeAddress(RTM_NEWADDR, NLM_F_CREATE | NLM_F_EXCL, interface, address);
+    if (reason != 0 && reason != EEXIST)
+        fail("cannot give " + quoted(interface) + " the address " + text, reason,
              "sudo ip address add " + text + " dev " + interface);
+    return reason == 0;
+}
+
+void removeAddress(const std::string& interface, const NetworkAddress& address) noexcept {
+    changeAddress(RTM_DELADDR, 0, interface, address); // it may be gone, and its interface too
 }
 
 void setLinkUp(const std::string& interface) {
-    const ControlSocket control(AF_INET);
+    const Socket control(AF_INET, SOCK_DGRAM);
     auto request = requestFor(interface);
     const auto setUp = [&] {
         if (!control.ask(SIOCGIFFLAGS, &request)) return false;
@@ -107,17 +115,22 @@ void setLinkUp(const std::string& interface) {
         return control.ask(SIOCSIFFLAGS, &request);
     };
     if (!setUp())
-        fail("cannot set the link of " + quoted(interface) + " up", "sudo ip link set " + interface + " up");
+        fail("cannot set the link of " + quoted(interface) + " up", errno,
+             "sudo ip link set " + interface + " up");
 }
 
-std::optional<std::uint32_t> unsentFrames(const std::string& interface) {
+std::optional<UnsentFrames> unsentFrames(const std::string& interface) {
     ifaddrs* list = nullptr;
     if (getifaddrs(&list) != 0) return std::nullopt;
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> owner(list, freeifaddrs);
-    for (const auto* entry = list; entry; entry = entry->ifa_next)
-        if (entry->ifa_addr && entry->ifa_addr->sa_family == AF_PACKET && entry->ifa_data &&
-            interface == entry->ifa_name)
-            return static_cast<const rtnl_link_stats*>(entry->ifa_data)->tx_dropped;
+    for (const auto* entry = list; entry; entry = entry->ifa_next) {
+        const bool isLink = entry->ifa_addr && entry->ifa_addr->sa_family == AF_PACKET && entry->ifa_data;
+        if (!isLink || interface != entry->ifa_name) continue;
+        sockaddr_ll link = {};
+        std::memcpy(&link, entry->ifa_addr, sizeof link);
+        return UnsentFrames{link.sll_ifindex,
+                            static_cast<const rtnl_link_stats*>(entry->ifa_data)->tx_dropped};
+    }
     return std::nullopt;
 }
 

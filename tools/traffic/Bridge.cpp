@@ -18,6 +18,8 @@ using core::zume::EthernetFrame;
 
 constexpr std::size_t bufferBytes = 65'536; // a TAP's MTU is at most 65,521
 constexpr int returnPauseMs = 200;          // between two looks for a TAP that is gone
+constexpr int framesAtOnce = 1024;          // of the TAP, before other news are looked at
+constexpr std::chrono::seconds lookInterval{1};
 
 template <std::size_t count> std::uint64_t sumOf(const std::array<std::uint64_t, count>& numbers) noexcept {
     return std::accumulate(numbers.begin(), numbers.end(), std::uint64_t{0});
@@ -88,13 +90,22 @@ void Bridge::carryToPort() {
         if (ended.revents != 0 || failed.revents != 0) break;
         if ((tap.revents & POLLERR) != 0)
             awaitTap();
-        else
+        else {
             sendWaiting();
+            lookAtTap();
+        }
     }
 }
 
+void Bridge::lookAtTap() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lookedAt_ < lookInterval) return;
+    lookedAt_ = now;
+    hooks_.tapRead();
+}
+
 void Bridge::sendWaiting() {
-    while (endRequested() == 0) {
+    for (int i = 0; i < framesAtOnce && endRequested() == 0; ++i) {
         const auto bytes = tap_.read(buffer_.data(), buffer_.size());
         if (bytes <= 0) return; // none left, or the TAP is gone, which poll tells
         send(static_cast<std::size_t>(bytes));

@@ -10,6 +10,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <functional>
@@ -39,6 +40,7 @@ class Bridge {
 public:
     struct Hooks {
         std::function<void(const std::string&)> tell; ///< what the user should know; either thread
+        std::function<void()> tapRead;     ///< now and then while the TAP has frames; calling thread
         std::function<void()> tapReturned; ///< to set up a TAP that went and came back; calling thread
         std::function<void()> ending;      ///< no more frames go to the port; calling thread
     };
@@ -60,6 +62,7 @@ private:
 
     void carryToPort();
     void sendWaiting();
+    void lookAtTap();
     void send(std::size_t bytes);
     void awaitTap();
 
@@ -73,6 +76,7 @@ private:
     std::vector<std::uint8_t> buffer_; // one frame of the TAP
     std::atomic<TapState> tapState_{TapState::Working};
     std::atomic<bool> stopRequested_{false};
+    std::chrono::steady_clock::time_point lookedAt_{}; // at the TAP; the calling thread's
     EventDescriptor portFailed_;
     std::exception_ptr failure_; // written by the port's thread, read after it has ended
 

@@ -54,6 +54,7 @@ CaptureResult Capture::run(const CaptureLimits& limits, const std::function<void
     }
     const auto end = awaitEnd(limits.time);
     stopRequested_ = true;
+    output_.hurry();
     ending();
     thread.join();
     closeOutput();
@@ -77,21 +78,29 @@ CaptureEnd Capture::awaitEnd(std::chrono::duration<double> limit) const {
 
 void Capture::receiveAll() noexcept {
     try {
-        while (!ownEnd_ && !stopRequested_.load(std::memory_order_relaxed) && endRequested() == 0)
-            receiveOne();
+        while (!ownEnd_ && !isAskedToEnd()) receiveOne();
     } catch (...) {
         noteFailure();
     }
     threadEnded_.raise();
 }
 
+bool Capture::isAskedToEnd() const noexcept {
+    return stopRequested_.load(std::memory_order_relaxed) || endRequested() != 0;
+}
+
 void Capture::receiveOne() {
-    if (const auto frame = port_.receive(nullptr)) {
-        take(frame->data());
-        return;
+    const auto frame = port_.receive(nullptr);
+    if (frame) take(frame->data());
+    if (const auto now = Clock::now(); !frame || now - shownAt_ >= showInterval) {
+        shownAt_ = now;
+        show();
     }
+}
+
+void Capture::show() {
     output_.flush();
-    if (output_.readerGone()) ownEnd_ = CaptureEnd::ReaderGone;
+    if (!ownEnd_ && output_.readerGone()) ownEnd_ = CaptureEnd::ReaderGone;
 }
 
 void Capture::take(const QByteArray& frame) {
@@ -104,10 +113,6 @@ void Capture::take(const QByteArray& frame) {
     output_.write(frame.constData(), bytes);
     counters_.written.add(bytes);
     if (--framesLeft_ == 0) ownEnd_ = CaptureEnd::Frames;
-    if (const auto now = Clock::now(); now - shownAt_ >= showInterval) {
-        shownAt_ = now;
-        output_.flush();
-    }
 }
 
 void Capture::closeOutput() noexcept {
@@ -118,13 +123,13 @@ void Capture::closeOutput() noexcept {
     }
 }
 
-// A failure after a failure tells nothing new.
+// A failure after a failure tells nothing new, and neither does a reader that was slow when the end came.
 void Capture::noteFailure() noexcept {
     if (failure_ || ownEnd_ == CaptureEnd::ReaderGone) return;
     try {
         throw;
     } catch (const ReaderGone&) {
-        ownEnd_ = CaptureEnd::ReaderGone;
+        if (!ownEnd_ && !isAskedToEnd()) ownEnd_ = CaptureEnd::ReaderGone;
     } catch (...) {
         ownEnd_ = CaptureEnd::Failure;
         failure_ = std::current_exception();

@@ -46,7 +46,8 @@ public:
     Capture& operator=(const Capture&) = delete;
 
     /// Captures until a signal asks for the end, a limit is reached or nobody reads the output any more; then
-    /// calls `ending`, takes as long as one empty `receive` of the port, and closes the output.
+    /// calls `ending`, takes as long as one empty `receive` of the port, and closes the output. A reader that
+    /// does not read on has 50 ms for it then.
     CaptureResult run(const CaptureLimits& limits, const std::function<void()>& ending);
 
     /// Any thread.
@@ -59,6 +60,8 @@ private:
     void receiveAll() noexcept;
     void receiveOne();
     void take(const QByteArray& frame);
+    void show();
+    bool isAskedToEnd() const noexcept;
     void closeOutput() noexcept;
     void noteFailure() noexcept;
 
@@ -66,7 +69,7 @@ private:
     CaptureOutput& output_;
     const FrameFilter* const filter_;
     std::uint64_t framesLeft_ = 0; // to the limit
-    Clock::time_point shownAt_{};  // when the output was last flushed
+    Clock::time_point shownAt_{};  // when the output was last flushed and its reader looked for
     std::atomic<bool> stopRequested_{false};
     EventDescriptor threadEnded_;
     std::optional<CaptureEnd> ownEnd_; // the thread's, where it ends by itself; read after it has ended

@@ -1,12 +1,14 @@
 // Schedules, and waiting for a point in time.
 #include "traffic/Pace.h"
 
+#include "app/Numbers.h"
 #include "app/Signals.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <thread>
 
 namespace orvo::host {
@@ -18,14 +20,10 @@ using std::chrono::nanoseconds;
 constexpr auto longestSleep = 50ms;  // a signal is seen after that
 constexpr auto wakeUpMargin = 100us; // what the kernel may take to wake a thread; the rest is spent looking
 
-std::optional<double> positiveNumber(const std::string& text) {
-    std::size_t end = 0;
-    try {
-        const double value = std::stod(text, &end);
-        if (end == text.size() && std::isfinite(value) && value > 0) return value;
-    } catch (const std::logic_error&) { // no number, or none that a double holds
-    }
-    return std::nullopt;
+/// Rounded, and no longer than any replay lasts: from what captures say may come anything.
+nanoseconds nanosecondsOf(double count) {
+    constexpr double century = 100 * 365.25 * 86'400 * 1e9;
+    return nanoseconds(std::llround(std::clamp(count, -century, century)));
 }
 
 } // namespace
@@ -34,8 +32,10 @@ std::optional<Pace> Pace::parse(const std::string& text) {
     if (text == "max") return Pace{};
     if (text == "recorded") return Pace{Kind::Recorded, 1};
     const bool isFactor = text.ends_with('x');
-    const auto value = positiveNumber(isFactor ? text.substr(0, text.size() - 1) : text);
-    if (!value) return std::nullopt;
+    const auto value = decimalNumber(std::string_view(text).substr(0, text.size() - (isFactor ? 1 : 0)));
+    if (!value || *value < (isFactor ? leastFactor : leastFramesPerSecond) ||
+        *value > (isFactor ? mostFactor : mostFramesPerSecond))
+        return std::nullopt;
     return Pace{isFactor ? Kind::Recorded : Kind::FramesPerSecond, *value};
 }
 
@@ -55,7 +55,7 @@ nanoseconds Schedule::next(nanoseconds recordedAt) {
         last_ = std::max(last_, asRecorded(recordedAt));
         break;
     case Pace::Kind::FramesPerSecond:
-        last_ = nanoseconds(std::llround(static_cast<double>(number) * 1e9 / pace_.value));
+        last_ = nanosecondsOf(static_cast<double>(number) * 1e9 / pace_.value);
         break;
     }
     return last_;
@@ -63,7 +63,7 @@ nanoseconds Schedule::next(nanoseconds recordedAt) {
 
 nanoseconds Schedule::asRecorded(nanoseconds recordedAt) {
     const auto sinceFirst = static_cast<double>((recordedAt - firstRecordedAt_).count());
-    return base_ + nanoseconds(std::llround(sinceFirst / pace_.value));
+    return base_ + nanosecondsOf(sinceFirst / pace_.value);
 }
 
 void Schedule::beginAgain() {
@@ -72,12 +72,12 @@ void Schedule::beginAgain() {
     framesThisTime_ = 0;
 }
 
-nanoseconds waitUntil(Schedule::Clock::time_point due) {
+std::optional<nanoseconds> waitUntil(Schedule::Clock::time_point due) {
     auto now = Schedule::Clock::now();
-    for (; due - now > wakeUpMargin && endRequested() == 0; now = Schedule::Clock::now())
-        std::this_thread::sleep_for(std::min<nanoseconds>(longestSleep, due - now - wakeUpMargin));
-    while (now < due && endRequested() == 0) now = Schedule::Clock::now();
-    return std::max<nanoseconds>(now - due, 0ns);
+    for (; now < due && endRequested() == 0; now = Schedule::Clock::now())
+        if (due - now > wakeUpMargin)
+            std::this_thread::sleep_for(std::min<nanoseconds>(longestSleep, due - now - wakeUpMargin));
+    return now < due ? std::nullopt : std::optional<nanoseconds>(now - due);
 }
 
 } // namespace orvo::host

@@ -15,7 +15,11 @@ struct Pace {
     Kind kind = Kind::Max;
     double value = 1; ///< over 0; of Recorded: how many times faster; of FramesPerSecond: that
 
-    /// From "max", "recorded", "2.5x" (times as fast as recorded) or "1000" (frames per second).
+    static constexpr double leastFactor = 1e-6, mostFactor = 1e6;
+    static constexpr double leastFramesPerSecond = 1e-3, mostFramesPerSecond = 1e7;
+
+    /// From "max", "recorded", "2.5x" (times as fast as recorded) or "1000" (frames per second); nothing when
+    /// it is something else, or beyond the limits above.
     static std::optional<Pace> parse(const std::string& text);
 
     std::string text() const;
@@ -47,8 +51,8 @@ private:
     std::chrono::nanoseconds last_{0};
 };
 
-/// Waits until `due`, to within some microseconds, or until a signal asks for the end. Returns how late it is
-/// then; not negative.
-std::chrono::nanoseconds waitUntil(Schedule::Clock::time_point due);
+/// Waits until `due`, to within some microseconds. Returns how late it is then; nothing when a signal asked
+/// for the end before.
+std::optional<std::chrono::nanoseconds> waitUntil(Schedule::Clock::time_point due);
 
 } // namespace orvo::host

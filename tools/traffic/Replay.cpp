@@ -58,7 +58,9 @@ ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
 
 void Replay::sendAll(CaptureReader& capture, std::uint64_t times) {
     sendOnce(capture);
-    for (std::uint64_t done = 1; done != times && !isEnding(); ++done) {
+    for (std::uint64_t done = 1, sentBefore = 0; done != times && !isEnding(); ++done) {
+        if (result_.sent.frames == sentBefore) return; // nothing in it can be sent
+        sentBefore = result_.sent.frames;
         schedule_.beginAgain();
         CaptureReader again(capture.path());
         sendOnce(again);
@@ -75,36 +77,49 @@ bool Replay::isEnding() const noexcept {
 }
 
 void Replay::send(const CapturedFrame& frame) {
-    result_.read.add(frame.length);
     if (const auto reason = dropReason(frame)) {
+        result_.read.add(frame.length);
         ++result_.dropped[static_cast<std::size_t>(*reason)];
         return;
     }
     auto bytes = paddedFrame(frame);
     const auto size = static_cast<std::size_t>(bytes.size());
-    isInTurn() ? passTime(frame) : awaitTurn(frame, queueWords(size));
-    hand(std::move(bytes), frame.number);
+    if (isInTurn())
+        passTime(frame);
+    else if (!awaitTurn(frame, queueWords(size)))
+        return; // the end is asked for: what still waits is left where it is, as what is behind it
+    if (!announce(bytes, frame.number)) return;
+    result_.read.add(frame.length);
+    hand(std::move(bytes));
     window_.sent(queueWords(size));
     result_.sent.add(size);
     sentFrames_.store(result_.sent.frames, std::memory_order_relaxed);
     if (isInTurn()) receiveAll();
 }
 
-void Replay::hand(QByteArray&& bytes, std::uint64_t number) {
-    if (verifying_) {
-        const SentFrame sent{number, bytes};
-        while (!receiver_.expect(sent) && !isEnding()) std::this_thread::sleep_for(lookPause);
+bool Replay::announce(const QByteArray& bytes, std::uint64_t number) {
+    if (!verifying_) return true;
+    for (const SentFrame sent{number, bytes}; !receiver_.expect(sent);) {
+        if (isEnding()) return false;
+        std::this_thread::sleep_for(lookPause);
     }
+    return true;
+}
+
+void Replay::hand(QByteArray&& bytes) {
     sender_.addToSendQueue(boost::make_shared<EthernetFrame>(std::move(bytes)));
     sender_.transmitSendQueue();
     lastSend_ = FlightWindow::Clock::now();
 }
 
-void Replay::awaitTurn(const CapturedFrame& frame, std::uint64_t words) {
-    if (paced_)
-        result_.latest = std::max(result_.latest, waitUntil(begin_ + schedule_.next(frame.recordedAt)));
-    else
+bool Replay::awaitTurn(const CapturedFrame& frame, std::uint64_t words) {
+    if (!paced_) {
         awaitRoom(words);
+        return !isEnding();
+    }
+    const auto late = waitUntil(begin_ + schedule_.next(frame.recordedAt));
+    if (late) result_.latest = std::max(result_.latest, *late);
+    return late.has_value();
 }
 
 void Replay::awaitRoom(std::uint64_t words) {

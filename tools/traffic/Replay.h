@@ -47,9 +47,9 @@ public:
     Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
            PcapngWriter* file, Verifier* verifier, const Pace& pace = {}, ReplayHooks hooks = {});
 
-    /// Sends all frames `times` times (0: until a signal ends it) and waits until all have come back or no
-    /// more come; a signal ends it early, in order. More than once takes a regular file. Errors: Failure of
-    /// capture or file, once what is under way has come back.
+    /// Sends all frames `times` times (0: until a signal ends it, or none can be sent) and waits until all
+    /// have come back or no more come; a signal ends it early, in order. More than once takes a regular file.
+    /// Errors: Failure of capture or file, once what is under way has come back.
     ReplayResult run(CaptureReader& capture, std::uint64_t times = 1);
 
     /// For a progress line; any thread.
@@ -60,8 +60,9 @@ private:
     void sendAll(CaptureReader& capture, std::uint64_t times);
     void sendOnce(CaptureReader& capture);
     void send(const CapturedFrame& frame);
-    void awaitTurn(const CapturedFrame& frame, std::uint64_t words);
-    void hand(QByteArray&& bytes, std::uint64_t number);
+    bool awaitTurn(const CapturedFrame& frame, std::uint64_t words);
+    bool announce(const QByteArray& bytes, std::uint64_t number);
+    void hand(QByteArray&& bytes);
     void awaitRoom(std::uint64_t words);
     void awaitReturn();
     void observe();
