@@ -75,7 +75,7 @@ public:
 private:
     std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                            std::uint32_t timeoutMs);
-    int deliveredBytes(unsigned number, std::size_t count);
+    int reported(unsigned number, int bytes);
     int readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                      std::uint32_t timeoutMs);
     std::uint64_t selectedPhy(std::uint32_t address);

@@ -21,6 +21,10 @@ void awaitWords(DataQueue& queue, std::size_t words, std::chrono::milliseconds l
         simClock.advance(limit);
 }
 
+int bytesOf(std::size_t words) noexcept {
+    return static_cast<int>(words * sizeof(std::uint32_t));
+}
+
 } // namespace
 
 DataQueue* Board::queue(unsigned number) noexcept {
@@ -45,9 +49,10 @@ std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t*
     return source.take(out, words);
 }
 
-int Board::deliveredBytes(unsigned number, std::size_t count) {
-    const int bytes = static_cast<int>(count * sizeof(std::uint32_t));
-    return condition_.has(Trouble::QueueFaults) ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+/// As the read reports them.
+int Board::reported(unsigned number, int bytes) {
+    const bool isOdd = bytes > 0 && condition_.has(Trouble::QueueFaults);
+    return isOdd ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
 }
 
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
@@ -62,7 +67,7 @@ int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std
     if (words == 0) return 0;
     const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
-    return count != 0 ? deliveredBytes(number, count) : static_cast<int>(HalTimeout);
+    return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
 }
 
 /// The same where a script accounts for every word.
@@ -81,7 +86,7 @@ int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, 
     if (!frames) script()->noteActionRead(number - firstActionQueue);
     const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
     if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
-    return frames ? frames->delivered(source, out, words, count) : deliveredBytes(number, count);
+    return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));
 }
 
 } // namespace orvo::sim
