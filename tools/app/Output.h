@@ -11,6 +11,9 @@ namespace orvo::host {
 
 /// Writes to standard output. Errors: Failure when it cannot take it (a full disk, a closed pipe).
 void print(const std::string& text);
+inline void print(const char* text) {
+    print(std::string(text));
+}
 
 /// One JSON document as text, indented, names in the order in which they were added.
 std::string textOf(const nlohmann::ordered_json& document);
