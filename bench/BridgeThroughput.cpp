@@ -128,12 +128,13 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
     int pipe[2];
     if (::pipe(pipe) != 0) throw std::runtime_error("pipe");
     const pid_t child = fork();
+    if (child < 0) throw std::runtime_error("fork");
     if (child == 0) {
         Json result;
         try {
             makeNetwork();
             result = work(duration);
-        } catch (const std::exception& failure) {
+        } catch (const std::exception& failure) { // no namespaces, among others
             result["failure"] = failure.what();
         }
         const std::string text = result.dump();
@@ -146,6 +147,7 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
         text.append(block, static_cast<std::size_t>(bytes));
     close(pipe[0]);
     waitpid(child, nullptr, 0);
+    if (text.empty()) return {{"failure", "the process that measures ended before its time"}};
     return Json::parse(text);
 }
 

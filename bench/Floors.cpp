@@ -12,16 +12,35 @@ namespace orvo::bench {
 
 using core::zume::EthernetFrame;
 
-boost::shared_ptr<EthernetFrame> leanReceive() {
-    const auto read = m_POHalDataQueueReadBufferLong.load(std::memory_order_relaxed);
+namespace {
+
+const auto readEntry = [] { return m_POHalDataQueueReadBufferLong.load(std::memory_order_relaxed); };
+
+std::uint32_t readSize() {
     std::uint32_t frameBytes = 0;
-    read(nullptr, 0, &frameBytes, sizeof frameBytes, 100);
-    const auto words = std::make_unique_for_overwrite<std::uint32_t[]>(frameBytes / 2);
-    const int delivered = read(nullptr, 0, words.get(), 2 * frameBytes, 100);
+    readEntry()(nullptr, 0, &frameBytes, sizeof frameBytes, 100);
+    return frameBytes;
+}
+
+boost::shared_ptr<EthernetFrame> readFrame(std::uint32_t* words, std::uint32_t frameBytes) {
+    const int delivered = readEntry()(nullptr, 0, words, 2 * frameBytes, 100);
     QByteArray bytes(delivered / 2, Qt::Uninitialized);
-    core::zume::unpackFrame(words.get(), static_cast<std::size_t>(delivered) / 4,
+    core::zume::unpackFrame(words, static_cast<std::size_t>(delivered) / 4,
                             reinterpret_cast<unsigned char*>(bytes.data()));
     return boost::make_shared<EthernetFrame>(bytes);
+}
+
+} // namespace
+
+boost::shared_ptr<EthernetFrame> leanReceive() {
+    const std::uint32_t frameBytes = readSize();
+    const auto words = std::make_unique_for_overwrite<std::uint32_t[]>(frameBytes / 2);
+    return readFrame(words.get(), frameBytes);
+}
+
+boost::shared_ptr<EthernetFrame> leanReceiveWithKeptBuffer() {
+    static std::uint32_t words[1024];
+    return readFrame(words, readSize());
 }
 
 void leanSend(const unsigned char* bytes, std::size_t frameBytes) {

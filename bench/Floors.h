@@ -14,6 +14,8 @@ namespace orvo::bench {
 /// with the widest vector instructions that the processor has; one QByteArray; one frame in one shared
 /// allocation.
 boost::shared_ptr<core::zume::EthernetFrame> leanReceive();
+/// The same with a buffer that is kept, and neither cleared nor checked.
+boost::shared_ptr<core::zume::EthernetFrame> leanReceiveWithKeptBuffer();
 
 /// Send: one call of a bound entry for each 16 bits of the frame.
 void leanSend(const unsigned char* bytes, std::size_t frameBytes);

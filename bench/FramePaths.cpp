@@ -3,7 +3,7 @@
 #include "NullBoard.h"
 
 #include "gige/DeviceGate.h"
-#include "gige/OrvoGbePhysicalNetworkInterface.h"
+#include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "logging/LogLine.h"
 
 #include <benchmark/benchmark.h>
@@ -41,6 +41,12 @@ void receiveFloor(benchmark::State& state) {
 }
 BENCHMARK(receiveFloor)->Apply(frameSizes);
 
+void keptBufferReceiveFloor(benchmark::State& state) {
+    orvo::bench::useNullBoard(0, static_cast<std::uint32_t>(state.range(0)));
+    for (auto _ : state) benchmark::DoNotOptimize(orvo::bench::leanReceiveWithKeptBuffer());
+}
+BENCHMARK(keptBufferReceiveFloor)->Apply(frameSizes);
+
 void send(benchmark::State& state) {
     Port port(64);
     EthernetFrame frame(QByteArray(static_cast<int>(state.range(0)), 'x'));
@@ -75,6 +81,24 @@ void gateOfSend(benchmark::State& state) {
     }
 }
 BENCHMARK(gateOfSend);
+
+/// What a received frame raises and lowers besides: two counters and two once-flags.
+void countersAndFlags(benchmark::State& state) {
+    orvo::core::zume::Relaxed<std::uint64_t> frames, bytes;
+    bool readErrorReported = true;
+    bool zeroSizeReported = true;
+    for (auto _ : state) {
+        readErrorReported = false;
+        zeroSizeReported = false;
+        frames += 1;
+        bytes += 64;
+        benchmark::DoNotOptimize(readErrorReported);
+        benchmark::DoNotOptimize(zeroSizeReported);
+        benchmark::DoNotOptimize(frames);
+        benchmark::DoNotOptimize(bytes);
+    }
+}
+BENCHMARK(countersAndFlags);
 
 /// A message below the logger's threshold, with what would have to be formatted.
 void refusedMessage(benchmark::State& state) {

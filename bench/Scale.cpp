@@ -17,7 +17,7 @@ namespace {
 using orvo::core::zume::EthernetFrame;
 using orvo::core::zume::OrvoGbePhysicalNetworkInterface;
 
-constexpr std::uint32_t frameBytes = 512;
+constexpr std::uint32_t frameBytes = 1518; // full ones, which take an interface's largest usual buffer
 
 std::size_t heapBytes() {
     return mallinfo2().uordblks;
@@ -45,12 +45,13 @@ void interfaces(benchmark::State& state) {
         exchange(*all[next]);
         if (++next == all.size()) next = 0;
     }
+    const std::size_t after = heapBytes();
     state.counters["bytesPerInterface"] =
         static_cast<double>(ready - before) / static_cast<double>(all.size());
-    state.counters["bytesGrown"] = static_cast<double>(heapBytes()) - static_cast<double>(ready);
+    state.counters["bytesGrown"] = static_cast<double>(after) - static_cast<double>(ready);
 }
 BENCHMARK(interfaces)->Arg(1)->Arg(4)->Arg(16)->Arg(64);
-/// As many frames as a port at line rate carries in half an hour.
+/// 10^8 frames, one in and one out each time.
 BENCHMARK(interfaces)->Name("manyFrames")->Arg(1)->Iterations(50'000'000);
 
 } // namespace

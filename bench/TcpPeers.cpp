@@ -80,8 +80,9 @@ void serveStreams(const Socket& listener) {
         const Socket client(accepted);
         client.limitWaits(std::chrono::seconds{5});
         char clientSends = 0;
-        if (recv(client.descriptor(), &clientSends, 1, 0) == 1)
-            stream(client, clientSends == 0, Clock::now() + std::chrono::minutes{1});
+        if (recv(client.descriptor(), &clientSends, 1, 0) != 1) continue;
+        const auto moved = stream(client, clientSends == 0, Clock::now() + std::chrono::minutes{1});
+        if (clientSends != 0) ::send(client.descriptor(), &moved, sizeof moved, MSG_NOSIGNAL);
     }
 }
 
@@ -125,7 +126,12 @@ double tcpBitsPerSecond(const std::string& address, Direction direction, std::ch
     const char first = sends ? 1 : 0;
     if (send(socket.descriptor(), &first, 1, MSG_NOSIGNAL) != 1) throw std::runtime_error("the far end went");
     const auto begin = Clock::now();
-    const auto bytes = stream(socket, sends, begin + duration);
+    auto bytes = stream(socket, sends, begin + duration);
+    if (sends) { // what counts is what has arrived
+        shutdown(socket.descriptor(), SHUT_WR);
+        if (recv(socket.descriptor(), &bytes, sizeof bytes, MSG_WAITALL) != sizeof bytes)
+            throw std::runtime_error("the far end went");
+    }
     const std::chrono::duration<double> took = Clock::now() - begin;
     return static_cast<double>(bytes) * 8 / took.count();
 }

@@ -9,7 +9,7 @@ case ${1-} in
 "" | --publish) ;;
 *) echo "usage: scripts/bench.sh [--publish]" >&2; exit 2 ;;
 esac
-scripts/setup.sh valgrind
+scripts/setup.sh valgrind time
 scripts/build.sh release
 out=build/release/bench/results
 mkdir -p "$out"

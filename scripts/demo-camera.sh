@@ -52,8 +52,9 @@ host_end() {
     local rate lost=0
     use_precedence
     find_camera
-    set_register 0x100 0x180 # the width of its images, in pixels
-    set_register 0x100 0x200
+    set_register 0x100 0x180
+    set_register 0x100 0x280 # its images are 640 pixels wide
+    set_register 0x104 0x1e0 # and 480 high
     for rate in 25 200; do acquire "$rate" "$1" || lost=1; done
     [ "$lost" -eq 0 ] || { echo "demo: images were lost" >&2; exit 1; }
 }
