@@ -30,8 +30,8 @@ std::optional<double> decimalNumber(std::string_view text) {
     return value && std::isfinite(*value) && !std::signbit(*value) ? value : std::nullopt;
 }
 
-void addNumber(CLI::App& command, const char* name, const std::function<void(std::uint64_t)>& take,
-               NumberRange range, const char* description) {
+CLI::Option& addNumber(CLI::App& command, const char* name, const std::function<void(std::uint64_t)>& take,
+                       NumberRange range, const char* description) {
     const auto read = [=](const std::string& text) {
         const auto number = wholeNumber(text);
         if (!number || *number < range.least || *number > range.most)
@@ -40,7 +40,7 @@ void addNumber(CLI::App& command, const char* name, const std::function<void(std
                                                  std::to_string(range.most));
         take(*number);
     };
-    command.add_option_function<std::string>(name, read, description)->type_name("N");
+    return *command.add_option_function<std::string>(name, read, description)->type_name("N");
 }
 
 } // namespace orvo::host

@@ -10,7 +10,8 @@
 
 namespace CLI {
 class App;
-}
+class Option;
+} // namespace CLI
 
 namespace orvo::host {
 
@@ -29,14 +30,14 @@ struct NumberRange {
 };
 
 /// An option that takes a whole number N of a range and refuses everything else.
-void addNumber(CLI::App& command, const char* name, const std::function<void(std::uint64_t)>& take,
-               NumberRange range, const char* description);
+CLI::Option& addNumber(CLI::App& command, const char* name, const std::function<void(std::uint64_t)>& take,
+                       NumberRange range, const char* description);
 
 template <std::unsigned_integral Value>
-void addNumber(CLI::App& command, const char* name, Value& value, NumberRange range,
-               const char* description) {
+CLI::Option& addNumber(CLI::App& command, const char* name, Value& value, NumberRange range,
+                       const char* description) {
     const auto take = [&value](std::uint64_t number) { value = static_cast<Value>(number); };
-    addNumber(command, name, std::function<void(std::uint64_t)>(take), range, description);
+    return addNumber(command, name, std::function<void(std::uint64_t)>(take), range, description);
 }
 
 } // namespace orvo::host

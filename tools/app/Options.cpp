@@ -58,10 +58,7 @@ void InstallationOptions::addFaultsTo(CLI::App& command) {
             ->check(CLI::Validator(
                 [](const std::string& text) { return text.empty() ? "it names no file" : ""; }, ""))
             ->type_name("FILE");
-    command.add_option("--seed", seed, "Seed of the script's random choices (default 0)")
-        ->needs(script)
-        ->check(CLI::NonNegativeNumber)
-        ->type_name("N");
+    addNumber(command, "--seed", seed, {}, "Seed of the script's random choices (default 0)").needs(script);
 }
 
 void InstallationOptions::requireRealTime() const {
