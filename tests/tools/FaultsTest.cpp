@@ -8,6 +8,8 @@
 #include <boost/make_shared.hpp>
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+#include <cstdlib>
 #include <deque>
 #include <thread>
 
@@ -157,6 +159,7 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
     options.faults = folder.file("faults.toml");
+    if (const char* seed = std::getenv("ORVO_FAULT_SEED")) options.seed = std::strtoull(seed, nullptr, 10);
     const DynamicLibrary simulator(Installation(options.root).library("orvo_hal"));
     const auto preset = simulator.require<decltype(::orvoSimPresetCounters)>("orvoSimPresetCounters");
     const std::vector<PortAddress> addresses{{0, 0}, {0, 1}, {0, 2}, {0, 3}};
@@ -173,8 +176,10 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
         for (auto& exchange : exchanges) senders.emplace_back([&exchange, frames] { exchange.send(frames); });
     }
     watch.end();
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     for (const auto port : addresses)
-        while (session.simulator->account(port).leftFrames != 0) std::this_thread::yield();
+        while (session.simulator->account(port).leftFrames != 0 && std::chrono::steady_clock::now() < limit)
+            std::this_thread::yield();
     std::vector<HostCount> counts;
     for (auto& exchange : exchanges) counts.push_back(exchange.finish());
     const auto ledger = watch.settle(ports.finish(), counts);
