@@ -4,8 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
-# The commands of a configuration without precompiled headers, which one compiler cannot read from another.
-cmake --preset release -B build/lint -D CMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null
+[ -f build/release/compile_commands.json ] || cmake --preset release >/dev/null
 if [ $# -gt 0 ]; then
     files=("$@")
 else
@@ -17,4 +16,4 @@ for file in "${files[@]}"; do
     case $file in *.cpp) sources+=("$file") ;; esac
 done
 [ ${#sources[@]} -eq 0 ] || printf '%s\0' "${sources[@]}" |
-    xargs -0 -n 4 -P "$(nproc)" clang-tidy -p build/lint --quiet
+    xargs -0 -n 4 -P "$(nproc)" clang-tidy -p build/release --quiet
