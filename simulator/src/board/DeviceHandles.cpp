@@ -13,7 +13,7 @@ constexpr unsigned slotOf(HandleBits handle) noexcept {
 
 } // namespace
 
-constinit std::array<HandlePlace, maxBoards * slotsPerBoard> handlePlaces{};
+constinit std::array<HandlePlace, handlePlaceCount> handlePlaces{};
 
 HandleBits DeviceHandles::handleOf(unsigned slot, std::uint32_t generation) const noexcept {
     return mark | HandleBits{index_} << 40 | HandleBits{slot} << 32 | generation;

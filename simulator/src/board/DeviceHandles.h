@@ -6,6 +6,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 
@@ -32,10 +33,11 @@ struct HandlePlace {
 };
 
 /// The places of all boards' handles; those of one board lie together.
-extern std::array<HandlePlace, maxBoards * slotsPerBoard> handlePlaces;
+inline constexpr std::size_t handlePlaceCount = std::size_t{maxBoards} * slotsPerBoard;
+extern std::array<HandlePlace, handlePlaceCount> handlePlaces;
 
 inline HandlePlace& placeOf(HandleBits handle) noexcept {
-    return handlePlaces[(handle >> 32) % (maxBoards * slotsPerBoard)];
+    return handlePlaces[(handle >> 32) % handlePlaceCount];
 }
 
 /// The board of a device handle; null for one that is not open. Any thread, on every call of the host.
