@@ -7,7 +7,10 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh gcovr
 scripts/build.sh coverage
 find build/coverage -name '*.gcda' -delete
-ctest --preset coverage --parallel "$(nproc)" || echo "coverage: some tests failed; the report is of what ran" >&2
+ctest --preset coverage --no-tests=error --parallel "$(nproc)" || {
+    echo "coverage: tests failed, or there were none; mend them first, a report of less than all tests says nothing" >&2
+    exit 1
+}
 mkdir -p build/coverage/report
 # Only what the plug-in's own objects ran, without branches that an exception of the compiler's making alone takes.
 report() {

@@ -2,18 +2,35 @@
 # soak.sh [MINUTES]: installs what is missing, builds, and looks for faults for about MINUTES (10) on top of building:
 # the fault sweep, storms of threads, long lives, and the fuzzers, each for its share of the time. Ends in a table of
 # practice, runs, findings and figure; logs and inputs of findings stay in build/soak. Exit code 1 when anything was
-# found.
+# found. What could not be built, did not run, or did not end is a finding, too.
+# soak.sh --short: the same in about a minute with what is built already of the presets release, asan and tsan, the
+# fuzzers' corpus instead of the fuzzers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-minutes=${1:-10}
-[[ $minutes =~ ^[1-9][0-9]*$ ]] || { echo "usage: scripts/soak.sh [MINUTES]" >&2; exit 2; }
+if [ "${1-}" = --short ]; then
+    minutes=0
+else
+    minutes=${1:-10}
+    [[ $minutes =~ ^[1-9][0-9]*$ ]] || { echo "usage: scripts/soak.sh [MINUTES | --short]" >&2; exit 2; }
+fi
 seconds=$((minutes * 60))
+patience=1800 # seconds that a practice without end of its own may take; sanitizers and busy machines need many
 out=build/soak
 rm -rf "$out"
 mkdir -p "$out"
 table=()
 found=0
+
+# However this ends, what was found so far is told.
+show_table() {
+    local status=$?
+    printf '\n%-34s %12s %9s  %s\n' practice runs findings figure
+    [ ${#table[@]} -eq 0 ] || printf '%s\n' "${table[@]}"
+    [ "$status" -eq 0 ] || exit "$status"
+    exit "$found"
+}
+trap show_table EXIT
 
 # row PRACTICE RUNS FINDINGS FIGURE
 row() {
@@ -21,87 +38,154 @@ row() {
     [ "$3" = 0 ] || found=1
 }
 
+# limited SECONDS LOG COMMAND...: appends to the log; fails when the command does, is missing, or takes longer.
+limited() {
+    local limit=$1 log=$2 status=0
+    shift 2
+    timeout -k 10 "$limit" "$@" >>"$log" 2>&1 || status=$?
+    [ "$status" -ne 124 ] && [ "$status" -ne 137 ] || echo "ended after $limit s" >>"$log"
+    return "$status"
+}
+
 # timed PRACTICE UNIT LOG COMMAND...: a practice that succeeds as a whole or not.
 timed() {
     local practice=$1 runs=$2 log=$out/$3 begin=$SECONDS
     shift 3
     echo "== $practice" >&2
-    if "$@" >"$log" 2>&1; then row "$practice" "$runs" 0 "$((SECONDS - begin)) s"; else
-        row "$practice" "$runs" 1 "see $log"
+    if limited "$patience" "$log" "$@"; then row "$practice" "$runs" 0 "$((SECONDS - begin)) s"; else
+        row "$practice" - 1 "failed, see $log"
     fi
 }
 
 # counted PRACTICE LOG COMMAND...: a practice whose last line is "NAME: N runs, N findings, FIGURE".
 counted() {
-    local practice=$1 log=$out/$2 last
+    local practice=$1 log=$out/$2 last status=0
     shift 2
     echo "== $practice" >&2
-    "$@" >"$log" 2>&1 || true
+    limited "$patience" "$log" "$@" || status=$?
     last=$(grep -E '^[^:]+: [0-9]+ runs, [0-9]+ findings, ' "$log" | tail -n 1 || true)
-    if [[ $last =~ :\ ([0-9]+)\ runs,\ ([0-9]+)\ findings,\ (.*)$ ]]; then
-        row "$practice" "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" "${BASH_REMATCH[3]}"
+    if ! [[ $last =~ :\ ([0-9]+)\ runs,\ ([0-9]+)\ findings,\ (.*)$ ]]; then
+        row "$practice" - 1 "ended early with status $status, see $log"
+    elif [ "${BASH_REMATCH[1]}" -eq 0 ] || { [ "$status" -ne 0 ] && [ "${BASH_REMATCH[2]}" -eq 0 ]; }; then
+        row "$practice" "${BASH_REMATCH[1]}" 1 "ended with status $status, see $log"
     else
-        row "$practice" - 1 "ended early, see $log"
+        row "$practice" "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" "${BASH_REMATCH[3]}"
     fi
 }
 
+# passes LOG PROGRAM FILTER: whether these tests pass, of which there is at least one.
+passes() {
+    local one=$1.one status=0
+    rm -f "$one"
+    limited 600 "$one" "$2" --gtest_filter="$3" || status=1
+    grep -q '^\[  PASSED  \] [1-9]' "$one" || status=1
+    cat "$one" >>"$1"
+    return "$status"
+}
+
+# repeated PRACTICE SECONDS STEP...: STEP N, a function, for as long as told, once at least; what goes wrong again
+# and again is not tried forever. Sets `runs` and `findings`.
+repeated() {
+    local practice=$1 until=$((SECONDS + $2))
+    shift 2
+    runs=0 findings=0
+    echo "== $practice" >&2
+    while [ "$findings" -lt 5 ] && { [ $((runs + findings)) -eq 0 ] || [ "$SECONDS" -lt "$until" ]; }; do
+        if "$@" $((runs + findings + 1)); then runs=$((runs + 1)); else findings=$((findings + 1)); fi
+    done
+}
+
+storm() { # PRESET NUMBER
+    ORVO_STORM_ROUNDS=10 passes "$out/storms-$1.log" "build/$1/tests/bin/orvo-system-tests" 'StormTest.*'
+}
 # storms PRESET SECONDS: rounds for as long as told.
 storms() {
-    local preset=$1 until=$((SECONDS + $2)) rounds=0 findings=0 log=$out/storms-$1.log
-    echo "== storms of threads, $preset" >&2
-    while [ "$SECONDS" -lt "$until" ]; do
-        ORVO_STORM_ROUNDS=10 "build/$preset/tests/bin/orvo-system-tests" --gtest_filter='StormTest.*' \
-            >>"$log" 2>&1 || findings=$((findings + 1))
-        rounds=$((rounds + 10))
-    done
-    row "storms of threads, $preset" "$rounds" "$findings" "4 ports, $((rounds * 4)) lives under traffic"
+    repeated "storms of threads, $1" "$2" storm "$1"
+    row "storms of threads, $1" $((runs * 10)) "$findings" "4 ports, $((runs * 40)) lives under traffic"
+}
+
+account() { # NUMBER
+    ORVO_FAULT_SEED=$1 passes "$out/conservation.log" build/release/tests/bin/orvo-gige-tests 'FaultsTest.FourPorts*'
+}
+# conservation SECONDS: four ports at full rate under faults by script, with a seed of its own each time, until every frame
+# is accounted for.
+conservation() {
+    repeated "conservation under faults" "$1" account
+    row "conservation under faults" "$runs" "$findings" \
+        "4 ports, $((runs * 24000)) frames, seeds 1 to $((runs + findings))"
 }
 
 # fuzz TARGET SECONDS
 fuzz() {
-    local target=$1 log=$out/fuzz-$1.log runs cover edges findings
+    local target=$1 log=$out/fuzz-$1.log status=0 cover edges
     echo "== fuzz $target" >&2
     mkdir -p "$out/corpus-$target"
-    build/fuzz/tests/unit/bin/orvo-fuzz-"$target" -max_total_time="$2" -timeout=25 -rss_limit_mb=4096 -close_fd_mask=1 \
-        -print_final_stats=1 -artifact_prefix="$out/$target-" "$out/corpus-$target" "tests/fuzz/corpus/$target" \
-        >"$log" 2>&1 || true
+    limited $(($2 + 120)) "$log" build/fuzz/tests/unit/bin/orvo-fuzz-"$target" -max_total_time="$2" -timeout=25 \
+        -rss_limit_mb=4096 -close_fd_mask=1 -print_final_stats=1 -artifact_prefix="$out/$target-" \
+        "$out/corpus-$target" "tests/fuzz/corpus/$target" || status=$?
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
     cover=$(sed -n 's/^#[0-9].* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)
     edges=$(sed -n 's/^INFO: Loaded [0-9]* modules *(\([0-9]*\) inline.*/\1/p' "$log")
     findings=$(find "$out" -maxdepth 1 -name "$target-*" | wc -l)
-    row "fuzz $target" "${runs:--}" "$findings" "${cover:-0} of ${edges:-?} edges"
+    if [ "$findings" -eq 0 ] && { [ "$status" -ne 0 ] || [ "${runs:-0}" -eq 0 ]; }; then
+        row "fuzz $target" "${runs:--}" 1 "ended with status $status, see $log"
+    else
+        row "fuzz $target" "${runs:--}" "$findings" "${cover:-0} of ${edges:-?} edges"
+    fi
 }
 
-# conservation SECONDS: four ports at full rate under faults by script, with a seed of its own each time, until every frame
-# is accounted for.
-conservation() {
-    local until=$((SECONDS + $1)) runs=0 findings=0 log=$out/conservation.log
-    echo "== conservation under faults" >&2
-    while [ "$SECONDS" -lt "$until" ]; do
-        runs=$((runs + 1))
-        ORVO_FAULT_SEED=$runs build/release/tests/bin/orvo-gige-tests --gtest_filter='FaultsTest.FourPorts*' \
-            >>"$log" 2>&1 || findings=$((findings + 1))
-    done
-    row "conservation under faults" "$runs" "$findings" "4 ports, $((runs * 24000)) frames, seeds 1 to $runs"
+# corpus TARGET: every input once, without the fuzzer.
+corpus() {
+    local log=$out/corpus-$1.log
+    if limited 120 "$log" build/release/tests/unit/bin/orvo-replay-"$1" "tests/fuzz/corpus/$1"; then
+        row "corpus $1" "$(sed -n 's/^\([0-9]*\) inputs$/\1/p' "$log")" 0 "every input once"
+    else
+        row "corpus $1" - 1 "failed, see $log"
+    fi
 }
+
+# sweeps EVERY ASAN_EVERY: every so many places of a life.
+sweeps() {
+    local what every=$1 asan_every=$2
+    for what in calls allocations; do
+        counted "fault sweep, $what" $what.log build/release/tests/bin/orvo-fault-sweep $what "$every"
+        counted "fault sweep, $what, asan" $what-asan.log build/asan/tests/bin/orvo-fault-sweep $what "$asan_every"
+    done
+}
+
+# lives COUNT: in one process, then in two at once.
+lives() {
+    counted "long life" lives.log build/release/tests/bin/orvo-fault-sweep lives "$1"
+    # shellcheck disable=SC2016 # the inner shell's
+    timed "two processes on one root" "$1" two.log sh -c \
+        '"$0" lives "$1" & other=$!; "$0" lives "$1"; mine=$?; wait $other && exit $mine' \
+        build/release/tests/bin/orvo-fault-sweep $(($1 / 2))
+}
+
+targets=()
+for folder in tests/fuzz/corpus/*/; do targets+=("$(basename "$folder")"); done
+export ASAN_OPTIONS=${ASAN_OPTIONS:-} UBSAN_OPTIONS=print_stacktrace=1
+
+if [ "$minutes" -eq 0 ]; then
+    sweeps 5 67
+    lives 100
+    counted "stop in real time" stop.log build/release/tests/bin/orvo-stop-times 3
+    conservation 5
+    for preset in asan tsan; do storms "$preset" 0; done
+    for target in "${targets[@]}"; do corpus "$target"; done
+    exit
+fi
 
 scripts/setup.sh libclang-rt-dev # the fuzzer
-for preset in release asan tsan fuzz; do scripts/build.sh "$preset"; done
+for preset in release asan tsan fuzz; do
+    scripts/build.sh "$preset" || row "build $preset" - 1 "failed; what follows may be of an older one, or missing"
+done
 started=$SECONDS
-export ASAN_OPTIONS=${ASAN_OPTIONS:-} UBSAN_OPTIONS=print_stacktrace=1
 
 # Practices that take what they take; on a short soak a sample of their places.
 every=$((minutes >= 10 ? 1 : 11 - minutes))
-counted "fault sweep, board calls" calls.log build/release/tests/bin/orvo-fault-sweep calls "$every"
-counted "fault sweep, allocations" allocations.log build/release/tests/bin/orvo-fault-sweep allocations "$every"
-counted "fault sweep, board calls, asan" calls-asan.log build/asan/tests/bin/orvo-fault-sweep calls $((every * 11))
-counted "fault sweep, allocations, asan" allocations-asan.log \
-    build/asan/tests/bin/orvo-fault-sweep allocations $((every * 11))
-counted "long life" lives.log build/release/tests/bin/orvo-fault-sweep lives 1000
-# shellcheck disable=SC2016 # the inner shell's
-timed "two processes on one root" 1000 two.log sh -c \
-    '"$0" lives 500 & other=$!; "$0" lives 500; mine=$?; wait $other && exit $mine' \
-    build/release/tests/bin/orvo-fault-sweep
+sweeps "$every" $((every * 11))
+lives 1000
 counted "stop in real time" stop.log build/release/tests/bin/orvo-stop-times 20
 conservation $((seconds / 5))
 
@@ -111,11 +195,6 @@ rest=$((seconds - (SECONDS - started)))
 share=$((rest / 6 > 10 ? rest / 6 : 10))
 storms asan "$share"
 storms tsan "$share"
-targets=(tests/fuzz/corpus/*/)
-for folder in "${targets[@]}"; do
-    fuzz "$(basename "$folder")" $((rest * 2 / 3 / ${#targets[@]} > 10 ? rest * 2 / 3 / ${#targets[@]} : 10))
+for target in "${targets[@]}"; do
+    fuzz "$target" $((rest * 2 / 3 / ${#targets[@]} > 10 ? rest * 2 / 3 / ${#targets[@]} : 10))
 done
-
-printf '\n%-34s %12s %9s  %s\n' practice runs findings figure
-printf '%s\n' "${table[@]}"
-exit "$found"

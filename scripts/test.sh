@@ -8,5 +8,5 @@ cd "$(dirname "$0")/.."
 for preset in "$@"; do
     echo "== $preset" >&2
     scripts/build.sh "$preset"
-    ctest --preset "$preset" --parallel "$(nproc)"
+    ctest --preset "$preset" --no-tests=error --parallel "$(nproc)"
 done
