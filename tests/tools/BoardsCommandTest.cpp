@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
+#include <filesystem>
+#include <fstream>
+
 namespace orvo::host {
 namespace {
 
@@ -49,6 +52,29 @@ TEST(BoardsCommandTest, KnowsARealBoardFromASimulatedOne) {
     EXPECT_THAT(outcome.out, testing::Not(HasSubstr("WIRE")));
     expectRefusal({"boards", "--root", root.file(""), "--wire", "0=loopback"}, 1,
                   "--wire needs a simulated board");
+}
+
+TEST(BoardsCommandTest, NamesTheLibraryThatCannotBeUsed) {
+    const TemporaryFolder root;
+    std::filesystem::create_directory(root.file("lib64"));
+    const auto hal = root.file("lib64/liborvo_hal.so");
+    std::filesystem::copy_file(ORVO_STUB_ENDING, hal);
+    // This one needs the other, which lacks what both want.
+    std::filesystem::copy_file(ORVO_BUILD_ROOT "/lib64/libkivrt.so", root.file("lib64/libkivrt.so"));
+    const std::vector<std::string> command = {"boards", "--root", root.file("")};
+    expectRefusal(command, 1, "liborvo_hal.so' has no function 'OHalGetDevice'");
+
+    for (const char* how : {"signal", "exception", "exit"}) {
+        const auto outcome = runTool(command, {std::string("STUB_ENDING=") + how});
+        EXPECT_NE(outcome.exitCode, 0) << how;
+        EXPECT_THAT(outcome.err, testing::StartsWith("orvo-gige: ")) << how; // a sanitizer may go on
+        const auto line = outcome.err.substr(0, outcome.err.find('\n'));
+        EXPECT_THAT(line, HasSubstr("while loading '" + std::filesystem::canonical(hal).string() + "'"))
+            << how;
+    }
+
+    std::fstream(hal, std::ios::in | std::ios::out | std::ios::binary).seekp(18).put('\xB7'); // the machine
+    expectRefusal(command, 1, "liborvo_hal.so' cannot be loaded: it is for another processor");
 }
 
 } // namespace

@@ -12,7 +12,6 @@ namespace orvo::host {
 /// Both libraries, opened from the installation: the same copies that the plug-in opens.
 class BoardLibraries {
     DynamicLibrary hal_;
-    DynamicLibrary applets_;
 
 public:
     /// Errors: Failure when a library or a function is missing.
@@ -26,6 +25,13 @@ public:
     decltype(&::OHalGetBoardInfoString) const getBoardInfoString;
     decltype(&::OHalRegisterRead) const registerRead;
     decltype(&::OHalRegisterWrite) const registerWrite;
+
+private:
+    // Opened when the functions of the other library are known to be there: it needs that one itself, and
+    // would get the blame for what is missing there.
+    DynamicLibrary applets_;
+
+public:
     decltype(&::KivFirmwareTrampoline) const loadApplet;
     decltype(&::KivUnloadKivFile) const unloadApplet;
     decltype(&::KivGetRegisterByName) const getRegisterByName;

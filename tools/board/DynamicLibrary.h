@@ -6,6 +6,10 @@
 
 namespace orvo::host {
 
+/// Whether a file is a program or library, but none for this program's processor; the loader has other words
+/// for that.
+bool isForAnotherProcessor(const std::filesystem::path& library);
+
 /// An opened library; it stays loaded for the life of the process, so that addresses taken from it stay
 /// valid.
 class DynamicLibrary {

@@ -2,23 +2,38 @@
 #include "board/Plugin.h"
 
 #include "app/Failure.h"
+#include "board/DynamicLibrary.h"
+#include "board/LoadWatch.h"
+
+#include <new>
 
 namespace orvo::host {
 namespace {
 
-core::PluginLibrary open(const Installation& installation) {
+/// Runs one step of the loading.
+template <class Step> auto loading(const Installation& installation, Step step) {
+    constexpr auto advice = "; repair the installation or name another one with --root";
+    const auto path = installation.plugin();
     try {
-        return core::PluginLibrary(installation.plugin().string());
+        const LoadWatch watch(path);
+        return step(path.string());
     } catch (const core::PluginLibraryError& error) {
-        throw Failure(std::string(error.what()) +
-                      "; repair the installation or name another one with --root");
+        if (isForAnotherProcessor(path))
+            throw Failure("plug-in " + quoted(path.string()) + " is for another processor" + advice);
+        throw Failure(error.what() + std::string(advice));
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw Failure("plug-in " + quoted(path.string()) + " throws while it is loaded: " + error.what() +
+                      advice);
     }
 }
 
 } // namespace
 
-Plugin::Plugin(const Installation& installation) : library_(open(installation)) {
-    library_.init();
+Plugin::Plugin(const Installation& installation)
+    : library_(loading(installation, [](const std::string& path) { return core::PluginLibrary(path); })) {
+    loading(installation, [this](const std::string&) { library_.init(); });
 }
 
 boost::shared_ptr<core::zume::PhysicalNetworkInterface> Plugin::createInterface() {
