@@ -32,7 +32,8 @@ struct LifeRecord {
 /// memory, loading, init, create, injection, setup, sending, receiving, reset and dump may pass
 /// std::bad_alloc, and nothing but that; start, stop, wait, both phases of reinitialisation, destruction and
 /// deinit do their work all the same. Whatever happened, every handle is held while it is in use and is
-/// released once, and the leecher begins at most one more reading after `stop`.
+/// released once, and the leecher begins at most one more reading after `stop`. A fault that strikes once
+/// during traffic loses what it struck: later frames and action commands come.
 LifeRecord liveOnce(const std::string& pluginPath, const LifeFaults& faults);
 
 } // namespace orvo::test
