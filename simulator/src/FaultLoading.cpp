@@ -15,15 +15,25 @@ std::uint64_t mixed(std::uint64_t seed, std::uint64_t number) noexcept {
     return value ^ value >> 31;
 }
 
-std::uint32_t requiredAddress(const Board& board, const std::string& name, const FaultSpec& spec,
+std::uint32_t requiredAddress(const Board& board, const std::string& name, unsigned line,
                               const std::filesystem::path& file) {
     const std::uint32_t address = board.firmware().addressOf(name);
     if (address == 0)
-        throw ConfigurationError(file, spec.line,
-                                 "the firmware of board " + std::to_string(spec.place.board) +
+        throw ConfigurationError(file, line,
+                                 "the firmware of board " + std::to_string(board.configuration().index) +
                                      " has no register '" + name +
                                      "' (that of a port has the port's number at its end)");
     return address;
+}
+
+/// What a failing read moves is told of the entry's port.
+void refuseOtherPort(const Board& board, const FaultSpec& spec, const std::filesystem::path& file) {
+    const auto address = requiredAddress(board, spec.registerName, spec.registerLine, file);
+    if ((address & portScope) != 0 && portOf(address) != spec.place.port)
+        throw ConfigurationError(file, spec.registerLine,
+                                 "'" + spec.registerName + "' is a register of port " +
+                                     std::to_string(portOf(address)) + ", but the fault is at port " +
+                                     toText(spec.place) + "; give both the same number");
 }
 
 } // namespace
@@ -33,8 +43,8 @@ std::uint32_t Simulation::armingAddress(const FaultSpec& spec, const std::filesy
     if (!port(spec.place))
         throw ConfigurationError(file, spec.line, "there is no port " + toText(spec.place));
     const Board& owner = *board(spec.place.board);
-    if (!spec.registerName.empty()) requiredAddress(owner, spec.registerName, spec, file);
-    return spec.when.armedBy.empty() ? 0 : requiredAddress(owner, spec.when.armedBy, spec, file);
+    if (!spec.registerName.empty()) refuseOtherPort(owner, spec, file);
+    return spec.when.armedBy.empty() ? 0 : requiredAddress(owner, spec.when.armedBy, spec.armingLine, file);
 }
 
 std::unique_ptr<Simulation::LoadedScript> Simulation::prepare(const FaultScript& script, std::uint64_t seed) {

@@ -64,6 +64,8 @@ TEST(FaultScriptTest, BadScriptsAreRefusedWithLineAndReason) {
         {loss + "rate = nan\n", 3, "'rate' in .* must be a number from 0 to 1"},
         {loss + "from = 5\nto = 4\n", 4, "'to' lies before 'from'"},
         {loss + "from_ms = 5\nto_ms = 4\n", 4, "'to_ms' lies before 'from_ms'"},
+        {fault + "kind = 'link-flap'\nat_ms = 6\nto_ms = 5\n", 3, "'at_ms' lies behind 'to_ms'"},
+        {loss + "after_write = ''\nvalue = 1\n", 3, "'after_write' names no register"},
         {loss + "at_ms = 1\n", 3, "'at_ms' has no meaning for loss, which counts frames on the wire"},
         {loss + "for_ms = 1\n", 3, "'for_ms' has no meaning for loss; leave it out"},
         {loss + "direction = 'up'\n", 3, "'direction' must be \"sent\""},

@@ -171,7 +171,9 @@ TEST_F(FaultTest, BadScriptsLeaveTheOldOneAtWork) {
     EXPECT_EQ(load(fault("loss", "board = 1\nport = 2"), 1, OrvoSimBadValue),
               "script:2: there is no port 1/2");
     EXPECT_THAT(load(fault("register-failed", "register = 'GigeRecvPktCnt'"), 1, OrvoSimBadValue),
-                testing::StartsWith("script:2: the firmware of board 0 has no register 'GigeRecvPktCnt'"));
+                testing::StartsWith("script:3: the firmware of board 0 has no register 'GigeRecvPktCnt'"));
+    EXPECT_THAT(load(fault("register-failed", "register = 'GigeRecvErrCnt1'"), 1, OrvoSimBadValue),
+                testing::StartsWith("script:3: 'GigeRecvErrCnt1' is a register of port 1"));
     char error[200] = "";
     EXPECT_EQ(orvoSimLoadFaults("/nowhere/x.toml", 1, error, sizeof error), OrvoSimBadValue);
     EXPECT_STREQ(error, "/nowhere/x.toml:1: cannot be read: No such file or directory");

@@ -58,8 +58,8 @@ int orvoSimReadFault(unsigned number, struct OrvoSimFault* out) {
             static_cast<std::uint32_t>(std::chrono::floor<std::chrono::milliseconds>(spec.duration).count()),
             fault->injected(),
             effectsOf(*fault),
-            spec.kind->evidence,
-            textOf(spec.kind->evidence)};
+            spec.evidence,
+            textOf(spec.evidence)};
     return 0;
 }
 

@@ -88,6 +88,7 @@ void BoardFaults::account(unsigned port, OrvoSimPortAccount& out) noexcept {
     auto& faults = *ports_[port];
     Port& place = board_.ports()[port];
     out.refusedFrames = faults.refused.load();
+    out.sentPassed = faults.sent.passedFrames();
     out.sentLost = faults.sent.lostFrames();
     out.sentAdded = faults.sent.addedFrames();
     out.sentHeld = faults.sent.heldFrames();
@@ -104,6 +105,7 @@ void BoardFaults::account(unsigned port, OrvoSimPortAccount& out) noexcept {
     out.linkDownMicroseconds =
         static_cast<std::uint64_t>(std::chrono::floor<std::chrono::microseconds>(down).count());
     out.leftReports = place.actionQueue().words();
+    out.hasActionReader = events_.hasListener(port) ? 1 : 0;
 }
 
 } // namespace orvo::sim

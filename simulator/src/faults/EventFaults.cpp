@@ -46,7 +46,7 @@ bool EventFaults::tryBegin(Row& row) {
     case FaultKind::BoardGone:
         return beginAbsence();
     default:
-        if ((listened_.load() >> row.fault->spec().place.port & 1) == 0) return false;
+        if (!hasListener(row.fault->spec().place.port)) return false;
         storm(*row.fault);
         return true;
     }

@@ -22,6 +22,7 @@ public:
     void pass();
     /// The host reads action command reports of the port, so that a storm finds somebody.
     void noteListener(unsigned port) noexcept { listened_.fetch_or(1U << port); }
+    bool hasListener(unsigned port) const noexcept { return (listened_.load() >> port & 1) != 0; }
     /// Ends what is under way.
     void end();
 

@@ -52,7 +52,10 @@ private:
 void Entry::readKind() {
     const auto name = table_.text("kind", "");
     spec_.kind = findFaultKind(name);
-    if (spec_.kind) return;
+    if (spec_.kind) {
+        spec_.evidence = spec_.kind->evidence;
+        return;
+    }
     std::string known;
     for (const auto& row : faultKindRows) known.append(known.empty() ? "" : ", ").append(row.name);
     table_.refuse(spec_.line, (name.empty() ? std::string("a [[fault]] needs a kind")
@@ -107,7 +110,11 @@ void Entry::readMoments() {
         needFitting(key, false, "counts frames, but 'at_ms' or 'every_ms' make it a matter of time");
     when.everyTime = milliseconds(table_.integer("every_ms", 1, longestMs, 0));
     const auto first = table_.integer("at_ms", 0, longestMs, 0);
+    const char* const key = table_.has("at_ms") ? "at_ms" : "every_ms";
     when.atTime = table_.has("at_ms") ? milliseconds(first) : when.fromTime + when.everyTime;
+    if (*when.atTime > when.toTime)
+        table_.refuse(table_.lineOf(key),
+                      "'" + std::string(key) + "' lies behind 'to_ms', so nothing would happen");
 }
 
 void Entry::readParameters() {
@@ -120,6 +127,8 @@ void Entry::readParameters() {
     spec_.duration = milliseconds(table_.integer("for_ms", 1, longestMs, spec_.kind->usualMs));
     spec_.result = static_cast<int>(table_.signedInteger("result", -1'000'000, -1, spec_.result));
     spec_.registerName = table_.text("register", "");
+    spec_.registerLine = table_.lineOf("register");
+    if (spec_.registerName.starts_with("GigeTxTransferActive")) spec_.evidence = OrvoSimStillBusy;
     spec_.reports = static_cast<unsigned>(table_.integer("reports", 1, 1'000'000, spec_.reports));
     if (takes(takesRegister) && spec_.registerName.empty())
         table_.refuse(spec_.line, std::string(name()) + " needs a 'register', such as \"GigeRecvErrCnt0\"");
@@ -131,6 +140,10 @@ void Entry::readParameters() {
 void Entry::readArming() {
     auto& when = spec_.when;
     when.armedBy = table_.text("after_write", "");
+    spec_.armingLine = table_.lineOf("after_write");
+    if (table_.has("after_write") && when.armedBy.empty())
+        table_.refuse(spec_.armingLine,
+                      "'after_write' names no register; it needs one, such as \"GigE_Reset\"");
     needFitting("value", !when.armedBy.empty(), "goes with 'after_write'");
     when.armingValue = table_.integer("value", 0, most, 0);
     if (!when.armedBy.empty() && !table_.has("value"))

@@ -26,7 +26,8 @@ struct FaultSchedule {
 
 struct FaultSpec {
     const FaultKindRow* kind = nullptr;
-    unsigned line = 1;
+    OrvoSimEvidence evidence = OrvoSimNoEvidence; ///< the kind's, unless the register makes it another one
+    unsigned line = 1, registerLine = 1, armingLine = 1;
     PortPlace place;
     bool received = false; ///< in the direction towards the port; otherwise away from it
     FaultSchedule when;

@@ -10,6 +10,10 @@ namespace {
 constexpr std::size_t shortestRunt = 14; // an Ethernet header
 constexpr std::size_t longestGiant = 2048;
 
+bool needsGoodFrame(const ScriptedFault& fault) noexcept {
+    return fault.kind() == FaultKind::Overflow || fault.spec().evidence == OrvoSimReceiveErrors;
+}
+
 } // namespace
 
 WireFaults::WireFaults(std::vector<ScriptedFault*> faults, std::vector<ScriptedFault*> watched)
@@ -27,13 +31,14 @@ void WireFaults::carry(WireBytes frame, bool isSealed, FrameExit& exit) {
     tellWatched(now);
 }
 
-/// Every fault counts the frame. Only a good frame can go under in the queue, and one at a time is held.
+/// Every fault counts the frame. Only a good frame can be spoiled, which another fault could undo, or go
+/// under in the queue; one at a time is held.
 ScriptedFault* WireFaults::choose(WireBytes frame, bool isSealed, SimTime now) {
     ScriptedFault* chosen = nullptr;
     for (ScriptedFault* const fault : faults_) {
         if (!fault->occurs(now)) continue;
         const bool cannot = (fault->kind() == FaultKind::Reorder && holder_) ||
-                            (fault->kind() == FaultKind::Overflow && isSealed && !isGoodFrame(frame)) ||
+                            (needsGoodFrame(*fault) && isSealed && !isGoodFrame(frame)) ||
                             frame.size() > longestGiant;
         if (chosen || cannot)
             fault->postpone();
@@ -127,7 +132,9 @@ bool FaultyWire::carry(WireBytes frame, bool isSealed) noexcept {
 }
 
 void FaultyWire::pass(WireBytes frame, bool isSealed) {
-    left_.store(isSealed ? wire_->transmit(frame) : wire_->transmitUnsealed(frame));
+    const bool leaves = isSealed ? wire_->transmit(frame) : wire_->transmitUnsealed(frame);
+    left_.store(leaves);
+    if (leaves) faults_.countPassed();
 }
 
 /// Of one frame's road, so that frames of several threads are told apart.

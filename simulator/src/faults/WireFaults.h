@@ -35,6 +35,10 @@ public:
     /// What is held back goes on.
     void release(FrameExit& exit);
 
+    /// One that the exit took.
+    void countPassed() noexcept { passed_.fetch_add(1); }
+
+    std::uint64_t passedFrames() const noexcept { return passed_.load(); }
     std::uint64_t lostFrames() const noexcept { return lost_.load(); }
     std::uint64_t addedFrames() const noexcept { return added_.load(); }
     std::uint64_t heldFrames() const noexcept { return isHolding_.load() ? 1 : 0; }
@@ -49,6 +53,7 @@ private:
 
     const std::vector<ScriptedFault*> faults_;
     const std::vector<ScriptedFault*> watched_;
+    std::atomic<std::uint64_t> passed_{0};
     std::atomic<std::uint64_t> lost_{0};
     std::atomic<std::uint64_t> added_{0};
     std::atomic<bool> isHolding_{false};

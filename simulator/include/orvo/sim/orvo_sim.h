@@ -197,6 +197,7 @@ ORVO_EXPORT int orvoSimReadFault(unsigned number, struct OrvoSimFault* out);
 /// receive queue were taken or cleared, or are left in it.
 struct OrvoSimPortAccount {
     uint64_t refusedFrames; ///< handed over while the board did not answer
+    uint64_t sentPassed;    ///< that the wire took, where faults of a script may befall them
     uint64_t sentLost, sentAdded, sentHeld;
     uint64_t receivedLost, receivedAdded, receivedHeld;
     uint64_t takenFrames;  ///< transmissions that the host began to read
@@ -206,6 +207,7 @@ struct OrvoSimPortAccount {
     uint64_t leftReports; ///< words in the action command queue now
     uint64_t linkLosses;  ///< times that the link went down
     uint64_t linkDownMicroseconds;
+    int hasActionReader; ///< 1: the host has read the action command queue
 };
 /// OrvoSimNoSuchPlace also before the first script.
 ORVO_EXPORT int orvoSimReadPortAccount(unsigned board, unsigned port, struct OrvoSimPortAccount* out);
