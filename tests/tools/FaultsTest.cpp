@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <deque>
+#include <filesystem>
 #include <thread>
 
 namespace orvo::host {
@@ -69,7 +70,7 @@ TEST_F(FaultsTest, LedgerAndReportAreToldAtTheEnd) {
                   ", seed 0\n"
                   "          LINE  FAULT     WHERE     INJECTED\n"
                   "          2     loss      0/0 sent  1\n"
-                  "          5     fcs-flip  0/1 sent  0\n"
+                  "          5     fcs-flip  0/1 sent  never happened\n"
                   "moved     frames that arrive, against those sent (0/1): 346, as must be\n"
                   "          GigeRecvErrCnt of the port that the frame reaches (0/0): 0, as must be\n"
                   "conserved 0/0 plug-in: 347 sent = 347 left by the wire\n"
@@ -79,6 +80,51 @@ TEST_F(FaultsTest, LedgerAndReportAreToldAtTheEnd) {
                   "          0/1 host: 346 delivered = 346 taken by the host\n");
     EXPECT_EQ(replay(fault("loss", "at = 3"), {"--verify"}).exitCode, 3) << "not all came back";
     EXPECT_EQ(replay("", {"--verify"}).exitCode, 0) << "nothing goes wrong, and the account is kept";
+}
+
+TEST_F(FaultsTest, FaultsThatMeetAreJudgedTogether) {
+    const std::string received = "\ndirection = 'received'", busy = "register = 'GigeTxTransferActive0'\n";
+    const auto recorded = "0=pcap:" + capture + "," + folder.file("sent.pcap");
+    const std::tuple<std::string, const char*, std::vector<std::string>> cases[] = {
+        // of a script, what the ledger says; more arguments
+        {fault("runt", "every = 7") + fault("reorder", "every = 2" + received), "late (0/0): 124, as", {}},
+        {fault("bit-error", "at = 347") + fault("reorder", "at = 346" + received), "late (0/0): 0, as", {}},
+        {fault("reorder", "every = 2") + fault("reorder", "every = 3" + received), "late (0/0): 116, as", {}},
+        {fault("bit-error", "every = 2") + fault("bit-error", "every = 2" + received), "346, as must be", {}},
+        {fault("busy-stuck", "at = 5") + fault("busy-ff", "every = 3") +
+             fault("register-failed", busy + "every = 2"),
+         "Transmitter still busy\" (0/0): 1, as must be: 1 to 175",
+         {}},
+        {fault("action-storm", "every = 10\ntimes = 3\nreports = 20"),
+         "detected\" (0/0): 60, as must be",
+         {}},
+        {fault("loss", "every = 12") + fault("duplicate", "every = 50"),
+         "0/0 wire: 347 left + 6 doubled = 325 on the wire + 28 lost",
+         {"--wire", recorded}},
+    };
+    for (const auto& [script, line, more] : cases) {
+        const auto outcome = replay(script, more);
+        EXPECT_EQ(outcome.exitCode, 0) << script << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(line));
+    }
+    writeFile(folder.file("faults.toml"), fault("slow-negotiation") + fault("slow-negotiation"));
+    const auto reset = runTool({"reset", "--time", "virtual", "--faults", folder.file("faults.toml")});
+    EXPECT_EQ(reset.exitCode, 0) << reset.err << "both slow the same reset down";
+}
+
+TEST_F(FaultsTest, FailuresDoNotHideFaults) {
+    const auto script = folder.file("faults.toml");
+    writeFile(script, fault("reset-endless"));
+    const auto cut = runTool({"replay", capture, "--time", "virtual", "--faults", script});
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_THAT(cut.err, HasSubstr("reset-endless  0/0    1\norvo-gige: port 0/0 has no link"));
+    const auto root = std::filesystem::path(folder.file("root"));
+    std::filesystem::create_directory(root);
+    std::filesystem::copy(std::filesystem::path(ORVO_BUILD_ROOT) / "lib64", root / "lib64",
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::remove(root / "lib64/libcommon-logging-dispatcher.so");
+    expectRefusal({"replay", capture, "--root", root, "--faults", script}, 1,
+                  "--faults needs the plug-in's messages");
 }
 
 TEST_F(FaultsTest, OtherCommandsKeepTheLedgerToo) {
@@ -168,6 +214,7 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     FaultWatch watch(session, options, addresses);
     Ports ports(session, addresses, false);
     ports.open();
+    watch.begin();
 
     std::deque<Exchange> exchanges;
     for (const auto port : addresses) exchanges.emplace_back(ports.at(port));
@@ -189,12 +236,18 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
 }
 
 TEST(LedgerTest, ShowsADifference) {
-    Ledger ledger{"x.toml", 3, {}, {{"size", {0, 1}, 2, 4, 5}, {"end", {0, 1}, 1, 1, std::nullopt}}, {}};
+    Ledger ledger{"x.toml", 3, {}, {{"size", {0, 1}, 2, 4, 5}, {"end", {0, 1}, 1, 1}}, {}};
     EXPECT_FALSE(ledger.passed());
     EXPECT_THAT(textOf(ledger), HasSubstr("size (0/1): 5, DIFFERENT: must be 2 to 4\n"));
     EXPECT_THAT(textOf(ledger), HasSubstr("end (0/1): not seen here\n"));
     ledger.movements = {{"size", {0, 1}, 2, Movement::anyNumber, 2}};
     EXPECT_TRUE(ledger.passed());
+    EXPECT_THAT(textOf(ledger), HasSubstr("size (0/1): 2, as must be: 2 or more\n"));
+    ledger.movements = {{"end", {0, 1}, 0, 0, std::nullopt, true}};
+    EXPECT_FALSE(ledger.passed()) << "what should have been seen was not";
+    ledger.movements.clear();
+    ledger.statements.emplace_back().missing = "that the plug-in sent";
+    EXPECT_FALSE(ledger.passed());
     ledger.statements = {{"0/1 sent", {"handed over", 10}, {{"left", 7}, {"busy", 2}, {"late", 0}}, {}}};
     EXPECT_FALSE(ledger.passed());
     EXPECT_THAT(textOf(ledger), HasSubstr("0/1 sent: 10 handed over = 7 left + 2 busy, DIFFERENT by -1\n"));

@@ -227,6 +227,7 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
     FaultWatch watch(session, options.installation, {address});
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
+    watch.begin();
 
     BridgeReport report{.options = options};
     const PortLosses portLosses(session, address);
@@ -239,8 +240,9 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
     report.lostElsewhere = around.losses();
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics, {hostCountOf(report)});
+    const bool isAccounted = tellLedger(report.ledger);
     options.json ? print(jsonOf(report)) : print(textOf(report));
-    return tellLedger(report.ledger) ? Done : DifferencesFound;
+    return isAccounted ? Done : DifferencesFound;
 }
 
 } // namespace orvo::host

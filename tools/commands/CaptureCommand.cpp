@@ -176,6 +176,7 @@ int runCapture(const CaptureOptions& options) {
     FaultWatch watch(session, options.installation, {address});
     Ports ports(session, {address}, !options.port.noReset);
     ports.openLive();
+    watch.begin();
 
     CaptureReport report{.options = options, .output = output};
     const auto begin = Clock::now();
@@ -185,8 +186,8 @@ int runCapture(const CaptureOptions& options) {
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics,
                                  {{.port = address, .received = report.result.totals.received.frames}});
-    publish(report);
     const bool isAccounted = tellLedger(report.ledger);
+    publish(report);
     if (report.result.failure) std::rethrow_exception(report.result.failure);
     return isAccounted ? Done : DifferencesFound;
 }

@@ -39,6 +39,23 @@ DumpReport readReport(Port& port, const PluginLog& log) {
     return DumpReport::parse(lines, port.address().text());
 }
 
+using Changes = std::vector<DiagnosisChange>;
+
+nlohmann::ordered_json jsonOf(const Changes& changes, const std::string& since) {
+    auto list = nlohmann::ordered_json::array();
+    for (const auto& change : changes)
+        list.push_back({{"what", change.what}, {"before", change.before}, {"after", change.after}});
+    return {{"since", since}, {"changes", std::move(list)}};
+}
+
+std::string textOf(const Changes& changes, const std::string& since) {
+    std::string text = changes.empty() ? "nothing changed since " + since + "\n" : "";
+    for (const auto& change : changes)
+        text += fmt::format("{}: {} -> {}\n", change.what, change.before.empty() ? "(none)" : change.before,
+                            change.after.empty() ? "(none)" : change.after);
+    return text;
+}
+
 } // namespace
 
 Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch) {
@@ -51,6 +68,7 @@ Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watc
     Plugin plugin(session.installation);
     Port port(plugin, log, address, false);
     port.open();
+    if (watch) watch->begin();
     const bool wasDown = wasLinkDown(session, address);
     auto diagnosis = diagnosisOf(readReport(port, log), address.text(), wasDown);
     if (watch) watch->end();
@@ -70,36 +88,25 @@ DiagnoseCommand::DiagnoseCommand(CLI::App& program)
 
 int DiagnoseCommand::run() {
     nlohmann::ordered_json before;
-    if (!oldFile_.empty()) before = readDiagnosis(oldFile_);
+    if (!oldFile_.empty()) {
+        before = readDiagnosis(oldFile_);
+        before.erase("faults"); // they were of that run
+    }
     const Session session(installation_, port_.address.board);
     FaultWatch watch(session, installation_, {port_.address});
     auto [diagnosis, statistics] = diagnose(session, port_.address, &watch);
     const auto ledger = watch.settle({statistics}, {{.port = port_.address}});
-    if (!oldFile_.empty())
-        printChanges(before, diagnosis);
-    else if (json_) {
-        if (ledger) diagnosis["faults"] = jsonOf(*ledger);
-        print(diagnosis);
-    } else
-        print(textOfDiagnosis(diagnosis));
-    return tellLedger(ledger) ? Done : DifferencesFound;
-}
-
-void DiagnoseCommand::printChanges(const nlohmann::ordered_json& before,
-                                   const nlohmann::ordered_json& now) const {
-    const auto changes = changesBetween(before, now);
-    if (json_) {
-        auto list = nlohmann::ordered_json::array();
-        for (const auto& change : changes)
-            list.push_back({{"what", change.what}, {"before", change.before}, {"after", change.after}});
-        print(nlohmann::ordered_json{{"since", oldFile_}, {"changes", std::move(list)}});
-        return;
+    const bool isAccounted = tellLedger(ledger);
+    if (!json_) {
+        print(oldFile_.empty() ? textOfDiagnosis(diagnosis)
+                               : textOf(changesBetween(before, diagnosis), oldFile_));
+    } else {
+        auto document =
+            oldFile_.empty() ? std::move(diagnosis) : jsonOf(changesBetween(before, diagnosis), oldFile_);
+        if (ledger) document["faults"] = jsonOf(*ledger);
+        print(document);
     }
-    std::string text = changes.empty() ? "nothing changed since " + oldFile_ + "\n" : "";
-    for (const auto& change : changes)
-        text += fmt::format("{}: {} -> {}\n", change.what, change.before.empty() ? "(none)" : change.before,
-                            change.after.empty() ? "(none)" : change.after);
-    print(text);
+    return isAccounted ? Done : DifferencesFound;
 }
 
 } // namespace orvo::host

@@ -31,8 +31,6 @@ public:
     int run() override;
 
 private:
-    void printChanges(const nlohmann::ordered_json& before, const nlohmann::ordered_json& now) const;
-
     InstallationOptions installation_;
     PortOptions port_;
     bool json_ = false;

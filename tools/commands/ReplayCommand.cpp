@@ -181,6 +181,7 @@ int ReplayCommand::run() {
     FaultWatch watch(session, options_.installation, {address, receivingPort});
     Ports ports(session, {address, receivingPort}, !options_.port.noReset);
     ports.open();
+    watch.begin();
 
     if (output && isDriven(session)) output->setClock([&] { return drivenTime(session, sessionBegin); });
     if (output) output->begin();
@@ -200,8 +201,8 @@ int ReplayCommand::run() {
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics, hostCountsOf(report, late));
-    options_.json ? print(jsonOf(report)) : print(textOf(report));
     const bool isAccounted = tellLedger(report.ledger);
+    options_.json ? print(jsonOf(report)) : print(textOf(report));
     throwIfEndRequested();
     return report.passed() && isAccounted ? Done : DifferencesFound;
 }

@@ -85,18 +85,20 @@ int ResetCommand::run() {
     {
         const Progress progress([&] { return "resetting port " + address.text() + " (takes about 2 s)"; });
         port.open();
+        watch.begin();
         outcome = resetPort(session, port);
         watch.end();
         statistics.push_back({address, port.finish()});
     }
     const auto ledger = watch.settle(statistics, {{.port = address}});
+    const bool isAccounted = tellLedger(ledger);
     if (json_)
         print(jsonOf(outcome, address, ledger));
     else
         print(fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
                           address.text(), textOf(outcome.before), outcome.resetSeconds, textOf(outcome.after),
                           outcome.linkSeconds));
-    if (!tellLedger(ledger)) return DifferencesFound;
+    if (!isAccounted) return DifferencesFound;
     return outcome.before == Link::Up && outcome.after != Link::Up ? Failed : Done; // the reset cost the link
 }
 

@@ -37,9 +37,8 @@ std::uint64_t shown(const Books& books, OrvoSimEvidence evidence, PortAddress pl
 void judgeReceiveErrors(const Books& books, const PortBook& book, Movement& movement) {
     const auto away = shown(books, OrvoSimReceiveErrors, book.address, false);
     const auto here = shown(books, OrvoSimReceiveErrors, book.address, true);
-    // A frame may be spoiled at both ends of a cable, or be lost, doubled or ignored behind the first.
-    movement.least = less(std::max(less(away, book.account.receivedLost), here), book.did.ignoredFrames);
-    if (away == 0) movement.least = less(here, book.did.ignoredFrames);
+    // No frame is spoiled twice, but one may be lost, doubled or ignored behind the first end of a cable.
+    movement.least = less(less(away, away ? book.account.receivedLost : 0) + here, book.did.ignoredFrames);
     movement.most = books.senderTo(book.address) ? away + here + (away ? book.account.receivedAdded : 0)
                                                  : Movement::anyNumber; // others may send bad frames, too
     movement.moved = book.did.receiveErrors;
@@ -55,20 +54,23 @@ void judgeArrivals(const Books& books, const PortBook& book, Movement& movement)
     movement.moved = book.arrived();
 }
 
-/// Late is a frame that comes itself, behind one that comes, too.
+/// Late is a frame that comes itself, behind one that comes, too. What the far end of a cable puts out of
+/// order, this one can put back.
 void judgeLateFrames(const Books& books, const PortBook& book, Movement& movement) {
     const auto away = shown(books, OrvoSimLateFrames, book.address, false);
     const auto here = shown(books, OrvoSimLateFrames, book.address, true);
     std::uint64_t hidden = book.did.overflowFrames + book.did.ignoredFrames + book.account.clearedFrames;
     for (const auto evidence : {OrvoSimZeroSizes, OrvoSimInvalidSizes, OrvoSimInvalidEnds})
         hidden += books.injected(evidence, book.address);
-    hidden += book.account.failedFrames;
-    if (away != 0)
-        hidden += book.account.receivedLost + shown(books, OrvoSimReceiveErrors, book.address, true);
+    hidden += book.account.failedFrames + book.did.receiveErrors;
+    if (away != 0) hidden += book.account.receivedLost;
     const auto* const sender = books.senderTo(book.address);
-    const auto added = book.account.receivedAdded + (sender ? sender->account.sentAdded : 0);
-    movement.least = less(away + here, hidden);
-    movement.most = away + here + added; // a frame that comes twice may stand for a lost one like it
+    const auto doubledBefore = sender ? sender->account.sentAdded : 0;
+    if (here != 0) hidden += doubledBefore; // the one that is held back is not the one that is missed
+    const std::uint64_t stages = away != 0 && here != 0 ? 2 : 1; // at which one frame can overtake
+    movement.least = less(std::max(away, here) - std::min(away, here), hidden * stages);
+    // A frame that comes twice may stand for a lost one like it.
+    movement.most = away + here + book.account.receivedAdded + doubledBefore;
     movement.moved = book.host.late;
 }
 
@@ -80,7 +82,10 @@ void judgeReadErrors(const Books& books, const PortBook& book, Movement& movemen
             fault.forMs >= seenAbsenceMs)
             movement.least += fault.injected;
     movement.most = absences != 0 ? Movement::anyNumber : movement.least;
-    if (!book.host.received) movement.moved.reset();
+    if (!book.host.received) {
+        movement.moved.reset();
+        movement.mustBeSeen = false;
+    }
 }
 
 void judgeStillBusy(const Books& books, const PortBook& book, Movement& movement) {
@@ -88,27 +93,27 @@ void judgeStillBusy(const Books& books, const PortBook& book, Movement& movement
     for (const auto& fault : books.faults) {
         if (fault.evidence != OrvoSimStillBusy || !isAt(fault, book.address)) continue;
         movement.least += fault.forMs > patienceMs ? fault.injected : 0;
-        movement.most += fault.injected * ((fault.forMs + patienceMs - 1) / patienceMs);
+        // A read that fails leaves the plug-in with the busy flag that it had.
+        movement.most +=
+            fault.injected * std::max<std::uint64_t>((fault.forMs + patienceMs - 1) / patienceMs, 1);
     }
-    if (books.injectedOf("board-gone", book.address, true) +
-        books.injectedOf("register-failed", book.address, true))
-        movement.most = Movement::anyNumber;
+    if (books.injectedOf("board-gone", book.address, true)) movement.most = Movement::anyNumber;
 }
 
 std::optional<std::uint64_t> figure(const PortBook& book, const char* name) {
     return book.statistics ? book.statistics->figure(name) : std::nullopt;
 }
 
-std::optional<std::uint64_t> messages(const Books& books, const PortBook& book, CountedMessage message) {
-    if (!books.messages.available()) return std::nullopt;
-    return books.messages.count(book.address, message);
+void see(const PortBook& book, Movement& movement) {
+    movement.moved = figure(book, movement.what.c_str());
+    movement.mustBeSeen = book.isUsed;
 }
 
-std::uint64_t effects(const Books& books, OrvoSimEvidence evidence, PortAddress port) {
-    std::uint64_t sum = 0;
+std::vector<std::uint64_t> effects(const Books& books, OrvoSimEvidence evidence, PortAddress port) {
+    std::vector<std::uint64_t> all{0};
     for (const auto& fault : books.faults)
-        if (fault.evidence == evidence && isAt(fault, port)) sum += fault.effects;
-    return sum;
+        if (fault.evidence == evidence && isAt(fault, port)) all.push_back(fault.effects);
+    return all;
 }
 
 void judge(const Books& books, const PortBook& book, OrvoSimEvidence evidence, Movement& movement) {
@@ -117,6 +122,7 @@ void judge(const Books& books, const PortBook& book, OrvoSimEvidence evidence, M
         movement.most = Movement::anyNumber;
         movement.moved = moved;
     };
+    const auto messages = [&](CountedMessage message) { return books.messages.count(book.address, message); };
     const auto injected = books.injected(evidence, book.address);
     movement.least = movement.most = injected;
     switch (evidence) {
@@ -131,30 +137,31 @@ void judge(const Books& books, const PortBook& book, OrvoSimEvidence evidence, M
     case OrvoSimZeroSizes:
     case OrvoSimInvalidSizes:
     case OrvoSimInvalidEnds:
-        movement.moved = figure(book, movement.what.c_str());
-        return;
+        return see(book, movement);
     case OrvoSimReadErrors:
-        movement.moved = figure(book, movement.what.c_str());
+        see(book, movement);
         return judgeReadErrors(books, book, movement);
     case OrvoSimStillBusy:
         movement.least = movement.most = 0;
-        movement.moved = messages(books, book, CountedMessage::StillBusy);
+        movement.moved = messages(CountedMessage::StillBusy);
         return judgeStillBusy(books, book, movement);
     case OrvoSimUnexpectedValue:
-        movement.moved = messages(books, book, CountedMessage::UnexpectedValue);
+        movement.moved = messages(CountedMessage::UnexpectedValue);
         return;
     case OrvoSimStillInReset: // that of a board which came back is nobody's to wait for
         movement.least = less(injected, books.injectedOf("board-gone", book.address, true));
-        movement.moved = messages(books, book, CountedMessage::StillInReset);
+        movement.moved = messages(CountedMessage::StillInReset);
         return;
     case OrvoSimLinkDownTime:
-        return atLeast(effects(books, evidence, book.address), book.account.linkDownMicroseconds);
+        return atLeast(std::ranges::max(effects(books, evidence, book.address)), // of one reset maybe
+                       book.account.linkDownMicroseconds);
     case OrvoSimLinkLosses:
         return atLeast(injected, book.account.linkLosses);
     case OrvoSimActionReports:
-        movement.least = movement.most =
-            less(effects(books, evidence, book.address), book.account.leftReports);
-        movement.moved = messages(books, book, CountedMessage::ActionReport);
+        movement.least = 0;
+        for (const auto reports : effects(books, evidence, book.address)) movement.least += reports;
+        movement.least = movement.most = less(movement.least, book.account.leftReports);
+        movement.moved = messages(CountedMessage::ActionReport);
         return;
     case OrvoSimNoEvidence:
         break;
@@ -201,7 +208,7 @@ std::vector<Movement> movementsOf(const Books& books) {
             return movement.where == where && movement.what == fault.mustMove;
         });
         if (isThere) continue; // one line for all that move the same
-        auto& movement = movements.emplace_back(Movement{fault.mustMove, where, 0, 0, std::nullopt});
+        auto& movement = movements.emplace_back(Movement{.what = fault.mustMove, .where = where});
         if (place) judge(books, *books.at(where), fault.evidence, movement);
     }
     return movements;

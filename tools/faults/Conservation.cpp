@@ -14,12 +14,11 @@ Parts boardParts(const PortBook& book) {
 }
 
 void addSent(const Books& books, const PortBook& book, std::vector<Statement>& statements) {
-    if (!book.host.handed || !book.statistics) return;
-    const auto sent = book.statistics->frames("Send");
-    if (!sent) return;
+    if (!book.host.handed) return;
     const auto place = book.address.text();
-    statements.push_back({place + " plug-in", {"sent", *sent}, boardParts(book), {}});
-    if (!books.messages.available()) return;
+    const auto sent = book.statistics ? book.statistics->frames("Send") : std::nullopt;
+    statements.push_back({place + " plug-in", {"sent", sent.value_or(0)}, boardParts(book), {}});
+    if (!sent) statements.back().missing = "that the plug-in sent";
     const auto dropped = [&](CountedMessage message) { return books.messages.count(book.address, message); };
     auto parts = boardParts(book);
     parts.push_back({"too large", dropped(CountedMessage::TooLarge)});
@@ -30,8 +29,20 @@ void addSent(const Books& books, const PortBook& book, std::vector<Statement>& s
     statements.push_back({place + " sent", {"handed over", *book.host.handed}, std::move(parts), {}});
 }
 
+/// Of a wire that leads out of the simulation, where nobody counts arrivals.
+void addWayOut(const PortBook& book, std::vector<Statement>& statements) {
+    const auto& account = book.account;
+    if (account.sentPassed + account.sentLost + account.sentHeld == 0) return; // no fault sees its frames
+    statements.push_back(
+        {book.address.text() + " wire",
+         {"left", book.did.sentFrames},
+         {{"on the wire", account.sentPassed}, {"lost", account.sentLost}, {"held back", account.sentHeld}},
+         {{"doubled", account.sentAdded}}});
+}
+
 void addWire(const Books& books, const PortBook& book, std::vector<Statement>& statements) {
-    const PortBook* const far = book.far ? books.at(*book.far) : nullptr;
+    if (!book.far) return addWayOut(book, statements);
+    const PortBook* const far = books.at(*book.far);
     if (!far || (book.did.sentFrames == 0 && far->arrived() == 0)) return;
     statements.push_back({book.address.text() + " wire",
                           {"left", book.did.sentFrames},
@@ -41,33 +52,41 @@ void addWire(const Books& books, const PortBook& book, std::vector<Statement>& s
                           {{"doubled", book.account.sentAdded + far->account.receivedAdded}}});
 }
 
-/// What the host took from the queue, as the plug-in counted it.
-Parts takenParts(const PortBook& book, std::uint64_t received) {
-    const auto figure = [&book](const char* name) { return book.statistics->figure(name).value_or(0); };
-    return {{"delivered", received},
-            {"of size zero", figure("zerosize transmissions")},
-            {"without end flag", figure("invalid EOTs")},
-            {"of wrong size", figure("invalid transmission sizes")},
-            {"in failed reads", book.account.failedFrames}};
+/// What the host took from the queue: as the plug-in counted it, or else as the board did.
+Statement takenFrom(const PortBook& book, std::optional<std::uint64_t> received) {
+    Statement statement{book.address.text() + " received", {"arrived", book.arrived()}, {}, {}};
+    if (!received) {
+        statement.parts = {{"taken from the queue", book.account.takenFrames}};
+        if (book.host.received) statement.missing = "that the plug-in received";
+        return statement;
+    }
+    statement.parts = {{"delivered", *received}};
+    for (const auto& [name, counter] :
+         {std::pair{"of size zero", "zerosize transmissions"}, std::pair{"without end flag", "invalid EOTs"},
+          std::pair{"of wrong size", "invalid transmission sizes"}}) {
+        const auto figure = book.statistics->figure(counter);
+        if (!figure) statement.missing = name;
+        statement.parts.push_back({name, figure.value_or(0)});
+    }
+    statement.parts.push_back({"in failed reads", book.account.failedFrames});
+    return statement;
 }
 
 void addReceived(const PortBook& book, std::vector<Statement>& statements) {
-    const auto place = book.address.text();
-    std::optional<std::uint64_t> received;
-    if (book.statistics) received = book.statistics->frames("Recv");
-    auto parts =
-        received ? takenParts(book, *received) : Parts{{"taken from the queue", book.account.takenFrames}};
-    parts.push_back({"with receive errors", book.did.receiveErrors});
-    parts.push_back({"while the receiver was off or without link", book.did.ignoredFrames});
-    parts.push_back({"without room in the queue", book.did.overflowFrames});
-    parts.push_back({"cleared from the queue", book.account.clearedFrames});
-    parts.push_back({"left in the queue", book.account.leftFrames});
-    Statement statement{place + " received", {"arrived", book.arrived()}, std::move(parts), {}};
+    const auto received = book.statistics ? book.statistics->frames("Recv") : std::nullopt;
+    auto statement = takenFrom(book, received);
+    statement.parts.push_back({"with receive errors", book.did.receiveErrors});
+    statement.parts.push_back({"while the receiver was off or without link", book.did.ignoredFrames});
+    statement.parts.push_back({"without room in the queue", book.did.overflowFrames});
+    statement.parts.push_back({"cleared from the queue", book.account.clearedFrames});
+    statement.parts.push_back({"left in the queue", book.account.leftFrames});
     if (book.arrived() == 0 && !statement.differs()) return; // a port that was not used
     statements.push_back(std::move(statement));
     if (received && book.host.received)
-        statements.push_back(
-            {place + " host", {"delivered", *received}, {{"taken by the host", *book.host.received}}, {}});
+        statements.push_back({book.address.text() + " host",
+                              {"delivered", *received},
+                              {{"taken by the host", *book.host.received}},
+                              {}});
 }
 
 } // namespace

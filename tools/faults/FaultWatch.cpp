@@ -3,11 +3,13 @@
 
 #include "faults/Bookkeeping.h"
 
+#include "app/Failure.h"
 #include "board/Board.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <thread>
 
 namespace orvo::host {
@@ -15,7 +17,7 @@ namespace {
 
 constexpr unsigned mostPorts = 4; // of a board
 constexpr std::chrono::milliseconds lookPause{1};
-constexpr std::chrono::seconds reportLimit{5};
+constexpr std::chrono::seconds reportLimit{5};         // also for the first look at reports
 constexpr std::chrono::milliseconds absenceShows{250}; // two reads of an empty queue take less
 
 bool isAnyBoardGone(const SimulatorControl& simulator) {
@@ -53,7 +55,7 @@ InjectedFault entryOf(const OrvoSimFault& fault) {
 
 FaultWatch::FaultWatch(const Session& session, const InstallationOptions& options,
                        const std::vector<PortAddress>& ports)
-    : session_(session), options_(options), ports_(ports) {
+    : session_(session), options_(options), ports_(ports), exceptions_(std::uncaught_exceptions()) {
     if (!session.hasFaults) return;
     for (unsigned board = 0; board < Board::indexLimit; ++board)
         for (unsigned port = 0; port < mostPorts; ++port)
@@ -63,6 +65,31 @@ FaultWatch::FaultWatch(const Session& session, const InstallationOptions& option
     std::vector<PortAddress> all;
     for (const auto& opening : openings_) all.push_back(opening.address); // a board is reset as a whole
     messages_.emplace(*log_, all);
+    if (!messages_->available())
+        throw Failure("--faults needs the plug-in's messages for its account: " +
+                      quoted(session.installation.root().string()) +
+                      " has no log dispatcher that hands messages out; put ours into its lib64");
+}
+
+FaultWatch::~FaultWatch() {
+    if (!session_.hasFaults || isSettled_ || std::uncaught_exceptions() == exceptions_) return;
+    try {
+        std::fputs(textOfInjections(injections()).c_str(), stderr);
+    } catch (const std::exception&) { // the failure itself is worth more
+    }
+}
+
+void FaultWatch::begin() const {
+    if (!session_.hasFaults) return;
+    const auto limit = std::chrono::steady_clock::now() + reportLimit;
+    for (const auto& fault : session_.simulator->faults()) {
+        const PortAddress place{fault.board, fault.port};
+        if (fault.evidence != OrvoSimActionReports || std::ranges::find(ports_, place) == ports_.end())
+            continue;
+        while (!session_.simulator->account(place).hasActionReader &&
+               std::chrono::steady_clock::now() < limit)
+            std::this_thread::sleep_for(lookPause);
+    }
 }
 
 void FaultWatch::end() {
@@ -88,6 +115,7 @@ std::vector<PortBook> FaultWatch::closeBooks(const std::vector<PortStatistics>& 
             if (entry.port == address && !entry.lines.empty()) book.statistics = &entry;
         for (const auto& count : hostCounts)
             if (count.port == address) book.host = count;
+        book.isUsed = std::ranges::find(ports_, address) != ports_.end();
         books.push_back(book);
     }
     return books;
@@ -99,7 +127,16 @@ std::optional<Ledger> FaultWatch::settle(const std::vector<PortStatistics>& stat
     const auto ports = closeBooks(statistics, hostCounts);
     const auto faults = session_.simulator->faults();
     const Books books{faults, ports, *messages_};
-    Ledger ledger{options_.faults, options_.seed, {}, movementsOf(books), statementsOf(books)};
+    auto ledger = injections();
+    ledger.movements = movementsOf(books);
+    ledger.statements = statementsOf(books);
+    isSettled_ = true;
+    return ledger;
+}
+
+Ledger FaultWatch::injections() const {
+    Ledger ledger{options_.faults, options_.seed, {}, {}, {}};
+    const auto faults = session_.simulator->faults();
     std::transform(faults.begin(), faults.end(), std::back_inserter(ledger.faults), entryOf);
     return ledger;
 }

@@ -28,6 +28,7 @@ struct PortBook {
     OrvoSimPortAccount account = {};
     const PortStatistics* statistics = nullptr; ///< null: the port was not used through the plug-in
     HostCount host = {};
+    bool isUsed = false; ///< by the command, through the plug-in
 
     std::uint64_t arrived() const noexcept {
         return did.receivedFrames + did.receiveErrors + did.ignoredFrames;
@@ -37,9 +38,18 @@ struct PortBook {
 /// Made before the ports are opened. Does nothing where the session has no faults.
 class FaultWatch {
 public:
-    /// The session outlives it. `ports` are those that will be used.
+    /// The session outlives it. `ports` are those that will be used. Errors: Failure when the plug-in's
+    /// messages, which are half of the account, are not to be had.
     FaultWatch(const Session& session, const InstallationOptions& options,
                const std::vector<PortAddress>& ports);
+    /// Where a failure cut the run short: writes to standard error what was injected until then.
+    ~FaultWatch();
+    FaultWatch(const FaultWatch&) = delete;
+    FaultWatch& operator=(const FaultWatch&) = delete;
+
+    /// The ports have been opened. Waits, for a moment, until the plug-in takes action command reports where
+    /// a storm of them is to come: it would wait, too.
+    void begin() const;
 
     /// No fault happens any more; what they held back comes. Then waits, for a moment, until the plug-in has
     /// taken all action command reports.
@@ -53,6 +63,8 @@ private:
     std::vector<PortBook> closeBooks(const std::vector<PortStatistics>& statistics,
                                      const std::vector<HostCount>& hostCounts) const;
 
+    Ledger injections() const;
+
     const Session& session_;
     const InstallationOptions& options_;
     const std::vector<PortAddress> ports_;
@@ -63,6 +75,8 @@ private:
     std::vector<Opening> openings_; // of all ports that there are
     std::optional<PluginLog> log_;
     std::optional<MessageCounter> messages_;
+    const int exceptions_; // under way when the watch began
+    bool isSettled_ = false;
 };
 
 /// Writes the ledger to standard error. Returns whether it found no difference; so it is without one.

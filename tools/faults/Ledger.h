@@ -28,10 +28,11 @@ struct Movement {
 
     std::string what;
     PortAddress where;
-    std::uint64_t least = 0, most = 0;  ///< that it must have moved
-    std::optional<std::uint64_t> moved; ///< nothing: the run could not see it
+    std::uint64_t least = 0, most = 0;       ///< that it must have moved
+    std::optional<std::uint64_t> moved = {}; ///< nothing: the run did not see it
+    bool mustBeSeen = false;                 ///< not seeing it is a difference
 
-    bool differs() const noexcept { return moved && (*moved < least || *moved > most); }
+    bool differs() const noexcept { return moved ? *moved < least || *moved > most : mustBeSeen; }
 };
 
 /// One side of an account, with what it consists of.
@@ -42,8 +43,9 @@ struct Statement {
     };
     std::string what; ///< as in "0/0 sent"
     Part whole;
-    std::vector<Part> parts; ///< only those that there are need to be told
-    std::vector<Part> added; ///< to the whole
+    std::vector<Part> parts;  ///< only those that there are need to be told
+    std::vector<Part> added;  ///< to the whole
+    std::string missing = {}; ///< a part that nobody told; empty: none
 
     bool differs() const noexcept;
 };
@@ -58,6 +60,7 @@ struct Ledger {
     bool passed() const noexcept;
 };
 
+std::string textOfInjections(const Ledger& ledger); ///< alone, where the run told no more
 std::string textOf(const Ledger& ledger);
 nlohmann::ordered_json jsonOf(const Ledger& ledger);
 
