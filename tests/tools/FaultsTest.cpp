@@ -90,6 +90,7 @@ TEST_F(FaultsTest, FaultsThatMeetAreJudgedTogether) {
         {fault("runt", "every = 7") + fault("reorder", "every = 2" + received), "late (0/0): 124, as", {}},
         {fault("bit-error", "at = 347") + fault("reorder", "at = 346" + received), "late (0/0): 0, as", {}},
         {fault("reorder", "every = 2") + fault("reorder", "every = 3" + received), "late (0/0): 116, as", {}},
+        {fault("reorder", "at = 9") + fault("loss", "from = 10\nto = 200"), "late (0/0): 0, as", {}},
         {fault("bit-error", "every = 2") + fault("bit-error", "every = 2" + received), "346, as must be", {}},
         {fault("busy-stuck", "at = 5") + fault("busy-ff", "every = 3") +
              fault("register-failed", busy + "every = 2"),

@@ -8,6 +8,8 @@ namespace orvo::host {
 namespace {
 
 constexpr std::uint32_t seenAbsenceMs = 250; // who waits for frames looks twice meanwhile; less may go unseen
+constexpr std::uint64_t forgottenAfter =
+    60; // so many frames that are missing, one is not waited for any more
 
 bool isAt(const OrvoSimFault& fault, PortAddress port) noexcept {
     return PortAddress{fault.board, fault.port} == port;
@@ -54,6 +56,11 @@ void judgeArrivals(const Books& books, const PortBook& book, Movement& movement)
     movement.moved = book.arrived();
 }
 
+/// Frames of a run that never came to the host.
+std::uint64_t missing(const PortBook* sender, const PortBook& book) noexcept {
+    return sender ? less(sender->host.handed.value_or(0), book.host.received.value_or(0)) : 0;
+}
+
 /// Late is a frame that comes itself, behind one that comes, too. What the far end of a cable puts out of
 /// order, this one can put back.
 void judgeLateFrames(const Books& books, const PortBook& book, Movement& movement) {
@@ -66,6 +73,7 @@ void judgeLateFrames(const Books& books, const PortBook& book, Movement& movemen
     if (away != 0) hidden += book.account.receivedLost;
     const auto* const sender = books.senderTo(book.address);
     const auto doubledBefore = sender ? sender->account.sentAdded : 0;
+    hidden += missing(sender, book) / forgottenAfter;
     if (here != 0) hidden += doubledBefore; // the one that is held back is not the one that is missed
     const std::uint64_t stages = away != 0 && here != 0 ? 2 : 1; // at which one frame can overtake
     movement.least = less(std::max(away, here) - std::min(away, here), hidden * stages);
