@@ -210,7 +210,7 @@ SERIES = (("oneThread", "send to receive, one thread", "#2a78d6"), ("packetPair"
 def chart(figures):
     """Nanoseconds a frame over its size, the time on a logarithmic scale: 20 ns to 20 us."""
     import math
-    width, height, left, right, top, bottom = 720, 420, 64, 210, 44, 46
+    width, height, left, right, top, bottom = 760, 420, 64, 250, 44, 46
     low, high = math.log10(20), math.log10(20000)
     x = lambda size: left + (width - left - right) * (size - 64) / (1518 - 64)
     y = lambda ns: height - bottom - (height - top - bottom) * (math.log10(ns) - low) / (high - low)

@@ -58,6 +58,8 @@ TEST(ConfigurationTest, BadFilesAreRefusedWithLineAndReason) {
     const std::string board = "[[board]]\n", firmware = "[[firmware]]\nversion = '1.0'\n";
     const std::tuple<std::string, int, const char*> cases[] = {
         {board + "name = 'open\n", 2, "."},
+        {"# \xC3\xA9\n# [ = \nna\xC3\xAFve = 1\n", 3, "outside quotes that TOML does not have"},
+        {"colour = \"\xC3\xA9 [ = \"\n[[ = 1\n", 2, "outside quotes that TOML does not have"},
         {"colour = 1\n", 1, "unknown key 'colour' in the file; it may have board, firmware"},
         {"[board]\n", 1, "'board' in the file must be a list of tables, each begun with \\[\\[board\\]\\]"},
         {"board = [1]\n", 1, "'board' in the file must be a list of tables"},

@@ -147,13 +147,8 @@ Configuration defaultConfiguration() {
 }
 
 Configuration parseConfiguration(std::string_view text, const std::filesystem::path& file) {
-    try {
-        const toml::table root = toml::parse(text, file.string());
-        return Reader(file).read(root);
-    } catch (const toml::parse_error& error) {
-        const unsigned line = error.source().begin.line;
-        throw ConfigurationError(file, line != 0 ? line : 1, std::string(error.description()));
-    }
+    const toml::table root = parseToml(text, file);
+    return Reader(file).read(root);
 }
 
 Configuration loadConfiguration(const std::filesystem::path& file) {

@@ -10,6 +10,9 @@
 
 namespace orvo::sim {
 
+/// The tables of a file's text. Throws ConfigurationError.
+toml::table parseToml(std::string_view text, const std::filesystem::path& file);
+
 /// One table while it is read: every getter remembers its key, so that what nobody asked for can be refused.
 /// All of them throw ConfigurationError.
 class TomlTable {

@@ -154,16 +154,11 @@ void Entry::readArming() {
 
 FaultScript parseFaultScript(std::string_view text, const std::filesystem::path& file) {
     FaultScript script{file, {}};
-    try {
-        const toml::table root = toml::parse(text, file.string());
-        TomlTable table(root, "the file", script.file);
-        table.forEachTable(
-            "fault", [&](const toml::table& entry) { script.faults.push_back(Entry(entry, file).read()); });
-        table.refuseOtherKeys();
-    } catch (const toml::parse_error& error) {
-        const unsigned line = error.source().begin.line;
-        throw ConfigurationError(file, line != 0 ? line : 1, std::string(error.description()));
-    }
+    const toml::table root = parseToml(text, file);
+    TomlTable table(root, "the file", script.file);
+    table.forEachTable("fault",
+                       [&](const toml::table& entry) { script.faults.push_back(Entry(entry, file).read()); });
+    table.refuseOtherKeys();
     return script;
 }
 

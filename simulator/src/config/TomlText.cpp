@@ -1,0 +1,72 @@
+// From a file's text to its tables.
+#include "TomlTable.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace orvo::sim {
+
+namespace {
+
+/// Walks over a file's text as far as strings and comments are concerned.
+class TextWalk {
+public:
+    explicit TextWalk(std::string_view text) : text_(text) {}
+
+    /// The line of the first thing outside strings and comments that can be nothing in TOML, but for which
+    /// the parser relies on its input: a character beyond ASCII, or a header without a name. Nothing when
+    /// there is none.
+    std::optional<unsigned> strayLine() {
+        for (; at_ < text_.size(); ++at_) {
+            if (isStray()) return lineHere();
+            if (text_[at_] == '#')
+                at_ = std::min(text_.find('\n', at_), text_.size());
+            else if (text_[at_] == '"' || text_[at_] == '\'')
+                skipString(text_[at_]);
+        }
+        return std::nullopt;
+    }
+
+private:
+    bool isStray() const {
+        if (static_cast<unsigned char>(text_[at_]) >= 0x80) return true;
+        if (text_[at_] != '[') return false;
+        const auto next = text_.find_first_not_of("[ \t", at_);
+        return next != std::string_view::npos && text_[next] == '=';
+    }
+
+    /// To the last of its quotes, or to where the parser will see that there is none.
+    void skipString(char quote) {
+        const std::string three(3, quote);
+        const bool isLong = text_.substr(at_).starts_with(three);
+        const std::string_view end = isLong ? std::string_view(three) : std::string_view(three).substr(0, 1);
+        at_ += end.size();
+        while (at_ < text_.size() && !text_.substr(at_).starts_with(end) && (isLong || text_[at_] != '\n'))
+            at_ += quote == '"' && text_[at_] == '\\' ? 2U : 1U;
+        at_ += end.size() - 1;
+    }
+
+    unsigned lineHere() const {
+        return 1 + static_cast<unsigned>(std::ranges::count(text_.substr(0, at_), '\n'));
+    }
+
+    const std::string_view text_;
+    std::size_t at_ = 0;
+};
+
+} // namespace
+
+toml::table parseToml(std::string_view text, const std::filesystem::path& file) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    const bool isMarked = text.starts_with(byteOrderMark);
+    if (const auto line = TextWalk(text.substr(isMarked ? byteOrderMark.size() : 0)).strayLine())
+        throw ConfigurationError(file, *line, "there is something outside quotes that TOML does not have");
+    try {
+        return toml::parse(text, file.string());
+    } catch (const toml::parse_error& error) {
+        const unsigned line = error.source().begin.line;
+        throw ConfigurationError(file, line != 0 ? line : 1, std::string(error.description()));
+    }
+}
+
+} // namespace orvo::sim
