@@ -163,5 +163,10 @@ int run(std::chrono::seconds duration) {
 } // namespace orvo::bench
 
 int main(int count, char** arguments) {
-    return orvo::bench::run(std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 3));
+    try {
+        return orvo::bench::run(std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 3));
+    } catch (const std::exception& failure) {
+        std::cerr << "orvo-bench-bridge: " << failure.what() << '\n';
+        return 1;
+    }
 }

@@ -23,7 +23,7 @@ std::uint32_t readSize() {
 }
 
 boost::shared_ptr<EthernetFrame> readFrame(std::uint32_t* words, std::uint32_t frameBytes) {
-    const int delivered = readEntry()(nullptr, 0, words, 2 * frameBytes, 100);
+    const int delivered = readEntry()(nullptr, 0, words, std::uint64_t{2} * frameBytes, 100);
     QByteArray bytes(delivered / 2, Qt::Uninitialized);
     core::zume::unpackFrame(words, static_cast<std::size_t>(delivered) / 4,
                             reinterpret_cast<unsigned char*>(bytes.data()));

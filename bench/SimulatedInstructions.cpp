@@ -26,7 +26,8 @@ bool pass(void* board, unsigned frameBytes) {
     write(board, Register::GigeWriteComplete, 0);
     std::uint32_t bytes = 0;
     return OHalDataQueueReadBufferLong(board, 1, &bytes, sizeof bytes, 100) == sizeof bytes &&
-           OHalDataQueueReadBufferLong(board, 1, words.data(), 2 * bytes, 100) == static_cast<int>(2 * bytes);
+           OHalDataQueueReadBufferLong(board, 1, words.data(), std::uint64_t{2} * bytes, 100) ==
+               static_cast<int>(2 * bytes);
 }
 
 } // namespace

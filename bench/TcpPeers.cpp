@@ -61,7 +61,7 @@ void at(const std::string& address, const Socket& socket, Function function, con
 
 /// Moves bytes until the other side or the time ends it; how many.
 std::uint64_t stream(const Socket& socket, bool send, Clock::time_point end) {
-    std::vector<char> block(128 * 1024);
+    std::vector<char> block(std::size_t{128} * 1024);
     std::uint64_t moved = 0;
     while (Clock::now() < end) {
         const auto done = send ? ::send(socket.descriptor(), block.data(), block.size(), MSG_NOSIGNAL)

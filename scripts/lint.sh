@@ -16,4 +16,4 @@ for file in "${files[@]}"; do
     case $file in *.cpp) sources+=("$file") ;; esac
 done
 [ ${#sources[@]} -eq 0 ] || printf '%s\0' "${sources[@]}" |
-    xargs -0 -n 4 -P "$(nproc)" clang-tidy -p build/release --quiet
+    xargs -0 -n 4 -P "$(nproc)" clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option
