@@ -11,6 +11,11 @@ constexpr unsigned slotOf(HandleBits handle) noexcept {
     return static_cast<unsigned>(handle >> 32) % slotsPerBoard;
 }
 
+/// A handle as hosts have it. It is never followed.
+void* pointerOf(HandleBits handle) noexcept {
+    return reinterpret_cast<void*>(handle); // NOLINT(performance-no-int-to-ptr)
+}
+
 } // namespace
 
 constinit std::array<HandlePlace, handlePlaceCount> handlePlaces{};
@@ -23,20 +28,20 @@ void* DeviceHandles::open() noexcept {
     const std::lock_guard lock(mutex_);
     for (unsigned slot = 0; slot < slotsPerBoard; ++slot) {
         const auto generation = generations_[slot].load(std::memory_order_relaxed);
-        if (openBoardOf(reinterpret_cast<void*>(handleOf(slot, generation)))) continue;
+        if (openBoardOf(pointerOf(handleOf(slot, generation)))) continue;
         generations_[slot].store(generation + 1, std::memory_order_relaxed);
         const HandleBits handle = handleOf(slot, generation + 1);
         HandlePlace& place = placeOf(handle);
         place.board.store(&board_, std::memory_order_relaxed);
         place.noted.store(~handle, std::memory_order_release);
-        return reinterpret_cast<void*>(handle);
+        return pointerOf(handle);
     }
     return nullptr;
 }
 
 bool DeviceHandles::close(HandleBits handle) noexcept {
     const std::lock_guard lock(mutex_);
-    if (openBoardOf(reinterpret_cast<void*>(handle)) != &board_) return false;
+    if (openBoardOf(pointerOf(handle)) != &board_) return false;
     placeOf(handle).noted.store(handle, std::memory_order_release);
     return true;
 }
