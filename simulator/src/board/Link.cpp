@@ -42,6 +42,7 @@ void renegotiate(Port& port) noexcept {
     const LinkEnd farSeen = limited(far.phy().end(), cabling.partner);
     const bool wins = port.place() < far.place();
     setLink(port, negotiate(ownSeen, farSeen, cabling.pluggedAt, wins), now);
+    // NOLINTNEXTLINE(readability-suspicious-call-argument): the same from the far end
     setLink(far, negotiate(farSeen, ownSeen, cabling.pluggedAt, !wins), now);
 }
 

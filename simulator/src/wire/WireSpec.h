@@ -18,7 +18,7 @@ struct WireError : std::runtime_error {
 struct PortPlace {
     unsigned board = 0;
     unsigned port = 0;
-    auto operator<=>(const PortPlace&) const = default;
+    auto operator<=>(const PortPlace&) const = default; // NOLINT(modernize-use-nullptr): there is none
 };
 
 std::string toText(PortPlace place); ///< "BOARD/PORT"
