@@ -18,9 +18,19 @@ bool registerBarrier() noexcept {
     return syscall(SYS_membarrier, MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED, 0, 0) == 0;
 }
 
-/// May lack memory for a moment, as some kernels have it; without the barrier nobody may go on.
-void barrierOnAllThreads() noexcept {
-    while (syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0) != 0) usleep(lookPauseUs);
+bool barrierOnAllThreadsNow() noexcept {
+    return syscall(SYS_membarrier, MEMBARRIER_CMD_PRIVATE_EXPEDITED, 0, 0) == 0;
+}
+
+/// The kernel may lack memory for it for a moment. False when there was none within `limit`: then nobody may
+/// go on as if there had been one.
+bool barrierOnAllThreads(std::chrono::milliseconds limit) noexcept {
+    if (barrierOnAllThreadsNow()) return true;
+    for (const auto deadline = Clock::now() + limit; Clock::now() < deadline;) {
+        usleep(lookPauseUs);
+        if (barrierOnAllThreadsNow()) return true;
+    }
+    return false;
 }
 
 } // namespace
@@ -31,8 +41,8 @@ DeviceGate::DeviceGate()
 
 DeviceGate::Pass DeviceGate::enterSendAsOneOfMany(Sender self, std::chrono::milliseconds limit) noexcept {
     if (becomeSoleSender(self)) return enterSend(limit);
-    endSoleSender();
-    return takeTurn(limit) ? lookAtGate(sending_) : Pass(nullptr, false, Answer::Late);
+    return endSoleSender(limit) && takeTurn(limit) ? lookAtGate(sending_)
+                                                   : Pass(nullptr, false, Answer::Late);
 }
 
 bool DeviceGate::becomeSoleSender(Sender self) noexcept {
@@ -40,12 +50,13 @@ bool DeviceGate::becomeSoleSender(Sender self) noexcept {
     return soleSender_.compare_exchange_strong(none, self);
 }
 
-/// Afterwards, every thread that may still be inside as the sole sender has its flag up, for all to see.
-void DeviceGate::endSoleSender() noexcept {
-    if (soleSenderEnded_.load(std::memory_order_acquire)) return;
+/// True: every thread that may still be inside as the sole sender has its flag up, for all to see.
+bool DeviceGate::endSoleSender(std::chrono::milliseconds limit) noexcept {
+    if (soleSenderEnded_.load(std::memory_order_acquire)) return true;
     soleSender_.store(many);
-    barrierOnAllThreads();
+    if (!barrierOnAllThreads(limit)) return false; // the next sender tries again
     soleSenderEnded_.store(true, std::memory_order_release);
+    return true;
 }
 
 bool DeviceGate::takeTurn(std::chrono::milliseconds limit) noexcept {
@@ -79,16 +90,14 @@ bool DeviceGate::somebodyInside() const noexcept {
 
 bool DeviceGate::close(std::chrono::milliseconds limit) noexcept {
     closed_.store(true);
-    if (barriers_) barrierOnAllThreads();
     const auto deadline = Clock::now() + limit;
-    while (somebodyInside()) {
-        if (Clock::now() >= deadline) {
-            open();
-            return false;
-        }
-        usleep(lookPauseUs);
+    bool mayWait = !barriers_ || barrierOnAllThreads(limit);
+    while (mayWait && somebodyInside()) {
+        mayWait = Clock::now() < deadline;
+        if (mayWait) usleep(lookPauseUs);
     }
-    return true;
+    if (!mayWait) open();
+    return mayWait;
 }
 
 void DeviceGate::open() noexcept {

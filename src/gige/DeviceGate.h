@@ -102,7 +102,7 @@ private:
     }
     Pass enterSendAsOneOfMany(Sender self, std::chrono::milliseconds limit) noexcept;
     bool becomeSoleSender(Sender self) noexcept;
-    void endSoleSender() noexcept;
+    bool endSoleSender(std::chrono::milliseconds limit) noexcept;
     bool takeTurn(std::chrono::milliseconds limit) noexcept;
     /// The pass of a thread whose flag is up; the load is an acquire, so it sees the device that `open`
     /// published.

@@ -20,6 +20,13 @@ template <class Work> void runTogether(int count, Work work) {
         });
 }
 
+/// Does `action` again and again on a thread of its own, for as long as the thread is kept.
+template <class Action> std::jthread repeating(Action action) {
+    return std::jthread([action](const std::stop_token& end) {
+        while (!end.stop_requested()) action();
+    });
+}
+
 /// Runs `work` on a thread of its own.
 template <class Work> std::future<void> inBackground(Work work) {
     return std::async(std::launch::async, std::move(work));

@@ -1,4 +1,5 @@
 // Releasing and reopening a device under full traffic, and a board that is gone in between.
+#include "support/Concurrency.h"
 #include "system/SystemTest.h"
 
 #include <atomic>
@@ -19,11 +20,7 @@ TEST_F(ReinitializationTest, TrafficOnAllPathsTouchesNoFreedHandleAndLosesNoFram
     port->eventQueue()->enabled = true;
     port->start();
     std::vector<std::jthread> threads;
-    const auto repeat = [&threads](auto action) {
-        threads.emplace_back([action](const std::stop_token& end) {
-            while (!end.stop_requested()) action();
-        });
-    };
+    const auto repeat = [&threads](auto action) { threads.push_back(repeating(action)); };
     std::atomic<std::uint64_t> handedOver = 0;
     for (int sender = 0; sender < 2; ++sender)
         repeat([&] {

@@ -35,11 +35,7 @@ protected:
         port->eventQueue()->enabled = true;
         port->start();
         std::vector<std::jthread> threads;
-        const auto repeat = [&threads](auto action) {
-            threads.emplace_back([action](const std::stop_token& end) {
-                while (!end.stop_requested()) action();
-            });
-        };
+        const auto repeat = [&threads](auto action) { threads.push_back(repeating(action)); };
         for (int sender = 0; sender < 2; ++sender)
             repeat([&] { // in bursts: threads that never rest would leave no processor for what they are to
                          // disturb

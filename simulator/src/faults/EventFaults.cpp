@@ -18,7 +18,7 @@ void setPartner(Port& port, OrvoSimPartner partner, SimTime since) noexcept {
 
 } // namespace
 
-EventFaults::EventFaults(Board& board, std::vector<ScriptedFault*> faults) : board_(board) {
+EventFaults::EventFaults(Board& board, const std::vector<ScriptedFault*>& faults) : board_(board) {
     for (ScriptedFault* const fault : faults) rows_.push_back({fault});
 }
 

@@ -16,7 +16,7 @@ class Board;
 class EventFaults {
 public:
     /// Board and faults outlive it.
-    EventFaults(Board& board, std::vector<ScriptedFault*> faults);
+    EventFaults(Board& board, const std::vector<ScriptedFault*>& faults);
 
     /// Brings about what is due, and ends what is over.
     void pass();

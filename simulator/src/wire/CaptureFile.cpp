@@ -18,7 +18,7 @@ namespace {
 
 constexpr int longestRecord = 65535;
 constexpr std::size_t recordHeaderBytes = 16;
-constexpr std::size_t flushBytes = 256 * 1024;
+constexpr std::size_t flushBytes = std::size_t{256} * 1024;
 
 [[noreturn]] void refuse(const std::filesystem::path& path, const std::string& reason) {
     throw WireError("capture file '" + path.string() + "' " + reason);
