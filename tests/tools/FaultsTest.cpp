@@ -159,6 +159,12 @@ TEST_F(FaultsTest, BadScriptsAreRefusedInOneLineBeforeAnythingHappens) {
     EXPECT_EQ(contentOf(output), "precious");
 }
 
+/// What the environment says, for a long run; else the number for everyday.
+std::uint64_t numberFrom(const char* variable, std::uint64_t everyday) {
+    const char* const text = std::getenv(variable);
+    return text ? std::strtoull(text, nullptr, 10) : everyday;
+}
+
 /// What one thread sends and another one receives at a port.
 class Exchange {
 public:
@@ -206,7 +212,7 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
     options.faults = folder.file("faults.toml");
-    if (const char* seed = std::getenv("ORVO_FAULT_SEED")) options.seed = std::strtoull(seed, nullptr, 10);
+    options.seed = numberFrom("ORVO_FAULT_SEED", 0);
     const DynamicLibrary simulator(Installation(options.root).library("orvo_hal"));
     const auto preset = simulator.require<decltype(::orvoSimPresetCounters)>("orvoSimPresetCounters");
     const std::vector<PortAddress> addresses{{0, 0}, {0, 1}, {0, 2}, {0, 3}};
@@ -234,6 +240,36 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     EXPECT_TRUE(ledger->passed()) << textOf(*ledger);
     EXPECT_EQ(ledger->statements.size(), 4U * 5);
     for (const auto port : addresses) EXPECT_GT(session.simulator->state(port)->sentFrames, 0x1'0000'0000U);
+}
+
+TEST_F(FaultsTest, APairOfPortsKeepsItsAccountsForAsManyFramesAsAsked) {
+    const auto frames = numberFrom("ORVO_CONSERVATION_FRAMES", 4000);
+    const auto often =
+        "rate = " + std::to_string(std::min<std::uint64_t>(1'000'000, 500'000'000'000 / frames)) + "e-9\n";
+    writeFile(folder.file("faults.toml"), fault("loss", often) + fault("fcs-flip", often));
+    InstallationOptions options;
+    options.root = ORVO_BUILD_ROOT;
+    options.wires = {{"0", "port:0/1"}};
+    options.faults = folder.file("faults.toml");
+    const Session session(options, 0);
+    FaultWatch watch(session, options, {{0, 0}, {0, 1}});
+    Ports ports(session, {{0, 0}, {0, 1}}, false);
+    ports.open();
+    watch.begin();
+    auto& sender = ports.at({0, 0}).interface();
+    auto& receiver = ports.at({0, 1}).interface();
+    const auto frame = boost::make_shared<core::zume::EthernetFrame>(QByteArray(60, 'x'));
+    std::uint64_t handed = 0, received = 0;
+    for (; handed < frames; ++handed) {
+        sender.addToSendQueue(frame);
+        if (receiver.receive(nullptr)) ++received;
+    }
+    watch.end();
+    const auto ledger = watch.settle(
+        ports.finish(), {{.port = {0, 0}, .handed = handed}, {.port = {0, 1}, .received = received}});
+    EXPECT_TRUE(ledger->passed()) << textOf(*ledger);
+    EXPECT_EQ(handed, frames);
+    if (std::getenv("ORVO_CONSERVATION_FRAMES")) std::cout << textOf(*ledger);
 }
 
 TEST(LedgerTest, ShowsADifference) {
