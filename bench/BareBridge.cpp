@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Two threads, two descriptors.
 #include "BareBridge.h"
 

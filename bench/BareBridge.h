@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The same bridge without plug-in and board.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lean receive and send.
 #include "Floors.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The least that a frame can cost: what the frame paths are held against. One step for each thing that the
 // board's contract and the framework's demand, without checks, gate, counters or messages.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a frame costs in the plug-in, beside the least that it can cost, and what of it is the gate's.
 #include "Floors.h"
 #include "NullBoard.h"

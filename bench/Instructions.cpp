@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs one frame path a number of times, for a tool that counts instructions: the difference of two runs,
 // divided by that of their frames, is what a frame takes, and repeats exactly.
 #include "NullBoard.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The board of the benchmarks.
 #include "NullBoard.h"
 

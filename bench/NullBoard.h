@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A board that answers from memory, in the plug-in's entry tables: what is left is the plug-in's own cost.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The pair and its sockets.
 #include "PacketPair.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A packet socket at each end of a veth pair: what the kernel's own way of moving a whole frame costs.
 #pragma once
 

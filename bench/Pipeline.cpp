@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A frame's whole road through plug-in and simulated board, from addToSendQueue at one port to the frame that
 // receive returns at another, its check sequence verified on the way; beside it, a packet socket at each end
 // of a veth pair.

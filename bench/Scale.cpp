@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Many interfaces in one process: what a frame costs when its interface is one of 1, 4, 16 or 64, and what
 // memory an interface takes, also after many frames.
 #include "NullBoard.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulated board, made ready for frames.
 #include "SimulatedPorts.h"
 

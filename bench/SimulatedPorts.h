@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ports of the simulated board through the plug-in file, as a host has them, cabled in pairs: 0 with 1, 2
 // with 3.
 #pragma once

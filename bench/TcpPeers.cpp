@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Both ends of the load.
 #include "TcpPeers.h"
 

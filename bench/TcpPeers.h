@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Load on a network: TCP as fast as it goes, and the time of a round trip.
 #pragma once
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Runs the benchmarks of a build and gathers what they say in one JSON file.
 
 usage: measure.py BUILDDIR RESULT

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Keeps a run: its instructions for later runs to be held against, its table for the documentation.
 
 usage: publish.py RESULT TABLE INSTRUCTIONS DOCUMENT
@@ -13,6 +14,7 @@ def main():
         counts = json.load(file)["instructions"]
     if "failure" not in counts:
         with open(instructions, "w") as file:
+            file.write("# SPDX-License-Identifier: MIT\n")
             file.write("# Instructions a frame, as scripts/bench.sh counts them; renewed by scripts/bench.sh --publish.\n")
             file.writelines(f"{name} {count}\n" for name, count in counts.items())
     with open(table) as file:

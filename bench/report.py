@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Draws up what measure.py gathered: a table, a line for each target, and a chart.
 
 usage: report.py RESULT KEPT_INSTRUCTIONS CHART

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # How everything here is compiled, and where it lands: the build tree is an installation root of its own, with the
 # same layout below it as the install prefix.
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The libraries that this project stands on, all from Debian's packages (scripts/setup.sh names them).
 
 set(ORVO_QT_VERSION "" CACHE STRING "Qt to build with: 6, 5, or empty for 6 where there is one")

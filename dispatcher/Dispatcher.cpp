@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bookkeeping of loggers, facilities and subscriptions.
 #include "Dispatcher.h"
 

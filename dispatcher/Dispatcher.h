@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The dispatcher itself: loggers by name, the facilities that log, and everybody who wants to read it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The dispatcher library's exported entries: the contract with logging facilities, and the host program's
 // control.
 #include "Dispatcher.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The spdlog side of the outputs.
 #include "Outputs.h"
 

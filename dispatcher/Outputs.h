@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where log lines are written: standard error, in colour on a terminal, and optionally a file.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the environment says about logging.
 #pragma once
 

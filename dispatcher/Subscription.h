@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One host program's wish to receive messages itself.
 #pragma once
 

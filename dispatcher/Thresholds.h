@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which messages of which logger are wanted: thresholds by logger name.
 #pragma once
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # bench.sh [--publish]: installs what is missing, builds, measures, and prints one table and a line for each target; the
 # chart goes beside the figures in the build tree. Takes some minutes; network figures need root. With --publish, table
 # and chart also replace those in docs/, and the instructions counted those in bench/instructions.txt.

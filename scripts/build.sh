@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # build.sh PRESET: installs what is missing, configures and builds one preset (see CMakePresets.json).
 set -euo pipefail
 cd "$(dirname "$0")/.."

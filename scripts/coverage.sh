@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # coverage.sh: installs what is missing, builds with counters, runs all tests, the fault sweep and the fuzz corpus among
 # them, and reports how much of src/ they reach, lines and branches, as text and as HTML in build/coverage/report.
 set -euo pipefail

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # demo-camera.sh [SECONDS]: installs what is missing, builds, and has Debian's Aravis acquire images through a port of
 # the simulated board: from a software camera on one network, to a client on another, for SECONDS (5) at each of two
 # rates. Needs root, and asks sudo for it. Exit code 1 when an image was lost.

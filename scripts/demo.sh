@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # demo.sh [CAPTURE]: installs what is missing, builds, and sends a capture through a port of the simulated board and
 # back. Without an argument the capture is a GigE Vision client reading images from a camera.
 set -euo pipefail

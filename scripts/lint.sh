@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # lint.sh [FILE...]: clang-format and clang-tidy over the given sources, or over all of them. Changes nothing.
 set -euo pipefail
 cd "$(dirname "$0")/.."

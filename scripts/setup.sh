@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # setup.sh [PACKAGE...]: installs what the project needs from Debian 12's packages, and these, if anything is missing.
 # Says what it does.
 set -euo pipefail

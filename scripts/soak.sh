@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
 # soak.sh [MINUTES]: installs what is missing, builds, and looks for faults for about MINUTES (10) on top of building:
 # the fault sweep, storms of threads, long lives, and the fuzzers, each for its share of the time. Ends in a table of
 # practice, runs, findings and figure; logs and inputs of findings stay in build/soak. Exit code 1 when anything was

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Host program of the GigE plug-in: command line, exit codes, and the one line that tells of a failure.
 #include "app/Failure.h"
 #include "app/Notice.h"
@@ -11,11 +12,10 @@
 #include "commands/ReplayCommand.h"
 #include "commands/ResetCommand.h"
 
-#include <CLI/CLI.hpp>
-
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 #include <new>
 #include <vector>
@@ -41,17 +41,6 @@ template <class Work> int runGuarded(const Work& work) {
     }
 }
 
-// Help and version are no errors, although the parser reports them like some.
-int explain(const CLI::App& program, const CLI::ParseError& outcome) {
-    if (outcome.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) return program.exit(outcome);
-    const auto chosen = program.get_subcommands();
-    const auto unknown = program.remaining();
-    notice((chosen.empty() && !unknown.empty() ? "there is no subcommand " + quoted(unknown[0])
-                                               : std::string(outcome.what())) +
-           "; see 'orvo-gige " + (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'");
-    return WrongUsage;
-}
-
 /// A stream that is closed gets a place that takes no writing, lest the next file that is opened be taken for
 /// it.
 void holdClosedStreams() {
@@ -59,6 +48,19 @@ void holdClosedStreams() {
     do descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);
     while (descriptor >= 0 && descriptor <= STDERR_FILENO);
     if (descriptor >= 0) close(descriptor);
+}
+
+using Commands = std::vector<std::unique_ptr<Command>>;
+
+template <class... Each> Commands declare(Program& program) {
+    Commands commands;
+    (commands.push_back(std::make_unique<Each>(program)), ...);
+    return commands;
+}
+
+Commands declareCommands(Program& program) {
+    return declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
+                   DiagnoseCommand, ResetCommand>(program);
 }
 
 } // namespace
@@ -69,25 +71,14 @@ int main(int argc, char** argv) {
         installSignalHandlers();
         return runGuarded([&] { return answerExtcapCall(argc, argv); });
     }
-    CLI::App program("Moves Ethernet frames through the GigE ports of a frame-grabber board.", "orvo-gige");
-    program.set_version_flag("--version", "orvo-gige " ORVO_VERSION);
-    program.require_subcommand(1);
-    std::vector<std::unique_ptr<Command>> commands;
-    commands.push_back(std::make_unique<BoardsCommand>(program));
-    commands.push_back(std::make_unique<ReplayCommand>(program));
-    commands.push_back(std::make_unique<CaptureCommand>(program));
-    commands.push_back(std::make_unique<BridgeCommand>(program));
-    commands.push_back(std::make_unique<ExtcapCommand>(program));
-    commands.push_back(std::make_unique<LabCommand>(program));
-    commands.push_back(std::make_unique<DiagnoseCommand>(program));
-    commands.push_back(std::make_unique<ResetCommand>(program));
-    try {
-        program.parse(argc, argv);
-    } catch (const CLI::ParseError& outcome) {
-        return explain(program, outcome);
-    }
-    installSignalHandlers();
-    for (const auto& command : commands)
-        if (command->chosen()) return runGuarded([&] { return command->run(); });
-    return WrongUsage;
+    Program program("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.");
+    program.haveSubcommands("orvo-gige " ORVO_VERSION);
+    const auto commands = declareCommands(program);
+    return runGuarded([&]() -> int {
+        if (!program.parse(argc, argv)) return Done;
+        installSignalHandlers();
+        const auto chosen =
+            std::ranges::find_if(commands, [](const auto& command) { return command->chosen(); });
+        return (*chosen)->run();
+    });
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Frame bytes and their check sequence.
 #include <orvo/core/zume/EthernetFrame.h>
 

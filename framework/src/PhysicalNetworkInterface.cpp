@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a port answers to operations that its hardware does not have.
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Events of a port and the queue that carries them; only the posting side lives in the plug-in.
 #include <orvo/core/zume/PhysicalNetworkInterfaceEventQueue.h>
 

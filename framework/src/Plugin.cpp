@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plug-in base class: what a plug-in object inherits when it does not override.
 #include <orvo/core/Plugin.h>
 

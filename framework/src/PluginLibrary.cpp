@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening, checking and closing of a plug-in library.
 #include <orvo/core/PluginLibrary.h>
 

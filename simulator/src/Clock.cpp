@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Real and virtual time.
 #include "Clock.h"
 

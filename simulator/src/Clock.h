@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulation's one clock: real time, or virtual time that moves only when told to.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counts that frames raise.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Taking a fault script into the simulation.
 #include "Simulation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Register sets of firmware versions.
 #include "FirmwareProfile.h"
 

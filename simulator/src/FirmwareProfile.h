@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which registers the firmware of one version has.
 #pragma once
 

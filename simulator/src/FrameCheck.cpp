@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The frame check sequence, by libdeflate, which multiplies without carries where the processor can.
 #include "FrameCheck.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The frame check sequence of IEEE 802.3.
 #pragma once
 

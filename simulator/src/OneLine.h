@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Messages that quote what a person gave.
 #pragma once
 

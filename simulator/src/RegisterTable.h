@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The firmware's registers: the one table of their names, kinds and addresses.
 //
 // Address of a register: bits 16 to 17 the kind (1 = one per port, 2 = one per board), bits 8 to 9 the port,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Making of the simulation.
 #include "Simulation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The process's simulation: all boards, and the way from device handles to them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Padding and frame check sequence of frames on the wire.
 #include "WireFrame.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Frames as they are on the wire: padded, and with their frame check sequence.
 #pragma once
 

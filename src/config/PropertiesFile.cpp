@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Parsing of properties files.
 #include "config/PropertiesFile.h"
 

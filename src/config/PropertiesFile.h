@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A text file of key/value pairs grouped in sections.
 #pragma once
 

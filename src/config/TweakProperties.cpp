@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sources of a tuning value, in order of precedence.
 #include "config/TweakProperties.h"
 

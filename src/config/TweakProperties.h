@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Resolution of a tuning value from the places where it can be set.
 #pragma once
 

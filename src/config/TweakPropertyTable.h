@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of all tuning values of the board software.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Action command time-outs, from the firmware's reports to events.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/Transmission.h"

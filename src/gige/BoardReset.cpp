@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reset of a board's GigE hardware: the firmware's reset lines and the PHYs.
 #include "config/PropertiesLocations.h"
 #include "config/TweakProperties.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The gate's barrier and waits.
 #include "gige/DeviceGate.h"
 

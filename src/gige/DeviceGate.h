@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keeps everybody out of the hardware access layer while the device is released.
 #pragma once
 

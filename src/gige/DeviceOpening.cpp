@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From a board number to a configured FPGA.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "hal/KivRuntime.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The diagnostic report.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"

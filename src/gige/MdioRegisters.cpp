@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // MDIO transactions as register accesses and pauses.
 #include "gige/MdioRegisters.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The MDIO bus to a board's PHYs, driven through the firmware's registers.
 #pragma once
 

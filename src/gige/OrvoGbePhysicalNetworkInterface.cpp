@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Construction, injection, and access to logger and event queue.
 #include "gige/OrvoGbePhysicalNetworkInterface.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one class that this plug-in offers to the framework: a GigE port of a frame-grabber board.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The private state of one GigE port.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reset-board set and the boards' turns.
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 

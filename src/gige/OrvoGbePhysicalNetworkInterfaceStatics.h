@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What all interfaces of the process share.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The leecher's loop.
 #include "gige/OrvoGbePhysicalNetworkInterfaceUiqLeecherThread.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The thread that drains an interface's action command queue.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PHY register contents as text.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 

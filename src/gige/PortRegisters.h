@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registers that exist once for each port, as one table.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One frame from the receive queue to the framework.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/Transmission.h"

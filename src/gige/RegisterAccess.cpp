@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lookups ask the applet runtime every time; who needs an address again keeps it.
 #include "gige/RegisterAccess.h"
 

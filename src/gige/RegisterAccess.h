@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Firmware registers by name, and access that tolerates their absence.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Giving a device up and opening it again while the framework's threads go on calling.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One frame from the framework into the port's transmit buffer.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/Transmitter.h"

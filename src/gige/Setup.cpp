@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turning an injected interface into one that can move frames.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Beginning and end of an interface's own activity.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"

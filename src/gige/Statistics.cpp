@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The traffic statistics that an interface leaves at its end.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checking and unpacking of transmissions; pure functions.
 #include "gige/Transmission.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The form in which a received frame lies in a data queue, apart from any board.
 #pragma once
 

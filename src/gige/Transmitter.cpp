@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Polling of the transmitter.
 #include "gige/Transmitter.h"
 

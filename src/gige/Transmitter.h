@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The port's transmitter, as its registers show it.
 #pragma once
 

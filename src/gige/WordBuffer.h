@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where a transmission's words are read to.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the entry tables of both board libraries have in common.
 #pragma once
 

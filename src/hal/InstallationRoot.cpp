@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finding the installation root, once per process.
 #include "hal/InstallationRoot.h"
 

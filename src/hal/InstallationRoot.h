@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the installation lies that this plug-in belongs to.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entry table, forwarding functions and binder of the applet runtime.
 #include "hal/KivRuntime.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The applet runtime as the plug-in calls it: forwarding functions of the library's own names (declared in
 // orvo/hal/kivrt.h), one pointer variable per entry, and the binder that fills them.
 #pragma once

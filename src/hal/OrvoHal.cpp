@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entry table, forwarding functions and binder of the hardware access layer.
 #include "hal/OrvoHal.h"
 

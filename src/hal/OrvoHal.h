@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The hardware access layer as the plug-in calls it: forwarding functions of the library's own names
 // (declared in orvo/hal/orvo_hal.h), one pointer variable per entry, and the binder that fills them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening of libraries under the installation root.
 #include "hal/SharedLibrary.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening of the libraries that belong to the installation.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The levels of messages that this plug-in writes.
 #pragma once
 

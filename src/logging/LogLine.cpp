@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Building and sending of a message that passed its level.
 #include "logging/LogLine.h"
 

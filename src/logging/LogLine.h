@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One log message in the making.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Attaching the dispatcher, and the loggers by handle.
 #include "logging/Logging.h"
 

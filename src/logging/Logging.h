@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The process-wide logging facility: named loggers over an optional dispatcher library.
 #pragma once
 

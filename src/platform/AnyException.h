@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Typed access to injected values.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The common root of scoped guards.
 #pragma once
 

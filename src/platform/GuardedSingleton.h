@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Process-wide objects that are made on first use and destroyed in order when the plug-in is de-initialised.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A lock for many readers or one writer, and its scoped guard.
 #pragma once
 

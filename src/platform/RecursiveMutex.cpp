@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recursive POSIX mutex. Results of the POSIX calls are not examined: with a valid mutex they cannot
 // fail.
 #include "platform/RecursiveMutex.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A mutex that its holder may lock again, and its scoped guard.
 #pragma once
 

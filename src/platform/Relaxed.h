@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A value that one thread writes and others may look at.
 #pragma once
 

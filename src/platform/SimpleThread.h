@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The base class of worker threads.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A scoped spin lock on a plain variable, for short critical sections of process-wide state.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The use count and the teardown.
 #include "plugin/LibraryInitController.h"
 

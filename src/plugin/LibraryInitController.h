@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plug-in's count of its users, and what must be undone when the last one leaves.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The four symbols by which the framework's plug-in core finds this library.
 #include "gige/OrvoGbePhysicalNetworkInterface.h"
 #include "logging/LogLine.h"

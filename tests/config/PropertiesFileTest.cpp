@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The format of properties files, line by line.
 #include "config/PropertiesFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the properties files lie, and the folders made for the user's.
 #include "config/PropertiesLocations.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where a tuning value comes from, and the table of all of them.
 #include "config/TweakProperties.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who gets which message, and what facilities are told about it.
 #include "Dispatcher.h"
 

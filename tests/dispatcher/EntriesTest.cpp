@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The dispatcher library as a logging facility and a host program meet it: opened at run time.
 #include <orvo/tools/logging/Dispatcher.h>
 #include <orvo/tools/logging/DispatcherControl.h>

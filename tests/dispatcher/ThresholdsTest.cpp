@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The text form of thresholds: what is accepted, and what a bad one is told.
 #include "Thresholds.h"
 

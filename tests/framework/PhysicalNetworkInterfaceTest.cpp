@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The framework's base class of ports: its binary contract, what it answers by itself, and its road of
 // events.
 #include "gige/OrvoGbePhysicalNetworkInterface.h"

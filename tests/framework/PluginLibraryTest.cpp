@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading of plug-ins, good and bad.
 #include <orvo/core/PluginLibrary.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The queue between threads: order, capacity, interruption, ownership of what it holds.
 #include <orvo/templates/platform/SynchronizedQueue.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A board that answers whatever the input says, under the whole of an interface: setup, receive, send, the
 // leecher's passes, reset, report, reinitialisation, statistics.
 #include "fuzz/FuzzInput.h"

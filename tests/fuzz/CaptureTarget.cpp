@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Capture files, as `replay` reads them and as the simulated board plays them.
 #include "app/Failure.h"
 #include "capture/CaptureReader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simulated board's configuration: refused in one line that names file and line, or used as a whole.
 #include "config/Configuration.h"
 #include "fuzz/FuzzInput.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What `diagnose` makes of a PHY's registers, of the plug-in's report, and of a diagnosis that was kept: the
 // first byte says of which.
 #include "app/Failure.h"

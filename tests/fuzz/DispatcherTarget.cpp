@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Calls between logging facility and dispatcher in any order: those of a dispatcher into the plug-in's
 // facility, and those of facilities and a host into the dispatcher.
 #include "Dispatcher.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What fuzz targets share: the entry that they all have, and their input taken apart.
 #pragma once
 

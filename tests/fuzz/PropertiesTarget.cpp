@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Properties files: read in each of the ways that there are, and looked up.
 #include "config/TweakProperties.h"
 #include "fuzz/FuzzInput.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a fuzz target on the files of the folders given, where there is no fuzzer.
 #include "fuzz/FuzzInput.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fault scripts: refused in one line that names file and line, or taken with all that a fault needs.
 #include "faults/FaultScript.h"
 #include "fuzz/FuzzInput.h"

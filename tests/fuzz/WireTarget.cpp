@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of wires: refused in one line, or taken apart and put together again.
 #include "fuzz/FuzzInput.h"
 #include "wire/WireSpec.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The action command queue: every kind of reading, the events, and the leecher thread.
 #include "gige/OrvoGbePhysicalNetworkInterfaceUiqLeecherThread.h"
 #include "support/InterfaceTest.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reset of a board and of single ports: every access, pause and message in order.
 #include "support/Concurrency.h"
 #include "support/EnvironmentVariable.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turns of senders at the gate, one alone and several, and the gate's closing on them.
 #include "gige/DeviceGate.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The diagnostic report, line by line.
 #include "support/InterfaceTest.h"
 

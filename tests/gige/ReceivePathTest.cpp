@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One received frame, every way in which a transmission can be bad, and the CRC watch.
 #include "support/InterfaceTest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two phases, and who stays out of the hardware access layer in between.
 #include "support/Concurrency.h"
 #include "support/InterfaceTest.h"

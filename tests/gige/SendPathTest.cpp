@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The register protocol of a sent frame, and every reason for which one is dropped.
 #include "support/Concurrency.h"
 #include "support/InterfaceTest.h"

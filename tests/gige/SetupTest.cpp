@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Injection, opening and setup: order of calls, failures, and what setup leaves behind.
 #include "support/EnvironmentVariable.h"
 #include "support/InterfaceTest.h"

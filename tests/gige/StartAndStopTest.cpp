@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The end of an interface's life: the statistics that it leaves.
 #include "support/InterfaceTest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Unpacking of words, in each way that the processor has.
 #include "gige/Transmission.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Every entry of both board libraries, held against the list of what was agreed: parameter widths, the answer
 // while unbound, and forwarding.
 #include "hal/KivRuntime.h"

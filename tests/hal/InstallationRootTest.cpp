@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From a file's path, or a variable, to the installation's folder; and opening of libraries below it.
 #include "hal/InstallationRoot.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One message: its prefixes, its numbers, and that it costs nothing when it does not pass.
 #include "logging/LogLine.h"
 

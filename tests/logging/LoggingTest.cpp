@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The facility over its dispatcher: thresholds, muted threads, shared handles, and how both come and go.
 #include "logging/Logging.h"
 

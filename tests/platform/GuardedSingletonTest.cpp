@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Making of process-wide objects: once, visible to themselves, and safe against throwing.
 #include "platform/GuardedSingleton.h"
 

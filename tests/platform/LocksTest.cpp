@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Locks and their guards: exclusion, re-entrancy, release.
 #include "platform/ReadWriteLock.h"
 #include "platform/RecursiveMutex.h"

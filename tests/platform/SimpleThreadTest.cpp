@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Life of a worker thread: started, ended, joined or not.
 #include "platform/SimpleThread.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plug-in file in installations with and without the libraries that it looks for.
 #include "support/Concurrency.h"
 #include "support/EnvironmentVariable.h"

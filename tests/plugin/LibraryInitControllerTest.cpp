@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The count of users and the order of the teardown.
 #include "plugin/LibraryInitController.h"
 

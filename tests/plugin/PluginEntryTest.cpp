@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plug-in file as a host meets it: descriptor, initialisation and its undoing, factory. This program has
 // functions of its own in place of the framework's four, which the plug-in meets by their names.
 #include "support/Concurrency.h"

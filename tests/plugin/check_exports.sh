@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: MIT
 # Compares what the plug-in file exports with what it shall: the entries of both board libraries with their pointer
 # variables, and the rest by name. Usage: check_exports.sh PLUGIN ENTRIES EXPORTS SANITIZER
 set -eu

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Configuration files: what they say, and what is said about bad ones.
 #include "config/Configuration.h"
 

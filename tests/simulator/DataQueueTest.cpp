@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ring of a data queue under several threads.
 #include "board/DataQueue.h"
 

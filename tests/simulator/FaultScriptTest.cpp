@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fault scripts: what they say, what is said about bad ones, and whose turn it is.
 #include "faults/ScriptedFault.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults by script, as a host at the board meets them.
 #include "SimulatedBoard.h"
 

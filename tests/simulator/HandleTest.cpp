@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device handles, boards that come and go, and the applet runtime's register maps.
 #include "SimulatedBoard.h"
 

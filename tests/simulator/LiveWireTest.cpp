@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Wires to network interfaces, in a network of the test's own.
 #include "SimulatedBoard.h"
 #include "TestNetwork.h"

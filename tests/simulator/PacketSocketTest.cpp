@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packet sockets: what they make of frames that are not yet as a wire would carry them, and of too many.
 #include "wire/PacketSocket.h"
 

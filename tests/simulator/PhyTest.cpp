@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // PHYs behind the MDIO master: resets, negotiation and registers, on the virtual clock.
 #include "SimulatedBoard.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Data queues as the host reads them, and faults of these reads.
 #include "SimulatedBoard.h"
 

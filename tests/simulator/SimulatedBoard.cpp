@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What tests find, and the program's main.
 #include "SimulatedBoard.h"
 

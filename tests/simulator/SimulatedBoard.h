@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A host's view of a simulated board, for tests.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the simulation begins, each time in a process of its own: without a file, with one, and with a bad one.
 #include "SimulatedBoard.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A network of the test's own, for wires that lead there.
 #pragma once
 

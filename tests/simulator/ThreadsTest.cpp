@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Everything at once: what a host's threads and the control interface do to boards at the same time.
 #include "SimulatedBoard.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Frames through transmitter, wire and receiver, by the register protocol.
 #include "SimulatedBoard.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Wires: cables and how they are changed, and captures that are played and recorded.
 #include "SimulatedBoard.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Threads of tests: beginning together, and being seen to wait.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // For sanitizer builds of programs only: they refuse RTLD_DEEPBIND, so this dlopen takes the flag out on its
 // way.
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An environment variable set, or unset, for a scope.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The recording board and its entries.
 #include "support/FakeBoard.h"
 

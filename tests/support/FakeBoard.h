@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A board of the test's own in the plug-in's entry tables: it answers as told and writes down every call in
 // order.
 #pragma once

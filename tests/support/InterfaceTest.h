@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The common ground of the interface tests: one interface on port 2 of board 0, on a recording board.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // usleep and clock_gettime, interposed.
 #include "support/Pacing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pacing without waiting: this program's own usleep and monotonic clock, which the plug-in meets by their
 // names.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Installations of the plug-in file, made for a test: each has a copy of its own, which knows nothing of
 // others.
 #pragma once

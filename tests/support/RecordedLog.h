@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the plug-in logged, as the recording dispatcher of the unit tests' installation root took it.
 #pragma once
 

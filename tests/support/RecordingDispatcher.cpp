@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A log dispatcher that keeps every message for the test program that is linked to it.
 #include "support/RecordedLog.h"
 

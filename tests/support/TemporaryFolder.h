@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files that last as long as a test.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The C library's allocation functions, interposed; in sanitizer builds, which have functions of their own
 // there, the operators of C++.
 #include "sweep/Allocations.h"

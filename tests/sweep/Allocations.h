@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The memory of this process: counted, and refused on demand.
 #pragma once
 

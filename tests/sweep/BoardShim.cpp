@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The shim's functions, one for each row of the entry tables.
 #include "sweep/BoardShim.h"
 

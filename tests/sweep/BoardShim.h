@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Between the plug-in and the board libraries: every call of every entry is counted, can be answered badly,
 // and is checked for the handles that it uses.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A sweep of faults over the life of an interface: each call of the board libraries goes wrong in turn, in
 // each of its ways, and each allocation fails in turn. Every life is lived in a process of its own and must
 // end in order.

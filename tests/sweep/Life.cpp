@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The steps of a life, and what must hold after each.
 #include "sweep/Life.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The whole life of an interface, from the loading of the plug-in to its unloading, with a fault on its way.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Time of a sweep: nobody waits, and the clock moves by what is asked of it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Releasing and reopening a device under full traffic, and a board that is gone in between.
 #include "support/Concurrency.h"
 #include "system/SystemTest.h"

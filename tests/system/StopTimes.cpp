@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How long a port takes to stop in real time: silent; flooded with action commands that nobody takes, alone
 // and under traffic; stuck with a queue whose reads fail, and with a transmitter that is busy for good while
 // a host sends and receives. Prints the worst of each; more than 200 ms is a finding. A measurement, not a

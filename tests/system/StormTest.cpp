@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Everything at once, over and over: traffic on four ports against stop, reinitialisation, reset and
 // destruction, and users of the plug-in that come and go. Few rounds as a test; ORVO_STORM_ROUNDS asks for
 // more.

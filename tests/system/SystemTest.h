@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The common ground of the whole-path tests: the plug-in file, loaded as a host loads it, in virtual time.
 #pragma once
 

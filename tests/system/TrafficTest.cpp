@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Frames of every size from one port to another, and the life of a port from load to unload.
 #include "system/SystemTest.h"
 

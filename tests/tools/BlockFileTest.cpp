@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What remains of a file of blocks when writing it fails: whole blocks, and room for the one that closes it.
 #include "capture/BlockFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `orvo-gige boards` as its users call it.
 #include "Process.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `orvo-gige bridge` on a live network: two namespaces, joined by a virtual Ethernet cable whose one end is
 // the wire of the simulated board, and the port's TAP as the only way to the other one.
 #include "PipeReader.h"

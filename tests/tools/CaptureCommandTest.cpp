@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `orvo-gige capture` as its users call it, on the simulated board, whose wire plays a capture.
 #include "PipeReader.h"
 #include "Process.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of captures: the frames as they are, and one clear sentence for everything that is no good capture.
 #include "capture/CaptureReader.h"
 

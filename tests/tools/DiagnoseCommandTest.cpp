@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Diagnosis and reset of a port, in virtual time: states made on the simulated board, and what is said of
 // them.
 #include "Process.h"

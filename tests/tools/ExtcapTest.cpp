@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `orvo-gige` as Wireshark and tshark call it.
 #include "PipeReader.h"
 #include "Process.h"

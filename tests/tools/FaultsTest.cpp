@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults by script through the host program: the ledger, the account of every frame, and the same run again.
 #include "Process.h"
 

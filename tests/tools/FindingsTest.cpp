@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From register contents to findings, rule by rule, but for those that the tests of the command make on a
 // board.
 #include "diagnosis/Findings.h"

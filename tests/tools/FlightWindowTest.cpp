@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // When sending must wait for frames to come back, and when waiting is over.
 #include "traffic/FlightWindow.h"
 

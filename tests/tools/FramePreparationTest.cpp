@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which captured frames can be sent, and in what form.
 #include "traffic/FramePreparation.h"
 

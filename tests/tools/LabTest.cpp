@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lab as a process: what it connects, what it refuses, and that nothing outlives it.
 #include "Process.h"
 

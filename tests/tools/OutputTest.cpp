@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts in the forms that users read and write.
 #include "app/Output.h"
 #include "board/PluginLog.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // When frames of a replay are due.
 #include "traffic/Pace.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The file that the writer makes, read back by libpcap, which checks the form of every block.
 #include "capture/PcapngWriter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The far end of a pipe that a capture is written to.
 #pragma once
 

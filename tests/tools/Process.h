@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host program as a process, and what it left behind.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // `orvo-gige replay` as its users call it, on the simulated board; without the board's reset, which takes 5
 // s.
 #include "Process.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whole replays between a fake pair of ports: what comes back is counted, written and verified, and nothing
 // hangs on a wire that loses frames.
 #include "traffic/Replay.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Files for tests: a folder that goes away, captures made of given frames, and what is in a file.
 #pragma once
 

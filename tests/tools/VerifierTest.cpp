@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Verification finds each kind of fault, and only that one, and finds its way back.
 #include "traffic/Verifier.h"
 

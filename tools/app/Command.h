@@ -1,30 +1,29 @@
+// SPDX-License-Identifier: MIT
 // A subcommand of the program.
 #pragma once
 
-namespace CLI {
-class App;
-}
+#include "app/CommandLine.h"
 
 namespace orvo::host {
 
 /// Declares itself on the program's command line when constructed; runs when it was chosen.
 class Command {
 public:
-    Command(CLI::App& program, const char* name, const char* description);
+    Command(Program& program, const char* name, const char* description);
     virtual ~Command() = default;
     Command(const Command&) = delete;
     Command& operator=(const Command&) = delete;
 
-    bool chosen() const;
+    bool chosen() const { return line_.isChosen(); }
 
     /// Does the work; returns the exit code. Errors: Failure, Interruption.
     virtual int run() = 0;
 
 protected:
-    CLI::App& line() { return line_; }
+    CommandLine& line() { return line_; }
 
 private:
-    CLI::App& line_;
+    CommandLine line_;
 };
 
 } // namespace orvo::host

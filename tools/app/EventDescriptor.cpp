@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The flag is an eventfd.
 #include "app/EventDescriptor.h"
 

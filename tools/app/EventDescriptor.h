@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A flag that a thread can wait for together with files and sockets.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts that failures are made of.
 #include "app/Failure.h"
 

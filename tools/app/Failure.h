@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a run of the program ends: exit codes, and the failures that end it early.
 #pragma once
 

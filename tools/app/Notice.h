@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program's word to its user while it works.
 #pragma once
 

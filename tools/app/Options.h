@@ -1,15 +1,13 @@
+// SPDX-License-Identifier: MIT
 // Command-line options that several subcommands share.
 #pragma once
 
+#include "app/CommandLine.h"
 #include "board/PortAddress.h"
 
 #include <cstdint>
 #include <string>
 #include <vector>
-
-namespace CLI {
-class App;
-}
 
 namespace orvo::host {
 
@@ -29,15 +27,18 @@ struct InstallationOptions {
     std::string faults;       ///< script of what goes wrong on the simulated board; empty: nothing
     std::uint64_t seed = 0;   ///< of the script's random choices
 
-    void addTo(CLI::App& command);
-    void addFaultsTo(CLI::App& command);
+    void addTo(CommandLine& line);
+    void addFaultsTo(CommandLine& line);
 
     /// Errors: UsageFailure when they ask for virtual time, which live traffic does not keep to.
     void requireRealTime() const;
 };
 
+/// Adds --root.
+void addRootTo(CommandLine& line, std::string& root);
+
 /// Adds --board and --port.
-void addAddressTo(CLI::App& command, PortAddress& address);
+void addAddressTo(CommandLine& line, PortAddress& address);
 
 /// Which port, and whether its board is reset first.
 struct PortOptions {
@@ -46,7 +47,7 @@ struct PortOptions {
 
     /// Whether the subcommand resets the board first: unless --no-reset says otherwise, or never.
     enum class Reset { Optional, Never };
-    void addTo(CLI::App& command, Reset reset = Reset::Optional);
+    void addTo(CommandLine& line, Reset reset = Reset::Optional);
 };
 
 } // namespace orvo::host

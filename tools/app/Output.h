@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writing of results to standard output.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // This program's own usleep: the plug-in calls it by its name, and knows nothing of it.
 #include "app/Pacing.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Pauses of the program and of the plug-in in it, which a virtual clock can take over.
 #pragma once
 

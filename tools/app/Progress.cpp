@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Drawing of the progress line.
 #include "app/Progress.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The line that tells a waiting user what is going on.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The flag behind the signals that ask for the end.
 #include "app/Signals.h"
 

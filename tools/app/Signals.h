@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Orderly end on SIGINT, SIGTERM and SIGHUP (the terminal is closed): they only raise a flag, and every loop
 // of the program looks at it.
 #pragma once

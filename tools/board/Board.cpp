@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Questions to a board's libraries.
 #include "board/Board.h"
 

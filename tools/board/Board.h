@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One board, looked at beside the plug-in: what it is, which registers its firmware has, and its PHYs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking up the functions of the two board libraries.
 #include "board/BoardLibraries.h"
 

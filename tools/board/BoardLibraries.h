@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The hardware access layer and the applet runtime, as far as the host program uses them beside the plug-in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening of libraries.
 #include "board/DynamicLibrary.h"
 

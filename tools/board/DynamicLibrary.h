@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library of the installation, opened at run time.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Finding the installation.
 #include "board/Installation.h"
 

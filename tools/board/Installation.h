@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The installation: where the plug-in and the libraries that it uses lie.
 #pragma once
 

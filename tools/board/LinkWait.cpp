@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Asking for the link again and again.
 #include "board/LinkWait.h"
 

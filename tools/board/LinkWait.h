@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Waiting for a port's link before the first frame.
 #pragma once
 

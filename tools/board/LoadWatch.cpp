@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The handlers of the ways in which an initialiser can end the process.
 #include "board/LoadWatch.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Naming of a library that ends the process while it is loaded.
 #pragma once
 

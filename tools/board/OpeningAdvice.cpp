@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The failures of an opening, by the plug-in's words for them.
 #include "board/OpeningAdvice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What to try when the plug-in could not open a port.
 #pragma once
 

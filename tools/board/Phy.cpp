@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // MDIO transactions, paced as the firmware needs it.
 #include "board/Phy.h"
 

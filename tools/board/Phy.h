@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port's PHY, read over the board's MDIO master.
 #pragma once
 

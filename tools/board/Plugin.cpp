@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading of the plug-in, with failures in the program's own form.
 #include "board/Plugin.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plug-in, loaded and initialised.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Subscriptions at the log dispatcher.
 #include "board/PluginLog.h"
 

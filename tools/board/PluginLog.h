@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Messages of the plug-in that the program shows in its own words or place.
 #pragma once
 

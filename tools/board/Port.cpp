@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The life of an interface object.
 #include "board/Port.h"
 

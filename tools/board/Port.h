@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One GigE port in use, through the plug-in.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The text form of a port's address.
 #include "board/PortAddress.h"
 

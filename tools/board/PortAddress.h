@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which port of which board.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening an installation as the command line says.
 #include "board/Session.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An installation in use: its board libraries opened, and its simulated board, if it is one, cabled.
 #pragma once
 

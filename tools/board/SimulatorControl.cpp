@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Calls of the simulated board's control functions.
 #include "board/SimulatorControl.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control of the simulated board, where the installation has one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writing, and cutting back, of a file of blocks.
 #include "capture/BlockFile.h"
 

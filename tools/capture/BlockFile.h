@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A file made of blocks that must never end inside one.
 #pragma once
 

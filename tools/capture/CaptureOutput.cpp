@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Taking turns of files.
 #include "capture/CaptureOutput.h"
 

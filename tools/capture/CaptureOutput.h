@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where captured frames go: a file, standard output, or files in turn.
 #pragma once
 

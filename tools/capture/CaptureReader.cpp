@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Capture files through libpcap.
 #include "capture/CaptureReader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Filters through libpcap.
 #include "capture/FrameFilter.h"
 

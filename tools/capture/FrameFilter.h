@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Choosing frames by an expression of libpcap's filter language.
 #pragma once
 

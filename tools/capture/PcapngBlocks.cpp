@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Encoding of pcapng blocks: type, total length, fixed fields, options, total length again; all padded to 32
 // bits.
 #include "capture/PcapngBlocks.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blocks of a pcapng file that the writer needs, as bytes in the machine's byte order, which readers
 // recognise.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The life of a pcapng file.
 #include "capture/PcapngWriter.h"
 

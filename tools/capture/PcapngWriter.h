@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Writing of received frames as a pcapng file.
 #pragma once
 

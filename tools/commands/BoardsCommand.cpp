@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Listing of boards, as a table or as JSON.
 #include "commands/BoardsCommand.h"
 
@@ -9,7 +10,6 @@
 #include "board/Phy.h"
 #include "board/Session.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -100,10 +100,10 @@ void printTable(const Session& session, const std::vector<ListedBoard>& boards) 
 
 } // namespace
 
-BoardsCommand::BoardsCommand(CLI::App& program)
+BoardsCommand::BoardsCommand(Program& program)
     : Command(program, "boards", "List the boards and their ports, with the link of each port") {
     installation_.addTo(line());
-    line().add_flag("--json", json_, "Print JSON instead of a table");
+    line().flag("--json", json_, "Print JSON instead of a table");
 }
 
 int BoardsCommand::run() {

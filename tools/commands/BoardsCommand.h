@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Subcommand `boards`: what boards and ports there are.
 #pragma once
 
@@ -8,7 +9,7 @@ namespace orvo::host {
 
 class BoardsCommand : public Command {
 public:
-    explicit BoardsCommand(CLI::App& program);
+    explicit BoardsCommand(Program& program);
     int run() override;
 
 private:

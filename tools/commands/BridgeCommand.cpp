@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The order of a bridge: the TAP is had before the board is touched, and its link goes up when the port can
 // carry frames.
 #include "commands/BridgeCommand.h"
@@ -16,7 +17,6 @@
 #include "network/TapDevice.h"
 #include "traffic/Bridge.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <chrono>
@@ -180,33 +180,29 @@ BridgeTotals carry(const Surroundings& around, const BridgeOptions& options, con
     return bridge.totals();
 }
 
+void takeAddress(BridgeOptions& options, const std::string& text) {
+    options.addressText = text;
+    options.address = NetworkAddress::parse(text);
+    if (!options.address)
+        throw WrongValue(quoted(text) +
+                         " is not of the form ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
+}
+
 } // namespace
 
-BridgeCommand::BridgeCommand(CLI::App& program)
+BridgeCommand::BridgeCommand(Program& program)
     : Command(program, "bridge", "Make a port a network interface, until interrupted") {
     line()
-        .add_option("--tap", options_.tap, "TAP to make, or to take when there is one of this name")
-        ->required()
-        ->type_name("NAME");
-    line().add_flag("--up", options_.setUp, "Set the TAP's link up");
-    line()
-        .add_option_function<std::string>(
-            "--address",
-            [this](const std::string& text) {
-                options_.addressText = text;
-                options_.address = NetworkAddress::parse(text);
-                if (!options_.address)
-                    throw CLI::ValidationError("--address",
-                                               "'" + text +
-                                                   "' is not of the form ADDRESS/PREFIX, such as "
-                                                   "192.168.7.1/24 or fd00::1/64");
-            },
-            "Give the TAP an IP address, and set its link up")
-        ->type_name("A/N");
+        .text("--tap", "NAME", options_.tap, "TAP to make, or to take when there is one of this name")
+        .required();
+    line().flag("--up", options_.setUp, "Set the TAP's link up");
+    line().value(
+        "--address", "A/N", [this](const std::string& text) { takeAddress(options_, text); },
+        "Give the TAP an IP address, and set its link up");
     options_.port.addTo(line());
     options_.installation.addTo(line());
     options_.installation.addFaultsTo(line());
-    line().add_flag("--json", options_.json, "Print the report as JSON");
+    line().flag("--json", options_.json, "Print the report as JSON");
 }
 
 int BridgeCommand::run() {

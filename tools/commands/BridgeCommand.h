@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Subcommand `bridge`: a port as a network interface of Linux.
 #pragma once
 
@@ -36,7 +37,7 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting = {});
 
 class BridgeCommand : public Command {
 public:
-    explicit BridgeCommand(CLI::App& program);
+    explicit BridgeCommand(Program& program);
     int run() override;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking at counters of others.
 #include "commands/BridgeLosses.h"
 

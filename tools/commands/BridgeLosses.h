@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Frames of a bridge that are lost where the program does not handle them: in the TAP's queue and at the
 // board.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The order of a capture: filter, output and board are tried in this order, and nothing is replaced before
 // frames can come.
 #include "commands/CaptureCommand.h"
@@ -13,7 +14,6 @@
 #include "commands/UsedFiles.h"
 #include "faults/FaultWatch.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <chrono>
@@ -117,48 +117,41 @@ CaptureResult record(const CaptureOptions& options, Ports& ports, CaptureOutput&
     });
 }
 
+std::chrono::duration<double> durationFrom(const std::string& text) {
+    const auto seconds = decimalNumber(text);
+    if (seconds && *seconds >= shortestSeconds && *seconds <= longestSeconds)
+        return std::chrono::duration<double>(*seconds);
+    throw WrongValue(fmt::format("{} is no number of seconds from {} to {:.0f}", quoted(text),
+                                 shortestSeconds, longestSeconds));
+}
+
+FileRing ringFrom(const std::string& text) {
+    if (const auto ring = FileRing::parse(text)) return *ring;
+    throw WrongValue(quoted(text) +
+                     " is not of the form FILES:SIZE with at least 2 files of at least 4096 bytes, "
+                     "such as 10:100M");
+}
+
 } // namespace
 
-CaptureCommand::CaptureCommand(CLI::App& program)
+CaptureCommand::CaptureCommand(Program& program)
     : Command(program, "capture", "Write what a port receives as pcapng, until interrupted") {
     line()
-        .add_option("--write", options_.output, "File to write; - is standard output, for a pipe")
-        ->required()
-        ->type_name("OUT");
-    addNumber(line(), "--count", options_.limits.frames, {.least = 1}, "End after so many frames written");
-    line()
-        .add_option_function<std::string>(
-            "--duration",
-            [this](const std::string& text) {
-                const auto seconds = decimalNumber(text);
-                if (!seconds || *seconds < shortestSeconds || *seconds > longestSeconds)
-                    throw CLI::ValidationError("--duration",
-                                               fmt::format("'{}' is no number of seconds from {} to {:.0f}",
-                                                           text, shortestSeconds, longestSeconds));
-                options_.limits.time = std::chrono::duration<double>(*seconds);
-            },
-            "End after so many seconds")
-        ->type_name("S");
-    line()
-        .add_option_function<std::string>(
-            "--ring",
-            [this](const std::string& text) {
-                options_.ring = FileRing::parse(text);
-                if (!options_.ring)
-                    throw CLI::ValidationError("--ring",
-                                               "'" + text +
-                                                   "' is not of the form FILES:SIZE with at least 2 "
-                                                   "files of at least 4096 bytes, such as 10:100M");
-            },
-            "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number")
-        ->type_name("N:SIZE");
-    line()
-        .add_option("--filter", options_.filter, "Write only frames that match, in libpcap's filter language")
-        ->type_name("EXPR");
+        .text("--write", "OUT", options_.output, "File to write; - is standard output, for a pipe")
+        .required();
+    line().number("--count", options_.limits.frames, {.least = 1}, "End after so many frames written");
+    line().value(
+        "--duration", "S", [this](const std::string& text) { options_.limits.time = durationFrom(text); },
+        "End after so many seconds");
+    line().value(
+        "--ring", "N:SIZE", [this](const std::string& text) { options_.ring = ringFrom(text); },
+        "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number");
+    line().text("--filter", "EXPR", options_.filter,
+                "Write only frames that match, in libpcap's filter language");
     options_.port.addTo(line());
     options_.installation.addTo(line());
     options_.installation.addFaultsTo(line());
-    line().add_flag("--json", options_.json, "Print the report as JSON");
+    line().flag("--json", options_.json, "Print the report as JSON");
 }
 
 int CaptureCommand::run() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Subcommand `capture`: what a port receives, as pcapng.
 #pragma once
 
@@ -26,7 +27,7 @@ int runCapture(const CaptureOptions& options);
 
 class CaptureCommand : public Command {
 public:
-    explicit CaptureCommand(CLI::App& program);
+    explicit CaptureCommand(Program& program);
     int run() override;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Diagnosis of a port: the plug-in's report, decoded and judged.
 #include "commands/DiagnoseCommand.h"
 
@@ -11,7 +12,6 @@
 #include "diagnosis/Diagnosis.h"
 #include "faults/FaultWatch.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace orvo::host {
@@ -75,15 +75,13 @@ Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watc
     return {std::move(diagnosis), {address, port.finish()}};
 }
 
-DiagnoseCommand::DiagnoseCommand(CLI::App& program)
+DiagnoseCommand::DiagnoseCommand(Program& program)
     : Command(program, "diagnose", "Show what a port and its link are like, and what is wrong with them") {
     port_.addTo(line(), PortOptions::Reset::Never);
     installation_.addTo(line());
     installation_.addFaultsTo(line());
-    line().add_flag("--json", json_, "Print JSON instead of text");
-    line()
-        .add_option("--diff", oldFile_, "Show what changed since this diagnosis, kept with --json")
-        ->type_name("OLD.json");
+    line().flag("--json", json_, "Print JSON instead of text");
+    line().text("--diff", "OLD.json", oldFile_, "Show what changed since this diagnosis, kept with --json");
 }
 
 int DiagnoseCommand::run() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommand `diagnose`.
 #pragma once
 
@@ -27,7 +28,7 @@ Diagnosed diagnose(const Session& session, PortAddress port, FaultWatch* watch =
 /// Shows what a port and its link are like, and what is wrong with them.
 class DiagnoseCommand : public Command {
 public:
-    explicit DiagnoseCommand(CLI::App& program);
+    explicit DiagnoseCommand(Program& program);
     int run() override;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The extcap protocol: one process a question, answers in lines of braces on standard output.
 #include "commands/ExtcapCommand.h"
 
@@ -9,7 +10,6 @@
 #include "capture/FrameFilter.h"
 #include "commands/CaptureCommand.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <fcntl.h>
@@ -38,25 +38,22 @@ struct Call {
     CaptureOptions options;
 };
 
-Call parse(int argc, const char* const* argv) {
-    CLI::App line("Answers an analyser.", "orvo-gige");
-    line.allow_extras(); // newer analysers may say more than we need to know
+/// Nothing: the call was for help.
+std::optional<Call> parse(int argc, const char* const* argv) {
+    Program program(programName, "Answers an analyser.");
+    auto line = program.options(); // newer analysers may say more than we need to know
     Call call;
     std::string version;
-    line.add_flag("--extcap-interfaces", call.interfaces);
-    line.add_flag("--extcap-dlts", call.dlts);
-    line.add_flag("--extcap-config", call.config);
-    line.add_flag("--capture", call.capture);
-    line.add_option("--extcap-interface", call.interface);
-    line.add_option("--extcap-version", version)->expected(0, 1);
-    line.add_option("--extcap-capture-filter", call.filter);
-    line.add_option("--fifo", call.fifo);
-    line.add_flag("--no-reset", call.options.port.noReset);
-    try {
-        line.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        throw UsageFailure(std::string(error.what()) + "; only Wireshark and tshark call this program so");
-    }
+    line.flag("--extcap-interfaces", call.interfaces, "List the ports");
+    line.flag("--extcap-dlts", call.dlts, "Tell a port's kind of link");
+    line.flag("--extcap-config", call.config, "List what can be set for a port");
+    line.flag("--capture", call.capture, "Capture at a port");
+    line.text("--extcap-interface", "NAME", call.interface, "The port");
+    line.text("--extcap-version", "VERSION", version, "The analyser's version").optionalValue();
+    line.text("--extcap-capture-filter", "EXPR", call.filter, "Filter to capture with, or to check");
+    line.text("--fifo", "PIPE", call.fifo, "Where the capture goes");
+    line.flag("--no-reset", call.options.port.noReset, "Leave the board running");
+    if (!program.parse(argc, argv, "only Wireshark and tshark call this program so")) return std::nullopt;
     return call;
 }
 
@@ -189,7 +186,9 @@ bool isExtcapCall(int argc, const char* const* argv) {
 }
 
 int answerExtcapCall(int argc, const char* const* argv) {
-    auto call = parse(argc, argv);
+    auto parsed = parse(argc, argv);
+    if (!parsed) return Done;
+    auto& call = *parsed;
     if (call.interfaces) return listInterfaces();
     if (call.capture) return captureInto(call);
     addressOf(call.interface);
@@ -199,16 +198,14 @@ int answerExtcapCall(int argc, const char* const* argv) {
     return Done;
 }
 
-ExtcapCommand::ExtcapCommand(CLI::App& program)
+ExtcapCommand::ExtcapCommand(Program& program)
     : Command(program, "extcap", "Make the ports capture interfaces of Wireshark and tshark") {
     line()
-        .add_option("ACTION", action_, "install, or remove")
-        ->required()
-        ->check(CLI::IsMember({"install", "remove"}))
-        ->type_name("");
-    line()
-        .add_option("--folder", folder_, "Extcap folder (default: as 'tshark -G folders' says)")
-        ->type_name("DIR");
+        .choice(
+            "ACTION", {"install", "remove"}, [this](const std::string& action) { action_ = action; },
+            "Make them, or take them away")
+        .required();
+    line().text("--folder", "DIR", folder_, "Extcap folder (default: as 'tshark -G folders' says)");
 }
 
 int ExtcapCommand::run() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Ports as capture interfaces of Wireshark and tshark, through their extcap protocol.
 #pragma once
 
@@ -17,7 +18,7 @@ int answerExtcapCall(int argc, const char* const* argv);
 /// Subcommand `extcap`: puts the program where the analyser looks for capture interfaces.
 class ExtcapCommand : public Command {
 public:
-    explicit ExtcapCommand(CLI::App& program);
+    explicit ExtcapCommand(Program& program);
     int run() override;
 
 private:

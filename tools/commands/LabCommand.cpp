@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Command line of the lab, and what can be refused before anything is made.
 #include "commands/LabCommand.h"
 
@@ -5,8 +6,6 @@
 #include "app/Options.h"
 #include "lab/Containment.h"
 #include "lab/Terminal.h"
-
-#include <CLI/CLI.hpp>
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -23,44 +22,35 @@ std::string usersShell() {
 
 } // namespace
 
-LabCommand::LabCommand(CLI::App& program)
+LabCommand::LabCommand(Program& program)
     : Command(program, "lab",
               "Run a command on a network of its own, behind a port of the simulated board (root)") {
-    line()
-        .add_option("command", options_.command,
-                    "What to run in the host end, after -- (default: a shell); the port is gige0 there")
-        ->type_name("COMMAND...");
-    line()
-        .add_option("--camera", options_.camera,
-                    "What to run in the camera end meanwhile, by /bin/sh; its interface is camera0")
-        ->type_name("COMMAND");
+    line().rest("command", "COMMAND...", options_.command,
+                "What to run in the host end, after -- (default: a shell); the port is gige0 there");
+    line().text("--camera", "COMMAND", options_.camera,
+                "What to run in the camera end meanwhile, by /bin/sh; its interface is camera0");
     addAddress("--camera-address", options_.cameraAddress, "192.168.77.1/24", "Address of the camera end");
     addAddress("--host-address", options_.hostAddress, "192.168.77.2/24", "Address of the host end");
     addAddressTo(line(), options_.port);
-    line()
-        .add_option("--root", options_.root, "Installation to use (default: the one this program belongs to)")
-        ->type_name("DIR");
+    addRootTo(line(), options_.root);
 }
 
 void LabCommand::addAddress(const char* name, LabAddress& address, const char* text,
                             const char* description) {
     address.text = text;
     address.value = *NetworkAddress::parse(text);
-    const auto take = [&address, name](const std::string& given) {
+    const auto take = [&address](const std::string& given) {
         const auto value = NetworkAddress::parse(given);
         if (!value || value->family != AF_INET)
-            throw CLI::ValidationError(name, quoted(given) +
-                                                 " is not of the form ADDRESS/PREFIX with an IPv4 "
-                                                 "address, such as 192.168.77.1/24");
+            throw WrongValue(quoted(given) +
+                             " is not of the form ADDRESS/PREFIX with an IPv4 address, such as "
+                             "192.168.77.1/24");
         if (!value->isOfHost())
-            throw CLI::ValidationError(name, quoted(given) +
-                                                 " is not for a host of a network; give one that is, "
-                                                 "such as 192.168.77.1/24");
+            throw WrongValue(quoted(given) + " is not for a host of a network; give one that is, such as "
+                                             "192.168.77.1/24");
         address = {given, *value};
     };
-    line()
-        .add_option_function<std::string>(name, take, std::string(description) + " (default " + text + ")")
-        ->type_name("A/N");
+    line().value(name, "A/N", take, std::string(description) + " (default " + text + ")");
 }
 
 int LabCommand::run() {

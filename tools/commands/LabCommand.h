@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommand `lab`.
 #pragma once
 
@@ -9,7 +10,7 @@ namespace orvo::host {
 /// Runs commands in two network namespaces, at the ends of a cable that leads through the board.
 class LabCommand : public Command {
 public:
-    explicit LabCommand(CLI::App& program);
+    explicit LabCommand(Program& program);
     int run() override;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening and ending of ports.
 #include "commands/Ports.h"
 

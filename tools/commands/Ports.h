@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ports that a subcommand moves frames through.
 #pragma once
 

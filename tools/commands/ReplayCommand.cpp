@@ -1,9 +1,9 @@
+// SPDX-License-Identifier: MIT
 // The order of a replay: what can be refused is refused before the board is touched, and the output before
 // that.
 #include "commands/ReplayCommand.h"
 
 #include "app/Failure.h"
-#include "app/Numbers.h"
 #include "app/Output.h"
 #include "app/Progress.h"
 #include "app/Signals.h"
@@ -14,7 +14,6 @@
 #include "commands/UsedFiles.h"
 #include "faults/FaultWatch.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -111,57 +110,44 @@ std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t la
             {report.receivingPort, std::nullopt, received, late}};
 }
 
+Pace paceFrom(const std::string& text) {
+    if (const auto pace = Pace::parse(text)) return *pace;
+    throw WrongValue(
+        fmt::format("{} is none of recorded, max, a factor such as 2x ({:.6f}x to {:.0f}x), and frames "
+                    "per second such as 1000 ({} to {:.0f})",
+                    quoted(text), Pace::leastFactor, Pace::mostFactor, Pace::leastFramesPerSecond,
+                    Pace::mostFramesPerSecond));
+}
+
+PortAddress receivingPortFrom(const std::string& text) {
+    if (const auto port = PortAddress::parse(text)) return *port;
+    throw WrongValue(quoted(text) + " is not of the form BOARD/PORT, such as 0/1");
+}
+
 } // namespace
 
-ReplayCommand::ReplayCommand(CLI::App& program)
+ReplayCommand::ReplayCommand(Program& program)
     : Command(program, "replay",
               "Send every frame of a capture through a port, and receive what comes back") {
+    line().text("IN", "", options_.input, "Capture to send, pcap or pcapng, of Ethernet frames").required();
     line()
-        .add_option("IN", options_.input, "Capture to send, pcap or pcapng, of Ethernet frames")
-        ->required()
-        ->type_name("");
-    line()
-        .add_option("--write", options_.output, "Write what the port receives to this file, as pcapng")
-        ->check(CLI::Validator([](const std::string& text) { return text.empty() ? "it names no file" : ""; },
-                               ""))
-        ->type_name("OUT");
-    line().add_flag("--verify", options_.verify, "Demand that every frame comes back identical and in order");
-    line()
-        .add_option_function<std::string>(
-            "--pace",
-            [this](const std::string& text) {
-                const auto pace = Pace::parse(text);
-                if (!pace)
-                    throw CLI::ValidationError(
-                        "--pace",
-                        fmt::format(
-                            "'{}' is none of recorded, max, a factor such as 2x ({:.6f}x to {:.0f}x), and "
-                            "frames per second such as 1000 ({} to {:.0f})",
-                            text, Pace::leastFactor, Pace::mostFactor, Pace::leastFramesPerSecond,
-                            Pace::mostFramesPerSecond));
-                options_.pace = *pace;
-            },
-            "Send as recorded, N times as fast (2x, 0.5x), at a rate in frames per second (1000), or as fast "
-            "as "
-            "what returns has room (max, default)")
-        ->type_name("recorded|Nx|PPS|max");
-    addNumber(line(), "--loop", options_.times, {},
-              "Send the capture N times; 0: until interrupted (default 1)");
+        .text("--write", "OUT", options_.output, "Write what the port receives to this file, as pcapng")
+        .notEmpty();
+    line().flag("--verify", options_.verify, "Demand that every frame comes back identical and in order");
+    line().value(
+        "--pace", "recorded|Nx|PPS|max", [this](const std::string& text) { options_.pace = paceFrom(text); },
+        "Send as recorded, N times as fast (2x, 0.5x), at a rate in frames per second (1000), or as fast as "
+        "what "
+        "returns has room (max, default)");
+    line().number("--loop", options_.times, {}, "Send the capture N times; 0: until interrupted (default 1)");
     options_.port.addTo(line());
-    line()
-        .add_option_function<std::string>(
-            "--receive",
-            [this](const std::string& text) {
-                options_.receivingPort = PortAddress::parse(text);
-                if (!options_.receivingPort)
-                    throw CLI::ValidationError("--receive",
-                                               "'" + text + "' is not of the form BOARD/PORT, such as 0/1");
-            },
-            "Port that receives (default: the one that the simulated wire leads to, else the sending one)")
-        ->type_name("BOARD/PORT");
+    line().value(
+        "--receive", "BOARD/PORT",
+        [this](const std::string& text) { options_.receivingPort = receivingPortFrom(text); },
+        "Port that receives (default: the one that the simulated wire leads to, else the sending one)");
     options_.installation.addTo(line());
     options_.installation.addFaultsTo(line());
-    line().add_flag("--json", options_.json, "Print the report as JSON");
+    line().flag("--json", options_.json, "Print the report as JSON");
 }
 
 int ReplayCommand::run() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Subcommand `replay`: a capture through a port and back.
 #pragma once
 
@@ -24,7 +25,7 @@ struct ReplayOptions {
 
 class ReplayCommand : public Command {
 public:
-    explicit ReplayCommand(CLI::App& program);
+    explicit ReplayCommand(Program& program);
     int run() override;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The replay's report as text and as JSON.
 #include "commands/ReplayReport.h"
 

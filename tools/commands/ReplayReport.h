@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a replay tells its user in the end.
 #pragma once
 

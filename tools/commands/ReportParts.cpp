@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Forms of the parts.
 #include "commands/ReportParts.h"
 

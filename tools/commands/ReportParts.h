@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Parts that the reports of several subcommands are made of, as text and as JSON.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Forced reset of one port, timed, with the link before and after.
 #include "commands/ResetCommand.h"
 
@@ -12,7 +13,6 @@
 #include "board/Session.h"
 #include "faults/FaultWatch.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -64,12 +64,12 @@ nlohmann::ordered_json jsonOf(const ResetOutcome& outcome, PortAddress address,
 
 } // namespace
 
-ResetCommand::ResetCommand(CLI::App& program)
+ResetCommand::ResetCommand(Program& program)
     : Command(program, "reset", "Reset the PHY of a port, and wait for its link") {
     port_.addTo(line(), PortOptions::Reset::Never);
     installation_.addTo(line());
     installation_.addFaultsTo(line());
-    line().add_flag("--json", json_, "Print JSON instead of text");
+    line().flag("--json", json_, "Print JSON instead of text");
 }
 
 int ResetCommand::run() {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The subcommand `reset`.
 #pragma once
 
@@ -9,7 +10,7 @@ namespace orvo::host {
 /// Resets the PHY of one port and waits for its link.
 class ResetCommand : public Command {
 public:
-    explicit ResetCommand(CLI::App& program);
+    explicit ResetCommand(Program& program);
     int run() override;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Comparing of files with those of wires.
 #include "commands/UsedFiles.h"
 

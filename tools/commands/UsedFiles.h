@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a subcommand's files must not be.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The document: made from the report, read from a file, compared.
 #include "diagnosis/Diagnosis.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The diagnosis of a port as one document, from which every form of output is made.
 #pragma once
 

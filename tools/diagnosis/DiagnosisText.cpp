@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The diagnosis for people, made from the document and nothing else.
 #include "app/Output.h"
 #include "diagnosis/Diagnosis.h"

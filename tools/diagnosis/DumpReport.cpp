@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of the report's lines by their labels; the blanks that align them do not matter here.
 #include "diagnosis/DumpReport.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The plug-in's diagnostic report, read back from its log lines.
 #pragma once
 

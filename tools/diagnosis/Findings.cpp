@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The rules by which readings become findings.
 #include "diagnosis/Findings.h"
 

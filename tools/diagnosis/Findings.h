@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is wrong with a link, in words.
 #pragma once
 

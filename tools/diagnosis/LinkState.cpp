@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Resolution of auto-negotiation (IEEE 802.3 annex 28B.3: the best ability that both ends offer).
 #include "diagnosis/LinkState.h"
 

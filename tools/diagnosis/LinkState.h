@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What two ends of a cable agreed on, from the PHY's registers.
 #pragma once
 

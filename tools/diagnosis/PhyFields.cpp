@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The table of PHY register fields.
 #include "diagnosis/PhyFields.h"
 

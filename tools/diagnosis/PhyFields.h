@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The registers of an Ethernet PHY by name and bit (IEEE 802.3 clause 22, with 28 for auto-negotiation and 40
 // for 1000BASE-T).
 #pragma once

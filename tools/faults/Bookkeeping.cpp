@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What must have moved.
 #include "faults/Bookkeeping.h"
 

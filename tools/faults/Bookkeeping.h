@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Conclusions from the books: what faults must have moved, and whether every frame is accounted for.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The account of every frame: host, plug-in and board, port by port.
 #include "faults/Bookkeeping.h"
 

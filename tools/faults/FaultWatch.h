@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Keeping the books while faults happen: what ports and plug-in counted before and after, and the ledger made
 // of it.
 #pragma once

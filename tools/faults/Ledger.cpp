@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Forms of the ledger.
 #include "faults/Ledger.h"
 

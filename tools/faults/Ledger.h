@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ledger of a run with faults: what was injected, what moved, and what became of every frame.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Telling messages apart.
 #include "faults/MessageCounter.h"
 

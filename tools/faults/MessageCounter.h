@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counting of the plug-in's messages that a fault brings forth, or that tell of a frame dropped.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Starting of processes.
 #include "lab/Child.h"
 

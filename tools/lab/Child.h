@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Processes of the lab.
 #pragma once
 

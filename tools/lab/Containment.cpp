@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Process namespaces end with their first process, and that one is made to end with this one.
 #include "lab/Containment.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A process whose end is the end of everything that was started below it.
 #pragma once
 

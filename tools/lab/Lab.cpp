@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Making of the ends, and the order in which everything in them starts and ends.
 #include "lab/Lab.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A camera end and a host end, with a port of the simulated board between them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lab's board is `bridge` with its wire in another namespace.
 #include "lab/LabBridge.h"
 

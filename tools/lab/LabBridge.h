@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The board's part of the lab.
 #pragma once
 

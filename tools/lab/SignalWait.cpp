@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The blocked set, and taking from it.
 #include "lab/SignalWait.h"
 

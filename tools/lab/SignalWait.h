@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Signals taken one by one, instead of by handlers.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Foreground process groups.
 #include "lab/Terminal.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whose keyboard it is: a terminal has one process group in its foreground.
 #pragma once
 

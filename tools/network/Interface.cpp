@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Addresses and counters by netlink (which getifaddrs speaks), links by ioctl.
 #include "network/Interface.h"
 

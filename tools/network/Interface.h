@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Settings and counters of network interfaces, as the kernel keeps them.
 #pragma once
 

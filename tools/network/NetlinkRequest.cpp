@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Laying out and sending of requests.
 #include "network/NetlinkRequest.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Requests to the kernel's network code.
 #pragma once
 

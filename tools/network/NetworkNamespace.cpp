@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Namespaces are held by descriptors of their files in /proc.
 #include "network/NetworkNamespace.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Network namespaces without names.
 #pragma once
 

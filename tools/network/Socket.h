@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A socket that goes with its scope.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Dealings with /dev/net/tun.
 #include "network/TapDevice.h"
 

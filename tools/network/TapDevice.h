@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A TAP: a network interface of Linux whose cable ends in this program.
 #pragma once
 

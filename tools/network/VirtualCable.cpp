@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The cable is made by one netlink message; what the interfaces leave to hardware is an ethtool request.
 #include "network/VirtualCable.h"
 

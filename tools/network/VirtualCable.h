@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A cable between two network namespaces.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The two directions of a bridge.
 #include "traffic/Bridge.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port and a TAP as one wire.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The capturing thread, and the one that waits for its end.
 #include "traffic/Capture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Recording of what a port receives.
 #pragma once
 

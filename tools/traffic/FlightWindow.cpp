@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Bookkeeping of frames under way.
 #include "traffic/FlightWindow.h"
 

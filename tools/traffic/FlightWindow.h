@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much may be under way between sending and receiving port.
 #pragma once
 

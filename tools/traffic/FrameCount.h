@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much went one way.
 #pragma once
 

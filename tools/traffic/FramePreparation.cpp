@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sorting out and padding of captured frames.
 #include "traffic/FramePreparation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a captured frame needs before a port can send it.
 #pragma once
 

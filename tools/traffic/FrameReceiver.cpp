@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The receiving thread.
 #include "traffic/FrameReceiver.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The receiving side of a replay: a thread that takes frames from a port.
 #pragma once
 

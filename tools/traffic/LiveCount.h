@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counters of a running thread that others look at.
 #pragma once
 

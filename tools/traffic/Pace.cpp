@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Schedules, and waiting for a point in time.
 #include "traffic/Pace.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // When each frame of a replay is due.
 #pragma once
 

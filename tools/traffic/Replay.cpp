@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The sending thread.
 #include "traffic/Replay.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sending of a capture through one port and receiving at the same or another one.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Matching of received with sent frames.
 #include "traffic/Verifier.h"
 

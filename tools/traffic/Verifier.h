@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Comparison of what came back with what was sent.
 #pragma once
 

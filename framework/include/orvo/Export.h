@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Symbol visibility of everything that crosses a library boundary. All libraries here are compiled with
 // hidden visibility, so what does not carry ORVO_EXPORT stays inside its library.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A board's registers, its FPGA and its power.
 #include "Board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One simulated frame-grabber board: what the host reaches through a device handle.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What keeps a board from answering as usual, in one word that the usual way looks at once.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The host's side of a board's data queues.
 #include "Board.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cables between ports, and all that ends outside the simulation.
 #include "Cabling.h"
 

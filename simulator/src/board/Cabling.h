@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Plugging and unplugging of wires.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ring behind a data queue.
 #include "DataQueue.h"
 

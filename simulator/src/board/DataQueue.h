@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A data queue of the board: a bounded ring of 32-bit words between the firmware and the host.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Giving out and taking back device handles.
 #include "DeviceHandles.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Device handles of one board: numbers that look like pointers and can be told valid, released and foreign
 // apart.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Counting faults down.
 #include "Faults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults that are to happen: named, counted, and gone when they have happened often enough.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Who meets whom on a cable.
 #include "Link.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The link between a port and the far end of its cable.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // MDIO transactions.
 #include "MdioMaster.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The board's MDIO master: a few registers, and behind them one PHY per port.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port's registers, and its wire.
 #include "Port.h"
 

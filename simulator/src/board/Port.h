@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One GigE port: its registers, its data queues, its PHY and what it is cabled with.
 #pragma once
 

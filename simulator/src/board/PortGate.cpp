@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The slow half of the gate.
 #include "PortGate.h"
 

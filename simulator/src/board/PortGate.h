@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether frames may pass a port's MAC: the switches that its transmitter and its receiver look at for every
 // frame.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The road of a frame from the wire into the receive queue.
 #include "Receiver.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port's receiving MAC: checks what comes from the wire and hands it to the host.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From the transmit buffer onto the wire.
 #include "Transmitter.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A port's transmitter: the buffer that the host writes, and the way onto the wire.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Checking of cables.
 #include "CablePlan.h"
 

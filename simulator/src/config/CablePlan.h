@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Which wires the ports get when the simulation starts.
 #pragma once
 

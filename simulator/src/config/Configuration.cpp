@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of configuration files.
 #include "Configuration.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the simulation consists of, as the configuration file says it.
 #pragma once
 

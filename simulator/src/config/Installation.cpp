@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The installation that this library is part of.
 #include "Installation.h"
 

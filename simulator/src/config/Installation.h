@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the simulation finds its configuration.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of text files.
 #include "TextFile.h"
 

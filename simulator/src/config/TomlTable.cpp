@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of TOML tables.
 #include "TomlTable.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Typed access to a table of a TOML file, with errors that name the file and the line.
 #pragma once
 

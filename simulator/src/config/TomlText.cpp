@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From a file's text to its tables.
 #include "TomlTable.h"
 

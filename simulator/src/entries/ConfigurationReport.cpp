@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one report of a configuration error.
 #include "ConfigurationReport.h"
 

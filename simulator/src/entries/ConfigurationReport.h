@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Telling the user of a bad configuration file, once.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entries of the hardware access layer: devices and their FPGA.
 #include "ConfigurationReport.h"
 #include "Simulation.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entries of the hardware access layer: data queues.
 #include "Simulation.h"
 

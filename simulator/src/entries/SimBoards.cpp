@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control entries: boards, their firmware, and the clock.
 #include "ConfigurationReport.h"
 #include "Simulation.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control entries: what the firmware reports, and faults.
 #include "Simulation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control entries: a port's PHY, and what the port did.
 #include "Simulation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control entries: fault scripts, their ledger, and the accounts of ports.
 #include "Simulation.h"
 #include "Texts.h"

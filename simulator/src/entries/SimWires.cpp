@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control entries: cables, what comes through them, and the far end's PHY.
 #include "Simulation.h"
 #include "Texts.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts that go out to callers.
 #pragma once
 

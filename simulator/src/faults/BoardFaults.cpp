@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Handing a board's faults to the places where they happen.
 #include "BoardFaults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a fault script means for one board.
 #pragma once
 

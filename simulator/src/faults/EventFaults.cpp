@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Hands on the bench, by script.
 #include "EventFaults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults that befall a board from outside: at moments, or after frames.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking up kinds, and the words for what they count and move.
 #include "FaultKinds.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The kinds of faults that a script may ask for: the one table behind the parser, the ledger and the guide.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading of fault scripts.
 #include "FaultScript.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Fault scripts: which faults are to happen when, as a TOML text says it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Resets that take their time.
 #include "PhyFaults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults of a port's PHY.
 #pragma once
 

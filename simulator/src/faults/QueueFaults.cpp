@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Transmissions gone wrong.
 #include "QueueFaults.h"
 

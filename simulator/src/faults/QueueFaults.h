@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults of a port's receive queue, as the host reads it, transmission by transmission.
 #pragma once
 

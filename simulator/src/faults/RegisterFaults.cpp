@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads that go wrong.
 #include "RegisterFaults.h"
 

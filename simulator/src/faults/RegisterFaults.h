@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults of register reads.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Turns of a fault.
 #include "ScriptedFault.h"
 

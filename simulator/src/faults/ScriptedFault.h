@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One entry of a fault script at work: whether it is its turn, and how often it was.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What happens to frames on a bad wire.
 #include "WireFaults.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Faults of a wire: between a port and its wire, one way.
 #pragma once
 

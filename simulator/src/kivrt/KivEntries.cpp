@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entries of the simulated applet runtime: the register maps of the firmware versions that boards run. An
 // applet handle is a pointer to such a map.
 #include <orvo/hal/kivrt.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Auto-negotiation, parallel detection and forced modes.
 #include "Negotiation.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What two ends of a cable agree on: auto-negotiation of IEEE 802.3 clauses 28 and 40, as a pure function.
 #pragma once
 

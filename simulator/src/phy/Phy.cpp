@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registers of a PHY and its way through resets.
 #include "Phy.h"
 

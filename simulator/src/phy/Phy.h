@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One port's PHY: its registers as MDIO sees them, and what it shows to the other end of the cable.
 #pragma once
 

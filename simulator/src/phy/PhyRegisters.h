@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Registers and bits of the PHYs, by the names of IEEE 802.3 clause 22.
 #pragma once
 

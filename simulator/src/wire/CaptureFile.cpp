@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Capture files.
 #include "CaptureFile.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reading and writing of capture files, by libpcap.
 #pragma once
 

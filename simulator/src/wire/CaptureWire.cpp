@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Playing and recording of captures.
 #include "CaptureWire.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A wire that plays a capture file towards its port, and records what the port transmits.
 #pragma once
 

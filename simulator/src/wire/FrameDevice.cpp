@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What is said about frames that are too long.
 #include "FrameDevice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A way into and out of a network interface.
 #pragma once
 

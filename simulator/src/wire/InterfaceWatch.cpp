@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Looking at a network interface: netlink rings, and the usual requests tell what there is.
 #include "InterfaceWatch.h"
 

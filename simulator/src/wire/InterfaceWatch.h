@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The state of a network interface, and a bell that rings when interfaces change.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The checksum of IP, TCP and UDP, where the sender left it to its network card.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The thread of a live wire, and sending through it.
 #include "LiveWire.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A wire to a network interface of this machine: its frames come and go in real time.
 #pragma once
 

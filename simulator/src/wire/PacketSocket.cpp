@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Packet sockets: a ring of slots that the kernel fills with arriving frames, and plain sending.
 #include "PacketSocket.h"
 

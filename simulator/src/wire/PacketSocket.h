@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A network interface as a wire sees it through a packet socket: everything that arrives there.
 #pragma once
 

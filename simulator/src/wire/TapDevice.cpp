@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // TAP interfaces, by the tun driver.
 #include "TapDevice.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A TAP interface, whose network is this program.
 #pragma once
 

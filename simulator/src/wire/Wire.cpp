@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The simple wires, and the choice among all.
 #include "Wire.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a port is plugged to: the interface of all wires.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Texts of wires.
 #include "WireSpec.h"
 

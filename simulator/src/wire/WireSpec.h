@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a port is to be cabled with, as text and taken apart.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A library without functions, whose initialiser ends the process as STUB_ENDING says.
 #include <csignal>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Both board libraries in one, all entries of which answer the same; as a board library that lacks one entry
 // when that entry's name is defined as another.
 #include <orvo/hal/kivrt.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A plug-in with two classes. Defining one of the names below otherwise gives it a fault, and so does
 // defining the name of one of the four symbols as another, which takes the symbol away.
 #include <orvo/core/Plugin.h>

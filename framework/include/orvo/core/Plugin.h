@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What every plug-in of the framework is made of: the base class of its objects and the descriptor row by
 // which the framework's plug-in core finds their factory.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Loading of a plug-in library: the framework's side of the four exported plug-in symbols.
 #pragma once
 

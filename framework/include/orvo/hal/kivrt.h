@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entry points of the applet runtime, library "libkivrt.so", as C prototypes.
 //
 // The plug-in opens the library at run time and calls it through forwarding functions of the same names; a

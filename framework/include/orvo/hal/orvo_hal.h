@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Entry points of the hardware access layer, library "liborvo_hal.so", as C prototypes.
 //
 // The plug-in opens the library at run time and calls it through forwarding functions of the same names; a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Control of the simulated board: what a hand at the real one would do. Cables, frames from the far end,
 // faults, and what happened at a port. Exported by the simulated hardware access layer (liborvo_hal.so); the
 // real one has none of these, so look a function up at run time when the program must also run on a real

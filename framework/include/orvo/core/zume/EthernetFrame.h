@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The Ethernet frame as the network stack hands it around.
 #pragma once
 

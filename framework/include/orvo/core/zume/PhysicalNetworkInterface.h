@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The abstract network port that the network stack drives; a plug-in implements it for one kind of hardware.
 #pragma once
 

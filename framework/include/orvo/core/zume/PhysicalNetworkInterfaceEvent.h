@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a network port reports without being asked.
 #pragma once
 

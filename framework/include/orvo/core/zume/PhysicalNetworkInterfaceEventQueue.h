@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The road of a port's events to the framework.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A bounded first-in first-out queue between threads, with an interruption that releases everyone for good.
 #pragma once
 

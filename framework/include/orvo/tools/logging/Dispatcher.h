@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The contract between a logging facility and the dispatcher library "common-logging-dispatcher", which
 // decides what loggers exist, what passes, and where messages end up. Plain C types: the two sides share
 // nothing else.

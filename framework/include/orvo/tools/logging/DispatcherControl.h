@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a host program may ask of the log dispatcher: to receive messages itself. Exported by our dispatcher
 // library next to "logging_dispatcher_descriptor"; another dispatcher may not have it, so look the functions
 // up at run time when the program must also run with one.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A named logger of the plug-in's logging facility, as its users see it.
 #pragma once
 
