@@ -2,6 +2,7 @@
 // Writing, and cutting back, of a file of blocks.
 #include "capture/BlockFile.h"
 
+#include "app/OutputFile.h"
 #include "app/Signals.h"
 
 #include <fcntl.h>
@@ -34,15 +35,11 @@ BlockFile::BlockFile(const std::string& path, std::size_t closingBlockBytes, Tar
 }
 
 void BlockFile::openNamed() {
-    constexpr int flags = O_WRONLY | O_CLOEXEC;
-    descriptor_ = open(path_.c_str(), flags | O_CREAT | O_EXCL, 0666);
+    descriptor_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC | O_CREAT | O_EXCL, 0666);
     made_ = descriptor_ >= 0;
     found_ = !made_ && errno == EEXIST;
-    if (found_) descriptor_ = open(path_.c_str(), flags);
-    if (descriptor_ >= 0) return;
-    const int reason = errno;
-    throwIfEndRequested();
-    fail(reason);
+    if (found_) descriptor_ = openToWrite(path_);
+    if (descriptor_ < 0) fail(errno);
 }
 
 // It may be a file that others wrote to before, and that the shell opened for appending.

@@ -4,7 +4,7 @@
 
 #include "app/Failure.h"
 #include "app/Output.h"
-#include "app/Signals.h"
+#include "app/OutputFile.h"
 #include "board/Board.h"
 #include "board/Session.h"
 #include "capture/FrameFilter.h"
@@ -121,12 +121,9 @@ private:
 /// The pipe comes first: the analyser waits for it to be opened, and the board's reset takes its time.
 int captureInto(Call& call) {
     if (call.fifo.empty()) throw UsageFailure("--capture needs a pipe to write to; name one with --fifo");
-    const int pipe = open(call.fifo.c_str(), O_WRONLY | O_CLOEXEC);
-    const bool redirected = pipe >= 0 && dup2(pipe, STDOUT_FILENO) >= 0;
-    const int reason = errno;
-    throwIfEndRequested(); // while nobody had opened the pipe's other end
-    if (!redirected)
-        throw Failure("cannot write to " + host::quoted(call.fifo) + ": " + systemError(reason) +
+    const int pipe = openToWrite(call.fifo);
+    if (pipe < 0 || dup2(pipe, STDOUT_FILENO) < 0)
+        throw Failure("cannot write to " + host::quoted(call.fifo) + ": " + systemError(errno) +
                       "; the analyser makes this pipe and reads from it");
     close(pipe);
     call.options.port.address = addressOf(call.interface);
