@@ -3,22 +3,13 @@
 #include "app/Failure.h"
 #include "app/Notice.h"
 #include "app/Signals.h"
-#include "commands/BoardsCommand.h"
-#include "commands/BridgeCommand.h"
-#include "commands/CaptureCommand.h"
-#include "commands/DiagnoseCommand.h"
 #include "commands/ExtcapCommand.h"
-#include "commands/LabCommand.h"
-#include "commands/ReplayCommand.h"
-#include "commands/ResetCommand.h"
+#include "commands/HostProgram.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <memory>
 #include <new>
-#include <vector>
 
 namespace {
 
@@ -50,19 +41,6 @@ void holdClosedStreams() {
     if (descriptor >= 0) close(descriptor);
 }
 
-using Commands = std::vector<std::unique_ptr<Command>>;
-
-template <class... Each> Commands declare(Program& program) {
-    Commands commands;
-    (commands.push_back(std::make_unique<Each>(program)), ...);
-    return commands;
-}
-
-Commands declareCommands(Program& program) {
-    return declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-                   DiagnoseCommand, ResetCommand>(program);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -71,14 +49,10 @@ int main(int argc, char** argv) {
         installSignalHandlers();
         return runGuarded([&] { return answerExtcapCall(argc, argv); });
     }
-    Program program("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.");
-    program.haveSubcommands("orvo-gige " ORVO_VERSION);
-    const auto commands = declareCommands(program);
+    HostProgram program;
     return runGuarded([&]() -> int {
-        if (!program.parse(argc, argv)) return Done;
+        if (!program.line.parse(argc, argv)) return Done;
         installSignalHandlers();
-        const auto chosen =
-            std::ranges::find_if(commands, [](const auto& command) { return command->chosen(); });
-        return (*chosen)->run();
+        return program.chosen().run();
     });
 }

@@ -27,6 +27,40 @@ std::string joined(const std::vector<std::string>& words, const char* separator)
     return text;
 }
 
+std::vector<std::string> namesOf(const CLI::Option& option) {
+    if (option.get_positional()) return {option.get_single_name()};
+    std::vector<std::string> names;
+    for (const auto& name : option.get_snames()) names.push_back("-" + name);
+    for (const auto& name : option.get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+std::string formOf(const CLI::Option& option) {
+    if (option.get_items_expected_max() == 0) return "";
+    const auto form = option.get_type_name();
+    return form.empty() ? option.get_single_name() : form;
+}
+
+OptionDescription descriptionOf(const CLI::Option& option) {
+    const auto form = formOf(option);
+    return {.names = namesOf(option),
+            .form = form,
+            .choices = choicesOf(form),
+            .description = option.get_description(),
+            .required = option.get_required(),
+            .repeatable = option.get_items_expected_max() > 1 ||
+                          option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll,
+            .positional = option.get_positional()};
+}
+
+CommandDescription descriptionOf(const CLI::App& app) {
+    CommandDescription description{app.get_name(), app.get_description(), {}, {}};
+    for (const auto* option : app.get_options()) description.options.push_back(descriptionOf(*option));
+    for (const auto* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        description.subcommands.push_back(descriptionOf(*command));
+    return description;
+}
+
 } // namespace
 
 Option& Option::required() {
@@ -136,6 +170,10 @@ bool Program::parse(int argc, const char* const* argv, const std::string& advice
         throw UsageFailure(mistake(error.what()) + "; " + (advice.empty() ? ownAdvice() : advice));
     }
     return true;
+}
+
+CommandDescription Program::description() const {
+    return descriptionOf(*app_);
 }
 
 std::string Program::mistake(const std::string& what) const {

@@ -3,6 +3,7 @@
 // arguments.
 #pragma once
 
+#include "app/CommandDescription.h"
 #include "app/Numbers.h"
 
 #include <concepts>
@@ -102,6 +103,9 @@ public:
     /// Errors: UsageFailure, which says what is wrong and, behind a semicolon, `advice`; where that is empty,
     /// which help to read.
     bool parse(int argc, const char* const* argv, const std::string& advice = "");
+
+    /// What has been declared so far.
+    CommandDescription description() const;
 
 private:
     std::string mistake(const std::string& what) const;

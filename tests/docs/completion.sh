@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# completion.sh PROGRAM: sources the program's script for bash and asks for completions as bash does; where there is a
+# zsh, has it complete, too.
+set -u
+program=$1
+failed=0
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+mkdir captures
+touch captured.pcapng 'with blank.pcap' orvo-camera
+chmod +x orvo-camera
+PATH+=:$folder
+# shellcheck disable=SC1090
+source <("$program" completion bash)
+
+# offers "ANSWER..." WORD...: what is offered for the last of the words behind the program's name, in this order.
+offers() {
+    COMP_WORDS=(orvo-gige "${@:2}")
+    COMP_CWORD=$(($# - 1))
+    COMPREPLY=()
+    _orvo_gige
+    [ "${COMPREPLY[*]-}" = "$1" ] && return
+    echo "'${*:2}': expected '$1', found '${COMPREPLY[*]-}'" >&2
+    failed=1
+}
+
+offers "replay reset" re
+offers "--version" --v
+offers "--help" boards --h
+offers "--write --wire" replay --w
+offers "real virtual" replay --time ""
+offers "real virtual" replay --time =
+offers "virtual" replay --time = v
+offers "--wire" replay --wire 0 = port : 0/1 --wi # once more; it was given in words that bash split
+offers "" replay --json --js
+offers "captured.pcapng captures" replay capt
+offers "with blank.pcap" replay with
+offers "captures" boards --root ca
+offers "" capture --count 1 --tap
+offers "install remove" extcap ""
+offers "remove" extcap --folder captures r
+offers "" extcap install ""
+offers "bash zsh" completion ""
+offers "captured.pcapng captures" lab --port 1 -- ls capt
+offers "orvo-camera" lab -- orvo-cam
+
+if command -v zsh >/dev/null; then
+    "$program" completion zsh >_orvo-gige
+    zsh -n _orvo-gige || failed=1
+fi
+exit "$failed"
