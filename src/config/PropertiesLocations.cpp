@@ -14,6 +14,8 @@ namespace orvo::templates::platform {
 namespace {
 
 constexpr const char* fileName = "/rt.conf";
+constexpr const char* configuration = "/.config"; // both below HOME
+constexpr const char* directory = "/.config/orvo";
 
 std::string homeDirectory() {
     const char* home = std::getenv("HOME");
@@ -30,15 +32,23 @@ bool makeDirectory(const std::string& path) {
 
 std::string systemPropertiesFile() {
     const char* root = hal::installationRoot();
-    return root ? std::string(root) + fileName : std::string();
+    return root ? propertiesFileIn(root) : std::string();
+}
+
+std::string propertiesFileIn(const std::string& root) {
+    return root + fileName;
 }
 
 std::string userPropertiesFile() {
     const std::string home = homeDirectory();
     if (home.empty()) return {};
-    const std::string configuration = home + "/.config";
-    const std::string directory = configuration + "/orvo";
-    return makeDirectory(configuration) && makeDirectory(directory) ? directory + fileName : std::string();
+    return makeDirectory(home + configuration) && makeDirectory(home + directory) ? userPropertiesPath()
+                                                                                  : std::string();
+}
+
+std::string userPropertiesPath() {
+    const std::string home = homeDirectory();
+    return home.empty() ? std::string() : home + directory + fileName;
 }
 
 } // namespace orvo::templates::platform

@@ -2,34 +2,13 @@
 // The sources of a tuning value, in order of precedence.
 #include "config/TweakProperties.h"
 
-#include <boost/algorithm/string/predicate.hpp>
+#include "config/TweakText.h"
 
 #include <cstdlib>
-#include <sstream>
 #include <stdexcept>
 
 namespace orvo::templates::platform {
 namespace {
-
-template <class T> std::optional<T> converted(const std::string& text) {
-    std::istringstream stream(text);
-    T value{};
-    stream >> value;
-    if (stream.fail()) return std::nullopt; // fail or bad bit
-    return value;
-}
-
-/// What follows '=' in an argument of the form "--option=value", if it is of that form and the option is
-/// ours.
-std::optional<std::string> optionValue(const std::string& argument, const std::string& option) {
-    const auto nameStart = argument.find_first_not_of('-');
-    if (nameStart == std::string::npos) return std::nullopt;
-    const auto equals = argument.find('=', nameStart);
-    if (equals == std::string::npos) return std::nullopt;
-    if (!boost::algorithm::iequals(argument.substr(nameStart, equals - nameStart), option))
-        return std::nullopt;
-    return argument.substr(equals + 1);
-}
 
 template <class T> std::optional<T> fromCommandLine(const std::string& option, int argc, char** argv) {
     if (option.empty() || !argv) return std::nullopt;

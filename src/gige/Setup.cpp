@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Turning an injected interface into one that can move frames.
+#include "config/PreSendWait.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"
 #include "gige/RegisterAccess.h"
@@ -7,26 +8,12 @@
 
 #include <cstdlib>
 #include <exception>
-#include <limits>
-#include <optional>
-#include <sstream>
 
 namespace orvo::core::zume {
 
 using tools::logging::Hex;
 
 namespace {
-
-/// The waiting time before each frame in milliseconds, if the environment has one that `usleep` can wait.
-std::optional<std::uint32_t> preSendWaitTimeFromEnvironment() {
-    const char* text = std::getenv("ORVO_PRE_SEND_WAIT_TIME");
-    if (!text) return std::nullopt;
-    std::istringstream stream(text);
-    long long waitMs = 0;
-    if (!(stream >> waitMs) || waitMs < 0 || waitMs > std::numeric_limits<unsigned>::max() / 1000)
-        return std::nullopt;
-    return static_cast<std::uint32_t>(waitMs);
-}
 
 void snapshotCounters(PortState& d) {
     for (const auto& row : portCounterRows) d.*row.initial = readOr(d.device, d.*row.address, d.*row.initial);
@@ -94,7 +81,8 @@ void OrvoGbePhysicalNetworkInterface::reportFilledFifos() {
 }
 
 void OrvoGbePhysicalNetworkInterface::readPreSendWaitTime() {
-    const auto waitMs = preSendWaitTimeFromEnvironment();
+    using namespace templates::platform;
+    const auto waitMs = preSendWaitMs(std::getenv(preSendWaitVariable));
     if (!waitMs) return;
     d->preSendWaitTime = *waitMs;
     if (*waitMs == 0) return;

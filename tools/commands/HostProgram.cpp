@@ -6,6 +6,7 @@
 #include "commands/BridgeCommand.h"
 #include "commands/CaptureCommand.h"
 #include "commands/CompletionCommand.h"
+#include "commands/ConfigCommand.h"
 #include "commands/DiagnoseCommand.h"
 #include "commands/ExtcapCommand.h"
 #include "commands/LabCommand.h"
@@ -27,7 +28,7 @@ HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
     declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-            DiagnoseCommand, ResetCommand, CompletionCommand>(*this);
+            DiagnoseCommand, ResetCommand, CompletionCommand, ConfigCommand>(*this);
 }
 
 Command& HostProgram::chosen() const {
