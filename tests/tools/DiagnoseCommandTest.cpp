@@ -60,6 +60,7 @@ TEST(DiagnoseCommandTest, TellsASickLinkFromAHealthyOne) {
         link.update(Json::parse(ports[port].link));
         EXPECT_EQ(diagnosis["link"], link);
     }
+    for (const unsigned port : {1U, 2U}) setPartner(0, port, OrvoSimPartner1000); // as others expect them
     EXPECT_EQ(diagnosis["link"]["partner"][0], "1000BASE-T full duplex");
     EXPECT_EQ(diagnosis["counters"][1]["perSecond"], 12);
     EXPECT_EQ(diagnosis["phy"][0]["value"], "0x1140");

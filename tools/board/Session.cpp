@@ -21,6 +21,7 @@ Session::Session(const InstallationOptions& options, unsigned defaultBoard)
     if (hasFaults && !simulator)
         throw Failure("--faults needs a simulated board, and the one of " +
                       quoted(installation.root().string()) + " is real; leave the option out");
+    if (simulator && !virtualTime) simulator->letTimePass();
     if (virtualTime) hasFaults ? simulator->letPausesDriveTime() : simulator->letPausesAdvanceTime();
     if (hasFaults) simulator->loadFaults(options.faults, options.seed); // before the wires, which pass them
     for (const auto& option : options.wires) simulator->setWire(option.address(defaultBoard), option.wire);

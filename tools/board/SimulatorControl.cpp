@@ -60,6 +60,11 @@ std::optional<bool> SimulatorControl::linkUp(PortAddress port) const {
     return found->linkUp != 0;
 }
 
+void SimulatorControl::letTimePass() const {
+    letPausesAdvance(nullptr);
+    useVirtualTime_(OrvoSimRealTime);
+}
+
 void SimulatorControl::letPausesAdvanceTime() const {
     useVirtualTime_(OrvoSimVirtualTime);
     letPausesAdvance(advanceTime_);

@@ -32,6 +32,8 @@ public:
     /// What a port did so far; nothing when there is no such port.
     std::optional<OrvoSimPort> state(PortAddress port) const;
 
+    /// Real time, as a process begins with.
+    void letTimePass() const;
     /// Switches the board to virtual time, and lets every usleep of the process advance it.
     void letPausesAdvanceTime() const;
     /// The same for the calling thread's usleeps alone: it decides what time it is, and time stamps are
