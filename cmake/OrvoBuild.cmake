@@ -16,6 +16,7 @@ endif()
 
 set(ORVO_LIB_DIR lib64)
 set(ORVO_PLUGIN_DIR lib64/plugins)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME runtime) # what only developers need is installed as component `dev`
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/${ORVO_LIB_DIR}")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/archive")
@@ -59,11 +60,22 @@ if(ORVO_FUZZERS)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# A shared library in lib64, found by its neighbours through $ORIGIN.
+# A shared library in lib64, found by its neighbours through $ORIGIN. It exports names of this project only, not what
+# it instantiates of other people's templates. With EXPORT_NAME, other projects find it as orvo::EXPORT_NAME.
+set(ORVO_EXPORT_MAP "${CMAKE_CURRENT_LIST_DIR}/exports.map")
 function(orvo_shared_library target outputName)
-    set_target_properties(${target} PROPERTIES OUTPUT_NAME ${outputName} INSTALL_RPATH "$ORIGIN")
+    cmake_parse_arguments(PARSE_ARGV 2 library "" "EXPORT_NAME" "")
+    set_target_properties(${target} PROPERTIES
+        OUTPUT_NAME ${outputName}
+        INSTALL_RPATH "$ORIGIN"
+        LINK_DEPENDS "${ORVO_EXPORT_MAP}")
     target_link_libraries(${target} PRIVATE orvo_options)
-    install(TARGETS ${target} LIBRARY DESTINATION ${ORVO_LIB_DIR})
+    target_link_options(${target} PRIVATE "-Wl,--version-script=${ORVO_EXPORT_MAP}")
+    if(library_EXPORT_NAME)
+        set_target_properties(${target} PROPERTIES EXPORT_NAME ${library_EXPORT_NAME})
+        set(export EXPORT orvo)
+    endif()
+    install(TARGETS ${target} ${export} LIBRARY DESTINATION ${ORVO_LIB_DIR} INCLUDES DESTINATION include)
 endfunction()
 
 # A program in bin.

@@ -3,5 +3,5 @@
 // hidden visibility, so what does not carry ORVO_EXPORT stays inside its library.
 #pragma once
 
-#define ORVO_EXPORT __attribute__((visibility("default")))
-#define ORVO_INTERNAL __attribute__((visibility("hidden")))
+#define ORVO_EXPORT __attribute__((visibility("default")))  ///< seen by other libraries
+#define ORVO_INTERNAL __attribute__((visibility("hidden"))) ///< not so, although its class is

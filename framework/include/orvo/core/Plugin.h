@@ -19,7 +19,7 @@ namespace orvo::core {
 class ORVO_EXPORT ApplicationCommand {
 public:
     virtual ~ApplicationCommand();
-    virtual void execute() = 0;
+    virtual void execute() = 0; ///< The step. What it throws passes to the framework.
 };
 
 /// Base class of every object that a plug-in's factory makes.
@@ -65,15 +65,15 @@ public:
 /// One row of a plug-in's exported array `plugin_descriptor`; `plugin_count` (a 32-bit integer) says how many
 /// there are. The texts are constants of the plug-in library and live as long as it is loaded.
 struct PluginDescriptor {
-    Plugin* (*create)();
-    void (*destroy)(Plugin* plugin);
-    const char* name;
-    const char* description;
-    const char* vendor;
-    const char* date;               ///< day.month.year
-    std::uint64_t interfaceVersion; ///< revision of this row's layout
-    std::uint64_t frameworkVersion; ///< framework release that the plug-in was made for, 70010 = 7.0.10
-    std::uint64_t flags;            ///< none defined
+    Plugin* (*create)();             ///< the factory; null is refused
+    void (*destroy)(Plugin* plugin); ///< releases what the factory made; null is refused
+    const char* name;                ///< by which the framework asks for the class
+    const char* description;         ///< one line for people
+    const char* vendor;              ///< who made it
+    const char* date;                ///< day.month.year
+    std::uint64_t interfaceVersion;  ///< revision of this row's layout
+    std::uint64_t frameworkVersion;  ///< framework release that the plug-in was made for, 70010 = 7.0.10
+    std::uint64_t flags;             ///< none defined
 };
 static_assert(sizeof(PluginDescriptor) == 72 && offsetof(PluginDescriptor, flags) == 64);
 
@@ -87,5 +87,5 @@ extern "C" {
 /// Initialises the framework's core library; each call is matched by one OrvoCoreDeinit. Any thread; never
 /// fails.
 ORVO_EXPORT void OrvoCoreInit();
-ORVO_EXPORT void OrvoCoreDeinit();
+ORVO_EXPORT void OrvoCoreDeinit(); ///< Undoes it.
 }

@@ -36,7 +36,7 @@ public:
     PluginLibrary(const PluginLibrary&) = delete;
     PluginLibrary& operator=(const PluginLibrary&) = delete;
 
-    const std::string& path() const noexcept;
+    const std::string& path() const noexcept; ///< as given to the constructor
 
     /// Number of descriptor rows, at least 1.
     std::size_t count() const noexcept;

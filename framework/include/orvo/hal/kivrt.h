@@ -44,8 +44,10 @@ ORVO_EXPORT const char* KivGetRegisterName(void* applet, uint32_t number);
 /// Address of register `number`, counted from 0; 0 beyond the last.
 ORVO_EXPORT int KivGetRegisterAddress(void* applet, uint32_t number);
 
-// Bound and forwarded only.
+/// @name Bound and forwarded only
+/// @{
 
+/// The library's own; the plug-in does not call it.
 ORVO_EXPORT int KivGetProcessId(void* applet, uint32_t p2);
 ORVO_EXPORT int KivGetParamModuleIndex(void* applet, uint32_t p2);
 ORVO_EXPORT int KivGetNrOfParameter(void* applet);
@@ -127,7 +129,7 @@ ORVO_EXPORT int KivGetRegisterBitPos(void* applet, uint32_t p2);
 ORVO_EXPORT int KivGetRegisterInitValue(void* applet, uint32_t p2);
 ORVO_EXPORT const char* KivGetDesignVersion(void* applet);
 ORVO_EXPORT int KivGetProcessNrFromDmaChannel(void* applet, uint32_t p2);
-
+/// @}
 #ifdef __cplusplus
 } // extern "C"
 #endif

@@ -78,8 +78,10 @@ ORVO_EXPORT int OHalDataQueueClear(void* device, uint32_t queue);
 /// 32-bit words that a data queue holds at this moment.
 ORVO_EXPORT int OHalDataQueueGetNrOfWords(void* device, uint32_t queue);
 
-// Bound and forwarded only.
+/// @name Bound and forwarded only
+/// @{
 
+/// The library's own; the plug-in does not call it.
 ORVO_EXPORT int OHalInitLibraries(void);
 ORVO_EXPORT int OHalFreeLibraries(void);
 ORVO_EXPORT int OHalGetMaxDevices(void);
@@ -188,7 +190,7 @@ ORVO_EXPORT int OHalVq4WriteSPI(void* device, uint64_t p2, uint64_t p3, uint32_t
 ORVO_EXPORT int OHalVq4GetRuntimeBase(void* device);
 ORVO_EXPORT int OHalVq4MapFpgaBase(void* device);
 ORVO_EXPORT int OHalVq4UnmapFpgaBase(void* device, uint64_t p2);
-
+/// @}
 #ifdef __cplusplus
 } // extern "C"
 #endif

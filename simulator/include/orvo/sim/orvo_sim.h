@@ -18,6 +18,7 @@
 extern "C" {
 #endif
 
+/// Why a call of this interface failed; 0 where it did not.
 enum OrvoSimResult {
     OrvoSimNoSuchPlace = -1, ///< no such board, port or queue
     OrvoSimBadValue = -2,    ///< a text that is no wire, a frame of impossible size, a null pointer
@@ -106,6 +107,7 @@ enum OrvoSimPartner {
     OrvoSimPartner100 = 1,  ///< 10 and 100 Mbit/s
     OrvoSimPartnerDown = 2  ///< switched off: no link
 };
+/// Decides what the far end of a port is.
 ORVO_EXPORT int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner);
 
 /// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7, which stop at 255).
@@ -137,6 +139,7 @@ struct OrvoSimPort {
     int linkMbit;            ///< its speed in Mbit/s, 0 while down
     int crcGeneration;       ///< 1 while the transmitter appends the frame check sequence
 };
+/// Reads that.
 ORVO_EXPORT int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out);
 
 /// Sets the counters of a port that count frames and bytes on the wire (sent, unsent, received, errors,
@@ -177,17 +180,17 @@ enum OrvoSimEvidence {
 
 /// One entry of the script that was loaded last. Texts are the library's own, for good.
 struct OrvoSimFault {
-    const char* kind;
-    unsigned line; ///< of the script
-    unsigned board;
-    unsigned port;
+    const char* kind;  ///< as in the script
+    unsigned line;     ///< of the script
+    unsigned board;    ///< that it befalls
+    unsigned port;     ///< of that board
     int received;      ///< 1: at the port, 0: away from it
     uint32_t forMs;    ///< how long it lasts; 0: that has no meaning for it
     uint64_t injected; ///< how often it happened
     uint64_t effects;  ///< of action command storms, reports that found room; of slow negotiations, the least
                        ///< time without link that the last one must have made until now, in microseconds
-    enum OrvoSimEvidence evidence;
-    const char* mustMove; ///< the evidence, in words
+    enum OrvoSimEvidence evidence; ///< what shows it
+    const char* mustMove;          ///< the evidence, in words
 };
 /// The `number`th entry, counted from 0 in the order of the script; OrvoSimNoSuchPlace beyond the last.
 ORVO_EXPORT int orvoSimReadFault(unsigned number, struct OrvoSimFault* out);
@@ -197,18 +200,22 @@ ORVO_EXPORT int orvoSimReadFault(unsigned number, struct OrvoSimFault* out);
 /// wire brings, with the same three, is what the port's receiver counts. Queue: the frames that entered the
 /// receive queue were taken or cleared, or are left in it.
 struct OrvoSimPortAccount {
-    uint64_t refusedFrames; ///< handed over while the board did not answer
-    uint64_t sentPassed;    ///< that the wire took, where faults of a script may befall them
-    uint64_t sentLost, sentAdded, sentHeld;
-    uint64_t receivedLost, receivedAdded, receivedHeld;
-    uint64_t takenFrames;  ///< transmissions that the host began to read
-    uint64_t failedFrames; ///< those of them that a failing read lost
-    uint64_t clearedFrames;
-    uint64_t leftFrames;
-    uint64_t leftReports; ///< words in the action command queue now
-    uint64_t linkLosses;  ///< times that the link went down
-    uint64_t linkDownMicroseconds;
-    int hasActionReader; ///< 1: the host has read the action command queue
+    uint64_t refusedFrames;        ///< handed over while the board did not answer
+    uint64_t sentPassed;           ///< that the wire took, where faults of a script may befall them
+    uint64_t sentLost;             ///< behind the port, by faults on the wire
+    uint64_t sentAdded;            ///< as above
+    uint64_t sentHeld;             ///< as above, and not yet let go
+    uint64_t receivedLost;         ///< before the port, by faults on the wire
+    uint64_t receivedAdded;        ///< as above
+    uint64_t receivedHeld;         ///< as above, and not yet let go
+    uint64_t takenFrames;          ///< transmissions that the host began to read
+    uint64_t failedFrames;         ///< those of them that a failing read lost
+    uint64_t clearedFrames;        ///< that the host dropped by clearing the queue
+    uint64_t leftFrames;           ///< in the queue now
+    uint64_t leftReports;          ///< words in the action command queue now
+    uint64_t linkLosses;           ///< times that the link went down
+    uint64_t linkDownMicroseconds; ///< how long it was down, all in all
+    int hasActionReader;           ///< 1: the host has read the action command queue
 };
 /// OrvoSimNoSuchPlace also before the first script.
 ORVO_EXPORT int orvoSimReadPortAccount(unsigned board, unsigned port, struct OrvoSimPortAccount* out);
@@ -239,15 +246,15 @@ ORVO_EXPORT uint64_t orvoSimTime(void);
 
 /// A firmware register: its name (port number included) and its address, never 0.
 struct OrvoSimRegister {
-    const char* name;
-    uint32_t address;
+    const char* name; ///< NUL-terminated
+    uint32_t address; ///< as OHalRegisterRead takes it
 };
 
 /// The registers that firmware of one version has.
 struct OrvoSimRegisterMap {
-    uint32_t major;
-    uint32_t minor;
-    uint32_t count;
+    uint32_t major;                          ///< of the firmware version
+    uint32_t minor;                          ///< of it
+    uint32_t count;                          ///< of registers
     const struct OrvoSimRegister* registers; ///< `count` of them
 };
 

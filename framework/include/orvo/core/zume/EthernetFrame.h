@@ -16,9 +16,9 @@ namespace orvo::core::zume {
 /// any number of readers otherwise.
 class ORVO_EXPORT EthernetFrame {
 public:
-    explicit EthernetFrame(const QByteArray& data);
-    EthernetFrame(const EthernetFrame&) = default;
-    EthernetFrame& operator=(const EthernetFrame&) = default;
+    explicit EthernetFrame(const QByteArray& data); ///< a frame of these bytes, none appended yet
+    EthernetFrame(const EthernetFrame&) = default;  ///< shares the bytes until one of the two changes
+    EthernetFrame& operator=(const EthernetFrame&) = default; ///< as copying
     virtual ~EthernetFrame();
 
     /// Bytes of the frame, an appended frame check sequence included.
@@ -27,7 +27,7 @@ public:
     /// The frame's bytes, in the order in which they go on the wire.
     QByteArray data() const;
 
-    bool hasFcsAppended() const;
+    bool hasFcsAppended() const; ///< whether `appendFcs` was called
 
     /// Appends the frame check sequence (IEEE 802.3 clause 3.2.9, CRC-32, least significant byte first),
     /// exclusive-or'ed with `errorMask`: 0 gives a correct one, anything else a frame that a receiver must
@@ -45,5 +45,5 @@ extern "C" {
 /// Initialises the framework's network library; each call is matched by one OrvoZumeDeinit. Any thread; never
 /// fails.
 ORVO_EXPORT void OrvoZumeInit();
-ORVO_EXPORT void OrvoZumeDeinit();
+ORVO_EXPORT void OrvoZumeDeinit(); ///< Undoes it.
 }

@@ -57,9 +57,9 @@ public:
     /// Opens and prepares the port. False when it cannot be used; the log says why.
     virtual bool setup() = 0; // slot 12
 
-    virtual void start() = 0;              // slot 13
-    virtual void stop() = 0;               // slot 14
-    virtual void waitForTermination() = 0; // slot 15
+    virtual void start() = 0;              ///< slot 13: begins to report events
+    virtual void stop() = 0;               ///< slot 14: no more events, waits for one included
+    virtual void waitForTermination() = 0; ///< slot 15: returns when nothing of the interface runs any more
 
     /// One step of reinitialisation; false when it failed and may be tried again.
     virtual bool reinitialize(ReinitializationPhase phase) = 0; // slot 16
@@ -67,28 +67,28 @@ public:
     /// Resets the port's PHY; returns when the sequence is over.
     virtual void forceReset() = 0; // slot 17
 
-    virtual bool startCableDiagnostic();                        // slot 18: false
-    virtual void enablePowerOverEthernet(bool enable);          // slot 19: nothing
-    virtual bool getPoeRegister(int index, unsigned char* out); // slot 20: false
+    virtual bool startCableDiagnostic();               ///< slot 18: false when there is none, as here
+    virtual void enablePowerOverEthernet(bool enable); ///< slot 19: nothing happens here
+    virtual bool getPoeRegister(int index, unsigned char* out); ///< slot 20: false without it, as here
 
     /// Whether frames can be sent with a frame check sequence computed on the host.
     virtual bool supportsCustomChecksum() const;    // slot 21: false
-    virtual bool isCustomChecksumEnabled() const;   // slot 22: false
-    virtual void enableCustomChecksum(bool enable); // slot 23: nothing
-    virtual bool supportsCrcErrorInjection() const; // slot 24: false
-    virtual void enablePhyEvents();                 // slot 25: nothing
+    virtual bool isCustomChecksumEnabled() const;   ///< slot 22: whether it is done so now; false here
+    virtual void enableCustomChecksum(bool enable); ///< slot 23: switches it; nothing happens here
+    virtual bool supportsCrcErrorInjection() const; ///< slot 24: whether a wrong one can be sent; false here
+    virtual void enablePhyEvents();                 ///< slot 25: nothing happens here
 
     /// The queue in which the interface reports events; null here. The same queue for the interface's whole
     /// life.
     virtual boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue(); // slot 26
 
-    virtual bool isLinkUp();                                   // slot 27: true
-    virtual int getConnectionState();                          // slot 28: 0
-    virtual std::uint64_t getRxerCounter();                    // slot 29: 0
-    virtual std::uint64_t getIdleErrorCounter();               // slot 30: 0
-    virtual unsigned int getFaultFlags();                      // slot 31: 0
-    virtual void triggerDebugOutput();                         // slot 32: nothing
-    virtual std::string getInfo(const std::string& key) const; // slot 33: empty
+    virtual bool isLinkUp();                     ///< slot 27: true also where nobody knows, as here
+    virtual int getConnectionState();            ///< slot 28: the implementation's own code; 0 here
+    virtual std::uint64_t getRxerCounter();      ///< slot 29: receive errors that the PHY saw; 0 here
+    virtual std::uint64_t getIdleErrorCounter(); ///< slot 30: errors between frames; 0 here
+    virtual unsigned int getFaultFlags();        ///< slot 31: the implementation's own bits; 0 here
+    virtual void triggerDebugOutput();           ///< slot 32: writes a report to the log; nothing here
+    virtual std::string getInfo(const std::string& key) const; ///< slot 33: empty for unknown keys, all here
 
 private:
     std::string id_;

@@ -17,6 +17,7 @@ public:
 /// The firmware sent an action command and no acknowledgement came in time.
 class ORVO_EXPORT PniActionCommandTimeout : public PhysicalNetworkInterfaceEvent {
 public:
+    /// A report of this count, which is kept as it is.
     explicit PniActionCommandTimeout(unsigned short timeoutCount) : type(8), count(timeoutCount) {}
     ~PniActionCommandTimeout() override;
 

@@ -17,8 +17,9 @@ namespace orvo::core::zume {
 /// thread until an event is taken or the port is stopped, which interrupts `queue` for good.
 class ORVO_EXPORT PhysicalNetworkInterfaceEventQueue {
 public:
+    /// What carries them; the framework is its consumer.
     using Queue = templates::platform::SynchronizedQueue<boost::shared_ptr<PhysicalNetworkInterfaceEvent>>;
-    static constexpr std::uint64_t capacity = 64;
+    static constexpr std::uint64_t capacity = 64; ///< events that wait at most
 
     PhysicalNetworkInterfaceEventQueue();
     virtual ~PhysicalNetworkInterfaceEventQueue();

@@ -31,8 +31,8 @@ using EmitMessage = void (*)(std::uint64_t handle, std::uint32_t level, const ch
 /// any thread; attach fills in the two slots and may call back at once.
 struct DispatcherDescriptor {
     void (*attach)(Logging* facility, DispatcherDetached detached, SetLoggerLevel setLevel,
-                   LookupLogger* lookup, EmitMessage* emit);
-    void (*detach)(Logging* facility);
+                   LookupLogger* lookup, EmitMessage* emit); ///< a facility comes
+    void (*detach)(Logging* facility); ///< and goes: none of its functions is called any more
 };
 
 } // extern "C"

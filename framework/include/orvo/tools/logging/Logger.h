@@ -17,7 +17,7 @@ namespace orvo::tools::logging {
 /// de-initialisation. Threads: every operation may be called from any thread.
 class ORVO_EXPORT Logger {
 public:
-    Logger(std::uint64_t handle, std::uint32_t threshold);
+    Logger(std::uint64_t handle, std::uint32_t threshold); ///< both as the dispatcher gives them
     virtual ~Logger();
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
@@ -30,7 +30,7 @@ public:
     /// 0.
     void log(std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b);
 
-    void setLevel(std::uint32_t threshold);
+    void setLevel(std::uint32_t threshold); ///< The least level that passes from now on.
 
     /// Mutes (false) or unmutes (true) this logger for the calling thread; returns whether it was unmuted
     /// before.

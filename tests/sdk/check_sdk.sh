@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# An installation as other projects meet it, after it was moved: every public header compiles on its own, and the examples
+# build by CMake and by pkg-config and run on the simulated board. Usage: check_sdk.sh BUILD SOURCES COMPILER SANITIZER
+set -euo pipefail
+build=$1 sources=$2 compiler=$3 sanitizer=$4
+
+if [ -n "$sanitizer" ]; then
+    echo "skipped: a program without the sanitizer ($sanitizer) cannot load libraries that were built with it"
+    exit 77
+fi
+
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cmake --install "$build" --prefix "$folder/first" >/dev/null
+mv "$folder/first" "$folder/moved"
+root=$folder/moved
+cd "$folder"
+
+if grep -rlF "$folder/first" "$root" || grep -rlF "$sources" "$root/lib" "$root/share"; then
+    echo "these files name the folder that they were built in or installed into first" >&2
+    exit 1
+fi
+
+export PKG_CONFIG_PATH=$root/share/pkgconfig
+read -ra compile_flags < <(pkg-config --cflags orvo)
+read -ra link_flags < <(pkg-config --libs orvo)
+rpath=-Wl,-rpath,$(pkg-config --variable=libdir orvo)
+
+for header in $(cd "$root/include" && find . -name '*.h'); do
+    echo "#include <${header#./}>" | "$compiler" -std=c++17 -Wall -Wextra -pedantic -Werror -fsyntax-only \
+        "${compile_flags[@]}" -x c++ -
+    ! grep -q '^#ifdef __cplusplus' "$root/include/$header" ||
+        echo "#include <${header#./}>" | "$compiler" -std=c11 -Wall -Wextra -pedantic -Werror -fsyntax-only -I "$root/include" -x c -
+done
+
+# The far end is two capture files: what it sends, and what it gets back.
+cat >board.toml <<TOML
+[[board]]
+[board.wires]
+0 = "pcap:$sources/tests/data/gige-vision.pcapng,$folder/sent.pcap"
+TOML
+export ORVO_SIMULATOR_CONFIG=$folder/board.toml
+
+echoes() { # HOST PLUGIN
+    timeout 60 "$1" "$2" 25 30 >out || { echo "$1 with $2 failed" >&2; exit 1; }
+    grep -Fx 'echoed  25 frames' out
+}
+comes_back() {
+    local got
+    got=$(tshark -r sent.pcap -T fields -e frame.number 2>/dev/null | wc -l)
+    rm sent.pcap
+    [ "$got" -eq 25 ] || { echo "25 frames were echoed, but $got arrived at the far end" >&2; exit 1; }
+}
+plugin=$root/lib64/plugins/liborvo-plugin-zume-phy-gige.so
+
+examples=$root/share/doc/orvo/examples
+for example in echo-host plugin-skeleton; do
+    cmake -S "$examples/$example" -B "$example" -G Ninja -DCMAKE_PREFIX_PATH="$root" -DCMAKE_CXX_COMPILER="$compiler" \
+        >cmake.log || { cat cmake.log >&2; exit 1; }
+    cmake --build "$example" >cmake.log || { cat cmake.log >&2; exit 1; }
+done
+echoes echo-host/echo-host "$plugin"
+comes_back
+echoes echo-host/echo-host "$folder/plugin-skeleton/libplugin-skeleton.so"
+
+"$compiler" -std=c++17 "$examples/echo-host/main.cpp" -o host "${compile_flags[@]}" "${link_flags[@]}" "$rpath"
+"$compiler" -std=c++17 -shared -fPIC "$examples/plugin-skeleton/Skeleton.cpp" -o skeleton.so "${compile_flags[@]}" \
+    "${link_flags[@]}" "$rpath"
+echoes ./host "$plugin"
+comes_back
+echoes ./host ./skeleton.so
