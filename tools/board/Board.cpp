@@ -65,6 +65,11 @@ void Board::write(std::uint32_t address, std::uint64_t value) const {
     libraries_->registerWrite(device_.get(), address, value);
 }
 
+std::optional<std::uint64_t> Board::lostWords(unsigned queue) const {
+    const int words = libraries_->lostWords(device_.get(), queue);
+    return words < 0 ? std::nullopt : std::optional<std::uint64_t>(static_cast<std::uint64_t>(words));
+}
+
 namespace {
 
 void requireRegisters(const Board& board, const std::string& purpose, const std::vector<std::string>& names) {

@@ -34,6 +34,9 @@ public:
     std::optional<std::uint64_t> read(std::uint32_t address) const;
     void write(std::uint32_t address, std::uint64_t value) const;
 
+    /// Words that a data queue dropped; nothing when that is not to be had.
+    std::optional<std::uint64_t> lostWords(unsigned queue) const;
+
 private:
     using Handle = std::unique_ptr<void, int (*)(void*)>;
 

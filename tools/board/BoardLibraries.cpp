@@ -12,6 +12,7 @@ BoardLibraries::BoardLibraries(const Installation& installation)
       getBoardInfoString(hal_.require<decltype(::OHalGetBoardInfoString)>("OHalGetBoardInfoString")),
       registerRead(hal_.require<decltype(::OHalRegisterRead)>("OHalRegisterRead")),
       registerWrite(hal_.require<decltype(::OHalRegisterWrite)>("OHalRegisterWrite")),
+      lostWords(hal_.require<decltype(::OHalDataQueueGetNrOfLostWords)>("OHalDataQueueGetNrOfLostWords")),
       applets_(installation.library("kivrt")),
       loadApplet(applets_.require<decltype(::KivFirmwareTrampoline)>("KivFirmwareTrampoline")),
       unloadApplet(applets_.require<decltype(::KivUnloadKivFile)>("KivUnloadKivFile")),

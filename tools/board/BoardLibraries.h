@@ -26,6 +26,7 @@ public:
     decltype(&::OHalGetBoardInfoString) const getBoardInfoString;
     decltype(&::OHalRegisterRead) const registerRead;
     decltype(&::OHalRegisterWrite) const registerWrite;
+    decltype(&::OHalDataQueueGetNrOfLostWords) const lostWords;
 
 private:
     // Opened when the functions of the other library are known to be there: it needs that one itself, and

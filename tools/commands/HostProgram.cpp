@@ -12,6 +12,7 @@
 #include "commands/LabCommand.h"
 #include "commands/ReplayCommand.h"
 #include "commands/ResetCommand.h"
+#include "commands/WatchCommand.h"
 
 #include <algorithm>
 
@@ -28,7 +29,7 @@ HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
     declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-            DiagnoseCommand, ResetCommand, CompletionCommand, ConfigCommand>(*this);
+            DiagnoseCommand, ResetCommand, WatchCommand, CompletionCommand, ConfigCommand>(*this);
 }
 
 Command& HostProgram::chosen() const {

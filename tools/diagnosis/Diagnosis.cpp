@@ -42,10 +42,10 @@ std::uint64_t growth(std::optional<std::uint64_t> before, std::uint64_t now) {
 Json countersJson(const DumpReport& report) {
     Json counters = Json::array();
     for (std::size_t i = 0; i < firmwareValueCount; ++i) {
-        const auto& row = firmwareValueRows[i];
-        if (row.isFlag || !report.second[i]) continue;
+        const auto& row = rowOf(firmwareValueRows[i].counter);
+        if (!row.isCount() || !report.second[i]) continue;
         counters.push_back({{"name", row.name},
-                            {"register", row.registerName},
+                            {"register", row.place},
                             {"total", *report.second[i]},
                             {"perSecond", growth(report.first[i], *report.second[i])}});
     }
@@ -55,10 +55,10 @@ Json countersJson(const DumpReport& report) {
 Json flagsJson(const DumpReport& report) {
     Json flags = Json::array();
     for (std::size_t i = 0; i < firmwareValueCount; ++i) {
-        const auto& row = firmwareValueRows[i];
-        if (!row.isFlag || !report.second[i]) continue;
+        const auto& row = rowOf(firmwareValueRows[i].counter);
+        if (row.isCount() || !report.second[i]) continue;
         flags.push_back({{"name", row.name},
-                         {"register", row.registerName},
+                         {"register", row.place},
                          {"value", hex(*report.second[i])},
                          {"set", *report.second[i] != 0}});
     }

@@ -9,12 +9,12 @@
 namespace orvo::host {
 
 const std::array<FirmwareValueRow, firmwareValueCount> firmwareValueRows = {{
-    {"Hardware Packet Count", "GigeRecvPktCnt", "received packets", false},
-    {"Hardware Packet Errors", "GigeRecvErrCnt", "receive errors", false},
-    {"Ctrl Packet Recv Count", "CtrlPktReceivedCnt", "control packets received", false},
-    {"Ctrl Packet Send UIQ Count", "CtrlPktSendUiqCnt", "control packets queued", false},
-    {"GVSP FIFO overflow", "GvspFiFoOverflow_GigeTransceiver", "stream FIFO overflow", true},
-    {"GVCP FIFO not empty", "GvcpFiFoNotEmpty_GigeTransceiver", "control FIFO not empty", true},
+    {"Hardware Packet Count", Counter::ReceivedPackets},
+    {"Hardware Packet Errors", Counter::ReceiveErrors},
+    {"Ctrl Packet Recv Count", Counter::ControlPacketsReceived},
+    {"Ctrl Packet Send UIQ Count", Counter::ControlPacketsQueued},
+    {"GVSP FIFO overflow", Counter::StreamFifoOverflow},
+    {"GVCP FIFO not empty", Counter::ControlFifoNotEmpty},
 }};
 
 namespace {

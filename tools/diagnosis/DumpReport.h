@@ -2,6 +2,8 @@
 // The plug-in's diagnostic report, read back from its log lines.
 #pragma once
 
+#include "counters/CounterTable.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -23,10 +25,8 @@ enum class FirmwareValue {
 constexpr std::size_t firmwareValueCount = 6;
 
 struct FirmwareValueRow {
-    const char* label;        ///< in the report
-    const char* registerName; ///< on the board, before the port number
-    const char* name;         ///< to people and programs
-    bool isFlag;              ///< not a count
+    const char* label; ///< in the report
+    Counter counter;
 };
 extern const std::array<FirmwareValueRow, firmwareValueCount> firmwareValueRows;
 

@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: MIT
+// Writing aside and renaming.
+#include "app/ReplacedFile.h"
+
+#include "app/Failure.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <utility>
+
+namespace orvo::host {
+namespace {
+
+constexpr mode_t usualMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+
+/// A symbolic link stays: what it leads to is replaced.
+std::string targetOf(const std::string& path) {
+    std::error_code absent;
+    const auto target = std::filesystem::canonical(path, absent);
+    return absent ? path : target.string();
+}
+
+} // namespace
+
+ReplacedFile::ReplacedFile(const std::string& path) : path_(targetOf(path)) {
+    struct stat status = {};
+    const bool isThere = stat(path_.c_str(), &status) == 0;
+    if (isThere && !S_ISREG(status.st_mode))
+        throw Failure("cannot replace " + quoted(path_) +
+                      ": it is not a regular file; name one, or a place for one");
+    if (isThere && access(path_.c_str(), W_OK) != 0) fail(errno);
+    const std::filesystem::path place(path_);
+    aside_ =
+        (place.parent_path() / ("." + place.filename().string() + "." + std::to_string(getpid()) + ".new"))
+            .string();
+    unlink(aside_.c_str()); // of a process that was killed, and had our number
+    descriptor_ = open(aside_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, usualMode);
+    if (descriptor_ < 0) fail(errno);
+    if (isThere) fchmod(descriptor_, status.st_mode & 07777U);
+}
+
+ReplacedFile::~ReplacedFile() {
+    if (descriptor_ < 0) return;
+    close(descriptor_);
+    unlink(aside_.c_str());
+}
+
+void ReplacedFile::write(const std::string& content) {
+    for (std::size_t done = 0; done < content.size();) {
+        const auto written = ::write(descriptor_, content.data() + done, content.size() - done);
+        if (written < 0 && errno != EINTR) fail(errno);
+        if (written > 0) done += static_cast<std::size_t>(written);
+    }
+}
+
+void ReplacedFile::putInPlace() {
+    const bool failed =
+        close(std::exchange(descriptor_, -1)) != 0 || rename(aside_.c_str(), path_.c_str()) != 0;
+    if (!failed) return;
+    const int reason = errno;
+    unlink(aside_.c_str());
+    fail(reason);
+}
+
+void ReplacedFile::fail(int reason) const {
+    throw Failure("cannot write " + quoted(path_) + ": " + systemError(reason) +
+                  "; name another place, or make room in this one");
+}
+
+void replaceFile(const std::string& path, const std::string& content) {
+    ReplacedFile file(path);
+    file.write(content);
+    file.putInPlace();
+}
+
+} // namespace orvo::host
