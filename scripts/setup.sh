@@ -13,6 +13,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev    # tests, benchmarks
     binutils python3 tshark                                  # export list, life-cycle checks, captures read by others
     iproute2 iputils-ping                                    # networks that tests make
+    mandoc                                                   # checks of the manual
 )
 packages+=("$@")
 

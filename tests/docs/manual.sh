@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# manual.sh FOLDER PROGRAM: the pages of a share/man are good mdoc, lead to pages that there are, and every subcommand has
+# one.
+set -uo pipefail
+folder=$1
+program=$2
+command -v mandoc >/dev/null || { echo "no mandoc, which scripts/setup.sh installs" >&2; exit 77; }
+failed=0
+cd "$folder" || exit 1
+
+# fails TEXT: tells it, unless it is empty.
+fails() {
+    [ -z "$1" ] && return
+    echo "$1" >&2
+    failed=1
+}
+
+# Other pages are looked for in what the machine has installed; ours are not.
+fails "$(mandoc -T lint man*/* | grep -v 'referenced manual not found: Xr orvo')"
+while IFS=: read -r page name; do
+    [ -f "$name" ] || fails "$page leads to $name, and there is none"
+done < <(grep -o '^\.Xr orvo[^ ]* [0-9]' man*/* | sed 's/:\.Xr \(.*\) \(.\)$/:man\2\/\1.\2/')
+for command in $("$program" completion bash | sed -n "s/^_orvo_gige_commands() { echo '\(.*\)'; }$/\1/p"); do
+    [ -f "man1/orvo-gige-$command.1" ] || fails "there is no page for the subcommand $command"
+done
+exit "$failed"
