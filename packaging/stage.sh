@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Puts what cpack is about to pack where Debian wants it: FOLDER/runtime and FOLDER/dev hold what was installed below
+# /opt/orvo. GENERATED holds files that CMake made. Usage: stage.sh FOLDER GENERATED VERSION
+#
+# Times are those of the changelog's last change, or SOURCE_DATE_EPOCH, so that the same sources make the same packages.
+set -euo pipefail
+folder=$1 generated=$2 version=$3
+here=$(cd "$(dirname "$0")" && pwd)
+root=opt/orvo
+umask 022
+
+changelog=$here/../CHANGELOG.md
+date=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct -- "$changelog" 2>/dev/null || true)}
+date=${date:-$(stat -c %Y "$changelog")}
+
+# moved FROM TO: a folder's content, where the installation has that folder.
+moved() {
+    [ -d "$1" ] || return 0
+    mkdir -p "$2"
+    mv "$1"/* "$2"
+    rmdir -p --ignore-fail-on-non-empty "$1"
+}
+
+# The changelog's sections as Debian writes them, in lines of 78.
+debian_changelog() { # PACKAGE
+    awk -v package="$1" -v date="$(date -u -R -d "@$date")" '
+        function end_item(  words, count, i, line) {
+            count = split(item, words, " ")
+            line = "  *"
+            for (i = 1; i <= count; i++) {
+                if (length(line) + 1 + length(words[i]) > 78) { print line; line = "   " }
+                line = line " " words[i]
+            }
+            if (count) print line
+            item = ""
+        }
+        function end_section() { end_item(); if (open) printf "\n -- The orvo authors <authors@orvo.invalid>  %s\n", date }
+        /^## / { end_section(); open = 1; printf "%s (%s) unstable; urgency=low\n\n", package, $2; next }
+        open && /^- / { end_item(); item = substr($0, 3); next }
+        open { item = item " " $0 }
+        END { end_section() }' "$changelog"
+}
+
+documented() { # PACKAGE
+    local doc=usr/share/doc/$1
+    mkdir -p "$doc" usr/share/lintian/overrides
+    cp "$here/copyright" "$doc/copyright"
+    debian_changelog "$1" | gzip -9n >"$doc/changelog.gz"
+    cp "$here/$1.lintian-overrides" "usr/share/lintian/overrides/$1"
+}
+
+stage_runtime() {
+    moved $root/share/man usr/share/man
+    moved $root/share/bash-completion/completions usr/share/bash-completion/completions
+    moved $root/share/zsh/site-functions usr/share/zsh/vendor-completions
+    [ ! -d usr/share/man ] || find usr/share/man -type f -exec gzip -9n {} +
+    mkdir -p usr/bin lib/systemd/system etc/orvo usr/share/doc/orvo-gige/examples
+    ln -sf /$root/bin/orvo-gige usr/bin/orvo-gige
+    cp "$generated/orvo-gige-bridge@.service" lib/systemd/system/
+    cp "$here/bridge.conf" usr/share/doc/orvo-gige/examples/
+    documented orvo-gige
+}
+
+stage_dev() {
+    moved $root/share/doc/orvo/examples usr/share/doc/orvo-dev/examples
+    mkdir -p usr/lib/cmake usr/share/pkgconfig
+    ln -sfn /$root/lib/cmake/orvo usr/lib/cmake/orvo
+    ln -sf /$root/share/pkgconfig/orvo.pc usr/share/pkgconfig/orvo.pc
+    documented orvo-dev
+}
+
+for component in runtime dev; do
+    cd "$folder/$component"
+    "stage_$component"
+    chmod -R u=rwX,go=rX .
+    find . -depth -exec touch -h -d "@$date" {} +
+done
