@@ -32,8 +32,11 @@ template <class Step> auto loading(const Installation& installation, Step step) 
 
 } // namespace
 
-Plugin::Plugin(const Installation& installation)
-    : library_(loading(installation, [](const std::string& path) { return core::PluginLibrary(path); })) {
+core::PluginLibrary openPlugin(const Installation& installation) {
+    return loading(installation, [](const std::string& path) { return core::PluginLibrary(path); });
+}
+
+Plugin::Plugin(const Installation& installation) : library_(openPlugin(installation)) {
     loading(installation, [this](const std::string&) { library_.init(); });
 }
 

@@ -9,10 +9,14 @@
 
 namespace orvo::host {
 
+/// The plug-in's file, opened and checked, not initialised. Errors: Failure when the file is missing or no
+/// usable plug-in.
+core::PluginLibrary openPlugin(const Installation& installation);
+
 /// Initialised while it lives; the interfaces it makes must not outlive it.
 class Plugin {
 public:
-    /// Errors: Failure when the file is missing or no usable plug-in.
+    /// Errors: as above.
     explicit Plugin(const Installation& installation);
 
     boost::shared_ptr<core::zume::PhysicalNetworkInterface> createInterface();

@@ -2,6 +2,7 @@
 // The extcap protocol: one process a question, answers in lines of braces on standard output.
 #include "commands/ExtcapCommand.h"
 
+#include "app/ExtcapFolders.h"
 #include "app/Failure.h"
 #include "app/Output.h"
 #include "app/OutputFile.h"
@@ -133,40 +134,17 @@ int captureInto(Call& call) {
     return runCapture(call.options);
 }
 
-struct ClosePipe {
-    void operator()(std::FILE* pipe) const noexcept { pclose(pipe); }
-};
-
 /// Of root, everybody's extcap folder; of others their own, where the analyser knows one.
-std::optional<fs::path> folderOfTshark() {
-    const std::unique_ptr<std::FILE, ClosePipe> folders(
-        popen("timeout -k 1 20 tshark -G folders 2>/dev/null", "re"));
-    if (!folders) return std::nullopt;
-    const bool wantsPersonal = geteuid() != 0;
+std::optional<fs::path> usualFolder() {
     std::optional<fs::path> found;
-    char line[4096];
-    while (std::fgets(line, sizeof line, folders.get())) {
-        const std::string text = line;
-        const auto path = text.find('/');
-        if (path == std::string::npos) continue;
-        const bool isPersonal = text.starts_with("Personal Extcap path:");
-        if (!isPersonal && !text.starts_with("Global Extcap path:") && !text.starts_with("Extcap path:"))
-            continue;
-        if (!found || isPersonal == wantsPersonal)
-            found = text.substr(path, text.find_last_not_of(" \t\n") + 1 - path);
-    }
+    for (const auto& folder : extcapFolders())
+        if (!found || folder.isPersonal == (geteuid() != 0)) found = folder.path;
     return found;
-}
-
-/// Whether an entry of the folder is a link to this program, wherever it is or was installed.
-bool isOurLink(const fs::path& path) {
-    std::error_code reason;
-    return fs::read_symlink(path, reason).filename() == programName;
 }
 
 fs::path folderFor(const std::string& given) {
     if (!given.empty()) return given;
-    if (const auto folder = folderOfTshark()) return *folder;
+    if (const auto folder = usualFolder()) return *folder;
     throw Failure(
         "tshark does not say where its capture interfaces are; install it (package tshark), or name the "
         "folder with --folder");
@@ -206,9 +184,9 @@ ExtcapCommand::ExtcapCommand(Program& program)
 }
 
 int ExtcapCommand::run() {
-    const auto link = folderFor(folder_) / programName;
+    const auto link = extcapLinkIn(folderFor(folder_));
     std::error_code reason;
-    if (fs::exists(fs::symlink_status(link)) && !isOurLink(link))
+    if (fs::exists(fs::symlink_status(link)) && !isLinkToProgram(link))
         throw Failure(host::quoted(link.string()) +
                       " is there already and not a link of ours; remove it first");
     fs::remove(link, reason);

@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <ranges>
 #include <string_view>
 
 namespace orvo::host {
@@ -33,10 +34,10 @@ std::vector<Candidate> candidatesFor(const platform::TweakPropertyEntry& row,
                                      const std::vector<PropertiesText>& files,
                                      const std::vector<std::string>& arguments) {
     std::vector<Candidate> found;
-    for (auto argument = arguments.rbegin(); argument != arguments.rend(); ++argument) // the last one wins
-        if (const auto text = *row.commandLineOption ? platform::optionValue(*argument, row.commandLineOption)
+    for (const auto& argument : std::views::reverse(arguments)) // the last one wins
+        if (const auto text = *row.commandLineOption ? platform::optionValue(argument, row.commandLineOption)
                                                      : std::nullopt)
-            found.push_back({*text, {Origin::Kind::Argument, *argument}});
+            found.push_back({*text, {Origin::Kind::Argument, argument}});
     for (const auto& file : files)
         if (const auto* entry = file.find(row.key))
             found.push_back({entry->value, {Origin::Kind::File, file.path.string(), entry->line}});

@@ -91,7 +91,6 @@ Setting propertiesFile(const PropertiesText& text, const char* whose, const Orig
                     .origin = origin,
                     .meaning = "properties file, where the properties above can be set"};
     if (!text.path.empty() && !text.isThere) setting.meaning += "; not there";
-    if (!text.error.empty()) setting.note = "cannot be read: " + text.error;
     return setting;
 }
 

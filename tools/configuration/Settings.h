@@ -49,8 +49,13 @@ struct Settings {
 /// installation.
 Settings readSettings(const std::string& root, const std::vector<std::string>& arguments = {});
 
-/// A line for each value that is used although another was meant: unreadable, odd or in a file in vain.
-std::vector<std::string> remarksOn(const Settings& settings);
+/// Something that is written somewhere and does not do what it says.
+struct Remark {
+    Origin where;
+    std::string text;
+    bool isLost; ///< a value is not used; false: it is used, or there is none, and it looks like a mistake
+};
+std::vector<Remark> remarksOn(const Settings& settings);
 
 std::string textOf(const Settings& settings);
 nlohmann::ordered_json jsonOf(const Settings& settings);

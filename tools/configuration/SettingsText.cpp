@@ -26,15 +26,25 @@ const char* nameOf(Origin::Kind kind) {
     return "default";
 }
 
-std::vector<std::string> remarksOn(const Setting& setting) {
-    std::vector<std::string> remarks;
+void addRemarks(std::vector<Remark>& remarks, const Setting& setting) {
     for (const auto& [text, origin, reason] : setting.unreadable)
-        remarks.push_back(fmt::format("{}: {} of {} is not {}; {} ({}) is used instead", textOf(origin),
-                                      quoted(text), setting.name, reason, quoted(setting.value),
-                                      textOf(setting.origin)));
+        remarks.push_back({origin,
+                           fmt::format("{} of {} is not {}; {} ({}) is used instead", quoted(text),
+                                       setting.name, reason, quoted(setting.value), textOf(setting.origin)),
+                           true});
     if (!setting.note.empty())
-        remarks.push_back(fmt::format("{}: {}: {}", textOf(setting.origin), setting.name, setting.note));
-    return remarks;
+        remarks.push_back(
+            {setting.origin, fmt::format("{} is {}: {}", setting.name, setting.value, setting.note), false});
+}
+
+void addRemarks(std::vector<Remark>& remarks, const PropertiesText& file) {
+    Origin where{Origin::Kind::File, file.path.string()};
+    if (!file.error.empty())
+        remarks.push_back({where, "cannot be read, and does not count: " + file.error, true});
+    for (const auto& useless : file.useless) {
+        where.line = useless.line;
+        remarks.push_back({where, useless.text + "; the line has no effect", false});
+    }
 }
 
 std::string tableOf(const char* heading, const std::vector<Setting>& settings) {
@@ -83,15 +93,11 @@ std::string textOf(const Origin& origin) {
     return "default";
 }
 
-std::vector<std::string> remarksOn(const Settings& settings) {
-    std::vector<std::string> remarks;
+std::vector<Remark> remarksOn(const Settings& settings) {
+    std::vector<Remark> remarks;
     for (const auto* list : {&settings.properties, &settings.others})
-        for (const auto& setting : *list)
-            for (auto& remark : remarksOn(setting)) remarks.push_back(std::move(remark));
-    for (const auto& file : settings.files)
-        for (const auto& [line, text] : file.useless)
-            remarks.push_back(
-                fmt::format("{}:{}: {}; the line has no effect", file.path.string(), line, text));
+        for (const auto& setting : *list) addRemarks(remarks, setting);
+    for (const auto& file : settings.files) addRemarks(remarks, file);
     return remarks;
 }
 
@@ -99,14 +105,17 @@ std::string textOf(const Settings& settings) {
     auto text = tableOf("PROPERTY", settings.properties) + "\n" + tableOf("OTHER", settings.others);
     const auto remarks = remarksOn(settings);
     if (!remarks.empty()) text += "\n";
-    for (const auto& remark : remarks) text += remark + "\n";
+    for (const auto& remark : remarks) text += textOf(remark.where) + ": " + remark.text + "\n";
     return text;
 }
 
 ordered_json jsonOf(const Settings& settings) {
+    auto remarks = ordered_json::array();
+    for (const auto& remark : remarksOn(settings))
+        remarks.push_back({{"where", jsonOf(remark.where)}, {"text", remark.text}});
     return {{"properties", jsonOf(settings.properties)},
             {"others", jsonOf(settings.others)},
-            {"remarks", remarksOn(settings)}};
+            {"remarks", std::move(remarks)}};
 }
 
 } // namespace orvo::host

@@ -18,7 +18,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr auto deviceFile = "/dev/net/tun";
+constexpr auto deviceFile = tapDriverFile;
 constexpr std::size_t maxNameLength = IFNAMSIZ - 1;
 
 void checkName(const std::string& name) {
@@ -39,10 +39,8 @@ int openDeviceFile() {
     const int descriptor = open(deviceFile, O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (descriptor >= 0) return descriptor;
     const int reason = errno;
-    const bool missing = reason == ENOENT || reason == ENODEV || reason == ENXIO;
-    throw Failure("cannot open " + quoted(deviceFile) + ": " + systemError(reason) + "; " +
-                  (missing ? "load the kernel's TAP driver with 'sudo modprobe tun'"
-                           : std::string("let yourself use it with 'sudo chmod a+rw ") + deviceFile + "'"));
+    throw Failure("cannot open " + quoted(deviceFile) + ": " + systemError(reason) +
+                  "; make it usable with '" + tapDriverMend(deviceFile, reason) + "'");
 }
 
 // Without offloads, the kernel hands out whole frames of the wire's size, checksums and all.
@@ -80,6 +78,15 @@ int openTap(const std::string& name) {
 }
 
 } // namespace
+
+std::string tapDriverMend(const std::string& file, int error) {
+    auto allow = "sudo chmod a+rw " + file;
+    if (error != ENOENT && error != ENODEV && error != ENXIO) return allow;
+    const bool isLoaded = access("/sys/class/misc/tun", F_OK) == 0;
+    if (!isLoaded || error != ENOENT) return "sudo modprobe tun";
+    return "sudo mkdir -p " + file.substr(0, file.rfind('/')) + " && sudo mknod " + file + " c 10 200 && " +
+           allow;
+}
 
 TapDevice::TapDevice(const std::string& name) : name_(name), descriptor_(openTap(name)) {}
 

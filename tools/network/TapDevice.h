@@ -7,6 +7,12 @@
 
 namespace orvo::host {
 
+/// The kernel's driver of TAPs.
+inline constexpr const char* tapDriverFile = "/dev/net/tun";
+
+/// The command that makes the driver's file usable, after opening it failed with this errno value.
+std::string tapDriverMend(const std::string& file, int error);
+
 /// Takes the TAP of a name, or makes one that goes again with this object. One thread reads (and takes the
 /// interface again, should it go); another one may write at the same time.
 class TapDevice {

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// Looking at a file, and at the folders on the way to it.
+#include "doctor/FileCheck.h"
+
+#include "app/Failure.h"
+#include "doctor/Mending.h"
+
+#include <fmt/format.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace orvo::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// The outermost folder on the way to `file` that this user may not look into; empty: none.
+fs::path closedFolder(const fs::path& file) {
+    fs::path folder;
+    for (const auto& part : file.parent_path()) {
+        folder /= part;
+        if (access(folder.c_str(), X_OK) != 0) return folder;
+    }
+    return {};
+}
+
+bool isOwn(const fs::path& place) {
+    struct stat about = {};
+    return stat(place.c_str(), &about) == 0 && about.st_uid == geteuid();
+}
+
+std::string commandToOpen(const fs::path& place) {
+    const auto closed = closedFolder(place);
+    const auto& what = closed.empty() ? place : closed;
+    const auto command =
+        fmt::format("chmod {} {}", closed.empty() ? "a+r" : "a+rx", shellWord(what.string()));
+    return isOwn(what) ? command : "sudo " + command;
+}
+
+std::string absence(const fs::path& file) {
+    std::error_code none;
+    const auto target = fs::read_symlink(file, none);
+    if (none) return "there is no " + quoted(file.string());
+    return quoted(file.string()) + " is a link to " + quoted(target.string()) + ", which is not there";
+}
+
+} // namespace
+
+std::optional<Check> unreadableFile(const std::string& name, const Installation& installation,
+                                    const fs::path& file) {
+    const auto bad = [&](const std::string& found, const std::string& mend) {
+        return Check{name, Verdict::Bad, found, mend};
+    };
+    std::error_code reason;
+    const auto kind = fs::status(file, reason).type();
+    if (kind == fs::file_type::not_found) return bad(absence(file), commandToRestore(installation, file));
+    if (access(file.c_str(), R_OK) != 0) {
+        const auto why = systemError(errno);
+        return bad(quoted(file.string()) + " cannot be read: " + why, commandToOpen(file));
+    }
+    if (kind != fs::file_type::regular)
+        return bad(quoted(file.string()) + " is no file",
+                   asWriter(file.parent_path(), "rm -r " + shellWord(file.string())) + " && " +
+                       commandToRestore(installation, file));
+    return std::nullopt;
+}
+
+} // namespace orvo::host

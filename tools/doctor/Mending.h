@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+// Commands that mend an installation.
+#pragma once
+
+#include "board/Installation.h"
+
+#include <filesystem>
+#include <string>
+
+namespace orvo::host {
+
+/// A word as a shell takes it.
+std::string shellWord(const std::string& text);
+
+/// `command`, with sudo where this user may not write to `place`.
+std::string asWriter(const std::filesystem::path& place, const std::string& command);
+
+/// Opens a line of a file; 0 for the file.
+std::string commandToEdit(const std::string& file, unsigned line);
+
+/// The path of this program's own file.
+std::filesystem::path ownProgram();
+
+/// Puts a file of an installation in its place: from this program's own installation, or by building or
+/// installing anew where that is this one.
+std::string commandToRestore(const Installation& installation, const std::filesystem::path& file);
+
+} // namespace orvo::host

@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Whether what is set counts.
+#include "doctor/Checks.h"
+#include "doctor/Mending.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace orvo::host {
+namespace {
+
+constexpr const char* name = "settings";
+
+std::string mendFor(const Origin& where) {
+    if (where.kind == Origin::Kind::Environment) return "unset " + where.place;
+    if (where.line != 0) return commandToEdit(where.place, where.line);
+    const auto file = shellWord(where.place);
+    std::error_code unknown;
+    return std::filesystem::is_regular_file(where.place, unknown)
+               ? "sudo chmod a+r " + file
+               : asWriter(where.place, "mv " + file + " " + file + ".old");
+}
+
+} // namespace
+
+Checks settingsChecks(const Settings& settings) {
+    Checks checks;
+    for (const auto& remark : remarksOn(settings))
+        checks.push_back({name, remark.isLost ? Verdict::Bad : Verdict::Warning,
+                          textOf(remark.where) + ": " + remark.text, mendFor(remark.where)});
+    if (!checks.empty()) return checks;
+    std::string files;
+    for (const auto& file : settings.files)
+        if (file.isThere) files += fmt::format("{}{}", files.empty() ? "" : ", ", file.path.string());
+    return {{name, Verdict::Good, files.empty() ? "defaults: there is no rt.conf" : files}};
+}
+
+} // namespace orvo::host
