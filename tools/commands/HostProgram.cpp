@@ -8,6 +8,7 @@
 #include "commands/CompletionCommand.h"
 #include "commands/ConfigCommand.h"
 #include "commands/DiagnoseCommand.h"
+#include "commands/DoctorCommand.h"
 #include "commands/ExtcapCommand.h"
 #include "commands/LabCommand.h"
 #include "commands/ReplayCommand.h"
@@ -29,7 +30,8 @@ HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
     declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-            DiagnoseCommand, ResetCommand, WatchCommand, CompletionCommand, ConfigCommand>(*this);
+            DiagnoseCommand, ResetCommand, WatchCommand, CompletionCommand, ConfigCommand, DoctorCommand>(
+        *this);
 }
 
 Command& HostProgram::chosen() const {
