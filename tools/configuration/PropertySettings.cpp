@@ -9,7 +9,6 @@
 
 #include <cstdlib>
 #include <optional>
-#include <ranges>
 #include <string_view>
 
 namespace orvo::host {
@@ -34,7 +33,7 @@ std::vector<Candidate> candidatesFor(const platform::TweakPropertyEntry& row,
                                      const std::vector<PropertiesText>& files,
                                      const std::vector<std::string>& arguments) {
     std::vector<Candidate> found;
-    for (const auto& argument : std::views::reverse(arguments)) // the last one wins
+    for (const auto& argument : std::vector(arguments.rbegin(), arguments.rend())) // the last one wins
         if (const auto text = *row.commandLineOption ? platform::optionValue(argument, row.commandLineOption)
                                                      : std::nullopt)
             found.push_back({*text, {Origin::Kind::Argument, argument}});

@@ -60,8 +60,9 @@ Check checkOf(const Installation& installation, const Library& library) {
     return tried(blamed, [&] { return Checks{completeness(DynamicLibrary(path), library, blamed)}; }).front();
 }
 
-/// A library that cannot be better than the one below it is not to blame.
-void excuse(Check& check, const Library& library, const Checks& before) {
+/// A library that is there, and cannot be better than the one below it, is not to blame.
+void excuse(Check& check, const Library& library, const Installation& installation, const Checks& before) {
+    if (unreadableFile(check.name, installation, installation.library(library.name))) return;
     const auto base = library.base ? fileName(library.base) : "";
     const auto isBase = [&](const Check& other) { return other.name == base && isBad(other); };
     if (!isBad(check) || std::ranges::none_of(before, isBase)) return;
@@ -84,7 +85,7 @@ Checks libraryChecks(const Installation& installation) {
     Checks checks;
     for (const auto& library : libraries()) {
         auto check = checkOf(installation, library);
-        excuse(check, library, checks);
+        excuse(check, library, installation, checks);
         excuseMissingLog(check, installation);
         checks.push_back(std::move(check));
     }
