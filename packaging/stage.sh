@@ -66,7 +66,8 @@ stage_dev() {
     moved $root/share/doc/orvo/examples usr/share/doc/orvo-dev/examples
     mkdir -p usr/lib/cmake usr/share/pkgconfig
     ln -sfn /$root/lib/cmake/orvo usr/lib/cmake/orvo
-    ln -sf /$root/share/pkgconfig/orvo.pc usr/share/pkgconfig/orvo.pc
+    # pkg-config does not follow links to where a file is, so the system's file names the place.
+    sed "s|^prefix=.*|prefix=/$root|" $root/share/pkgconfig/orvo.pc >usr/share/pkgconfig/orvo.pc
     documented orvo-dev
 }
 

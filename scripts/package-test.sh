@@ -1,0 +1,163 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# package-test.sh [FOLDER]: installs the packages in FOLDER, or builds them, on a fresh Debian 12, uses them as their readers
+# would, purges them, and shows that nothing is left. Needs root, some minutes and 1.5 GB in TMPDIR.
+#
+# The fresh system is a folder of its own, and what runs in it is in namespaces of its own: they take mounts and processes
+# with them however this ends.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+
+# What apt on this machine reaches, and how.
+debian_mirror() {
+    apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' 'Codename: bookworm' | head -n 1
+}
+
+make_system() { # ROOT
+    local mirror options=()
+    mirror=$(debian_mirror)
+    [ -n "$mirror" ] || { echo "package-test: apt on this machine knows no mirror of bookworm" >&2; exit 1; }
+    [[ $mirror != https:* ]] || options=(--include=ca-certificates)
+    timeout 900 debootstrap --variant=minbase "${options[@]}" bookworm "$1" "$mirror" >"$1.log" 2>&1 ||
+        { tail -n 20 "$1.log" >&2; exit 1; }
+    echo "deb $mirror bookworm main" >"$1/etc/apt/sources.list"
+    apt-config dump | grep -E '^Acquire::(http|https|Check-)' >"$1/etc/apt/apt.conf.d/00host" || true
+    cp /etc/resolv.conf "$1/etc/resolv.conf"
+    mount -t proc proc "$1/proc"
+    if [ -c /dev/net/tun ]; then # with the mode that udev gives it
+        mkdir -p "$1/dev/net"
+        cp -a /dev/net/tun "$1/dev/net/tun"
+        chmod 666 "$1/dev/net/tun"
+    fi
+}
+
+# Runs in the fresh system, as any user's shell would, and not for ever.
+inside() {
+    timeout 900 chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
+        DEBIAN_FRONTEND=noninteractive "$@"
+}
+quietly() {
+    inside "$@" >"$root.log" 2>&1 || { tail -n 30 "$root.log" >&2; echo "package-test: failed: $*" >&2; exit 1; }
+}
+fails() { echo "package-test: $*" >&2; exit 1; }
+now() { date +%s.%N; }
+since() { awk -v from="$1" -v to="$(now)" 'BEGIN { printf "%.1f", to - from }'; }
+
+# All that is there, but for what apt and dpkg keep for themselves, and the kernel's.
+list_files() {
+    (cd "$root" && find . -xdev \( -path ./proc -o -path ./var/lib/apt -o -path ./var/cache -o -path ./var/lib/dpkg \
+        -o -path ./var/log -o -path ./tmp -o -path ./packages \) -prune -o -print | sort)
+}
+
+use_program() {
+    local begin
+    begin=$(now)
+    quietly apt-get install -y --no-install-recommends /packages/orvo-gige.deb
+    installed=$(since "$begin")
+    inside orvo-gige boards
+    inside orvo-gige replay /packages/capture.pcapng --verify | tee "$root.log"
+    grep -q 'came back identical' "$root.log" || fails "not all frames came back"
+    first_frames=$(since "$begin")
+    ! inside orvo-gige --help | grep -qw doctor || inside orvo-gige doctor
+    inside test -s /usr/share/man/man1/orvo-gige.1.gz
+    inside bash -n /usr/share/bash-completion/completions/orvo-gige
+    inside test -s /usr/share/zsh/vendor-completions/_orvo-gige
+}
+
+# Under the rights that the unit gives it.
+use_bridge() {
+    [ -c "$root/dev/net/tun" ] || { echo "bridge    not tried: this machine has no /dev/net/tun"; return; }
+    inside unshare --net setpriv --reuid 65534 --regid 65534 --clear-groups --no-new-privs \
+        --bounding-set=-all,+net_admin,+net_raw --inh-caps=-all,+net_admin,+net_raw --ambient-caps=-all,+net_admin,+net_raw \
+        timeout --preserve-status -s INT 3 orvo-gige bridge --tap gige0 --up --no-reset --wire 0=none >"$root.log" 2>&1 ||
+        { cat "$root.log" >&2; fails "no bridge with the unit's two rights"; }
+    echo "bridge    made and ended as nobody with CAP_NET_ADMIN and CAP_NET_RAW"
+}
+
+# As the examples' own comments say, without settings.
+build_examples() {
+    local begin
+    begin=$(now)
+    quietly apt-get install -y --no-install-recommends /packages/orvo-dev.deb g++ cmake make pkg-config
+    developed=$(since "$begin")
+    begin=$(now)
+    quietly bash -ec '
+        cd /tmp
+        for example in echo-host plugin-skeleton; do
+            cmake -S /usr/share/doc/orvo-dev/examples/$example -B $example
+            cmake --build $example
+        done
+        c++ -std=c++17 /usr/share/doc/orvo-dev/examples/echo-host/main.cpp -o host $(pkg-config --cflags --libs orvo) \
+            -Wl,-rpath,$(pkg-config --variable=libdir orvo)
+        plugins=$(pkg-config --variable=plugindir orvo)
+        printf "[[board]]\n[board.wires]\n0 = \"pcap:/packages/capture.pcapng\"\n" >board.toml
+        export ORVO_SIMULATOR_CONFIG=/tmp/board.toml
+        for host in ./host echo-host/echo-host; do
+            $host $plugins/liborvo-plugin-zume-phy-gige.so 25 30
+            $host plugin-skeleton/libplugin-skeleton.so 25 30
+        done'
+    examples=$(since "$begin")
+}
+
+purge() {
+    # What an administrator adds goes with the packages, too.
+    touch "$root/etc/orvo/bridge-gige0.conf"
+    quietly apt-get purge -y orvo-gige orvo-dev g++ cmake make pkg-config
+    quietly apt-get autoremove -y --purge
+    list_files >"$root.after"
+    if ! diff "$root.before" "$root.after" >"$root.log"; then
+        grep -i orvo "$root.log" && fails "the packages left these behind"
+        echo "left      by other packages: $(tail -n +1 "$root.log" | grep -c '^[<>]') files"
+        sed 's/^/          /' "$root.log"
+    fi
+}
+
+try_packages() { # ROOT, PACKAGES
+    root=$1
+    local begin name
+    begin=$(now)
+    make_system "$root"
+    mkdir "$root/packages"
+    for name in orvo-gige orvo-dev; do cp "$2/$name"_*.deb "$root/packages/$name.deb"; done
+    cp "$here/../tests/data/gige-vision.pcapng" "$root/packages/capture.pcapng"
+    quietly apt-get update
+    list_files >"$root.before"
+    echo "system    fresh Debian 12, $(wc -l <"$root.before") files, made in $(since "$begin") s"
+    use_program
+    use_bridge
+    build_examples
+    purge
+    echo "installed orvo-gige with dependencies in $installed s; first frames $first_frames s after the start, the board's"
+    echo "          reset included"
+    echo "developed orvo-dev with compiler installed in $developed s; examples built both ways and run in $examples s"
+    echo "purged    nothing of the packages is left: $(wc -l <"$root.before") files before, $(wc -l <"$root.after") after"
+}
+
+if [ "${1-}" = --inside ]; then
+    try_packages "$2" "$3"
+    exit
+fi
+
+[ "$(id -u)" -eq 0 ] || { echo "package-test: needs root, for a system of its own; run it by sudo" >&2; exit 2; }
+"$here/setup.sh" debootstrap
+packages=${1-}
+if [ -z "$packages" ]; then
+    "$here/package.sh"
+    packages=$here/../build/packages
+fi
+packages=$(realpath -- "$packages")
+compgen -G "$packages/orvo-*.deb" >/dev/null || { echo "package-test: no packages in $packages" >&2; exit 2; }
+
+folder=$(mktemp -d)
+inner=
+end() {
+    [ -z "$inner" ] || kill -KILL "$inner" 2>/dev/null || true # all that it started dies with it
+    wait
+    rm -rf --one-file-system "$folder"
+}
+trap end EXIT
+trap 'exit 130' INT
+trap 'exit 143' TERM HUP
+unshare --mount --pid --fork --kill-child --mount-proc "$here/package-test.sh" --inside "$folder/system" "$packages" &
+inner=$!
+wait "$inner"
