@@ -24,6 +24,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <sstream>
 
 namespace orvo::host {
 namespace {
@@ -126,12 +127,6 @@ std::optional<int> awaitEnd(pid_t child, std::chrono::milliseconds limit) {
     return inTime ? std::optional(status) : std::nullopt;
 }
 
-/// The last line that was written before the end.
-std::string lastLine(const std::string& words) {
-    const auto text = words.substr(0, words.find_last_not_of('\n') + 1);
-    return text.substr(text.rfind('\n') + 1);
-}
-
 std::string endOf(std::optional<int> status, std::chrono::milliseconds limit) {
     if (!status) return fmt::format("nothing comes of it within {} ms", limit.count());
     if (WIFSIGNALED(*status))
@@ -139,10 +134,14 @@ std::string endOf(std::optional<int> status, std::chrono::milliseconds limit) {
     return fmt::format("it ends the process (exit code {})", WEXITSTATUS(*status));
 }
 
-/// The watch over a library that is being loaded has its own words for how that ends.
-std::string endOf(std::optional<int> status, std::chrono::milliseconds limit, const std::string& last) {
+/// The watch over a library that is being loaded has its own words for how that ends; others count only as
+/// the last ones.
+std::string endOf(std::optional<int> status, std::chrono::milliseconds limit, const std::string& words) {
     constexpr std::string_view own = "orvo-gige: ";
-    if (status && last.starts_with(own)) return withoutAdvice(last.substr(own.size()));
+    std::istringstream lines(words);
+    std::string last;
+    for (std::string line; std::getline(lines, line); last = line)
+        if (status && line.starts_with(own)) return withoutAdvice(line.substr(own.size()));
     return endOf(status, limit) + (last.empty() ? "" : "; its last words: " + last);
 }
 
@@ -158,7 +157,7 @@ Checks tried(const Check& blamed, const std::function<Checks()>& work, std::chro
     setpgid(child.id, child.id); // whoever of the two comes first
     const auto status = awaitEnd(child.id, limit);
     if (auto checks = decoded(result.content())) return *checks;
-    return failed(blamed, endOf(status, limit, lastLine(words.content())));
+    return failed(blamed, endOf(status, limit, words.content()));
 }
 
 } // namespace orvo::host
