@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Puts what cpack is about to pack where Debian wants it: FOLDER/runtime and FOLDER/dev hold what was installed below
-# /opt/orvo. GENERATED holds files that CMake made. Usage: stage.sh FOLDER GENERATED VERSION
+# /opt/orvo. GENERATED holds files that CMake made. Usage: stage.sh FOLDER GENERATED
 #
 # Times are those of the changelog's last change, or SOURCE_DATE_EPOCH, so that the same sources make the same packages.
 set -euo pipefail
-folder=$1 generated=$2 version=$3
+folder=$1 generated=$2
 here=$(cd "$(dirname "$0")" && pwd)
 root=opt/orvo
 umask 022

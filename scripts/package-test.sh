@@ -10,7 +10,8 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 # What apt on this machine reaches, and how.
 debian_mirror() {
-    apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' 'Codename: bookworm' | head -n 1
+    # shellcheck disable=SC2016 # apt's
+    apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' 'Codename: bookworm' | sed -n 1p
 }
 
 make_system() { # ROOT
@@ -84,6 +85,7 @@ build_examples() {
     quietly apt-get install -y --no-install-recommends /packages/orvo-dev.deb g++ cmake make pkg-config
     developed=$(since "$begin")
     begin=$(now)
+    # shellcheck disable=SC2016 # the inner shell's
     quietly bash -ec '
         cd /tmp
         for example in echo-host plugin-skeleton; do

@@ -39,9 +39,9 @@ hashes() { # FOLDER
 }
 
 build_in "$folder/one"
-build_in "$folder/another/one, deeper"
+build_in "$folder/another/one deeper"
 hashes "$folder/one" >"$folder/first"
-hashes "$folder/another/one, deeper" >"$folder/second"
+hashes "$folder/another/one deeper" >"$folder/second"
 cat "$folder/first"
 diff "$folder/first" "$folder/second" >&2 || { echo "reproducible: these differ between two builds" >&2; exit 1; }
 echo "reproducible: $(wc -l <"$folder/first") files are the same in both builds"
