@@ -10,6 +10,7 @@ packages=(
     libboost-dev qt6-base-dev libdeflate-dev                 # framework, plug-in
     libtomlplusplus-dev libpcap-dev                          # simulated board, host program
     libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program
+    libarchive-dev                                           # host program: bundles
     libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev    # tests, benchmarks
     binutils python3 tshark                                  # export list, life-cycle checks, captures read by others
     iproute2 iputils-ping                                    # networks that tests make

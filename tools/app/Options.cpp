@@ -3,6 +3,9 @@
 #include "app/Options.h"
 
 #include "app/Failure.h"
+#include "app/Numbers.h"
+
+#include <fmt/format.h>
 
 namespace orvo::host {
 namespace {
@@ -10,8 +13,7 @@ namespace {
 // "P=WIRE" or "B/P=WIRE".
 WireOption wireFrom(const std::string& text) {
     const auto equals = text.find('=');
-    const WireOption option{text.substr(0, equals),
-                            equals == std::string::npos ? "" : text.substr(equals + 1)};
+    WireOption option{text.substr(0, equals), equals == std::string::npos ? "" : text.substr(equals + 1)};
     if (option.wire.empty() || !(PortAddress::parse(option.port) || PortAddress::parse("0/" + option.port)))
         throw WrongValue(quoted(text) +
                          " is not of the form PORT=WIRE or BOARD/PORT=WIRE, such as 0=port:0/1");
@@ -23,6 +25,12 @@ WireOption wireFrom(const std::string& text) {
 PortAddress WireOption::address(unsigned defaultBoard) const {
     const auto full = PortAddress::parse(port);
     return full ? *full : PortAddress::parse(std::to_string(defaultBoard) + "/" + port).value();
+}
+
+std::chrono::duration<double> secondsFrom(const std::string& text, double least, double most) {
+    const auto seconds = decimalNumber(text);
+    if (seconds && *seconds >= least && *seconds <= most) return std::chrono::duration<double>(*seconds);
+    throw WrongValue(fmt::format("{} is no number of seconds from {} to {:.0f}", quoted(text), least, most));
 }
 
 void addRootTo(CommandLine& line, std::string& root) {

@@ -5,6 +5,7 @@
 #include "app/CommandLine.h"
 #include "board/PortAddress.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ struct InstallationOptions {
     /// Errors: UsageFailure when they ask for virtual time, which live traffic does not keep to.
     void requireRealTime() const;
 };
+
+/// The value of an option in seconds, such as "2" or "0.5". Errors: WrongValue.
+std::chrono::duration<double> secondsFrom(const std::string& text, double least, double most);
 
 /// Adds --root.
 void addRootTo(CommandLine& line, std::string& root);

@@ -5,7 +5,6 @@
 
 #include "app/Failure.h"
 #include "app/Notice.h"
-#include "app/Numbers.h"
 #include "app/Output.h"
 #include "app/Progress.h"
 #include "app/Signals.h"
@@ -117,14 +116,6 @@ CaptureResult record(const CaptureOptions& options, Ports& ports, CaptureOutput&
     });
 }
 
-std::chrono::duration<double> durationFrom(const std::string& text) {
-    const auto seconds = decimalNumber(text);
-    if (seconds && *seconds >= shortestSeconds && *seconds <= longestSeconds)
-        return std::chrono::duration<double>(*seconds);
-    throw WrongValue(fmt::format("{} is no number of seconds from {} to {:.0f}", quoted(text),
-                                 shortestSeconds, longestSeconds));
-}
-
 FileRing ringFrom(const std::string& text) {
     if (const auto ring = FileRing::parse(text)) return *ring;
     throw WrongValue(quoted(text) +
@@ -141,7 +132,10 @@ CaptureCommand::CaptureCommand(Program& program)
         .required();
     line().number("--count", options_.limits.frames, {.least = 1}, "End after so many frames written");
     line().value(
-        "--duration", "S", [this](const std::string& text) { options_.limits.time = durationFrom(text); },
+        "--duration", "S",
+        [this](const std::string& text) {
+            options_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
+        },
         "End after so many seconds");
     line().value(
         "--ring", "N:SIZE", [this](const std::string& text) { options_.ring = ringFrom(text); },

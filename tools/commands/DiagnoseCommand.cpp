@@ -9,15 +9,22 @@
 #include "board/Board.h"
 #include "board/Phy.h"
 #include "board/Port.h"
+#include "commands/UsedFiles.h"
 #include "diagnosis/Diagnosis.h"
 #include "faults/FaultWatch.h"
+#include "report/Observation.h"
+#include "report/ReportFiles.h"
 
 #include <fmt/format.h>
 
 namespace orvo::host {
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 constexpr std::uint32_t detailLevel = 2;
+constexpr double leastSeconds = 0.1; // of watching
+constexpr double mostSeconds = 3600;
 
 /// The link status that the PHY has latched since somebody looked last; reading it lets the next reading be
 /// of now.
@@ -28,20 +35,20 @@ bool wasLinkDown(const Session& session, PortAddress port) {
     return status && (*status & 4U) == 0;
 }
 
-DumpReport readReport(Port& port, const PluginLog& log) {
+std::vector<std::string> readDump(Port& port, const PluginLog& log) {
     LogCollector report(log, detailLevel);
     {
         const SignalShield noShortSleeps;
         port.interface().triggerDebugOutput();
     }
-    const auto lines = report.takeAll(); // also when a signal ends the command: what is left would be printed
+    auto lines = report.takeAll(); // also when a signal ends the command: what is left would be printed
     throwIfEndRequested();
-    return DumpReport::parse(lines, port.address().text());
+    return lines;
 }
 
 using Changes = std::vector<DiagnosisChange>;
 
-nlohmann::ordered_json jsonOf(const Changes& changes, const std::string& since) {
+Json jsonOf(const Changes& changes, const std::string& since) {
     auto list = nlohmann::ordered_json::array();
     for (const auto& change : changes)
         list.push_back({{"what", change.what}, {"before", change.before}, {"after", change.after}});
@@ -56,10 +63,16 @@ std::string textOf(const Changes& changes, const std::string& since) {
     return text;
 }
 
+void publish(Json diagnosis, const std::optional<Ledger>& ledger) {
+    if (ledger) diagnosis["faults"] = jsonOf(*ledger);
+    print(diagnosis);
+}
+
 } // namespace
 
-Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch) {
-    const Progress progress([&] { return "diagnosing port " + address.text() + " (takes about 5 s)"; });
+Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch, Observation* observation) {
+    std::optional<Progress> progress; // what follows has one of its own
+    progress.emplace([&] { return "diagnosing port " + address.text() + " (takes about 5 s)"; });
     const PluginLog log(session.installation);
     if (!log.available())
         throw Failure("the report cannot be read: " + quoted(session.installation.root().string()) +
@@ -68,11 +81,15 @@ Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watc
     Plugin plugin(session.installation);
     Port port(plugin, log, address, false);
     port.open();
+    if (observation) observation->begin();
     if (watch) watch->begin();
     const bool wasDown = wasLinkDown(session, address);
-    auto diagnosis = diagnosisOf(readReport(port, log), address.text(), wasDown);
+    auto dump = readDump(port, log);
+    auto diagnosis = diagnosisOf(DumpReport::parse(dump, address.text()), address.text(), wasDown);
     if (watch) watch->end();
-    return {std::move(diagnosis), {address, port.finish()}};
+    progress.reset();
+    if (observation) observation->goOn(port.interface());
+    return {std::move(diagnosis), {address, port.finish()}, std::move(dump)};
 }
 
 DiagnoseCommand::DiagnoseCommand(Program& program)
@@ -82,28 +99,46 @@ DiagnoseCommand::DiagnoseCommand(Program& program)
     installation_.addFaultsTo(line());
     line().flag("--json", json_, "Print JSON instead of text");
     line().text("--diff", "OLD.json", oldFile_, "Show what changed since this diagnosis, kept with --json");
+    line()
+        .text("--html", "FILE", pageFile_, "Write a page with all of it, and with rates over time")
+        .notEmpty();
+    line()
+        .text(
+            "--bundle", "FILE.tar.gz", bundleFile_,
+            "Write an archive with the page, what it was made from, and a capture of what the port receives")
+        .notEmpty();
+    line().value(
+        "--seconds", "S",
+        [this](const std::string& text) { observationTime_ = secondsFrom(text, leastSeconds, mostSeconds); },
+        "How long page and bundle go on watching the port (default 5)");
 }
 
 int DiagnoseCommand::run() {
-    nlohmann::ordered_json before;
+    Json before;
     if (!oldFile_.empty()) {
         before = readDiagnosis(oldFile_);
         before.erase("faults"); // they were of that run
     }
+    ReportFiles files(pageFile_, bundleFile_);
     const Session session(installation_, port_.address.board);
+    if (session.simulator) refuseFilesOfWires({.written = {pageFile_, bundleFile_}}, *session.simulator);
     FaultWatch watch(session, installation_, {port_.address});
-    auto [diagnosis, statistics] = diagnose(session, port_.address, &watch);
-    const auto ledger = watch.settle({statistics}, {{.port = port_.address}});
+    std::optional<Observation> observation;
+    if (files.areWanted()) observation.emplace(session, port_.address, observationTime_, files.capturePath());
+    const auto time = std::chrono::system_clock::now();
+    auto [diagnosis, statistics, dump] =
+        diagnose(session, port_.address, &watch, observation ? &*observation : nullptr);
+    const auto ledger = watch.settle(
+        {statistics}, {{.port = port_.address, .received = observation ? observation->recordedFrames() : 0}});
     const bool isAccounted = tellLedger(ledger);
-    if (!json_) {
-        print(oldFile_.empty() ? textOfDiagnosis(diagnosis)
-                               : textOf(changesBetween(before, diagnosis), oldFile_));
-    } else {
-        auto document =
-            oldFile_.empty() ? std::move(diagnosis) : jsonOf(changesBetween(before, diagnosis), oldFile_);
-        if (ledger) document["faults"] = jsonOf(*ledger);
-        print(document);
-    }
+    const auto changes = oldFile_.empty() ? Changes() : changesBetween(before, diagnosis);
+    if (json_)
+        publish(oldFile_.empty() ? diagnosis : jsonOf(changes, oldFile_), ledger);
+    else
+        print(oldFile_.empty() ? textOfDiagnosis(diagnosis) : textOf(changes, oldFile_));
+    if (observation)
+        files.write({time, session.installation.root().string(), std::move(diagnosis), std::move(dump),
+                     observation->track(), observation->takeLog(), readSettings(installation_.root)});
     return isAccounted ? Done : DifferencesFound;
 }
 

@@ -9,21 +9,26 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <string>
+#include <vector>
 
 namespace orvo::host {
 
 class FaultWatch;
+class Observation;
 
 struct Diagnosed {
     nlohmann::ordered_json document;
     PortStatistics statistics;
+    std::vector<std::string> dump; ///< the plug-in's lines that the document was made from
 };
 
 /// Opens the port as it is, without a reset, lets the plug-in write its diagnostic report, and decodes it;
-/// about 5 s. `watch`, if not null, ends its faults then. Errors: Failure when the port cannot be opened, or
-/// the installation does not hand the report out.
-Diagnosed diagnose(const Session& session, PortAddress port, FaultWatch* watch = nullptr);
+/// about 5 s. `watch`, if not null, ends its faults then; `observation`, if not null, goes on afterwards.
+/// Errors: Failure when the port cannot be opened, or the installation does not hand the report out.
+Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch = nullptr,
+                   Observation* observation = nullptr);
 
 /// Shows what a port and its link are like, and what is wrong with them.
 class DiagnoseCommand : public Command {
@@ -35,7 +40,9 @@ private:
     InstallationOptions installation_;
     PortOptions port_;
     bool json_ = false;
-    std::string oldFile_; // empty: nothing to compare with
+    std::string oldFile_;               // empty: nothing to compare with
+    std::string pageFile_, bundleFile_; // empty: not wanted
+    std::chrono::duration<double> observationTime_{5};
 };
 
 } // namespace orvo::host

@@ -4,7 +4,6 @@
 
 #include "app/Failure.h"
 #include "app/Notice.h"
-#include "app/Numbers.h"
 #include "app/Output.h"
 #include "app/ReplacedFile.h"
 #include "app/Signals.h"
@@ -15,7 +14,6 @@
 #include "watch/WatchView.h"
 #include "watch/WireReceiver.h"
 
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
 
@@ -34,11 +32,8 @@ constexpr double longestSeconds = 86'400;
 constexpr std::size_t historyLength = 60;
 constexpr std::chrono::milliseconds viewPause = 200ms; // between two looks whether the terminal was resized
 
-Seconds secondsFrom(const std::string& text) {
-    const auto seconds = decimalNumber(text);
-    if (seconds && *seconds >= shortestSeconds && *seconds <= longestSeconds) return Seconds(*seconds);
-    throw WrongValue(fmt::format("{} is no number of seconds from {} to {:.0f}", quoted(text),
-                                 shortestSeconds, longestSeconds));
+Seconds intervalFrom(const std::string& text) {
+    return secondsFrom(text, shortestSeconds, longestSeconds);
 }
 
 /// A file of metrics that is renewed again and again. Only the first time must succeed: a full disk may be
@@ -103,11 +98,11 @@ WatchCommand::WatchCommand(Program& program)
         "--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); }, {.most = 99'999},
         "Only this board (default: all)");
     line().value(
-        "--interval", "S", [this](const std::string& text) { interval_ = secondsFrom(text); },
+        "--interval", "S", [this](const std::string& text) { interval_ = intervalFrom(text); },
         "Seconds between two readings (default 1)");
     line().value(
         "--link-interval", "S",
-        [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : secondsFrom(text); },
+        [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : intervalFrom(text); },
         "Seconds between two looks at the links over MDIO (default 10); 0 leaves MDIO to others");
     line().number("--count", count_, {.least = 1}, "End after so many readings");
     line().flag("--json", json_, "Print a JSON document a line for each reading");

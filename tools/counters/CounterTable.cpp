@@ -30,12 +30,6 @@ const char* textOf(CounterKind kind) {
     return "";
 }
 
-std::string placeOf(const CounterRow& row) {
-    std::string text = textOf(row.source);
-    if (*row.place) text += std::string(" ") + row.place;
-    return row.source == CounterSource::FirmwareRegister ? text + "<port>" : text;
-}
-
 } // namespace
 
 using enum CounterKind;
@@ -61,10 +55,10 @@ const std::array<CounterRow, counterCount> counterRows = {{
      "GvspFiFoOverflow_GigeTransceiver", "not 0 once frames arrived that the board had no room for"},
     {"control FIFO not empty", "controlFifoNotEmpty", "orvo_gige_control_fifo_not_empty", "", State, FirmwareRegister,
      "GvcpFiFoNotEmpty_GigeTransceiver", "not 0 while received frames wait for the host"},
-    {"lost words", "lostWords", "orvo_gige_lost_words_total", "words", TroubleCount, LostWordsOfQueue, "<port>",
+    {"lost words", "lostWords", "orvo_gige_lost_words_total", "words", TroubleCount, LostWordsOfQueue, "",
      "32-bit words of received frames that the receive queue dropped, being full"},
     {"lost action words", "lostActionWords", "orvo_gige_lost_action_words_total", "words", TroubleCount,
-     LostWordsOfQueue, "<port> + 8", "reports of action commands that their queue dropped, being full",
+     LostWordsOfQueue, " + 8", "reports of action commands that their queue dropped, being full",
      nullptr, firstActionQueue},
     {"idle errors", "idleErrors", "orvo_gige_idle_errors_total", "errors", TroubleCount, Phy, "register 10, bits 7:0",
      "disturbances between frames at 1000BASE-T, since the watching began; 255 at most from one look to the next"},
@@ -112,10 +106,18 @@ double CounterRow::mostPerSecond() const {
     return counted == "frames" ? shortestFrames : bytesPerSecond;
 }
 
+std::string CounterRow::sourceOf(const std::string& port) const {
+    const std::string text = textOf(source);
+    if (source == FirmwareRegister) return text + " " + place + port;
+    if (source == LostWordsOfQueue) return text + " " + port + place;
+    return *place ? text + " " + place : text;
+}
+
 std::string textOfCounterTable() {
     std::vector<std::vector<std::string>> rows = {{"NAME", "UNIT", "KIND", "SOURCE", "MEANING"}};
     for (const auto& row : counterRows)
-        rows.push_back({row.name, *row.unit ? row.unit : "-", textOf(row.kind), placeOf(row), row.meaning});
+        rows.push_back(
+            {row.name, *row.unit ? row.unit : "-", textOf(row.kind), row.sourceOf("<port>"), row.meaning});
     return table(rows);
 }
 
@@ -127,7 +129,7 @@ nlohmann::ordered_json jsonOfCounterTable() {
                         {"metric", row.metric},
                         {"unit", row.unit},
                         {"kind", textOf(row.kind)},
-                        {"source", placeOf(row)},
+                        {"source", row.sourceOf("<port>")},
                         {"meaning", row.meaning}});
     return list;
 }

@@ -53,7 +53,8 @@ struct CounterRow {
     const char* unit;   ///< "": a flag
     CounterKind kind;
     CounterSource source;
-    const char* place; ///< where at its source; of a register, the name before the port's number
+    const char* place; ///< where at its source; of a register, the name before the port's number, of a queue,
+                       ///< "" or what is added to that
     const char* meaning;
     std::uint64_t OrvoSimPort::*field = nullptr; ///< of a simulated board's port
     unsigned firstQueue = 0;                     ///< of port 0; that of port p is p more
@@ -64,6 +65,8 @@ struct CounterRow {
     unsigned bits() const;
     /// More than this does not pass a port in a second: what seems to have grown faster began anew.
     double mostPerSecond() const;
+    /// Where it is read; `port` is the port's number, or a word that stands for it.
+    std::string sourceOf(const std::string& port) const;
 };
 
 extern const std::array<CounterRow, counterCount> counterRows;
