@@ -37,7 +37,8 @@ std::string numberText(double value) {
 
 /// The same in the room beside an axis.
 std::string axisText(double value) {
-    return value >= 1e6 ? fmt::format("{:.4g} M", value / 1e6) : numberText(value);
+    if (value >= 1e6) return fmt::format("{:.4g} M", value / 1e6);
+    return value >= 1000 ? numberText(value) : fmt::format("{:.4g}", value);
 }
 
 /// Where values are drawn.
@@ -63,9 +64,9 @@ public:
                                 left, right, y(i * valueStep_), left - 8, y(i * valueStep_) + 4,
                                 axisText(i * valueStep_));
         for (int i = 0; i * secondsStep_ <= mostSeconds_ * (1 + 1e-9); ++i)
-            text += fmt::format("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{}{}</text>\n",
-                                x(i * secondsStep_), bottom + 22, numberText(i * secondsStep_),
-                                i == 0 ? " s" : "");
+            text +=
+                fmt::format("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{}{}</text>\n",
+                            x(i * secondsStep_), bottom + 22, axisText(i * secondsStep_), i == 0 ? " s" : "");
         return text;
     }
 

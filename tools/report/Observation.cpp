@@ -68,7 +68,8 @@ void Observation::read(const std::stop_token& stop) {
     for (auto next = begin + interval_; !stop.stop_requested(); next += interval_) {
         stopped.wait_until(guard, stop, std::chrono::time_point_cast<Clock::duration>(next),
                            [] { return false; });
-        readOnce(Seconds(Clock::now() - begin).count());
+        if (Clock::now() > next - interval_ / 2) // a rate over less would be one of chance
+            readOnce(Seconds(Clock::now() - begin).count());
     }
 }
 

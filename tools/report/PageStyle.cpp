@@ -67,12 +67,14 @@ pre { margin: .5rem 0 0; padding: .8rem; background: var(--back); border-radius:
   font-size: .8rem; line-height: 1.45; }
 @media (max-width: 640px) { body { font-size: 14px; } main, header, footer { padding-left: .75rem;
   padding-right: .75rem; } section { padding: .9rem .85rem; } svg text { font-size: 17px; }
-  th, td { padding-right: .6rem; } .phy td:first-child { padding-left: .3rem; width: 3rem; } }
+  th, td { padding-right: .6rem; } .scroll table:not(.phy) { min-width: 46rem; }
+  figure .scroll table:not(.phy) { min-width: 0; } .phy td:first-child { padding-left: .3rem; width: 3rem; } }
 @media print { :root { --back: #fff; --card: #fff; --text: #000; --soft: #333; --line: #bbb; --first: #1f6fbf;
   --second: #c2570c; --good: #17693a; --note: #2a5fa8; --warning: #8a5a00; --fault: #b3261e; }
   body { font-size: 10pt; } section { border: 0; padding: .5rem 0; } figure, .finding, tr { break-inside: avoid; }
   .scroll { overflow: visible; } pre { white-space: pre-wrap; overflow-wrap: anywhere; padding: 0; }
-  figure details { display: none; } }
+  figure details { display: none; }
+  h2 { break-after: avoid; } .charts { grid-template-columns: 1fr 1fr; } }
 )";
 
 } // namespace orvo::host
