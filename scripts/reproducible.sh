@@ -34,8 +34,8 @@ build_in() { # FOLDER
 }
 
 hashes() { # FOLDER
-    (cd "$1/build" && find release/bin release/lib64 packages -maxdepth 2 \( -path '*/bin/*' -o -name '*.so' -o -name '*.deb' \) \
-        -type f 2>/dev/null | sort | xargs sha256sum)
+    (cd "$1/build" && find . -name _CPack_Packages -prune -o -type f \( -path './release/bin/*' -o -path './release/lib64/*.so' \
+        -o -path './packages/*.deb' \) -print | sort | xargs sha256sum)
 }
 
 build_in "$folder/one"
