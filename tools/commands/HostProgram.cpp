@@ -30,7 +30,7 @@ HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
     declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-            DiagnoseCommand, ResetCommand, WatchCommand, CompletionCommand, ConfigCommand, DoctorCommand>(
+            DiagnoseCommand, ResetCommand, WatchCommand, DoctorCommand, ConfigCommand, CompletionCommand>(
         *this);
 }
 

@@ -1,0 +1,207 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""commands.py SOURCE BUILD [FILE...]: runs the commands of README.md and docs/*.md, or of the files named, and fails when
+one fails.
+
+Every indented block, and every fenced one without a language or of "sh", is a block of commands, each line run by bash in a
+scratch folder in which the source tree appears with BUILD as build/release. A comment before a block says what else it is:
+
+    <!-- prints -->                what the last command before it prints: every line; "…" is anything
+    <!-- output -->                the same of a command that is not run
+    <!-- not run: REASON -->
+    <!-- needs root -->            run where this is root, in a network namespace of the file's own, in turn
+    <!-- until Ctrl-C -->          each line gets SIGINT once it had time to begin, and must end well
+    <!-- exits with N -->          that is how the last line ends
+    <!-- file: NAME -->            the block, in whatever language, is a file for the blocks behind it
+
+Several may stand in one comment, separated by semicolons."""
+import concurrent.futures
+import dataclasses
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+LIMIT = 30  # seconds for a line, on a busy machine too
+WORKERS = 8  # most of the time they wait for resets of boards
+BEGIN = 7  # seconds until a command that runs until Ctrl-C gets it: the reset of a board takes 5
+
+
+@dataclasses.dataclass
+class Block:
+    place: str  # FILE:LINE
+    lines: list
+    language: str = ""
+    marks: list = dataclasses.field(default_factory=list)
+    prints: list = dataclasses.field(default_factory=list)  # what its last command must print
+
+    def mark(self, name):
+        """What stands behind the mark's name; None without such a mark."""
+        return next((m[len(name):].strip(" :") for m in self.marks if m.startswith(name)), None)
+
+    def commands(self):
+        joined = "\n".join(self.lines).replace("\\\n", " ")
+        return [line.strip() for line in joined.split("\n") if line.strip() and not line.startswith("#")]
+
+
+def blocks_of(path, name):
+    blocks, block, marks, fence, before = [], None, [], None, ""
+    for number, line in enumerate(path.read_text().split("\n"), 1):
+        if fence is not None:
+            if line.strip() == "```":
+                fence = None
+            else:
+                block.lines.append(line)
+        elif line.startswith("```"):
+            fence = line[3:].strip()
+            block = Block(f"{name}:{number}", [], fence, marks)
+            blocks.append(block)
+            marks = []
+        elif line.startswith("    ") and (before == "" or (block and before.startswith("    "))):
+            if not before.startswith("    "):
+                block = Block(f"{name}:{number}", [], "", marks)
+                blocks.append(block)
+                marks = []
+            block.lines.append(line[4:])
+        elif found := re.fullmatch(r"<!-- (.*) -->", line):
+            marks = [] if "SPDX" in line else [m.strip() for m in found[1].split(";")]
+        elif line.strip():
+            marks = []
+        before = line
+    return blocks
+
+
+class Scratch:
+    """A folder in which commands find what a reader of the documentation has."""
+
+    def __init__(self, source, build, files):
+        self.folder = tempfile.TemporaryDirectory(prefix="orvo-docs-")
+        root = pathlib.Path(self.folder.name)
+        (root / "build").mkdir()
+        (root / "build" / "release").symlink_to(build)
+        for name in ("docs", "scripts", "tests", "examples", "CMakeLists.txt"):
+            if (source / name).exists():
+                (root / name).symlink_to(source / name)
+        (root / "sudo").write_text('#!/bin/sh\nexec "$@"\n')
+        (root / "sudo").chmod(0o755)
+        (root / "capture.pcapng").write_bytes((source / "tests/data/gige-vision.pcapng").read_bytes())
+        for name, text in files.items():
+            (root / name).write_text(text)
+        self.environment = dict(os.environ, HOME=str(root), USER="root" if os.geteuid() == 0 else "user",
+                                PATH=f"{build}/bin:{root}:{os.environ['PATH']}")
+        for variable in ("ORVO_SIMULATOR_CONFIG", "ORVO_LOG", "ORVO_LOG_FILE"):
+            self.environment.pop(variable, None)
+
+    def run(self, command, until_interrupt, namespace):
+        """The exit status, and what was printed; None for a status that is as good as none."""
+        prefix = ["nsenter", "-t", str(namespace.pid), "-n"] if namespace else []
+        if until_interrupt:
+            command = f"timeout --preserve-status -k 10 -s INT {BEGIN} {command}"
+        begin = time.monotonic()
+        process = subprocess.Popen(prefix + ["bash", "-o", "pipefail", "-c", command], cwd=self.folder.name,
+                                   env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT, start_new_session=True)
+        try:
+            output = process.communicate(timeout=LIMIT)[0].decode(errors="replace")
+        except subprocess.TimeoutExpired:
+            os.killpg(process.pid, signal.SIGKILL)
+            return None, process.communicate()[0].decode(errors="replace") + f"not over after {LIMIT} s\n"
+        if until_interrupt and time.monotonic() - begin < BEGIN:
+            return None, output + "it did not wait for Ctrl-C\n"
+        return process.returncode, output
+
+
+def words(text):
+    return " ".join(text.split())
+
+
+def missing_line(lines, output):
+    """The first of the lines that the output does not have; blanks do not count."""
+    found = [words(line) for line in output.splitlines()]
+    patterns = [(line, ".*".join(re.escape(part) for part in words(line).split("…"))) for line in lines if line.strip()]
+    return next((line for line, pattern in patterns if not any(re.fullmatch(pattern, f) for f in found)), None)
+
+
+def run_block(block, scratch, namespace):
+    """What went wrong; nothing when all went well."""
+    commands = block.commands()
+    expected = int(block.mark("exits with") or 0)
+    for number, command in enumerate(commands, 1):
+        is_last = number == len(commands)
+        status, output = scratch.run(command, block.mark("until Ctrl-C") is not None, namespace)
+        wanted = expected if is_last else 0
+        problem = f"ended with {status} instead of {wanted}" if status != wanted else ""
+        if is_last and not problem and (line := missing_line(block.prints, output)) is not None:
+            problem = f"did not print '{words(line)}'"
+        if problem:
+            shown = "".join(f"    | {line}\n" for line in output.splitlines()[-25:])
+            return [f"{block.place}: {command}\n    {problem}\n{shown}"]
+    return []
+
+
+def run_chain(blocks, source, build, files, with_network):
+    """Blocks in turn, in one scratch folder and, if asked for, in one network namespace of their own."""
+    scratch = Scratch(source, build, files)
+    namespace = None
+    if with_network:
+        namespace = subprocess.Popen(["unshare", "-n", "sleep", "600"], stdin=subprocess.DEVNULL)
+        scratch.run("ip link set lo up", False, namespace)
+    try:
+        return [failure for block in blocks for failure in run_block(block, scratch, namespace)]
+    finally:
+        if namespace:
+            namespace.kill()
+            namespace.wait()
+        scratch.folder.cleanup()
+
+
+def can_make_networks():
+    return os.geteuid() == 0 and subprocess.run(["unshare", "-n", "true"], stderr=subprocess.DEVNULL).returncode == 0
+
+
+def chains_of(path, name, is_root):
+    """Blocks that are run, those that need root together and in turn; the files of all; and what is left out."""
+    chains, as_root, files, left_out = [], [], {}, []
+    last = None
+    for block in blocks_of(path, name):
+        if block.mark("prints") is not None:
+            last.prints = block.lines
+            continue
+        last = block
+        if block.mark("file") is not None:
+            files[block.mark("file")] = "\n".join(block.lines) + "\n"
+        elif block.language not in ("", "sh") or block.mark("output") is not None:
+            continue
+        elif not block.marks and re.search("sudo |scripts/", "".join(block.lines)):
+            sys.exit(f"{block.place}: a comment must say whether this needs root, or why it is not run")
+        elif block.mark("not run") is not None or (block.mark("needs root") is not None and not is_root):
+            left_out.append(f"{block.place}: {', '.join(block.marks)}")
+        elif block.mark("needs root") is not None:
+            as_root.append(block)
+        else:
+            chains.append(([block], False))
+    return chains + ([(as_root, True)] if as_root else []), files, left_out
+
+
+def main():
+    source, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+    documents = [pathlib.Path(a) for a in sys.argv[3:]] or [source / "README.md", *sorted((source / "docs").glob("*.md"))]
+    is_root = can_make_networks()
+    failures, runs = [], []
+    with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
+        for document in documents:
+            chains, files, left_out = chains_of(document, os.path.relpath(document, source), is_root)
+            print("".join(f"left out: {text}\n" for text in left_out), end="")
+            runs += [pool.submit(run_chain, blocks, source, build, files, network) for blocks, network in chains]
+        failures = [failure for run in runs for failure in run.result()]
+    print(f"{len(runs)} chains of commands, {len(failures)} failures")
+    print(*failures, sep="\n", file=sys.stderr)
+    return 1 if failures or not runs else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
