@@ -8,7 +8,8 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::uint32_t seenAbsenceMs = 250; // who waits for frames looks twice meanwhile; less may go unseen
+constexpr std::uint32_t seenAbsenceMs =
+    1000; // who waits for frames looks every 100 ms; on a busy machine less may go unseen
 constexpr std::uint64_t forgottenAfter =
     60; // so many frames that are missing, one is not waited for any more
 
