@@ -109,6 +109,7 @@ TEST(DiagnoseCommandTest, RefusesInOneLine) {
     expectRefusal({"diagnose", "--diff", other}, 2, "'" + other + "' is no diagnosis; ");
     expectRefusal({"diagnose", "--diff", broken}, 2, "'" + broken + "' is no diagnosis; ");
     expectRefusal({"diagnose", "--time", "slow"}, 2, "--time");
+    expectRefusal({"diagnose", "--seconds", "2"}, 2, "--seconds is for a page or bundle");
     for (const char* command : {"diagnose", "reset"})
         expectRefusal({command, "--port", "4"}, 1,
                       "port 0/4 cannot be opened: Port id '4' not available for board id '0'; "

@@ -25,6 +25,7 @@ using Json = nlohmann::ordered_json;
 constexpr std::uint32_t detailLevel = 2;
 constexpr double leastSeconds = 0.1; // of watching
 constexpr double mostSeconds = 3600;
+constexpr std::chrono::seconds usualTime{5};
 
 /// The link status that the PHY has latched since somebody looked last; reading it lets the next reading be
 /// of now.
@@ -120,11 +121,16 @@ int DiagnoseCommand::run() {
         before.erase("faults"); // they were of that run
     }
     ReportFiles files(pageFile_, bundleFile_);
+    if (observationTime_ && !files.areWanted())
+        throw UsageFailure(
+            "--seconds is for a page or bundle; name one with --html or --bundle, or leave it out");
     const Session session(installation_, port_.address.board);
     if (session.simulator) refuseFilesOfWires({.written = {pageFile_, bundleFile_}}, *session.simulator);
     FaultWatch watch(session, installation_, {port_.address});
     std::optional<Observation> observation;
-    if (files.areWanted()) observation.emplace(session, port_.address, observationTime_, files.capturePath());
+    if (files.areWanted())
+        observation.emplace(session, port_.address, observationTime_.value_or(usualTime),
+                            files.capturePath());
     const auto time = std::chrono::system_clock::now();
     auto [diagnosis, statistics, dump] =
         diagnose(session, port_.address, &watch, observation ? &*observation : nullptr);

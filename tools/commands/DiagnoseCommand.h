@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,9 +41,9 @@ private:
     InstallationOptions installation_;
     PortOptions port_;
     bool json_ = false;
-    std::string oldFile_;               // empty: nothing to compare with
-    std::string pageFile_, bundleFile_; // empty: not wanted
-    std::chrono::duration<double> observationTime_{5};
+    std::string oldFile_;                                          // empty: nothing to compare with
+    std::string pageFile_, bundleFile_;                            // empty: not wanted
+    std::optional<std::chrono::duration<double>> observationTime_; // nothing: not given
 };
 
 } // namespace orvo::host
