@@ -91,7 +91,9 @@ TEST_F(ReplayTest, SurvivesAWireThatIsDeadOrBreaksAndHeals) {
     writeCapture(input, frames);
     for (const auto& [firstLost, lastLost] : {std::pair(1u, 9000u), {3001u, 6000u}}) {
         verifier = Verifier();
-        port.wire = [&, sent = 0u]() mutable { return ++sent < firstLost || sent > lastLost; };
+        port.wire = [first = firstLost, last = lastLost, sent = 0u]() mutable {
+            return ++sent < first || sent > last;
+        };
         const auto result = replay(input);
         EXPECT_EQ(result.sent.frames, 9000u);
         EXPECT_EQ(result.missingFrames(), lastLost - firstLost + 1);
