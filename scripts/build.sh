@@ -5,6 +5,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 preset=${1:?usage: scripts/build.sh PRESET}
-scripts/setup.sh
+case $preset in
+    clang) scripts/setup.sh clang ;;
+    fuzz) scripts/setup.sh clang libclang-rt-dev ;;
+    *) scripts/setup.sh ;;
+esac
 cmake --preset "$preset" >/dev/null
 cmake --build --preset "$preset" --parallel "$(nproc)" 1>&2

@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh
+scripts/setup.sh clang-format clang-tidy
 [ -f build/release/compile_commands.json ] || cmake --preset release >/dev/null
 if [ $# -gt 0 ]; then
     files=("$@")

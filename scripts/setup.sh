@@ -5,8 +5,7 @@
 set -euo pipefail
 
 packages=(
-    g++ clang cmake ninja-build pkg-config git               # build
-    clang-format clang-tidy                                  # scripts/lint.sh
+    g++ cmake ninja-build pkg-config git                     # build
     libboost-dev qt6-base-dev libdeflate-dev                 # framework, plug-in
     libtomlplusplus-dev libpcap-dev                          # simulated board, host program
     libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program

@@ -17,7 +17,7 @@ using core::zume::PhysicalNetworkInterfaceEvent;
 using core::zume::PniActionCommandTimeout;
 using testing::ElementsAre;
 
-constexpr std::uint32_t queueId = 10;
+constexpr std::uint32_t actionQueue = 10;
 
 class ActionCommandsTest : public InterfaceTest {
 protected:
@@ -68,14 +68,14 @@ TEST_F(ActionCommandsTest, EachReadingEndsInItsMessageAndEvent) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        board.queues[queueId] = {row.answer};
+        board.queues[actionQueue] = {row.answer};
         port.monitorActionCommandTimeoutEvents();
         EXPECT_EQ(takeMessages(), row.messages);
         EXPECT_EQ(takeEvents(), row.events);
         EXPECT_EQ(board.takeJournal(), joined({{"queue 10 4 bytes 100 ms"}, row.tail}));
     }
     port.eventQueue()->enabled = false;
-    board.queues[queueId] = {{4, {0x10005}}};
+    board.queues[actionQueue] = {{4, {0x10005}}};
     port.monitorActionCommandTimeoutEvents();
     EXPECT_THAT(takeMessages(), ElementsAre(timeout + "5"));
     EXPECT_THAT(takeEvents(), testing::IsEmpty()) << "nobody wants them";
@@ -92,7 +92,7 @@ TEST_F(ActionCommandsTest, LeecherRunsFromStartToStopEvenWhenNobodyTakesEvents) 
     };
     setUpPort();
     port.eventQueue()->enabled = true;
-    board.queues[queueId] = std::vector<QueueAnswer>(70, {4, {0x10001}});
+    board.queues[actionQueue] = std::vector<QueueAnswer>(70, {4, {0x10001}});
     port.start();
     port.start(); // one thread all the same
     for (std::size_t reports = 0; reports < 65; reports += takeMessages().size()) std::this_thread::yield();

@@ -9,7 +9,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr std::uint32_t queueId = 2;
+constexpr std::uint32_t receiveQueue = 2;
 
 class ReceivePathTest : public InterfaceTest {
 protected:
@@ -26,7 +26,7 @@ protected:
 TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     setUpPort();
     const Bytes sent = countingBytes(64);
-    board.queues[queueId] = FakeBoard::transmission(sent);
+    board.queues[receiveQueue] = FakeBoard::transmission(sent);
     EXPECT_EQ(receive(), sent);
     EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms", "queue 2 128 bytes 100 ms"));
     EXPECT_THAT(takeMessages(), IsEmpty());
@@ -34,7 +34,7 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     // Everything above bit 15 means nothing, but the last end flag.
     auto noisy = FakeBoard::transmission(sent);
     for (auto& word : noisy[1].words) word |= 0xFFFF0000;
-    board.queues[queueId] = noisy;
+    board.queues[receiveQueue] = noisy;
     EXPECT_EQ(port.receive(nullptr)->length(), 64);
     EXPECT_EQ(statistics()["Recv"], "2 frames (128 bytes)");
 }
@@ -42,18 +42,18 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
 TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfFormerFrames) {
     setUpPort();
     const Bytes sent = countingBytes(60);
-    board.queues[queueId] = FakeBoard::transmission(sent);
+    board.queues[receiveQueue] = FakeBoard::transmission(sent);
     EXPECT_EQ(receive(), sent);
     auto cut = FakeBoard::transmission(sent);
     cut[1].words.resize(7); // of 30, and with them the end flag
-    board.queues[queueId] = cut;
+    board.queues[receiveQueue] = cut;
     EXPECT_THAT(receive(), IsEmpty());
     EXPECT_THAT(takeMessages(),
                 testing::Contains(HasSubstr("... EOT: 0 - TRANSMISSION_SIZE: 120 - RESULT: 120")));
     cut[1].words.insert(cut[1].words.end(), {0, 0, 0x1'0000});
     cut[0].words = {20};
     cut[1].result = 40; // ten words
-    board.queues[queueId] = cut;
+    board.queues[receiveQueue] = cut;
     Bytes shown(sent.begin(), sent.begin() + 14);
     shown.resize(20);
     EXPECT_EQ(receive(), shown);
@@ -124,7 +124,7 @@ TEST_F(ReceivePathTest, EachBadTransmissionEndsInItsCounterAndMessage) {
     auto before = statistics();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        board.queues[queueId] = row.answers;
+        board.queues[receiveQueue] = row.answers;
         EXPECT_THAT(receive(), IsEmpty());
         const auto& [counter, messages, tail] = row.outcome;
         EXPECT_EQ(takeMessages(), messages);
@@ -132,7 +132,8 @@ TEST_F(ReceivePathTest, EachBadTransmissionEndsInItsCounterAndMessage) {
         if (counter) before[counter] = std::to_string(std::stoi(before[counter]) + 1);
         EXPECT_EQ(statistics(), before);
 
-        board.queues[queueId] = FakeBoard::transmission(countingBytes(60)); // ends every run of like problems
+        board.queues[receiveQueue] =
+            FakeBoard::transmission(countingBytes(60)); // ends every run of like problems
         EXPECT_EQ(receive().size(), 60U);
         before = statistics();
     }
@@ -141,9 +142,9 @@ TEST_F(ReceivePathTest, EachBadTransmissionEndsInItsCounterAndMessage) {
 TEST_F(ReceivePathTest, DeliveriesOfHalfUnitsAreTaken) {
     setUpPort();
     const std::vector<std::uint32_t> words30(30, 0x15544);
-    board.queues[queueId] = {{4, {61}},    {120, words30},
-                             {4, {61}},    {122, words30},
-                             {4, {65536}}, {131072, std::vector<std::uint32_t>(32768, 0x10000)}};
+    board.queues[receiveQueue] = {{4, {61}},    {120, words30},
+                                  {4, {61}},    {122, words30},
+                                  {4, {65536}}, {131072, std::vector<std::uint32_t>(32768, 0x10000)}};
     EXPECT_EQ(receive().size(), 60U) << "2 bytes short: what was delivered is the frame";
     const auto odd = receive();
     ASSERT_EQ(odd.size(), 61U);
@@ -154,27 +155,28 @@ TEST_F(ReceivePathTest, DeliveriesOfHalfUnitsAreTaken) {
 
 TEST_F(ReceivePathTest, RunsOfLikeProblemsAreReportedOnce) {
     setUpPort();
-    board.queues[queueId] = std::vector<QueueAnswer>(10, {-1, {}});
+    board.queues[receiveQueue] = std::vector<QueueAnswer>(10, {-1, {}});
     for (int i = 0; i < 10; ++i) receive();
     EXPECT_THAT(takeMessages(), testing::SizeIs(1));
     EXPECT_EQ(board.takeJournal().size(), 20U) << "each read and its pause";
-    board.queues[queueId] = {{4, {0}}, {4, {0}}, {-2120, {}}, {4, {0}}, {-1, {}}};
+    board.queues[receiveQueue] = {{4, {0}}, {4, {0}}, {-2120, {}}, {4, {0}}, {-1, {}}};
     for (int i = 0; i < 5; ++i) receive();
     EXPECT_THAT(takeMessages(), ElementsAre(HasSubstr("size of zero"), HasSubstr("result = -1")));
-    board.queues[queueId] = {{4, {4}}, {-3, {}}, {4, {0}}}; // a size that is not zero ends the run of zeros
+    board.queues[receiveQueue] = {
+        {4, {4}}, {-3, {}}, {4, {0}}}; // a size that is not zero ends the run of zeros
     receive();
     receive();
     EXPECT_THAT(takeMessages(), ElementsAre(HasSubstr("result = -3"), HasSubstr("size of zero")));
 
     // The flags are set whether or not the message passes, and nothing is fetched for one that does not.
     setThreshold(5);
-    board.queues[queueId] = {{4, {60}}, {8, {1, 2}}, {-1, {}}};
+    board.queues[receiveQueue] = {{4, {60}}, {8, {1, 2}}, {-1, {}}};
     board.takeJournal();
     receive();
     receive();
     EXPECT_THAT(board.takeJournal(), testing::Not(testing::Contains("lost words of 2")));
     setThreshold(2);
-    board.queues[queueId] = {{-1, {}}};
+    board.queues[receiveQueue] = {{-1, {}}};
     receive();
     EXPECT_THAT(takeMessages(), IsEmpty());
     EXPECT_EQ(statistics()["UIQ read errors"], "14");

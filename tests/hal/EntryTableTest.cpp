@@ -87,7 +87,7 @@ struct Row {
     }
 };
 
-const std::vector<Row> rows = {
+const std::vector<Row> entries = {
 #define ENTRY(Result, name, unbound, parameters, arguments) Row::of<Entry<m_P##name, &::name>>(#name),
 #define LIBRARY_ENTRY(Result, name, unbound, parameters, arguments) Row::of<Entry<m_p##name, &::name>>(#name),
 #include "hal/OrvoHalEntries.def"
@@ -102,7 +102,7 @@ TEST(EntryTables, UnboundEntriesAnswerAsAgreed) {
         if (!line.starts_with('#')) agreed.insert(line);
     EXPECT_EQ(OHA_OpenLib(), -2130) << "there is no board library beside the tests";
     EXPECT_EQ(KIVRT_OpenLib(), -1);
-    for (const auto& row : rows) {
+    for (const auto& row : entries) {
         const std::string line = row.listed(row.name);
         EXPECT_TRUE(agreed.erase(line)) << line;
     }
@@ -113,12 +113,12 @@ TEST(EntryTables, UnboundEntriesAnswerAsAgreed) {
 }
 
 TEST(EntryTables, EachForwardingFunctionCallsItsOwnEntryUnchanged) {
-    for (const auto& row : rows) row.bind(true);
-    for (const auto& row : rows) {
+    for (const auto& row : entries) row.bind(true);
+    for (const auto& row : entries) {
         SCOPED_TRACE(row.name);
         row.checkForwarding();
     }
-    for (const auto& row : rows) row.bind(false);
+    for (const auto& row : entries) row.bind(false);
 }
 
 } // namespace

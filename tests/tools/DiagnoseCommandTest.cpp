@@ -77,9 +77,9 @@ TEST(DiagnoseCommandTest, ShowsTextJsonAndChanges) {
         EXPECT_EQ(outcome.err, "");
         return outcome.out;
     };
-    const auto json = diagnosePort1({"--json"});
-    writeFile(folder.file("same.json"), json);
-    auto document = Json::parse(json);
+    const auto machineText = diagnosePort1({"--json"});
+    writeFile(folder.file("same.json"), machineText);
+    auto document = Json::parse(machineText);
     document["link"]["mbitPerSecond"] = 100;
     document["board"].erase("name");
     document["findings"].push_back({{"severity", "fault"}, {"finding", "gone by now"}});

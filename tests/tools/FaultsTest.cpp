@@ -22,7 +22,7 @@ using namespace testing_support;
 using Json = nlohmann::ordered_json;
 using testing::HasSubstr;
 
-const std::string capture = ORVO_TEST_DATA "/mixed-lan.pcap";
+const std::string mixedLan = ORVO_TEST_DATA "/mixed-lan.pcap";
 const std::string everyKind = ORVO_FAULT_EXAMPLE;
 
 std::string fault(const std::string& kind, const std::string& more = "") {
@@ -35,7 +35,7 @@ protected:
     Outcome replay(const std::string& script, const std::vector<std::string>& more = {}) {
         writeFile(folder.file("faults.toml"), script);
         std::vector<std::string> arguments{
-            "replay", capture, "--time", "virtual", "--no-reset", "--faults", folder.file("faults.toml")};
+            "replay", mixedLan, "--time", "virtual", "--no-reset", "--faults", folder.file("faults.toml")};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return runTool(arguments);
     }
@@ -46,7 +46,7 @@ TEST_F(FaultsTest, EveryKindMovesWhatItMustAndEveryFrameIsAccountedFor) {
     std::string bytes;
     for (const char* seed : {"7", "7", "8"}) {
         const auto written = folder.file("out.pcapng");
-        const auto outcome = runTool({"replay", capture, "--loop", "4", "--time", "virtual", "--write",
+        const auto outcome = runTool({"replay", mixedLan, "--loop", "4", "--time", "virtual", "--write",
                                       written, "--faults", everyKind, "--seed", seed, "--json"});
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
         EXPECT_THAT(outcome.err, testing::Not(HasSubstr("DIFFERENT")));
@@ -85,7 +85,7 @@ TEST_F(FaultsTest, LedgerAndReportAreToldAtTheEnd) {
 
 TEST_F(FaultsTest, FaultsThatMeetAreJudgedTogether) {
     const std::string received = "\ndirection = 'received'", busy = "register = 'GigeTxTransferActive0'\n";
-    const auto recorded = "0=pcap:" + capture + "," + folder.file("sent.pcap");
+    const auto recorded = "0=pcap:" + mixedLan + "," + folder.file("sent.pcap");
     const std::tuple<std::string, const char*, std::vector<std::string>> cases[] = {
         // of a script, what the ledger says; more arguments
         {fault("runt", "every = 7") + fault("reorder", "every = 2" + received), "late (0/0): 124, as", {}},
@@ -117,7 +117,7 @@ TEST_F(FaultsTest, FaultsThatMeetAreJudgedTogether) {
 TEST_F(FaultsTest, FailuresDoNotHideFaults) {
     const auto script = folder.file("faults.toml");
     writeFile(script, fault("reset-endless"));
-    const auto cut = runTool({"replay", capture, "--time", "virtual", "--faults", script});
+    const auto cut = runTool({"replay", mixedLan, "--time", "virtual", "--faults", script});
     EXPECT_EQ(cut.exitCode, 1);
     EXPECT_THAT(cut.err, HasSubstr("reset-endless  0/0    1\norvo-gige: port 0/0 has no link"));
     const auto root = std::filesystem::path(folder.file("root"));
@@ -125,7 +125,7 @@ TEST_F(FaultsTest, FailuresDoNotHideFaults) {
     std::filesystem::copy(std::filesystem::path(ORVO_BUILD_ROOT) / "lib64", root / "lib64",
                           std::filesystem::copy_options::recursive);
     std::filesystem::remove(root / "lib64/libcommon-logging-dispatcher.so");
-    expectRefusal({"replay", capture, "--root", root, "--faults", script}, 1,
+    expectRefusal({"replay", mixedLan, "--root", root, "--faults", script}, 1,
                   "--faults needs the plug-in's messages");
 }
 
@@ -141,8 +141,8 @@ TEST_F(FaultsTest, OtherCommandsKeepTheLedgerToo) {
     }
     writeFile(folder.file("faults.toml"), fault("end-missing", "every = 10"));
     const auto outcome =
-        runTool({"capture", "--write", folder.file("out.pcapng"), "--no-reset", "--wire", "0=pcap:" + capture,
-                 "--count", "313", "--faults", folder.file("faults.toml")});
+        runTool({"capture", "--write", folder.file("out.pcapng"), "--no-reset", "--wire",
+                 "0=pcap:" + mixedLan, "--count", "313", "--faults", folder.file("faults.toml")});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_THAT(outcome.err, HasSubstr("invalid EOTs (0/0): 34, as must be"));
     EXPECT_EQ(framesOf(folder.file("out.pcapng")).size(), 313U);
@@ -152,11 +152,11 @@ TEST_F(FaultsTest, BadScriptsAreRefusedInOneLineBeforeAnythingHappens) {
     const auto script = folder.file("faults.toml"), output = folder.file("out.pcapng");
     writeFile(output, "precious");
     writeFile(script, "[[fault]]\nkind = 'loss'\nport = 9\n");
-    expectRefusal({"replay", capture, "--write", output, "--faults", script}, 1,
+    expectRefusal({"replay", mixedLan, "--write", output, "--faults", script}, 1,
                   script + ":3: 'port' in [[fault]]");
     expectRefusal({"reset", "--faults", folder.file("none")}, 1, "none:1: cannot be read: No such file");
     expectRefusal({"capture", "--write", output, "--seed", "3"}, 2, "--seed requires --faults");
-    expectRefusal({"replay", capture, "--faults", script, "--seed", "-1"}, 2, "--seed");
+    expectRefusal({"replay", mixedLan, "--faults", script, "--seed", "-1"}, 2, "--seed");
     EXPECT_EQ(contentOf(output), "precious");
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* name = "capture interfaces";
+constexpr const char* extcapTitle = "capture interfaces";
 
 std::string commandToInstall(const fs::path& folder) {
     return asWriter(folder, fmt::format("{} extcap install --folder {}", shellWord(ownProgram().string()),
@@ -27,23 +27,23 @@ Check extcapLinkCheck(const fs::path& folder) {
     const auto mend = commandToInstall(folder);
     std::error_code unknown;
     if (!fs::exists(fs::symlink_status(link, unknown)))
-        return {name, Verdict::Skipped, "not made: there is no " + place, mend};
+        return {extcapTitle, Verdict::Skipped, "not made: there is no " + place, mend};
     if (!isLinkToProgram(link))
-        return {name, Verdict::Warning, place + " is there and no link of ours",
+        return {extcapTitle, Verdict::Warning, place + " is there and no link of ours",
                 asWriter(folder, "rm -r " + shellWord(link.string())) + " && " + mend};
     const auto target = quoted(fs::read_symlink(link, unknown).string());
     if (!fs::exists(link, unknown))
-        return {name, Verdict::Bad, place + " is a stale link: there is no " + target, mend};
+        return {extcapTitle, Verdict::Bad, place + " is a stale link: there is no " + target, mend};
     if (!fs::equivalent(link, ownProgram(), unknown))
-        return {name, Verdict::Warning, place + " is a link to another installation's program, " + target,
-                mend};
-    return {name, Verdict::Good, place + " is a link to this program"};
+        return {extcapTitle, Verdict::Warning,
+                place + " is a link to another installation's program, " + target, mend};
+    return {extcapTitle, Verdict::Good, place + " is a link to this program"};
 }
 
 Checks extcapChecks() {
     const auto folders = extcapFolders();
     if (folders.empty())
-        return {{name, Verdict::Skipped, "tshark is not there, or does not tell its folders",
+        return {{extcapTitle, Verdict::Skipped, "tshark is not there, or does not tell its folders",
                  "sudo apt-get install tshark"}};
     Checks checks;
     for (const auto& folder : folders) {

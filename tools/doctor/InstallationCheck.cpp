@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* name = "installation";
+constexpr const char* installationTitle = "installation";
 
 /// Whether libraries or plug-ins lie in a folder as they do in an installation.
 bool isRoot(const fs::path& folder) {
@@ -39,7 +39,8 @@ std::string commandFor(const std::optional<fs::path>& root) {
 Check emptyRoot(const Installation& installation, bool isGiven) {
     const auto& root = installation.root();
     const auto near = rootNear(root);
-    return {name, Verdict::Bad, quoted(root.string()) + " is no installation: there is no lib64 in it",
+    return {installationTitle, Verdict::Bad,
+            quoted(root.string()) + " is no installation: there is no lib64 in it",
             isGiven || near ? commandFor(near) : commandToRestore(installation, installation.plugin())};
 }
 
@@ -49,12 +50,12 @@ Check installationCheck(const std::string& root) {
     try {
         const Installation installation(root);
         if (!isRoot(installation.root())) return emptyRoot(installation, !root.empty());
-        return {name, Verdict::Good,
+        return {installationTitle, Verdict::Good,
                 fmt::format("{} ({})", installation.root().string(),
                             root.empty() ? "where this program lies" : "option --root")};
     } catch (const Failure& failure) {
         const auto near = rootNear(fs::path(root).lexically_normal());
-        return {name, Verdict::Bad, withoutAdvice(failure.what()), commandFor(near)};
+        return {installationTitle, Verdict::Bad, withoutAdvice(failure.what()), commandFor(near)};
     }
 }
 

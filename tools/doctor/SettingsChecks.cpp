@@ -10,7 +10,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr const char* name = "settings";
+constexpr const char* settingsTitle = "settings";
 
 std::string mendFor(const Origin& where) {
     if (where.kind == Origin::Kind::Environment) return "unset " + where.place;
@@ -27,13 +27,13 @@ std::string mendFor(const Origin& where) {
 Checks settingsChecks(const Settings& settings) {
     Checks checks;
     for (const auto& remark : remarksOn(settings))
-        checks.push_back({name, remark.isLost ? Verdict::Bad : Verdict::Warning,
+        checks.push_back({settingsTitle, remark.isLost ? Verdict::Bad : Verdict::Warning,
                           textOf(remark.where) + ": " + remark.text, mendFor(remark.where)});
     if (!checks.empty()) return checks;
     std::string files;
     for (const auto& file : settings.files)
         if (file.isThere) files += fmt::format("{}{}", files.empty() ? "" : ", ", file.path.string());
-    return {{name, Verdict::Good, files.empty() ? "defaults: there is no rt.conf" : files}};
+    return {{settingsTitle, Verdict::Good, files.empty() ? "defaults: there is no rt.conf" : files}};
 }
 
 } // namespace orvo::host

@@ -11,10 +11,9 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint32_t endOfTransmission = 0x1'0000;
 constexpr std::uint64_t copying = 1; // in head_
 
-using Clock = std::chrono::steady_clock;
+using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds soon{15};     // a full frame at line rate takes 12.3
 constexpr std::chrono::microseconds wakeTime{15}; // what passes until a sleeper that is woken runs
@@ -178,21 +177,21 @@ bool DataQueue::await(std::size_t wanted, std::chrono::milliseconds limit) {
     if (holds(wanted)) return true;
     if (limit.count() == 0) return false;
     if (wordsKeepComing_.load(std::memory_order_relaxed) && comesSoon(wanted)) return true;
-    const auto begin = Clock::now();
+    const auto begin = SteadyClock::now();
     const bool inTime = sleep(wanted, limit);
-    wordsKeepComing_.store(inTime && Clock::now() - begin < soon + wakeTime, std::memory_order_relaxed);
+    wordsKeepComing_.store(inTime && SteadyClock::now() - begin < soon + wakeTime, std::memory_order_relaxed);
     return inTime;
 }
 
 bool DataQueue::comesSoon(std::size_t wanted) noexcept {
-    const auto end = Clock::now() + soon;
+    const auto end = SteadyClock::now() + soon;
     do {
         for (int look = 0; look < looksAtOnce; ++look) {
             if (holds(wanted)) return true;
             relax();
         }
         std::this_thread::yield(); // the producer may be waiting for this very processor
-    } while (Clock::now() < end);
+    } while (SteadyClock::now() < end);
     return false;
 }
 

@@ -16,6 +16,9 @@
 
 namespace orvo::sim {
 
+/// The flag in the last word of a transmission, above its data.
+inline constexpr std::uint32_t endOfTransmission = 0x1'0000;
+
 /// Words that a frame of this length takes in a queue: its size and two bytes a word.
 constexpr std::size_t wordsOfFrame(std::size_t frameBytes) noexcept {
     return 1 + (frameBytes + 1) / 2;

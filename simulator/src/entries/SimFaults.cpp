@@ -6,8 +6,6 @@ using namespace orvo::sim;
 
 namespace {
 
-constexpr std::uint32_t endOfTransmission = 0x1'0000;
-
 int pushInto(unsigned board, unsigned queue, std::span<const std::uint32_t> words) {
     Board* const found = simulation().board(board);
     DataQueue* const target = found ? found->queue(queue) : nullptr;

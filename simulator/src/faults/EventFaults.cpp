@@ -9,8 +9,6 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint32_t endOfTransmission = 0x1'0000;
-
 void setPartner(Port& port, OrvoSimPartner partner, SimTime since) noexcept {
     port.cabling().partner = partner;
     port.cabling().pluggedAt = since; // the far end begins anew

@@ -9,7 +9,6 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint32_t endOfTransmission = 0x1'0000;
 constexpr std::uint32_t largestSize = 65'536; // a host takes no more for a frame
 constexpr int wordBytes = sizeof(std::uint32_t);
 
