@@ -66,6 +66,7 @@ void OrvoGbePhysicalNetworkInterface::reportActionCommandError(bool tooManyWords
     }
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes what `queue` points to
 void PhysicalNetworkInterfaceEventQueue::notifyActionCommandTimeout(unsigned short count) noexcept {
     if (!enabled) return;
     try {

@@ -118,7 +118,7 @@ private:
     bool checkBoard(const std::string& id);
     bool loadApplet(const std::string& id);
     bool configureFpga(const std::string& id);
-    void resetPort(int port, bool force, int driverClassPortMask);
+    void resetPort(int port, bool force, int driverClassMask);
     void awaitPhyReset(int port, std::uint16_t control);
     void startBoard();
 

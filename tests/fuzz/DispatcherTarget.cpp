@@ -90,7 +90,7 @@ public:
     }
 
     void step(FuzzInput& input) {
-        Logging* const facility =
+        auto* const facility =
             reinterpret_cast<Logging*>(&places_[input.take<std::uint8_t>() % std::size(places_)]);
         switch (input.take<std::uint8_t>() % 7) {
         case 0:

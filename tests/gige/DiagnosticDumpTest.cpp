@@ -62,7 +62,7 @@ TEST_F(DiagnosticDumpTest, CompleteReport) {
     for (int n = 2; n <= 28; ++n)
         texts.push_back("': [MDIO] ...... Register " + std::to_string(n) +
                         ": 0x0000 [ 0000_0000_0000_0000 ] ");
-    texts.push_back("' [STOP ] DEBUG OUTPUT");
+    texts.emplace_back("' [STOP ] DEBUG OUTPUT");
     for (auto& text : texts) text = line(text);
     EXPECT_EQ(takeMessages(), texts);
 

@@ -14,6 +14,7 @@ namespace orvo::test {
 template <class Work> void runTogether(int count, Work work) {
     std::latch start(count);
     std::vector<std::jthread> threads;
+    threads.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i)
         threads.emplace_back([&start, &work, i] {
             start.arrive_and_wait();

@@ -48,6 +48,7 @@ std::unique_ptr<BoardFaults::PortFaults> BoardFaults::makePort(unsigned port,
     const auto counting = those(at(FaultPoint::SentOrTime, faults),
                                 [](const ScriptedFault& fault) { return !fault.isTimed(); });
     Port& place = board_.ports()[port];
+    // NOLINTNEXTLINE(modernize-make-unique): an aggregate that cannot move
     return std::unique_ptr<PortFaults>(new PortFaults{
         WireFaults(those(faults, [](const ScriptedFault& f) { return isOnWire(f, false); }), counting),
         WireFaults(those(faults, [](const ScriptedFault& f) { return isOnWire(f, true); }), {}),

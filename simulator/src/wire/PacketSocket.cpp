@@ -23,8 +23,8 @@ namespace {
 // One frame a slot, so that each is seen as soon as it is there. The rest of a longer one is cut off.
 constexpr std::size_t slotBytes = 2048;
 constexpr std::size_t blockBytes = 32 * slotBytes;
-constexpr std::size_t largestRingBytes = 16 * 1024 * 1024;
-constexpr std::size_t smallestRingBytes = 1024 * 1024;
+constexpr std::size_t largestRingBytes = std::size_t{16} << 20;
+constexpr std::size_t smallestRingBytes = std::size_t{1} << 20;
 
 /// What precedes a frame and tells what is left to do on it; <linux/virtio_net.h> has it, but is not C++.
 struct OffloadHeader {
@@ -64,6 +64,7 @@ Descriptor openSocket(const std::string& interface) {
                     (unknown ? "PROGRAM" : program.string()));
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the status is written through it
 std::atomic_ref<std::uint32_t> statusOf(std::uint8_t* slot) noexcept {
     return std::atomic_ref(reinterpret_cast<tpacket2_hdr*>(slot)->tp_status);
 }

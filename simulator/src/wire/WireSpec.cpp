@@ -78,20 +78,20 @@ std::string WireSpec::text() const {
     return output.empty() ? text : text.append(",").append(output.string());
 }
 
-WireSpec parseWire(std::string_view text, const std::filesystem::path& directory) {
-    const auto colon = text.find(':');
-    const auto kind = text.substr(0, colon);
+WireSpec parseWire(std::string_view wire, const std::filesystem::path& directory) {
+    const auto colon = wire.find(':');
+    const auto kind = wire.substr(0, colon);
     if (colon == std::string_view::npos) {
         if (kind == "loopback") return {};
         if (kind == "none") return {WireSpec::Kind::None};
     } else {
-        const auto rest = text.substr(colon + 1);
-        if (kind == "port") return {WireSpec::Kind::Port, parsePlace(text, rest)};
-        if (kind == "pcap") return parseCapture(text, rest, directory);
-        if (kind == "tap") return parseInterface(text, WireSpec::Kind::Tap, rest);
-        if (kind == "packet") return parseInterface(text, WireSpec::Kind::Packet, rest);
+        const auto rest = wire.substr(colon + 1);
+        if (kind == "port") return {WireSpec::Kind::Port, parsePlace(wire, rest)};
+        if (kind == "pcap") return parseCapture(wire, rest, directory);
+        if (kind == "tap") return parseInterface(wire, WireSpec::Kind::Tap, rest);
+        if (kind == "packet") return parseInterface(wire, WireSpec::Kind::Packet, rest);
     }
-    refuse(text, "is unknown; use loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, packet:IFNAME or none");
+    refuse(wire, "is unknown; use loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, packet:IFNAME or none");
 }
 
 } // namespace orvo::sim

@@ -38,6 +38,6 @@ struct WireSpec {
 
 /// Takes the text of a wire apart; relative paths start at `directory` (empty: they stay). Throws WireError;
 /// looks at no file and no interface, and knows no boards.
-WireSpec parseWire(std::string_view text, const std::filesystem::path& directory = {});
+WireSpec parseWire(std::string_view wire, const std::filesystem::path& directory = {});
 
 } // namespace orvo::sim
