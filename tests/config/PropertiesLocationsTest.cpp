@@ -38,7 +38,7 @@ TEST(PropertiesLocations, UserFileNeedsAHomeThatTakesFolders) {
     for (const auto& [home, place] : rows) {
         SCOPED_TRACE(home);
         variable.set(home.c_str());
-        const std::string made = base + "/" + place + "/.config/orvo";
+        const std::string made = fs::path(base) / place / ".config/orvo";
         EXPECT_EQ(userPropertiesFile(), place.empty() ? "" : made + "/rt.conf");
         EXPECT_TRUE(place.empty() || fs::is_directory(made));
     }

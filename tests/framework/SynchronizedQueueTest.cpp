@@ -85,15 +85,18 @@ TEST(SynchronizedQueue, NothingIsLostBetweenManyThreads) {
     std::vector<int> taken[consumers];
     std::atomic<int> producing = producers;
     runTogether(producers + consumers, [&](int i) {
-        for (int k = 0; i < producers && k < each; ++k) queue.push(i * each + k);
-        if (i < producers && --producing == 0) queue.interrupt();
+        if (i < producers) {
+            for (int k = 0; k < each; ++k) queue.push(i * each + k);
+            if (--producing == 0) queue.interrupt();
+            return;
+        }
         try {
-            while (i >= producers) taken[i - producers].push_back(queue.pop());
+            for (;;) taken[i - producers].push_back(queue.pop());
         } catch (const Interrupted&) {
             return;
         }
     });
-    std::vector<int> seen(producers * each);
+    std::vector<int> seen(std::size_t{producers} * each);
     for (const auto& items : taken) {
         int last[producers] = {-1, -1};
         for (const int item : items) {

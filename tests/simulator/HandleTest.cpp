@@ -32,6 +32,7 @@ TEST_F(HandleTest, BadHandlesAreRefusedAndStaleOnesCounted) {
     const auto before = portState(0, 3).staleAccesses;
     for (void* bad :
          std::vector<void*>{nullptr, &handles, static_cast<char*>(last) + 1, handles[0], last,
+                            // NOLINTNEXTLINE(performance-no-int-to-ptr): they point to nothing
                             reinterpret_cast<void*>(1), reinterpret_cast<void*>(~std::uintptr_t{0})}) {
         SCOPED_TRACE(bad);
         expectRefused(bad, OrvoSimHalBadHandle);

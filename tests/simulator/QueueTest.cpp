@@ -77,8 +77,8 @@ TEST_F(QueueTest, WaitsOnTheClockThatIsChosen) {
         EXPECT_EQ(read(0, 4, limitMs), Words{1}); // there: nothing to wait for
         EXPECT_EQ(read(0, 8, limitMs), Words{2}); // waits for the second word
         EXPECT_EQ(read(0, 4, limitMs), nothing);
-        EXPECT_GE(orvoSimTime(), before + 2000 * limitMs);
-        EXPECT_TRUE(orvoSimTime() == before + 2000 * limitMs || !isVirtual);
+        EXPECT_GE(orvoSimTime(), before + 2000UL * limitMs);
+        EXPECT_TRUE(orvoSimTime() == before + 2000UL * limitMs || !isVirtual);
     }
     EXPECT_EQ(orvoSimAdvanceTime(1), OrvoSimBadValue);
     const auto before = orvoSimTime();

@@ -31,7 +31,7 @@ TEST_F(ThreadsTest, ControlCallsMixWithTraffic) {
         device.write("GigE_RxEnable", 1);
         OHalFreeDevice(OHalInitDevice(0));
         setWire(0, 0, "loopback");
-        orvoSimUseVirtualTime(round & 1);
+        orvoSimUseVirtualTime(round % 2 == 1 ? 1 : 0);
     }
     threads.clear();
     SetUp();

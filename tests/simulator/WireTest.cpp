@@ -142,7 +142,7 @@ TEST_F(WireTest, RecordsWhatThePortSends) {
     EXPECT_EQ(orvoSimFlushWires(), 0);
     // 6 words of the file's header, 4 of each record's (seconds, nanoseconds, lengths), 15 of the frame.
     Words words(27);
-    std::ifstream(out).read(reinterpret_cast<char*>(words.data()), 4 * 27);
+    std::ifstream(out).read(reinterpret_cast<char*>(words.data()), std::streamsize{4} * 27);
     EXPECT_EQ(words[0], 0xA1B2'3C4DU) << "time stamps in nanoseconds";
     EXPECT_EQ((words[25] - words[6]) * 1'000'000'000U + words[26] - words[7], 1'003'000U);
     EXPECT_THAT(setWire(0, 1, "pcap:" + files, OrvoSimBadValue),

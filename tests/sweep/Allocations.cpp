@@ -125,11 +125,13 @@ void operator delete(void* block, std::size_t) noexcept {
 extern "C" {
 
 // The C library's own, under the names that it keeps for those who interpose the usual ones.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
 void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
+// NOLINTEND(bugprone-reserved-identifier)
 
 __attribute__((visibility("default"))) void* malloc(std::size_t bytes) {
     return allocated([bytes] { return __libc_malloc(bytes); });

@@ -15,6 +15,7 @@
 
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace orvo::test {
 namespace {
@@ -36,7 +37,7 @@ boost::shared_ptr<EthernetFrame> numberedFrame(int number) {
 
 class Life {
 public:
-    Life(const std::string& pluginPath, const LifeFaults& faults) : path_(pluginPath), faults_(faults) {}
+    Life(std::string pluginPath, const LifeFaults& faults) : path_(std::move(pluginPath)), faults_(faults) {}
 
     LifeRecord live() {
         prepareBoard();
@@ -70,7 +71,8 @@ private:
         } catch (const core::PluginLibraryError& error) {
             // The loader needs memory, too, and says so, unless there is none for its words either.
             const std::string_view text = error.what();
-            const bool isOfMemory = text.find("memory") != text.npos || text.find("no reason") != text.npos;
+            constexpr auto nowhere = std::string_view::npos;
+            const bool isOfMemory = text.find("memory") != nowhere || text.find("no reason") != nowhere;
             if (!mayRunOut || !lacksMemory() || !isOfMemory) find(step, error.what());
         } catch (const std::exception& error) {
             find(step, std::string("threw ") + error.what());

@@ -228,6 +228,7 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     for (const auto port : addresses) exchanges.emplace_back(ports.at(port));
     for (unsigned frames : {1500U, 4500U}) { // all ports pass the limit before the first one loses its link
         std::vector<std::jthread> senders;
+        senders.reserve(exchanges.size());
         for (auto& exchange : exchanges) senders.emplace_back([&exchange, frames] { exchange.send(frames); });
     }
     watch.end();
@@ -236,6 +237,7 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
         while (session.simulator->account(port).leftFrames != 0 && std::chrono::steady_clock::now() < limit)
             std::this_thread::yield();
     std::vector<HostCount> counts;
+    counts.reserve(exchanges.size());
     for (auto& exchange : exchanges) counts.push_back(exchange.finish());
     const auto ledger = watch.settle(ports.finish(), counts);
     EXPECT_TRUE(ledger->passed()) << textOf(*ledger);

@@ -76,7 +76,7 @@ TEST(VerifierTest, IsBoundedWhateverIsLost) {
     for (std::uint64_t number = 1; number <= 3 * Verifier::maxExpected; ++number)
         verifier.expect({number, QByteArray::number(static_cast<qulonglong>(number))});
     verifier.receive(QByteArray("1")); // given up long ago, and forgotten
-    verifier.receive(QByteArray::number(static_cast<qulonglong>(3 * Verifier::maxExpected)));
+    verifier.receive(QByteArray::number(qulonglong{3} * Verifier::maxExpected));
     for (int i = 0; i < 100; ++i) {
         verifier.receive(QByteArray("stranger"));
         verifier.expect({20'000, QByteArray("lost")});

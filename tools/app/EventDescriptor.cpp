@@ -21,7 +21,7 @@ EventDescriptor::~EventDescriptor() {
     close(descriptor_);
 }
 
-void EventDescriptor::raise() noexcept {
+void EventDescriptor::raise() const noexcept {
     const int reason = errno;      // a handler must leave it alone
     eventfd_write(descriptor_, 1); // it fails only when it is raised already, and full
     errno = reason;

@@ -16,7 +16,7 @@ public:
     /// Readable, as poll sees it, from `raise` on. Nobody reads it.
     int descriptor() const noexcept { return descriptor_; }
 
-    void raise() noexcept;
+    void raise() const noexcept;
 
 private:
     int descriptor_;

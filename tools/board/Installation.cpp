@@ -20,7 +20,7 @@ fs::path ownRoot() {
 
 fs::path givenRoot(const std::string& text) {
     std::error_code error;
-    const auto path = fs::canonical(text, error);
+    auto path = fs::canonical(text, error);
     if (error)
         throw Failure("cannot use " + quoted(text) + " as installation: " + error.message() +
                       "; --root takes the directory that holds lib64");

@@ -21,13 +21,13 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::size_t bufferBytes = 256 * 1024;
+constexpr std::size_t bufferBytes = std::size_t{256} * 1024;
 constexpr int lastPatienceMs = 50; // with a slow reader, once the end is asked for
 
 } // namespace
 
-BlockFile::BlockFile(const std::string& path, std::size_t closingBlockBytes, Target target)
-    : path_(path), target_(target), closingBlockBytes_(closingBlockBytes) {
+BlockFile::BlockFile(std::string path, std::size_t closingBlockBytes, Target target)
+    : path_(std::move(path)), target_(target), closingBlockBytes_(closingBlockBytes) {
     target == Target::NamedFile ? openNamed() : takeStandardOutput();
     struct stat status = {};
     regular_ = fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode);

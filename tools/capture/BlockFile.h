@@ -31,7 +31,7 @@ public:
     /// Standard output is taken as it stands, and `path` is then only its name in messages.
     /// Errors: Failure when it cannot be written; Interruption when a signal ended the waiting for a pipe's
     /// reader.
-    BlockFile(const std::string& path, std::size_t closingBlockBytes, Target target = Target::NamedFile);
+    BlockFile(std::string path, std::size_t closingBlockBytes, Target target = Target::NamedFile);
     ~BlockFile(); ///< removes a file that it made and that was not `kept`; writes nothing
     BlockFile(const BlockFile&) = delete;
     BlockFile& operator=(const BlockFile&) = delete;

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -58,9 +59,8 @@ std::string FileRing::fileName(const std::string& path, unsigned number) const {
         .string();
 }
 
-CaptureOutput::CaptureOutput(const std::string& path, const Interface& interface,
-                             std::optional<FileRing> ring)
-    : path_(path), interface_(interface), ring_(ring) {
+CaptureOutput::CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring)
+    : path_(std::move(path)), interface_(std::move(interface)), ring_(ring) {
     if (ring_ && path_ == standardOutput)
         throw UsageFailure(
             "--ring needs files to write in turn, and standard output is one; name a file with "

@@ -40,7 +40,7 @@ public:
     };
 
     /// Makes sure that the file, of a ring the first, can be written. Errors: Failure, as all that follow.
-    CaptureOutput(const std::string& path, const Interface& interface, std::optional<FileRing> ring);
+    CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);
 
     /// The files that it may write; none for standard output.
     std::vector<std::string> paths() const;

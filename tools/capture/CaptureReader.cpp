@@ -16,6 +16,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -76,7 +77,7 @@ void CaptureReader::Close::operator()(pcap* capture) const noexcept {
     pcap_close(capture);
 }
 
-CaptureReader::CaptureReader(const std::string& path) : path_(path) {
+CaptureReader::CaptureReader(std::string path) : path_(std::move(path)) {
     open();
     checkLinkType();
     const int extension = pcap_datalink_ext(capture_.get());
@@ -102,7 +103,7 @@ void CaptureReader::open() {
     throwIfEndRequested();
     if (!capture_)
         throw Failure("cannot read " + quoted(path_) + ": " + reason.data() + "; name a pcap or pcapng file");
-    file.release(); // it is the capture's now
+    static_cast<void>(file.release()); // it is the capture's now
 }
 
 void CaptureReader::checkLinkType() const {

@@ -27,7 +27,7 @@ struct CapturedFrame {
 class CaptureReader {
 public:
     /// Errors: Failure when the file is missing, unreadable, empty, no capture, or one of another link type.
-    explicit CaptureReader(const std::string& path);
+    explicit CaptureReader(std::string path);
     ~CaptureReader();
     CaptureReader(const CaptureReader&) = delete;
     CaptureReader& operator=(const CaptureReader&) = delete;

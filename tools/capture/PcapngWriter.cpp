@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
+#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -24,10 +26,10 @@ std::size_t closingBlockBytes() {
 
 } // namespace
 
-PcapngWriter::PcapngWriter(const std::string& path, const std::string& interfaceName,
-                           const std::string& description, BlockFile::Target target)
-    : path_(path), clock_(systemTime), interfaceName_(interfaceName), description_(description),
-      file_(path, closingBlockBytes(), target) {
+PcapngWriter::PcapngWriter(std::string path, std::string interfaceName, std::string description,
+                           BlockFile::Target target)
+    : path_(std::move(path)), clock_(systemTime), interfaceName_(std::move(interfaceName)),
+      description_(std::move(description)), file_(path_, closingBlockBytes(), target) {
     if (!file_.replacesFile()) writeHeader(); // shows a full disk or device before anything else happens
 }
 
@@ -70,16 +72,16 @@ std::uint64_t PcapngWriter::closedBytesWith(std::size_t frameBytes) const noexce
 
 std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
     open_ = false;
-    std::optional<Failure> failure;
+    std::exception_ptr failure;
     try {
         file_.flush(); // first: the statistics count the frames that are in the file
-    } catch (const Failure& error) {
-        failure = error;
+    } catch (const Failure&) {
+        failure = std::current_exception();
     }
     framesInFile_ = frames_ - std::min(frames_, file_.lostBlocks());
     file_.add(statisticsBlock(framesInFile_, droppedFrames));
     file_.close();
-    if (failure) throw *failure;
+    if (failure) std::rethrow_exception(failure);
     return framesInFile_;
 }
 

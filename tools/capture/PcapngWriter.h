@@ -18,7 +18,7 @@ class PcapngWriter {
 public:
     /// Makes sure that `path` can be written. A file that is there already keeps its content until `begin`; a
     /// new one is removed again when `begin` is never called. Errors: Failure when it cannot be written.
-    PcapngWriter(const std::string& path, const std::string& interfaceName, const std::string& description,
+    PcapngWriter(std::string path, std::string interfaceName, std::string description,
                  BlockFile::Target target = BlockFile::Target::NamedFile);
     ~PcapngWriter();
     PcapngWriter(const PcapngWriter&) = delete;
