@@ -73,7 +73,7 @@ use_bridge() {
     [ -c "$root/dev/net/tun" ] || { echo "bridge    not tried: this machine has no /dev/net/tun"; return; }
     inside unshare --net setpriv --reuid 65534 --regid 65534 --clear-groups --no-new-privs \
         --bounding-set=-all,+net_admin,+net_raw --inh-caps=-all,+net_admin,+net_raw --ambient-caps=-all,+net_admin,+net_raw \
-        timeout --preserve-status -s INT 3 orvo-gige bridge --tap gige0 --up --no-reset --wire 0=none >"$root.log" 2>&1 ||
+        timeout --foreground --preserve-status -s INT 3 orvo-gige bridge --tap gige0 --up --no-reset --wire 0=none >"$root.log" 2>&1 ||
         { cat "$root.log" >&2; fails "no bridge with the unit's two rights"; }
     echo "bridge    made and ended as nobody with CAP_NET_ADMIN and CAP_NET_RAW"
 }

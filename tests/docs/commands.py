@@ -100,7 +100,8 @@ class Scratch:
         """The exit status, and what was printed; None for a status that is as good as none."""
         prefix = ["nsenter", "-t", str(namespace.pid), "-n"] if namespace else []
         if until_interrupt:
-            command = f"timeout --preserve-status -k 10 -s INT {BEGIN} {command}"
+            # In the foreground, since timeout else sends the signal twice, and a second one ends a program at once.
+            command = f"timeout --foreground --preserve-status -k 10 -s INT {BEGIN} {command}"
         begin = time.monotonic()
         process = subprocess.Popen(prefix + ["bash", "-o", "pipefail", "-c", command], cwd=self.folder.name,
                                    env=self.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
@@ -143,12 +144,21 @@ def run_block(block, scratch, namespace):
     return []
 
 
+def own_network():
+    """A process with a network namespace of its own; it is there when this returns, so that no command misses it."""
+    holder = subprocess.Popen(["unshare", "-n", "sh", "-c", "echo ready; exec sleep 600"], stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE)
+    if holder.stdout.readline() != b"ready\n":
+        sys.exit("no network namespace to be had")
+    return holder
+
+
 def run_chain(blocks, source, build, files, with_network):
     """Blocks in turn, in one scratch folder and, if asked for, in one network namespace of their own."""
     scratch = Scratch(source, build, files)
     namespace = None
     if with_network:
-        namespace = subprocess.Popen(["unshare", "-n", "sleep", "600"], stdin=subprocess.DEVNULL)
+        namespace = own_network()
         scratch.run("ip link set lo up", False, namespace)
     try:
         return [failure for block in blocks for failure in run_block(block, scratch, namespace)]
