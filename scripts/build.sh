@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# build.sh PRESET: installs what is missing, configures and builds one preset (see CMakePresets.json).
+# build.sh PRESET [TARGET...]: installs what is missing, configures and builds one preset (see CMakePresets.json), or these
+# targets of it; `installation` is the program with its libraries.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-preset=${1:?usage: scripts/build.sh PRESET}
+preset=${1:?usage: scripts/build.sh PRESET [TARGET...]}
+targets=("${@:2}")
 case $preset in
     clang) scripts/setup.sh clang ;;
     fuzz) scripts/setup.sh clang libclang-rt-dev ;;
     *) scripts/setup.sh ;;
 esac
 cmake --preset "$preset" >/dev/null
-cmake --build --preset "$preset" --parallel "$(nproc)" 1>&2
+cmake --build --preset "$preset" --parallel "$(nproc)" ${targets:+--target "${targets[@]}"} 1>&2

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # completion.sh PROGRAM: sources the program's script for bash and asks for completions as bash does; where there is a
-# zsh, has it complete, too.
+# zsh, has it register its own.
 set -u
 program=$1
 failed=0
@@ -48,6 +48,7 @@ offers "orvo-camera" lab -- orvo-cam
 
 if command -v zsh >/dev/null; then
     "$program" completion zsh >_orvo-gige
-    zsh -n _orvo-gige || failed=1
+    registered=$(zsh -f -c 'autoload -U compinit && compinit -u -D && source ./_orvo-gige && print -r -- $_comps[orvo-gige]')
+    [ "$registered" = _orvo_gige ] || { echo "zsh registers '$registered'" >&2; failed=1; }
 fi
 exit "$failed"
