@@ -65,7 +65,7 @@ TEST(BoardsCommandTest, NamesTheLibraryThatCannotBeUsed) {
     const std::vector<std::string> command = {"boards", "--root", root.file("")};
     expectRefusal(command, 1, "liborvo_hal.so' has no function 'OHalGetDevice'");
 
-    for (const char* how : {"signal", "exception", "exit"}) {
+    for (const char* how : {"signal", "exception", "exit", "overflow", "hang"}) {
         const auto outcome = runTool(command, {std::string("STUB_ENDING=") + how});
         EXPECT_NE(outcome.exitCode, 0) << how;
         EXPECT_THAT(outcome.err, testing::StartsWith("orvo-gige: ")) << how; // a sanitizer may go on
