@@ -127,6 +127,9 @@ TEST_F(FaultsTest, FailuresDoNotHideFaults) {
     std::filesystem::remove(root / "lib64/libcommon-logging-dispatcher.so");
     expectRefusal({"replay", mixedLan, "--root", root, "--faults", script}, 1,
                   "--faults needs the plug-in's messages");
+    std::filesystem::copy_file(ORVO_STUB_ENDING, root / "lib64/libcommon-logging-dispatcher.so");
+    expectRefusal({"replay", mixedLan, "--root", root, "--no-reset"}, 1,
+                  "dispatcher.so' has no function 'logging_dispatcher_descriptor'");
 }
 
 TEST_F(FaultsTest, OtherCommandsKeepTheLedgerToo) {

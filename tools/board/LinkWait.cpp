@@ -53,9 +53,9 @@ void waitForLink(const Session& session, PortAddress port) {
     if (tryWaitForLink(session, port)) return;
     if (session.simulator && session.simulator->wire(port) == "none")
         throw Failure("port " + port.text() + " has no link: nothing is plugged in; cable it with --wire");
-    throw Failure(
-        "port " + port.text() + " has no link after " + std::to_string(limit.count()) +
-        " s; check the cable and the far end, and leave --no-reset out if the board was not started yet");
+    throw Failure("port " + port.text() + " has no link after " + std::to_string(limit.count()) +
+                  " s; check the cable and the far end; a board that was not started yet needs the reset "
+                  "that --no-reset spares");
 }
 
 } // namespace orvo::host

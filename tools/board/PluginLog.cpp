@@ -18,6 +18,8 @@ PluginLog::PluginLog(const Installation& installation) {
     const auto path = installation.library("common-logging-dispatcher");
     if (!std::filesystem::exists(path)) return;
     const DynamicLibrary dispatcher(path);
+    // Without it, the plug-in would do without a log, and without a word.
+    static_cast<void>(dispatcher.require<const void>("logging_dispatcher_descriptor"));
     subscribe_ = dispatcher.find<decltype(::orvoLogSubscribe)>("orvoLogSubscribe");
     unsubscribe_ = dispatcher.find<decltype(::orvoLogUnsubscribe)>("orvoLogUnsubscribe");
     if (!unsubscribe_) subscribe_ = nullptr;
