@@ -54,9 +54,10 @@ InjectedFault entryOf(const OrvoSimFault& fault) {
 
 } // namespace
 
-FaultWatch::FaultWatch(const Session& session, const InstallationOptions& options,
+FaultWatch::FaultWatch(const Session& session, InstallationOptions options,
                        const std::vector<PortAddress>& ports)
-    : session_(session), options_(options), ports_(ports), exceptions_(std::uncaught_exceptions()) {
+    : session_(session), options_(std::move(options)), ports_(ports),
+      exceptions_(std::uncaught_exceptions()) {
     if (!session.hasFaults) return;
     for (unsigned board = 0; board < Board::indexLimit; ++board)
         for (unsigned port = 0; port < mostPorts; ++port)

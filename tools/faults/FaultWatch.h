@@ -41,8 +41,7 @@ class FaultWatch {
 public:
     /// The session outlives it. `ports` are those that will be used. Errors: Failure when the plug-in's
     /// messages, which are half of the account, are not to be had.
-    FaultWatch(const Session& session, const InstallationOptions& options,
-               const std::vector<PortAddress>& ports);
+    FaultWatch(const Session& session, InstallationOptions options, const std::vector<PortAddress>& ports);
     /// Where a failure cut the run short: writes to standard error what was injected until then.
     ~FaultWatch();
     FaultWatch(const FaultWatch&) = delete;

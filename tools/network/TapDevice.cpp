@@ -94,13 +94,13 @@ TapDevice::~TapDevice() {
     close(descriptor_);
 }
 
-std::ptrdiff_t TapDevice::read(void* frame, std::size_t room) noexcept {
+std::ptrdiff_t TapDevice::read(void* frame, std::size_t room) const noexcept {
     const auto bytes = ::read(descriptor_, frame, room);
     if (bytes >= 0) return bytes;
     return errno == EAGAIN || errno == EINTR ? 0 : -1;
 }
 
-TapDevice::Written TapDevice::write(const void* frame, std::size_t bytes) noexcept {
+TapDevice::Written TapDevice::write(const void* frame, std::size_t bytes) const noexcept {
     ssize_t written = 0;
     do written = ::write(descriptor_, frame, bytes);
     while (written < 0 && errno == EINTR);

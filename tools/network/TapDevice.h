@@ -31,11 +31,11 @@ public:
 
     /// The next frame that the host sends: its length, 0 when there is none now, -1 when the interface is
     /// gone. Does not wait.
-    std::ptrdiff_t read(void* frame, std::size_t room) noexcept;
+    std::ptrdiff_t read(void* frame, std::size_t room) const noexcept;
 
     enum class Written { Done, Full, Down, Gone, Refused };
     /// Gives the host a frame. Does not wait.
-    Written write(const void* frame, std::size_t bytes) noexcept;
+    Written write(const void* frame, std::size_t bytes) const noexcept;
 
     /// After the interface went: takes a ready-made one of its name. False while there is none to be had.
     bool takeAgain() noexcept;

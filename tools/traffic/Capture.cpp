@@ -63,13 +63,14 @@ CaptureResult Capture::run(const CaptureLimits& limits, const std::function<void
 }
 
 CaptureEnd Capture::awaitEnd(std::chrono::duration<double> limit) const {
+    constexpr std::chrono::duration<double> noTime{0};
     const auto begin = Clock::now();
     std::array<pollfd, 2> sources = {{{endDescriptor(), POLLIN, 0}, {threadEnded_.descriptor(), POLLIN, 0}}};
     while (endRequested() == 0 && sources[1].revents == 0) {
         int waitMs = -1;
-        if (limit > limit.zero()) {
+        if (limit > noTime) {
             const std::chrono::duration<double, std::milli> left = limit - (Clock::now() - begin);
-            if (left <= left.zero()) return CaptureEnd::Time;
+            if (left <= noTime) return CaptureEnd::Time;
             waitMs = static_cast<int>(std::ceil(std::min(left.count(), longestPollMs)));
         }
         if (poll(sources.data(), sources.size(), waitMs) < 0) sources[1].revents = 0; // a signal

@@ -57,7 +57,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    CaptureEnd awaitEnd(std::chrono::duration<double> time) const;
+    CaptureEnd awaitEnd(std::chrono::duration<double> limit) const;
     void receiveAll() noexcept;
     void receiveOne();
     void take(const QByteArray& frame);
