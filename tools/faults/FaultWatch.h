@@ -66,7 +66,7 @@ private:
     Ledger injections() const;
 
     const Session& session_;
-    const InstallationOptions& options_;
+    const InstallationOptions options_;
     const std::vector<PortAddress> ports_;
     struct Opening {
         PortAddress address;
