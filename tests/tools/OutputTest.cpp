@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Texts in the forms that users read and write.
 #include "app/Output.h"
+#include "TestFiles.h"
+#include "app/Failure.h"
+#include "app/ReplacedFile.h"
 #include "board/PluginLog.h"
 #include "board/PortAddress.h"
 
 #include <gtest/gtest.h>
+
+#include <filesystem>
 
 namespace orvo::host {
 namespace {
@@ -23,6 +28,30 @@ TEST(OutputTest, ShowsThePluginsMessagesWithoutTheirPrefix) {
     EXPECT_EQ(textAbout("0/1", "thread-id=7|PHY Id '0/1':        ... x : 0"), "       ... x : 0");
     EXPECT_FALSE(textAbout("0/1", "thread-id=7|PHY Id '0/2': Send"));
     EXPECT_FALSE(textAbout("0/1", "thread-id=7|Resetting GigE hardware on board 0 ... "));
+}
+
+TEST(OutputTest, ReplacesWhatALinkLeadsToAlsoWhereThatIsNotThereYet) {
+    const testing_support::TemporaryFolder folder;
+    const auto link = [&](const char* target, const char* name) {
+        std::filesystem::create_symlink(target, folder.file(name));
+        return folder.file(name);
+    };
+    link("file", "near");
+    const auto chain = link("near", "far");
+    for (const char* content : {"first", "second"}) replaceFile(chain, content);
+    EXPECT_TRUE(std::filesystem::is_symlink(chain) && std::filesystem::is_symlink(folder.file("near")));
+    EXPECT_EQ(testing_support::contentOf(folder.file("file")), "second");
+    for (const auto& [lost, complaint] :
+         {std::pair(link("gone/file", "lost"), "No such file or directory; name another place, or make the"),
+          std::pair(link("round", "round"), "symbolic links; name another place, one that")}) {
+        try {
+            replaceFile(lost, "");
+            ADD_FAILURE() << lost;
+        } catch (const Failure& failure) {
+            EXPECT_NE(std::string(failure.what()).find(complaint), std::string::npos) << failure.what();
+        }
+        EXPECT_TRUE(std::filesystem::is_symlink(lost));
+    }
 }
 
 TEST(PortAddressTest, ReadsWhatItWritesAndNothingElse) {

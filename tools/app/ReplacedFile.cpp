@@ -18,11 +18,41 @@ namespace {
 
 constexpr mode_t usualMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
 
-/// A symbolic link stays: what it leads to is replaced.
+namespace fs = std::filesystem;
+
+constexpr int mostLinks = 40; // in a row, as the kernel follows them
+
+/// Where a link, or a chain of links, leads that ends at nothing.
+fs::path endOfLinks(fs::path place) {
+    for (int links = 0; links < mostLinks; ++links) {
+        std::error_code none;
+        const auto target = fs::read_symlink(place, none);
+        if (none) break;
+        place = place.parent_path() / target;
+    }
+    return place;
+}
+
+/// A symbolic link stays: what it leads to is replaced, or made.
 std::string targetOf(const std::string& path) {
-    std::error_code absent;
-    const auto target = std::filesystem::canonical(path, absent);
-    return absent ? path : target.string();
+    std::error_code reason;
+    const auto target = fs::canonical(path, reason);
+    if (!reason) return target.string();
+    // A pipe in /dev/fd has a name that leads nowhere, and is there all the same.
+    return fs::exists(path, reason) ? path : endOfLinks(path).string();
+}
+
+const char* adviceOnWriting(int reason) {
+    switch (reason) {
+    case ENOENT:
+    case ENOTDIR:
+        return "name another place, or make the folder first";
+    case ENOSPC:
+    case EDQUOT:
+        return "name another place, or make room in this one";
+    default:
+        return "name another place, one that you may write to";
+    }
 }
 
 } // namespace
@@ -30,11 +60,12 @@ std::string targetOf(const std::string& path) {
 ReplacedFile::ReplacedFile(const std::string& path) : path_(targetOf(path)) {
     struct stat status = {};
     const bool isThere = stat(path_.c_str(), &status) == 0;
+    if (!isThere && errno != ENOENT) fail(errno);
     if (isThere && !S_ISREG(status.st_mode))
         throw Failure("cannot replace " + quoted(path_) +
                       ": it is not a regular file; name one, or a place for one");
     if (isThere && access(path_.c_str(), W_OK) != 0) fail(errno);
-    const std::filesystem::path place(path_);
+    const fs::path place(path_);
     aside_ =
         (place.parent_path() / ("." + place.filename().string() + "." + std::to_string(getpid()) + ".new"))
             .string();
@@ -68,8 +99,8 @@ void ReplacedFile::putInPlace() {
 }
 
 void ReplacedFile::fail(int reason) const {
-    throw Failure("cannot write " + quoted(path_) + ": " + systemError(reason) +
-                  "; name another place, or make room in this one");
+    throw Failure("cannot write " + quoted(path_) + ": " + systemError(reason) + "; " +
+                  adviceOnWriting(reason));
 }
 
 void replaceFile(const std::string& path, const std::string& content) {
