@@ -177,7 +177,7 @@ TEST_F(FaultTest, BadScriptsLeaveTheOldOneAtWork) {
                 testing::StartsWith("script:3: 'GigeRecvErrCnt1' is a register of port 1"));
     char error[200] = "";
     EXPECT_EQ(orvoSimLoadFaults("/nowhere/x.toml", 1, error, sizeof error), OrvoSimBadValue);
-    EXPECT_STREQ(error, "/nowhere/x.toml:1: cannot be read: No such file or directory");
+    EXPECT_STREQ(error, "/nowhere/x.toml: cannot be read: No such file or directory");
     EXPECT_FALSE(device.carries(2));
     EXPECT_EQ(entry(0).injected, 1U);
 }

@@ -48,8 +48,8 @@ TEST_F(StartTest, BadFilesAreReportedOnceAndNoBoardAppears) {
     const std::pair<std::string, std::string> cases[] = {
         {five, "five.toml:2: 'ports' in .* must be a whole number from 0 to 4"},
         {wire, "wire.toml:3: capture file '/.*/absent.pcap' cannot be played: No such file or directory"},
-        {folder.path / "absent.toml", "absent.toml:1: cannot be read: No such file or directory"},
-        {folder.path, ":1: cannot be read: it is not a regular file"},
+        {folder.path / "absent.toml", "absent.toml: cannot be read: No such file or directory"},
+        {folder.path, ": cannot be read: it is not a regular file"},
     };
     for (const auto& [bad, report] : cases)
         EXPECT_EXIT(run(bad, expectNoBoard), ExitedWithCode(0),

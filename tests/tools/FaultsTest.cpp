@@ -157,7 +157,7 @@ TEST_F(FaultsTest, BadScriptsAreRefusedInOneLineBeforeAnythingHappens) {
     writeFile(script, "[[fault]]\nkind = 'loss'\nport = 9\n");
     expectRefusal({"replay", mixedLan, "--write", output, "--faults", script}, 1,
                   script + ":3: 'port' in [[fault]]");
-    expectRefusal({"reset", "--faults", folder.file("none")}, 1, "none:1: cannot be read: No such file");
+    expectRefusal({"reset", "--faults", folder.file("none")}, 1, "none: cannot be read: No such file");
     expectRefusal({"capture", "--write", output, "--seed", "3"}, 2, "--seed requires --faults");
     expectRefusal({"replay", mixedLan, "--faults", script, "--seed", "-1"}, 2, "--seed");
     EXPECT_EQ(contentOf(output), "precious");

@@ -20,10 +20,12 @@ namespace orvo::sim {
 
 inline constexpr unsigned maxBoards = 32;
 
-/// A file that cannot be used; what() is "FILE:LINE: REASON".
+/// A file that cannot be used; what() is "FILE:LINE: REASON", or "FILE: REASON" where no line is to blame.
 struct ConfigurationError : std::runtime_error {
     ConfigurationError(const std::filesystem::path& file, unsigned line, const std::string& reason)
         : std::runtime_error(oneLine(file.string() + ":" + std::to_string(line) + ": " + reason)) {}
+    ConfigurationError(const std::filesystem::path& file, const std::string& reason)
+        : std::runtime_error(oneLine(file.string() + ": " + reason)) {}
 };
 
 struct BoardConfiguration {

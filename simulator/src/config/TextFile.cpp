@@ -13,7 +13,7 @@ namespace orvo::sim {
 std::string readTextFile(const std::filesystem::path& path) {
     std::error_code absent; // is told below
     if (std::filesystem::exists(path, absent) && !std::filesystem::is_regular_file(path, absent))
-        throw ConfigurationError(path, 1, "cannot be read: it is not a regular file");
+        throw ConfigurationError(path, "cannot be read: it is not a regular file");
     std::string text;
     std::FILE* file = std::fopen(path.c_str(), "rb");
     bool good = file != nullptr;
@@ -25,7 +25,7 @@ std::string readTextFile(const std::filesystem::path& path) {
     }
     const std::string reason = good ? "" : std::strerror(errno);
     if (file) std::fclose(file); // only read
-    if (!good) throw ConfigurationError(path, 1, "cannot be read: " + reason);
+    if (!good) throw ConfigurationError(path, "cannot be read: " + reason);
     return text;
 }
 
