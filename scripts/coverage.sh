@@ -21,4 +21,4 @@ report --html-details build/coverage/report/index.html
 echo "== branches"
 report --branches
 echo "== lines"
-report --print-summary
+report --print-summary --fail-under-line 95 --fail-under-branch 90

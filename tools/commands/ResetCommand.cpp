@@ -99,7 +99,12 @@ int ResetCommand::run() {
                           address.text(), textOf(outcome.before), outcome.resetSeconds, textOf(outcome.after),
                           outcome.linkSeconds));
     if (!isAccounted) return DifferencesFound;
-    return outcome.before == Link::Up && outcome.after != Link::Up ? Failed : Done; // the reset cost the link
+    if (outcome.before == Link::Up && outcome.after != Link::Up)
+        throw Failure(
+            fmt::format("port {} lost its link by the reset; check the cable and the far end, and reset "
+                        "again",
+                        address.text()));
+    return Done;
 }
 
 } // namespace orvo::host
