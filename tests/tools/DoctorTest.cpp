@@ -102,11 +102,15 @@ TEST(DoctorTest, NamesTheCauseAndWhatMendsIt) {
              writeFile(copy.file("simulator.toml"), "\n[[board]]\nfoo = 1\n");
          },
          doctor, "kind of board", "/simulator.toml:3: unknown key 'foo'", "^editor \\+3 .*/simulator.toml$"},
-        {"properties",
-         [](const Copy& copy) { writeFile(copy.file("rt.conf"), "[GIGE]\nDriverClassPortMask=abc\n"); },
+        {"properties, of which the plug-in reads one",
+         [](const Copy& copy) {
+             writeFile(copy.file("rt.conf"),
+                       "[FG]\nEnableLogging=\n[GIGE]\nDriverClassPortMask=2147483648\n");
+         },
          doctor, "settings",
-         "/rt.conf:2: 'abc' of GIGE::DriverClassPortMask is not a whole number; '0' \\(default\\)",
-         "^editor \\+2 .*/rt.conf$"},
+         "/rt.conf:4: '2147483648' of GIGE::DriverClassPortMask is not a whole number from 0 to 15; '0' "
+         "\\(default\\)",
+         "^editor \\+4 .*/rt.conf$"},
         {"no such port",
          [](const Copy&) {},
          {"doctor", "--port", "7"},
@@ -189,11 +193,12 @@ TEST(DoctorTest, SurvivesWhatItTries) {
 TEST(ConfigTest, TellsWhereEachValueComesFrom) {
     const Copy copy;
     fs::create_directories(copy.file(".config/orvo"));
-    writeFile(copy.file("rt.conf"), "[FG]\nEnableLogging = On\n[GIGE]\ndriverclassportmask = 0x5\nstray\n");
+    writeFile(copy.file("rt.conf"), "[FG]\nEnableLogging = On\n[GIGE]\ndriverclassportmask = 99x\nstray\n");
     writeFile(copy.file(".config/orvo/rt.conf"), "[GIGE]\nDriverClassPortMask = abc # ports\n");
-    const auto settings = copy.ask({"config", "show"}, 0,
-                                   {"ORVO_CXP_COMMAND_ACK_TIMEOUT=7", "ORVO_LOG=*=9",
-                                    "ORVO_PRE_SEND_WAIT_TIME=12", "ORVO_ENABLE_LOGGING=Off"});
+    const auto settings =
+        copy.ask({"config", "show"}, 0,
+                 {"ORVO_CXP_COMMAND_ACK_TIMEOUT=7", "ORVO_LOG=*=9", "ORVO_PRE_SEND_WAIT_TIME=12",
+                  "ORVO_ENABLE_LOGGING=Off", "ORVO_LOG_FILE=" + copy.file("tshark/log")});
     const auto find = [&](const char* list, const std::string& name) {
         for (const auto& setting : settings[list])
             if (setting["name"] == name) return setting;
@@ -204,7 +209,7 @@ TEST(ConfigTest, TellsWhereEachValueComesFrom) {
         const char *list, *name, *value;
         json origin;
     } rows[] = {
-        {"properties", "GIGE::DriverClassPortMask", "0", {{"kind", "file"}, {"place", system}, {"line", 4}}},
+        {"properties", "GIGE::DriverClassPortMask", "99", {{"kind", "file"}, {"place", system}, {"line", 4}}},
         {"properties", "FG::EnableLogging", "On", {{"kind", "file"}, {"place", system}, {"line", 2}}},
         {"properties",
          "CXP::CommandAckTimeout",
@@ -227,7 +232,9 @@ TEST(ConfigTest, TellsWhereEachValueComesFrom) {
     const auto mask = find("properties", "GIGE::DriverClassPortMask");
     EXPECT_EQ(mask["unreadable"][0]["value"], "abc");
     EXPECT_EQ(mask["unreadable"][0]["origin"]["line"], 2);
-    EXPECT_THAT(mask["note"].get<std::string>(), HasSubstr("'0x5'"));
+    EXPECT_THAT(mask["note"].get<std::string>(), ContainsRegex("'99x' is read; .*, 15 at most"));
+    EXPECT_EQ(find("others", "ORVO_LOG_FILE")["unreadable"][0]["expected"],
+              "a file that can be written (Not a directory)");
     EXPECT_EQ(find("others", "ORVO_LOG")["unreadable"][0]["value"], "*=9");
     EXPECT_THAT(settings["remarks"].dump(), HasSubstr("'stray' is neither"));
     const auto text = runTool({"config", "show", "--", "-CXPpower=Off"}).out;

@@ -16,6 +16,8 @@ namespace {
 
 namespace platform = templates::platform;
 
+constexpr int maxMask = 15;
+
 struct Candidate {
     std::string text;
     Origin origin;
@@ -53,20 +55,30 @@ std::optional<std::string> valueOf(const std::string& text, bool isNumber) {
     return number ? std::optional(std::to_string(*number)) : std::nullopt;
 }
 
+/// What is odd about a number that counts.
+std::string noteOn(const std::string& text, const std::string& value) {
+    std::string note;
+    if (value != text && text.find_first_not_of("+-0123456789") != std::string::npos)
+        note = "only the number at the front of " + quoted(text) + " is read";
+    if (const auto mask = std::stoi(value); mask < 0 || mask > maxMask)
+        note += (note.empty() ? "" : "; ") + std::string("only sums of 1, 2, 4, 8 mean ports, 15 at most");
+    return note;
+}
+
 Setting settingOf(const platform::TweakPropertyEntry& row, const std::vector<Candidate>& candidates) {
     Setting setting{.name = row.key, .value = "", .origin = {}, .meaning = meaningFor(row.key)};
-    const bool isNumber = !setting.meaning.empty();
+    setting.isRead = !setting.meaning.empty();
+    const bool isNumber = setting.isRead;
     for (const auto& [text, origin] : candidates) {
         const auto value = valueOf(text, isNumber);
         if (value) {
             setting.value = *value;
             setting.origin = origin;
-            if (*value != text && isNumber && text.find_first_not_of("+-0123456789") != std::string::npos)
-                setting.note = "only the number at the front of " + quoted(text) + " is read";
+            if (isNumber) setting.note = noteOn(text, *value);
             return setting;
         }
         if (origin.kind != Origin::Kind::Default)
-            setting.unreadable.push_back({text, origin, isNumber ? "a whole number" : "a text"});
+            setting.unreadable.push_back({text, origin, isNumber ? "a whole number from 0 to 15" : "a text"});
     }
     return setting; // a default without any text
 }

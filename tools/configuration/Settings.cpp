@@ -2,13 +2,16 @@
 // Gathering of all settings.
 #include "configuration/Settings.h"
 
-#include "board/Installation.h"
+#include "app/Failure.h"
 #include "configuration/PropertySettings.h"
 
 #include <Thresholds.h>
 #include <config/PreSendWait.h>
 #include <config/PropertiesLocations.h>
 
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdlib>
 #include <functional>
 #include <optional>
@@ -61,15 +64,38 @@ std::string readWait(std::string& text) {
     return "";
 }
 
-Origin originOf(const std::string& root) {
-    return root.empty() ? Origin{} : Origin{Kind::Argument, "--root " + root};
+bool canMakeFilesBelow(fs::path folder) {
+    std::error_code unknown;
+    while (folder.has_relative_path() && !fs::exists(folder, unknown)) folder = folder.parent_path();
+    errno = ENOTDIR;
+    return fs::is_directory(folder, unknown) && access(folder.c_str(), W_OK | X_OK) == 0;
 }
 
-/// The simulated board looks in the directory above the one that its library really lies in.
-fs::path usualSimulatorFile(const Installation& installation) {
-    std::error_code missing;
-    const auto library = fs::canonical(installation.library("orvo_hal"), missing);
-    return (missing ? installation.root() : library.parent_path().parent_path()) / "simulator.toml";
+/// Why the dispatcher cannot write a log file; empty: it can. It makes folders on the way as well, and does
+/// not wait for the reader of a pipe.
+std::string obstacleToLog(const fs::path& file) {
+    std::error_code unknown;
+    switch (fs::status(file, unknown).type()) {
+    case fs::file_type::fifo:
+    case fs::file_type::socket:
+        return "it is a pipe";
+    case fs::file_type::directory:
+        return "it is a directory";
+    case fs::file_type::not_found:
+        return canMakeFilesBelow(file.parent_path()) ? "" : systemError(errno);
+    default:
+        return access(file.c_str(), W_OK) == 0 ? "" : systemError(errno);
+    }
+}
+
+/// Only looks.
+std::string readLogFile(std::string& text) {
+    const auto obstacle = obstacleToLog(fs::absolute(text));
+    return obstacle.empty() ? "" : "a file that can be written (" + obstacle + ")";
+}
+
+Origin originOf(const std::string& root) {
+    return root.empty() ? Origin{} : Origin{Kind::Argument, "--root " + root};
 }
 
 Setting simulatorFile(const Installation& installation) {
@@ -109,7 +135,7 @@ std::vector<Setting> otherSettings(const Installation& installation, const std::
                  readWait),
         variable("ORVO_LOG", "*=4", "thresholds by logger: 2 details, 3 information, 4 warnings, 5 errors",
                  readThresholds),
-        variable("ORVO_LOG_FILE", "", "file that log lines go to as well"),
+        variable("ORVO_LOG_FILE", "", "file that log lines go to as well", readLogFile),
         variable("ORVODIR5_64", "", "installation of a plug-in file that lies in none; this one lies in one"),
         variable("ORVODIR5", "", "the same, where ORVODIR5_64 is not set"),
         variable("SHELL", "/bin/sh", "what 'orvo-gige lab' runs when no command is given"),
@@ -118,6 +144,13 @@ std::vector<Setting> otherSettings(const Installation& installation, const std::
 }
 
 } // namespace
+
+// In the directory above the one that its library really lies in.
+fs::path usualSimulatorFile(const Installation& installation) {
+    std::error_code missing;
+    const auto library = fs::canonical(installation.library("orvo_hal"), missing);
+    return (missing ? installation.root() : library.parent_path().parent_path()) / "simulator.toml";
+}
 
 Settings readSettings(const std::string& root, const std::vector<std::string>& arguments) {
     const Installation installation(root);

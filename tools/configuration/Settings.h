@@ -2,6 +2,7 @@
 // What is set, for the plug-in, the libraries beside it and this program, and where each value comes from.
 #pragma once
 
+#include "board/Installation.h"
 #include "configuration/PropertiesText.h"
 
 #include <nlohmann/json_fwd.hpp>
@@ -36,6 +37,7 @@ struct Setting {
     std::string meaning;
     std::vector<UnreadableValue> unreadable = {}; ///< what `value` is used instead of
     std::string note = {};                        ///< what is odd about the value; empty: nothing
+    bool isRead = true;                           ///< by the plug-in, the libraries beside it or this program
 };
 
 struct Settings {
@@ -49,11 +51,14 @@ struct Settings {
 /// installation.
 Settings readSettings(const std::string& root, const std::vector<std::string>& arguments = {});
 
+/// Where the simulated board looks for its configuration when no variable names one.
+std::filesystem::path usualSimulatorFile(const Installation& installation);
+
 /// Something that is written somewhere and does not do what it says.
 struct Remark {
     Origin where;
     std::string text;
-    bool isLost; ///< a value is not used; false: it is used, or there is none, and it looks like a mistake
+    bool isLost; ///< a value that somebody reads is not used; false: it only looks like a mistake
 };
 std::vector<Remark> remarksOn(const Settings& settings);
 

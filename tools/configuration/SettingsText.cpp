@@ -31,7 +31,7 @@ void addRemarks(std::vector<Remark>& remarks, const Setting& setting) {
         remarks.push_back({origin,
                            fmt::format("{} of {} is not {}; {} ({}) is used instead", quoted(text),
                                        setting.name, reason, quoted(setting.value), textOf(setting.origin)),
-                           true});
+                           setting.isRead});
     if (!setting.note.empty())
         remarks.push_back(
             {setting.origin, fmt::format("{} is {}: {}", setting.name, setting.value, setting.note), false});
