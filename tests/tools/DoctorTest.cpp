@@ -3,6 +3,7 @@
 // from.
 #include "Process.h"
 #include "doctor/Checks.h"
+#include "doctor/Mending.h"
 #include "doctor/Trial.h"
 
 #include <gmock/gmock.h>
@@ -35,6 +36,10 @@ public:
         writeFile(file("tshark"), "#!/bin/sh\necho 'Personal Extcap path:\t" + file("extcap") + "'\n");
         fs::permissions(file("tshark"), fs::perms::owner_all);
     }
+
+    ~Copy() { fs::permissions(file(""), fs::perms::owner_all); }
+    Copy(const Copy&) = delete;
+    Copy& operator=(const Copy&) = delete;
 
     std::string file(const std::string& name) const { return folder_.file(name); }
     static std::string built(const std::string& name) { return ORVO_BUILD_ROOT "/" + name; }
@@ -70,6 +75,18 @@ std::vector<json> badOnes(const json& report) {
     return bad;
 }
 
+/// But for what the machine may lack.
+void expectAllGreen(const json& report) {
+    for (const auto& check : report["checks"]) {
+        const auto name = check["check"].get<std::string>();
+        if (name.starts_with("CAP_") || name == "TAP driver") continue;
+        EXPECT_EQ(check["result"], "good") << check;
+        EXPECT_FALSE(check.contains("mend")) << check;
+        if (name != "liborvo_hal.so") continue;
+        EXPECT_THAT(check["uncalled"].dump(), HasSubstr("\"OHalGetLEDs\""));
+    }
+}
+
 // Each broken installation has one thing that is bad; what only suffers from it is no second one.
 TEST(DoctorTest, NamesTheCauseAndWhatMendsIt) {
     using Command = std::vector<std::string>;
@@ -95,6 +112,8 @@ TEST(DoctorTest, NamesTheCauseAndWhatMendsIt) {
              fs::permissions(copy.file(hal), fs::perms::none);
          },
          doctor, "liborvo_hal.so", "cannot be read: Permission denied", "^chmod a\\+r .*/liborvo_hal.so$"},
+        {"closed root", [](const Copy& copy) { fs::permissions(copy.file(""), fs::perms::none); }, doctor,
+         "installation", "^'/[^']*' cannot be looked into: Permission denied$", "^chmod a\\+rx /[^ ]*$"},
         {"nothing broken", [](const Copy&) {}, doctor, "", "", ""},
         {"simulated board's configuration",
          [](const Copy& copy) {
@@ -102,6 +121,20 @@ TEST(DoctorTest, NamesTheCauseAndWhatMendsIt) {
              writeFile(copy.file("simulator.toml"), "\n[[board]]\nfoo = 1\n");
          },
          doctor, "kind of board", "/simulator.toml:3: unknown key 'foo'", "^editor \\+3 .*/simulator.toml$"},
+        {"closed configuration",
+         [](const Copy& copy) {
+             copy.replace(hal, hal);
+             writeFile(copy.file("simulator.toml"), "");
+             fs::permissions(copy.file("simulator.toml"), fs::perms::none);
+         },
+         doctor, "kind of board", "/simulator.toml: cannot be read: Permission denied$",
+         "^chmod a\\+r .*/simulator.toml$"},
+        {"board without ports",
+         [](const Copy& copy) {
+             copy.replace(hal, hal);
+             writeFile(copy.file("simulator.toml"), "[[board]]\nports = 0\n");
+         },
+         doctor, "port", "there is no port 0 on board 0", "^editor \\+2 .*/simulator.toml$"},
         {"properties, of which the plug-in reads one",
          [](const Copy& copy) {
              writeFile(copy.file("rt.conf"),
@@ -133,13 +166,28 @@ TEST(DoctorTest, NamesTheCauseAndWhatMendsIt) {
         const Copy copy;
         row.destroy(copy);
         const bool works = row.check.empty();
-        const auto bad = badOnes(copy.ask(row.command, works ? 0 : 3, {"STUB_ENDING=signal"}));
+        const auto report = copy.ask(row.command, works ? 0 : 3, {"STUB_ENDING=signal"});
+        const auto bad = badOnes(report);
         ASSERT_EQ(bad.size(), works ? 0u : 1u) << json(bad).dump(1);
+        if (works) expectAllGreen(report);
         if (works) continue;
         EXPECT_EQ(bad[0]["check"], row.check);
         EXPECT_THAT(bad[0]["found"].get<std::string>(), ContainsRegex(row.found));
         EXPECT_THAT(bad[0]["mend"].get<std::string>(), ContainsRegex(row.mend));
     }
+}
+
+// The tests' own program is in a folder that nobody built or installed.
+TEST(DoctorTest, RestoresItsOwnInstallationByWhatPutItThere) {
+    const TemporaryFolder folder;
+    const Installation own("");
+    const auto library = own.library("orvo_hal"), list = fs::path(folder.file("list"));
+    EXPECT_THAT(
+        commandToRestore(own, library, list),
+        ContainsRegex("^(sudo )?cmake --install build/release --prefix |^install orvo-gige .* again"));
+    writeFile(list, "/.\n" + library.string() + "\n");
+    EXPECT_THAT(commandToRestore(own, library, list),
+                ContainsRegex("^sudo dpkg -i orvo-gige_" ORVO_VERSION "_[a-z0-9]+\\.deb$"));
 }
 
 // The commands that are named find a root near the one that is none, and text says what JSON does.

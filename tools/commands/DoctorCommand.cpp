@@ -34,6 +34,7 @@ nlohmann::ordered_json jsonOf(const Checks& checks) {
         nlohmann::ordered_json entry = {
             {"check", check.name}, {"result", nameOf(check.verdict)}, {"found", check.found}};
         if (!check.mend.empty()) entry["mend"] = check.mend;
+        if (!check.uncalled.empty()) entry["uncalled"] = check.uncalled;
         list.push_back(std::move(entry));
     }
     return {{"works", std::ranges::none_of(checks, isBad)},

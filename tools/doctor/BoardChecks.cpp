@@ -11,12 +11,16 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <optional>
+#include <fstream>
+#include <regex>
 
 namespace orvo::host {
 namespace {
 
+namespace fs = std::filesystem;
+
 constexpr const char* simulation = "kind of board";
+constexpr const char* realBoard = "real";
 constexpr const char* boardsThere = "boards";
 constexpr const char* portThere = "port";
 constexpr const char* registers = "firmware";
@@ -26,30 +30,36 @@ const Setting& configurationOf(const Settings& settings) {
     return *std::ranges::find(settings.others, "ORVO_SIMULATOR_CONFIG", &Setting::name);
 }
 
-/// The simulated board's own words begin with "FILE:LINE: ".
+/// The simulated board's own words begin with "FILE:LINE: ", or with "FILE: " where it could not read any.
+unsigned lineIn(const std::string& reason, const std::string& file) {
+    if (!reason.starts_with(file + ":")) return 0;
+    const auto at = file.size() + 1;
+    return static_cast<unsigned>(wholeNumber(reason.substr(at, reason.find(':', at) - at)).value_or(0));
+}
+
 Check badConfiguration(const std::string& reason, const Setting& configuration) {
-    const auto behind = reason.find(configuration.value + ":");
-    const auto at = behind + configuration.value.size() + 1;
-    const auto line = behind == 0 ? wholeNumber(reason.substr(at, reason.find(':', at) - at)) : std::nullopt;
-    const bool isThere = std::filesystem::exists(configuration.value);
+    const fs::path file(configuration.value);
+    std::error_code why;
+    const bool isFile = fs::is_regular_file(file, why) || why == std::errc::permission_denied;
+    const bool isNamed = configuration.origin.kind == Origin::Kind::Environment;
     return {simulation, Verdict::Bad, reason,
-            isThere ? commandToEdit(configuration.value, static_cast<unsigned>(line.value_or(0)))
-                    : "unset ORVO_SIMULATOR_CONFIG"};
+            isNamed && !isFile ? "unset " + configuration.name
+                               : commandToCorrect(file, lineIn(reason, configuration.value))};
 }
 
 Check simulationCheck(const BoardLibraries& libraries, const Installation& installation,
                       const Setting& configuration) {
     try {
-        if (!SimulatorControl::find(libraries.hal())) return {simulation, Verdict::Good, "real"};
+        if (!SimulatorControl::find(libraries.hal())) return {simulation, Verdict::Good, realBoard};
     } catch (const Failure& failure) {
         return badConfiguration(withoutAdvice(failure.what()), configuration);
     }
     if (!configuration.value.empty())
         return {simulation, Verdict::Good,
                 fmt::format("simulated, as {} says ({})", configuration.value, textOf(configuration.origin))};
-    return {simulation, Verdict::Warning, "simulated, the default one: nothing of it is real",
-            commandToEdit((installation.root() / "simulator.toml").string(), 0) +
-                ", or --root DIR of an installation with a real board"};
+    return {simulation, Verdict::Good,
+            fmt::format("simulated, by default (nothing of it is real); {} can describe another",
+                        usualSimulatorFile(installation).string())};
 }
 
 std::string textOf(const Board& board) {
@@ -74,7 +84,23 @@ Check boardsCheck(const std::vector<Board>& boards) {
                 shellWord(ownProgram().string()) + " boards"};
 }
 
-Check portCheck(const std::vector<Board>& boards, PortAddress port) {
+/// The first line of a configuration that leaves its board without ports; 0: it is none of these.
+unsigned lineWithoutPorts(const std::string& configuration) {
+    static const std::regex takesPorts(R"(\s*(ports\s*=\s*0|camera_interface\s*=).*)");
+    std::ifstream file(configuration);
+    unsigned number = 0;
+    for (std::string line; std::getline(file, line);)
+        if (++number; std::regex_match(line, takesPorts)) return number;
+    return 0;
+}
+
+/// Without any board that has ports, a simulated one, which by default has four, was made so.
+std::string commandForPorts(const Setting& configuration, bool isReal) {
+    return isReal ? "put a board that has GigE ports into this machine"
+                  : commandToEdit(configuration.value, lineWithoutPorts(configuration.value));
+}
+
+Check portCheck(const std::vector<Board>& boards, PortAddress port, const std::string& mendForNone) {
     const auto board = std::ranges::find(boards, port.board, &Board::index);
     if (board != boards.end() && port.port < board->gigePorts())
         return {portThere, Verdict::Good, port.text() + " is there"};
@@ -86,7 +112,7 @@ Check portCheck(const std::vector<Board>& boards, PortAddress port) {
     return {portThere, Verdict::Bad,
             board == boards.end() ? fmt::format("there is no board {}", port.board)
                                   : fmt::format("there is no port {} on board {}", port.port, textOf(*board)),
-            usable == boards.end() ? program + " boards"
+            usable == boards.end() ? mendForNone
                                    : fmt::format("{} doctor --board {} --port 0", program, usable->index())};
 }
 
@@ -113,7 +139,8 @@ Checks lookAt(const Installation& installation, const Setting& configuration, Po
     const auto boards = allBoards(libraries);
     checks.push_back(boardsCheck(boards));
     if (isBad(checks.back())) return checks;
-    checks.push_back(portCheck(boards, port));
+    checks.push_back(
+        portCheck(boards, port, commandForPorts(configuration, checks.front().found == realBoard)));
     if (!isBad(checks.back())) checks.push_back(registersCheck(libraries, port));
     return checks;
 }

@@ -14,6 +14,7 @@ struct Check {
     Verdict verdict = Verdict::Good;
     std::string found;
     std::string mend = {}; ///< the command or edit that mends it; empty where there is nothing to mend
+    std::vector<std::string> uncalled = {}; ///< functions that a library lacks, and that nobody here calls
 };
 
 using Checks = std::vector<Check>;

@@ -14,6 +14,12 @@ namespace fs = std::filesystem;
 
 constexpr const char* extcapTitle = "capture interfaces";
 
+/// Also a link that leads nowhere.
+bool isThere(const fs::path& link) {
+    std::error_code unknown;
+    return fs::exists(fs::symlink_status(link, unknown));
+}
+
 std::string commandToInstall(const fs::path& folder) {
     return asWriter(folder, fmt::format("{} extcap install --folder {}", shellWord(ownProgram().string()),
                                         shellWord(folder.string())));
@@ -26,8 +32,9 @@ Check extcapLinkCheck(const fs::path& folder) {
     const auto place = quoted(link.string());
     const auto mend = commandToInstall(folder);
     std::error_code unknown;
-    if (!fs::exists(fs::symlink_status(link, unknown)))
-        return {extcapTitle, Verdict::Skipped, "not made: there is no " + place, mend};
+    if (!isThere(link))
+        return {extcapTitle, Verdict::Good,
+                "not made: there is no " + place + " ('orvo-gige extcap install' makes it)"};
     if (!isLinkToProgram(link))
         return {extcapTitle, Verdict::Warning, place + " is there and no link of ours",
                 asWriter(folder, "rm -r " + shellWord(link.string())) + " && " + mend};
@@ -43,13 +50,10 @@ Check extcapLinkCheck(const fs::path& folder) {
 Checks extcapChecks() {
     const auto folders = extcapFolders();
     if (folders.empty())
-        return {{extcapTitle, Verdict::Skipped, "tshark is not there, or does not tell its folders",
-                 "sudo apt-get install tshark"}};
+        return {{extcapTitle, Verdict::Good, "not made: tshark is not there, or does not tell its folders"}};
     Checks checks;
-    for (const auto& folder : folders) {
-        auto check = extcapLinkCheck(folder.path);
-        if (check.verdict != Verdict::Skipped) checks.push_back(std::move(check));
-    }
+    for (const auto& folder : folders)
+        if (isThere(extcapLinkIn(folder.path))) checks.push_back(extcapLinkCheck(folder.path));
     return checks.empty() ? Checks{extcapLinkCheck(folders.front().path)} : checks;
 }
 

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Looking at a file, and at the folders on the way to it.
+// Looking at a file.
 #include "doctor/FileCheck.h"
 
 #include "app/Failure.h"
+#include "doctor/Access.h"
 #include "doctor/Mending.h"
 
-#include <fmt/format.h>
-
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -16,29 +14,6 @@ namespace orvo::host {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The outermost folder on the way to `file` that this user may not look into; empty: none.
-fs::path closedFolder(const fs::path& file) {
-    fs::path folder;
-    for (const auto& part : file.parent_path()) {
-        folder /= part;
-        if (access(folder.c_str(), X_OK) != 0) return folder;
-    }
-    return {};
-}
-
-bool isOwn(const fs::path& place) {
-    struct stat about = {};
-    return stat(place.c_str(), &about) == 0 && about.st_uid == geteuid();
-}
-
-std::string commandToOpen(const fs::path& place) {
-    const auto closed = closedFolder(place);
-    const auto& what = closed.empty() ? place : closed;
-    const auto command =
-        fmt::format("chmod {} {}", closed.empty() ? "a+r" : "a+rx", shellWord(what.string()));
-    return isOwn(what) ? command : "sudo " + command;
-}
 
 std::string absence(const fs::path& file) {
     std::error_code none;

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Whether there is an installation, and where one is if not.
 #include "app/Failure.h"
+#include "doctor/Access.h"
 #include "doctor/Checks.h"
 #include "doctor/Mending.h"
 
 #include <fmt/format.h>
 
+#include <cerrno>
 #include <optional>
 
 namespace orvo::host {
@@ -44,9 +46,20 @@ Check emptyRoot(const Installation& installation, bool isGiven) {
             isGiven || near ? commandFor(near) : commandToRestore(installation, installation.plugin())};
 }
 
+/// A root that keeps its libraries from this user; nothing where it does not, or is this program's own.
+std::optional<Check> closedRoot(const fs::path& root) {
+    const auto library = root / "lib64" / "any";
+    const auto closed = root.empty() ? fs::path() : closedFolder(library);
+    if (closed.empty()) return std::nullopt;
+    return Check{installationTitle, Verdict::Bad,
+                 quoted(closed.string()) + " cannot be looked into: " + systemError(EACCES),
+                 commandToOpen(library)};
+}
+
 } // namespace
 
 Check installationCheck(const std::string& root) {
+    if (auto closed = closedRoot(root)) return *closed;
     try {
         const Installation installation(root);
         if (!isRoot(installation.root())) return emptyRoot(installation, !root.empty());

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The libraries of an installation: there, loadable, complete.
+#include "app/Output.h"
 #include "board/DynamicLibrary.h"
 #include "doctor/Checks.h"
 #include "doctor/EntryNames.h"
@@ -34,22 +35,19 @@ std::string fileName(const char* library) {
     return fmt::format("lib{}.so", library);
 }
 
-/// Of entries that nobody here calls, a few names say something, all do not.
-std::string aside(const std::vector<const char*>& unused) {
-    if (unused.empty()) return "";
-    if (unused.size() > 3) return fmt::format("; {} that nothing here calls are missing", unused.size());
-    return fmt::format("; missing, but called by nothing here: {}", fmt::join(unused, ", "));
-}
-
 /// A loaded library against the list of what it has to offer.
 Check completeness(const DynamicLibrary& loaded, const Library& library, const Check& blamed) {
-    std::vector<const char*> missing, unused; // of the missing ones, those that nobody calls
+    std::vector<std::string> missing, uncalled;
     for (const auto& entry : library.entries)
-        if (!loaded.find<void>(entry.name)) (entry.isUsed ? missing : unused).push_back(entry.name);
+        if (!loaded.find<void>(entry.name)) (entry.isUsed ? missing : uncalled).emplace_back(entry.name);
     if (!missing.empty())
         return {blamed.name, Verdict::Bad,
                 fmt::format("lacks entries that are called: {}", fmt::join(missing, ", ")), blamed.mend};
-    return {blamed.name, Verdict::Good, "loads, with all entries that are called" + aside(unused)};
+    const auto called = std::ranges::count_if(library.entries, &EntryName::isUsed);
+    return {blamed.name, Verdict::Good,
+            fmt::format("loads, with all that is called ({})",
+                        counted(static_cast<std::uint64_t>(called), "function")),
+            "", uncalled};
 }
 
 Check checkOf(const Installation& installation, const Library& library) {

@@ -31,11 +31,12 @@ Checks permissionChecks() {
                    ? Check{name, Verdict::Good, "is there"}
                    : Check{name, Verdict::Warning, std::string("is not there: ") + need, mend};
     };
-    const auto program = shellWord(ownProgram().string());
     return {check(CAP_NET_ADMIN, "CAP_NET_ADMIN", "'bridge' needs a TAP that was made for you",
                   "sudo ip tuntap add orvo0 mode tap user $USER"),
             check(CAP_NET_RAW, "CAP_NET_RAW", "the simulated board's packet: wires do not work",
-                  "sudo " + program + " SUBCOMMAND --wire PORT=packet:IFNAME")};
+                  // Not on the program's file: the loader would no longer look for libraries beside it.
+                  "sudo setpriv --reuid $USER --regid $(id -g) --init-groups --inh-caps=+net_raw "
+                  "--ambient-caps=+net_raw $SHELL")};
 }
 
 Check tapDriverCheck(const std::filesystem::path& device) {

@@ -14,12 +14,7 @@ constexpr const char* settingsTitle = "settings";
 
 std::string mendFor(const Origin& where) {
     if (where.kind == Origin::Kind::Environment) return "unset " + where.place;
-    if (where.line != 0) return commandToEdit(where.place, where.line);
-    const auto file = shellWord(where.place);
-    std::error_code unknown;
-    return std::filesystem::is_regular_file(where.place, unknown)
-               ? "sudo chmod a+r " + file
-               : asWriter(where.place, "mv " + file + " " + file + ".old");
+    return commandToCorrect(where.place, where.line);
 }
 
 } // namespace

@@ -51,14 +51,18 @@ private:
     const int descriptor_;
 };
 
-// Four texts a check, each ended by a NUL, and one NUL more behind all. Written at once: it is whole, or it
-// is not there.
+// Four texts a check and its further ones, each ended by a NUL, and an empty one; one NUL more behind all.
+// Written at once: it is whole, or it is not there.
 std::string encoded(const Checks& checks) {
     std::string text;
-    for (const auto& check : checks)
+    const auto add = [&](const std::string& field) { text += field.substr(0, field.find('\0')) + '\0'; };
+    for (const auto& check : checks) {
         for (const auto& field :
              {std::to_string(static_cast<int>(check.verdict)), check.name, check.found, check.mend})
-            text += field.substr(0, field.find('\0')) + '\0';
+            add(field);
+        for (const auto& name : check.uncalled) add(name);
+        add("");
+    }
     return text + '\0';
 }
 
@@ -74,6 +78,8 @@ std::optional<Checks> decoded(const std::string& text) {
         const auto verdict = static_cast<Verdict>(std::stoi(next()));
         auto name = next(), found = next(), mend = next();
         checks.push_back({std::move(name), verdict, std::move(found), std::move(mend)});
+        for (auto entry = next(); !entry.empty(); entry = next())
+            checks.back().uncalled.push_back(std::move(entry));
     }
     return checks;
 }
