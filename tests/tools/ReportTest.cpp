@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Reports of a diagnosis: a page, a bundle, and what becomes of files that are there.
+#include "LoopPort.h"
 #include "Process.h"
 
+#include "board/DynamicLibrary.h"
 #include "report/Chart.h"
 #include "report/Html.h"
+#include "report/Observation.h"
 
 #include <QXmlStreamReader>
 #include <gmock/gmock.h>
@@ -57,6 +60,38 @@ TEST(ChartTest, DrawsKnownValuesAndTellsThemInWords) {
     EXPECT_THAT(figure, HasSubstr("<circle class=\"dot1\""));
 }
 
+TEST(ObservationTest, RecordsWhatComesInItsTimeAndFindsWhatRoseMeanwhile) {
+    InstallationOptions options;
+    options.root = ORVO_BUILD_ROOT;
+    options.virtualTime = true;
+    const Session session(options, 0);
+    const DynamicLibrary simulator(session.installation.library("orvo_hal"));
+    const auto injectFrame = simulator.require<decltype(::orvoSimInjectFrame)>("orvoSimInjectFrame");
+    const TemporaryFolder folder;
+    const auto early = numberedFrame(0, 100), late = numberedFrame(1, 100);
+    LoopPort port;
+    const auto arrive = [&port](const Frame& frame) {
+        port.addToSendQueue(boost::shared_ptr<core::zume::EthernetFrame>(
+            new core::zume::EthernetFrame(QByteArray::fromStdString(frame))));
+    };
+    FrameReceiver receiver(port, nullptr, nullptr);
+    Observation observation(session, {0, 1}, std::chrono::milliseconds(300), folder.file("capture"));
+    arrive(early);
+    observation.begin(receiver);
+    ASSERT_TRUE(happens([&] { return receiver.returned().frames == 1; }));
+    injectFrame(0, 1, early.data(), early.size(), 1); // damaged
+    const std::jthread device([&](const std::stop_token& stop) {
+        for (; !stop.stop_requested(); std::this_thread::sleep_for(std::chrono::milliseconds(1)))
+            arrive(late);
+    });
+    observation.goOn(port, receiver);
+    const auto recorded = framesOf(folder.file("capture"));
+    EXPECT_THAT(recorded, testing::AllOf(testing::SizeIs(testing::Gt(0u)), testing::Each(late)));
+    EXPECT_GT(observation.receivedFrames(), recorded.size());
+    ASSERT_EQ(observation.findings().size(), 1u);
+    EXPECT_EQ(observation.findings()[0].evidence, "receive errors by 1 (firmware register GigeRecvErrCnt1)");
+}
+
 class ReportTest : public testing::Test {
 protected:
     const TemporaryFolder folder; // first: the others are in it
@@ -86,9 +121,11 @@ TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
     writeCapture(folder.file("in.pcap"), frames);
     writeFile(folder.file("board.toml"),
               "[[board]]\nname = '" + name + "'\n[board.wires]\n1 = \"pcap:in.pcap\"\n");
-    const auto outcome = runTool(command("1"), {"ORVO_SIMULATOR_CONFIG=" + folder.file("board.toml")});
+    writeFile(folder.file("faults.toml"), "[[fault]]\nkind = 'loss'\nport = 1\nat = 1\n");
+    auto arguments = command("1");
+    arguments.insert(arguments.end(), {"--json", "--faults", folder.file("faults.toml")});
+    const auto outcome = runTool(arguments, {"ORVO_SIMULATOR_CONFIG=" + folder.file("board.toml")});
     ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, testing::StartsWith("port 0/1\nhealthy"));
 
     const auto text = contentOf(page);
     EXPECT_THAT(textsOf(text, "dd"), testing::Contains(name));
@@ -102,14 +139,14 @@ TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
     const auto names = Process({"tar", "-tzf", bundle}).wait().out;
     EXPECT_EQ(std::ranges::count(names, '\n'), 7) << names;
     EXPECT_EQ(inBundle("diagnosis.html"), text);
-    EXPECT_EQ(nlohmann::json::parse(inBundle("diagnosis.json"))["board"]["name"], name);
+    EXPECT_EQ(inBundle("diagnosis.json"), outcome.out);
+    EXPECT_EQ(nlohmann::json::parse(outcome.out)["faults"]["passed"], true);
     EXPECT_THAT(inBundle("dump.txt"), HasSubstr("[MDIO] ...... Register 0"));
     EXPECT_THAT(inBundle("log.txt"), HasSubstr("information  "));
     EXPECT_THAT(inBundle("configuration.txt"), HasSubstr("board.toml"));
     const auto readings = nlohmann::json::parse(inBundle("readings.json"));
     EXPECT_EQ(readings["seconds"].size(), readings["values"]["receivedPacketsPerSecond"].size());
-    writeFile(folder.file("capture"), inBundle("capture.pcapng"));
-    EXPECT_EQ(framesOf(folder.file("capture")), frames);
+    EXPECT_THAT(inBundle("capture.pcapng"), HasSubstr("orvo-gige 0/1"));
 }
 
 TEST_F(ReportTest, LeavesFilesAloneUnlessItCanReplaceThem) {

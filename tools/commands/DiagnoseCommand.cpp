@@ -64,11 +64,6 @@ std::string textOf(const Changes& changes, const std::string& since) {
     return text;
 }
 
-void publish(Json diagnosis, const std::optional<Ledger>& ledger) {
-    if (ledger) diagnosis["faults"] = jsonOf(*ledger);
-    print(diagnosis);
-}
-
 } // namespace
 
 Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch, Observation* observation) {
@@ -82,15 +77,19 @@ Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watc
     Plugin plugin(session.installation);
     Port port(plugin, log, address, false);
     port.open();
-    if (observation) observation->begin();
+    FrameReceiver receiver(port.interface(), nullptr, nullptr); // ends before the port
+    if (observation) observation->begin(receiver);
     if (watch) watch->begin();
     const bool wasDown = wasLinkDown(session, address);
     auto dump = readDump(port, log);
-    auto diagnosis = diagnosisOf(DumpReport::parse(dump, address.text()), address.text(), wasDown);
+    const auto report = DumpReport::parse(dump, address.text());
     if (watch) watch->end();
     progress.reset();
-    if (observation) observation->goOn(port.interface());
-    return {std::move(diagnosis), {address, port.finish()}, std::move(dump)};
+    if (observation) observation->goOn(port.interface(), receiver);
+    return {diagnosisOf(report, address.text(), wasDown,
+                        observation ? observation->findings() : std::vector<Finding>()),
+            {address, port.finish()},
+            std::move(dump)};
 }
 
 DiagnoseCommand::DiagnoseCommand(Program& program)
@@ -135,11 +134,13 @@ int DiagnoseCommand::run() {
     auto [diagnosis, statistics, dump] =
         diagnose(session, port_.address, &watch, observation ? &*observation : nullptr);
     const auto ledger = watch.settle(
-        {statistics}, {{.port = port_.address, .received = observation ? observation->recordedFrames() : 0}});
+        {statistics}, {{.port = port_.address, .received = observation ? observation->receivedFrames() : 0}});
     const bool isAccounted = tellLedger(ledger);
     const auto changes = oldFile_.empty() ? Changes() : changesBetween(before, diagnosis);
+    auto changesJson = jsonOf(changes, oldFile_);
+    if (ledger) diagnosis["faults"] = changesJson["faults"] = jsonOf(*ledger); // no part of what is compared
     if (json_)
-        publish(oldFile_.empty() ? diagnosis : jsonOf(changes, oldFile_), ledger);
+        print(oldFile_.empty() ? diagnosis : changesJson);
     else
         print(oldFile_.empty() ? textOfDiagnosis(diagnosis) : textOf(changes, oldFile_));
     if (observation)

@@ -26,7 +26,8 @@ struct Diagnosed {
 };
 
 /// Opens the port as it is, without a reset, lets the plug-in write its diagnostic report, and decodes it;
-/// about 5 s. `watch`, if not null, ends its faults then; `observation`, if not null, goes on afterwards.
+/// about 5 s. `watch`, if not null, ends its faults then; `observation`, if not null, goes on afterwards, and
+/// what it found is in the document, too.
 /// Errors: Failure when the port cannot be opened, or the installation does not hand the report out.
 Diagnosed diagnose(const Session& session, PortAddress address, FaultWatch* watch = nullptr,
                    Observation* observation = nullptr);

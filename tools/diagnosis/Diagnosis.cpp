@@ -3,7 +3,6 @@
 #include "diagnosis/Diagnosis.h"
 
 #include "app/Failure.h"
-#include "diagnosis/Findings.h"
 #include "diagnosis/LinkState.h"
 #include "diagnosis/PhyFields.h"
 
@@ -131,7 +130,6 @@ void flatten(const Json& node, const std::string& path, std::map<std::string, st
         leaves[path] = node.is_string() ? node.get<std::string>() : node.dump();
         return;
     }
-    std::size_t position = 0;
     for (const auto& [key, child] : node.items()) {
         std::string step = key;
         if (node.is_array()) {
@@ -142,7 +140,6 @@ void flatten(const Json& node, const std::string& path, std::map<std::string, st
                 step = "register " + child["register"].dump();
         }
         flatten(child, path.empty() ? step : path + "." + step, leaves);
-        ++position;
     }
 }
 
@@ -170,9 +167,10 @@ bool isDiagnosis(const Json& document) {
 
 } // namespace
 
-Json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown) {
+Json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown,
+                 std::vector<Finding> others) {
     const auto link = LinkState::from(report.phy);
-    const auto findings = findingsOf(report, link, wasDown);
+    const auto findings = findingsOf(report, link, wasDown, std::move(others));
     const bool healthy = std::all_of(findings.begin(), findings.end(), [](const Finding& finding) {
         return finding.severity == Severity::Note;
     });

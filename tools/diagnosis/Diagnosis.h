@@ -3,6 +3,7 @@
 #pragma once
 
 #include "diagnosis/DumpReport.h"
+#include "diagnosis/Findings.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,8 +13,9 @@
 namespace orvo::host {
 
 /// The whole diagnosis: port, board, devices, counters, flags, link, PHY registers field by field, findings.
-/// `port` is "BOARD/PORT"; `wasDown` as in findingsOf.
-nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown);
+/// `port` is "BOARD/PORT"; `wasDown` and `others` as in findingsOf.
+nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown,
+                                   std::vector<Finding> others = {});
 
 /// The same for people.
 std::string textOfDiagnosis(const nlohmann::ordered_json& diagnosis);

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 
 namespace orvo::host {
 namespace {
@@ -175,7 +176,8 @@ const char* textOf(Severity severity) {
     return "";
 }
 
-std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link, bool wasDown) {
+std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link, bool wasDown,
+                                std::vector<Finding> others) {
     Findings findings;
     if (link.answers) {
         judgeControl(findings, report);
@@ -191,6 +193,7 @@ std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link,
              "start the board by a command that resets it, such as 'orvo-gige replay'; then power-cycle it"});
     }
     judgeCounters(findings, report);
+    std::ranges::move(others, std::back_inserter(findings));
     std::stable_sort(findings.begin(), findings.end(),
                      [](const Finding& a, const Finding& b) { return a.severity > b.severity; });
     return findings;

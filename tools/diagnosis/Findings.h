@@ -23,7 +23,8 @@ struct Finding {
 
 /// Everything that the report shows to be out of order, the worst first. Empty: the port is healthy.
 /// `wasDown` tells that the link status read before the report was down, which a link that is up now
-/// remembers.
-std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link, bool wasDown);
+/// remembers. `others` are findings from elsewhere, to stand among these.
+std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link, bool wasDown,
+                                std::vector<Finding> others = {});
 
 } // namespace orvo::host

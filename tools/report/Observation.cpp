@@ -2,11 +2,14 @@
 // The thread that reads, beside the one that waits or records.
 #include "report/Observation.h"
 
+#include "app/Output.h"
 #include "app/Progress.h"
 #include "app/Signals.h"
 #include "commands/ReportParts.h"
 #include "traffic/Capture.h"
 #include "watch/Sampler.h"
+
+#include <fmt/format.h>
 
 #include <poll.h>
 
@@ -32,6 +35,17 @@ void waitFor(Seconds time) {
              static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
 }
 
+/// Of a flag: what it shows now, if it did not at first.
+std::uint64_t growthOfTrouble(const PortTrack& track, Counter counter) {
+    const auto& row = rowOf(counter);
+    const auto& figure = track.of(counter);
+    if (row.kind == CounterKind::TroubleCount) return figure.sinceStart.value_or(0);
+    if (row.kind != CounterKind::TroubleFlag) return 0;
+    const auto& history = track.history(counter);
+    const auto first = std::ranges::find_if(history, [](const auto& value) { return value.has_value(); });
+    return first != history.end() && *first == 0. ? figure.value.value_or(0) : 0;
+}
+
 } // namespace
 
 Observation::Observation(const Session& session, PortAddress port, Seconds time, std::string captureFile)
@@ -42,21 +56,29 @@ Observation::Observation(const Session& session, PortAddress port, Seconds time,
 
 Observation::~Observation() = default;
 
-void Observation::begin() {
+void Observation::begin(FrameReceiver& receiver) {
+    const SignalShield handledElsewhere; // the threads inherit it
+    receiver.start();
     sampler_ = std::make_unique<Sampler>(session_, SamplerOptions{.board = port_.board});
     readOnce(0);
-    const SignalShield handledElsewhere; // the thread inherits it
     thread_ = std::jthread([this](const std::stop_token& stop) { read(stop); });
 }
 
-void Observation::goOn(core::zume::PhysicalNetworkInterface& port) {
+void Observation::goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
     {
         const Progress progress([] { return "watching the port"; });
-        captureFile_.empty() ? waitFor(time_) : record(port);
+        captureFile_.empty() ? waitFor(time_) : record(port, receiver);
     }
-    thread_.request_stop();
-    thread_.join();
+    endReading();
+    receiver.stop();
+    receivedFrames_ += receiver.returned().frames;
     throwIfEndRequested();
+}
+
+/// While frames are still taken from the port: those behind would be lost words.
+void Observation::endReading() {
+    thread_.request_stop();
+    if (thread_.joinable()) thread_.join();
 }
 
 /// In real time, also where the board's own time is virtual.
@@ -81,12 +103,30 @@ void Observation::readOnce(double seconds) {
     }
 }
 
-void Observation::record(core::zume::PhysicalNetworkInterface& port) {
+void Observation::record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
     CaptureOutput output(captureFile_, captureInterface(port_), std::nullopt);
     output.begin();
-    const auto result = Capture(port, output, nullptr).run({.time = time_}, [] {});
-    recordedFrames_ = result.totals.received.frames;
+    receiver.stop();
+    const auto result = Capture(port, output, nullptr).run({.time = time_}, [this] { endReading(); });
+    receivedFrames_ = result.totals.received.frames;
     if (result.failure) std::rethrow_exception(result.failure);
+}
+
+std::vector<Finding> Observation::findings() const {
+    std::string risen;
+    forEachCounter([&](Counter counter, const CounterRow& row) {
+        const auto growth = growthOfTrouble(track_, counter);
+        if (growth == 0) return;
+        risen += fmt::format("{}{} by {} ({})", risen.empty() ? "" : ", ", row.name, grouped(growth),
+                             row.sourceOf(std::to_string(port_.port)));
+    });
+    if (risen.empty()) return {};
+    return {
+        {Severity::Warning,
+         "counters of trouble rose while the port was watched, and frames were taken from it", risen,
+         "the page's charts show when; where frames arrive damaged, try another cable; where words or "
+         "frames were lost for lack of room, let the device send slower, or give this program more of the "
+         "processor"}};
 }
 
 } // namespace orvo::host

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "board/Session.h"
+#include "diagnosis/Findings.h"
 #include "report/RunLog.h"
+#include "traffic/FrameReceiver.h"
 #include "watch/PortTrack.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
@@ -20,7 +22,8 @@ namespace orvo::host {
 
 class Sampler;
 
-/// Reads a port's counters on a thread of its own, keeps the log, and records what the port receives.
+/// Reads a port's counters on a thread of its own, keeps the log, and records what the port receives. Until
+/// then, frames are taken from the port and dropped: they would fill its queue, and show as losses.
 class Observation {
 public:
     /// The log begins. What the port receives goes into `captureFile`, unless that is empty. The session must
@@ -31,29 +34,32 @@ public:
     Observation(const Observation&) = delete;
     Observation& operator=(const Observation&) = delete;
 
-    /// Counters are read from now on. Errors: Failure when the board is not there.
-    void begin();
+    /// The receiver, the port's and nobody's before, starts; counters are read from now on. Errors: Failure
+    /// when the board is not there.
+    void begin(FrameReceiver& receiver);
 
-    /// After the diagnosis: goes on for the time that was asked for. Errors: Interruption; Failure when the
-    /// record cannot be written.
-    void goOn(core::zume::PhysicalNetworkInterface& port);
+    /// After the diagnosis: goes on for the time that was asked for. The receiver ends, before the record
+    /// begins where there is one. Errors: Interruption; Failure when the record cannot be written.
+    void goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
 
-    /// After `goOn`: readings, frames that were recorded, messages.
+    /// After `goOn`: readings, what is wrong by them, frames taken from the port, messages.
     const PortTrack& track() const noexcept { return track_; }
-    std::uint64_t recordedFrames() const noexcept { return recordedFrames_; }
+    std::vector<Finding> findings() const;
+    std::uint64_t receivedFrames() const noexcept { return receivedFrames_; }
     std::vector<LoggedMessage> takeLog() { return runLog_.take(); }
 
 private:
     void read(const std::stop_token& stop);
     void readOnce(double seconds);
-    void record(core::zume::PhysicalNetworkInterface& port);
+    void record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
+    void endReading();
 
     const Session& session_;
     const PortAddress port_;
     const std::chrono::duration<double> time_;
     const std::chrono::duration<double> interval_;
     const std::string captureFile_; // empty: nothing is recorded
-    std::uint64_t recordedFrames_ = 0;
+    std::uint64_t receivedFrames_ = 0;
     const PluginLog log_;
     RunLog runLog_;
     std::unique_ptr<Sampler> sampler_;
