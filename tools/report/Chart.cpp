@@ -35,9 +35,10 @@ std::string numberText(double value) {
     return fmt::format("{:.{}f}", value, value < 1 ? 2 : 1);
 }
 
-/// The same in the room beside an axis.
+/// The same in the room beside an axis: six characters of the size that they have on a narrow page.
 std::string axisText(double value) {
     if (value >= 1e6) return fmt::format("{:.4g} M", value / 1e6);
+    if (value >= 1e4) return fmt::format("{:.4g} k", value / 1e3);
     return value >= 1000 ? numberText(value) : fmt::format("{:.4g}", value);
 }
 
