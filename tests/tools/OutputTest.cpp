@@ -15,8 +15,8 @@ namespace orvo::host {
 namespace {
 
 TEST(OutputTest, AlignsColumnsAndGroupsDigits) {
-    EXPECT_EQ(table({{"A", "LONG", "C"}, {"1234", "", "x"}, {"", "", ""}}),
-              "A     LONG  C\n1234        x\n\n");
+    EXPECT_EQ(table({{"A", "LONG", "C"}, {"12\x1B\n", "", "x"}, {"", "", ""}}),
+              "A     LONG  C\n12??        x\n\n");
     EXPECT_EQ(grouped(999), "999");
     EXPECT_EQ(grouped(1000), "1,000");
     EXPECT_EQ(grouped(1234567), "1,234,567");

@@ -7,11 +7,14 @@
 
 namespace orvo::host {
 
+std::string oneLine(std::string text) {
+    std::ranges::replace_if(
+        text, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+    return text;
+}
+
 std::string quoted(const std::string& text) {
-    std::string quotation = "'" + text + "'";
-    std::replace_if(
-        quotation.begin(), quotation.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return quotation;
+    return "'" + oneLine(text) + "'";
 }
 
 std::string systemError(int number) {

@@ -33,7 +33,10 @@ public:
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// "'TEXT'", as names and values appear in messages; control characters become question marks: one line.
+/// The text with question marks for control characters: one line, which does nothing to a terminal.
+std::string oneLine(std::string text);
+
+/// "'TEXT'", as names and values appear in messages; one line.
 std::string quoted(const std::string& text);
 
 /// The text of an errno value.

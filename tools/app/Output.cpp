@@ -37,7 +37,7 @@ std::string table(const std::vector<std::vector<std::string>>& rows) {
     std::string text;
     for (const auto& row : rows) {
         for (std::size_t i = 0; i < row.size(); ++i)
-            text += row[i] + std::string(widths[i] - row[i].size() + 2, ' ');
+            text += oneLine(row[i]) + std::string(widths[i] - row[i].size() + 2, ' ');
         text.erase(text.find_last_not_of(' ') + 1);
         text += '\n';
     }

@@ -20,7 +20,8 @@ inline void print(const char* text) {
 std::string textOf(const nlohmann::ordered_json& document);
 void print(const nlohmann::ordered_json& document);
 
-/// Columns aligned to the left, two blanks between them; the first row is the heading.
+/// Columns aligned to the left, two blanks between them; the first row is the heading. Cells are shown as one
+/// line each, without control characters.
 std::string table(const std::vector<std::vector<std::string>>& rows);
 
 /// A number with a comma between thousands.

@@ -20,6 +20,11 @@ nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& 
 /// The same for people.
 std::string textOfDiagnosis(const nlohmann::ordered_json& diagnosis);
 
+/// A value of the document, and a list of them, as every form for people has it: in one line, without control
+/// characters; an empty list is "nothing".
+std::string valueText(const nlohmann::ordered_json& value);
+std::string listText(const nlohmann::ordered_json& list);
+
 /// Reads a diagnosis that was kept in a file. Errors: UsageFailure when the file cannot be read or is none.
 nlohmann::ordered_json readDiagnosis(const std::string& path);
 

@@ -3,6 +3,7 @@
 #include "report/Report.h"
 
 #include "app/Output.h"
+#include "diagnosis/Diagnosis.h"
 #include "report/Chart.h"
 #include "report/Html.h"
 #include "report/PageStyle.h"
@@ -20,42 +21,32 @@ using html::escaped;
 using html::section;
 using html::tag;
 
-std::string text(const Json& node) {
-    return node.is_string() ? node.get<std::string>() : node.dump();
-}
-
 std::tm utcOf(std::chrono::system_clock::time_point time) {
     return fmt::gmtime(std::chrono::system_clock::to_time_t(time));
-}
-
-std::string joined(const Json& list) {
-    std::string all;
-    for (const auto& each : list) all += (all.empty() ? "" : ", ") + text(each);
-    return all.empty() ? "nothing" : all;
 }
 
 std::string headerOf(const Report& report) {
     const auto& diagnosis = report.diagnosis;
     const bool isHealthy = diagnosis["healthy"].get<bool>();
-    return tag("header",
-               tag("h1", escaped("Port " + text(diagnosis["port"]))) + "\n" +
-                   tag("p", escaped(fmt::format("{}, serial {}; {:%Y-%m-%d %H:%M:%S} UTC",
-                                                text(diagnosis["board"]["name"]),
-                                                text(diagnosis["board"]["serial"]), utcOf(report.time)))) +
-                   "\n" +
-                   tag("p", {{"class", isHealthy ? "verdict healthy" : "verdict faulty"}},
-                       isHealthy ? "healthy: no fault found" : "not healthy")) +
+    return tag("header", tag("h1", escaped("Port " + valueText(diagnosis["port"]))) + "\n" +
+                             tag("p", escaped(fmt::format("{}, serial {}; {:%Y-%m-%d %H:%M:%S} UTC",
+                                                          valueText(diagnosis["board"]["name"]),
+                                                          valueText(diagnosis["board"]["serial"]),
+                                                          utcOf(report.time)))) +
+                             "\n" +
+                             tag("p", {{"class", isHealthy ? "verdict healthy" : "verdict faulty"}},
+                                 isHealthy ? "healthy: no fault found" : "not healthy")) +
            "\n";
 }
 
 std::string findingsOf(const Json& diagnosis) {
     std::string content;
     for (const auto& finding : diagnosis["findings"])
-        content += tag("div", {{"class", "finding " + text(finding["severity"])}},
-                       tag("p", {{"class", "kind"}}, escaped(text(finding["severity"]))) +
-                           tag("p", {{"class", "text"}}, escaped(text(finding["finding"]))) +
-                           tag("p", {{"class", "evidence"}}, escaped(text(finding["evidence"]))) +
-                           tag("p", escaped("Next: " + text(finding["advice"])))) +
+        content += tag("div", {{"class", "finding " + valueText(finding["severity"])}},
+                       tag("p", {{"class", "kind"}}, escaped(valueText(finding["severity"]))) +
+                           tag("p", {{"class", "text"}}, escaped(valueText(finding["finding"]))) +
+                           tag("p", {{"class", "evidence"}}, escaped(valueText(finding["evidence"]))) +
+                           tag("p", escaped("Next: " + valueText(finding["advice"])))) +
                    "\n";
     if (content.empty()) content = tag("p", "Nothing is out of order.");
     return section("Findings", content);
@@ -65,14 +56,14 @@ std::string linkOf(const Json& link) {
     if (!link["answers"].get<bool>()) return section("Link", tag("p", "The PHY does not answer."));
     const bool up = link["up"].get<bool>();
     const auto speed =
-        up ? text(link["mbitPerSecond"]) + " Mbit/s, " + text(link["duplex"]) + " duplex" : "none";
+        up ? valueText(link["mbitPerSecond"]) + " Mbit/s, " + valueText(link["duplex"]) + " duplex" : "none";
     return section("Link", html::listOf({{"state", up ? "up" : "down"},
                                          {"speed", speed},
-                                         {"auto-negotiation", text(link["autoNegotiation"])},
-                                         {"role", text(link["role"])},
-                                         {"idle errors", text(link["idleErrors"])}}) +
-                               html::listOf({{"this port offers", joined(link["offers"])},
-                                             {"partner offers", joined(link["partner"])}}));
+                                         {"auto-negotiation", valueText(link["autoNegotiation"])},
+                                         {"role", valueText(link["role"])},
+                                         {"idle errors", valueText(link["idleErrors"])}}) +
+                               html::listOf({{"this port offers", listText(link["offers"])},
+                                             {"partner offers", listText(link["partner"])}}));
 }
 
 using Values = std::vector<std::optional<double>>;
@@ -135,8 +126,11 @@ std::string countersOf(const Report& report) {
     forEachCounter([&](Counter counter, const CounterRow& row) {
         const auto& figure = report.track.of(counter);
         if (!figure.value) return;
-        table.rows.push_back({row.name, textOr(figure.value), row.isCount() ? textOr(figure.sinceStart) : "-",
-                              row.unit, row.sourceOf(std::to_string(report.track.port().port))});
+        const bool isRegister = !row.isCount() && row.source == CounterSource::FirmwareRegister;
+        table.rows.push_back({row.name,
+                              isRegister ? fmt::format("0x{:x}", *figure.value) : textOr(figure.value),
+                              row.isCount() ? textOr(figure.sinceStart) : "-", row.unit,
+                              row.sourceOf(std::to_string(report.track.port().port))});
     });
     return section("Counters", tableOf(table));
 }
@@ -146,28 +140,30 @@ std::string boardOf(const Report& report) {
     const auto& board = diagnosis["board"];
     std::string devices;
     for (const auto& device : diagnosis["devices"])
-        devices += fmt::format("{}index {}, serial {}", devices.empty() ? "" : "; ", text(device["index"]),
-                               text(device["serial"]));
-    return section("Board", html::listOf({{"name", text(board["name"])},
-                                          {"index", text(board["index"])},
-                                          {"serial", text(board["serial"])},
-                                          {"type", text(board["type"])},
+        devices += fmt::format("{}index {}, serial {}", devices.empty() ? "" : "; ",
+                               valueText(device["index"]), valueText(device["serial"]));
+    return section("Board", html::listOf({{"name", valueText(board["name"])},
+                                          {"index", valueText(board["index"])},
+                                          {"serial", valueText(board["serial"])},
+                                          {"type", valueText(board["type"])},
                                           {"devices", devices.empty() ? "none" : devices},
                                           {"installation", report.installation}}));
 }
 
 std::string phyRowsOf(const Json& each) {
-    auto rows = tag("tr", tag("th", {{"colspan", "4"}, {"scope", "rowgroup"}},
-                              escaped(fmt::format("{} {}", text(each["register"]), text(each["name"]))) +
-                                  tag("code", escaped(text(each["value"]))))) +
-                "\n";
+    auto rows =
+        tag("tr", tag("th", {{"colspan", "4"}, {"scope", "rowgroup"}},
+                      escaped(fmt::format("{} {}", valueText(each["register"]), valueText(each["name"]))) +
+                          tag("code", escaped(valueText(each["value"]))))) +
+        "\n";
     for (const auto& field : each["fields"]) {
         const bool isSet = field["value"] != 0;
-        rows += tag("tr", {{"class", isSet ? "set" : "clear"}},
-                    tag("td", escaped(text(field["bits"]))) + tag("td", escaped(text(field["name"]))) +
-                        tag("td", {{"class", "number"}}, escaped(text(field["value"]))) +
-                        tag("td", escaped(text(field["meaning"])))) +
-                "\n";
+        rows +=
+            tag("tr", {{"class", isSet ? "set" : "clear"}},
+                tag("td", escaped(valueText(field["bits"]))) + tag("td", escaped(valueText(field["name"]))) +
+                    tag("td", {{"class", "number"}}, escaped(valueText(field["value"]))) +
+                    tag("td", escaped(valueText(field["meaning"])))) +
+            "\n";
     }
     return tag("tbody", "\n" + rows);
 }
@@ -223,7 +219,7 @@ std::string pageOf(const Report& report) {
         "'unsafe-inline'; "
         "base-uri 'none'; form-action 'none'\"/>\n"
         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\"/>\n" +
-        tag("title", escaped(fmt::format("Port {}, {:%Y-%m-%d %H:%M:%S} UTC", text(diagnosis["port"]),
+        tag("title", escaped(fmt::format("Port {}, {:%Y-%m-%d %H:%M:%S} UTC", valueText(diagnosis["port"]),
                                          utcOf(report.time)))) +
         "\n" + tag("style", pageStyle) + "\n";
     const auto sections = findingsOf(diagnosis) + linkOf(diagnosis["link"]) + chartsOf(report.track) +
