@@ -56,7 +56,7 @@ const std::array<CounterRow, counterCount> counterRows = {{
     {"control FIFO not empty", "controlFifoNotEmpty", "orvo_gige_control_fifo_not_empty", "", State, FirmwareRegister,
      "GvcpFiFoNotEmpty_GigeTransceiver", "not 0 while received frames wait for the host"},
     {"lost words", "lostWords", "orvo_gige_lost_words_total", "words", TroubleCount, LostWordsOfQueue, "",
-     "32-bit words of received frames that the receive queue dropped, being full"},
+     "words that the receive queue dropped, being full; each has 2 bytes of a received frame"},
     {"lost action words", "lostActionWords", "orvo_gige_lost_action_words_total", "words", TroubleCount,
      LostWordsOfQueue, " + 8", "reports of action commands that their queue dropped, being full",
      nullptr, firstActionQueue},

@@ -109,9 +109,10 @@ std::string commandList(const CommandDescription& program) {
 std::string counterList() {
     std::string list = ".Bl -tag -width Ds\n";
     host::forEachCounter([&](host::Counter, const host::CounterRow& row) {
-        list += fmt::format(".It Li \"{}\"\n{}; {}{}, in JSON\n.Ql {} ,\nas metric\n.Ql {} .\n", row.name,
-                            roffText(row.meaning), *row.unit ? row.unit : "a flag",
-                            row.isTrouble() ? ", a sign of trouble" : "", row.key, row.metric);
+        list += fmt::format(
+            ".It Li \"{}\"\n{}; {}{}, read from: {}, in JSON\n.Ql {} ,\nas metric\n.Ql {} .\n", row.name,
+            roffText(row.meaning), *row.unit ? row.unit : "a flag",
+            row.isTrouble() ? ", a sign of trouble" : "", roffText(row.sourceOf("N")), row.key, row.metric);
     });
     return list + ".El\n";
 }
