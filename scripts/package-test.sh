@@ -117,7 +117,7 @@ build_examples() {
 
 purge() {
     # What an administrator adds goes with the packages, too.
-    touch "$root"/etc/orvo/{bridge-gige0.conf,simulator.toml} "$root"/opt/orvo/{rt.conf,simulator.toml}
+    touch "$root"/etc/orvo/{bridge-gige0.conf,simulator.toml}
     mkdir -p "$root/etc/systemd/system/orvo-gige-bridge@.service.d" "$root/var/log/private/orvo"
     quietly apt-get purge -y orvo-gige orvo-dev g++ cmake make pkg-config
     quietly apt-get autoremove -y --purge -o APT::AutoRemove::RecommendsImportant=false \

@@ -120,7 +120,21 @@ TEST(ScreenTest, FitsAndColoursWhatRises) {
     EXPECT_THAT(lines, testing::Contains(HasSubstr("\033[1;31mrising\033[0m")));
     EXPECT_THAT(lines, testing::Contains(testing::AllOf(HasSubstr("1,000"), HasSubstr(" █"))));
     EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("lost words"))));
-    EXPECT_EQ(screenOf(stateOf(tracks), {80, 3}).size(), 3u);
+    const auto beginning = [](const char* name, const char* value) {
+        return testing::AllOf(testing::StartsWith(name), testing::EndsWith(value));
+    };
+    const auto low = screenOf(stateOf(tracks), {80, 8});
+    ASSERT_EQ(low.size(), 8u);
+    EXPECT_THAT(low[6], beginning("receive errors", " 3"));
+    EXPECT_EQ(low[7], "(+1 counter on a larger terminal)");
+    EXPECT_THAT(
+        screenOf(stateOf(tracks), {33, 9}),
+        testing::IsSupersetOf({beginning("SINCE START", " 4/1"), beginning("(+1 port on", "terminal)")}));
+    EXPECT_EQ(screenOf(stateOf(tracks), {80, 3}).back(), "(+2 ports, +2 counters on a larger terminal)");
+    EXPECT_THAT(
+        screenOf(stateOf(tracks), {30, 0}),
+        testing::IsSupersetOf({beginning("SINCE START", " 0/0"), beginning("received packets", " 3,000"),
+                               beginning("SINCE START", " 4/1"), beginning("receive errors", " 3")}));
 }
 
 TEST(SamplerTest, SeesFailedReadsBoardsThatGoAndLinks) {

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 namespace orvo::host {
 
@@ -42,6 +44,18 @@ std::string table(const std::vector<std::vector<std::string>>& rows) {
         text += '\n';
     }
     return text;
+}
+
+/// The first of these that is set counts, as in the C library.
+bool hasUnicode() {
+    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const char* const value = std::getenv(name);
+        if (!value || !*value) continue;
+        const std::string_view locale = value;
+        return locale.find("UTF-8") != std::string_view::npos ||
+               locale.find("utf8") != std::string_view::npos;
+    }
+    return false;
 }
 
 std::string grouped(std::uint64_t number) {

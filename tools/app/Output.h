@@ -24,6 +24,9 @@ void print(const nlohmann::ordered_json& document);
 /// line each, without control characters.
 std::string table(const std::vector<std::vector<std::string>>& rows);
 
+/// Whether what reads standard output is said to know UTF-8, by the locale's variables.
+bool hasUnicode();
+
 /// A number with a comma between thousands.
 std::string grouped(std::uint64_t number);
 

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <string_view>
 
 namespace orvo::host {
 namespace {
@@ -35,18 +34,6 @@ Mark markOf(Verdict verdict) {
 std::string textOf(const Mark& mark, Style style) {
     if (style == Style::Plain) return mark.word;
     return style == Style::Signs ? mark.sign : fmt::format("\x1b[{}m{}\x1b[0m", mark.colour, mark.sign);
-}
-
-/// The first of these that is set counts, as in the C library.
-bool hasUnicode() {
-    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        const char* const value = std::getenv(name);
-        if (!value || !*value) continue;
-        const std::string_view locale = value;
-        return locale.find("UTF-8") != std::string_view::npos ||
-               locale.find("utf8") != std::string_view::npos;
-    }
-    return false;
 }
 
 std::size_t countOf(const Checks& checks, Verdict verdict) {

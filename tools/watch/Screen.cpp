@@ -99,18 +99,34 @@ Cell linkCell(const PortTrack& port) {
             speed == 1000 ? Style::Good : Style::Warning};
 }
 
-/// Kinds of trouble that there were, or are.
-Cell troubleCell(const PortTrack& port) {
-    std::uint64_t troubles = 0;
-    bool hasRisen = false;
+/// What is shown of a counter.
+std::optional<std::uint64_t> shownValue(const PortTrack& port, Counter counter) {
+    const auto& figure = port.of(counter);
+    return rowOf(counter).isCount() ? figure.sinceStart : figure.value;
+}
+
+enum class Trouble { Rising, Some, None };
+
+Trouble troubleOf(const PortTrack& port) {
+    auto trouble = Trouble::None;
     forEachCounter([&](Counter counter, const CounterRow& row) {
         if (!row.isTrouble()) return;
-        const auto& figure = port.of(counter);
-        if ((row.isCount() ? figure.sinceStart : figure.value).value_or(0) != 0) ++troubles;
-        hasRisen = hasRisen || figure.hasRisen;
+        if (port.of(counter).hasRisen) trouble = Trouble::Rising;
+        if (shownValue(port, counter).value_or(0) != 0) trouble = std::min(trouble, Trouble::Some);
     });
-    if (hasRisen) return {"rising", Style::Alarm};
-    return troubles != 0 ? Cell{"some", Style::Warning} : Cell{"none", Style::Plain};
+    return trouble;
+}
+
+Cell troubleCell(const PortTrack& port) {
+    switch (troubleOf(port)) {
+    case Trouble::Rising:
+        return {"rising", Style::Alarm};
+    case Trouble::Some:
+        return {"some", Style::Warning};
+    case Trouble::None:
+        break;
+    }
+    return {"none"};
 }
 
 struct Column {
@@ -157,7 +173,52 @@ std::vector<Column> portColumns(const ScreenForm& form) {
 
 using Lines = std::vector<std::string>;
 
-void addPorts(Lines& lines, const WatchState& state, const ScreenForm& form) {
+using Ports = std::vector<const PortTrack*>;
+using Counters = std::vector<Counter>;
+
+/// As many as there is room for, those of the lowest rank, in their order.
+template <class Entry, class Rank>
+std::vector<Entry> chosen(const std::vector<Entry>& all, std::size_t room, const Rank& rankOf) {
+    std::vector<std::size_t> places(all.size());
+    std::iota(places.begin(), places.end(), std::size_t{0});
+    std::ranges::stable_sort(places, {}, [&](std::size_t place) { return rankOf(all[place]); });
+    places.resize(std::min(room, places.size()));
+    std::ranges::sort(places);
+    std::vector<Entry> entries;
+    for (const auto place : places) entries.push_back(all[place]);
+    return entries;
+}
+
+/// The worst, if there is no room for all.
+Ports chosenPorts(const WatchState& state, std::size_t room) {
+    Ports all;
+    for (const auto& port : state.ports) all.push_back(&port);
+    return chosen(all, room, [](const PortTrack* port) { return troubleOf(*port); });
+}
+
+/// That some port has.
+Counters knownCounters(const WatchState& state) {
+    Counters counters;
+    forEachCounter([&](Counter counter, const CounterRow& row) {
+        const auto isKnown = [&](const PortTrack& port) {
+            return port.of(counter).value || port.of(counter).sinceStart;
+        };
+        if ((row.isCount() || row.isTrouble()) && std::ranges::any_of(state.ports, isKnown))
+            counters.push_back(counter);
+    });
+    return counters;
+}
+
+/// What is in trouble first, what is 0 everywhere last.
+Counters chosenCounters(const WatchState& state, const Counters& all, std::size_t room) {
+    return chosen(all, room, [&](Counter counter) {
+        const auto isSet = [&](const PortTrack& port) { return shownValue(port, counter).value_or(0) != 0; };
+        if (std::ranges::none_of(state.ports, isSet)) return 2;
+        return rowOf(counter).isTrouble() ? 0 : 1;
+    });
+}
+
+void addPorts(Lines& lines, const Ports& ports, const ScreenForm& form) {
     const auto columns = portColumns(form);
     const auto addLine = [&](const auto& cellOf) {
         Line line(form);
@@ -168,49 +229,92 @@ void addPorts(Lines& lines, const WatchState& state, const ScreenForm& form) {
         lines.push_back(line.take());
     };
     addLine([](const Column& column) { return Cell{column.title, Style::Head}; });
-    for (const auto& port : state.ports)
-        addLine([&](const Column& column) { return column.cell(port, column.width); });
+    for (const auto* port : ports)
+        addLine([&](const Column& column) { return column.cell(*port, column.width); });
 }
 
-constexpr std::size_t nameWidth = 24;
+constexpr std::size_t longestName = 24;
 constexpr std::size_t countWidth = 13;
 
-Cell countCell(const Figure& figure, const CounterRow& row) {
-    const auto value = row.isCount() ? figure.sinceStart : figure.value;
-    if (!value) return {"-"};
-    const bool isTrouble = row.isTrouble() && *value != 0;
-    return {grouped(*value), !isTrouble ? Style::Plain : figure.hasRisen ? Style::Alarm : Style::Warning};
+/// Names give way to numbers.
+std::size_t nameWidth(const ScreenForm& form) {
+    return std::min(longestName, std::max(form.columns, countWidth) - countWidth);
 }
 
-/// Counters that no port has are left out, and so are ports that there is no room for.
-void addCounters(Lines& lines, const WatchState& state, const ScreenForm& form) {
-    const auto room = form.columns > nameWidth ? (form.columns - nameWidth) / countWidth : 0;
-    const auto shown = std::min(room, state.ports.size());
-    const auto addLine = [&](const Cell& name, const auto& cellOf) {
+std::size_t portsAcross(const ScreenForm& form) {
+    return std::max<std::size_t>((form.columns - std::min(form.columns, nameWidth(form))) / countWidth, 1);
+}
+
+Cell countCell(const PortTrack& port, Counter counter) {
+    const auto value = shownValue(port, counter);
+    if (!value) return {"-"};
+    const bool isTrouble = rowOf(counter).isTrouble() && *value != 0;
+    return {grouped(*value), !isTrouble                  ? Style::Plain
+                             : port.of(counter).hasRisen ? Style::Alarm
+                                                         : Style::Warning};
+}
+
+void addCounters(Lines& lines, const Ports& ports, const Counters& counters, const ScreenForm& form) {
+    const auto addLine = [&](const std::string& name, Style style, const auto& cellOf) {
         Line line(form);
-        line.add(name, nameWidth, false);
-        for (std::size_t i = 0; i < shown; ++i) line.add(cellOf(state.ports[i]), countWidth, true);
+        line.add({name.substr(0, nameWidth(form)), style}, nameWidth(form), false);
+        for (const auto* port : ports) line.add(cellOf(*port), countWidth, true);
         lines.push_back(line.take());
     };
-    lines.emplace_back();
-    addLine({"SINCE START", Style::Head}, [](const PortTrack& port) {
+    addLine("SINCE START", Style::Head, [](const PortTrack& port) {
         return Cell{port.port().text(), Style::Head};
     });
-    forEachCounter([&](Counter counter, const CounterRow& row) {
-        const auto isKnown = [&](const PortTrack& port) {
-            return port.of(counter).value.has_value() || port.of(counter).sinceStart.has_value();
-        };
-        if ((row.isCount() || row.isTrouble()) && std::ranges::any_of(state.ports, isKnown))
-            addLine({row.name},
-                    [&, c = counter](const PortTrack& port) { return countCell(port.of(c), row); });
-    });
-    if (shown < state.ports.size()) {
-        Line line(form);
-        line.add({fmt::format("(a wider terminal has room for {} more)",
-                              counted(state.ports.size() - shown, "port"))},
-                 0, false);
-        lines.push_back(line.take());
+    for (const auto counter : counters)
+        addLine(rowOf(counter).name, Style::Plain,
+                [&](const PortTrack& port) { return countCell(port, counter); });
+}
+
+void addText(Lines& lines, const std::string& text, Style style, const ScreenForm& form) {
+    Line line(form);
+    line.add({text, style}, 0, false);
+    lines.push_back(line.take());
+}
+
+/// Below each other where there is no room beside each other.
+void addEverything(Lines& lines, const WatchState& state, const ScreenForm& form) {
+    auto ports = chosenPorts(state, state.ports.size());
+    addPorts(lines, ports, form);
+    const auto counters = knownCounters(state);
+    while (!ports.empty()) {
+        const auto end =
+            ports.begin() + static_cast<std::ptrdiff_t>(std::min(portsAcross(form), ports.size()));
+        lines.emplace_back();
+        addCounters(lines, {ports.begin(), end}, counters, form);
+        ports.erase(ports.begin(), end);
     }
+}
+
+std::string hintAt(std::size_t ports, std::size_t counters) {
+    std::string missing;
+    if (ports != 0) missing = "+" + counted(ports, "port");
+    if (counters != 0) missing += (missing.empty() ? "+" : ", +") + counted(counters, "counter");
+    return "(" + missing + " on a larger terminal)";
+}
+
+std::size_t less(std::size_t room, std::size_t taken) {
+    return room - std::min(room, taken);
+}
+
+/// The last line says what is missing.
+void addWhatFits(Lines& lines, const WatchState& state, const ScreenForm& form) {
+    const auto ports = state.ports.size(), across = std::min(ports, portsAcross(form));
+    const auto room = less(form.lines, lines.size() + 1);
+    const auto listed = ports <= room ? ports : less(room, 1);
+    addPorts(lines, chosenPorts(state, listed), form);
+    const auto counters = knownCounters(state);
+    const bool isShort = across < ports || counters.size() + 2 > room - listed;
+    const auto rows = isShort ? std::min(counters.size(), less(room - listed, 2)) : counters.size();
+    if (!isShort) lines.emplace_back();
+    if (rows != 0)
+        addCounters(lines, chosenPorts(state, across), chosenCounters(state, counters, rows), form);
+    if (!isShort) return;
+    lines.resize(std::min(lines.size(), less(form.lines, 1)));
+    addText(lines, hintAt(ports - (rows != 0 ? across : listed), counters.size() - rows), Style::Plain, form);
 }
 
 std::string title(const WatchState& state, bool isLast) {
@@ -224,16 +328,9 @@ std::string title(const WatchState& state, bool isLast) {
 
 std::vector<std::string> screenOf(const WatchState& state, const ScreenForm& form) {
     Lines lines;
-    const auto addText = [&](const std::string& text, Style style) {
-        Line line(form);
-        line.add({text, style}, 0, false);
-        lines.push_back(line.take());
-    };
-    addText(title(state, form.lines == 0), Style::Plain);
-    addText(state.news.empty() ? "" : state.news.back(), Style::Warning);
-    addPorts(lines, state, form);
-    addCounters(lines, state, form);
-    if (form.lines != 0 && lines.size() > form.lines) lines.resize(form.lines);
+    addText(lines, title(state, form.lines == 0), Style::Plain, form);
+    addText(lines, state.news.empty() ? "" : state.news.back(), Style::Warning, form);
+    form.lines == 0 ? addEverything(lines, state, form) : addWhatFits(lines, state, form);
     return lines;
 }
 

@@ -17,7 +17,8 @@ struct ScreenForm {
     bool blocks = true; ///< the terminal knows block characters
 };
 
-/// No line takes more columns than there are; what does not fit is left out, the least important first.
+/// No line takes more columns than there are. Where lines are limited, what does not fit is left out, trouble
+/// last, and the last line says how much.
 std::vector<std::string> screenOf(const WatchState& state, const ScreenForm& form);
 
 } // namespace orvo::host

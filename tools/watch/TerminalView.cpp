@@ -27,16 +27,8 @@ std::string_view variable(const char* name) {
     return value ? value : "";
 }
 
-bool knowsBlocks() {
-    for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"})
-        if (const auto locale = variable(name); !locale.empty())
-            return locale.find("UTF-8") != std::string_view::npos ||
-                   locale.find("utf8") != std::string_view::npos;
-    return false;
-}
-
 ScreenForm formNow() {
-    ScreenForm form{.colour = variable("NO_COLOR").empty(), .blocks = knowsBlocks()};
+    ScreenForm form{.colour = variable("NO_COLOR").empty(), .blocks = hasUnicode()};
     winsize size = {};
     if (ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col < 2 || size.ws_row < 2) return form;
     form.columns = size.ws_col;
