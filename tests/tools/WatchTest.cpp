@@ -130,6 +130,7 @@ TEST(ScreenTest, FitsAndColoursWhatRises) {
     EXPECT_THAT(
         screenOf(stateOf(tracks), {33, 9}),
         testing::IsSupersetOf({beginning("SINCE START", " 4/1"), beginning("(+1 port on", "terminal)")}));
+    EXPECT_THAT(screenOf(stateOf(tracks), {22, 12}), testing::Contains(HasSubstr(" rising")));
     EXPECT_EQ(screenOf(stateOf(tracks), {80, 3}).back(), "(+2 ports, +2 counters on a larger terminal)");
     EXPECT_THAT(
         screenOf(stateOf(tracks), {30, 0}),

@@ -3,7 +3,6 @@
 #include "watch/Screen.h"
 
 #include "app/Output.h"
-#include "watch/CounterSelection.h"
 #include "watch/Sparkline.h"
 
 #include <fmt/format.h>
@@ -12,8 +11,6 @@
 #include <cmath>
 #include <functional>
 #include <numeric>
-#include <span>
-#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -179,51 +176,147 @@ std::vector<Column> portColumns(const ScreenForm& form) {
 using Lines = std::vector<std::string>;
 
 using Ports = std::vector<const PortTrack*>;
-void addBlock(Lines& lines, const std::vector<Counter>& counters, std::span<const PortTrack> ports,
-              const ScreenForm& form) {
-    const auto nameRoom = std::min(nameWidth, form.columns - std::min(form.columns, countWidth));
-    const auto addLine = [&](const Cell& name, const auto& cellOf) {
+using Counters = std::vector<Counter>;
+
+/// As many as there is room for, those of the lowest rank, in their order.
+template <class Entry, class Rank>
+std::vector<Entry> chosen(const std::vector<Entry>& all, std::size_t room, const Rank& rankOf) {
+    std::vector<std::size_t> places(all.size());
+    std::iota(places.begin(), places.end(), std::size_t{0});
+    std::ranges::stable_sort(places, {}, [&](std::size_t place) { return rankOf(all[place]); });
+    places.resize(std::min(room, places.size()));
+    std::ranges::sort(places);
+    std::vector<Entry> entries;
+    for (const auto place : places) entries.push_back(all[place]);
+    return entries;
+}
+
+/// The worst, if there is no room for all.
+Ports chosenPorts(const WatchState& state, std::size_t room) {
+    Ports all;
+    for (const auto& port : state.ports) all.push_back(&port);
+    return chosen(all, room, [](const PortTrack* port) { return troubleOf(*port); });
+}
+
+/// That some port has.
+Counters knownCounters(const WatchState& state) {
+    Counters counters;
+    forEachCounter([&](Counter counter, const CounterRow& row) {
+        const auto isKnown = [&](const PortTrack& port) {
+            return port.of(counter).value || port.of(counter).sinceStart;
+        };
+        if ((row.isCount() || row.isTrouble()) && std::ranges::any_of(state.ports, isKnown))
+            counters.push_back(counter);
+    });
+    return counters;
+}
+
+/// What is in trouble first, what is 0 everywhere last.
+Counters chosenCounters(const WatchState& state, const Counters& all, std::size_t room) {
+    return chosen(all, room, [&](Counter counter) {
+        const auto isSet = [&](const PortTrack& port) { return shownValue(port, counter).value_or(0) != 0; };
+        if (std::ranges::none_of(state.ports, isSet)) return 2;
+        return rowOf(counter).isTrouble() ? 0 : 1;
+    });
+}
+
+void addPorts(Lines& lines, const Ports& ports, const ScreenForm& form) {
+    const auto columns = portColumns(form);
+    const auto addLine = [&](const auto& cellOf) {
         Line line(form);
-        line.add({name.text.substr(0, nameRoom), name.style}, nameRoom, false); // names are ASCII
-        for (const auto& port : ports) line.add(cellOf(port), countWidth, true);
+        for (const auto& column : columns) {
+            if (&column != &columns.front()) line.add({}, 1, false);
+            line.add(cellOf(column), column.width, column.toTheRight);
+        }
         lines.push_back(line.take());
     };
-    lines.emplace_back();
-    addLine({"SINCE START", Style::Head}, [](const PortTrack& port) {
+    addLine([](const Column& column) { return Cell{column.title, Style::Head}; });
+    for (const auto* port : ports)
+        addLine([&](const Column& column) { return column.cell(*port, column.width); });
+}
+
+constexpr std::size_t longestName = 24;
+constexpr std::size_t countWidth = 13;
+
+/// Names give way to numbers.
+std::size_t nameWidth(const ScreenForm& form) {
+    return std::min(longestName, std::max(form.columns, countWidth) - countWidth);
+}
+
+std::size_t portsAcross(const ScreenForm& form) {
+    return std::max<std::size_t>((form.columns - std::min(form.columns, nameWidth(form))) / countWidth, 1);
+}
+
+Cell countCell(const PortTrack& port, Counter counter) {
+    const auto value = shownValue(port, counter);
+    if (!value) return {"-"};
+    const bool isTrouble = rowOf(counter).isTrouble() && *value != 0;
+    return {grouped(*value), !isTrouble                  ? Style::Plain
+                             : port.of(counter).hasRisen ? Style::Alarm
+                                                         : Style::Warning};
+}
+
+void addCounters(Lines& lines, const Ports& ports, const Counters& counters, const ScreenForm& form) {
+    const auto addLine = [&](const std::string& name, Style style, const auto& cellOf) {
+        Line line(form);
+        line.add({name.substr(0, nameWidth(form)), style}, nameWidth(form), false);
+        for (const auto* port : ports) line.add(cellOf(*port), countWidth, true);
+        lines.push_back(line.take());
+    };
+    addLine("SINCE START", Style::Head, [](const PortTrack& port) {
         return Cell{port.port().text(), Style::Head};
     });
     for (const auto counter : counters)
-        addLine({rowOf(counter).name},
-                [&](const PortTrack& port) { return countCell(port.of(counter), rowOf(counter)); });
+        addLine(rowOf(counter).name, Style::Plain,
+                [&](const PortTrack& port) { return countCell(port, counter); });
 }
 
-/// The last line that there is room for, where something is left out.
-void addHint(Lines& lines, std::size_t ports, std::size_t counters, const ScreenForm& form) {
-    std::string missing;
-    for (const auto& [number, thing] : {std::pair(ports, "port"), std::pair(counters, "counter")})
-        if (number != 0) missing += (missing.empty() ? "+" : ", +") + counted(number, thing);
+void addText(Lines& lines, const std::string& text, Style style, const ScreenForm& form) {
     Line line(form);
-    line.add({missing + " on a larger terminal", Style::Warning}, 0, false);
+    line.add({text, style}, 0, false);
     lines.push_back(line.take());
 }
 
-void addCounters(Lines& lines, const WatchState& state, const ScreenForm& form) {
-    const auto room = form.columns > nameWidth ? (form.columns - nameWidth) / countWidth : 0;
-    auto selection = allCounters(state, std::max<std::size_t>(room, 1));
-    const bool isTooMuch = form.lines != 0 && lines.size() + selection.lines() > form.lines;
-    std::size_t hiddenPorts = 0;
-    if (isTooMuch) {
-        const auto lastLine = form.lines - 1;
-        hiddenPorts = lines.size() - std::min(lines.size(), lastLine); // of the table of ports
-        lines.resize(lines.size() - hiddenPorts);
-        selection = reduced(std::move(selection), state, lastLine - lines.size());
-        if (!selection.counters.empty()) hiddenPorts = state.ports.size() - selection.ports;
+/// Below each other where there is no room beside each other.
+void addEverything(Lines& lines, const WatchState& state, const ScreenForm& form) {
+    auto ports = chosenPorts(state, state.ports.size());
+    addPorts(lines, ports, form);
+    const auto counters = knownCounters(state);
+    while (!ports.empty()) {
+        const auto end =
+            ports.begin() + static_cast<std::ptrdiff_t>(std::min(portsAcross(form), ports.size()));
+        lines.emplace_back();
+        addCounters(lines, {ports.begin(), end}, counters, form);
+        ports.erase(ports.begin(), end);
     }
-    for (std::size_t i = 0; i < selection.ports; i += selection.portsInBlock)
-        addBlock(lines, selection.counters,
-                 std::span(state.ports).subspan(i, std::min(selection.portsInBlock, selection.ports - i)),
-                 form);
-    if (isTooMuch) addHint(lines, hiddenPorts, selection.hiddenCounters, form);
+}
+
+std::string hintAt(std::size_t ports, std::size_t counters) {
+    std::string missing;
+    if (ports != 0) missing = "+" + counted(ports, "port");
+    if (counters != 0) missing += (missing.empty() ? "+" : ", +") + counted(counters, "counter");
+    return "(" + missing + " on a larger terminal)";
+}
+
+std::size_t less(std::size_t room, std::size_t taken) {
+    return room - std::min(room, taken);
+}
+
+/// The last line says what is missing.
+void addWhatFits(Lines& lines, const WatchState& state, const ScreenForm& form) {
+    const auto ports = state.ports.size(), across = std::min(ports, portsAcross(form));
+    const auto room = less(form.lines, lines.size() + 1);
+    const auto listed = ports <= room ? ports : less(room, 1);
+    addPorts(lines, chosenPorts(state, listed), form);
+    const auto counters = knownCounters(state);
+    const bool isShort = across < ports || counters.size() + 2 > room - listed;
+    const auto rows = isShort ? std::min(counters.size(), less(room - listed, 2)) : counters.size();
+    if (!isShort) lines.emplace_back();
+    if (rows != 0)
+        addCounters(lines, chosenPorts(state, across), chosenCounters(state, counters, rows), form);
+    if (!isShort) return;
+    lines.resize(std::min(lines.size(), less(form.lines, 1)));
+    addText(lines, hintAt(ports - (rows != 0 ? across : listed), counters.size() - rows), Style::Plain, form);
 }
 
 std::string title(const WatchState& state, bool isLast) {
