@@ -59,8 +59,9 @@ Json jsonOf(const Changes& changes, const std::string& since) {
 std::string textOf(const Changes& changes, const std::string& since) {
     std::string text = changes.empty() ? "nothing changed since " + since + "\n" : "";
     for (const auto& change : changes)
-        text += fmt::format("{}: {} -> {}\n", change.what, change.before.empty() ? "(none)" : change.before,
-                            change.after.empty() ? "(none)" : change.after);
+        text += fmt::format("{}: {} -> {}\n", oneLine(change.what),
+                            oneLine(change.before.empty() ? "(none)" : change.before),
+                            oneLine(change.after.empty() ? "(none)" : change.after));
     return text;
 }
 
