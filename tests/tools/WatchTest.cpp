@@ -131,6 +131,9 @@ TEST(ScreenTest, FitsAndColoursWhatRises) {
         screenOf(stateOf(tracks), {33, 9}),
         testing::IsSupersetOf({beginning("SINCE START", " 4/1"), beginning("(+1 port on", "terminal)")}));
     EXPECT_THAT(screenOf(stateOf(tracks), {22, 12}), testing::Contains(HasSubstr(" rising")));
+    PortTracks silent(1);
+    silent.add({{{0, 0}, reading(0, {})}});
+    EXPECT_THAT(screenOf(stateOf(silent), {80, 4}).back(), testing::StartsWith("0/0 "));
     EXPECT_EQ(screenOf(stateOf(tracks), {80, 3}).back(), "(+2 ports, +2 counters on a larger terminal)");
     EXPECT_THAT(
         screenOf(stateOf(tracks), {30, 0}),

@@ -309,9 +309,10 @@ void addWhatFits(Lines& lines, const WatchState& state, const ScreenForm& form) 
     const auto listed = ports <= room ? ports : less(room, 1);
     addPorts(lines, chosenPorts(state, listed), form);
     const auto counters = knownCounters(state);
-    const bool isShort = across < ports || counters.size() + 2 > room - listed;
+    const bool isShort =
+        listed < ports || (!counters.empty() && (across < ports || counters.size() + 2 > room - listed));
     const auto rows = isShort ? std::min(counters.size(), less(room - listed, 2)) : counters.size();
-    if (!isShort) lines.emplace_back();
+    if (!isShort && rows != 0) lines.emplace_back();
     if (rows != 0)
         addCounters(lines, chosenPorts(state, across), chosenCounters(state, counters, rows), form);
     if (!isShort) return;
