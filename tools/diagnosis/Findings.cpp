@@ -157,9 +157,10 @@ void judgeCounters(Findings& findings, const DumpReport& report) {
              fmt::format("GvspFiFoOverflow_GigeTransceiver reads 0x{:x}", overflow),
              "let the host receive faster, or the device send slower (packet delay, frame rate)"});
     if (const auto waiting = value(report.second, FirmwareValue::ControlFifoNotEmpty))
-        findings.push_back({Severity::Note, "received frames wait in the board, and nobody fetches them",
-                            fmt::format("GvcpFiFoNotEmpty_GigeTransceiver reads 0x{:x}", waiting),
-                            "normal while no host program receives on this port"});
+        findings.push_back(
+            {Severity::Note, "received frames wait in the board",
+             fmt::format("GvcpFiFoNotEmpty_GigeTransceiver reads 0x{:x}", waiting),
+             "normal while no host program receives on this port, and for a moment in much traffic"});
 }
 
 } // namespace
