@@ -15,7 +15,6 @@ namespace {
 constexpr unsigned statusRegister = 1;
 constexpr unsigned gigabitStatusRegister = 10;
 constexpr std::uint16_t statusLinkBit = 1 << 2;
-constexpr std::uint64_t bitsPerMbit = 1'000'000;
 
 bool isSilent(std::optional<std::uint16_t> content) {
     return !content || *content == 0xFFFF;

@@ -14,6 +14,8 @@
 
 namespace orvo::host {
 
+inline constexpr std::uint64_t bitsPerMbit = 1'000'000;
+
 /// What a PHY tells of its link.
 struct PhyLook {
     std::optional<bool> up = {};                     ///< nothing: it does not answer

@@ -13,7 +13,6 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto lookPause = 5s; // between two looks for boards that were not there yet
-constexpr std::uint64_t bitsPerMbit = 1'000'000;
 
 using Addresses = std::array<std::uint32_t, counterCount>; // of registers; 0: lacking, or no register
 
