@@ -187,6 +187,7 @@ std::vector<Entry> chosen(const std::vector<Entry>& all, std::size_t room, const
     places.resize(std::min(room, places.size()));
     std::ranges::sort(places);
     std::vector<Entry> entries;
+    entries.reserve(places.size());
     for (const auto place : places) entries.push_back(all[place]);
     return entries;
 }
