@@ -2,7 +2,7 @@
 // The smallest host: loads a plug-in, sets up port 0 of board 0, and sends every frame back to where it came
 // from.
 //
-//     echo-host PLUGIN FRAMES SECONDS     ends after FRAMES frames (exit code 0) or after SECONDS (exit code 1)
+//     echo-host PLUGIN FRAMES SECONDS   # exit code 0 after FRAMES frames, 1 after SECONDS
 #include <orvo/core/PluginLibrary.h>
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
