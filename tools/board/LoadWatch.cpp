@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
@@ -18,14 +19,17 @@ namespace orvo::host {
 namespace {
 
 constexpr int fatalSignals[] = {SIGSEGV, SIGBUS, SIGILL, SIGFPE, SIGABRT, SIGSYS, SIGTRAP};
-constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP,
-                              SIGALRM}; // nobody else can heed one while a library is loaded
+constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP};
 constexpr unsigned patienceSeconds = 60;
+constexpr unsigned graceSeconds = 1; // once the end is asked for; an ordinary load is over by then
+constexpr const char* outOfPatience = "No end after 60 s";
 
 // Static, since a handler may not ask for memory; empty: nothing is being loaded.
 char lineEnd[4200] = "";
 struct sigaction fatalBefore[std::size(fatalSignals)];
 struct sigaction endBefore[std::size(endSignals)];
+struct sigaction alarmBefore;
+volatile std::sig_atomic_t askedBy = 0; // the signal that asked for the end while the library was loaded
 alignas(std::max_align_t) char handlersStack[64 * 1024]; // the library may have used up its own
 stack_t stackBefore;
 std::terminate_handler terminateBefore = nullptr;
@@ -67,9 +71,22 @@ void die(int number) {
     raise(number);
 }
 
-void end(int number) {
-    tell(number == SIGALRM ? "No end after 60 s" : number == SIGINT ? "Interrupted" : "Terminated");
-    _exit(128 + number);
+/// The library does not return: nobody else could heed what asked for the end.
+void giveUp(int number) {
+    tell(askedBy == 0 ? outOfPatience : askedBy == SIGINT ? "Interrupted" : "Terminated");
+    _exit(128 + (askedBy != 0 ? askedBy : number));
+}
+
+/// The handler of before gets the signal, and with SA_RESETHAND no second one; a library that hangs gets a
+/// moment.
+void passOn(int number) {
+    struct sigaction& before =
+        endBefore[std::find(std::begin(endSignals), std::end(endSignals), number) - endSignals];
+    askedBy = number;
+    if (before.sa_handler == SIG_DFL) giveUp(number);
+    before.sa_handler(number);
+    if ((static_cast<unsigned>(before.sa_flags) & SA_RESETHAND) != 0) before.sa_handler = SIG_DFL;
+    alarm(graceSeconds);
 }
 
 /// The loader lets no exception through.
@@ -100,12 +117,17 @@ LoadWatch::LoadWatch(const std::filesystem::path& library) {
     stack.ss_size = sizeof handlersStack;
     sigaltstack(&stack, &stackBefore);
     takeSignals(fatalSignals, die, fatalBefore);
-    takeSignals(endSignals, end, endBefore);
+    askedBy = 0;
+    takeSignals(endSignals, passOn, endBefore);
+    struct sigaction action = {};
+    action.sa_handler = giveUp;
+    sigaction(SIGALRM, &action, &alarmBefore);
     alarm(patienceSeconds);
 }
 
 LoadWatch::~LoadWatch() {
     alarm(0);
+    sigaction(SIGALRM, &alarmBefore, nullptr);
     giveSignalsBack(endSignals, endBefore);
     giveSignalsBack(fatalSignals, fatalBefore);
     sigaltstack(&stackBefore, nullptr);

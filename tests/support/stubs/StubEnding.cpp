@@ -26,7 +26,7 @@ const struct Ending {
         if (how == "overflow") exhaustStack(0);
         if (how == "hang") {
             std::raise(SIGTERM);
-            pause();
+            for (;;) pause();
         }
     }
 } ending;
