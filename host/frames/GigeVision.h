@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+// The control and stream protocols of GigE Vision (GVCP, GVSP), read from the payload of UDP datagrams. Each
+// reader checks every length, copies and allocates nothing, and returns nothing where the bytes are something
+// else.
+#pragma once
+
+#include "frames/Packet.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+inline constexpr std::uint16_t gigeControlPort = 3956; ///< UDP, at the camera
+
+/// Codes of commands. The answer to a command that has one is its code plus 1.
+enum class GigeCommand : std::uint16_t {
+    Discovery = 0x0002,
+    ForceIp = 0x0004,
+    PacketResend = 0x0040,
+    ReadRegister = 0x0080,
+    WriteRegister = 0x0082,
+    ReadMemory = 0x0084,
+    WriteMemory = 0x0086,
+    Pending = 0x0089, ///< an answer: the one that counts comes later
+    Event = 0x00C0,
+    EventData = 0x00C2,
+    Action = 0x0100,
+};
+
+/// A command or an answer.
+struct GigeControl {
+    bool isAnswer;
+    GigeCommand command;     ///< of an answer too: the one that it answers
+    bool wantsAnswer;        ///< of a command
+    bool hasExtendedIds;     ///< of a resend request
+    std::uint16_t status;    ///< of an answer; 0 is success
+    std::uint16_t requestId; ///< the same in command and answer
+    Bytes payload;
+};
+
+/// A datagram to or from the control port. Commands begin with a key of their own; everything else that has
+/// the right length is an answer.
+std::optional<GigeControl> readGigeControl(Bytes datagram) noexcept;
+
+/// What a client asks for again.
+struct GigeResend {
+    std::uint16_t channel;
+    std::uint64_t block;
+    std::uint32_t first, last; ///< packets
+};
+std::optional<GigeResend> readGigeResend(const GigeControl& control) noexcept;
+
+/// Words of a read or write: addresses and values, in the order in which they stand. Of a command to read,
+/// addresses; of its answer, values; of a command to write, pairs.
+struct GigeWords {
+    Bytes bytes;
+    std::size_t count() const noexcept { return bytes.size() / 4; }
+    std::uint32_t operator[](std::size_t index) const noexcept { return big32(bytes, 4 * index); }
+};
+GigeWords gigeWordsOf(const GigeControl& control) noexcept;
+
+/// The form of a stream packet.
+enum class GigeForm : std::uint8_t {
+    Leader = 1,
+    Trailer = 2,
+    Payload = 3,
+    AllIn = 4,
+    MultiPart = 7,
+    Generic = 8
+};
+
+/// A packet of a stream. A block is an image or another piece of data: leader, payload packets from 1,
+/// trailer.
+struct GigeStreamPacket {
+    std::uint16_t status; ///< 0, 0x0100 resent, from 0x8000 on there is no data
+    bool hasExtendedIds;
+    std::uint64_t block; ///< 16 bits without extended ids, counted from 1
+    GigeForm form;
+    std::uint32_t packet;
+    Bytes payload;
+
+    bool isResent() const noexcept { return status == 0x0100; }
+    bool isUnavailable() const noexcept { return (status & 0x8000u) != 0; }
+};
+
+/// Reads by form alone: any datagram that could be one. Whether a flow is a stream is for its leaders or its
+/// control traffic to say.
+std::optional<GigeStreamPacket> readGigeStream(Bytes datagram) noexcept;
+
+/// What a leader says of the image that follows.
+struct GigeImage {
+    std::uint64_t timestamp; ///< camera's ticks
+    std::uint32_t pixelFormat;
+    std::uint32_t width, height; ///< pixels
+};
+/// Nothing for another kind of data, too.
+std::optional<GigeImage> readGigeImage(const GigeStreamPacket& leader) noexcept;
+
+/// Names for people: "read register", "access denied", "leader"; others by number.
+std::string gigeCommandName(GigeCommand command);
+std::string gigeStatusName(std::uint16_t status);
+const char* gigeFormName(GigeForm form) noexcept;
+
+} // namespace orvo::host
