@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""commands.py SOURCE BUILD [FILE...]: runs the commands of README.md and docs/*.md, or of the files named, and fails when
-one fails.
+"""commands.py SOURCE BUILD [FILE...]: runs the commands of *.md and docs/*.md, or of the files named, and fails when one
+fails.
 
 Every indented block, and every fenced one without a language or of "sh", is a block of commands, each line run by bash in a
 scratch folder in which the source tree appears with BUILD as build/release. A comment before a block says what else it is:
@@ -199,7 +199,7 @@ def chains_of(path, name, is_root):
 
 def main():
     source, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    documents = [pathlib.Path(a) for a in sys.argv[3:]] or [source / "README.md", *sorted((source / "docs").glob("*.md"))]
+    documents = [pathlib.Path(a) for a in sys.argv[3:]] or [*sorted(source.glob("*.md")), *sorted(source.glob("docs/*.md"))]
     is_root = can_make_networks()
     failures, runs = [], []
     with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:
