@@ -38,7 +38,7 @@ timeless() { grep -vE '>(duration|rate) ' "$1"; }
 picture() { # NAME ALTERNATIVE-TEXT ARGUMENT...
     local name=$1 label=$2 status=0
     shift 2
-    "$build/bin/orvo-gige" "$@" >"$folder/output" 2>&1 || status=$?
+    env -i HOME="$folder" PATH="$PATH" "$build/bin/orvo-gige" "$@" >"$folder/output" 2>&1 || status=$?
     [ "$status" -eq 0 ] || [ "$status" -eq 3 ] || { cat "$folder/output" >&2; exit 1; }
     { echo "\$ orvo-gige $*"; cat "$folder/output"; } | svg "$label" >"$folder/$name.svg"
     if ! $check; then
