@@ -7,7 +7,8 @@ cd "$(dirname "$0")/.."
 
 check=false
 [ "${1-}" != --check ] || { check=true; shift; }
-build=$(realpath "${1:-build/release}")
+build=$(realpath -m "${1:-build/release}")
+[ -x "$build/bin/orvo-gige" ] || { echo "pictures: no bin/orvo-gige in $build; run scripts/build.sh release" >&2; exit 1; }
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
