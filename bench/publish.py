@@ -1,15 +1,22 @@
 # SPDX-License-Identifier: MIT
-"""Keeps a run: its instructions for later runs to be held against, its table for the documentation.
+"""Publishes a run: its instructions become those that later runs are compared with, its summary and its table go into the
+documentation.
 
-usage: publish.py RESULT TABLE INSTRUCTIONS DOCUMENT
+usage: publish.py RESULT SUMMARY TABLE INSTRUCTIONS DOCUMENT
 """
 import json
-import re
 import sys
 
 
+def with_part(text, begin, path, end):
+    """The text with the file's content between the first `begin` and the `end` behind it."""
+    head, rest = text.split(begin, 1)
+    with open(path) as file:
+        return head + begin + file.read() + end + rest.split(end, 1)[1]
+
+
 def main():
-    result, table, instructions, document = sys.argv[1:5]
+    result, summary, table, instructions, document = sys.argv[1:6]
     with open(result) as file:
         counts = json.load(file)["instructions"]
     if "failure" not in counts:
@@ -17,12 +24,12 @@ def main():
             file.write("# SPDX-License-Identifier: MIT\n")
             file.write("# Instructions a frame, as scripts/bench.sh counts them; renewed by scripts/bench.sh --publish.\n")
             file.writelines(f"{name} {count}\n" for name, count in counts.items())
-    with open(table) as file:
-        figures = file.read()
     with open(document) as file:
         text = file.read()
+    text = with_part(text, "<!-- summary -->\n\n", summary, "\n<!-- end of summary -->")
+    text = with_part(text, "```text\n", table, "```")
     with open(document, "w") as file:
-        file.write(re.sub(r"(?s)(?<=```text\n).*?(?=```)", lambda _: figures, text, count=1))
+        file.write(text)
 
 
 main()

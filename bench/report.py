@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-"""Draws up what measure.py gathered: a table, a line for each target, and a chart.
+"""Draws up what measure.py gathered: a table, a line for each target, a chart, and a summary in five sentences.
 
-usage: report.py RESULT KEPT_INSTRUCTIONS CHART
+usage: report.py RESULT KEPT_INSTRUCTIONS CHART SUMMARY
 """
 import json
 import sys
@@ -96,6 +96,7 @@ class Targets:
 
     def __init__(self):
         self.lines = []
+        self.met = self.measured = 0
 
     def at_most(self, what, value, limit, unit="", why=""):
         self.add(what, value, limit, unit, "at most", value is not None and value <= limit, why)
@@ -107,6 +108,8 @@ class Targets:
         self.lines.append(f"{what:<66} shown by {where}")
 
     def add(self, what, value, limit, unit, relation, met, why):
+        self.met += met
+        self.measured += value is not None
         if value is None:
             verdict = "not measured" + (f": {why}" if why else "")
         elif met:
@@ -245,8 +248,27 @@ def chart(figures):
     return "\n".join(parts + ["</svg>"]) + "\n"
 
 
+def summary(figures, targets):
+    def from_to(path):
+        return f"{number(figures.path(path, SIZES[0]))} to {number(figures.path(path, SIZES[-1]))} ns"
+
+    def percent(path, size):
+        return f"{number(100 * (ratio(figures.path(path, size), line_ns(size)) or 0))} %"
+
+    four_ports = worst(ratio(figures.path("fourPorts", size), line_ns(size)) for size in SIZES)
+    return "\n".join((
+        f"At 1 Gbit/s a frame takes {number(line_ns(64))} ns on the line with 64 bytes, and {number(line_ns(1518))} ns with 1,518.",
+        f"The plug-in takes {from_to('receive')} to receive a frame, and {from_to('send')} to send one.",
+        f"From the call that sends a frame at one simulated port to the call that receives it at another, it takes "
+        f"{from_to('oneThread')}: {percent('oneThread', 64)} and {percent('oneThread', 1518)} of the line's time.",
+        f"Four ports that send and receive at once on two threads need at most {number(100 * (four_ports or 0))} % of the line's "
+        f"time, and lose {number(lost_frames(figures))} frames.",
+        f"{targets.met} of {targets.measured} targets are met; the reasons for the others are [below](#targets-that-are-missed).",
+    )) + "\n"
+
+
 def main():
-    result, kept_file, chart_file = sys.argv[1:4]
+    result, kept_file, chart_file, summary_file = sys.argv[1:5]
     with open(result) as file:
         results = json.load(file)
     with open(kept_file) as file:
@@ -267,6 +289,8 @@ def main():
     print("\n".join("  " + line for line in targets.lines))
     with open(chart_file, "w") as file:
         file.write(chart(figures))
+    with open(summary_file, "w") as file:
+        file.write(summary(figures, targets))
 
 
 main()

@@ -22,7 +22,7 @@ moved() {
     rmdir -p --ignore-fail-on-non-empty "$1"
 }
 
-# The changelog's sections as Debian writes them, in lines of 78.
+# The changelog's released sections as Debian writes them, in lines of 78.
 debian_changelog() { # PACKAGE
     awk -v package="$1" -v date="$(date -u -R -d "@$date")" '
         function end_item(  words, count, i, line) {
@@ -36,7 +36,8 @@ debian_changelog() { # PACKAGE
             item = ""
         }
         function end_section() { end_item(); if (open) printf "\n -- The orvo authors <authors@orvo.invalid>  %s\n", date }
-        /^## / { end_section(); open = 1; printf "%s (%s) unstable; urgency=low\n\n", package, $2; next }
+        /^## \[[0-9]/ { end_section(); open = 1; printf "%s (%s) unstable; urgency=low\n\n", package, substr($2, 2, length($2) - 2); next }
+        /^### / { end_item(); next }
         open && /^- / { end_item(); item = substr($0, 3); next }
         open { item = item " " $0 }
         END { end_section() }' "$changelog"

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # bench.sh [--publish]: installs what is missing, builds, measures, and prints one table and a line for each target; the
-# chart goes beside the figures in the build tree. Takes some minutes; network figures need root. With --publish, table
-# and chart also replace those in docs/, and the instructions counted those in bench/instructions.txt.
+# chart goes beside the figures in the build tree. Takes some minutes; network figures need root. With --publish, summary,
+# table and chart also replace those in docs/, and the instructions counted those in bench/instructions.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,8 +15,9 @@ scripts/build.sh release
 out=build/release/bench/results
 mkdir -p "$out"
 python3 bench/measure.py build/release "$out/figures.json"
-python3 bench/report.py "$out/figures.json" bench/instructions.txt "$out/benchmarks.svg" | tee "$out/table.txt"
+python3 bench/report.py "$out/figures.json" bench/instructions.txt "$out/benchmarks.svg" "$out/summary.md" |
+    tee "$out/table.txt"
 echo "chart: $out/benchmarks.svg" >&2
 [ "${1-}" = --publish ] || exit 0
 cp "$out/benchmarks.svg" docs/benchmarks.svg
-python3 bench/publish.py "$out/figures.json" "$out/table.txt" bench/instructions.txt docs/benchmarks.md
+python3 bench/publish.py "$out/figures.json" "$out/summary.md" "$out/table.txt" bench/instructions.txt docs/benchmarks.md

@@ -1,20 +1,20 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""commands.py SOURCE BUILD [FILE...]: runs the commands of README.md and docs/*.md, or of the files named, and fails when
-one fails.
+"""commands.py SOURCE BUILD [FILE...]: runs the commands of *.md and docs/*.md, or of the files named, and fails when one
+fails.
 
-Every indented block, and every fenced one without a language or of "sh", is a block of commands, each line run by bash in a
-scratch folder in which the source tree appears with BUILD as build/release. A comment before a block says what else it is:
+Indented blocks, and fenced ones without a language or with "sh", hold commands. Bash runs each line in a scratch folder that
+shows the source tree, with BUILD as build/release. A comment before a block says more about it:
 
-    <!-- prints -->                what the last command before it prints: every line; "…" is anything
-    <!-- output -->                the same of a command that is not run
+    <!-- prints -->                lines that the last command before must print; "…" stands for any text
+    <!-- output -->                lines that a command printed which is not run
     <!-- not run: REASON -->
-    <!-- needs root -->            run where this is root, in a network namespace of the file's own, in turn
-    <!-- until Ctrl-C -->          each line gets SIGINT once it had time to begin, and must end well
-    <!-- exits with N -->          that is how the last line ends
-    <!-- file: NAME -->            the block, in whatever language, is a file for the blocks behind it
+    <!-- needs root -->            run by root only, in turn, in a network namespace of the document's own
+    <!-- until Ctrl-C -->          each line gets SIGINT after some seconds, and must end with 0
+    <!-- exits with N -->          exit code of the last line
+    <!-- file: NAME -->            the block, in any language, is a file for the commands of the document
 
-Several may stand in one comment, separated by semicolons."""
+One comment may have several, separated by semicolons."""
 import concurrent.futures
 import dataclasses
 import os
@@ -27,8 +27,8 @@ import tempfile
 import time
 
 LIMIT = 30  # seconds for a line, on a busy machine too
-WORKERS = 8  # most of the time they wait for resets of boards
-BEGIN = 7  # seconds until a command that runs until Ctrl-C gets it: the reset of a board takes 5
+WORKERS = 8  # they spend most of their time waiting for boards to reset
+BEGIN = 7  # seconds until Ctrl-C, of which the board's reset takes 5
 
 
 @dataclasses.dataclass
@@ -40,7 +40,7 @@ class Block:
     prints: list = dataclasses.field(default_factory=list)  # what its last command must print
 
     def mark(self, name):
-        """What stands behind the mark's name; None without such a mark."""
+        """The text behind the mark's name; None without such a mark."""
         return next((m[len(name):].strip(" :") for m in self.marks if m.startswith(name)), None)
 
     def commands(self):
@@ -97,10 +97,10 @@ class Scratch:
             self.environment.pop(variable, None)
 
     def run(self, command, until_interrupt, namespace):
-        """The exit status, and what was printed; None for a status that is as good as none."""
+        """The exit status and the output; the status is None if the command was killed, or ended before Ctrl-C."""
         prefix = ["nsenter", "-t", str(namespace.pid), "-n"] if namespace else []
         if until_interrupt:
-            # In the foreground, since timeout else sends the signal twice, and a second one ends a program at once.
+            # --foreground, because timeout would otherwise send the signal twice, and the second ends a program at once.
             command = f"timeout --foreground --preserve-status -k 10 -s INT {BEGIN} {command}"
         begin = time.monotonic()
         process = subprocess.Popen(prefix + ["bash", "-o", "pipefail", "-c", command], cwd=self.folder.name,
@@ -110,9 +110,9 @@ class Scratch:
             output = process.communicate(timeout=LIMIT)[0].decode(errors="replace")
         except subprocess.TimeoutExpired:
             os.killpg(process.pid, signal.SIGKILL)
-            return None, process.communicate()[0].decode(errors="replace") + f"not over after {LIMIT} s\n"
+            return None, process.communicate()[0].decode(errors="replace") + f"still running after {LIMIT} s\n"
         if until_interrupt and time.monotonic() - begin < BEGIN:
-            return None, output + "it did not wait for Ctrl-C\n"
+            return None, output + "it ended before Ctrl-C\n"
         return process.returncode, output
 
 
@@ -121,14 +121,14 @@ def words(text):
 
 
 def missing_line(lines, output):
-    """The first of the lines that the output does not have; blanks do not count."""
+    """The first of the lines that the output lacks; blanks do not matter."""
     found = [words(line) for line in output.splitlines()]
     patterns = [(line, ".*".join(re.escape(part) for part in words(line).split("…"))) for line in lines if line.strip()]
     return next((line for line, pattern in patterns if not any(re.fullmatch(pattern, f) for f in found)), None)
 
 
 def run_block(block, scratch, namespace):
-    """What went wrong; nothing when all went well."""
+    """The failures, at most one."""
     commands = block.commands()
     expected = int(block.mark("exits with") or 0)
     for number, command in enumerate(commands, 1):
@@ -145,11 +145,11 @@ def run_block(block, scratch, namespace):
 
 
 def own_network():
-    """A process with a network namespace of its own; it is there when this returns, so that no command misses it."""
+    """A process that holds a new network namespace, which exists when this returns."""
     holder = subprocess.Popen(["unshare", "-n", "sh", "-c", "echo ready; exec sleep 600"], stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE)
     if holder.stdout.readline() != b"ready\n":
-        sys.exit("no network namespace to be had")
+        sys.exit("no network namespace available")
     return holder
 
 
@@ -174,7 +174,7 @@ def can_make_networks():
 
 
 def chains_of(path, name, is_root):
-    """Blocks that are run, those that need root together and in turn; the files of all; and what is left out."""
+    """The chains of blocks to run (those that need root form one chain), the document's files, and what is left out."""
     chains, as_root, files, left_out = [], [], {}, []
     last = None
     for block in blocks_of(path, name):
@@ -199,7 +199,7 @@ def chains_of(path, name, is_root):
 
 def main():
     source, build = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    documents = [pathlib.Path(a) for a in sys.argv[3:]] or [source / "README.md", *sorted((source / "docs").glob("*.md"))]
+    documents = [pathlib.Path(a) for a in sys.argv[3:]] or [*sorted(source.glob("*.md")), *sorted(source.glob("docs/*.md"))]
     is_root = can_make_networks()
     failures, runs = [], []
     with concurrent.futures.ThreadPoolExecutor(WORKERS) as pool:

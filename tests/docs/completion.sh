@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# completion.sh PROGRAM: sources the program's script for bash and asks for completions as bash does; where there is a
-# zsh, has it register its own.
+# completion.sh PROGRAM: sources the program's script for bash and asks for completions as bash does. If zsh is installed,
+# checks that it registers the script for zsh.
 set -u
 program=$1
 failed=0
@@ -15,7 +15,7 @@ PATH+=:$folder
 # shellcheck disable=SC1090
 source <("$program" completion bash)
 
-# offers "ANSWER..." WORD...: what is offered for the last of the words behind the program's name, in this order.
+# offers "ANSWER..." WORD...: fails unless these answers, in this order, complete the last word of the command line.
 offers() {
     COMP_WORDS=(orvo-gige "${@:2}")
     COMP_CWORD=$(($# - 1))
@@ -33,7 +33,7 @@ offers "--write --wire" replay --w
 offers "real virtual" replay --time ""
 offers "real virtual" replay --time =
 offers "virtual" replay --time = v
-offers "--wire" replay --wire 0 = port : 0/1 --wi # once more; it was given in words that bash split
+offers "--wire" replay --wire 0 = port : 0/1 --wi # again: bash split the one given into words
 offers "" replay --json --js
 offers "captured.pcapng captures" replay capt
 offers "with blank.pcap" replay with

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""json_keys.py PROGRAM PAGE SOURCE: prints documents with --json and fails for a name in one that orvo-json(5) lacks.
+"""json_keys.py PROGRAM PAGE SOURCE: runs commands with --json and fails for a key that orvo-json(5) does not describe.
 
-Names with blanks are words of the ledger, and those of counters and states are the table's that `watch --list` prints."""
+Not checked: keys with blanks, which are phrases of the account, and names of counters and states, which `watch --list` prints."""
 import json
 import pathlib
 import re
@@ -38,7 +38,7 @@ def names(value):
                 yield name
             if name not in ("counters", "states", "are") or isinstance(content, list):
                 yield from names(content)
-            else:  # by names of their own
+            else:  # keyed by names that are not checked
                 yield from names(list(content.values()))
 
 
@@ -50,7 +50,7 @@ with tempfile.TemporaryDirectory() as folder:
         try:
             missing = sorted(set(names(json.loads(result.stdout))) - known)
         except json.JSONDecodeError:
-            sys.exit(f"{command}: no document but {result.stdout!r}, {result.stderr!r}")
+            sys.exit(f"{command}: no JSON document but {result.stdout!r}, {result.stderr!r}")
         if missing:
             print(f"{command}: orvo-json(5) lacks {', '.join(missing)}")
             failed = True

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The version is stated once, in the top CMakeLists.txt; only the changelog repeats it, and it begins with this version.
+# The version is stated once, in the top CMakeLists.txt; only the changelog repeats it, as its newest release.
 # Usage: check_version.sh SOURCES VERSION
 set -euo pipefail
 cd "$1"
@@ -13,9 +13,9 @@ if [ "$stated" != CMakeLists.txt:1 ]; then
     printf 'version %s shall be stated once, in CMakeLists.txt, but is in\n%s\n' "$version" "$stated" >&2
     exit 1
 fi
-newest=$(sed -n '/^## /{s/^## //p;q}' CHANGELOG.md)
+newest=$(sed -nE '/^## \[[0-9]/{s/^## \[(.*)\].*/\1/p;q}' CHANGELOG.md)
 if [ "$newest" != "$version" ]; then
-    echo "CHANGELOG.md begins with $newest instead of $version" >&2
+    echo "CHANGELOG.md has $newest as its newest release instead of $version" >&2
     exit 1
 fi
 echo "$version, from CMakeLists.txt alone"
