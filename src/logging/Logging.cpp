@@ -39,7 +39,15 @@ Logging::~Logging() {
         const ReadWriteLockGuard guard(&d_->loggersLock, ReadWriteLockGuard::Access::Exclusive);
         d_->loggers.clear();
     }
-    if (const auto* descriptor = d_->descriptor.load()) descriptor->detach(this);
+    leaveDispatcher();
+}
+
+void Logging::leaveDispatcher() noexcept {
+    if (const auto* descriptor = d_->descriptor.exchange(nullptr)) descriptor->detach(this);
+}
+
+void Logging::leaveDispatcherAtUnload() noexcept {
+    if (instance) instance->leaveDispatcher();
 }
 
 void Logging::postConstruct() {

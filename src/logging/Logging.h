@@ -36,6 +36,14 @@ private:
 
     Logging();
 
+    /// Tells the dispatcher, if there is one, that this facility goes; then it calls back no more.
+    ORVO_INTERNAL void leaveDispatcher() noexcept;
+
+    /// Runs when the library is unloaded or the process ends. A host that did not de-initialise the plug-in
+    /// leaves the facility attached, and the dispatcher would call into code that is gone. The facility itself
+    /// stays, because threads of an ending process may still log.
+    [[gnu::destructor]] ORVO_INTERNAL static void leaveDispatcherAtUnload() noexcept;
+
     // Handed to the dispatcher.
     static void dispatcherDetached();
     static void setLoggerLevel(std::uint64_t handle, std::uint32_t threshold);

@@ -13,8 +13,11 @@ namespace orvo::templates::platform {
 /// A thread owned by an object: started once at a time, running the subclass's `run`, joined by the owner.
 ///
 /// There is no stop request here: a subclass has a flag of its own that its `run` polls, and its owner sets
-/// it before joining. `run` must not throw. A subclass joins in its own destructor: once that has ended,
-/// `run` is gone. Threads: `start` and `join` from any thread, but only one may be inside `join`.
+/// it before joining. `run` must not throw. A subclass joins in its own destructor, because its `run` no
+/// longer exists after that. Threads: `start` and `join` from any thread, but only one may be inside `join`.
+///
+/// A thread is never detached: after the destructor none of its instructions is left to run, so the library
+/// may be unloaded.
 class SimpleThread {
 public:
     virtual void run() = 0;
@@ -34,6 +37,8 @@ protected:
 private:
     static void* ThreadFunction(void* self);
     void finish();
+    /// Releases a thread that ended while nobody was joining it; it may be on its last instructions.
+    void reclaim();
 
     pthread_t handle_ = 0; // 0 when there is none to join; this and the next three under mutex_
     bool running_ = false;
