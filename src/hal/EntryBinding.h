@@ -5,26 +5,44 @@
 #include "hal/SharedLibrary.h"
 
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <type_traits>
 
 namespace orvo::hal {
 
-/// Stores the address of the entry `name` of `library`, null when it has none.
-template <class Function>
-void bindEntry(std::atomic<Function>& variable, const SharedLibrary& library, const char* name,
-               std::memory_order order) {
-    variable.store(reinterpret_cast<Function>(findSymbol(library, name)), order);
+/// One entry for the binder: its name in the library, and how its address gets into its pointer variable.
+struct EntryRow {
+    const char* name;
+    void (*store)(void* address);
+};
+
+/// Stores with release, so that a thread that sees the probe also sees what was stored before it.
+template <auto& variable> void storeEntry(void* address) {
+    using Function = typename std::remove_reference_t<decltype(variable)>::value_type;
+    variable.store(reinterpret_cast<Function>(address), std::memory_order_release);
 }
 
-/// Opens `libraryName` and lets `bindEntries` fill the table from it, one thread at a time. `bindEntries`
-/// stores the probe last, with release: a forwarding function that sees the probe then sees the whole table.
-/// False when the library cannot be opened.
-template <class BindEntries>
-bool bindLibrary(const char* libraryName, std::mutex& bindingLock, BindEntries bindEntries) {
-    const std::lock_guard guard(bindingLock);
+/// Opens `libraryName` and stores the address of each of its entries, null for one that it lacks; the entry
+/// of `storeProbe` comes last. False when the library cannot be opened.
+///
+/// Threads: any. One at a time stores; the loader, which has a lock of its own and runs the library's
+/// initialiser, is asked before. An initialiser may therefore call a forwarding function.
+template <std::size_t count>
+bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], void (*storeProbe)(void* address)) {
     const auto library = loadLibrary(libraryName, nullptr);
     if (!library) return false;
-    bindEntries(*library);
+    void* addresses[count];
+    for (std::size_t i = 0; i < count; ++i) addresses[i] = findSymbol(*library, rows[i].name);
+    static std::mutex storing;
+    const std::lock_guard guard(storing);
+    void* probe = nullptr;
+    for (std::size_t i = 0; i < count; ++i)
+        if (rows[i].store == storeProbe)
+            probe = addresses[i];
+        else
+            rows[i].store(addresses[i]);
+    storeProbe(probe);
     return true;
 }
 

@@ -9,6 +9,20 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <functional>
+#include <utility>
+
+namespace orvo::test {
+namespace {
+
+std::function<void()> duringLoad; // of the next board library
+
+} // namespace
+} // namespace orvo::test
+
+extern "C" ORVO_EXPORT void whileBoardLibraryLoads() {
+    if (const auto action = std::exchange(orvo::test::duringLoad, {})) action();
+}
 
 namespace orvo::test {
 namespace {
@@ -29,6 +43,16 @@ TEST(InstalledPlugin, BindsTheLibrariesOnceTheyAreThere) {
     EXPECT_EQ(plugin.call<double>("KivGetParamValueDouble", &plugin, 1, 2), stubAnswer);
     EXPECT_EQ(plugin.call<int>("OHA_OpenLib"), 0);
     EXPECT_EQ(plugin.call<int>("KIVRT_OpenLib"), 0);
+}
+
+TEST(InstalledPlugin, BoardLibraryMayCallBackWhileItIsLoaded) {
+    PluginRoot root;
+    root.copyStub("stub-hal", "orvo_hal");
+    const PluginFile plugin(root.plugin());
+    int answer = 0;
+    duringLoad = [&] { answer = plugin.call<int>("OHalGetMaxDevices"); };
+    EXPECT_EQ(plugin.call<int>("OHalGetMaxDevices"), stubAnswer);
+    EXPECT_EQ(answer, stubAnswer);
 }
 
 TEST(InstalledPlugin, OneMissingEntryIsMissedAloneAndWithoutItsProbeALibraryIsTriedEveryTime) {
@@ -112,8 +136,8 @@ void useAsNew(const PluginRoot& root) {
     crcWatch = true;
     EXPECT_EQ(plugin.call<int>("OHalGetMaxDevices"), stubAnswer);
     (*plugin.symbol<void (*)()>("plugin_init"))();
-    EXPECT_THAT(takeMessages(), testing::ElementsAre(
-                                    "2 PLUGIN INIT: OrvoGbePhysicalNetworkInterface (useCount: 1)"));
+    EXPECT_THAT(takeMessages(),
+                testing::ElementsAre("2 PLUGIN INIT: OrvoGbePhysicalNetworkInterface (useCount: 1)"));
     EXPECT_EQ(attachment().attachCount, attachment().detachCount + 1);
 }
 
