@@ -24,7 +24,7 @@ void LibraryInitController::endUse() {
     if (count-- != 1) return;
     const std::unique_ptr<LibraryInitController> last(controller_);
     if (last) last->tearDown();
-    controller_ = nullptr; // until here singletons made by the teardown itself could still register
+    controller_ = nullptr;
 }
 
 void LibraryInitController::addDeinitFunction(DeinitFunction function) {
@@ -41,9 +41,8 @@ std::uint32_t LibraryInitController::useCount() noexcept {
 
 void LibraryInitController::tearDown() {
     for (const auto function : deinitFunctions_) function();
-    while (!singletons_.empty()) {
-        GuardedSingletonBase* const singleton = singletons_.front();
-        singletons_.pop_front();
+    // What a destructor makes anew goes to the front, behind the walk: it lives until the process ends.
+    for (GuardedSingletonBase* const singleton : singletons_) {
         void** instance = nullptr;
         singleton->preDestruct();
         singleton->getStaticMemberPointers(&instance);
