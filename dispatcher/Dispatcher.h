@@ -13,19 +13,24 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace orvo::dispatcher {
 
 /// Connects any number of logging facilities to the outputs and to the host program's subscriptions.
 ///
 /// A facility is told, per logger, the lowest threshold that anybody wants; outputs and subscriptions then
-/// each apply their own. Threads: every operation from any thread. Two locks, the first before the second:
-/// `facilitiesLock_` orders attach, detach and changes of thresholds, and is held while a facility's callback
-/// runs, so that none runs after its detach; `stateLock_` guards loggers and subscriptions for short and is
-/// never held while foreign code runs. Messages take only the second.
+/// each apply their own.
+///
+/// Threads: every operation from any thread. Two locks, the first before the second: `facilitiesLock_` orders
+/// attach, detach and changes of thresholds, and is held while a facility's callback runs, so that none runs
+/// after its detach; `stateLock_` guards loggers and subscriptions for short and is never held while foreign
+/// code runs. Messages take only the second.
+///
+/// Errors: std::bad_alloc from `attach`, `lookup`, `subscribe` and `emit`, and then nothing has changed. What
+/// ends something needs no memory.
 class Dispatcher {
 public:
     explicit Dispatcher(Settings settings);
@@ -65,10 +70,12 @@ private:
     };
     using Subscriptions = std::map<std::uint64_t, std::shared_ptr<Subscription>>;
 
-    Entry& addEntry(const std::string& name);
+    void addEntry(const std::string& name);
     std::uint32_t wantedThreshold(const Entry& entry) const;
-    std::vector<Logger> changedThresholds();
-    void tellFacilities(const std::vector<Logger>& loggers);
+    std::optional<Logger> nextChange(std::uint64_t handle);
+    void updateThresholds();
+    std::shared_ptr<Subscriptions> openSubscriptions() const;
+    void forgetEnded() noexcept;
     std::pair<const Entry*, std::shared_ptr<const Subscriptions>> audience(std::uint64_t handle);
 
     const Settings settings_;
@@ -78,10 +85,10 @@ private:
     std::map<tools::logging::Logging*, Facility> facilities_;
 
     std::mutex stateLock_;
-    std::deque<Entry> entries_;                    // the handle is the index; entry 0 is the root logger
-    std::map<std::string, std::uint64_t> handles_; // by name
-    std::shared_ptr<const Subscriptions>
-        audience_; // replaced, never changed: messages read it without a lock
+    std::deque<Entry> entries_; // the handle is the index; entry 0 is the root logger
+    std::map<std::string, std::uint64_t, std::less<>> handles_; // by name
+    // Replaced, never changed: messages read it without a lock. May hold some that have ended.
+    std::shared_ptr<const Subscriptions> audience_;
     std::uint64_t lastSubscription_ = 0;
 };
 

@@ -34,6 +34,8 @@ template <class Operation> void contained(Operation operation) noexcept {
 extern "C" {
 
 void lookupLogger(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
+    *handle = 0; // no handle is 0: so the facility sees it when memory ran out
+    *threshold = highestThreshold;
     contained([&] {
         const auto logger = dispatcher().lookup(name);
         *handle = logger.handle;
@@ -49,10 +51,10 @@ void emitMessage(std::uint64_t handle, std::uint32_t level, const char* message,
 void attachFacility(Logging* facility, DispatcherDetached detached, SetLoggerLevel setLevel,
                     LookupLogger* lookup, EmitMessage* emit) {
     contained([&] {
-        *lookup = lookupLogger;
-        *emit = emitMessage;
         dispatcher().attach(facility, detached, setLevel);
         static const DetachAtEnd detachAtEnd;
+        *lookup = lookupLogger; // stay empty when there was no memory: the facility then has no dispatcher
+        *emit = emitMessage;
     });
 }
 

@@ -20,9 +20,8 @@ bool Subscription::deliver(const std::string& loggerName, std::uint32_t level, c
     return callback_(context_, loggerName.c_str(), level, message) != 0;
 }
 
-void Subscription::end() {
+void Subscription::awaitCallback() {
     const std::lock_guard lock(running_);
-    ended_ = true;
 }
 
 } // namespace orvo::dispatcher

@@ -4,6 +4,7 @@
 
 #include <orvo/tools/logging/DispatcherControl.h>
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -25,8 +26,12 @@ public:
     /// callback wants the message kept from the console.
     bool deliver(const std::string& loggerName, std::uint32_t level, const char* message);
 
-    /// Waits for a running callback, except when called from inside it; none runs afterwards.
-    void end();
+    /// No callback begins after this; false when the subscription had ended before.
+    bool end() noexcept { return !ended_.exchange(true); }
+    bool hasEnded() const noexcept { return ended_; }
+
+    /// Waits for a running callback, except when called from inside it.
+    void awaitCallback();
 
 private:
     const std::optional<std::string> loggerName_;
@@ -34,7 +39,7 @@ private:
     const OrvoLogCallback callback_;
     void* const context_;
     std::recursive_mutex running_; // recursive: a callback may end its own subscription
-    bool ended_ = false;           // guarded by running_
+    std::atomic<bool> ended_{false};
 };
 
 } // namespace orvo::dispatcher

@@ -2,6 +2,8 @@
 // Which messages of which logger are wanted: thresholds by logger name.
 #pragma once
 
+#include <orvo/tools/logging/Dispatcher.h>
+
 #include <cstdint>
 #include <map>
 #include <string>
@@ -9,8 +11,9 @@
 
 namespace orvo::dispatcher {
 
+using tools::logging::highestThreshold;
+
 inline constexpr std::uint32_t defaultThreshold = 4; // warnings and errors
-inline constexpr std::uint32_t highestThreshold = 7; // lets nothing through that anybody logs today
 
 /// A threshold for every logger name: a message of level L passes threshold T when L >= T.
 class Thresholds {

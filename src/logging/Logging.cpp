@@ -9,20 +9,15 @@
 
 #include <atomic>
 #include <map>
+#include <new>
 
 namespace orvo::tools::logging {
 
 using templates::platform::ReadWriteLock;
 using templates::platform::ReadWriteLockGuard;
 
-namespace {
-
-constexpr std::uint32_t rootThreshold = 7; // above every level in use
-
-} // namespace
-
 struct Logging::D {
-    Logger rootLogger{0, rootThreshold};
+    Logger rootLogger{0, highestThreshold};
     LookupLogger lookup = nullptr;
     EmitMessage emit = nullptr;
     std::atomic<const DispatcherDescriptor*> descriptor{nullptr}; // null while no dispatcher is attached
@@ -69,6 +64,7 @@ Logger* Logging::getLogger(const char* name) {
     std::uint64_t handle = 0;
     std::uint32_t threshold = 0;
     d.lookup(name, &handle, &threshold);
+    if (handle == 0 && threshold == highestThreshold) throw std::bad_alloc(); // the dispatcher's
     const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Exclusive);
     const auto known = d.loggers.find(handle);
     if (known != d.loggers.end()) return known->second.get();

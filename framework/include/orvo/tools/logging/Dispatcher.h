@@ -10,6 +10,9 @@ namespace orvo::tools::logging {
 
 class Logging; ///< a logging facility; opaque to the dispatcher, which hands it back in detach
 
+/// The highest threshold: it refuses every message of the levels in use.
+inline constexpr std::uint32_t highestThreshold = 7;
+
 extern "C" {
 
 /// Facility's: the dispatcher is going away; afterwards the facility calls it no more.
@@ -19,7 +22,8 @@ using DispatcherDetached = void (*)();
 /// ignored.
 using SetLoggerLevel = void (*)(std::uint64_t handle, std::uint32_t threshold);
 
-/// Dispatcher's: the handle (not 0) and threshold of a name. The same name always gets the same handle.
+/// Dispatcher's: the handle (not 0) and threshold (0 to highestThreshold) of a name. The same name always
+/// gets the same handle. Handle 0 with the highest threshold says that there was no memory: ask again.
 using LookupLogger = void (*)(const char* name, std::uint64_t* handle, std::uint32_t* threshold);
 
 /// Dispatcher's: takes one message. `message` is NUL-terminated and valid during the call only.
