@@ -2,6 +2,8 @@
 // The spdlog side of the outputs.
 #include "Outputs.h"
 
+#include <orvo/tools/logging/LogLevel.h>
+
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
 
@@ -13,21 +15,19 @@ namespace orvo::dispatcher {
 namespace {
 
 spdlog::level::level_enum spdlogLevel(std::uint32_t level) {
-    switch (level) {
-    case 0:
-    case 1:
-        return spdlog::level::trace;
-    case 2:
+    using enum tools::logging::LogLevel;
+    const auto known = static_cast<tools::logging::LogLevel>(level);
+    switch (known) {
+    case Detail:
         return spdlog::level::debug;
-    case 3:
+    case Information:
         return spdlog::level::info;
-    case 4:
+    case Warning:
         return spdlog::level::warn;
-    case 5:
+    case Error:
         return spdlog::level::err;
-    default:
-        return spdlog::level::critical;
     }
+    return known < Detail ? spdlog::level::trace : spdlog::level::critical;
 }
 
 // Once for the whole process: a full disk would otherwise be reported with every line.

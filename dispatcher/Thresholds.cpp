@@ -7,6 +7,9 @@
 #include <stdexcept>
 
 namespace orvo::dispatcher {
+
+using tools::logging::highestThreshold;
+
 namespace {
 
 std::string_view trimmed(std::string_view text) {
@@ -22,7 +25,7 @@ std::uint32_t thresholdFrom(std::string_view digits, std::string_view name) {
     if (error == std::errc{} && end == digits.data() + digits.size() && value <= highestThreshold)
         return value;
     throw std::invalid_argument("the threshold '" + std::string(digits) + "' of '" + std::string(name) +
-                                "' is no number from 0 to 7");
+                                "' is no number from 0 to " + std::to_string(highestThreshold));
 }
 
 } // namespace

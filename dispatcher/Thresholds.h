@@ -2,7 +2,7 @@
 // Which messages of which logger are wanted: thresholds by logger name.
 #pragma once
 
-#include <orvo/tools/logging/Dispatcher.h>
+#include <orvo/tools/logging/LogLevel.h>
 
 #include <cstdint>
 #include <map>
@@ -11,11 +11,9 @@
 
 namespace orvo::dispatcher {
 
-using tools::logging::highestThreshold;
+inline constexpr auto defaultThreshold = static_cast<std::uint32_t>(tools::logging::LogLevel::Warning);
 
-inline constexpr std::uint32_t defaultThreshold = 4; // warnings and errors
-
-/// A threshold for every logger name: a message of level L passes threshold T when L >= T.
+/// A threshold for every logger name.
 class Thresholds {
 public:
     Thresholds() = default;

@@ -2,9 +2,9 @@
 // One log message in the making.
 #pragma once
 
-#include "logging/LogLevel.h"
 #include "platform/Relaxed.h"
 
+#include <orvo/tools/logging/LogLevel.h>
 #include <orvo/tools/logging/Logger.h>
 
 #include <charconv>

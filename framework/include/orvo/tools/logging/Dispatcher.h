@@ -4,14 +4,13 @@
 // nothing else.
 #pragma once
 
+#include <orvo/tools/logging/LogLevel.h>
+
 #include <cstdint>
 
 namespace orvo::tools::logging {
 
 class Logging; ///< a logging facility; opaque to the dispatcher, which hands it back in detach
-
-/// The highest threshold: it refuses every message of the levels in use.
-inline constexpr std::uint32_t highestThreshold = 7;
 
 extern "C" {
 

@@ -12,9 +12,9 @@
 extern "C" {
 #endif
 
-/// Receives one message as it was logged: the logger's name, the level (2 detail, 3 information, 4 warning,
-/// 5 error) and the text, NUL-terminated and valid during the call only. Returns 0 to let the message go on
-/// to the console, anything else to keep it from there; the log file gets it either way.
+/// Receives one message as it was logged: the logger's name, the level (LogLevel.h) and the text,
+/// NUL-terminated and valid during the call only. Returns 0 to let the message go on to the console, anything
+/// else to keep it from there; the log file gets it either way.
 ///
 /// Runs on the thread that logs, so it must be short, must not throw, must not log, and must not wait for
 /// another thread that might be logging. Calls of one subscription never overlap.

@@ -12,9 +12,8 @@ namespace orvo::tools::logging {
 
 /// One named logger: answers whether a message would pass, and forwards the finished text to the dispatcher.
 ///
-/// A message of level L passes a logger of threshold T when L >= T. Levels in use: 2 detail, 3 information,
-/// 4 warning, 5 error. Loggers belong to the logging facility and live until the plug-in's last
-/// de-initialisation. Threads: every operation may be called from any thread.
+/// Levels and thresholds are those of LogLevel.h. Loggers belong to the logging facility and live until the
+/// plug-in's last de-initialisation. Threads: every operation may be called from any thread.
 class ORVO_EXPORT Logger {
 public:
     Logger(std::uint64_t handle, std::uint32_t threshold); ///< both as the dispatcher gives them
