@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Bookkeeping of loggers, facilities and subscriptions.
 #include "Dispatcher.h"
 
 #include <algorithm>
@@ -40,7 +39,7 @@ Dispatcher::Logger Dispatcher::lookup(const char* name) {
     const std::lock_guard lock(stateLock_);
     auto place = handles_.find(known);
     if (place == handles_.end()) {
-        decltype(handles_) added; // the name's node, made before the entry: moving it in cannot fail
+        decltype(handles_) added; // a node made before the entry, because moving it in cannot fail
         place = added.emplace(known, entries_.size()).first;
         addEntry(place->first);
         handles_.merge(added);
@@ -71,7 +70,7 @@ void Dispatcher::emit(std::uint64_t handle, std::uint32_t level, const char* mes
     if (level >= entry->outputThreshold) entry->lines->write(level, message, !kept);
 }
 
-// The entry's fields that messages need never change, and a deque does not move what it holds.
+// Messages read only fields of the entry that never change, and a deque does not move its elements.
 std::pair<const Dispatcher::Entry*, std::shared_ptr<const Dispatcher::Subscriptions>>
 Dispatcher::audience(std::uint64_t handle) {
     const std::lock_guard lock(stateLock_);
@@ -106,7 +105,7 @@ bool Dispatcher::unsubscribe(std::uint64_t id) {
         stateLock.unlock();
         updateThresholds();
     }
-    ended->awaitCallback(); // outside the locks: that callback may itself subscribe or unsubscribe
+    ended->awaitCallback(); // without the locks: the callback may itself subscribe or unsubscribe
     return true;
 }
 
@@ -120,11 +119,12 @@ void Dispatcher::forgetEnded() noexcept {
     try {
         audience_ = openSubscriptions();
     } catch (const std::bad_alloc&) {
-        // The next change forgets them; until then they get no messages all the same.
+        // The next change removes them. Until then they get no messages, because they have ended.
     }
 }
 
-/// The first logger from `handle` on whose wanted threshold is not what the facilities were told.
+/// The first logger, from `handle` on, whose threshold has changed since the facilities were told; marks it
+/// as told.
 std::optional<Dispatcher::Logger> Dispatcher::nextChange(std::uint64_t handle) {
     const std::lock_guard lock(stateLock_);
     for (; handle < entries_.size(); ++handle) {
@@ -135,8 +135,8 @@ std::optional<Dispatcher::Logger> Dispatcher::nextChange(std::uint64_t handle) {
     return std::nullopt;
 }
 
-/// Tells the facilities what has changed; `facilitiesLock_` is held. Looks for the next facility and the next
-/// logger each time, since a callback may attach, detach and look up.
+/// Tells the facilities the changed thresholds; `facilitiesLock_` is held. It keeps no iterator across a
+/// callback, which may attach, detach and look up.
 void Dispatcher::updateThresholds() {
     for (auto change = nextChange(0); change; change = nextChange(change->handle + 1))
         for (auto each = facilities_.begin(); each != facilities_.end();) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of ORVO_LOG and ORVO_LOG_FILE.
 #include "Settings.h"
 
 #include <cstdio>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Delivery of messages to a host program.
 #include "Subscription.h"
 
 namespace orvo::dispatcher {

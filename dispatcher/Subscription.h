@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One host program's wish to receive messages itself.
+// A host program's subscription to messages.
 #pragma once
 
 #include <orvo/tools/logging/DispatcherControl.h>
@@ -12,8 +12,8 @@
 
 namespace orvo::dispatcher {
 
-/// A subscription and the lock under which its callback runs. Shared by the dispatcher and by threads that
-/// are delivering a message while it is being ended.
+/// A callback, the messages that it is for, and the lock under which it runs. The dispatcher shares it with
+/// threads that may be delivering a message while the subscription ends.
 class Subscription {
 public:
     /// `loggerName` null: every logger.
@@ -22,11 +22,11 @@ public:
     std::uint32_t level() const noexcept { return level_; }
     bool covers(const std::string& loggerName) const;
 
-    /// Calls the callback, unless the subscription was ended or the level is too low; returns whether the
-    /// callback wants the message kept from the console.
+    /// Calls the callback unless the subscription has ended, the level is too low or the logger another.
+    /// Returns whether the callback keeps the message from the console.
     bool deliver(const std::string& loggerName, std::uint32_t level, const char* message);
 
-    /// No callback begins after this; false when the subscription had ended before.
+    /// No callback begins after this. False when the subscription had already ended.
     bool end() noexcept { return !ended_.exchange(true); }
     bool hasEnded() const noexcept { return ended_; }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of the thresholds' text form.
 #include "Thresholds.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the entry tables of both board libraries have in common.
+// Binding and forwarding, the same for the entry tables of both board libraries.
 #pragma once
 
 #include "hal/SharedLibrary.h"
@@ -49,7 +49,7 @@ bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], void (*
 } // namespace orvo::hal
 
 /// The forwarding function `name`, calling through `variable`. The probe is read with acquire and the binder
-/// stores it last, so it covers the table and relaxed will do for the entry itself; the call is a tail call.
+/// stores it last, so a relaxed read of the entry is enough; the call is a tail call.
 #define ORVO_FORWARD(Result, name, variable, probe, open, unbound, parameters, arguments)                    \
     ORVO_EXPORT std::atomic<decltype(&::name)> variable{nullptr};                                            \
     ORVO_EXPORT Result name parameters {                                                                     \

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Attaching the dispatcher, and the loggers by handle.
 #include "logging/Logging.h"
 
 #include "hal/SharedLibrary.h"
@@ -30,7 +29,7 @@ Logging::Logging() : d_(std::make_unique<D>()) {}
 
 Logging::~Logging() {
     {
-        // The dispatcher may still set levels, until it is told.
+        // The dispatcher may set levels until the facility has detached.
         const ReadWriteLockGuard guard(&d_->loggersLock, ReadWriteLockGuard::Access::Exclusive);
         d_->loggers.clear();
     }

@@ -12,10 +12,10 @@
 
 namespace orvo::tools::logging {
 
-/// Made on first use, when it attaches the dispatcher library of the installation if there is one. Without a
-/// dispatcher every name gets the root logger, whose threshold 7 refuses every message.
-/// Threads: every operation may be called from any thread; the dispatcher may call back at any time while
-/// attached, from within its attach entry too.
+/// Created on first use; it then attaches the dispatcher library of the installation if there is one. Without
+/// a dispatcher every name gets the root logger, which refuses every message. Threads: any thread may call
+/// every operation. The dispatcher may call back at any time while it is attached, also from within its
+/// attach entry.
 class ORVO_EXPORT Logging : public GuardedSingleton<Logging> {
 public:
     ~Logging() override;
@@ -25,7 +25,7 @@ public:
     /// Errors: std::bad_alloc, also when the dispatcher has no memory; ask again for the next message.
     static Logger* getLogger(const char* name);
 
-    /// Hands a message to the dispatcher, all arguments unchanged; dropped while none is attached.
+    /// Passes a message to the dispatcher with all arguments unchanged; drops it while none is attached.
     static void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,
                      std::uint64_t b);
 
@@ -37,15 +37,15 @@ private:
 
     Logging();
 
-    /// Tells the dispatcher, if there is one, that this facility goes; then it calls back no more.
+    /// Detaches from the dispatcher, if one is attached. It makes no more callbacks after that.
     ORVO_INTERNAL void leaveDispatcher() noexcept;
 
-    /// Runs when the library is unloaded or the process ends. A host that did not de-initialise the plug-in
-    /// leaves the facility attached, and the dispatcher would call into code that is gone. The facility
-    /// itself stays, because threads of an ending process may still log.
+    /// Runs when the library is unloaded or the process ends. If the host did not de-initialise the plug-in,
+    /// the facility is still attached, and the dispatcher would call into unloaded code. The facility itself
+    /// stays, because threads of an ending process may still log.
     [[gnu::destructor]] ORVO_INTERNAL static void leaveDispatcherAtUnload() noexcept;
 
-    // Handed to the dispatcher.
+    // Callbacks for the dispatcher.
     static void dispatcherDetached();
     static void setLoggerLevel(std::uint64_t handle, std::uint32_t threshold);
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Starting, ending and joining of a worker thread.
 #include "platform/SimpleThread.h"
 
 #include <dlfcn.h>

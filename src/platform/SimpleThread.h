@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The base class of worker threads.
 #pragma once
 
 #include "platform/RecursiveMutex.h"
@@ -10,9 +9,10 @@
 
 namespace orvo::templates::platform {
 
-/// A thread owned by an object: started once at a time, running the subclass's `run`, joined by the owner.
+/// Base class of worker threads. The object owns at most one thread at a time, which runs the subclass's
+/// `run`; the owner joins it.
 ///
-/// There is no stop request here: a subclass has a flag of its own that its `run` polls, and its owner sets
+/// This class cannot stop a thread: a subclass has a flag of its own that its `run` polls, and the owner sets
 /// it before joining. `run` must not throw. A subclass joins in its own destructor, because its `run` no
 /// longer exists after that. Threads: `start` and `join` from any thread, but only one may be inside `join`.
 ///
@@ -25,7 +25,7 @@ public:
     SimpleThread(const SimpleThread&) = delete;
     SimpleThread& operator=(const SimpleThread&) = delete;
 
-    /// Starts the thread unless it is running. A failure is not reported: the thread then counts as finished.
+    /// Starts the thread unless it is running. Does not report a failure: the thread then counts as finished.
     void start();
 
     /// Waits until `run` has returned; returns at once when the thread is not running.
@@ -47,8 +47,8 @@ private:
     RecursiveMutex mutex_;
 };
 
-/// Names the calling thread for debuggers and ps, at most 15 characters; does nothing where the C library
-/// cannot.
+/// Names the calling thread for debuggers and ps, with at most 15 characters. Does nothing where the C
+/// library lacks pthread_setname_np.
 void nameThisThread(const char* name);
 
 } // namespace orvo::templates::platform

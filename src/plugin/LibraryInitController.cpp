@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The use count and the teardown.
 #include "plugin/LibraryInitController.h"
 
 #include "platform/GuardedSingleton.h"
@@ -41,7 +40,8 @@ std::uint32_t LibraryInitController::useCount() noexcept {
 
 void LibraryInitController::tearDown() {
     for (const auto function : deinitFunctions_) function();
-    // What a destructor makes anew goes to the front, behind the walk: it lives until the process ends.
+    // A destructor may create a singleton, which goes to the front: the loop has passed it and leaves it
+    // alone.
     for (GuardedSingletonBase* const singleton : singletons_) {
         void** instance = nullptr;
         singleton->preDestruct();
