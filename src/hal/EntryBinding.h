@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cstddef>
 #include <mutex>
+#include <string_view>
 #include <type_traits>
 
 namespace orvo::hal {
@@ -24,25 +25,25 @@ template <auto& variable> void storeEntry(void* address) {
 }
 
 /// Opens `libraryName` and stores the address of each of its entries, null for one that it lacks; the entry
-/// of `storeProbe` comes last. False when the library cannot be opened.
+/// named `probeName` comes last. False when the library cannot be opened.
 ///
 /// Threads: any. One at a time stores; the loader, which has a lock of its own and runs the library's
 /// initialiser, is asked before. An initialiser may therefore call a forwarding function.
 template <std::size_t count>
-bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], void (*storeProbe)(void* address)) {
+bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], std::string_view probeName) {
     const auto library = loadLibrary(libraryName, nullptr);
     if (!library) return false;
     void* addresses[count];
     for (std::size_t i = 0; i < count; ++i) addresses[i] = findSymbol(*library, rows[i].name);
     static std::mutex storing;
     const std::lock_guard guard(storing);
-    void* probe = nullptr;
+    std::size_t probe = 0;
     for (std::size_t i = 0; i < count; ++i)
-        if (rows[i].store == storeProbe)
-            probe = addresses[i];
+        if (rows[i].name == probeName)
+            probe = i;
         else
             rows[i].store(addresses[i]);
-    storeProbe(probe);
+    rows[probe].store(addresses[probe]);
     return true;
 }
 

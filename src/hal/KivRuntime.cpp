@@ -15,5 +15,5 @@ int KIVRT_OpenLib() {
 #define ENTRY(Result, name, unbound, parameters, arguments) {#name, storeEntry<m_P##name>},
 #include "hal/KivRuntimeEntries.def"
     };
-    return bindLibrary("kivrt", rows, storeEntry<m_PKivLoadKivFileWithType>) ? 0 : -1;
+    return bindLibrary("kivrt", rows, "KivLoadKivFileWithType") ? 0 : -1;
 }

@@ -17,5 +17,5 @@ int OHA_OpenLib() {
 #define LIBRARY_ENTRY(Result, name, unbound, parameters, arguments) {#name, storeEntry<m_p##name>},
 #include "hal/OrvoHalEntries.def"
     };
-    return bindLibrary("orvo_hal", rows, storeEntry<m_POHalInitDevice>) ? 0 : HalNotLoaded;
+    return bindLibrary("orvo_hal", rows, "OHalInitDevice") ? 0 : HalNotLoaded;
 }
