@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 
 namespace orvo::core {
 
@@ -20,6 +21,7 @@ struct PluginLibrary::State {
     PluginEntryFunction initFunction = nullptr;
     PluginEntryFunction deinitFunction = nullptr;
     unsigned uses = 0; // init calls without their deinit
+    const int exceptionsBefore = std::uncaught_exceptions();
 
     ~State() {
         if (handle) dlclose(handle);
@@ -95,6 +97,8 @@ PluginLibrary::PluginLibrary(const std::string& path) : state_(std::make_unique<
 
 PluginLibrary::~PluginLibrary() {
     while (state_->uses > 0) deinit();
+    // The exception that ends this scope may be of one of the plug-in's types.
+    if (std::uncaught_exceptions() > state_->exceptionsBefore) state_->handle = nullptr;
 }
 
 const std::string& PluginLibrary::path() const noexcept {

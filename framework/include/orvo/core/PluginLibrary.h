@@ -22,9 +22,10 @@ public:
 /// An opened and checked plug-in library.
 ///
 /// Opening initialises nothing: call `init` before the first `create`, and `deinit` once for every `init`
-/// after the last object is gone. Objects, their frames and event queues must not outlive
-/// the library, which may leave the process; the destructor makes the missing `deinit` calls and closes it.
-/// Threads: one PluginLibrary is used by one thread at a time; the objects it makes are independent of that.
+/// after the last object is gone. Objects, their frames and event queues must not outlive the library, which
+/// may leave the process. The destructor makes the missing `deinit` calls and closes the library, but leaves
+/// it open while an exception passes, since that may be of a type of the plug-in. Threads: one PluginLibrary
+/// is used by one thread at a time; the objects it makes are independent of that.
 class ORVO_EXPORT PluginLibrary {
 public:
     /// Opens `path` and checks its symbols and every descriptor row.
