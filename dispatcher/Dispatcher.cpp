@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Bookkeeping of loggers, facilities and subscriptions.
 #include "Dispatcher.h"
 
 #include <algorithm>
+#include <new>
+#include <string_view>
 
 namespace orvo::dispatcher {
 
@@ -34,23 +35,29 @@ void Dispatcher::detachAll() {
 }
 
 Dispatcher::Logger Dispatcher::lookup(const char* name) {
+    const std::string_view known = name ? name : "";
     const std::lock_guard lock(stateLock_);
-    const auto [place, added] = handles_.try_emplace(name ? name : "", entries_.size());
-    if (added) addEntry(place->first);
+    auto place = handles_.find(known);
+    if (place == handles_.end()) {
+        decltype(handles_) added; // a node made before the entry, because moving it in cannot fail
+        place = added.emplace(known, entries_.size()).first;
+        addEntry(place->first);
+        handles_.merge(added);
+    }
     return {place->second, entries_[place->second].threshold};
 }
 
-Dispatcher::Entry& Dispatcher::addEntry(const std::string& name) {
-    auto& entry =
-        entries_.emplace_back(Entry{name, settings_.thresholds.of(name), 0, outputs_.linesOf(name)});
+void Dispatcher::addEntry(const std::string& name) {
+    Entry entry{name, settings_.thresholds.of(name), 0, outputs_.linesOf(name)};
     entry.threshold = wantedThreshold(entry);
-    return entry;
+    entries_.push_back(std::move(entry));
 }
 
 std::uint32_t Dispatcher::wantedThreshold(const Entry& entry) const {
     auto lowest = entry.outputThreshold;
     for (const auto& [id, subscription] : *audience_)
-        if (subscription->covers(entry.name)) lowest = std::min(lowest, subscription->level());
+        if (!subscription->hasEnded() && subscription->covers(entry.name))
+            lowest = std::min(lowest, subscription->level());
     return lowest;
 }
 
@@ -63,7 +70,7 @@ void Dispatcher::emit(std::uint64_t handle, std::uint32_t level, const char* mes
     if (level >= entry->outputThreshold) entry->lines->write(level, message, !kept);
 }
 
-// The entry's fields that messages need never change, and a deque does not move what it holds.
+// Messages read only fields of the entry that never change, and a deque does not move its elements.
 std::pair<const Dispatcher::Entry*, std::shared_ptr<const Dispatcher::Subscriptions>>
 Dispatcher::audience(std::uint64_t handle) {
     const std::lock_guard lock(stateLock_);
@@ -76,13 +83,13 @@ std::uint64_t Dispatcher::subscribe(const char* loggerName, std::uint32_t level,
     const auto subscription = std::make_shared<Subscription>(loggerName, level, callback, context);
     const std::lock_guard lock(facilitiesLock_);
     std::unique_lock stateLock(stateLock_);
-    auto subscriptions = std::make_shared<Subscriptions>(*audience_);
-    const auto id = ++lastSubscription_;
+    auto subscriptions = openSubscriptions();
+    const auto id = lastSubscription_ + 1;
     subscriptions->emplace(id, subscription);
-    audience_ = std::move(subscriptions);
-    const auto changed = changedThresholds();
+    audience_ = std::move(subscriptions); // from here on nothing can fail
+    lastSubscription_ = id;
     stateLock.unlock();
-    tellFacilities(changed);
+    updateThresholds();
     return id;
 }
 
@@ -92,36 +99,51 @@ bool Dispatcher::unsubscribe(std::uint64_t id) {
         const std::lock_guard lock(facilitiesLock_);
         std::unique_lock stateLock(stateLock_);
         const auto found = audience_->find(id);
-        if (found == audience_->end()) return false;
+        if (found == audience_->end() || !found->second->end()) return false;
         ended = found->second;
-        auto subscriptions = std::make_shared<Subscriptions>(*audience_);
-        subscriptions->erase(id);
-        audience_ = std::move(subscriptions);
-        const auto changed = changedThresholds();
+        forgetEnded();
         stateLock.unlock();
-        tellFacilities(changed);
+        updateThresholds();
     }
-    ended->end(); // outside the locks: the callback that it waits for may itself subscribe or unsubscribe
+    ended->awaitCallback(); // without the locks: the callback may itself subscribe or unsubscribe
     return true;
 }
 
-std::vector<Dispatcher::Logger> Dispatcher::changedThresholds() {
-    std::vector<Logger> changed;
-    for (std::size_t handle = 0; handle < entries_.size(); ++handle) {
-        auto& entry = entries_[handle];
-        const auto wanted = wantedThreshold(entry);
-        if (wanted == entry.threshold) continue;
-        entry.threshold = wanted;
-        changed.push_back({handle, wanted});
-    }
-    return changed;
+std::shared_ptr<Dispatcher::Subscriptions> Dispatcher::openSubscriptions() const {
+    auto open = std::make_shared<Subscriptions>(*audience_);
+    std::erase_if(*open, [](const auto& each) { return each.second->hasEnded(); });
+    return open;
 }
 
-void Dispatcher::tellFacilities(const std::vector<Logger>& loggers) {
-    const auto facilities = facilities_; // a callback may call detach
-    for (const auto& [facility, entries] : facilities)
-        for (const auto& logger : loggers)
-            if (entries.setLevel) entries.setLevel(logger.handle, logger.threshold);
+void Dispatcher::forgetEnded() noexcept {
+    try {
+        audience_ = openSubscriptions();
+    } catch (const std::bad_alloc&) {
+        // The next change removes them. Until then they get no messages, because they have ended.
+    }
+}
+
+/// The first logger, from `handle` on, whose threshold has changed since the facilities were told; marks it
+/// as told.
+std::optional<Dispatcher::Logger> Dispatcher::nextChange(std::uint64_t handle) {
+    const std::lock_guard lock(stateLock_);
+    for (; handle < entries_.size(); ++handle) {
+        auto& entry = entries_[handle];
+        const auto wanted = wantedThreshold(entry);
+        if (std::exchange(entry.threshold, wanted) != wanted) return Logger{handle, wanted};
+    }
+    return std::nullopt;
+}
+
+/// Tells the facilities the changed thresholds; `facilitiesLock_` is held. It keeps no iterator across a
+/// callback, which may attach, detach and look up.
+void Dispatcher::updateThresholds() {
+    for (auto change = nextChange(0); change; change = nextChange(change->handle + 1))
+        for (auto each = facilities_.begin(); each != facilities_.end();) {
+            const auto [facility, entries] = *each;
+            if (entries.setLevel) entries.setLevel(change->handle, change->threshold);
+            each = facilities_.upper_bound(facility);
+        }
 }
 
 } // namespace orvo::dispatcher

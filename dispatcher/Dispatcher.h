@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The dispatcher itself: loggers by name, the facilities that log, and everybody who wants to read it.
+// Loggers by name, the facilities that log through them, and the readers of their messages.
 #pragma once
 
 #include "Outputs.h"
@@ -13,19 +13,24 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace orvo::dispatcher {
 
 /// Connects any number of logging facilities to the outputs and to the host program's subscriptions.
 ///
-/// A facility is told, per logger, the lowest threshold that anybody wants; outputs and subscriptions then
-/// each apply their own. Threads: every operation from any thread. Two locks, the first before the second:
-/// `facilitiesLock_` orders attach, detach and changes of thresholds, and is held while a facility's callback
-/// runs, so that none runs after its detach; `stateLock_` guards loggers and subscriptions for short and is
-/// never held while foreign code runs. Messages take only the second.
+/// A facility is told, for each logger, the lowest threshold among its readers. Outputs and subscriptions
+/// then apply their own thresholds.
+///
+/// Threads: every operation from any thread. Two locks, the first before the second: `facilitiesLock_` orders
+/// attach, detach and changes of thresholds, and is held while a facility's callback runs, so that none runs
+/// after its detach; `stateLock_` guards loggers and subscriptions, is held for moments only, and never while
+/// foreign code runs. Messages take only the second.
+///
+/// Errors: `attach`, `lookup`, `subscribe` and `emit` throw std::bad_alloc; nothing has changed then.
+/// Detaching and unsubscribing need no memory.
 class Dispatcher {
 public:
     explicit Dispatcher(Settings settings);
@@ -36,7 +41,7 @@ public:
                 tools::logging::SetLoggerLevel setLevel);
     void detach(tools::logging::Logging* facility);
 
-    /// Tells every facility that there is no dispatcher any more, and forgets them.
+    /// Tells every facility that the dispatcher is going away, and forgets them.
     void detachAll();
 
     struct Logger {
@@ -45,7 +50,7 @@ public:
     };
     Logger lookup(const char* name);
 
-    /// A handle that was never given out counts as the root logger's.
+    /// An unknown handle counts as the root logger's.
     void emit(std::uint64_t handle, std::uint32_t level, const char* message);
 
     std::uint64_t subscribe(const char* loggerName, std::uint32_t level, OrvoLogCallback callback,
@@ -55,8 +60,8 @@ public:
 private:
     struct Entry {
         std::string name;
-        std::uint32_t outputThreshold; // what console and log file want
-        std::uint32_t threshold;       // what the facilities were told
+        std::uint32_t outputThreshold; // of console and log file
+        std::uint32_t threshold;       // as the facilities were told
         std::unique_ptr<Lines> lines;
     };
     struct Facility {
@@ -65,10 +70,12 @@ private:
     };
     using Subscriptions = std::map<std::uint64_t, std::shared_ptr<Subscription>>;
 
-    Entry& addEntry(const std::string& name);
+    void addEntry(const std::string& name);
     std::uint32_t wantedThreshold(const Entry& entry) const;
-    std::vector<Logger> changedThresholds();
-    void tellFacilities(const std::vector<Logger>& loggers);
+    std::optional<Logger> nextChange(std::uint64_t handle);
+    void updateThresholds();
+    std::shared_ptr<Subscriptions> openSubscriptions() const;
+    void forgetEnded() noexcept;
     std::pair<const Entry*, std::shared_ptr<const Subscriptions>> audience(std::uint64_t handle);
 
     const Settings settings_;
@@ -78,10 +85,10 @@ private:
     std::map<tools::logging::Logging*, Facility> facilities_;
 
     std::mutex stateLock_;
-    std::deque<Entry> entries_;                    // the handle is the index; entry 0 is the root logger
-    std::map<std::string, std::uint64_t> handles_; // by name
-    std::shared_ptr<const Subscriptions>
-        audience_; // replaced, never changed: messages read it without a lock
+    std::deque<Entry> entries_; // the handle is the index; entry 0 is the root logger
+    std::map<std::string, std::uint64_t, std::less<>> handles_; // by name
+    // Replaced as a whole, never changed: messages read it without a lock. May still hold ended ones.
+    std::shared_ptr<const Subscriptions> audience_;
     std::uint64_t lastSubscription_ = 0;
 };
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The dispatcher library's exported entries: the contract with logging facilities, and the host program's
-// control.
+// The dispatcher library's exported entries, for logging facilities and for the host program.
 #include "Dispatcher.h"
 
 #include <orvo/Export.h>
@@ -12,18 +11,18 @@ namespace {
 using namespace orvo::tools::logging;
 using orvo::dispatcher::Dispatcher;
 
-// Never destroyed: threads may still log while the process ends.
+// Never destroyed, because threads may still log while the process ends.
 Dispatcher& dispatcher() {
     static Dispatcher& instance = *new Dispatcher(orvo::dispatcher::settingsFromEnvironment());
     return instance;
 }
 
-// Runs when the process ends: a facility that is still attached then has no dispatcher any more.
+// Runs when the process ends and detaches the facilities that are still attached.
 struct DetachAtEnd {
     ~DetachAtEnd() { dispatcher().detachAll(); }
 };
 
-// No exception may cross into a facility, which is foreign code; all that can be thrown is lack of memory.
+// No exception may reach a facility, which is foreign code. Only lack of memory can throw one.
 template <class Operation> void contained(Operation operation) noexcept {
     try {
         operation();
@@ -34,6 +33,8 @@ template <class Operation> void contained(Operation operation) noexcept {
 extern "C" {
 
 void lookupLogger(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
+    *handle = 0; // with the highest threshold: the answer if memory runs out
+    *threshold = highestThreshold;
     contained([&] {
         const auto logger = dispatcher().lookup(name);
         *handle = logger.handle;
@@ -49,10 +50,10 @@ void emitMessage(std::uint64_t handle, std::uint32_t level, const char* message,
 void attachFacility(Logging* facility, DispatcherDetached detached, SetLoggerLevel setLevel,
                     LookupLogger* lookup, EmitMessage* emit) {
     contained([&] {
-        *lookup = lookupLogger;
-        *emit = emitMessage;
         dispatcher().attach(facility, detached, setLevel);
         static const DetachAtEnd detachAtEnd;
+        *lookup = lookupLogger; // both stay null if memory ran out; the facility then logs nothing
+        *emit = emitMessage;
     });
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// The spdlog side of the outputs.
 #include "Outputs.h"
+
+#include <orvo/tools/logging/LogLevel.h>
 
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
@@ -13,24 +14,22 @@ namespace orvo::dispatcher {
 namespace {
 
 spdlog::level::level_enum spdlogLevel(std::uint32_t level) {
-    switch (level) {
-    case 0:
-    case 1:
-        return spdlog::level::trace;
-    case 2:
+    using enum tools::logging::LogLevel;
+    const auto known = static_cast<tools::logging::LogLevel>(level);
+    switch (known) {
+    case Detail:
         return spdlog::level::debug;
-    case 3:
+    case Information:
         return spdlog::level::info;
-    case 4:
+    case Warning:
         return spdlog::level::warn;
-    case 5:
+    case Error:
         return spdlog::level::err;
-    default:
-        return spdlog::level::critical;
     }
+    return known < Detail ? spdlog::level::trace : spdlog::level::critical;
 }
 
-// Once for the whole process: a full disk would otherwise be reported with every line.
+// Reports once per process: a full disk would otherwise be reported with every line.
 void reportFileFailure(const std::string& reason) {
     static std::atomic<bool> reported{false};
     if (reported.exchange(true)) return;
@@ -40,13 +39,13 @@ void reportFileFailure(const std::string& reason) {
 
 std::unique_ptr<spdlog::logger> loggerTo(const std::string& name, spdlog::sink_ptr sink) {
     auto logger = std::make_unique<spdlog::logger>(name, std::move(sink));
-    logger->set_level(spdlog::level::trace); // who wants what is decided before
+    logger->set_level(spdlog::level::trace); // the dispatcher has compared the thresholds
     logger->flush_on(spdlog::level::trace);  // lines are rare, and the last ones before a crash matter most
     logger->set_error_handler(reportFileFailure);
     return logger;
 }
 
-/// A pipe could make every thread that logs wait for its reader.
+/// Whether writing could wait for a reader, as with a pipe; every thread that logs would then wait.
 bool canWait(const std::string& path) {
     std::error_code absent;
     const auto kind = std::filesystem::status(path, absent).type();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where log lines are written: standard error, in colour on a terminal, and optionally a file.
+// Writes log lines to standard error, in colour on a terminal, and optionally to a file.
 #pragma once
 
 #include <spdlog/logger.h>
@@ -16,7 +16,7 @@ class Lines {
 public:
     Lines(const std::string& loggerName, spdlog::sink_ptr console, spdlog::sink_ptr file);
 
-    /// One line feed at the end of `message` is not doubled.
+    /// Adds a line feed unless `message` ends with one.
     void write(std::uint32_t level, std::string_view message, bool toConsole) const;
 
 private:
@@ -27,8 +27,8 @@ private:
 /// The outputs that all loggers of a dispatcher share.
 class Outputs {
 public:
-    /// Opens `logFile` for appending unless it is empty. A file that cannot be opened is one line on standard
-    /// error, and logging goes on without it.
+    /// Opens `logFile` for appending unless it is empty. If it cannot be opened, says so in one line on
+    /// standard error and goes on without a log file.
     explicit Outputs(const std::string& logFile);
 
     std::unique_ptr<Lines> linesOf(const std::string& loggerName) const;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of ORVO_LOG and ORVO_LOG_FILE.
 #include "Settings.h"
 
 #include <cstdio>
@@ -20,8 +19,8 @@ Thresholds thresholdsFrom(const std::string& text) {
     } catch (const std::invalid_argument& error) {
         std::fprintf(stderr,
                      "orvo log: environment variable ORVO_LOG: %s; write it like 'guard.library=2,*=4' "
-                     "(using threshold 4 for every logger)\n",
-                     error.what());
+                     "(using threshold %u for every logger)\n",
+                     error.what(), defaultThreshold);
         return {};
     }
 }

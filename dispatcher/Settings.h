@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the environment says about logging.
+// Logging settings from the environment.
 #pragma once
 
 #include "Thresholds.h"
@@ -13,7 +13,7 @@ struct Settings {
     std::string logFile;   ///< from ORVO_LOG_FILE; empty for none
 };
 
-/// Reads the environment. A bad ORVO_LOG is one line on standard error, and the default counts.
+/// Reads the environment. Reports a bad ORVO_LOG in one line on standard error and takes the default instead.
 Settings settingsFromEnvironment();
 
 } // namespace orvo::dispatcher

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Delivery of messages to a host program.
 #include "Subscription.h"
 
 namespace orvo::dispatcher {
@@ -20,9 +19,8 @@ bool Subscription::deliver(const std::string& loggerName, std::uint32_t level, c
     return callback_(context_, loggerName.c_str(), level, message) != 0;
 }
 
-void Subscription::end() {
+void Subscription::awaitCallback() {
     const std::lock_guard lock(running_);
-    ended_ = true;
 }
 
 } // namespace orvo::dispatcher

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
-// One host program's wish to receive messages itself.
+// A host program's subscription to messages.
 #pragma once
 
 #include <orvo/tools/logging/DispatcherControl.h>
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -11,8 +12,8 @@
 
 namespace orvo::dispatcher {
 
-/// A subscription and the lock under which its callback runs. Shared by the dispatcher and by threads that
-/// are delivering a message while it is being ended.
+/// A callback, the messages that it is for, and the lock under which it runs. The dispatcher shares it with
+/// threads that may be delivering a message while the subscription ends.
 class Subscription {
 public:
     /// `loggerName` null: every logger.
@@ -21,12 +22,16 @@ public:
     std::uint32_t level() const noexcept { return level_; }
     bool covers(const std::string& loggerName) const;
 
-    /// Calls the callback, unless the subscription was ended or the level is too low; returns whether the
-    /// callback wants the message kept from the console.
+    /// Calls the callback unless the subscription has ended, the level is too low or the logger another.
+    /// Returns whether the callback keeps the message from the console.
     bool deliver(const std::string& loggerName, std::uint32_t level, const char* message);
 
-    /// Waits for a running callback, except when called from inside it; none runs afterwards.
-    void end();
+    /// No callback begins after this. False when the subscription had already ended.
+    bool end() noexcept { return !ended_.exchange(true); }
+    bool hasEnded() const noexcept { return ended_; }
+
+    /// Waits for a running callback, except when called from inside it.
+    void awaitCallback();
 
 private:
     const std::optional<std::string> loggerName_;
@@ -34,7 +39,7 @@ private:
     const OrvoLogCallback callback_;
     void* const context_;
     std::recursive_mutex running_; // recursive: a callback may end its own subscription
-    bool ended_ = false;           // guarded by running_
+    std::atomic<bool> ended_{false};
 };
 
 } // namespace orvo::dispatcher

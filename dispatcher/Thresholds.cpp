@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of the thresholds' text form.
 #include "Thresholds.h"
 
 #include <algorithm>
@@ -7,6 +6,9 @@
 #include <stdexcept>
 
 namespace orvo::dispatcher {
+
+using tools::logging::highestThreshold;
+
 namespace {
 
 std::string_view trimmed(std::string_view text) {
@@ -22,7 +24,7 @@ std::uint32_t thresholdFrom(std::string_view digits, std::string_view name) {
     if (error == std::errc{} && end == digits.data() + digits.size() && value <= highestThreshold)
         return value;
     throw std::invalid_argument("the threshold '" + std::string(digits) + "' of '" + std::string(name) +
-                                "' is no number from 0 to 7");
+                                "' is no number from 0 to " + std::to_string(highestThreshold));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Which messages of which logger are wanted: thresholds by logger name.
+// Thresholds by logger name.
 #pragma once
+
+#include <orvo/tools/logging/LogLevel.h>
 
 #include <cstdint>
 #include <map>
@@ -9,17 +11,16 @@
 
 namespace orvo::dispatcher {
 
-inline constexpr std::uint32_t defaultThreshold = 4; // warnings and errors
-inline constexpr std::uint32_t highestThreshold = 7; // lets nothing through that anybody logs today
+inline constexpr auto defaultThreshold = static_cast<std::uint32_t>(tools::logging::LogLevel::Warning);
 
-/// A threshold for every logger name: a message of level L passes threshold T when L >= T.
+/// A threshold for every logger name.
 class Thresholds {
 public:
     Thresholds() = default;
 
-    /// Reads "NAME=THRESHOLD,..."; the name "*" stands for every name not given, white space around names and
-    /// numbers is allowed, of two entries for one name the later counts, an empty text gives the default.
-    /// Errors: std::invalid_argument whose text says which part is wrong and why.
+    /// Reads "NAME=THRESHOLD,...". The name "*" stands for all names that are not given; white space around
+    /// names and numbers is allowed; the later of two entries for one name wins; an empty text gives the
+    /// default. Errors: std::invalid_argument with a text that says which part is wrong and why.
     static Thresholds parse(std::string_view text);
 
     std::uint32_t of(std::string_view loggerName) const;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Frame bytes and their check sequence.
 #include <orvo/core/zume/EthernetFrame.h>
 
 #include <libdeflate.h>
@@ -9,7 +8,7 @@
 
 namespace orvo::core::zume {
 
-// By reference, as hosts are built against it; what it costs is a count of the shared bytes.
+// By reference, because hosts are built against this signature; the copy only counts a reference.
 EthernetFrame::EthernetFrame(const QByteArray& data) : data_(data) {} // NOLINT(modernize-pass-by-value)
 
 EthernetFrame::~EthernetFrame() = default;
@@ -35,6 +34,6 @@ void EthernetFrame::appendFcs(unsigned int errorMask) {
 
 } // namespace orvo::core::zume
 
-// Nothing in the network library needs setting up: its state is its objects'.
+// The network library has no state outside its objects, so there is nothing to set up.
 void OrvoZumeInit() {}
 void OrvoZumeDeinit() {}

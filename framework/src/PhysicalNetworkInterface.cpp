@@ -1,10 +1,18 @@
 // SPDX-License-Identifier: MIT
-// What a port answers to operations that its hardware does not have.
+// What a port answers to operations that its hardware does not have; its events and their queue.
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
 #include <orvo/core/zume/PhysicalNetworkInterfaceEventQueue.h>
 
 namespace orvo::core::zume {
+
+PhysicalNetworkInterfaceEvent::~PhysicalNetworkInterfaceEvent() = default;
+
+PniActionCommandTimeout::~PniActionCommandTimeout() = default;
+
+PhysicalNetworkInterfaceEventQueue::PhysicalNetworkInterfaceEventQueue() : queue(new Queue(capacity)) {}
+
+PhysicalNetworkInterfaceEventQueue::~PhysicalNetworkInterfaceEventQueue() = default;
 
 PhysicalNetworkInterface::PhysicalNetworkInterface() = default;
 PhysicalNetworkInterface::~PhysicalNetworkInterface() = default;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The plug-in base class: what a plug-in object inherits when it does not override.
 #include <orvo/core/Plugin.h>
 
 namespace orvo::core {
@@ -24,6 +23,6 @@ boost::shared_ptr<ApplicationCommand> Plugin::createCleanupApplicationCommand() 
 
 } // namespace orvo::core
 
-// Nothing in the core library needs setting up: its state is its objects'.
+// The core library has no state outside its objects, so there is nothing to set up.
 void OrvoCoreInit() {}
 void OrvoCoreDeinit() {}

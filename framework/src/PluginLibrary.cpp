@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Opening, checking and closing of a plug-in library.
 #include <orvo/core/PluginLibrary.h>
 
 #include <dlfcn.h>
@@ -8,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 
 namespace orvo::core {
 
@@ -21,6 +21,7 @@ struct PluginLibrary::State {
     PluginEntryFunction initFunction = nullptr;
     PluginEntryFunction deinitFunction = nullptr;
     unsigned uses = 0; // init calls without their deinit
+    const int exceptionsBefore = std::uncaught_exceptions();
 
     ~State() {
         if (handle) dlclose(handle);
@@ -32,7 +33,7 @@ struct PluginLibrary::State {
 
     void open() {
         if (access(path.c_str(), R_OK) != 0) refuse(std::string("cannot be read: ") + std::strerror(errno));
-        // A name without a slash would be searched for along the library path instead of being this file.
+        // The loader would search the library path for a name without a slash.
         const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
         handle = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
         if (!handle) {
@@ -57,7 +58,7 @@ struct PluginLibrary::State {
         deinitFunction = *symbol<PluginEntryFunction>("plugin_deinit");
     }
 
-    /// The symbol table tells how large the array is, unless the library was made without sizes.
+    /// Compares the count with the size of the array in the symbol table, if the table has one.
     void checkCount() const {
         Dl_info info;
         void* entry = nullptr;
@@ -96,6 +97,8 @@ PluginLibrary::PluginLibrary(const std::string& path) : state_(std::make_unique<
 
 PluginLibrary::~PluginLibrary() {
     while (state_->uses > 0) deinit();
+    // The exception that ends this scope may be of one of the plug-in's types.
+    if (std::uncaught_exceptions() > state_->exceptionsBefore) state_->handle = nullptr;
 }
 
 const std::string& PluginLibrary::path() const noexcept {
@@ -114,7 +117,7 @@ const PluginDescriptor& PluginLibrary::descriptor(std::size_t index) const {
 }
 
 void PluginLibrary::init() {
-    ++state_->uses; // before the call: one that throws has counted its user all the same
+    ++state_->uses; // before the call: the plug-in has counted its user even when it throws
     state_->initFunction();
 }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The entries of properties files.
 #include "config/PropertiesFile.h"
 
 #include <fstream>

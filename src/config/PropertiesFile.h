@@ -12,15 +12,15 @@ namespace orvo::templates::platform {
 
 /// Reads "rt.conf" files and answers lookups by key.
 ///
-/// Keys and section names ignore case unless made case-sensitive; values are kept as they are; lines that
-/// mean nothing are skipped without a message. Threads: one object may be loaded and asked by several
-/// threads; a reference that `property` returned holds until the next `load`.
+/// Keys and section names ignore case unless the object is made case-sensitive; values are kept as they are;
+/// lines without meaning are skipped without a message. Threads: several threads may load and read one
+/// object; a reference that `property` returned is valid until the next `load`.
 class PropertiesFile {
 public:
     PropertiesFile(bool sectionsEnabled, bool caseSensitiveKeys);
 
-    /// Reads a file; false when it cannot be opened, and then nothing changes. `append` false drops what was
-    /// there before; `overwrite` says whether the later (true) or the earlier of two equal keys wins.
+    /// Reads a file. False when it cannot be opened; nothing changes then. `append` false removes the entries
+    /// from before. Of two equal keys the later one wins if `overwrite` is true, otherwise the earlier one.
     bool load(const std::string& fileName, bool append, bool overwrite);
 
     /// The value of a full key, or an empty text. `found`, if not null, tells whether there is one.

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of the lines of properties files.
 #include "config/PropertiesLines.h"
 
 #include <boost/algorithm/string/case_conv.hpp>

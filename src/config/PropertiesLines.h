@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The form of properties files, line by line.
 #pragma once
 
 #include <string>
 
 namespace orvo::templates::platform {
 
-/// Reads the lines of one properties file in their order: a '#' starts a comment anywhere; "[name]" begins a
-/// section; in a section "key = value" defines the full key "section::key" (the value may hold further '=';
-/// white space around key and value is dropped). Lines before the first section and lines of any other form
-/// mean nothing. Upper-casing and white space are those of the global locale.
+/// Reads the lines of one properties file in their order. A '#' starts a comment anywhere in a line. "[name]"
+/// begins a section; in a section "key = value" defines the full key "section::key". The value may hold
+/// further
+/// '='; white space around key and value is removed. Lines before the first section and lines of any other
+/// form are meaningless. The global locale decides about upper case and white space.
 class PropertiesLines {
 public:
     enum class Line { Blank, Section, Entry, Meaningless };
@@ -18,11 +18,11 @@ public:
 
     Line read(const std::string& line);
 
-    /// Of the last entry.
+    /// Full key and value of the last entry.
     const std::string& key() const noexcept { return key_; }
     const std::string& value() const noexcept { return value_; }
 
-    /// A full key in the form that `key` has.
+    /// A full key as it is stored: in upper case unless keys are case-sensitive.
     std::string normalisedKey(const std::string& key) const;
 
 private:

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Paths of the system's and the user's properties file.
 #include "config/PropertiesLocations.h"
 
 #include "hal/InstallationRoot.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where the properties files lie.
+// Paths of the properties files.
 #pragma once
 
 #include <string>
@@ -12,11 +12,11 @@ std::string systemPropertiesFile();
 /// The same for the installation in `root`.
 std::string propertiesFileIn(const std::string& root);
 
-/// "rt.conf" in ".config/orvo" below the user's home directory, which is made if it is missing; empty when
-/// HOME is not set or the directories cannot be made.
+/// "rt.conf" in ".config/orvo" below the user's home directory. Creates the two directories if they are
+/// missing; empty when HOME is not set or they cannot be created.
 std::string userPropertiesFile();
 
-/// The same, with nothing made; empty only when HOME is not set.
+/// The same path without creating anything; empty only when HOME is not set.
 std::string userPropertiesPath();
 
 } // namespace orvo::templates::platform

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The sources of a tuning value, in order of precedence.
 #include "config/TweakProperties.h"
 
 #include "config/TweakText.h"

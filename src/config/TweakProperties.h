@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Resolution of a tuning value from the places where it can be set.
+// Finds a tuning value in the places where it can be set.
 #pragma once
 
 #include "config/PropertiesFile.h"
@@ -12,20 +12,19 @@
 
 namespace orvo::templates::platform {
 
-/// Looks a property up, in order of precedence, on the command line, in the user's properties file, in the
-/// system's properties file, in the environment, and takes its default otherwise. A value that does not
-/// convert counts as not being there.
+/// Looks a property up on the command line, in the user's properties file, in the system's properties file
+/// and in the environment, in this order, and otherwise takes its default. A value that does not convert
+/// counts as missing.
 ///
-/// Each file is read once, when the first lookup reaches it, and never again by the same object.
-/// Threads: one object may be shared.
+/// Each file is read once per object, when the first lookup reaches it. Threads: several may share an object.
 class TweakProperties {
 public:
     virtual ~TweakProperties() = default;
 
-    /// The value of `key` (exact case) in `table`, which is the same for all lookups of one object. An empty
-    /// path stands for no file; `argc` 0 or `argv` null for no command line. Made for T = int: a decimal
-    /// number with optional sign after optional white space; what follows the number is ignored. Errors:
-    /// std::runtime_error when the key is not in the table, or no source has a valid value.
+    /// The value of `key` (exact case) in `table`; use the same table for all lookups of one object. An empty
+    /// path means no file; `argc` 0 or `argv` null means no command line. T is int: a decimal number with
+    /// optional sign after optional white space; characters after the number are ignored.
+    /// Errors: std::runtime_error when the key is not in the table, or no source has a valid value.
     template <class T>
     T property(const TweakPropertyEntry* table, const std::string& userFile, const std::string& systemFile,
                const std::string& key, int argc, char** argv);
@@ -37,7 +36,7 @@ public:
                        const std::string& defaultValue, int argc, char** argv);
 
 private:
-    /// One properties file, loaded by the first lookup that comes to it.
+    /// One properties file, loaded by the first lookup that reaches it.
     class LazyFile {
     public:
         const std::string& property(const std::string& fileName, const std::string& key);

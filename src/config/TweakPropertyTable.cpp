@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The tuning values and their defaults.
 #include "config/TweakPropertyTable.h"
 
 namespace orvo::templates::platform {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// The table of all tuning values of the board software.
+// All tuning values of the board software.
 #pragma once
 
 namespace orvo::templates::platform {
 
-/// One property: its key ("Section::Name", the section being one of a properties file), the names under which
-/// the environment and the command line can set it (empty for none; the option without leading dashes), and
-/// its default.
+/// One property: its key ("Section::Name", with a section of the properties files), the environment variable
+/// and the command-line option that can set it (empty for none; the option without leading dashes), and its
+/// default.
 struct TweakPropertyEntry {
     const char* key;
     const char* environmentVariable;

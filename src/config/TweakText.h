@@ -2,14 +2,16 @@
 // Texts that give tuning values.
 #pragma once
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include <optional>
 #include <sstream>
 #include <string>
 
 namespace orvo::templates::platform {
 
-/// What a text says as a T; nothing when it does not convert. Behind the value there may be more, which is
-/// not looked at.
+/// The value of type T at the beginning of `text`, as a stream reads it; nothing when it does not convert.
+/// Characters behind the value are ignored.
 template <class T> std::optional<T> converted(const std::string& text) {
     std::istringstream stream(text);
     T value{};
@@ -18,8 +20,16 @@ template <class T> std::optional<T> converted(const std::string& text) {
     return value;
 }
 
-/// What follows '=' in an argument of the form "--option=value" (any number of dashes, any case), if it is of
-/// that form and the option is this one.
-std::optional<std::string> optionValue(const std::string& argument, const std::string& option);
+/// The text after '=' in an argument of the form "--option=value" for this option: any number of dashes,
+/// upper and lower case alike. Nothing for any other argument.
+inline std::optional<std::string> optionValue(const std::string& argument, const std::string& option) {
+    const auto nameStart = argument.find_first_not_of('-');
+    if (nameStart == std::string::npos) return std::nullopt;
+    const auto equals = argument.find('=', nameStart);
+    if (equals == std::string::npos) return std::nullopt;
+    if (!boost::algorithm::iequals(argument.substr(nameStart, equals - nameStart), option))
+        return std::nullopt;
+    return argument.substr(equals + 1);
+}
 
 } // namespace orvo::templates::platform

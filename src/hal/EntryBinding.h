@@ -1,37 +1,56 @@
 // SPDX-License-Identifier: MIT
-// What the entry tables of both board libraries have in common.
+// Binding and forwarding, the same for the entry tables of both board libraries.
 #pragma once
 
 #include "hal/SharedLibrary.h"
 
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <string_view>
+#include <type_traits>
 
 namespace orvo::hal {
 
-/// Stores the address of the entry `name` of `library`, null when it has none.
-template <class Function>
-void bindEntry(std::atomic<Function>& variable, const SharedLibrary& library, const char* name,
-               std::memory_order order) {
-    variable.store(reinterpret_cast<Function>(findSymbol(library, name)), order);
+/// One entry for the binder: its name in the library, and how its address gets into its pointer variable.
+struct EntryRow {
+    const char* name;
+    void (*store)(void* address);
+};
+
+/// Stores with release, so that a thread that sees the probe also sees what was stored before it.
+template <auto& variable> void storeEntry(void* address) {
+    using Function = typename std::remove_reference_t<decltype(variable)>::value_type;
+    variable.store(reinterpret_cast<Function>(address), std::memory_order_release);
 }
 
-/// Opens `libraryName` and lets `bindEntries` fill the table from it, one thread at a time. `bindEntries`
-/// stores the probe last, with release: a forwarding function that sees the probe then sees the whole table.
-/// False when the library cannot be opened.
-template <class BindEntries>
-bool bindLibrary(const char* libraryName, std::mutex& bindingLock, BindEntries bindEntries) {
-    const std::lock_guard guard(bindingLock);
+/// Opens `libraryName` and stores the address of each of its entries, null for one that it lacks; the entry
+/// named `probeName` comes last. False when the library cannot be opened.
+///
+/// Threads: any. One at a time stores; the loader, which has a lock of its own and runs the library's
+/// initialiser, is asked before. An initialiser may therefore call a forwarding function.
+template <std::size_t count>
+bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], std::string_view probeName) {
     const auto library = loadLibrary(libraryName, nullptr);
     if (!library) return false;
-    bindEntries(*library);
+    void* addresses[count];
+    for (std::size_t i = 0; i < count; ++i) addresses[i] = findSymbol(*library, rows[i].name);
+    static std::mutex storing;
+    const std::lock_guard guard(storing);
+    std::size_t probe = 0;
+    for (std::size_t i = 0; i < count; ++i)
+        if (rows[i].name == probeName)
+            probe = i;
+        else
+            rows[i].store(addresses[i]);
+    rows[probe].store(addresses[probe]);
     return true;
 }
 
 } // namespace orvo::hal
 
 /// The forwarding function `name`, calling through `variable`. The probe is read with acquire and the binder
-/// stores it last, so it covers the table and relaxed will do for the entry itself; the call is a tail call.
+/// stores it last, so a relaxed read of the entry is enough; the call is a tail call.
 #define ORVO_FORWARD(Result, name, variable, probe, open, unbound, parameters, arguments)                    \
     ORVO_EXPORT std::atomic<decltype(&::name)> variable{nullptr};                                            \
     ORVO_EXPORT Result name parameters {                                                                     \

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Finding the installation root, once per process.
 #include "hal/InstallationRoot.h"
 
 #include "platform/SpinLockVariableGuard.h"

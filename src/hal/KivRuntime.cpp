@@ -10,17 +10,10 @@
 #include "hal/KivRuntimeEntries.def"
 
 int KIVRT_OpenLib() {
-    static std::mutex bindingLock;
-    const bool opened =
-        orvo::hal::bindLibrary("kivrt", bindingLock, [](const orvo::hal::SharedLibrary& library) {
-            const auto bind = [&](auto& variable, const char* name) {
-                if (static_cast<void*>(&variable) != &m_PKivLoadKivFileWithType)
-                    orvo::hal::bindEntry(variable, library, name, std::memory_order_relaxed);
-            };
-#define ENTRY(Result, name, unbound, parameters, arguments) bind(m_P##name, #name);
+    using namespace orvo::hal;
+    static constexpr EntryRow rows[] = {
+#define ENTRY(Result, name, unbound, parameters, arguments) {#name, storeEntry<m_P##name>},
 #include "hal/KivRuntimeEntries.def"
-            orvo::hal::bindEntry(m_PKivLoadKivFileWithType, library, "KivLoadKivFileWithType",
-                                 std::memory_order_release);
-        });
-    return opened ? 0 : -1;
+    };
+    return bindLibrary("kivrt", rows, "KivLoadKivFileWithType") ? 0 : -1;
 }

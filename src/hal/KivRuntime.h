@@ -14,5 +14,5 @@
 #include "hal/KivRuntimeEntries.def"
 
 /// Opens the library and fills the variables. 0 when it was opened, whether or not every entry was found; -1
-/// when it was not. The forwarding functions call it by themselves. Any thread.
+/// when it was not. The forwarding functions call it when nothing is bound. Any thread.
 extern "C" ORVO_EXPORT int KIVRT_OpenLib();

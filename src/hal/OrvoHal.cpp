@@ -11,17 +11,11 @@
 #include "hal/OrvoHalEntries.def"
 
 int OHA_OpenLib() {
-    static std::mutex bindingLock;
-    const bool opened =
-        orvo::hal::bindLibrary("orvo_hal", bindingLock, [](const orvo::hal::SharedLibrary& library) {
-            const auto bind = [&](auto& variable, const char* name) {
-                if (static_cast<void*>(&variable) != &m_POHalInitDevice)
-                    orvo::hal::bindEntry(variable, library, name, std::memory_order_relaxed);
-            };
-#define ENTRY(Result, name, unbound, parameters, arguments) bind(m_P##name, #name);
-#define LIBRARY_ENTRY(Result, name, unbound, parameters, arguments) bind(m_p##name, #name);
+    using namespace orvo::hal;
+    static constexpr EntryRow rows[] = {
+#define ENTRY(Result, name, unbound, parameters, arguments) {#name, storeEntry<m_P##name>},
+#define LIBRARY_ENTRY(Result, name, unbound, parameters, arguments) {#name, storeEntry<m_p##name>},
 #include "hal/OrvoHalEntries.def"
-            orvo::hal::bindEntry(m_POHalInitDevice, library, "OHalInitDevice", std::memory_order_release);
-        });
-    return opened ? 0 : HalNotLoaded;
+    };
+    return bindLibrary("orvo_hal", rows, "OHalInitDevice") ? 0 : HalNotLoaded;
 }

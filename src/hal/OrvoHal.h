@@ -17,13 +17,13 @@
 #include "hal/OrvoHalEntries.def"
 
 /// Opens the library and fills the variables. 0 when it was opened, whether or not every entry was found;
-/// HalNotLoaded when it was not. The forwarding functions call it by themselves. Any thread.
+/// HalNotLoaded when it was not. The forwarding functions call it when nothing is bound. Any thread.
 extern "C" ORVO_EXPORT int OHA_OpenLib();
 
 namespace orvo::hal {
 
-/// OHalRegisterWrite for a loop: the library's own entry, so that each call is just that, or the forwarding
-/// function while nothing is bound.
+/// OHalRegisterWrite for loops: the library's own entry, which spares the forwarding on each call, or the
+/// forwarding function while nothing is bound.
 inline auto boundRegisterWrite() noexcept {
     // The probe is stored last, so it covers the table.
     if (m_POHalInitDevice.load(std::memory_order_acquire))

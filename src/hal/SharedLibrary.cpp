@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Opening of libraries under the installation root.
 #include "hal/SharedLibrary.h"
 
 #include "hal/InstallationRoot.h"

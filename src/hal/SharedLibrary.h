@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Opening of the libraries that belong to the installation.
+// Opens libraries of the installation at run time.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,8 @@
 
 namespace orvo::hal {
 
-/// A library opened at run time. As made here it stays loaded for the life of the process when the object
-/// goes, so that addresses taken from it stay valid.
+/// A library opened at run time. It stays loaded when the object is destroyed, so that addresses taken from
+/// it stay valid; `closeOnDestroy` changes that.
 class SharedLibrary {
 public:
     explicit SharedLibrary(const char* fullPath);
@@ -18,13 +18,13 @@ public:
 
     void* handle = nullptr;      ///< from dlopen; null when the library is not open
     bool closeOnDestroy = false; ///< whether the destructor closes the library
-    std::string path;            ///< what was opened
+    std::string path;            ///< the full path that was opened
     std::string errorMessage;    ///< the loader's reason, empty after success
 };
 
 /// Opens "lib" + `name` + ".so" in `lib64` under `directory`, or under the installation root when `directory`
 /// is null. Null when there is no root, when the path does not fit 1023 characters, or when the loader
-/// refuses. Its symbols prefer their own library over what the process has (RTLD_DEEPBIND). Threads: any.
+/// refuses. The library prefers its own symbols to those of the process (RTLD_DEEPBIND). Threads: any.
 std::unique_ptr<SharedLibrary> loadLibrary(const char* name, const char* directory);
 
 /// The address of a symbol, null when the library is not open or has none of that name.

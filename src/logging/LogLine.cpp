@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Building and sending of a message that passed its level.
 #include "logging/LogLine.h"
 
 #include <pthread.h>
@@ -14,7 +13,7 @@ void LogLine::begin(Logger* logger, LogLevel level) noexcept {
 }
 
 LogLine& LogLine::operator<<(std::string_view text) noexcept {
-    if (!message_) return *this; // lost before
+    if (!message_) return *this; // there was no memory for it
     try {
         message_->text.append(text);
     } catch (const std::bad_alloc&) {

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
-// One log message in the making.
 #pragma once
 
-#include "logging/LogLevel.h"
 #include "platform/Relaxed.h"
 
+#include <orvo/tools/logging/LogLevel.h>
 #include <orvo/tools/logging/Logger.h>
 
 #include <charconv>
@@ -19,13 +18,13 @@ namespace orvo::tools::logging {
 template <std::unsigned_integral T> struct Hex { T value; };
 template <class T> Hex(T) -> Hex<T>;
 
-/// Builds a message behind the level check and sends it when it goes out of scope.
+/// A log message that is built after the level check and sent when it goes out of scope.
 ///
-/// A line whose level does not pass is false and holds nothing; test it before anything is put into it:
+/// A line whose level does not pass is false and holds nothing; test it before writing to it:
 ///     if (auto line = LogLine(logger, LogLevel::Warning)) line << "text" << number;
 /// Every line begins with the thread prefix, "thread-id=" with the calling thread's id and "|".
-/// Errors: a message that there is no memory for is lost; nothing is thrown, so that what is being reported
-/// on takes its course. Threads: made, filled and sent by one thread.
+/// Errors: without memory the message is lost; nothing is thrown, so that a failed report does not end the
+/// work that it is about. Threads: one thread creates, fills and sends a line.
 class LogLine {
 public:
     /// No line without a logger.
@@ -33,7 +32,7 @@ public:
         const auto number = static_cast<std::uint32_t>(level);
         if (logger && logger->passes(number) && logger->isEnabled(number)) begin(logger, level);
     }
-    /// A line about one interface: the prefix goes on with "PHY Id '" and the interface's id.
+    /// A line about one interface: "PHY Id '" and the interface's id follow the thread prefix.
     LogLine(Logger* logger, LogLevel level, const std::string& interfaceId) noexcept
         : LogLine(logger, level) {
         if (message_) *this << "PHY Id '" << interfaceId;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The level check and the muted threads of one logger.
 #include <orvo/tools/logging/Logger.h>
 
 #include "logging/Logging.h"

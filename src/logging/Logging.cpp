@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Attaching the dispatcher, and the loggers by handle.
 #include "logging/Logging.h"
 
 #include "hal/SharedLibrary.h"
@@ -9,20 +8,15 @@
 
 #include <atomic>
 #include <map>
+#include <new>
 
 namespace orvo::tools::logging {
 
 using templates::platform::ReadWriteLock;
 using templates::platform::ReadWriteLockGuard;
 
-namespace {
-
-constexpr std::uint32_t rootThreshold = 7; // above every level in use
-
-} // namespace
-
 struct Logging::D {
-    Logger rootLogger{0, rootThreshold};
+    Logger rootLogger{0, highestThreshold};
     LookupLogger lookup = nullptr;
     EmitMessage emit = nullptr;
     std::atomic<const DispatcherDescriptor*> descriptor{nullptr}; // null while no dispatcher is attached
@@ -35,11 +29,19 @@ Logging::Logging() : d_(std::make_unique<D>()) {}
 
 Logging::~Logging() {
     {
-        // The dispatcher may still set levels, until it is told.
+        // The dispatcher may set levels until the facility has detached.
         const ReadWriteLockGuard guard(&d_->loggersLock, ReadWriteLockGuard::Access::Exclusive);
         d_->loggers.clear();
     }
-    if (const auto* descriptor = d_->descriptor.load()) descriptor->detach(this);
+    leaveDispatcher();
+}
+
+void Logging::leaveDispatcher() noexcept {
+    if (const auto* descriptor = d_->descriptor.exchange(nullptr)) descriptor->detach(this);
+}
+
+void Logging::leaveDispatcherAtUnload() noexcept {
+    if (instance) instance->leaveDispatcher();
 }
 
 void Logging::postConstruct() {
@@ -61,6 +63,7 @@ Logger* Logging::getLogger(const char* name) {
     std::uint64_t handle = 0;
     std::uint32_t threshold = 0;
     d.lookup(name, &handle, &threshold);
+    if (handle == 0 && threshold == highestThreshold) throw std::bad_alloc(); // the dispatcher's
     const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Exclusive);
     const auto known = d.loggers.find(handle);
     if (known != d.loggers.end()) return known->second.get();

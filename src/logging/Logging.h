@@ -12,19 +12,20 @@
 
 namespace orvo::tools::logging {
 
-/// Made on first use, when it attaches the dispatcher library of the installation if there is one. Without a
-/// dispatcher every name gets the root logger, whose threshold 7 refuses every message.
-/// Threads: every operation may be called from any thread; the dispatcher may call back at any time while
-/// attached, from within its attach entry too. Never throws on its own and reports no errors.
+/// Created on first use; it then attaches the dispatcher library of the installation if there is one. Without
+/// a dispatcher every name gets the root logger, which refuses every message. Threads: any thread may call
+/// every operation. The dispatcher may call back at any time while it is attached, also from within its
+/// attach entry.
 class ORVO_EXPORT Logging : public GuardedSingleton<Logging> {
 public:
     ~Logging() override;
 
     /// The logger of a name, owned by the facility and valid until the plug-in's last de-initialisation.
     /// Costs a call into the dispatcher and an exclusive lock: keep the pointer.
+    /// Errors: std::bad_alloc, also when the dispatcher has no memory; ask again for the next message.
     static Logger* getLogger(const char* name);
 
-    /// Hands a message to the dispatcher, all arguments unchanged; dropped while none is attached.
+    /// Passes a message to the dispatcher with all arguments unchanged; drops it while none is attached.
     static void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,
                      std::uint64_t b);
 
@@ -36,7 +37,15 @@ private:
 
     Logging();
 
-    // Handed to the dispatcher.
+    /// Detaches from the dispatcher, if one is attached. It makes no more callbacks after that.
+    ORVO_INTERNAL void leaveDispatcher() noexcept;
+
+    /// Runs when the library is unloaded or the process ends. If the host did not de-initialise the plug-in,
+    /// the facility is still attached, and the dispatcher would call into unloaded code. The facility itself
+    /// stays, because threads of an ending process may still log.
+    [[gnu::destructor]] ORVO_INTERNAL static void leaveDispatcherAtUnload() noexcept;
+
+    // Callbacks for the dispatcher.
     static void dispatcherDetached();
     static void setLoggerLevel(std::uint64_t handle, std::uint32_t threshold);
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Typed access to injected values.
+// Reads injected values by their type.
 #pragma once
 
 #include <boost/any.hpp>

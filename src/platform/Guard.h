@@ -4,8 +4,8 @@
 
 namespace orvo::templates::patterns {
 
-/// Root of the guards over an object designated by T, a pointer type. What is guarded, and how, is the
-/// derived class's.
+/// Root of the guards over an object that T, a pointer type, points to. The derived class locks and unlocks
+/// it.
 template <class T> class Guard {
 public:
     Guard() = default;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The POSIX read-write lock. Results of the POSIX calls are not examined: with a valid lock they cannot fail.
+// The results of the POSIX calls are not examined: with a valid lock they cannot fail.
 #include "platform/ReadWriteLock.h"
 
 namespace orvo::templates::platform {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The recursive POSIX mutex. Results of the POSIX calls are not examined: with a valid mutex they cannot
-// fail.
+// The results of the POSIX calls are not examined: with a valid mutex they cannot fail.
 #include "platform/RecursiveMutex.h"
 
 namespace orvo::templates::platform {

@@ -8,7 +8,7 @@
 
 namespace orvo::templates::platform {
 
-/// Each `lock` of a thread needs its own `unlock` by the same thread.
+/// The thread that holds it may lock it again; each `lock` needs its own `unlock` by the same thread.
 class RecursiveMutex {
 public:
     RecursiveMutex() noexcept;
@@ -24,7 +24,7 @@ private:
     pthread_mutexattr_t attributes_;
 };
 
-/// Holds a RecursiveMutex for a scope, with an interval in between where `unlock` and `relock` make one.
+/// Holds a RecursiveMutex for a scope. Between `unlock` and `relock` the mutex is free.
 class RecursiveMutexGuard : public patterns::Guard<RecursiveMutex*> {
 public:
     explicit RecursiveMutexGuard(RecursiveMutex* mutex) noexcept;

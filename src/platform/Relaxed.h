@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// A value that one thread writes and others may look at.
+// A value that one thread writes and others may read.
 #pragma once
 
 #include <atomic>
 
 namespace orvo::templates::platform {
 
-/// Written by one thread at a time, read by any; no order with other memory is implied, so what depends on
-/// more than the value itself needs a guard of its own. Costs what a plain variable costs.
+/// Written by one thread at a time, read by any. It orders no other memory: a reader that needs more than the
+/// value itself needs a lock as well. Costs as much as a plain variable.
 template <class T> class Relaxed {
 public:
     Relaxed(T value = T{}) noexcept : value_(value) {} // NOLINT: stands for a T everywhere

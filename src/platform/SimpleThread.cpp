@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Starting, ending and joining of a worker thread.
 #include "platform/SimpleThread.h"
 
 #include <dlfcn.h>
@@ -8,11 +7,13 @@ namespace orvo::templates::platform {
 
 SimpleThread::~SimpleThread() {
     join();
+    reclaim();
 }
 
 void SimpleThread::start() {
     RecursiveMutexGuard guard(&mutex_);
     if (running_) return;
+    reclaim();
     running_ = true;
     finished_ = false;
     if (pthread_create(&handle_, nullptr, ThreadFunction, this) != 0) {
@@ -43,9 +44,13 @@ void SimpleThread::finish() {
     RecursiveMutexGuard guard(&mutex_);
     running_ = false;
     finished_ = true;
-    if (joiners_ > 0) return;
+}
+
+void SimpleThread::reclaim() {
+    RecursiveMutexGuard guard(&mutex_);
+    if (handle_ == 0 || joiners_ > 0) return;
+    pthread_join(handle_, nullptr); // past its last use of the mutex
     handle_ = 0;
-    pthread_detach(pthread_self()); // nobody will join it, so its stack must go by itself
 }
 
 void nameThisThread(const char* name) {

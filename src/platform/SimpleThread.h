@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The base class of worker threads.
 #pragma once
 
 #include "platform/RecursiveMutex.h"
@@ -10,11 +9,15 @@
 
 namespace orvo::templates::platform {
 
-/// A thread owned by an object: started once at a time, running the subclass's `run`, joined by the owner.
+/// Base class of worker threads. The object owns at most one thread at a time, which runs the subclass's
+/// `run`; the owner joins it.
 ///
-/// There is no stop request here: a subclass has a flag of its own that its `run` polls, and its owner sets
-/// it before joining. `run` must not throw. A subclass joins in its own destructor: once that has ended,
-/// `run` is gone. Threads: `start` and `join` from any thread, but only one may be inside `join`.
+/// This class cannot stop a thread: a subclass has a flag of its own that its `run` polls, and the owner sets
+/// it before joining. `run` must not throw. A subclass joins in its own destructor, because its `run` no
+/// longer exists after that. Threads: `start` and `join` from any thread, but only one may be inside `join`.
+///
+/// A thread is never detached: after the destructor none of its instructions is left to run, so the library
+/// may be unloaded.
 class SimpleThread {
 public:
     virtual void run() = 0;
@@ -22,7 +25,7 @@ public:
     SimpleThread(const SimpleThread&) = delete;
     SimpleThread& operator=(const SimpleThread&) = delete;
 
-    /// Starts the thread unless it is running. A failure is not reported: the thread then counts as finished.
+    /// Starts the thread unless it is running. Does not report a failure: the thread then counts as finished.
     void start();
 
     /// Waits until `run` has returned; returns at once when the thread is not running.
@@ -34,6 +37,8 @@ protected:
 private:
     static void* ThreadFunction(void* self);
     void finish();
+    /// Releases a thread that ended while nobody was joining it; it may be on its last instructions.
+    void reclaim();
 
     pthread_t handle_ = 0; // 0 when there is none to join; this and the next three under mutex_
     bool running_ = false;
@@ -42,8 +47,8 @@ private:
     RecursiveMutex mutex_;
 };
 
-/// Names the calling thread for debuggers and ps, at most 15 characters; does nothing where the C library
-/// cannot.
+/// Names the calling thread for debuggers and ps, with at most 15 characters. Does nothing where the C
+/// library lacks pthread_setname_np.
 void nameThisThread(const char* name);
 
 } // namespace orvo::templates::platform

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Taking and releasing the spin lock.
 #include "platform/SpinLockVariableGuard.h"
 
 #include <sched.h>

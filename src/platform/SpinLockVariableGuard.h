@@ -6,7 +6,8 @@
 
 namespace orvo::templates::platform {
 
-/// Holds the lock on `*lock` (0 free, 1 held) for a scope; waits by yielding the processor, without fairness.
+/// Holds the lock on `*lock` (0 free, 1 held) for a scope. Waits by yielding the processor; waiting threads
+/// are served in no particular order.
 ///
 /// Given an owner variable (0 while free), the lock is re-entrant: the thread that holds it passes through,
 /// and only the outermost guard releases. Without one, a thread must never nest guards on the same lock. Both

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The use count and the teardown.
 #include "plugin/LibraryInitController.h"
 
 #include "platform/GuardedSingleton.h"
@@ -24,7 +23,7 @@ void LibraryInitController::endUse() {
     if (count-- != 1) return;
     const std::unique_ptr<LibraryInitController> last(controller_);
     if (last) last->tearDown();
-    controller_ = nullptr; // until here singletons made by the teardown itself could still register
+    controller_ = nullptr;
 }
 
 void LibraryInitController::addDeinitFunction(DeinitFunction function) {
@@ -41,9 +40,9 @@ std::uint32_t LibraryInitController::useCount() noexcept {
 
 void LibraryInitController::tearDown() {
     for (const auto function : deinitFunctions_) function();
-    while (!singletons_.empty()) {
-        GuardedSingletonBase* const singleton = singletons_.front();
-        singletons_.pop_front();
+    // A destructor may create a singleton, which goes to the front: the loop has passed it and leaves it
+    // alone.
+    for (GuardedSingletonBase* const singleton : singletons_) {
         void** instance = nullptr;
         singleton->preDestruct();
         singleton->getStaticMemberPointers(&instance);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The plug-in's count of its users, and what must be undone when the last one leaves.
+// Counts the plug-in's users and undoes its process-wide state when the last one leaves.
 #pragma once
 
 #include "platform/SpinLockVariableGuard.h"
@@ -16,9 +16,9 @@ namespace orvo::core::zume {
 /// Exists while the plug-in's use count is above 0. The teardown at the last `endUse` runs the registered
 /// de-initialisation functions, newest first, then destroys the registered singletons, newest first.
 ///
-/// Threads: any; every operation but `useCount` is called with the library-init lock held. That lock is
-/// re-entrant, so what runs in the teardown may take it again. It is taken after a singleton's own lock,
-/// never before it, except through what the teardown calls.
+/// Threads: any. Hold the library-init lock for every operation but `useCount`. The lock is re-entrant, so
+/// functions that the teardown calls may take it again. Take it after a singleton's own lock, never before;
+/// only functions that the teardown calls do otherwise.
 class LibraryInitController {
 public:
     using DeinitFunction = void (*)();
@@ -30,7 +30,7 @@ public:
             : SpinLockVariableGuard(&LibraryInitController::lock_, &LibraryInitController::lockOwner_) {}
     };
 
-    /// Raises the use count; at 1 a controller with empty lists comes into being.
+    /// Raises the use count; from 0 to 1 it creates a controller with empty lists.
     static void beginUse();
 
     /// Lowers the use count; from 1 to 0 it runs the teardown. Called once for every `beginUse`.

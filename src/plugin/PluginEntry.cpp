@@ -23,11 +23,11 @@ void logUse(const char* what) {
             line << what << "OrvoGbePhysicalNetworkInterface"
                  << " (useCount: " << LibraryInitController::useCount() << ")";
     } catch (const std::bad_alloc&) {
-        // No memory for the logger: the message is lost, and the use begins or ends all the same.
+        // Without memory for the logger the message is lost; the plug-in is still initialised or ended.
     }
 }
 
-/// Initialises one framework library and sees to it that the last de-initialisation undoes it.
+/// Initialises a framework library and registers its de-initialisation.
 void initialiseFrameworkLibrary(void (*init)(), void (*deinit)()) {
     const LibraryInitController::Lock lock;
     LibraryInitController::addDeinitFunction(deinit);

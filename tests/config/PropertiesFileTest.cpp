@@ -2,6 +2,7 @@
 // The format of properties files, line by line.
 #include "config/PropertiesFile.h"
 
+#include "support/HostLocale.h"
 #include "support/TemporaryFolder.h"
 
 #include <optional>
@@ -81,6 +82,19 @@ TEST(PropertiesFile, SectionsAndCaseCanBeHadOtherwise) {
     EXPECT_EQ(valueOf(flat, "[X"), "3");
     EXPECT_EQ(valueOf(exact, "s::A"), "2");
     EXPECT_EQ(valueOf(exact, "s::a"), std::nullopt);
+}
+
+TEST(PropertiesFile, UpperCaseAndWhiteSpaceAreThoseOfTheHostsLocaleAtThatMoment) {
+    const TemporaryFolder folder;
+    const auto path = folder.write("rt.conf", "[;s]\nqort; = ;5;\n");
+    PropertiesFile file(true, false); // made before
+    {
+        const HostLocale locale;
+        ASSERT_TRUE(file.load(path, true, true));
+        EXPECT_EQ(valueOf(file, "s::qort"), "5");
+    }
+    EXPECT_EQ(valueOf(file, "s::port"), "5");
+    EXPECT_EQ(valueOf(file, "s::qort"), std::nullopt);
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 #include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
 
+#include <sys/stat.h>
+
 namespace orvo::test {
 namespace {
 
@@ -44,6 +46,20 @@ TEST(PropertiesLocations, UserFileNeedsAHomeThatTakesFolders) {
     }
     EXPECT_FALSE(fs::exists(folder / "missing"));
     fs::current_path(before);
+}
+
+TEST(PropertiesLocations, UsersFoldersAreForAllThatTheMaskLetsIn) {
+    for (const mode_t mask : {0U, 027U}) {
+        SCOPED_TRACE(mask);
+        const TemporaryFolder folder;
+        const EnvironmentVariable variable("HOME", folder.path().c_str());
+        const mode_t before = umask(mask);
+        const auto file = userPropertiesFile();
+        umask(before);
+        EXPECT_NE(file, "");
+        for (const char* made : {".config", ".config/orvo"})
+            EXPECT_EQ(fs::status(folder / made).permissions(), static_cast<fs::perms>(0777 & ~mask)) << made;
+    }
 }
 
 } // namespace

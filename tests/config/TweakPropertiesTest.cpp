@@ -3,11 +3,12 @@
 #include "config/TweakProperties.h"
 
 #include "support/EnvironmentVariable.h"
+#include "support/HostLocale.h"
 #include "support/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
-#include <set>
+#include <fstream>
 #include <stdexcept>
 
 namespace orvo::test {
@@ -111,19 +112,30 @@ TEST(TweakProperties, FilesAndTableAreReadOncePerObject) {
                   "TweakProperties: Unknown property requested: '" + key + "'");
 }
 
-TEST(TweakPropertyTable, RowsAgreeWithEachOther) {
-    std::set<std::string> keys, variables, options;
-    for (const auto* row = tweakPropertyTable; row->key; ++row) {
-        const std::string variable = row->environmentVariable;
-        EXPECT_TRUE(keys.insert(row->key).second) << row->key;
-        EXPECT_TRUE(variable.empty() || variables.insert(variable).second) << variable;
-        options.insert(row->commandLineOption);
-        ASSERT_NE(row->defaultValue, nullptr);
-    }
-    EXPECT_EQ(keys.size(), 52U);
-    EXPECT_EQ(variables.size(), 45U);
-    EXPECT_THAT(variables, testing::Each(testing::StartsWith("ORVO_")));
-    EXPECT_THAT(options, testing::ElementsAre("", "cxppower", "disablePoCXP", "pcap", "pcaplimit"));
+TEST(TweakProperties, OptionNamesIgnoreCaseAndNumbersAreReadAsTheHostsLocaleHasIt) {
+    const HostLocale locale;
+    const EnvironmentVariable variable("ORVO_TEST", "1234567");
+    char argument[] = "--PCap=89";
+    char* argv[] = {argument};
+    TweakProperties properties;
+    const auto value = [&](const char* option, int argc) {
+        return properties.internalProperty<int>("", "", "k", "ORVO_TEST", option, "", argc, argv);
+    };
+    EXPECT_EQ(value("qcap", 1), 89) << "in this locale the upper case of q is P";
+    EXPECT_EQ(value("qcap", 0), 1'234'567);
+}
+
+TEST(TweakPropertyTable, IsAsAgreed) {
+    const auto shown = [](const std::string& text) { return text.empty() ? "-" : text; };
+    std::vector<std::string> agreed, found;
+    std::ifstream file(ORVO_SOURCE_ROOT "/tests/config/tweaks.txt");
+    for (std::string line; std::getline(file, line);)
+        if (!line.starts_with('#')) agreed.push_back(line);
+    for (const auto* row = tweakPropertyTable; row->key; ++row)
+        found.push_back(row->key + (" " + shown(row->environmentVariable)) + " " +
+                        shown(row->commandLineOption) + " " + shown(row->defaultValue));
+    EXPECT_EQ(found.size(), 52U);
+    EXPECT_EQ(found, agreed);
 }
 
 } // namespace

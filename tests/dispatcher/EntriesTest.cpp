@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The dispatcher library as a logging facility and a host program meet it: opened at run time.
+#include "sweep/Allocations.h"
+
 #include <orvo/tools/logging/Dispatcher.h>
 #include <orvo/tools/logging/DispatcherControl.h>
 
@@ -30,6 +32,16 @@ TEST(EntriesTest, ServeAFacilityAndItsHost) {
     std::uint64_t handle = 0;
     lookup("entries", &handle, &toldThreshold);
     EXPECT_EQ(toldThreshold, 4u);
+    test::armMemoryFault({.nth = 1});
+    std::uint64_t unlucky = 4711;
+    {
+        const test::ProductScope scope;
+        lookup("unlucky", &unlucky, &toldThreshold);
+    }
+    EXPECT_EQ(unlucky, 0u) << "without memory: ask again";
+    EXPECT_EQ(toldThreshold, highestThreshold);
+    lookup("unlucky", &unlucky, &toldThreshold);
+    EXPECT_EQ(unlucky, handle + 1);
     std::string received;
     const auto receive = [](void* context, const char* name, std::uint32_t, const char* message) {
         *static_cast<std::string*>(context) = std::string(name) + "|" + message;

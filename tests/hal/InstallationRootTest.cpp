@@ -44,9 +44,11 @@ TEST(InstallationRoot, VariableIsTakenWithoutTrailingSlashesAndCutToFit) {
         {"a/b///", "a/b"}, {"///", "/"}, {"", ""}, {longest, longest}, {longest + "y", longest}};
     for (const auto& [value, root] : rows) {
         SCOPED_TRACE(value);
-        std::string buffer(hal::rootBufferBytes, '#');
-        hal::copyRootDirectory(buffer.data(), value.c_str());
-        EXPECT_EQ(buffer.c_str(), root);
+        std::string memory(1 + hal::rootBufferBytes, '#');
+        memory[0] = '/'; // before the buffer: nobody's business
+        hal::copyRootDirectory(&memory[1], value.c_str());
+        EXPECT_EQ(&memory[1], root);
+        EXPECT_EQ(memory[0], '/');
     }
 }
 

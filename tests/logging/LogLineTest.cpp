@@ -4,6 +4,7 @@
 
 #include "logging/Logging.h"
 #include "support/Concurrency.h"
+#include "support/HostLocale.h"
 #include "support/RecordedLog.h"
 
 #include <gmock/gmock.h>
@@ -45,6 +46,8 @@ TEST_F(LogLineTest, IsThePrefixOfItsThreadThenTextAndNumbersAsTheyAre) {
     };
     write();
     inBackground(write).get();
+    const HostLocale locale; // has no say in messages
+    write();
 }
 
 TEST_F(LogLineTest, NothingIsEvaluatedBehindARefusedLevel) {

@@ -8,6 +8,8 @@
 
 #include <gmock/gmock.h>
 
+#include <new>
+
 namespace orvo::test {
 namespace {
 
@@ -86,6 +88,14 @@ TEST_F(LoggingTest, EachHandleHasOneLoggerWhoseThresholdTheDispatcherSets) {
     });
     for (int i = 0; i < 8; ++i) EXPECT_EQ(loggers[i], i % 2 ? loggers[1] : logger);
     EXPECT_NE(loggers[1], logger);
+}
+
+TEST_F(LoggingTest, LookupThatTheDispatcherHadNoMemoryForIsAskedAgain) {
+    refuseLookups(true);
+    EXPECT_THROW(Logging::getLogger("unlucky"), std::bad_alloc);
+    refuseLookups(false);
+    Logging::getLogger("unlucky")->log(5, "under its own name", 0, 0);
+    EXPECT_EQ(takeRecords().back().logger, "unlucky");
 }
 
 TEST_F(LoggingTest, AfterTheDispatcherLeftOnlyMessagesAreLost) {

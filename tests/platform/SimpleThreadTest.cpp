@@ -9,6 +9,24 @@
 #include <atomic>
 #include <fstream>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace orvo::test {
+namespace {
+
+std::atomic<bool> namingIsSupported = true;
+
+} // namespace
+} // namespace orvo::test
+
+// Every look-up of this program comes here; the linker calls the C library's function by the other name.
+extern "C" void* __real_dlsym(void* library, const char* symbol);  // NOLINT(bugprone-reserved-identifier)
+extern "C" void* __wrap_dlsym(void* library, const char* symbol) { // NOLINT(bugprone-reserved-identifier)
+    if (!orvo::test::namingIsSupported && std::string_view(symbol) == "pthread_setname_np") return nullptr;
+    return __real_dlsym(library, symbol);
+}
 
 namespace orvo::test {
 namespace {
@@ -55,6 +73,23 @@ TEST_F(SimpleThreadTest, RunsOnceHoweverOftenItIsStarted) {
         EXPECT_EQ(begun, life);
         if (worker) worker->join(); // ended: at once
     }
+}
+
+/// The name that a thread has after it tried to name itself.
+std::string nameTaken(bool isSupported) {
+    std::string name;
+    std::thread([&] {
+        namingIsSupported = isSupported;
+        templates::platform::nameThisThread("named");
+        std::ifstream("/proc/thread-self/comm") >> name;
+    }).join();
+    namingIsSupported = true;
+    return name;
+}
+
+TEST(ThreadName, IsTakenWhereTheCLibraryCanGiveOne) {
+    EXPECT_EQ(nameTaken(true), "named");
+    EXPECT_NE(nameTaken(false), "named");
 }
 
 /// Address space in use, in MiB; the stack of a thread that nobody reclaimed stays in it.

@@ -3,10 +3,26 @@
 #include "support/Concurrency.h"
 #include "support/EnvironmentVariable.h"
 #include "support/PluginRoot.h"
+#include "support/RecordedLog.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <functional>
+#include <utility>
+
+namespace orvo::test {
+namespace {
+
+std::function<void()> duringLoad; // of the next board library
+
+} // namespace
+} // namespace orvo::test
+
+extern "C" ORVO_EXPORT void whileBoardLibraryLoads() {
+    if (const auto action = std::exchange(orvo::test::duringLoad, {})) action();
+}
 
 namespace orvo::test {
 namespace {
@@ -27,6 +43,16 @@ TEST(InstalledPlugin, BindsTheLibrariesOnceTheyAreThere) {
     EXPECT_EQ(plugin.call<double>("KivGetParamValueDouble", &plugin, 1, 2), stubAnswer);
     EXPECT_EQ(plugin.call<int>("OHA_OpenLib"), 0);
     EXPECT_EQ(plugin.call<int>("KIVRT_OpenLib"), 0);
+}
+
+TEST(InstalledPlugin, BoardLibraryMayCallBackWhileItIsLoaded) {
+    PluginRoot root;
+    root.copyStub("stub-hal", "orvo_hal");
+    const PluginFile plugin(root.plugin());
+    int answer = 0;
+    duringLoad = [&] { answer = plugin.call<int>("OHalGetMaxDevices"); };
+    EXPECT_EQ(plugin.call<int>("OHalGetMaxDevices"), stubAnswer);
+    EXPECT_EQ(answer, stubAnswer);
 }
 
 TEST(InstalledPlugin, OneMissingEntryIsMissedAloneAndWithoutItsProbeALibraryIsTriedEveryTime) {
@@ -101,12 +127,41 @@ TEST(InstalledPlugin, OutsideAnInstallationTheEnvironmentNamesOne) {
     EXPECT_EQ(PluginFile(complete.plugin()).call<int>("OHA_OpenLib"), 0) << "its own place comes first";
 }
 
+/// Loads the plug-in, finds it new, and leaves traces in all that a host can see of it.
+void useAsNew(const PluginRoot& root) {
+    const PluginFile plugin(root.plugin());
+    auto& crcWatch = *plugin.symbol<bool>("_ZN4orvo4core4zume20c_MONITOR_CRC_ERRORSE");
+    EXPECT_FALSE(crcWatch);
+    EXPECT_EQ(*plugin.symbol<std::atomic<void*>>("m_POHalInitDevice"), nullptr);
+    crcWatch = true;
+    EXPECT_EQ(plugin.call<int>("OHalGetMaxDevices"), stubAnswer);
+    (*plugin.symbol<void (*)()>("plugin_init"))();
+    EXPECT_THAT(takeMessages(),
+                testing::ElementsAre("2 PLUGIN INIT: OrvoGbePhysicalNetworkInterface (useCount: 1)"));
+    EXPECT_EQ(attachment().attachCount, attachment().detachCount + 1);
+}
+
+TEST(InstalledPlugin, LoadedAgainItIsNewAlsoWhenTheHostForgotToDeinitialise) {
+    PluginRoot root;
+    root.addStub("stub-hal", "orvo_hal");
+    root.addDispatcher();
+    const auto useTwice = [&root] {
+        for (int load = 0; load < 2; ++load) {
+            useAsNew(root);
+            EXPECT_EQ(attachment().attachCount, attachment().detachCount) << "would be called back unloaded";
+        }
+        _exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(useTwice(), testing::ExitedWithCode(0), ""); // the host's memory leak is the child's
+}
+
 TEST(InstalledPlugin, WithoutDispatcherEveryLoggerRefuses) {
     for (const bool hasOtherLibrary : {false, true}) { // one of that name that is no dispatcher
         SCOPED_TRACE(hasOtherLibrary);
         PluginRoot root;
         if (hasOtherLibrary) root.addStub("stub-hal", "common-logging-dispatcher");
         const PluginFile plugin(root.plugin());
+        (*plugin.symbol<void (*)()>("plugin_init"))();
         auto* const getLogger =
             plugin.symbol<void*(const char*)>("_ZN4orvo5tools7logging7Logging9getLoggerEPKc");
         auto* const isEnabled =
@@ -118,6 +173,7 @@ TEST(InstalledPlugin, WithoutDispatcherEveryLoggerRefuses) {
         EXPECT_TRUE(isEnabled(logger, 7));
         plugin.call<void>("_ZN4orvo5tools7logging6Logger3logEjPKcjm", logger, std::uint32_t{7}, "nowhere",
                           std::uint32_t{0}, std::uint64_t{0});
+        (*plugin.symbol<void (*)()>("plugin_deinit"))();
     }
 }
 

@@ -31,6 +31,26 @@ public:
     }
 };
 
+int revivals = 0;
+
+/// Makes the other one when it goes.
+template <int tag> class Reviving : public GuardedSingleton<Reviving<tag>> {
+public:
+    ~Reviving() override {
+        if (++revivals < 10) Reviving<1 - tag>::getInstance(); // so that an endless teardown fails and ends
+    }
+};
+
+TEST(LibraryInitController, TeardownDestroysWhatItFoundAndNotWhatIsMadeMeanwhile) {
+    const LibraryInitController::Lock lock;
+    LibraryInitController::beginUse();
+    Reviving<0>::getInstance();
+    LibraryInitController::endUse();
+    EXPECT_EQ(revivals, 1);
+    EXPECT_EQ(Reviving<0>::instance, nullptr);
+    EXPECT_NE(Reviving<1>::instance, nullptr);
+}
+
 TEST(LibraryInitController, LastUserUndoesEverythingNewestFirst) {
     const LibraryInitController::Lock lock;
     LibraryInitController::addDeinitFunction(note<0>); // without users nothing is kept,

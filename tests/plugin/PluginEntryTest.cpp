@@ -130,5 +130,17 @@ TEST_F(PluginEntryTest, FactoryMakesInterfacesThatSayWhatIsMissing) {
     EXPECT_EQ(detachments(), 2);
 }
 
+TEST_F(PluginEntryTest, ExceptionOfThePluginCanBeReadAfterItsLibraryWasClosed) {
+    const PluginRoot unloaded; // which nobody else holds open
+    try {
+        core::PluginLibrary library(unloaded.plugin());
+        library.init();
+        library.create()->injectDependency("portId", std::string("2"));
+        ADD_FAILURE() << "took a text for a number";
+    } catch (const std::exception& error) {
+        EXPECT_STREQ(error.what(), "boost::bad_any_cast: failed conversion using boost::any_cast");
+    }
+}
+
 } // namespace
 } // namespace orvo::test

@@ -31,6 +31,12 @@ public:
     void addStub(const std::string& stub, const std::string& name) {
         add(ORVO_BUILD_ROOT "/tests/stubs/lib" + stub + ".so", name);
     }
+    /// The same with a copy, which is loaded, and initialised, for itself.
+    void copyStub(const std::string& stub, const std::string& name) {
+        std::filesystem::create_directories(folder_ / "lib64");
+        std::filesystem::copy_file(ORVO_BUILD_ROOT "/tests/stubs/lib" + stub + ".so",
+                                   folder_ / ("lib64/lib" + name + ".so"));
+    }
     /// Puts the recording dispatcher into it that this program is linked to.
     void addDispatcher() {
         add(ORVO_BUILD_ROOT "/tests/unit/lib64/libcommon-logging-dispatcher.so", "common-logging-dispatcher");

@@ -44,6 +44,9 @@ ORVO_EXPORT Attachment attachment();
 /// What the dispatcher does from within each attach from now on, on the attaching thread; empty: nothing.
 ORVO_EXPORT void onAttach(std::function<void(const Attachment&)> action);
 
+/// Whether the dispatcher has no memory to answer look-ups with.
+ORVO_EXPORT void refuseLookups(bool refuse);
+
 /// Forgets all names and their handles.
 ORVO_EXPORT void forgetHandles();
 

@@ -15,6 +15,7 @@ std::mutex lock; // of everything below
 std::vector<LogRecord> records;
 std::map<std::string, std::uint64_t> handles;
 std::uint32_t currentThreshold = 2;
+bool refusesLookups = false;
 Attachment current;
 std::function<void(const Attachment&)> attachAction;
 
@@ -30,8 +31,8 @@ std::string nameOf(std::uint64_t handle) {
 
 void lookup(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
     const std::lock_guard guard(lock);
-    *handle = handleOf(name);
-    *threshold = currentThreshold;
+    *handle = refusesLookups ? 0 : handleOf(name);
+    *threshold = refusesLookups ? tools::logging::highestThreshold : currentThreshold;
 }
 
 void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b) {
@@ -96,6 +97,11 @@ Attachment attachment() {
 void onAttach(std::function<void(const Attachment&)> action) {
     const std::lock_guard guard(lock);
     attachAction = std::move(action);
+}
+
+void refuseLookups(bool refuse) {
+    const std::lock_guard guard(lock);
+    refusesLookups = refuse;
 }
 
 void forgetHandles() {

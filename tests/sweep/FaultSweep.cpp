@@ -36,7 +36,7 @@ struct Belongings {
     std::ptrdiff_t descriptors = entriesOf("/proc/self/fd");
 };
 
-/// A detached thread may be on its last instructions.
+/// A thread that was joined shows for a moment.
 std::ptrdiff_t threadsAfter(std::ptrdiff_t before) {
     for (int i = 0; i < 20'000 && entriesOf("/proc/self/task") > before; ++i) nap();
     return entriesOf("/proc/self/task");
@@ -195,10 +195,8 @@ int takeMessage(void*, const char*, std::uint32_t, const char*) {
 
 int sweep(std::string_view what, std::uint64_t stride, std::uint64_t offset) {
     becomeHostThread();
-    {
-        const core::PluginLibrary library(pluginPath); // stays in the process
-        installBoardShim(pluginPath);
-    }
+    const core::PluginLibrary library(pluginPath); // keeps the plug-in, and the shim in it, for all lives
+    installBoardShim(pluginPath);
     orvoLogSubscribe(nullptr, 2, takeMessage, nullptr);
     Sweep sweep(stride, offset);
     if (what == "calls") sweep.sweepCalls();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Symbol visibility of everything that crosses a library boundary. All libraries here are compiled with
-// hidden visibility, so what does not carry ORVO_EXPORT stays inside its library.
+// Symbol visibility across library boundaries. All libraries here are compiled with hidden visibility, so
+// symbols without ORVO_EXPORT stay inside their library.
 #pragma once
 
-#define ORVO_EXPORT __attribute__((visibility("default")))  ///< seen by other libraries
-#define ORVO_INTERNAL __attribute__((visibility("hidden"))) ///< not so, although its class is
+#define ORVO_EXPORT __attribute__((visibility("default")))  ///< visible to other libraries
+#define ORVO_INTERNAL __attribute__((visibility("hidden"))) ///< hidden member of an exported class

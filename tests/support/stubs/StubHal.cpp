@@ -28,3 +28,9 @@ template <class Result> Result answer() {
 #include "hal/OrvoHalEntries.def"
 #define ENTRY STUB
 #include "hal/KivRuntimeEntries.def"
+
+/// The test's, if it has one: runs while this library is being loaded.
+extern "C" __attribute__((weak, visibility("default"))) void whileBoardLibraryLoads();
+[[gnu::constructor]] static void initialise() {
+    if (whileBoardLibraryLoads) whileBoardLibraryLoads();
+}

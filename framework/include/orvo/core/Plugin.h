@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What every plug-in of the framework is made of: the base class of its objects and the descriptor row by
-// which the framework's plug-in core finds their factory.
+// The base class of plug-in objects, and the descriptor row through which the framework finds their factory.
 #pragma once
 
 #include <orvo/Export.h>
@@ -14,18 +13,18 @@
 
 namespace orvo::core {
 
-/// A step that a plug-in object wants the framework to run around the application's life. Owned by whoever
-/// holds the pointer; executed once, on the framework's thread.
+/// A step that the framework runs for a plug-in object before its first or after its last use. Shared by the
+/// holders of the pointer; executed once, on the framework's thread.
 class ORVO_EXPORT ApplicationCommand {
 public:
     virtual ~ApplicationCommand();
-    virtual void execute() = 0; ///< The step. What it throws passes to the framework.
+    virtual void execute() = 0; ///< Runs the step. The framework gets the exceptions that it throws.
 };
 
-/// Base class of every object that a plug-in's factory makes.
+/// Base class of every object that a plug-in's factory creates.
 ///
 /// The order of the virtual operations is part of the binary contract between the framework and its plug-ins:
-/// new ones go to the end, none is ever moved.
+/// new ones go to the end, and existing ones never move.
 ///
 /// Life: factory, `postConstruct`, any number of `injectDependency`, `postInjection`, use, destroy function.
 /// Threads: all operations of this class are called from one thread at a time.
@@ -53,39 +52,38 @@ public:
     /// A command to run after the object was last used, or null for none (the answer here).
     virtual boost::shared_ptr<ApplicationCommand> createCleanupApplicationCommand(); // slot 7
 
-    /// The factory that a descriptor row points to. The caller owns the object and gives it back to the
-    /// `destroyPluginPtr` of the same row. What T's constructor throws passes through, nothing stays
-    /// allocated.
+    /// The factory that a descriptor row points to. The caller owns the object and releases it through the
+    /// `destroyPluginPtr` of the same row. An exception of T's constructor passes through, and its memory is
+    /// released.
     template <class T> static Plugin* createPluginPtr() { return new T(); }
 
-    /// Destroys what `createPluginPtr<T>` made. A null pointer is allowed and ignored.
+    /// Destroys an object from `createPluginPtr<T>`. Ignores a null pointer.
     template <class T> static void destroyPluginPtr(Plugin* plugin) { delete plugin; }
 };
 
-/// One row of a plug-in's exported array `plugin_descriptor`; `plugin_count` (a 32-bit integer) says how many
-/// there are. The texts are constants of the plug-in library and live as long as it is loaded.
+/// One row of a plug-in's exported array `plugin_descriptor`; `plugin_count` (a 32-bit integer) is the number
+/// of rows. The texts are constants of the plug-in library and live as long as it is loaded.
 struct PluginDescriptor {
     Plugin* (*create)();             ///< the factory; null is refused
-    void (*destroy)(Plugin* plugin); ///< releases what the factory made; null is refused
-    const char* name;                ///< by which the framework asks for the class
-    const char* description;         ///< one line for people
-    const char* vendor;              ///< who made it
+    void (*destroy)(Plugin* plugin); ///< releases an object of the factory; null is refused
+    const char* name;                ///< the framework's name for the class
+    const char* description;         ///< one line, for a human reader
+    const char* vendor;              ///< the maker's name
     const char* date;                ///< day.month.year
     std::uint64_t interfaceVersion;  ///< revision of this row's layout
-    std::uint64_t frameworkVersion;  ///< framework release that the plug-in was made for, 70010 = 7.0.10
+    std::uint64_t frameworkVersion;  ///< framework release that the plug-in is for, 70010 = 7.0.10
     std::uint64_t flags;             ///< none defined
 };
 static_assert(sizeof(PluginDescriptor) == 72 && offsetof(PluginDescriptor, flags) == 64);
 
-/// Type of the two exported variables `plugin_init` and `plugin_deinit`, which point to the functions to call
-/// after loading and before unloading. Each call of the one is matched by one of the other.
+/// Type of the two exported variables `plugin_init` and `plugin_deinit`. They point to the functions to call
+/// after loading and before unloading; call the second once for each call of the first.
 using PluginEntryFunction = void (*)();
 
 } // namespace orvo::core
 
 extern "C" {
-/// Initialises the framework's core library; each call is matched by one OrvoCoreDeinit. Any thread; never
-/// fails.
+/// Initialises the framework's core library; call OrvoCoreDeinit once for each call. Any thread; never fails.
 ORVO_EXPORT void OrvoCoreInit();
-ORVO_EXPORT void OrvoCoreDeinit(); ///< Undoes it.
+ORVO_EXPORT void OrvoCoreDeinit(); ///< Undoes one call of OrvoCoreInit. Any thread; never fails.
 }

@@ -2,10 +2,9 @@
 // Entry points of the applet runtime, library "libkivrt.so", as C prototypes.
 //
 // The plug-in opens the library at run time and calls it through forwarding functions of the same names; a
-// library that stands in for it defines them. This header is included by both, so that the compiler holds one
-// against the other. Entries without a comment are bound and forwarded, but the plug-in does not call them:
-// of these only the parameter widths are known (p2 is the second parameter), everything else is the library's
-// own.
+// library that stands in for it defines them. Both include this header, so that the compiler compares them.
+// The plug-in binds and forwards entries without a comment but does not call them: only their parameter
+// widths are known (p2 is the second parameter).
 //
 // Unless a comment says otherwise, an int result is 0 or a count on success and negative on failure, and a
 // forwarding function whose entry is not bound returns KivNotLoaded.
@@ -21,7 +20,7 @@ extern "C" {
 
 /// Result codes of the applet runtime.
 enum KivResult {
-    KivNotLoaded = -114 ///< the library, or this entry of it, is not there
+    KivNotLoaded = -114 ///< the library is not loaded or lacks the entry
 };
 
 /// The description (register map) of the hardware applet of firmware `major`.`minor`, each 0 to 255. Owned by

@@ -2,10 +2,9 @@
 // Entry points of the hardware access layer, library "liborvo_hal.so", as C prototypes.
 //
 // The plug-in opens the library at run time and calls it through forwarding functions of the same names; a
-// library that stands in for it defines them. This header is included by both, so that the compiler holds one
-// against the other. Entries without a comment are bound and forwarded, but the plug-in does not call them:
-// of these only the parameter widths are known (p2 is the second parameter), everything else is the library's
-// own.
+// library that stands in for it defines them. Both include this header, so that the compiler compares them.
+// The plug-in binds and forwards entries without a comment but does not call them: only their parameter
+// widths are known (p2 is the second parameter).
 //
 // Unless a comment says otherwise, an int result is 0 or a count on success and negative on failure, and a
 // forwarding function whose entry is not bound returns HalNotLoaded.
@@ -19,10 +18,10 @@
 extern "C" {
 #endif
 
-/// Result codes of the hardware access layer that its users test for.
+/// Result codes of the hardware access layer that callers test for.
 enum HalResult {
     HalTimeout = -2120,  ///< a data queue delivered nothing within the time-out
-    HalNotLoaded = -2130 ///< the library, or this entry of it, is not there
+    HalNotLoaded = -2130 ///< the library is not loaded or lacks the entry
 };
 
 /// Opens board number `boardIndex` (from 0). Returns a device handle, owned by the caller until
@@ -63,19 +62,19 @@ ORVO_EXPORT int OHalRegisterRead(void* device, uint32_t address, uint64_t* value
 ORVO_EXPORT int OHalRegisterWrite(void* device, uint32_t address, uint64_t value);
 
 /// Reads up to `lengthBytes` of a data queue, whole 32-bit words. Waits up to `timeoutMs` milliseconds for
-/// data. Returns the number of bytes delivered, -2120 when nothing arrived in time, another negative code on
-/// failure. Threads: different queues of one device may be read at the same time, one queue by one thread
-/// only.
+/// data. Returns the number of bytes delivered, HalTimeout when nothing arrived in time, another negative
+/// code on failure. Threads: different queues of one device may be read at the same time, one queue by one
+/// thread only.
 ORVO_EXPORT int OHalDataQueueReadBufferLong(void* device, uint32_t queue, void* buffer, uint64_t lengthBytes,
                                             uint32_t timeoutMs);
 
-/// Words that the queue had to drop since the board was powered up, because it was full.
+/// Words that the queue dropped because it was full, counted since the board was powered up.
 ORVO_EXPORT int OHalDataQueueGetNrOfLostWords(void* device, uint32_t queue);
 
-/// Drops what a data queue holds. The count of lost words stays.
+/// Empties a data queue. The count of lost words stays.
 ORVO_EXPORT int OHalDataQueueClear(void* device, uint32_t queue);
 
-/// 32-bit words that a data queue holds at this moment.
+/// Number of 32-bit words in a data queue.
 ORVO_EXPORT int OHalDataQueueGetNrOfWords(void* device, uint32_t queue);
 
 /// @name Bound and forwarded only

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a network port reports without being asked.
+// Events that a network port reports.
 #pragma once
 
 #include <orvo/Export.h>
@@ -8,7 +8,7 @@
 
 namespace orvo::core::zume {
 
-/// Base class of all events of a port. Which event it is follows from its class (dynamic_cast).
+/// Base class of all events of a port. Use dynamic_cast to tell them apart.
 class ORVO_EXPORT PhysicalNetworkInterfaceEvent {
 public:
     virtual ~PhysicalNetworkInterfaceEvent();
@@ -17,11 +17,10 @@ public:
 /// The firmware sent an action command and no acknowledgement came in time.
 class ORVO_EXPORT PniActionCommandTimeout : public PhysicalNetworkInterfaceEvent {
 public:
-    /// A report of this count, which is kept as it is.
     explicit PniActionCommandTimeout(unsigned short timeoutCount) : type(8), count(timeoutCount) {}
     ~PniActionCommandTimeout() override;
 
-    std::uint32_t type;  ///< code of this kind of event: 8
+    std::uint32_t type;  ///< code of this kind of event
     std::uint16_t count; ///< bits 0 to 15 of the firmware's report
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The road of a port's events to the framework.
+// The queue from a port to the framework.
 #pragma once
 
 #include <orvo/core/zume/PhysicalNetworkInterfaceEvent.h>
@@ -11,24 +11,24 @@
 
 namespace orvo::core::zume {
 
-/// Events of one port, oldest first, at most 64.
+/// Events of one port, oldest first.
 ///
-/// The port posts, the framework takes from `queue` on threads of its own. A full queue holds the posting
-/// thread until an event is taken or the port is stopped, which interrupts `queue` for good.
+/// The port posts events, and the framework takes them from `queue` on its own threads. When the queue is
+/// full, the posting thread waits until an event is taken or the port is stopped, which interrupts `queue`
+/// for good.
 class ORVO_EXPORT PhysicalNetworkInterfaceEventQueue {
 public:
-    /// What carries them; the framework is its consumer.
     using Queue = templates::platform::SynchronizedQueue<boost::shared_ptr<PhysicalNetworkInterfaceEvent>>;
-    static constexpr std::uint64_t capacity = 64; ///< events that wait at most
+    static constexpr std::uint64_t capacity = 64; ///< largest number of waiting events
 
     PhysicalNetworkInterfaceEventQueue();
     virtual ~PhysicalNetworkInterfaceEventQueue();
     PhysicalNetworkInterfaceEventQueue(const PhysicalNetworkInterfaceEventQueue&) = delete;
     PhysicalNetworkInterfaceEventQueue& operator=(const PhysicalNetworkInterfaceEventQueue&) = delete;
 
-    /// Posts a PniActionCommandTimeout; waits while the queue is full. Without `enabled`, after an
-    /// interruption, or without memory the event is dropped. Never throws. Defined by the plug-in, which
-    /// alone posts.
+    /// Posts a PniActionCommandTimeout; waits while the queue is full. Drops the event while `enabled` is
+    /// false, after an interruption, and without memory. Defined in the plug-in, because only the plug-in
+    /// posts.
     ORVO_INTERNAL void notifyActionCommandTimeout(unsigned short count) noexcept;
 
     std::atomic<bool> enabled{false}; ///< the framework's switch: false drops every event

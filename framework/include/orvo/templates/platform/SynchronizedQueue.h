@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A bounded first-in first-out queue between threads, with an interruption that releases everyone for good.
+// A bounded first-in first-out queue between threads that can be interrupted for good.
 #pragma once
 
 #include <orvo/Export.h>
@@ -22,15 +22,15 @@ class ORVO_EXPORT SynchronizedQueueInterruptException : public std::exception {}
 
 /// Hands copies of T from any number of producers to any number of consumers.
 ///
-/// Once interrupted, a queue accepts nothing more and every waiting producer fails at once; consumers still
-/// get what was queued before, and then fail as well. There is no way back. Nobody may be inside the queue
-/// when it is destroyed; what it still holds is released then.
+/// Once interrupted, a queue accepts no more elements and every waiting producer fails at once; consumers
+/// still get the elements queued before, and then fail as well. An interruption cannot be undone. No thread
+/// may be in an operation when the queue is destroyed; its elements are released then.
 template <class T> class ORVO_EXPORT SynchronizedQueue {
 public:
     /// `capacity` is at least 1.
     explicit SynchronizedQueue(std::uint64_t capacity) : capacity_(capacity) {
         pthread_mutex_init(&mutex_, nullptr);
-        pthread_condattr_t monotonic; // so that a step of the wall clock does not stretch tryPop
+        pthread_condattr_t monotonic; // so that setting the wall clock does not change the wait of tryPop
         pthread_condattr_init(&monotonic);
         pthread_condattr_setclock(&monotonic, CLOCK_MONOTONIC);
         pthread_cond_init(&notEmpty_, &monotonic);
@@ -46,8 +46,8 @@ public:
     SynchronizedQueue& operator=(const SynchronizedQueue&) = delete;
 
     /// Appends a copy of `item`; waits while the queue is full.
-    /// Errors: SynchronizedQueueInterruptException when the queue is or becomes interrupted; what copying T
-    /// throws. In both cases the queue is unchanged.
+    /// Errors: SynchronizedQueueInterruptException when the queue is or becomes interrupted; exceptions of
+    /// copying T and std::bad_alloc pass through. The queue is then unchanged.
     void push(const T& item) {
         Lock lock(&mutex_);
         while (items_.size() == capacity_ && !interrupted_) pthread_cond_wait(&notFull_, &mutex_);
@@ -56,7 +56,7 @@ public:
         pthread_cond_signal(&notEmpty_);
     }
 
-    /// Takes the oldest element; waits while there is none.
+    /// Takes the oldest element; waits while the queue is empty.
     /// Errors: SynchronizedQueueInterruptException when the queue is empty and interrupted.
     T pop() {
         Lock lock(&mutex_);
@@ -64,7 +64,7 @@ public:
         return takeFront();
     }
 
-    /// Takes the oldest element into `item`, waiting at most `limit` for one; false when none came.
+    /// Takes the oldest element into `item`. Waits at most `limit`; false when the queue is still empty then.
     /// Errors: as `pop`.
     bool tryPop(T& item, std::chrono::milliseconds limit) {
         const timespec deadline = monotonicTimeAfter(limit);
@@ -76,7 +76,7 @@ public:
         return true;
     }
 
-    /// Ends every wait in the queue and refuses all further elements. Never throws.
+    /// Ends every wait in the queue and refuses all further elements.
     void interrupt() noexcept {
         Lock lock(&mutex_);
         interrupted_ = true;
@@ -106,7 +106,7 @@ private:
 
     static timespec monotonicTimeAfter(std::chrono::milliseconds limit) {
         using namespace std::chrono;
-        constexpr milliseconds longest = hours(24 * 365 * 100); // what is longer does not fit nanoseconds
+        constexpr milliseconds longest = hours(24 * 365 * 100); // longer ones overflow the nanoseconds
         const nanoseconds waited = std::clamp(limit, milliseconds::zero(), longest);
         timespec now{};
         clock_gettime(CLOCK_MONOTONIC, &now);

@@ -1,28 +1,31 @@
 // SPDX-License-Identifier: MIT
 // The contract between a logging facility and the dispatcher library "common-logging-dispatcher", which
-// decides what loggers exist, what passes, and where messages end up. Plain C types: the two sides share
-// nothing else.
+// decides what loggers exist, what passes, and where messages go. It uses plain C types and no other shared
+// code.
 #pragma once
+
+#include <orvo/tools/logging/LogLevel.h>
 
 #include <cstdint>
 
 namespace orvo::tools::logging {
 
-class Logging; ///< a logging facility; opaque to the dispatcher, which hands it back in detach
+class Logging; ///< a logging facility; the dispatcher sees only its address
 
 extern "C" {
 
-/// Facility's: the dispatcher is going away; afterwards the facility calls it no more.
+/// In the facility: the dispatcher is going away. The facility does not call it after this.
 using DispatcherDetached = void (*)();
 
-/// Facility's: the logger of this handle gets a new threshold. Handles that the facility does not know are
-/// ignored.
+/// In the facility: the logger of this handle gets a new threshold. Ignores unknown handles.
 using SetLoggerLevel = void (*)(std::uint64_t handle, std::uint32_t threshold);
 
-/// Dispatcher's: the handle (not 0) and threshold of a name. The same name always gets the same handle.
+/// In the dispatcher: the handle (not 0) and threshold (0 to highestThreshold) of a name. The same name
+/// always gets the same handle. Handle 0 with the highest threshold means that there was no memory; ask
+/// again.
 using LookupLogger = void (*)(const char* name, std::uint64_t* handle, std::uint32_t* threshold);
 
-/// Dispatcher's: takes one message. `message` is NUL-terminated and valid during the call only.
+/// In the dispatcher: takes one message. `message` is NUL-terminated and valid during the call only.
 /// The last two arguments are always 0.
 using EmitMessage = void (*)(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,
                              std::uint64_t b);
@@ -31,8 +34,8 @@ using EmitMessage = void (*)(std::uint64_t handle, std::uint32_t level, const ch
 /// any thread; attach fills in the two slots and may call back at once.
 struct DispatcherDescriptor {
     void (*attach)(Logging* facility, DispatcherDetached detached, SetLoggerLevel setLevel,
-                   LookupLogger* lookup, EmitMessage* emit); ///< a facility comes
-    void (*detach)(Logging* facility); ///< and goes: none of its functions is called any more
+                   LookupLogger* lookup, EmitMessage* emit); ///< connects a facility
+    void (*detach)(Logging* facility); ///< after it returns, none of its functions is called
 };
 
 } // extern "C"

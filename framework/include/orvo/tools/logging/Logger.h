@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A named logger of the plug-in's logging facility, as its users see it.
+// A named logger of the plug-in's logging facility.
 #pragma once
 
 #include <orvo/Export.h>
@@ -12,9 +12,8 @@ namespace orvo::tools::logging {
 
 /// One named logger: answers whether a message would pass, and forwards the finished text to the dispatcher.
 ///
-/// A message of level L passes a logger of threshold T when L >= T. Levels in use: 2 detail, 3 information,
-/// 4 warning, 5 error. Loggers belong to the logging facility and live until the plug-in's last
-/// de-initialisation. Threads: every operation may be called from any thread.
+/// Levels and thresholds are those of LogLevel.h. Loggers belong to the logging facility and live until the
+/// plug-in's last de-initialisation. Threads: every operation may be called from any thread.
 class ORVO_EXPORT Logger {
 public:
     Logger(std::uint64_t handle, std::uint32_t threshold); ///< both as the dispatcher gives them
@@ -25,12 +24,11 @@ public:
     /// True when `level` passes and the calling thread is not muted.
     bool isEnabled(std::uint32_t level);
 
-    /// Forwards `message` (NUL-terminated, copied by the dispatcher before the call returns) whatever its
-    /// level is: callers ask `isEnabled` first. `a` and `b` are handed on unchanged; nobody uses them, pass
-    /// 0.
+    /// Forwards `message` (NUL-terminated; the dispatcher copies it before the call returns) whatever its
+    /// level is: callers ask `isEnabled` first. `a` and `b` are passed on unchanged; pass 0.
     void log(std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b);
 
-    void setLevel(std::uint32_t threshold); ///< The least level that passes from now on.
+    void setLevel(std::uint32_t threshold); ///< the lowest level that passes from now on
 
     /// Mutes (false) or unmutes (true) this logger for the calling thread; returns whether it was unmuted
     /// before.
@@ -39,9 +37,9 @@ public:
 private:
     friend class LogLine;
 
-    /// The first half of `isEnabled`, one comparison, for lines that are refused most of the time.
+    /// The first half of `isEnabled`, inline, because most lines are refused.
     bool passes(std::uint32_t level) const noexcept {
-        // Relaxed: a new threshold need not reach other threads together with anything else.
+        // Relaxed: no other memory changes together with the threshold.
         return threshold_.load(std::memory_order_relaxed) <= level;
     }
 
