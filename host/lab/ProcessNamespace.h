@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-// A process whose end is the end of everything that was started below it.
+// Runs work so that every process that it starts ends with it.
 #pragma once
 
 #include <functional>
 
 namespace orvo::host {
 
-/// Runs `work` in a process of its own, the first of new process and mount namespaces, and returns the exit
-/// code that it returned. When that process ends, or this one, however it comes about, the kernel ends every
-/// process below. SIGINT, SIGTERM and SIGHUP that somebody sends to this process are passed on; there they
-/// are blocked, as is SIGCHLD, and taken by `awaitSignal`. Call it on the main thread, as its last work and
-/// before other threads start. Errors: Failure where there can be no namespaces; Interruption. What `work`
-/// throws is told on standard error, and makes the exit code 1.
-int runContained(const std::function<int()>& work);
+/// Runs `work` in a child, the first process of new process and mount namespaces, and returns the exit code
+/// that it returned. When the child or this process ends, for whatever reason, the kernel kills every process
+/// in the namespace. SIGINT, SIGTERM and SIGHUP that another process sends to this one are passed on to the
+/// child; there they are blocked, as is SIGCHLD, and taken by `awaitSignal`. What `work` throws is printed on
+/// standard error and makes the exit code 1. Call it on the main thread, last, and before other threads
+/// start. Errors: Failure where no namespaces can be made; Interruption.
+int runInProcessNamespace(const std::function<int()>& work);
 
 } // namespace orvo::host
