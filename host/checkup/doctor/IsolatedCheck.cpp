@@ -1,23 +1,22 @@
 // SPDX-License-Identifier: MIT
-// The child of a trial, and what is left of it.
-#include "checkup/doctor/Trial.h"
+// The child sends its checks as JSON in one memory file; what foreign code prints goes into another.
+#include "checkup/doctor/IsolatedCheck.h"
 
 #include "base/Child.h"
 #include "base/Failure.h"
+#include "base/Output.h"
 #include "base/Signals.h"
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -29,12 +28,12 @@
 namespace orvo::host {
 namespace {
 
-/// A file in memory, which a child that ends at any point leaves whole.
+/// Keeps what a child wrote before it ended, at whatever point that was.
 class MemoryFile {
 public:
-    MemoryFile() : descriptor_(memfd_create("trial", MFD_CLOEXEC)) {
+    MemoryFile() : descriptor_(memfd_create("check", MFD_CLOEXEC)) {
         if (descriptor_ < 0)
-            throw Failure("cannot try a library: " + systemError(errno) + "; end other programs first");
+            throw Failure("cannot test a library: " + systemError(errno) + "; end other programs first");
     }
     ~MemoryFile() { close(descriptor_); }
     MemoryFile(const MemoryFile&) = delete;
@@ -51,115 +50,77 @@ private:
     const int descriptor_;
 };
 
-// Four texts a check and its further ones, each ended by a NUL, and an empty one; one NUL more behind all.
-// Written at once: it is whole, or it is not there.
-std::string encoded(const Checks& checks) {
-    std::string text;
-    const auto add = [&](const std::string& field) { text += field.substr(0, field.find('\0')) + '\0'; };
-    for (const auto& check : checks) {
-        for (const auto& field :
-             {std::to_string(static_cast<int>(check.verdict)), check.name, check.found, check.mend})
-            add(field);
-        for (const auto& name : check.uncalled) add(name);
-        add("");
-    }
-    return text + '\0';
-}
-
-std::optional<Checks> decoded(const std::string& text) {
-    if (!text.ends_with('\0')) return std::nullopt;
-    Checks checks;
-    for (std::size_t at = 0; at + 1 < text.size();) {
-        const auto next = [&] {
-            std::string field = text.c_str() + at; // to the next NUL
-            at += field.size() + 1;
-            return field;
-        };
-        const auto verdict = static_cast<Verdict>(std::stoi(next()));
-        auto name = next(), found = next(), mend = next();
-        checks.push_back({std::move(name), verdict, std::move(found), std::move(mend)});
-        for (auto entry = next(); !entry.empty(); entry = next())
-            checks.back().uncalled.push_back(std::move(entry));
-    }
-    return checks;
-}
-
-Checks failed(const Check& blamed, const std::string& found) {
-    return {{blamed.name, Verdict::Bad, found, blamed.mend}};
-}
-
 Checks resultOf(const Check& blamed, const std::function<Checks()>& work) {
     try {
         return work();
     } catch (const std::exception& error) {
-        return failed(blamed, withoutAdvice(error.what()));
+        return {failedCheck(blamed, withoutAdvice(error.what()))};
     }
 }
 
-/// A group of its own, so that nothing that it starts is left; gone with its parent; no core files.
-void leaveParent(const MemoryFile& words) {
-    setpgid(0, 0);
+/// In the child: its group is its own, so that all that it starts can be ended; it ends with its parent,
+/// leaves no core file, and signals have their default effect.
+void isolate(const MemoryFile& output) {
+    leaveTerminal();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     const rlimit none = {};
     setrlimit(RLIMIT_CORE, &none);
-    leaveTerminal();
-    dup2(words.descriptor(), STDOUT_FILENO);
-    dup2(words.descriptor(), STDERR_FILENO);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) std::signal(number, SIG_DFL);
+    dup2(output.descriptor(), STDOUT_FILENO);
+    dup2(output.descriptor(), STDERR_FILENO);
 }
 
-/// Readable, as poll sees it, once the process has ended. The C library of Debian 12 declares its own
-/// function for that wrongly.
-int endDescriptorOf(pid_t process) {
-    return static_cast<int>(syscall(SYS_pidfd_open, process, 0));
+bool hasEnded(pid_t child) {
+    siginfo_t end = {};
+    return waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid != 0;
 }
 
-/// The status as waitpid has it; nothing: it had to be ended.
+/// Waits for the child, then kills what is left of its group. Returns its status as waitpid does; nothing
+/// when it was still running after `limit`.
 std::optional<int> awaitEnd(pid_t child, std::chrono::milliseconds limit) {
-    pollfd ends[] = {{endDescriptorOf(child), POLLIN, 0}, {endDescriptor(), POLLIN, 0}};
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    int result = 0;
-    do {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        result = poll(ends, std::size(ends), static_cast<int>(std::max(left.count(), 0L)));
-    } while (result < 0 && errno == EINTR && endRequested() == 0);
-    close(ends[0].fd);
-    const bool inTime = result > 0 && ends[0].revents != 0;
-    kill(-child, SIGKILL); // what it started, and itself
+    pollfd signal{endDescriptor(), POLLIN, 0};
+    bool ended = hasEnded(child);
+    for (; !ended && endRequested() == 0 && std::chrono::steady_clock::now() < deadline;
+         ended = hasEnded(child))
+        poll(&signal, 1, 1);
+    kill(-child, SIGKILL);
     kill(child, SIGKILL);
     int status = 0;
     waitpid(child, &status, 0);
     throwIfEndRequested();
-    return inTime ? std::optional(status) : std::nullopt;
+    return ended ? std::optional(status) : std::nullopt;
 }
 
-std::string endOf(std::optional<int> status, std::chrono::milliseconds limit) {
-    if (!status) return fmt::format("nothing comes of it within {} ms", limit.count());
+std::string endingOf(std::optional<int> status, std::chrono::milliseconds limit) {
+    if (!status) return fmt::format("it did not finish within {} ms", limit.count());
     if (WIFSIGNALED(*status))
-        return fmt::format("it ends the process by a signal ({})", strsignal(WTERMSIG(*status)));
-    return fmt::format("it ends the process (exit code {})", WEXITSTATUS(*status));
+        return fmt::format("it ended the process by a signal ({})", strsignal(WTERMSIG(*status)));
+    return fmt::format("it ended the process with exit code {}", WEXITSTATUS(*status));
 }
 
-std::string endOf(std::optional<int> status, std::chrono::milliseconds limit, const std::string& words) {
-    std::istringstream lines(words);
+std::string lastLineOf(const std::string& output) {
+    std::istringstream lines(output);
     std::string last;
     for (std::string line; std::getline(lines, line);) last = line;
-    return endOf(status, limit) + (last.empty() ? "" : "; its last words: " + last);
+    return last.empty() ? "" : "; the last line it printed: " + last;
 }
 
 } // namespace
 
-Checks tried(const Check& blamed, const std::function<Checks()>& work, std::chrono::milliseconds limit) {
-    const MemoryFile result, words;
+Checks runIsolated(const Check& blamed, const std::function<Checks()>& work,
+                   std::chrono::milliseconds limit) {
+    const MemoryFile result, output;
     const auto child = startChild([&] {
-        leaveParent(words);
-        const auto text = encoded(resultOf(blamed, work));
-        return write(result.descriptor(), text.data(), text.size()) < 0 ? Failed : Done;
+        isolate(output);
+        const auto document = textOf(checksJson(resultOf(blamed, work)));
+        return write(result.descriptor(), document.data(), document.size()) < 0 ? Failed : Done;
     });
-    setpgid(child.id, child.id); // whoever of the two comes first
+    setpgid(child.id, child.id); // the child does the same: either may run first
     const auto status = awaitEnd(child.id, limit);
-    if (auto checks = decoded(result.content())) return *checks;
-    return failed(blamed, endOf(status, limit, words.content()));
+    const auto document = nlohmann::ordered_json::parse(result.content(), nullptr, false);
+    if (!document.is_discarded()) return checksFrom(document);
+    return {failedCheck(blamed, endingOf(status, limit) + lastLineOf(output.content()))};
 }
 
 } // namespace orvo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Work that may end the process, done in a process of its own.
+// Checks that run foreign code, each in a process of its own.
 #pragma once
 
 #include "checkup/doctor/Check.h"
@@ -9,12 +9,13 @@
 
 namespace orvo::host {
 
-inline constexpr std::chrono::milliseconds trialLimit = std::chrono::seconds(20);
+inline constexpr std::chrono::milliseconds isolationLimit = std::chrono::seconds(20);
 
-/// What `work`, done in a child, returns. Where it throws, crashes, ends the process or takes longer than
-/// `limit`, there is one bad check instead: `blamed`, with how it ended as what was found. What the child
-/// writes goes nowhere. Errors: Failure when there can be no child; Interruption.
-Checks tried(const Check& blamed, const std::function<Checks()>& work,
-             std::chrono::milliseconds limit = trialLimit);
+/// Calls `work` in a child process and returns its result. Where it throws, crashes, ends the process or
+/// takes longer than `limit`, the result is one bad check: `blamed`, which then says how the child ended and
+/// the last line that it printed. The child, and every process of its group, has ended on return. Errors:
+/// Failure when no child can be started; Interruption.
+Checks runIsolated(const Check& blamed, const std::function<Checks()>& work,
+                   std::chrono::milliseconds limit = isolationLimit);
 
 } // namespace orvo::host

@@ -1,45 +1,22 @@
 // SPDX-License-Identifier: MIT
-// Making of commands.
-#include "checkup/doctor/Mending.h"
-
-#include "checkup/doctor/Access.h"
+#include "checkup/doctor/Repair.h"
 
 #include <fmt/format.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
+#include <cerrno>
 #include <string_view>
 
 namespace orvo::host {
+namespace {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-#ifdef __aarch64__
-constexpr const char* architecture = "arm64";
-#else
-constexpr const char* architecture = "amd64";
-#endif
-
-bool hasLine(const fs::path& file, const std::string& wanted) {
-    std::ifstream lines(file);
-    for (std::string line; std::getline(lines, line);)
-        if (line == wanted) return true;
-    return false;
-}
-
-/// Its own way is the only one that leaves this program's installation of one piece.
-std::string commandToInstallAnew(const fs::path& root, const fs::path& file, const fs::path& packageFiles) {
-    std::error_code missing;
-    if (fs::exists(root / "CMakeCache.txt", missing)) return "cmake --build " + shellWord(root.string());
-    if (hasLine(packageFiles, file.string()))
-        return fmt::format("sudo dpkg -i orvo-gige_" ORVO_VERSION "_{}.deb", architecture);
-    if (fs::exists("build/release/cmake_install.cmake", missing))
-        return asWriter(root, "cmake --install build/release --prefix " + shellWord(root.string()));
-    return fmt::format("install orvo-gige " ORVO_VERSION " into {} again, from where it came",
-                       shellWord(root.string()));
+bool isOwn(const fs::path& place) {
+    struct stat about = {};
+    return stat(place.c_str(), &about) == 0 && about.st_uid == geteuid();
 }
 
 } // namespace
@@ -53,34 +30,46 @@ std::string shellWord(const std::string& text) {
     return word + "'";
 }
 
-std::string asWriter(const fs::path& place, const std::string& command) {
-    auto there = place;
-    while (there.has_relative_path() && access(there.c_str(), F_OK) != 0) there = there.parent_path();
-    return (access(there.c_str(), W_OK) == 0 ? "" : "sudo ") + command;
+std::string ownProgram() {
+    std::error_code unknown;
+    const auto path = fs::read_symlink("/proc/self/exe", unknown);
+    return unknown ? "orvo-gige" : shellWord(path.string());
 }
 
-std::string commandToEdit(const std::string& file, unsigned line) {
-    const auto place = line == 0 ? "" : fmt::format("+{} ", line); // as all of Debian's editors have it
-    return asWriter(file, fmt::format("editor {}{}", place, shellWord(file)));
+std::string asWriter(const fs::path& place, const std::string& command) {
+    auto existing = place;
+    while (existing.has_relative_path() && access(existing.c_str(), F_OK) != 0)
+        existing = existing.parent_path();
+    return (access(existing.c_str(), W_OK) == 0 ? "" : "sudo ") + command;
+}
+
+fs::path closedFolder(const fs::path& file) {
+    fs::path folder;
+    for (const auto& part : file.parent_path()) {
+        folder /= part;
+        if (access(folder.c_str(), X_OK) != 0) return errno == EACCES ? folder : fs::path();
+    }
+    return {};
+}
+
+std::string commandToOpen(const fs::path& file) {
+    const auto folder = closedFolder(file);
+    const auto& place = folder.empty() ? file : folder;
+    return fmt::format("{}chmod {} {}", isOwn(place) ? "" : "sudo ", folder.empty() ? "a+r" : "a+rx",
+                       shellWord(place.string()));
 }
 
 std::string commandToCorrect(const fs::path& file, unsigned line) {
-    if (line != 0) return commandToEdit(file.string(), line);
-    std::error_code reason;
-    if (fs::is_regular_file(file, reason) || reason == std::errc::permission_denied)
-        return commandToOpen(file);
     const auto word = shellWord(file.string());
-    return asWriter(file.parent_path(), "mv " + word + " " + word + ".old");
-}
-
-fs::path ownProgram() {
+    if (!closedFolder(file).empty() || access(file.c_str(), R_OK) != 0) return commandToOpen(file);
     std::error_code unknown;
-    const auto path = fs::read_symlink("/proc/self/exe", unknown);
-    return unknown ? "orvo-gige" : path;
+    if (!fs::is_regular_file(file, unknown))
+        return asWriter(file.parent_path(), fmt::format("mv {0} {0}.old", word));
+    const auto place = line == 0 ? "" : fmt::format("+{} ", line); // as all editors of Debian take it
+    return asWriter(file, fmt::format("editor {}{}", place, word));
 }
 
-std::string commandToRestore(const Installation& installation, const fs::path& file,
-                             const fs::path& packageFiles) {
+std::string commandToRestore(const Installation& installation, const fs::path& file) {
     const auto& root = installation.root();
     const Installation own("");
     const auto source = own.root() / file.lexically_relative(root);
@@ -88,7 +77,8 @@ std::string commandToRestore(const Installation& installation, const fs::path& f
     if (own.root() != root && fs::exists(source, missing))
         return asWriter(file.parent_path(), fmt::format("install -D -m 644 {} {}", shellWord(source.string()),
                                                         shellWord(file.string())));
-    return commandToInstallAnew(root, file, packageFiles);
+    return fmt::format("install orvo-gige " ORVO_VERSION " again, such as with: {}",
+                       asWriter(root, "cmake --install build/release --prefix " + shellWord(root.string())));
 }
 
 } // namespace orvo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Commands that mend an installation.
+// Commands for a shell that repair an installation.
 #pragma once
 
 #include "device/Installation.h"
@@ -9,25 +9,27 @@
 
 namespace orvo::host {
 
-/// A word as a shell takes it.
+/// The text, quoted where a shell would not take it as one plain word.
 std::string shellWord(const std::string& text);
+
+/// Path of this program, as a shell word.
+std::string ownProgram();
 
 /// `command`, with sudo where this user may not write to `place`.
 std::string asWriter(const std::filesystem::path& place, const std::string& command);
 
-/// Opens a line of a file; 0 for the file.
-std::string commandToEdit(const std::string& file, unsigned line);
+/// The outermost folder above `file` that this user may not enter; empty: none.
+std::filesystem::path closedFolder(const std::filesystem::path& file);
 
-/// Corrects a configuration file: its line, or, where `line` is 0, what keeps all of it from being read.
-std::string commandToCorrect(const std::filesystem::path& file, unsigned line);
+/// Lets this user read `file`: opens the folder above it that is closed, or else the file.
+std::string commandToOpen(const std::filesystem::path& file);
 
-/// The path of this program's own file.
-std::filesystem::path ownProgram();
+/// Opens a configuration file in an editor, at `line` unless that is 0. Makes a file readable first where
+/// this user cannot read it, and moves anything that is no file out of the way.
+std::string commandToCorrect(const std::filesystem::path& file, unsigned line = 0);
 
-/// Puts a file of an installation in its place: from this program's own installation, or, where that is this
-/// one, in the way that it was made: by building, by its Debian package, the files of which are listed in
-/// `packageFiles`, or by installing. Words where no command would do.
-std::string commandToRestore(const Installation& installation, const std::filesystem::path& file,
-                             const std::filesystem::path& packageFiles = "/var/lib/dpkg/info/orvo-gige.list");
+/// Puts a file of an installation back: copied from this program's own installation, or, in that one, by
+/// installing it again.
+std::string commandToRestore(const Installation& installation, const std::filesystem::path& file);
 
 } // namespace orvo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The plug-in's tuning values, each with where it comes from.
+// The plug-in's tuning values, each with the place that it is from.
 #pragma once
 
 #include "checkup/settings/Settings.h"
