@@ -26,14 +26,10 @@ bool isRoot(const fs::path& folder) {
     return fs::is_directory(folder / "lib64", unreadable);
 }
 
-/// The installation around a folder, or one in it; empty: none.
-fs::path rootNear(const fs::path& folder) {
-    for (auto above = folder; above.has_relative_path(); above = above.parent_path())
-        if (isRoot(above)) return above;
-    std::error_code unreadable;
-    for (const auto& entry : fs::directory_iterator(folder, unreadable))
-        if (isRoot(entry.path())) return entry.path();
-    return {};
+/// The installation that a folder is in; empty: none.
+fs::path rootAbove(fs::path folder) {
+    while (folder.has_relative_path() && !isRoot(folder)) folder = folder.parent_path();
+    return folder.has_relative_path() ? folder : fs::path();
 }
 
 std::string commandToCheck(const fs::path& root) {
@@ -42,10 +38,10 @@ std::string commandToCheck(const fs::path& root) {
 
 Check emptyRoot(const Installation& installation, bool isGiven) {
     const auto& root = installation.root();
-    const auto near = rootNear(root);
+    const auto above = rootAbove(root);
     return badInstallation(quoted(root.string()) + " is no installation: there is no lib64 in it",
-                           isGiven || !near.empty() ? commandToCheck(near)
-                                                    : commandToRestore(installation, installation.plugin()));
+                           isGiven || !above.empty() ? commandToCheck(above)
+                                                     : commandToRestore(installation, installation.plugin()));
 }
 
 std::string absenceOf(const fs::path& file) {
@@ -70,7 +66,7 @@ Check installationCheck(const std::string& root) {
                             root.empty() ? "where this program lies" : "option --root")};
     } catch (const Failure& failure) {
         return badInstallation(withoutAdvice(failure.what()),
-                               commandToCheck(rootNear(fs::path(root).lexically_normal())));
+                               commandToCheck(rootAbove(fs::path(root).lexically_normal())));
     }
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Applies the plug-in's own table and rules; TweakProperties has the order of precedence.
-#include "checkup/settings/PropertySettings.h"
-
+// Tuning values by the plug-in's own table and rules; TweakProperties has the order of precedence.
 #include "base/Failure.h"
+#include "checkup/settings/Settings.h"
 
 #include <config/TweakPropertyTable.h>
 #include <config/TweakText.h>

@@ -2,7 +2,6 @@
 #include "checkup/settings/Settings.h"
 
 #include "base/Failure.h"
-#include "checkup/settings/PropertySettings.h"
 
 #include <Thresholds.h>
 #include <config/PreSendWait.h>

@@ -51,6 +51,10 @@ struct Settings {
 /// program that loads the plug-in. Changes nothing. Errors: Failure when there is no such installation.
 Settings readSettings(const std::string& root, const std::vector<std::string>& arguments = {});
 
+/// The tuning values alone, one for each row of the plug-in's table. `files` in order of precedence.
+std::vector<Setting> propertySettings(const std::vector<PropertiesText>& files,
+                                      const std::vector<std::string>& arguments);
+
 /// Where the simulated board looks for its configuration when no variable names one.
 std::filesystem::path usualSimulatorFile(const Installation& installation);
 
