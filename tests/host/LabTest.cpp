@@ -74,7 +74,7 @@ TEST_F(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
     const TemporaryFolder folder;
     const auto cameraSaw = folder.file("camera");
     const std::string hostCommand =
-        "ls /sys/class/net; ping -c 20 -w 30 -i 0.01 -s 1471 $ORVO_LAB_CAMERA_ADDRESS; "
+        "ls /sys/class/net; ping -A -c 20 -w 30 -s 1471 $ORVO_LAB_CAMERA_ADDRESS; "
         "setsid sleep 99 & exit 7";
     MarkedLab lab("ping", {"--camera", "ls /sys/class/net >" + cameraSaw + "; exit 5", "--camera-address",
                            "10.9.8.1/30", "--host-address", "10.9.8.2/30", "--port", "2", "--", "sh", "-c",
@@ -111,14 +111,17 @@ for attempt in range(200):  # the server may not listen yet
     except OSError:
         time.sleep(0.1)
 )");
-    const std::string hostCommand = R"(cd "$0" || exit 1
+    const std::string hostCommand = R"sh(cd "$0" || exit 1
 dumpcap -q -B 64 -i gige0 -w recorded 2>recorder &
 for i in $(seq 200); do grep -q File: recorder && break; sleep 0.1; done
 python3 client.py seen
-ping -q -f -c 200 -w 30 $ORVO_LAB_CAMERA_ADDRESS
-sleep 1 # the recorder writes what it buffered
+ping -q -A -c 200 -w 30 $ORVO_LAB_CAMERA_ADDRESS
+for i in $(seq 60); do # what it recorded reaches the file some time later
+    [ "$(tshark -r recorded -Y 'icmp.type == 0' 2>/dev/null | wc -l)" -ge 200 ] && break
+    sleep 0.2
+done
 kill -INT $!
-wait $!)";
+wait $!)sh";
     MarkedLab lab("record",
                   {"--camera", "exec python3 -m http.server --directory " + folder.file("") + " 8080", "--",
                    "sh", "-c", hostCommand, folder.file("")});
