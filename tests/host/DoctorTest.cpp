@@ -122,7 +122,7 @@ TEST(DoctorTest, NamesTheCauseAndWhatMendsIt) {
          },
          doctor, "liborvo_hal.so", "cannot be read: Permission denied", "^chmod a\\+r .*/liborvo_hal.so$"},
         {"closed root", [](const Copy& copy) { fs::permissions(copy.file(""), fs::perms::none); }, doctor,
-         "installation", "^'/[^']*' cannot be looked into: Permission denied$", "^chmod a\\+rx /[^ ]*$"},
+         "installation", "^'/[^']*' cannot be entered: Permission denied$", "^chmod a\\+rx /[^ ]*$"},
         {"simulated board's configuration",
          [](const Copy& copy) {
              copy.replace(hal, hal);

@@ -50,7 +50,7 @@ Check extcapLinkCheck(const fs::path& folder) {
 Checks extcapChecks() {
     const auto folders = extcapFolders();
     if (folders.empty())
-        return {{extcapTitle, Verdict::Absent, "not installed: there is no tshark that names its folders"}};
+        return {{extcapTitle, Verdict::Absent, "not installed: there is no tshark, or it lists no folders"}};
     Checks checks;
     for (const auto& folder : folders)
         if (isThere(extcapLinkIn(folder.path))) checks.push_back(extcapLinkCheck(folder.path));

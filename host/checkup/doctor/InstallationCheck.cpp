@@ -56,7 +56,7 @@ std::string absenceOf(const fs::path& file) {
 Check installationCheck(const std::string& root) {
     const auto library = fs::path(root) / "lib64" / "any";
     if (const auto closed = closedFolder(library); !root.empty() && !closed.empty())
-        return badInstallation(quoted(closed.string()) + " cannot be looked into: " + systemError(EACCES),
+        return badInstallation(quoted(closed.string()) + " cannot be entered: " + systemError(EACCES),
                                commandToOpen(library));
     try {
         const Installation installation(root);
@@ -83,7 +83,7 @@ std::optional<Check> unreadableFile(const std::string& name, const Installation&
         return bad(quoted(file.string()) + " cannot be read: " + systemError(why), commandToOpen(file));
     }
     if (kind == fs::file_type::regular) return std::nullopt;
-    return bad(quoted(file.string()) + " is no file",
+    return bad(quoted(file.string()) + " is not a regular file",
                asWriter(file.parent_path(), "rm -r " + shellWord(file.string())) + " && " +
                    commandToRestore(installation, file));
 }

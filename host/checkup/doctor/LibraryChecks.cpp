@@ -15,6 +15,8 @@
 namespace orvo::host {
 namespace {
 
+namespace fs = std::filesystem;
+
 struct Function {
     const char* name;
     bool isCalled = true; ///< by the plug-in or by this program
@@ -80,10 +82,10 @@ Check completenessOf(const DynamicLibrary& loaded, const Library& library, const
 }
 
 /// The plug-in and all programs work without a log.
-bool isAbsentLog(const Library& library, const std::filesystem::path& path) {
+bool isAbsentLog(const Library& library, const fs::path& path) {
     std::error_code unknown;
     return std::string_view(library.name) == logDispatcher &&
-           std::filesystem::symlink_status(path, unknown).type() == std::filesystem::file_type::not_found;
+           fs::status(path, unknown).type() == fs::file_type::not_found;
 }
 
 Check checkOf(const Installation& installation, const Library& library, const Checks& before) {

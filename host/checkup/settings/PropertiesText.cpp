@@ -32,7 +32,7 @@ bool isProperty(const std::string& key) {
 std::string readErrorOf(const fs::path& path) {
     std::error_code reason;
     if (fs::is_directory(path, reason)) return "it is a directory";
-    if (!reason && !fs::is_regular_file(path, reason)) return "it is no file";
+    if (!reason && !fs::is_regular_file(path, reason)) return "it is not a regular file";
     errno = 0;
     if (const std::ifstream file(path); file) return "";
     return systemError(errno);
