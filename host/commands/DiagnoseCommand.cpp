@@ -74,7 +74,8 @@ std::vector<ReportedSetting> reported(const std::vector<Setting>& settings) {
 }
 
 ReportedSettings reported(const Settings& settings) {
-    ReportedSettings result{reported(settings.properties), reported(settings.others), {}, settingsText(settings)};
+    ReportedSettings result{
+        reported(settings.properties), reported(settings.others), {}, settingsText(settings)};
     for (const auto& remark : remarksOn(settings))
         result.remarks.push_back(originText(remark.where) + ": " + remark.text);
     return result;
