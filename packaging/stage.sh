@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Puts what cpack is about to pack where Debian wants it: FOLDER/runtime and FOLDER/dev hold what was installed below
-# /opt/orvo. GENERATED holds files that CMake made. Usage: stage.sh FOLDER GENERATED
+# stage.sh FOLDER GENERATED: moves files to where Debian wants them before cpack packs them. FOLDER/runtime and FOLDER/dev
+# hold what was installed below /opt/orvo, GENERATED the files that CMake made.
 #
-# Times are those of the changelog's last change, or SOURCE_DATE_EPOCH, so that the same sources make the same packages.
+# All files get the time of the changelog's last commit, or SOURCE_DATE_EPOCH: equal sources make equal packages.
 set -euo pipefail
 folder=$1 generated=$2
 here=$(cd "$(dirname "$0")" && pwd)
@@ -14,7 +14,7 @@ changelog=$here/../CHANGELOG.md
 date=${SOURCE_DATE_EPOCH:-$(git -C "$here" log -1 --format=%ct -- "$changelog" 2>/dev/null || true)}
 date=${date:-$(stat -c %Y "$changelog")}
 
-# moved FROM TO: a folder's content, where the installation has that folder.
+# moved FROM TO: moves a folder's content; does nothing where there is no such folder.
 moved() {
     [ -d "$1" ] || return 0
     mkdir -p "$2"
@@ -22,7 +22,7 @@ moved() {
     rmdir -p --ignore-fail-on-non-empty "$1"
 }
 
-# The changelog's released sections as Debian writes them, in lines of 78.
+# The changelog's releases in Debian's form, in lines of 78 characters. A heading is "## VERSION" or "## [VERSION] - DATE".
 debian_changelog() { # PACKAGE
     awk -v package="$1" -v date="$(date -u -R -d "@$date")" '
         function end_item(  words, count, i, line) {
@@ -36,8 +36,15 @@ debian_changelog() { # PACKAGE
             item = ""
         }
         function end_section() { end_item(); if (open) printf "\n -- The orvo authors <authors@orvo.invalid>  %s\n", date }
-        /^## \[[0-9]/ { end_section(); open = 1; printf "%s (%s) unstable; urgency=low\n\n", package, substr($2, 2, length($2) - 2); next }
-        /^### / { end_item(); next }
+        /^## / {
+            end_section()
+            version = $2
+            gsub(/[][]/, "", version)
+            open = version != "Unreleased"
+            if (open) printf "%s%s (%s) unstable; urgency=low\n\n", releases++ ? "\n" : "", package, version
+            next
+        }
+        /^### |^\[.*\]: / { end_item(); next }
         open && /^- / { end_item(); item = substr($0, 3); next }
         open { item = item " " $0 }
         END { end_section() }' "$changelog"
@@ -67,7 +74,7 @@ stage_dev() {
     moved $root/share/doc/orvo/examples usr/share/doc/orvo-dev/examples
     mkdir -p usr/lib/cmake usr/share/pkgconfig
     ln -sfn /$root/lib/cmake/orvo usr/lib/cmake/orvo
-    # pkg-config does not follow links to where a file is, so the system's file names the place.
+    # pkg-config takes its prefix from the file's own place, links not resolved, so the system's copy names the prefix.
     sed "s|^prefix=.*|prefix=/$root|" $root/share/pkgconfig/orvo.pc >usr/share/pkgconfig/orvo.pc
     documented orvo-dev
 }

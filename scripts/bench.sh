@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# bench.sh [--publish]: installs what is missing, builds, measures, and prints one table and a line for each target; the
-# chart goes beside the figures in the build tree. Takes some minutes; network figures need root. With --publish, summary,
-# table and chart also replace those in docs/, and the instructions counted those in bench/instructions.txt.
+# bench.sh [--publish]: installs what is missing, builds, measures, and prints a table and a line for each target. Figures
+# and chart go to build/release/bench/results. Takes some minutes; the network figures need root.
+# --publish: also updates summary, table and chart in docs/ and the instruction counts in bench/instructions.txt.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

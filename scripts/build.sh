@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# build.sh PRESET [TARGET...]: installs what is missing, configures and builds one preset (see CMakePresets.json), or these
-# targets of it; `installation` is the program with its libraries.
+# build.sh PRESET [TARGET...]: installs what is missing, configures a preset of CMakePresets.json, and builds all of it or
+# the targets named. The target `installation` is the program with its libraries.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,14 +1,14 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# demo-camera.sh [SECONDS]: installs what is missing, builds, and has Debian's Aravis acquire images through a port of
-# the simulated board: from a software camera on one network, to a client on another, for SECONDS (5) at each of two
-# rates. Needs root, and asks sudo for it. Exit code 1 when an image was lost.
+# demo-camera.sh [SECONDS]: installs what is missing, builds, and acquires images through a port of the simulated board:
+# a software camera on one network sends, a client on another receives, for SECONDS (5) at each of two rates. Both are
+# Debian's Aravis. Needs root, and asks sudo for it. Exit code 1 when an image was lost.
 set -euo pipefail
 
-# The client, its camera, and the board's port between them are programs or parts of one; on real hardware two of these
-# never wait for a processor. Precedence keeps a busy machine from losing images that the port did not lose.
+# A real camera and a real board never wait for a processor, but here both are programs. Real-time scheduling keeps a busy
+# machine from losing images that the port did not lose.
 precedence=()
-use_precedence() { # [SUDO]: where it may be had
+use_precedence() { # [SUDO]: does nothing where it is not permitted
     ! "$@" chrt --rr 1 true 2>/dev/null || precedence=(chrt --rr 1)
 }
 
@@ -23,7 +23,7 @@ find_camera() {
     echo "found     $camera, behind gige0"
 }
 
-# set_register ADDRESS VALUE: writes it, reads it back, and demands that both agree.
+# set_register ADDRESS VALUE: writes it, reads it back, and fails when they differ.
 set_register() {
     local back
     arv-tool-0.8 control "R[$1]=$2" >/dev/null
@@ -32,7 +32,7 @@ set_register() {
     [ $((back)) -eq $(($2)) ] || { echo "demo: register $1 did not take $2" >&2; exit 1; }
 }
 
-# acquire RATE SECONDS: prints what became of the images; fails when one was lost.
+# acquire RATE SECONDS: prints how many images arrived; fails when one was lost.
 acquire() {
     timeout $(($2 + 30)) "${precedence[@]}" arv-camera-test-0.8 --frequency="$1" --duration="$2" --gv-packet-size=1500 |
         awk -v rate="$1" -v seconds="$2" '
@@ -69,7 +69,7 @@ cd "$(dirname "$0")/.."
 seconds=${1:-5}
 [[ $seconds =~ ^[1-9][0-9]*$ ]] || { echo "usage: scripts/demo-camera.sh [SECONDS]" >&2; exit 2; }
 scripts/setup.sh aravis-tools aravis-tools-cli
-scripts/build.sh release
+scripts/build.sh release installation
 as_root=()
 [ "$(id -u)" -eq 0 ] || as_root=(sudo)
 use_precedence "${as_root[@]}"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # docs.sh: installs what is missing, and makes the reference of the public headers in build/docs/html. Fails when a public
-# name has no comment, or a comment says what Doxygen does not understand.
+# name has no comment, or Doxygen does not understand one.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

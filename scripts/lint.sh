@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# lint.sh [FILE...]: clang-format and clang-tidy over the given sources, or over all of them. Changes nothing.
+# lint.sh [FILE...]: checks the files named, or all sources, with clang-format and clang-tidy. Changes nothing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

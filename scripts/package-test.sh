@@ -1,14 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# package-test.sh [FOLDER]: installs the packages in FOLDER, or builds them, on a fresh Debian 12, uses them as their readers
-# would, purges them, and shows that nothing is left. Needs root, some minutes, and 2 GB of memory, which the fresh system
-# is in.
+# package-test.sh [FOLDER]: installs the packages in FOLDER, or builds them first, on a fresh Debian 12 in memory, uses them
+# as a user would, purges them, and shows that no file is left. Needs root, some minutes, and 2 GB of memory.
 #
-# All of it is in namespaces of its own: they take mounts, and what runs, with them however this ends.
+# Runs in mount and process namespaces of its own, so that its mounts and processes end with it.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
-# What apt on this machine reaches, and how.
+# The mirror that apt on this machine uses.
 debian_mirror() {
     # shellcheck disable=SC2016 # apt's
     apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' 'Codename: bookworm' | sed -n 1p
@@ -27,15 +26,15 @@ make_system() { # ROOT
     apt-config dump | grep -E '^Acquire::(http|https|Check-)' >"$1/etc/apt/apt.conf.d/00host" || true
     cp /etc/resolv.conf "$1/etc/resolv.conf"
     mount -t proc proc "$1/proc"
-    if [ -c /dev/net/tun ]; then # with the mode that udev gives it
+    if [ -c /dev/net/tun ]; then # udev gives it this mode
         mkdir -p "$1/dev/net"
         cp -a /dev/net/tun "$1/dev/net/tun"
         chmod 666 "$1/dev/net/tun"
     fi
 }
 
-# Runs in the fresh system, as any user's shell would, and not for ever. What programs keep in a user's home is the user's,
-# so it is not looked at.
+# Runs a command in the fresh system, for 15 minutes at most. HOME is /tmp, which is not compared: files in a user's home
+# belong to the user.
 inside() {
     timeout 900 chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/tmp LANG=C.UTF-8 \
         DEBIAN_FRONTEND=noninteractive "$@"
@@ -47,21 +46,21 @@ fails() { echo "package-test: $*" >&2; exit 1; }
 now() { date +%s.%N; }
 since() { awk -v from="$1" -v to="$(now)" 'BEGIN { printf "%.1f", to - from }'; }
 
-# All that is there, but for what apt and dpkg keep for themselves, and the kernel's.
+# All files except those of apt, dpkg and the kernel.
 list_files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./var/lib/apt -o -path ./var/cache -o -path ./var/lib/dpkg \
         -o -path ./var/log -o -path ./tmp -o -path ./packages \) -prune -o -print | sort)
 }
 
-# A fresh installation has nothing to mend, warnings neither. They are asked for as root, whom no permission is missing; a
-# machine without a TAP driver cannot lend one to the fresh system, which says nothing about the package.
+# A fresh installation has nothing to mend, and root has all permissions, so a warning is a failure too. Only a missing TAP
+# driver is excused: it is the machine's, not the package's.
 use_doctor() {
     local except='^$'
     [ -c "$root/dev/net/tun" ] || except='^warning +TAP driver '
     inside orvo-gige doctor >"$root.log" || { cat "$root.log" >&2; fails "doctor finds something bad"; }
     cat "$root.log"
     grep -q '^This installation works' "$root.log" || fails "doctor gives no verdict"
-    ! grep -E '^(warning|bad|skipped)' "$root.log" | grep -vE "$except" >&2 || fails "doctor is not all green"
+    ! grep -E '^(warning|bad|skipped)' "$root.log" | grep -vE "$except" >&2 || fails "doctor has something to mend"
 }
 
 use_program() {
@@ -79,17 +78,17 @@ use_program() {
     inside test -s /usr/share/zsh/vendor-completions/_orvo-gige
 }
 
-# Under the rights that the unit gives it.
+# With the capabilities that the unit gives it.
 use_bridge() {
     [ -c "$root/dev/net/tun" ] || { echo "bridge    not tried: this machine has no /dev/net/tun"; return; }
     inside unshare --net setpriv --reuid 65534 --regid 65534 --clear-groups --no-new-privs \
         --bounding-set=-all,+net_admin,+net_raw --inh-caps=-all,+net_admin,+net_raw --ambient-caps=-all,+net_admin,+net_raw \
         timeout --foreground --preserve-status -s INT 3 orvo-gige bridge --tap gige0 --up --no-reset --wire 0=none >"$root.log" 2>&1 ||
-        { cat "$root.log" >&2; fails "no bridge with the unit's two rights"; }
-    echo "bridge    made and ended as nobody with CAP_NET_ADMIN and CAP_NET_RAW"
+        { cat "$root.log" >&2; fails "no bridge with the unit's two capabilities"; }
+    echo "bridge    ran as nobody with CAP_NET_ADMIN and CAP_NET_RAW"
 }
 
-# As the examples' own comments say, without settings.
+# As the examples' own comments say.
 build_examples() {
     local begin
     begin=$(now)
@@ -116,7 +115,7 @@ build_examples() {
 }
 
 purge() {
-    # What an administrator adds goes with the packages, too.
+    # Purging removes what an administrator added, too.
     touch "$root"/etc/orvo/{bridge-gige0.conf,simulator.toml}
     mkdir -p "$root/etc/systemd/system/orvo-gige-bridge@.service.d" "$root/var/log/private/orvo"
     quietly apt-get purge -y orvo-gige orvo-dev g++ cmake make pkg-config
@@ -124,8 +123,8 @@ purge() {
         -o APT::AutoRemove::SuggestsImportant=false
     list_files >"$root.after"
     diff "$root.before" "$root.after" | grep '^[<>]' >"$root.log" || true
-    ! grep -i orvo "$root.log" || fails "the packages left these behind, or took these away"
-    # What is left of compilers and the like is the affair of their own packages.
+    ! grep -i orvo "$root.log" || fails "the packages left or removed these files"
+    # Files of compilers and the like are those packages' responsibility.
     awk '{ print "left      " ($1 == "<" ? "missing " : "new ") $2 }' "$root.log"
 }
 
@@ -144,9 +143,8 @@ try_packages() { # ROOT, PACKAGES
     use_bridge
     build_examples
     purge
-    echo "installed orvo-gige with dependencies in $installed s; first frames $first_frames s after the start, the board's"
-    echo "          reset included"
-    echo "developed orvo-dev with compiler installed in $developed s; examples built both ways and run in $examples s"
+    echo "installed orvo-gige with dependencies in $installed s; first frames after $first_frames s, the board's reset included"
+    echo "developed orvo-dev and compiler installed in $developed s; examples built both ways and run in $examples s"
     echo "purged    nothing of orvo is left: $(wc -l <"$root.before") files before, $(wc -l <"$root.after") after"
 }
 
@@ -155,7 +153,7 @@ if [ "${1-}" = --inside ]; then
     exit
 fi
 
-[ "$(id -u)" -eq 0 ] || { echo "package-test: needs root, for a system of its own; run it by sudo" >&2; exit 2; }
+[ "$(id -u)" -eq 0 ] || { echo "package-test: needs root to make a system; run it with sudo" >&2; exit 2; }
 "$here/setup.sh" debootstrap
 packages=${1-}
 if [ -z "$packages" ]; then
@@ -168,7 +166,7 @@ compgen -G "$packages/orvo-*.deb" >/dev/null || { echo "package-test: no package
 folder=$(mktemp -d)
 inner=
 end() {
-    [ -z "$inner" ] || kill -KILL "$inner" 2>/dev/null || true # all that it started dies with it
+    [ -z "$inner" ] || kill -KILL "$inner" 2>/dev/null || true # and with it all that it started
     wait
     rm -rf --one-file-system "$folder"
 }

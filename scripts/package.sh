@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# package.sh: installs what is missing, builds, and makes Debian packages in build/packages, which lintian must accept.
+# package.sh: installs what is missing, builds, makes Debian packages in build/packages, and checks them with lintian.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh dpkg-dev file lintian
 scripts/build.sh release
 rm -rf build/packages
-# Its own log says why, where it fails.
+# Prints the log only where it fails.
 cpack --config build/release/CPackConfig.cmake -B build/packages >build/release/package/cpack.log || {
     cat build/release/package/cpack.log >&2
     exit 1

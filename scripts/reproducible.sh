@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# reproducible.sh [--packages]: builds the installed libraries twice, in folders of different names and depths and without
-# any cache, and compares what came out, byte for byte; with --packages the program and the Debian packages too. Takes some
-# minutes. What is built are the tracked files as they are here.
+# reproducible.sh [--packages]: builds the installed libraries twice, in folders of different names and depths, without a
+# cache, and compares the results byte for byte; with --packages the program and the Debian packages too. Takes some
+# minutes. Builds the tracked files as they are in this tree.
 #
-# A build as released holds no path and no time: no debug information, no __FILE__, run paths from $ORIGIN, and the date in
-# the plug-in's descriptor belongs to its contract. So nothing has to be mapped; this shows it.
+# Released files hold no path and no build time: no debug information, no __FILE__, and run paths from $ORIGIN. The date in
+# the plug-in's descriptor is part of its contract.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

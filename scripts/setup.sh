@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# setup.sh [PACKAGE...]: installs what the project needs from Debian 12's packages, and these, if anything is missing.
-# Says what it does.
+# setup.sh [PACKAGE...]: installs, from Debian 12, those packages that the project needs, or that are named, and that are
+# missing. Prints what it installs.
 set -euo pipefail
 
 packages=(
@@ -11,8 +11,8 @@ packages=(
     libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program
     libarchive-dev                                           # host program: bundles
     libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev    # tests, benchmarks
-    binutils python3 tshark                                  # export list, life-cycle checks, captures read by others
-    iproute2 iputils-ping                                    # networks that tests make
+    binutils python3 tshark                                  # export list, life-cycle checks, second reader of captures
+    iproute2 iputils-ping                                    # networks of the tests
     mandoc                                                   # checks of the manual
 )
 packages+=("$@")

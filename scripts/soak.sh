@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# soak.sh [MINUTES]: installs what is missing, builds, and looks for faults for about MINUTES (10) on top of building:
-# the fault sweep, storms of threads, long lives, and the fuzzers, each for its share of the time. Ends in a table of
-# practice, runs, findings and figure; logs and inputs of findings stay in build/soak. Exit code 1 when anything was
-# found. What could not be built, did not run, or did not end is a finding, too.
-# soak.sh --short: the same in about a minute with what is built already of the presets release, asan and tsan, the
-# fuzzers' corpus instead of the fuzzers.
+# soak.sh [MINUTES]: installs what is missing, builds, and looks for faults for about MINUTES (10) more: fault sweep, storms
+# of threads, long lives, and fuzzers, each for its share of the time. Ends in a table of practice, runs, findings and
+# figure. Logs and the inputs of findings stay in build/soak. Exit code 1 when there was a finding; what could not be built,
+# did not run, or did not end is one too.
+# soak.sh --short: about a minute, with what is already built of the presets release, asan and tsan; runs the fuzzers'
+# corpus instead of the fuzzers.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -16,14 +16,14 @@ else
     [[ $minutes =~ ^[1-9][0-9]*$ ]] || { echo "usage: scripts/soak.sh [MINUTES | --short]" >&2; exit 2; }
 fi
 seconds=$((minutes * 60))
-patience=1800 # seconds that a practice without end of its own may take; sanitizers and busy machines need many
+patience=1800 # seconds that a practice without a limit of its own may take, under sanitizers on a busy machine
 out=build/soak
 rm -rf "$out"
 mkdir -p "$out"
 table=()
 found=0
 
-# However this ends, what was found so far is told.
+# Prints the findings so far, however the script ends.
 show_table() {
     local status=$?
     printf '\n%-34s %12s %9s  %s\n' practice runs findings figure
@@ -48,7 +48,7 @@ limited() {
     return "$status"
 }
 
-# timed PRACTICE UNIT LOG COMMAND...: a practice that succeeds as a whole or not.
+# timed PRACTICE RUNS LOG COMMAND...: a practice that passes or fails as a whole.
 timed() {
     local practice=$1 runs=$2 log=$out/$3 begin=$SECONDS
     shift 3
@@ -74,7 +74,7 @@ counted() {
     fi
 }
 
-# passes LOG PROGRAM FILTER: whether these tests pass, of which there is at least one.
+# passes LOG PROGRAM FILTER: succeeds when at least one test matches and all that match pass.
 passes() {
     local one=$1.one status=0
     rm -f "$one"
@@ -84,8 +84,8 @@ passes() {
     return "$status"
 }
 
-# repeated PRACTICE SECONDS STEP...: STEP N, a function, for as long as told, once at least; what goes wrong again
-# and again is not tried forever. Sets `runs` and `findings`.
+# repeated PRACTICE SECONDS STEP...: calls `STEP N` for SECONDS, at least once, and gives up after five findings. Sets `runs`
+# and `findings`.
 repeated() {
     local practice=$1 until=$((SECONDS + $2))
     shift 2
@@ -99,7 +99,7 @@ repeated() {
 storm() { # PRESET NUMBER
     ORVO_STORM_ROUNDS=10 passes "$out/storms-$1.log" "build/$1/tests/bin/orvo-system-tests" 'StormTest.*'
 }
-# storms PRESET SECONDS: rounds for as long as told.
+# storms PRESET SECONDS
 storms() {
     repeated "storms of threads, $1" "$2" storm "$1"
     row "storms of threads, $1" $((runs * 10)) "$findings" "4 ports, $((runs * 40)) lives under traffic"
@@ -108,8 +108,7 @@ storms() {
 account() { # NUMBER
     ORVO_FAULT_SEED=$1 passes "$out/conservation.log" build/release/tests/bin/orvo-gige-tests 'FaultsTest.FourPorts*'
 }
-# conservation SECONDS: four ports at full rate under faults by script, with a seed of its own each time, until every frame
-# is accounted for.
+# conservation SECONDS: four ports at full rate with injected faults, a new seed each time; every frame must be accounted for.
 conservation() {
     repeated "conservation under faults" "$1" account
     row "conservation under faults" "$runs" "$findings" \
@@ -145,7 +144,7 @@ corpus() {
     fi
 }
 
-# sweeps EVERY ASAN_EVERY: every so many places of a life.
+# sweeps EVERY ASAN_EVERY: fails every so many of a life's calls and allocations.
 sweeps() {
     local what every=$1 asan_every=$2
     for what in calls allocations; do
@@ -154,7 +153,7 @@ sweeps() {
     done
 }
 
-# lives COUNT: in one process, then in two at once.
+# lives COUNT: in one process, then in two at the same time.
 lives() {
     counted "long life" lives.log build/release/tests/bin/orvo-fault-sweep lives "$1"
     # shellcheck disable=SC2016 # the inner shell's
@@ -179,18 +178,18 @@ fi
 
 scripts/setup.sh libclang-rt-dev # the fuzzer
 for preset in release asan tsan fuzz; do
-    scripts/build.sh "$preset" || row "build $preset" - 1 "failed; what follows may be of an older one, or missing"
+    scripts/build.sh "$preset" || row "build $preset" - 1 "failed; what follows may use an older build, or be missing"
 done
 started=$SECONDS
 
-# Practices that take what they take; on a short soak a sample of their places.
+# Practices without a time limit; a short soak takes a sample of their places.
 every=$((minutes >= 10 ? 1 : 11 - minutes))
 sweeps "$every" $((every * 11))
 lives 1000
 counted "stop in real time" stop.log build/release/tests/bin/orvo-stop-times 20
 conservation $((seconds / 5))
 
-# The rest of the time: a third for threads, two thirds for fuzzers; never less than moments.
+# Of the remaining time, a third goes to threads and two thirds to fuzzers, at least 10 s for each practice.
 rest=$((seconds - (SECONDS - started)))
 [ "$rest" -gt 0 ] || rest=0
 share=$((rest / 6 > 10 ? rest / 6 : 10))

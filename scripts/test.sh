@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# test.sh [PRESET...]: installs what is missing, builds and runs all tests. Presets: release (the default), debug, asan,
-# tsan, clang. Ends in CTest's summary of the last one.
+# test.sh [PRESET...]: installs what is missing, builds, and runs all tests. Presets: release (the default), debug, asan,
+# tsan, clang.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

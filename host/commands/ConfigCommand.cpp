@@ -26,7 +26,7 @@ ConfigCommand::ConfigCommand(Program& program)
 
 int ConfigCommand::run() {
     const auto settings = readSettings(root_, arguments_);
-    json_ ? print(jsonOf(settings)) : print(textOf(settings));
+    json_ ? print(settingsJson(settings)) : print(settingsText(settings));
     return Done;
 }
 

@@ -69,14 +69,15 @@ std::string textOf(const Changes& changes, const std::string& since) {
 std::vector<ReportedSetting> reported(const std::vector<Setting>& settings) {
     std::vector<ReportedSetting> rows;
     for (const auto& setting : settings)
-        rows.push_back({setting.name, setting.value, textOf(setting.origin), setting.meaning});
+        rows.push_back({setting.name, setting.value, originText(setting.origin), setting.meaning});
     return rows;
 }
 
 ReportedSettings reported(const Settings& settings) {
-    ReportedSettings result{reported(settings.properties), reported(settings.others), {}, textOf(settings)};
+    ReportedSettings result{
+        reported(settings.properties), reported(settings.others), {}, settingsText(settings)};
     for (const auto& remark : remarksOn(settings))
-        result.remarks.push_back(textOf(remark.where) + ": " + remark.text);
+        result.remarks.push_back(originText(remark.where) + ": " + remark.text);
     return result;
 }
 

@@ -5,7 +5,7 @@
 #include "base/Failure.h"
 #include "base/Terminal.h"
 #include "commands/SharedOptions.h"
-#include "lab/Containment.h"
+#include "lab/ProcessNamespace.h"
 
 #include <sys/socket.h>
 #include <unistd.h>
@@ -57,7 +57,7 @@ int LabCommand::run() {
     if (options_.command.empty()) options_.command = {usersShell()};
     check();
     options_.interactive = isInteractive();
-    return runContained([this] { return Lab(options_).run(); });
+    return runInProcessNamespace([this] { return Lab(options_).run(); });
 }
 
 void LabCommand::check() const {

@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Making of the ends, and the order in which everything in them starts and ends.
+// Makes the ends, and starts and ends everything in them in order.
 #include "lab/Lab.h"
 
 #include "base/Failure.h"
 #include "base/Notice.h"
 #include "base/Terminal.h"
+#include "device/BoardLibraries.h"
+#include "device/Installation.h"
+#include "device/SimulatorControl.h"
 #include "frames/VirtualCable.h"
-#include "lab/LabBridge.h"
+#include "traffic/BridgeRun.h"
 
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -22,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto boardInterface = "board0";
 constexpr auto readyLimit = 30s; // a board's reset takes 5 s, a link that does not come 10 s
-constexpr auto endLimit = 3s;    // the plug-in's last empty read and its statistics among it
+constexpr auto endLimit = 3s;    // includes the plug-in's last empty read and its statistics
 
 timespec timeUntil(Clock::time_point limit) {
     const auto left = std::max(limit - Clock::now(), Clock::duration::zero());
@@ -33,6 +37,33 @@ timespec timeUntil(Clock::time_point limit) {
 std::string endingOf(int exitCode) {
     return exitCode > EndedBySignal ? "was ended by signal " + std::to_string(exitCode - EndedBySignal)
                                     : "ended with exit code " + std::to_string(exitCode);
+}
+
+void requireSimulatedPort(const LabOptions& options) {
+    const Installation installation(options.root);
+    const auto simulator = SimulatorControl::find(BoardLibraries(installation).hal());
+    if (!simulator)
+        throw Failure("lab needs a simulated board, and the one of " + quoted(installation.root().string()) +
+                      " is real; name another installation with --root");
+    if (!simulator->state(options.port))
+        throw Failure("there is no port " + options.port.text() +
+                      "; 'orvo-gige boards' lists boards and ports");
+}
+
+// A real board never waits for a processor, and the simulated one's queue holds 4 ms of traffic at most.
+// Where this process may not use real-time scheduling, it runs like any other.
+void takePrecedence() {
+    const sched_param lowest{1};
+    sched_setscheduler(0, SCHED_RR, &lowest);
+}
+
+BridgeOptions bridgeOptions(const LabOptions& lab) {
+    BridgeOptions bridge;
+    bridge.tap = Lab::hostInterface;
+    bridge.port.address = lab.port;
+    bridge.installation.root = lab.root;
+    bridge.installation.wires = {{lab.port.text(), std::string("packet:") + boardInterface}};
+    return bridge;
 }
 
 } // namespace
@@ -68,8 +99,21 @@ Child Lab::startBridge() {
         leaveTerminal();
         unblockAwaitedSignals();
         host_.enter();
-        return runLabBridge(options_, boardInterface, board_, [] { kill(getppid(), SIGUSR1); });
+        return bridge();
     });
+}
+
+// In the host end, where it makes the port's interface; the port's wire ends in the board's namespace.
+int Lab::bridge() const {
+    requireSimulatedPort(options_);
+    takePrecedence();
+    dup2(STDERR_FILENO, STDOUT_FILENO); // standard output belongs to the command
+    const auto setUp = [this] {
+        addAddress(hostInterface, options_.hostAddress.value, options_.hostAddress.text);
+        setLinkUp(hostInterface);
+        kill(getppid(), SIGUSR1);
+    };
+    return runBridge(bridgeOptions(options_), {.wires = &board_, .ready = setUp});
 }
 
 Child Lab::startCamera() {
@@ -91,7 +135,7 @@ bool Lab::awaitBridge() {
     while (!bridgeReady_ && bridge_.isRunning() && endSignal_ == 0)
         if (!take(awaitSignal(timeUntil(limit))))
             throw Failure("the bridge was not ready in time; try it by itself with 'orvo-gige bridge'");
-    if (!bridgeReady_) return false; // whoever ended it has said why
+    if (!bridgeReady_) return false; // its error is on standard error already
     notice("port " + options_.port.text() + " is " + hostInterface + ", " + options_.hostAddress.text +
            "; behind it, the camera end is " + cameraInterface + ", " + options_.cameraAddress.text);
     return true;
@@ -101,28 +145,28 @@ int Lab::awaitCommand() {
     while (command_.isRunning() && bridge_.isRunning() && endSignal_ == 0) take(awaitSignal());
     if (command_.exitCode) return *command_.exitCode;
     if (endSignal_ != 0) return EndedBySignal + endSignal_;
-    notice("the bridge " + endingOf(*bridge_.exitCode) + ", and the lab ends with it");
+    notice("the bridge " + endingOf(*bridge_.exitCode) + ", so the lab ends");
     return Failed;
 }
 
-// What is left after this, the kernel ends together with this process.
+// The kernel kills what is left when this process ends.
 void Lab::endEverything() {
     ending_ = true;
-    kill(-1, endSignal_ == SIGINT ? SIGINT : SIGTERM); // all that live in this process namespace
-    if (options_.interactive && command_.isRunning()) kill(command_.id, SIGHUP); // shells end by no other
+    kill(-1, endSignal_ == SIGINT ? SIGINT : SIGTERM); // everything in this process namespace
+    if (options_.interactive && command_.isRunning()) kill(command_.id, SIGHUP); // shells ignore the others
     const auto limit = Clock::now() + endLimit;
     while (bridge_.isRunning() || cameraProgram_.isRunning() || command_.isRunning())
         if (!take(awaitSignal(timeUntil(limit)))) return;
 }
 
-/// False when there was none.
+/// Returns false when there was none.
 bool Lab::take(const std::optional<Signal>& signal) {
     if (!signal) return false;
     if (signal->number == SIGCHLD)
         collectEnded();
     else if (signal->number == SIGUSR1)
         bridgeReady_ = bridgeReady_ || signal->sender == bridge_.id;
-    else if (command_.id == 0 || !signal->isFromTerminal()) // the command has had the key, too
+    else if (command_.id == 0 || !signal->isFromTerminal()) // the terminal sent it to the command, too
         endSignal_ = signal->number;
     return true;
 }
@@ -132,7 +176,7 @@ void Lab::collectEnded() {
     for (pid_t id = 0; (id = waitpid(-1, &status, WNOHANG | WUNTRACED)) > 0;)
         if (!WIFSTOPPED(status))
             note(id, exitCodeOf(status));
-        else if (options_.interactive) // with the terminal, and so no shell could have it go on
+        else if (options_.interactive) // it has the terminal, so no shell could continue it
             kill(-id, SIGCONT);
 }
 

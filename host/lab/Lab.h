@@ -14,17 +14,17 @@
 
 namespace orvo::host {
 
-/// An address of one end, as it was given and as it is.
+/// Address of one end.
 struct LabAddress {
-    std::string text; ///< "192.168.77.1/24"
+    std::string text; ///< as given: "192.168.77.1/24"
     NetworkAddress value;
 
     std::string withoutPrefix() const { return text.substr(0, text.find('/')); }
 };
 
 struct LabOptions {
-    std::vector<std::string> command; ///< of the host end
-    std::string camera;               ///< command of the camera end, for a shell; may be empty
+    std::vector<std::string> command; ///< runs in the host end
+    std::string camera;               ///< shell command that runs in the camera end; may be empty
     LabAddress cameraAddress;
     LabAddress hostAddress;
     PortAddress port;
@@ -32,24 +32,25 @@ struct LabOptions {
     bool interactive = false;
 };
 
-/// Three network namespaces: the camera's, the host's, and the board's, where the port's wire ends, so that
-/// the kernel answers at neither end for the board. Everything in them lasts as long as this process, which
-/// must be the one of `runContained`.
+/// Three network namespaces: the camera's, the host's, and the board's. The port's wire ends in the board's,
+/// so that the kernel of neither end answers for the board. Runs in the process of `runInProcessNamespace`,
+/// with which everything here ends.
 class Lab {
 public:
     static constexpr auto cameraInterface = "camera0"; ///< in the camera end
     static constexpr auto hostInterface = "gige0";     ///< in the host end: the board's port
 
-    /// Makes the namespaces and the cable of the camera. Errors: Failure.
+    /// Makes the namespaces and the camera's cable. Errors: Failure.
     explicit Lab(const LabOptions& options);
 
-    /// Starts the bridge and the camera's program, then, once frames can pass, the host's command; returns
-    /// its exit code, 1 when the bridge ended before it, 128 and the number of a signal that came before.
+    /// Starts the bridge and the camera's program, and the host's command once frames can pass. Returns the
+    /// command's exit code; 1 when the bridge ended first; 128 plus its number when a signal came first.
     /// Errors: Failure.
     int run();
 
 private:
     Child startBridge();
+    int bridge() const;
     Child startCamera();
     Child startCommand();
     bool awaitBridge();

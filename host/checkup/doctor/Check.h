@@ -1,20 +1,28 @@
 // SPDX-License-Identifier: MIT
-// What one check of an installation came to.
+// Result of one check of an installation, as text and as JSON.
 #pragma once
+
+#include <nlohmann/json_fwd.hpp>
 
 #include <string>
 #include <vector>
 
 namespace orvo::host {
 
-enum class Verdict { Good, Warning, Bad, Skipped };
+enum class Verdict {
+    Good,
+    Absent, ///< not installed, and optional
+    Warning,
+    Bad,
+    Skipped, ///< something else is needed first
+};
 
 struct Check {
     std::string name;
     Verdict verdict = Verdict::Good;
     std::string found;
-    std::string mend = {}; ///< the command or edit that mends it; empty where there is nothing to mend
-    std::vector<std::string> uncalled = {}; ///< functions that a library lacks, and that nobody here calls
+    std::string mend = {}; ///< command or edit that mends it; empty where there is nothing to mend
+    std::vector<std::string> uncalled = {}; ///< functions that a library lacks and that no code here calls
 };
 
 using Checks = std::vector<Check>;
@@ -23,17 +31,22 @@ inline bool isBad(const Check& check) {
     return check.verdict == Verdict::Bad;
 }
 
-/// What a failure's text says before its advice, and the advice.
+/// Bad check with the name and mend of `blamed`.
+Check failedCheck(const Check& blamed, const std::string& found);
+
+/// A failure's text is "WHAT; ADVICE": the two parts.
 std::string withoutAdvice(const std::string& failure);
 std::string adviceIn(const std::string& failure);
 
-/// All checks in their order, and whether the installation works, as text; with signs and colours where a
-/// terminal shows them.
+/// How verdicts are shown: as words, or on a terminal as signs, with colours unless NO_COLOR is set.
 enum class Style { Plain, Signs, ColouredSigns };
 Style styleOfOutput();
-std::string textOf(const Checks& checks, Style style);
 
-/// "This installation works." or what keeps it from that.
-std::string verdictOn(const Checks& checks);
+/// All checks in order, then whether the installation works.
+std::string checksText(const Checks& checks, Style style);
+nlohmann::ordered_json checksJson(const Checks& checks);
+
+/// Inverse of `checksJson`, for its documents only.
+Checks checksFrom(const nlohmann::ordered_json& document);
 
 } // namespace orvo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The checks, by what they look at. Each stands for itself and leaves everything as it is.
+// The checks by subject. Each is independent of the others and changes nothing.
 #pragma once
 
 #include "checkup/doctor/Check.h"
@@ -8,27 +8,32 @@
 #include "device/PortAddress.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace orvo::host {
 
-/// The installation itself; `root` as --root names it, empty for none.
+/// The installation's folder; `root` as --root names it, empty for this program's own.
 Check installationCheck(const std::string& root);
+
+/// The bad check `name` of a file that is missing or cannot be read; nothing when it can.
+std::optional<Check> unreadableFile(const std::string& name, const Installation& installation,
+                                    const std::filesystem::path& file);
 
 /// One check for each library of the installation.
 Checks libraryChecks(const Installation& installation);
 
-/// The plug-in's file, symbols, descriptor and start, and whether it is the one that this program is for.
+/// The plug-in: its file, symbols, descriptor and start, and whether it is the one for this program.
 Checks pluginChecks(const Installation& installation);
 
-/// The simulated board's configuration, where the board is simulated, which boards there are, and the port.
+/// Real or simulated board, its configuration where it is simulated, which boards there are, and the port.
 Checks boardChecks(const Installation& installation, const Settings& settings, PortAddress port);
 
-/// What the machine lets this user do, for the subcommands that need it.
+/// Capabilities and driver that some subcommands need.
 Checks permissionChecks();
 Check tapDriverCheck(const std::filesystem::path& device);
 
-/// Wireshark's and tshark's folders of capture interfaces.
+/// This program's link in Wireshark's and tshark's folders of capture interfaces.
 Checks extcapChecks();
 Check extcapLinkCheck(const std::filesystem::path& folder);
 

@@ -2,7 +2,7 @@
 // Whether Wireshark and tshark find this program.
 #include "base/Failure.h"
 #include "checkup/doctor/Checks.h"
-#include "checkup/doctor/Mending.h"
+#include "checkup/doctor/Repair.h"
 #include "device/ExtcapFolders.h"
 
 #include <fmt/format.h>
@@ -14,15 +14,15 @@ namespace fs = std::filesystem;
 
 constexpr const char* extcapTitle = "capture interfaces";
 
-/// Also a link that leads nowhere.
+/// True also for a link to nothing.
 bool isThere(const fs::path& link) {
     std::error_code unknown;
     return fs::exists(fs::symlink_status(link, unknown));
 }
 
 std::string commandToInstall(const fs::path& folder) {
-    return asWriter(folder, fmt::format("{} extcap install --folder {}", shellWord(ownProgram().string()),
-                                        shellWord(folder.string())));
+    return asWriter(folder,
+                    fmt::format("{} extcap install --folder {}", ownProgram(), shellWord(folder.string())));
 }
 
 } // namespace
@@ -33,15 +33,15 @@ Check extcapLinkCheck(const fs::path& folder) {
     const auto mend = commandToInstall(folder);
     std::error_code unknown;
     if (!isThere(link))
-        return {extcapTitle, Verdict::Good,
-                "not made: there is no " + place + " ('orvo-gige extcap install' makes it)"};
+        return {extcapTitle, Verdict::Absent,
+                "not installed: there is no " + place + "; 'orvo-gige extcap install' makes it"};
     if (!isLinkToProgram(link))
-        return {extcapTitle, Verdict::Warning, place + " is there and no link of ours",
+        return {extcapTitle, Verdict::Warning, place + " exists and is not a link to this program",
                 asWriter(folder, "rm -r " + shellWord(link.string())) + " && " + mend};
     const auto target = quoted(fs::read_symlink(link, unknown).string());
     if (!fs::exists(link, unknown))
         return {extcapTitle, Verdict::Bad, place + " is a stale link: there is no " + target, mend};
-    if (!fs::equivalent(link, ownProgram(), unknown))
+    if (!fs::equivalent(link, "/proc/self/exe", unknown))
         return {extcapTitle, Verdict::Warning,
                 place + " is a link to another installation's program, " + target, mend};
     return {extcapTitle, Verdict::Good, place + " is a link to this program"};
@@ -50,7 +50,7 @@ Check extcapLinkCheck(const fs::path& folder) {
 Checks extcapChecks() {
     const auto folders = extcapFolders();
     if (folders.empty())
-        return {{extcapTitle, Verdict::Good, "not made: tshark is not there, or does not tell its folders"}};
+        return {{extcapTitle, Verdict::Absent, "not installed: there is no tshark, or it lists no folders"}};
     Checks checks;
     for (const auto& folder : folders)
         if (isThere(extcapLinkIn(folder.path))) checks.push_back(extcapLinkCheck(folder.path));

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Whether there is an installation, and where one is if not.
+// The installation's folder, and the files in it before they are loaded.
 #include "base/Failure.h"
-#include "checkup/doctor/Access.h"
 #include "checkup/doctor/Checks.h"
-#include "checkup/doctor/Mending.h"
+#include "checkup/doctor/Repair.h"
 
 #include <fmt/format.h>
 
+#include <unistd.h>
+
 #include <cerrno>
-#include <optional>
 
 namespace orvo::host {
 namespace {
@@ -17,49 +17,47 @@ namespace fs = std::filesystem;
 
 constexpr const char* installationTitle = "installation";
 
-/// Whether libraries or plug-ins lie in a folder as they do in an installation.
+Check badInstallation(const std::string& found, const std::string& mend) {
+    return {installationTitle, Verdict::Bad, found, mend};
+}
+
 bool isRoot(const fs::path& folder) {
     std::error_code unreadable;
     return fs::is_directory(folder / "lib64", unreadable);
 }
 
-/// The installation that a folder lies in, or one that lies in it.
-std::optional<fs::path> rootNear(const fs::path& folder) {
-    for (auto above = folder; above.has_relative_path(); above = above.parent_path())
-        if (isRoot(above)) return above;
-    std::error_code unreadable;
-    for (const auto& entry : fs::directory_iterator(folder, unreadable))
-        if (isRoot(entry.path())) return entry.path();
-    return std::nullopt;
+/// The installation that a folder is in; empty: none.
+fs::path rootAbove(fs::path folder) {
+    while (folder.has_relative_path() && !isRoot(folder)) folder = folder.parent_path();
+    return folder.has_relative_path() ? folder : fs::path();
 }
 
-std::string commandFor(const std::optional<fs::path>& root) {
-    auto command = shellWord(ownProgram().string()) + " doctor";
-    return root ? command + " --root " + shellWord(root->string()) : command;
+std::string commandToCheck(const fs::path& root) {
+    return ownProgram() + " doctor" + (root.empty() ? "" : " --root " + shellWord(root.string()));
 }
 
 Check emptyRoot(const Installation& installation, bool isGiven) {
     const auto& root = installation.root();
-    const auto near = rootNear(root);
-    return {installationTitle, Verdict::Bad,
-            quoted(root.string()) + " is no installation: there is no lib64 in it",
-            isGiven || near ? commandFor(near) : commandToRestore(installation, installation.plugin())};
+    const auto above = rootAbove(root);
+    return badInstallation(quoted(root.string()) + " is no installation: there is no lib64 in it",
+                           isGiven || !above.empty() ? commandToCheck(above)
+                                                     : commandToRestore(installation, installation.plugin()));
 }
 
-/// A root that keeps its libraries from this user; nothing where it does not, or is this program's own.
-std::optional<Check> closedRoot(const fs::path& root) {
-    const auto library = root / "lib64" / "any";
-    const auto closed = root.empty() ? fs::path() : closedFolder(library);
-    if (closed.empty()) return std::nullopt;
-    return Check{installationTitle, Verdict::Bad,
-                 quoted(closed.string()) + " cannot be looked into: " + systemError(EACCES),
-                 commandToOpen(library)};
+std::string absenceOf(const fs::path& file) {
+    std::error_code noLink;
+    const auto target = fs::read_symlink(file, noLink);
+    if (noLink) return "there is no " + quoted(file.string());
+    return quoted(file.string()) + " is a link to " + quoted(target.string()) + ", which is not there";
 }
 
 } // namespace
 
 Check installationCheck(const std::string& root) {
-    if (auto closed = closedRoot(root)) return *closed;
+    const auto library = fs::path(root) / "lib64" / "any";
+    if (const auto closed = closedFolder(library); !root.empty() && !closed.empty())
+        return badInstallation(quoted(closed.string()) + " cannot be entered: " + systemError(EACCES),
+                               commandToOpen(library));
     try {
         const Installation installation(root);
         if (!isRoot(installation.root())) return emptyRoot(installation, !root.empty());
@@ -67,9 +65,27 @@ Check installationCheck(const std::string& root) {
                 fmt::format("{} ({})", installation.root().string(),
                             root.empty() ? "where this program lies" : "option --root")};
     } catch (const Failure& failure) {
-        const auto near = rootNear(fs::path(root).lexically_normal());
-        return {installationTitle, Verdict::Bad, withoutAdvice(failure.what()), commandFor(near)};
+        return badInstallation(withoutAdvice(failure.what()),
+                               commandToCheck(rootAbove(fs::path(root).lexically_normal())));
     }
+}
+
+std::optional<Check> unreadableFile(const std::string& name, const Installation& installation,
+                                    const fs::path& file) {
+    const auto bad = [&](const std::string& found, const std::string& mend) {
+        return Check{name, Verdict::Bad, found, mend};
+    };
+    std::error_code reason;
+    const auto kind = fs::status(file, reason).type();
+    if (kind == fs::file_type::not_found) return bad(absenceOf(file), commandToRestore(installation, file));
+    if (access(file.c_str(), R_OK) != 0) {
+        const int why = errno;
+        return bad(quoted(file.string()) + " cannot be read: " + systemError(why), commandToOpen(file));
+    }
+    if (kind == fs::file_type::regular) return std::nullopt;
+    return bad(quoted(file.string()) + " is not a regular file",
+               asWriter(file.parent_path(), "rm -r " + shellWord(file.string())) + " && " +
+                   commandToRestore(installation, file));
 }
 
 } // namespace orvo::host

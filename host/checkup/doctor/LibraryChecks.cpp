@@ -1,32 +1,63 @@
 // SPDX-License-Identifier: MIT
-// The libraries of an installation: there, loadable, complete.
+// The libraries of an installation: present, loadable, with all functions that are called.
 #include "base/DynamicLibrary.h"
 #include "base/Output.h"
 #include "checkup/doctor/Checks.h"
-#include "checkup/doctor/EntryNames.h"
-#include "checkup/doctor/FileCheck.h"
-#include "checkup/doctor/Mending.h"
-#include "checkup/doctor/Trial.h"
+#include "checkup/doctor/IsolatedCheck.h"
+#include "checkup/doctor/Repair.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace orvo::host {
 namespace {
 
+namespace fs = std::filesystem;
+
+struct Function {
+    const char* name;
+    bool isCalled = true; ///< by the plug-in or by this program
+};
+using Functions = std::vector<Function>;
+
+// The board libraries' functions, from the lists that the plug-in's tables are made of.
+#define CALLED(Result, name, unbound, parameters, arguments) {#name, true},
+#define UNCALLED(Result, name, unbound, parameters, arguments) {#name, false},
+
+const Functions& boardFunctions() {
+#define USED_ENTRY CALLED
+#define ENTRY UNCALLED
+    static const Functions functions = {
+#include <hal/OrvoHalEntries.def>
+    };
+    return functions;
+}
+
+const Functions& appletFunctions() {
+#define USED_ENTRY CALLED
+#define ENTRY UNCALLED
+    static const Functions functions = {
+#include <hal/KivRuntimeEntries.def>
+    };
+    return functions;
+}
+
+constexpr const char* logDispatcher = "common-logging-dispatcher";
+
 struct Library {
     const char* name;
-    EntryNames entries;
+    Functions functions;
     const char* base; ///< library that it needs; null for none
 };
 
-/// Each behind the one that it needs.
+/// Each after the one that it needs.
 std::vector<Library> libraries() {
-    return {{"orvo_hal", hardwareEntries(), nullptr},
-            {"kivrt", appletEntries(), "orvo_hal"},
-            {"common-logging-dispatcher", {{"logging_dispatcher_descriptor"}}, nullptr},
+    return {{"orvo_hal", boardFunctions(), nullptr},
+            {"kivrt", appletFunctions(), "orvo_hal"},
+            {logDispatcher, {{"logging_dispatcher_descriptor"}}, nullptr},
             {"orvo-core", {{"OrvoCoreInit"}, {"OrvoCoreDeinit"}}, nullptr},
             {"orvo-lib-zume", {{"OrvoZumeInit"}, {"OrvoZumeDeinit"}}, "orvo-core"}};
 }
@@ -35,58 +66,49 @@ std::string fileName(const char* library) {
     return fmt::format("lib{}.so", library);
 }
 
-/// A loaded library against the list of what it has to offer.
-Check completeness(const DynamicLibrary& loaded, const Library& library, const Check& blamed) {
+Check completenessOf(const DynamicLibrary& loaded, const Library& library, const Check& blamed) {
     std::vector<std::string> missing, uncalled;
-    for (const auto& entry : library.entries)
-        if (!loaded.find<void>(entry.name)) (entry.isUsed ? missing : uncalled).emplace_back(entry.name);
+    for (const auto& function : library.functions)
+        if (!loaded.find<void>(function.name))
+            (function.isCalled ? missing : uncalled).emplace_back(function.name);
     if (!missing.empty())
-        return {blamed.name, Verdict::Bad,
-                fmt::format("lacks entries that are called: {}", fmt::join(missing, ", ")), blamed.mend};
-    const auto called = std::ranges::count_if(library.entries, &EntryName::isUsed);
+        return failedCheck(blamed,
+                           fmt::format("lacks functions that are called: {}", fmt::join(missing, ", ")));
+    const auto called = std::ranges::count_if(library.functions, &Function::isCalled);
     return {blamed.name, Verdict::Good,
             fmt::format("loads, with all that is called ({})",
                         counted(static_cast<std::uint64_t>(called), "function")),
             "", uncalled};
 }
 
-Check checkOf(const Installation& installation, const Library& library) {
+/// The plug-in and all programs work without a log.
+bool isAbsentLog(const Library& library, const fs::path& path) {
+    std::error_code unknown;
+    return std::string_view(library.name) == logDispatcher &&
+           fs::status(path, unknown).type() == fs::file_type::not_found;
+}
+
+Check checkOf(const Installation& installation, const Library& library, const Checks& before) {
     const auto path = installation.library(library.name);
     const auto name = fileName(library.name);
+    if (isAbsentLog(library, path))
+        return {name, Verdict::Absent, "not installed: the plug-in's log messages are not shown"};
     if (auto unreadable = unreadableFile(name, installation, path)) return *unreadable;
     const Check blamed{name, Verdict::Bad, "", commandToRestore(installation, path)};
-    return tried(blamed, [&] { return Checks{completeness(DynamicLibrary(path), library, blamed)}; }).front();
-}
-
-/// A library that is there, and cannot be better than the one below it, is not to blame.
-void excuse(Check& check, const Library& library, const Installation& installation, const Checks& before) {
-    if (unreadableFile(check.name, installation, installation.library(library.name))) return;
+    const auto work = [&] { return Checks{completenessOf(DynamicLibrary(path), library, blamed)}; };
+    const auto check = runIsolated(blamed, work).front();
     const auto base = library.base ? fileName(library.base) : "";
-    const auto isBase = [&](const Check& other) { return other.name == base && isBad(other); };
-    if (!isBad(check) || std::ranges::none_of(before, isBase)) return;
-    check = {check.name, Verdict::Skipped, fmt::format("needs {}, which is bad ({})", base, check.found)};
-}
-
-/// The plug-in and all programs do without a log.
-void excuseMissingLog(Check& check, const Installation& installation) {
-    std::error_code unknown;
-    const auto path = installation.library("common-logging-dispatcher");
-    if (check.name != path.filename() || !isBad(check)) return;
-    if (std::filesystem::exists(path, unknown) || unknown) return;
-    check.verdict = Verdict::Warning;
-    check.found += ", so nobody sees what the plug-in logs";
+    const bool isBaseBad =
+        std::ranges::any_of(before, [&](const Check& other) { return other.name == base && isBad(other); });
+    if (!isBad(check) || !isBaseBad) return check;
+    return {name, Verdict::Skipped, fmt::format("needs {}, which is bad ({})", base, check.found)};
 }
 
 } // namespace
 
 Checks libraryChecks(const Installation& installation) {
     Checks checks;
-    for (const auto& library : libraries()) {
-        auto check = checkOf(installation, library);
-        excuse(check, library, installation, checks);
-        excuseMissingLog(check, installation);
-        checks.push_back(std::move(check));
-    }
+    for (const auto& library : libraries()) checks.push_back(checkOf(installation, library, checks));
     return checks;
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the kernel lets this user do.
+// What this user may do on this machine.
 #include "base/Failure.h"
 #include "checkup/doctor/Checks.h"
-#include "checkup/doctor/Mending.h"
 #include "frames/TapDevice.h"
 
 #include <fcntl.h>
@@ -28,8 +27,8 @@ bool hasCapability(unsigned number) {
 Checks permissionChecks() {
     const auto check = [](unsigned number, const char* name, const char* need, const std::string& mend) {
         return hasCapability(number)
-                   ? Check{name, Verdict::Good, "is there"}
-                   : Check{name, Verdict::Warning, std::string("is not there: ") + need, mend};
+                   ? Check{name, Verdict::Good, "granted"}
+                   : Check{name, Verdict::Warning, std::string("not granted: ") + need, mend};
     };
     return {check(CAP_NET_ADMIN, "CAP_NET_ADMIN", "'bridge' needs a TAP that was made for you",
                   "sudo ip tuntap add orvo0 mode tap user $USER"),

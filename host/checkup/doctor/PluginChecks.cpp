@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The plug-in, from its file to its first object.
 #include "checkup/doctor/Checks.h"
-#include "checkup/doctor/FileCheck.h"
-#include "checkup/doctor/Mending.h"
-#include "checkup/doctor/Trial.h"
+#include "checkup/doctor/IsolatedCheck.h"
+#include "checkup/doctor/Repair.h"
 #include "device/Plugin.h"
 
 #include <fmt/format.h>
@@ -14,7 +13,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::string_view ownName = "zume-phy-gige"; // what this program is the host of
+constexpr std::string_view ownName = "zume-phy-gige"; // the plug-in that this program hosts
 constexpr std::uint64_t ownFramework = 70010;
 
 constexpr const char* library = "plug-in";
@@ -26,7 +25,7 @@ Check versionsOf(const core::PluginDescriptor& row, const std::string& mend) {
                                    row.vendor, row.date, row.frameworkVersion);
     if (row.name != ownName)
         return {versions, Verdict::Bad,
-                fmt::format("a foreign plug-in lies in this one's place: {}; orvo-gige " ORVO_VERSION
+                fmt::format("another plug-in has this one's file name: {}; orvo-gige " ORVO_VERSION
                             " is for '{}'",
                             about, ownName),
                 mend};
@@ -46,7 +45,7 @@ Checks lookInto(const Installation& installation, const std::string& mend) {
 Checks startUp(const Installation& installation) {
     Plugin plugin(installation);
     plugin.createInterface();
-    return {{start, Verdict::Good, "initialised, and has made a network interface"}};
+    return {{start, Verdict::Good, "initialises, and makes a network interface"}};
 }
 
 Checks skipRest(Checks checks) {
@@ -62,9 +61,11 @@ Checks pluginChecks(const Installation& installation) {
     const auto path = installation.plugin();
     if (auto unreadable = unreadableFile(library, installation, path)) return skipRest({*unreadable});
     const auto mend = commandToRestore(installation, path);
-    auto checks = tried({library, Verdict::Bad, "", mend}, [&] { return lookInto(installation, mend); });
+    auto checks =
+        runIsolated({library, Verdict::Bad, "", mend}, [&] { return lookInto(installation, mend); });
     if (std::ranges::any_of(checks, isBad)) return skipRest(checks);
-    checks.push_back(tried({start, Verdict::Bad, "", mend}, [&] { return startUp(installation); }).front());
+    checks.push_back(
+        runIsolated({start, Verdict::Bad, "", mend}, [&] { return startUp(installation); }).front());
     return checks;
 }
 

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Whether what is set counts.
+// Settings that have no effect, or not the one they seem to have.
 #include "checkup/doctor/Checks.h"
-#include "checkup/doctor/Mending.h"
+#include "checkup/doctor/Repair.h"
 
 #include <fmt/format.h>
-
-#include <algorithm>
 
 namespace orvo::host {
 namespace {
@@ -23,7 +21,7 @@ Checks settingsChecks(const Settings& settings) {
     Checks checks;
     for (const auto& remark : remarksOn(settings))
         checks.push_back({settingsTitle, remark.isLost ? Verdict::Bad : Verdict::Warning,
-                          textOf(remark.where) + ": " + remark.text, mendFor(remark.where)});
+                          originText(remark.where) + ": " + remark.text, mendFor(remark.where)});
     if (!checks.empty()) return checks;
     std::string files;
     for (const auto& file : settings.files)

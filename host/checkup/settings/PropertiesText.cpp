@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reading of properties files, with the plug-in's own eyes.
+// Reads properties files by the plug-in's own parser.
 #include "checkup/settings/PropertiesText.h"
 
 #include "base/Failure.h"
@@ -28,11 +28,11 @@ bool isProperty(const std::string& key) {
     return false;
 }
 
-/// Empty: the file can be read. A pipe would keep its reader waiting.
-std::string obstacleOf(const fs::path& path) {
+/// Why a file cannot be read; empty: it can. A pipe is not opened: that would wait for its writer.
+std::string readErrorOf(const fs::path& path) {
     std::error_code reason;
     if (fs::is_directory(path, reason)) return "it is a directory";
-    if (!reason && !fs::is_regular_file(path, reason)) return "it is no file";
+    if (!reason && !fs::is_regular_file(path, reason)) return "it is not a regular file";
     errno = 0;
     if (const std::ifstream file(path); file) return "";
     return systemError(errno);
@@ -65,7 +65,7 @@ PropertiesText readPropertiesText(const fs::path& path) {
     std::error_code reason;
     text.isThere = !path.empty() && fs::status(path, reason).type() != fs::file_type::not_found;
     if (!text.isThere) return text;
-    text.error = obstacleOf(path);
+    text.error = readErrorOf(path);
     if (!text.error.empty()) return text;
     auto lines = linesOfPlugin();
     std::ifstream file(path);

@@ -15,7 +15,7 @@ struct PropertiesText {
     };
     struct Remark {
         unsigned line;
-        std::string text; ///< what the line is, and why nobody reads it
+        std::string text; ///< what the line is, and why it has no effect
     };
 
     std::filesystem::path path;

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Tuning values by the plug-in's own table and rules: see TweakProperties for the order of precedence.
-#include "checkup/settings/PropertySettings.h"
-
+// Tuning values by the plug-in's own table and rules; TweakProperties has the order of precedence.
 #include "base/Failure.h"
+#include "checkup/settings/Settings.h"
 
 #include <config/TweakPropertyTable.h>
 #include <config/TweakText.h>
@@ -23,8 +22,8 @@ struct Candidate {
     Origin origin;
 };
 
-/// The properties that the plug-in reads, all of them whole numbers; empty for the others, which the table
-/// has for further software of the board.
+/// Meaning of a property that the plug-in reads, which is a whole number. Empty for all others: the table has
+/// them for other software of the board.
 std::string meaningFor(std::string_view key) {
     return key == "GIGE::DriverClassPortMask"
                ? "sum of 1, 2, 4, 8 for the GigE ports 0 to 3 whose PHY gets its driver class bit at a reset"
@@ -48,14 +47,14 @@ std::vector<Candidate> candidatesFor(const platform::TweakPropertyEntry& row,
     return found;
 }
 
-/// What the plug-in, or, of a property that it does not read, anybody makes of a text.
+/// The value as its reader converts the text; nothing where it cannot.
 std::optional<std::string> valueOf(const std::string& text, bool isNumber) {
     if (!isNumber) return platform::converted<std::string>(text) ? std::optional(text) : std::nullopt;
     const auto number = platform::converted<int>(text);
     return number ? std::optional(std::to_string(*number)) : std::nullopt;
 }
 
-/// What is odd about a number that counts.
+/// What looks wrong about a number that is in effect; empty: nothing.
 std::string noteOn(const std::string& text, const std::string& value) {
     std::string note;
     if (value != text && text.find_first_not_of("+-0123456789") != std::string::npos)

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Gathering of all settings.
 #include "checkup/settings/Settings.h"
 
 #include "base/Failure.h"
-#include "checkup/settings/PropertySettings.h"
 
 #include <Thresholds.h>
 #include <config/PreSendWait.h>
@@ -24,7 +22,8 @@ namespace fs = std::filesystem;
 namespace platform = templates::platform;
 using Kind = Origin::Kind;
 
-/// Returns what is wrong with a variable's text, or nothing; may change it to how it is understood.
+/// Returns what a variable's text should have been, or an empty text where it is right; may change it to the
+/// value that its reader uses.
 using Reader = std::function<std::string(std::string& text)>;
 
 std::string asItIs(std::string&) {
@@ -39,8 +38,8 @@ Setting variable(const char* name, const std::string& fallback, const char* mean
     if (!found || !*found) return setting;
     const Origin origin{Kind::Environment, name};
     std::string value = found;
-    if (const auto reason = read(value); !reason.empty()) {
-        setting.unreadable.push_back({found, origin, reason});
+    if (const auto expected = read(value); !expected.empty()) {
+        setting.unreadable.push_back({found, origin, expected});
         return setting;
     }
     setting.value = value;
@@ -59,39 +58,25 @@ std::string readThresholds(std::string& text) {
 
 std::string readWait(std::string& text) {
     const auto waitMs = platform::preSendWaitMs(text.c_str());
-    if (!waitMs) return "a whole number of milliseconds from 0 to 4294967";
+    if (!waitMs) return "a whole number of milliseconds from 0 to 4294967295";
     text = std::to_string(*waitMs);
     return "";
 }
 
-bool canMakeFilesBelow(fs::path folder) {
+/// Why the dispatcher cannot write a log file; empty: it can. It makes missing folders, and opens no pipes.
+std::string writeErrorOf(fs::path file) {
     std::error_code unknown;
-    while (folder.has_relative_path() && !fs::exists(folder, unknown)) folder = folder.parent_path();
-    errno = ENOTDIR;
-    return fs::is_directory(folder, unknown) && access(folder.c_str(), W_OK | X_OK) == 0;
+    if (fs::is_fifo(file, unknown) || fs::is_socket(file, unknown)) return "it is a pipe";
+    if (fs::is_directory(file, unknown)) return "it is a directory";
+    if (fs::exists(file, unknown)) return access(file.c_str(), W_OK) == 0 ? "" : systemError(errno);
+    while (file.has_relative_path() && !fs::exists(file, unknown)) file = file.parent_path();
+    if (!fs::is_directory(file, unknown)) return systemError(ENOTDIR);
+    return access(file.c_str(), W_OK | X_OK) == 0 ? "" : systemError(errno);
 }
 
-/// Why the dispatcher cannot write a log file; empty: it can. It makes folders on the way as well, and does
-/// not wait for the reader of a pipe.
-std::string obstacleToLog(const fs::path& file) {
-    std::error_code unknown;
-    switch (fs::status(file, unknown).type()) {
-    case fs::file_type::fifo:
-    case fs::file_type::socket:
-        return "it is a pipe";
-    case fs::file_type::directory:
-        return "it is a directory";
-    case fs::file_type::not_found:
-        return canMakeFilesBelow(file.parent_path()) ? "" : systemError(errno);
-    default:
-        return access(file.c_str(), W_OK) == 0 ? "" : systemError(errno);
-    }
-}
-
-/// Only looks.
 std::string readLogFile(std::string& text) {
-    const auto obstacle = obstacleToLog(fs::absolute(text));
-    return obstacle.empty() ? "" : "a file that can be written (" + obstacle + ")";
+    const auto error = writeErrorOf(fs::absolute(text));
+    return error.empty() ? "" : "a file that can be written (" + error + ")";
 }
 
 Origin originOf(const std::string& root) {
@@ -126,17 +111,17 @@ std::vector<Setting> otherSettings(const Installation& installation, const std::
         {.name = "installation",
          .value = installation.root().string(),
          .origin = originOf(root),
-         .meaning = "root of what is used; by default the one that this program lies in"},
+         .meaning = "root folder; by default the one that this program lies in"},
         propertiesFile(files[0], "user's rt.conf",
                        files[0].path.empty() ? Origin{} : Origin{Kind::Environment, "HOME"}),
         propertiesFile(files[1], "installation's rt.conf", originOf(root)),
         simulatorFile(installation),
-        variable("ORVO_PRE_SEND_WAIT_TIME", "0", "milliseconds that a port waits before it sends a frame",
+        variable(platform::preSendWaitVariable, "0", "milliseconds that a port waits before it sends a frame",
                  readWait),
-        variable("ORVO_LOG", "*=4", "thresholds by logger: 2 details, 3 information, 4 warnings, 5 errors",
-                 readThresholds),
+        variable("ORVO_LOG", "*=" + std::to_string(dispatcher::defaultThreshold),
+                 "thresholds by logger: 2 details, 3 information, 4 warnings, 5 errors", readThresholds),
         variable("ORVO_LOG_FILE", "", "file that log lines go to as well", readLogFile),
-        variable("ORVODIR5_64", "", "installation of a plug-in file that lies in none; this one lies in one"),
+        variable("ORVODIR5_64", "", "installation root for a plug-in file outside any; this one needs none"),
         variable("ORVODIR5", "", "the same, where ORVODIR5_64 is not set"),
         variable("SHELL", "/bin/sh", "what 'orvo-gige lab' runs when no command is given"),
         variable("NO_COLOR", "", "set: no colours on a terminal"),
@@ -145,7 +130,7 @@ std::vector<Setting> otherSettings(const Installation& installation, const std::
 
 } // namespace
 
-// In the directory above the one that its library really lies in.
+// In the folder above that of its library, links resolved.
 fs::path usualSimulatorFile(const Installation& installation) {
     std::error_code missing;
     const auto library = fs::canonical(installation.library("orvo_hal"), missing);

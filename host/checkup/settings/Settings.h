@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What is set, for the plug-in, the libraries beside it and this program, and where each value comes from.
+// Settings of the plug-in, the libraries beside it and this program, each with the place that its value is
+// from.
 #pragma once
 
 #include "checkup/settings/PropertiesText.h"
@@ -21,13 +22,13 @@ struct Origin {
 };
 
 /// "PATH:LINE", "environment variable NAME", "argument ARGUMENT" or "default".
-std::string textOf(const Origin& origin);
+std::string originText(const Origin& origin);
 
-/// A value that was found on the way and cannot be used.
+/// A value that stands somewhere, and cannot be used.
 struct UnreadableValue {
     std::string text;
     Origin origin;
-    std::string reason; ///< what it ought to be
+    std::string expected; ///< what it should be, such as "a whole number from 0 to 15"
 };
 
 struct Setting {
@@ -35,8 +36,8 @@ struct Setting {
     std::string value; ///< in effect; empty for none
     Origin origin;
     std::string meaning;
-    std::vector<UnreadableValue> unreadable = {}; ///< what `value` is used instead of
-    std::string note = {};                        ///< what is odd about the value; empty: nothing
+    std::vector<UnreadableValue> unreadable = {}; ///< values that `value` is used instead of
+    std::string note = {};                        ///< what looks wrong about the value; empty: nothing
     bool isRead = true;                           ///< by the plug-in, the libraries beside it or this program
 };
 
@@ -46,23 +47,26 @@ struct Settings {
     std::vector<PropertiesText> files; ///< properties files, the user's before the installation's
 };
 
-/// Everything that is set for the installation that `root` names as --root does; `arguments` are those of a
-/// program that the plug-in is loaded by. Makes and changes nothing. Errors: Failure when there is no such
-/// installation.
+/// Reads the settings of the installation that `root` names as --root does; `arguments` are those of a
+/// program that loads the plug-in. Changes nothing. Errors: Failure when there is no such installation.
 Settings readSettings(const std::string& root, const std::vector<std::string>& arguments = {});
+
+/// The tuning values alone, one for each row of the plug-in's table. `files` in order of precedence.
+std::vector<Setting> propertySettings(const std::vector<PropertiesText>& files,
+                                      const std::vector<std::string>& arguments);
 
 /// Where the simulated board looks for its configuration when no variable names one.
 std::filesystem::path usualSimulatorFile(const Installation& installation);
 
-/// Something that is written somewhere and does not do what it says.
+/// Something that is set, but has no effect or not the one it seems to have.
 struct Remark {
     Origin where;
     std::string text;
-    bool isLost; ///< a value that somebody reads is not used; false: it only looks like a mistake
+    bool isLost; ///< the value of a setting that is read is not used; false: it only looks like a mistake
 };
 std::vector<Remark> remarksOn(const Settings& settings);
 
-std::string textOf(const Settings& settings);
-nlohmann::ordered_json jsonOf(const Settings& settings);
+std::string settingsText(const Settings& settings);
+nlohmann::ordered_json settingsJson(const Settings& settings);
 
 } // namespace orvo::host

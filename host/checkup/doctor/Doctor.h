@@ -9,8 +9,8 @@
 
 namespace orvo::host {
 
-/// `root` as --root names it; empty for this program's own installation. What cannot be told because of
-/// something bad is skipped. Takes as long as libraries take to be loaded, each at most `trialLimit`.
+/// `root` as --root names it; empty for this program's own installation. Checks that depend on a bad one are
+/// skipped. Loads libraries, each for at most `isolationLimit`; resets no board.
 /// Errors: Interruption; Failure when no processes can be started.
 Checks examine(const std::string& root, PortAddress port);
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The order of the checks.
-#include "checkup/doctor/Examination.h"
+// Order of the checks, and what each needs first.
+#include "checkup/doctor/Doctor.h"
 
 #include "checkup/doctor/Checks.h"
 #include "frames/TapDevice.h"

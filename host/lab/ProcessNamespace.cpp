@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Process namespaces end with their first process, and that one is made to end with this one.
-#include "lab/Containment.h"
+// The kernel ends a process namespace with its first process, and that one with its parent.
+#include "lab/ProcessNamespace.h"
 
 #include "base/Failure.h"
 #include "base/NetworkNamespace.h"
@@ -23,7 +23,7 @@
 namespace orvo::host {
 namespace {
 
-/// A process, to be asked from other process namespaces.
+/// Tells whether a process has ended, from another process namespace too.
 class ProcessHandle {
 public:
     explicit ProcessHandle(pid_t id) : descriptor_(static_cast<int>(syscall(SYS_pidfd_open, id, 0))) {}
@@ -37,16 +37,16 @@ public:
     }
 
 private:
-    const int descriptor_; // on a kernel without them -1, which never shows anything
+    const int descriptor_; // -1 on a kernel without pidfd: never ended
 };
 
-/// The kernel kills this process once its parent has ended; if that was before it knew, it ends by itself.
+/// The kernel kills this process when its parent ends; a parent that ended before the call is looked for.
 void endWith(const ProcessHandle& parent) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (parent.hasEnded()) _exit(Failed);
 }
 
-/// What is mounted from now on is seen here only, and /proc shows the processes of here.
+/// Hides later mounts from the rest of the machine, and shows the processes of this namespace in /proc.
 void makeOwnMounts() {
     unshareNamespaces(CLONE_NEWNS);
     if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
@@ -65,7 +65,7 @@ int outcomeOf(const std::function<int()>& work) {
     }
 }
 
-// A signal that the terminal sent has reached the processes below without help.
+// A signal from the terminal has reached the child already.
 int awaitEnd(pid_t process) {
     for (;;) {
         const auto signal = awaitSignal();
@@ -80,7 +80,7 @@ int awaitEnd(pid_t process) {
 
 } // namespace
 
-int runContained(const std::function<int()>& work) {
+int runInProcessNamespace(const std::function<int()>& work) {
     const TerminalForeground terminal;
     blockAwaitedSignals();
     throwIfEndRequested();
