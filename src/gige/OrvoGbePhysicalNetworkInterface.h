@@ -9,6 +9,8 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace orvo::core::zume {
@@ -76,6 +78,7 @@ private:
     void readPreSendWaitTime();
 
     void watchCrcErrors();
+    std::optional<std::uint64_t> readErrorCount(); // nothing without device or register
     void readTransmission(Reception& reception);
     void readFrameWords(Reception& reception, std::uint32_t requestedBytes);
     bool readWords(Reception& reception, std::uint32_t* words, std::uint32_t requestedBytes);
@@ -97,6 +100,7 @@ private:
 
     void logStatistics();
     void logCounter(const PortCounterRow& row);
+    std::optional<std::uint64_t> readCounter(const PortCounterRow& row); // nothing without the register
     int finalLostWords();
 
     bool releaseDevice();

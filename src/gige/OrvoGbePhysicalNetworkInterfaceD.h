@@ -118,8 +118,8 @@ private:
     bool checkBoard(const std::string& id);
     bool loadApplet(const std::string& id);
     bool configureFpga(const std::string& id);
-    void resetPort(int port, bool force, int driverClassMask);
-    void awaitPhyReset(int port, std::uint16_t control);
+    void resetPort(unsigned port, bool force, int driverClassMask);
+    void awaitPhyReset(unsigned port, std::uint16_t control);
     void startBoard();
 
     tools::logging::Logger* logger_ = nullptr; // not owned, fetched on first use

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // One frame from the receive queue to the framework.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
+#include "gige/RegisterAccess.h"
 #include "gige/Transmission.h"
 #include "hal/OrvoHal.h"
 
@@ -57,16 +58,18 @@ boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* 
 }
 
 void OrvoGbePhysicalNetworkInterface::watchCrcErrors() {
-    if (!isCrcWatchOn() || d->regGigeRecvErrCnt == 0) return;
-    std::uint64_t count = 0; // stays 0, and counts as a reading of 0, when the read fails
-    if (const auto pass = d->gate.enterReceive())
-        OHalRegisterRead(d->device, d->regGigeRecvErrCnt, &count);
-    else
-        return;
-    const auto growth = static_cast<std::int64_t>(count - d->lastRecvErrCnt);
+    if (!isCrcWatchOn()) return;
+    const auto count = readErrorCount();
+    const auto growth = static_cast<std::int64_t>(count.value_or(d->lastRecvErrCnt) - d->lastRecvErrCnt);
     if (growth == 0) return;
     if (auto text = warning()) text << "': Detected " << growth << " new CRC packet errors";
-    d->lastRecvErrCnt = count;
+    d->lastRecvErrCnt = *count;
+}
+
+std::optional<std::uint64_t> OrvoGbePhysicalNetworkInterface::readErrorCount() {
+    const auto pass = d->gate.enterReceive();
+    if (!pass || d->regGigeRecvErrCnt == 0) return std::nullopt;
+    return readOr(d->device, d->regGigeRecvErrCnt, 0); // a failed read counts as 0
 }
 
 void OrvoGbePhysicalNetworkInterface::readTransmission(Reception& reception) {

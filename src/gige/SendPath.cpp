@@ -103,9 +103,9 @@ bool OrvoGbePhysicalNetworkInterface::isCustomChecksumEnabled() const {
 }
 
 void OrvoGbePhysicalNetworkInterface::enableCustomChecksum(bool enable) {
-    if (d->regGigeTxDisableCrcGeneration == 0) return;
     const auto pass = d->gate.enterControl();
     if (!pass) return; // the device is released: neither register nor flag change, so that they agree
+    if (d->regGigeTxDisableCrcGeneration == 0) return; // inside: a reopening may find another firmware
     OHalRegisterWrite(d->device, d->regGigeTxDisableCrcGeneration, enable ? 1 : 0);
     d->customChecksumEnabled = enable;
 }

@@ -113,6 +113,19 @@ TEST_F(BoardResetTest, ForcedResetTouchesItsOwnPortOnly) {
         << "a forced reset does not count as the board's";
 }
 
+TEST_F(BoardResetTest, ForcedResetOfAPortBeyondTheBoardsResetsNone) {
+    board.infoInts["ports/gige"] = 64;
+    for (const int beyond : {4, 32, 34}) {
+        core::zume::OrvoGbePhysicalNetworkInterface other;
+        other.injectDependency("resetBoard", std::string("false"));
+        other.injectDependency("portId", beyond);
+        ASSERT_TRUE(other.setup());
+        board.takeJournal();
+        other.forceReset();
+        EXPECT_EQ(board.takeJournal(), resetPulse("0xf")) << "port " << beyond;
+    }
+}
+
 TEST_F(BoardResetTest, FailedReadsFallBack) {
     setUpPort();
     board.failing = {"MdioReadReg"};

@@ -91,6 +91,27 @@ TEST_F(ReinitializationTest, NobodyIsInTheHardwareAccessLayerWhileTheDeviceIsRel
     EXPECT_FALSE(port.setup()) << "a device that was reopened is set up";
 }
 
+TEST_F(ReinitializationTest, RegistersThatAreGoneAfterTheReopeningAreLeftAlone) {
+    setUpPort();
+    core::zume::c_MONITOR_CRC_ERRORS = true;
+    {
+        const auto switching = repeating([&] { port.enableCustomChecksum(true); });
+        const auto receiving = repeating([&] { port.receive(nullptr); });
+        const auto reporting = repeating([&] { port.waitForTermination(); });
+        for (int round = 0; round < 50; ++round) {
+            ASSERT_TRUE(port.reinitialize(ReleaseDevice));
+            board.lacking = round % 2 == 0
+                                ? std::set<std::string>{"GigeTxDisableCrcGeneration2", "GigeRecvErrCnt2"}
+                                : std::set<std::string>{};
+            ASSERT_TRUE(port.reinitialize(ReopenDevice));
+        }
+    }
+    core::zume::c_MONITOR_CRC_ERRORS = false;
+    EXPECT_THAT(board.takeJournal(), testing::Not(Contains(testing::HasSubstr(" register 0"))));
+    port.enableCustomChecksum(false);
+    EXPECT_THAT(board.takeJournal(), ElementsAre("write GigeTxDisableCrcGeneration2 0")) << "it is back";
+}
+
 TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
     setUpPort();
     const struct {
