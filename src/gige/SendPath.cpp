@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 
 namespace orvo::core::zume {
 
@@ -23,6 +24,13 @@ constexpr auto turnLimit = 2 * transmitterLimit; // the sender before gives up a
 
 static_assert(std::endian::native == std::endian::little,
               "a unit's first byte must be its low one in memory");
+
+/// In several sleeps where the microseconds do not fit the 32 bits that `usleep` takes.
+void waitBeforeSending(std::uint32_t waitMs) {
+    constexpr std::uint32_t longestMs = std::numeric_limits<useconds_t>::max() / 1000;
+    for (; waitMs > longestMs; waitMs -= longestMs) usleep(longestMs * 1000);
+    if (waitMs != 0) usleep(waitMs * 1000);
+}
 
 /// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined: a
 /// board that refuses them shows it in its counters, and the frame is gone either way.
@@ -49,7 +57,7 @@ void OrvoGbePhysicalNetworkInterface::addToSendQueue(boost::shared_ptr<EthernetF
             text << "': Packet is too large (packet size: " << frameBytes << ", allowed size: 1518)";
         return;
     }
-    if (d->preSendWaitTime != 0) usleep(d->preSendWaitTime * 1000);
+    waitBeforeSending(d->preSendWaitTime);
     sendFrame(frame->data(), frameBytes);
 }
 

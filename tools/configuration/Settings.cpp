@@ -59,7 +59,7 @@ std::string readThresholds(std::string& text) {
 
 std::string readWait(std::string& text) {
     const auto waitMs = platform::preSendWaitMs(text.c_str());
-    if (!waitMs) return "a whole number of milliseconds from 0 to 4294967";
+    if (!waitMs) return "a whole number of milliseconds from 0 to 4294967295";
     text = std::to_string(*waitMs);
     return "";
 }
