@@ -44,6 +44,7 @@ void OrvoGbePhysicalNetworkInterface::forceReset() {
 void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool force) {
     auto* const statics = OrvoGbePhysicalNetworkInterfaceStatics::getInstance();
     const int driverClassMask = driverClassPortMask();
+    const tools::logging::HeldLines lines; // sent when board and gate are free again
     const std::lock_guard turn(statics->boardSequence(boardId));
     const auto pass = gate.enterControl();
     if (!pass || !device || !applet) {

@@ -23,6 +23,7 @@ constexpr unsigned snapshotPauseUs = 1'000'000;
 } // namespace
 
 void OrvoGbePhysicalNetworkInterface::triggerDebugOutput() {
+    const tools::logging::HeldLines lines; // sent when board and gate are free again
     const std::lock_guard turn(
         OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->boardSequence(d->boardId));
     const auto pass = d->gate.enterControl();

@@ -14,6 +14,7 @@ constexpr auto releaseLimit = std::chrono::milliseconds{10'000};
 } // namespace
 
 bool OrvoGbePhysicalNetworkInterface::reinitialize(ReinitializationPhase phase) {
+    const tools::logging::HeldLines lines; // sent when the next phase may come
     const std::lock_guard guard(d->reinitializing);
     if (phase == ReleaseDevice) return releaseDevice();
     if (phase == ReopenDevice) return reopenDevice();

@@ -23,8 +23,25 @@ LogLine& LogLine::operator<<(std::string_view text) noexcept {
     return *this;
 }
 
-void LogLine::send() noexcept {
-    message_->logger->log(static_cast<std::uint32_t>(message_->level), message_->text.c_str(), 0, 0);
+void LogLine::deliver(std::unique_ptr<Message> message) noexcept {
+    if (auto* const holder = HeldLines::current_) {
+        *holder->end_ = std::move(message);
+        holder->end_ = &(*holder->end_)->next;
+    } else {
+        message->logger->log(static_cast<std::uint32_t>(message->level), message->text.c_str(), 0, 0);
+    }
+}
+
+constinit thread_local HeldLines* HeldLines::current_ = nullptr;
+
+HeldLines::HeldLines() noexcept : outer_(std::exchange(current_, this)) {}
+
+HeldLines::~HeldLines() {
+    current_ = outer_;
+    while (auto message = std::move(first_)) {
+        first_ = std::move(message->next);
+        LogLine::deliver(std::move(message));
+    }
 }
 
 } // namespace orvo::tools::logging

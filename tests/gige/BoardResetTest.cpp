@@ -5,6 +5,8 @@
 #include "support/InterfaceTest.h"
 #include "support/TemporaryFolder.h"
 
+#include <atomic>
+
 namespace orvo::test {
 namespace {
 
@@ -180,6 +182,34 @@ TEST_F(BoardResetTest, SequencesOfOneBoardTakeTurnsAndTwoSetupsResetItOnce) {
     const auto sequence = busAccesses(phySequence("0", "0", "0", {"0"}));
     EXPECT_EQ(busAccesses(board.takeJournal()), joined({sequence, sequence, sequence, sequence, sequence}))
         << "four ports once, and the forced one";
+}
+
+TEST_F(BoardResetTest, DispatcherThatCallsBackOrStallsHoldsNobodyUp) {
+    setUpPort();
+    const auto useEverything = [this] {
+        port.forceReset();
+        port.triggerDebugOutput();
+        port.reinitialize(core::zume::ReleaseDevice);
+        port.forceReset();
+        port.triggerDebugOutput();
+        port.reinitialize(core::zume::ReopenDevice);
+    };
+    std::atomic<bool> isCalledBack{false};
+    int callbacks = 0;
+    onEmit([&] {
+        if (isCalledBack.exchange(true)) return; // a callback's own messages are only recorded
+        ++callbacks;
+        useEverything();
+        inBackground(useEverything).wait(); // the dispatcher stands meanwhile
+        isCalledBack = false;
+    });
+    useEverything();
+    EXPECT_TRUE(resetting.setup());
+    onEmit({});
+    EXPECT_GT(callbacks, 70) << "every line of a reset, a report and both phases";
+    takeMessages();
+    port.addToSendQueue(frame({1, 2}));
+    EXPECT_EQ(statistics()["Send"], "1 frames (6 bytes)");
 }
 
 } // namespace

@@ -44,6 +44,10 @@ ORVO_EXPORT Attachment attachment();
 /// What the dispatcher does from within each attach from now on, on the attaching thread; empty: nothing.
 ORVO_EXPORT void onAttach(std::function<void(const Attachment&)> action);
 
+/// What the dispatcher does with each message from now on, after it is recorded, on the logging thread;
+/// empty: nothing.
+ORVO_EXPORT void onEmit(std::function<void()> action);
+
 /// Forgets all names and their handles.
 ORVO_EXPORT void forgetHandles();
 

@@ -17,6 +17,7 @@ std::map<std::string, std::uint64_t> handles;
 std::uint32_t currentThreshold = 2;
 Attachment current;
 std::function<void(const Attachment&)> attachAction;
+std::function<void()> emitAction;
 
 std::uint64_t handleOf(const std::string& name) {
     return handles.emplace(name, handles.size() + 1).first->second;
@@ -35,8 +36,13 @@ void lookup(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
 }
 
 void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b) {
-    const std::lock_guard guard(lock);
-    records.push_back({nameOf(handle), level, message, handle, a, b});
+    std::function<void()> action;
+    {
+        const std::lock_guard guard(lock);
+        records.push_back({nameOf(handle), level, message, handle, a, b});
+        action = emitAction;
+    }
+    if (action) action();
 }
 
 void attach(tools::logging::Logging* facility, tools::logging::DispatcherDetached detached,
@@ -96,6 +102,11 @@ Attachment attachment() {
 void onAttach(std::function<void(const Attachment&)> action) {
     const std::lock_guard guard(lock);
     attachAction = std::move(action);
+}
+
+void onEmit(std::function<void()> action) {
+    const std::lock_guard guard(lock);
+    emitAction = std::move(action);
 }
 
 void forgetHandles() {
