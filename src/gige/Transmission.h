@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace orvo::core::zume {
 
@@ -36,10 +35,5 @@ inline TransmissionVerdict checkTransmission(const std::uint32_t* words, std::ui
 /// dropped. `frame` has room for 2 * `wordCount` bytes. As many words at once as the processor's instructions
 /// take.
 void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
-
-using Unpacking = void (*)(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
-
-/// The ways in which this processor can do that, the best one first.
-std::vector<Unpacking> unpackings();
 
 } // namespace orvo::core::zume
