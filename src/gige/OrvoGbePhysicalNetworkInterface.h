@@ -70,6 +70,7 @@ public:
 
 private:
     struct Reception;
+    struct ActionReading;
 
     bool canBeSetUp();
     void prepareTraffic();
@@ -79,6 +80,7 @@ private:
 
     void watchCrcErrors();
     std::optional<std::uint64_t> readErrorCount(); // nothing without device or register
+    bool readQueue(Reception& reception);          // false while the device is released
     void readTransmission(Reception& reception);
     void readFrameWords(Reception& reception, std::uint32_t requestedBytes);
     bool readWords(Reception& reception, std::uint32_t* words, std::uint32_t requestedBytes);
@@ -95,8 +97,9 @@ private:
     void reportNoTurn(bool released, std::size_t frameBytes);
     void reportTransmitter(const TransmitterReading& transmitter);
 
+    bool readActionCommand(ActionReading& reading); // false while the device is released
     void postActionCommandTimeout(std::uint16_t count);
-    void reportActionCommandError(bool tooManyWords, int result, int lostActionWords);
+    void reportActionCommandError(const ActionReading& reading);
 
     void logStatistics();
     void logCounter(const PortCounterRow& row);

@@ -30,7 +30,8 @@ bool isCrcWatchOn() {
 
 } // namespace
 
-/// What a receive call met. Found out inside the gate and told outside, where a slow log holds nobody up.
+/// Result of one receive call. Determined inside the gate and logged outside it, so that a slow log blocks
+/// nobody.
 struct OrvoGbePhysicalNetworkInterface::Reception {
     enum class Outcome { Nothing, Frame, ReadError, ZeroSize, NoEnd, WrongSize };
 
@@ -44,14 +45,7 @@ struct OrvoGbePhysicalNetworkInterface::Reception {
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* received) {
     watchCrcErrors();
     Reception reception;
-    bool released = false;
-    if (const auto pass = d->gate.enterReceive()) {
-        readTransmission(reception);
-        if (needsLostWords(reception)) reception.lostWords = lostWords();
-    } else {
-        released = true;
-    }
-    if (released) d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
+    if (!readQueue(reception)) d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
     auto frame = conclude(reception);
     if (received) *received = frame != nullptr;
     return frame;
@@ -70,6 +64,14 @@ std::optional<std::uint64_t> OrvoGbePhysicalNetworkInterface::readErrorCount() {
     const auto pass = d->gate.enterReceive();
     if (!pass || d->regGigeRecvErrCnt == 0) return std::nullopt;
     return readOr(d->device, d->regGigeRecvErrCnt, 0); // a failed read counts as 0
+}
+
+bool OrvoGbePhysicalNetworkInterface::readQueue(Reception& reception) {
+    const auto pass = d->gate.enterReceive();
+    if (!pass) return false;
+    readTransmission(reception);
+    if (needsLostWords(reception)) reception.lostWords = lostWords();
+    return true;
 }
 
 void OrvoGbePhysicalNetworkInterface::readTransmission(Reception& reception) {
