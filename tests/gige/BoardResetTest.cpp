@@ -172,6 +172,34 @@ TEST_F(BoardResetTest, FirmwareWithoutTheRegistersKeepsThePace) {
     EXPECT_EQ(without("find", board.takeJournal()), joined({pulse, pace})) << "only the pulse is unchecked";
 }
 
+TEST_F(BoardResetTest, StartRegistersAreWrittenEvenIfTheFirmwareLacksThem) {
+    board.lacking = {"GigE_TxStart", "GigE_RxEnable", "GigeTxStart0",
+                     "GigeTxStart1", "GigeTxStart2",  "GigeTxStart3"};
+    ASSERT_TRUE(resetting.setup());
+    const auto journal = board.takeJournal();
+    EXPECT_EQ(std::count(journal.begin(), journal.end(), "write register 0 0x1"), 6);
+}
+
+TEST_F(BoardResetTest, ReportAndResetOfOneBoardTakeTurns) {
+    setUpPort();
+    core::zume::OrvoGbePhysicalNetworkInterface other;
+    other.injectDependency("resetBoard", std::string("false"));
+    other.injectDependency("portId", 1);
+    ASSERT_TRUE(other.setup());
+    board.takeJournal();
+    std::vector<Journal> reads{{"write GigE_MdioPhyAddr 0x1"}};
+    for (int n = 0; n <= 28; ++n) reads.push_back(mdioRead("", ""));
+    const auto report = busAccesses(joined(reads));
+    const auto reset = busAccesses(phySequence("0x2", "0", "0", {"0"}));
+    for (int round = 0; round < 20; ++round) {
+        const std::function<void()> users[] = {[&] { port.forceReset(); },
+                                               [&] { other.triggerDebugOutput(); }};
+        runTogether(2, [&](int i) { users[i](); });
+        EXPECT_THAT(busAccesses(board.takeJournal()),
+                    testing::AnyOf(joined({reset, report}), joined({report, reset})));
+    }
+}
+
 TEST_F(BoardResetTest, SequencesOfOneBoardTakeTurnsAndTwoSetupsResetItOnce) {
     setUpPort();
     core::zume::OrvoGbePhysicalNetworkInterface other;

@@ -2,6 +2,8 @@
 // One received frame, every way in which a transmission can be bad, and the CRC watch.
 #include "support/InterfaceTest.h"
 
+#include <orvo/tools/logging/Logger.h>
+
 namespace orvo::test {
 namespace {
 
@@ -113,6 +115,7 @@ TEST_F(ReceivePathTest, EachBadTransmissionEndsInItsCounterAndMessage) {
         {"no end flag, word 0", {{4, {4}}, {8, {1, 0}}}, noEnd("0", "8", "8")},
         {"short, its last word without end flag", {{4, {4}}, {4, {1}}}, noEnd("0x1", "8", "4")},
         {"4 short", {{4, {6}}, {8, {1, 0x10002}}}, wrongSize("12", "8")},
+        {"3 short", {{4, {6}}, {9, {1, 0x10002}}}, wrongSize("12", "9")},
         {"1 short", {{4, {6}}, {11, {1, 0x10002}}}, wrongSize("12", "11")},
         {"more than asked for, no end flag", {{4, {1}}, {4, {1}}}, wrongSize("2", "4")},
         {"far more than asked for", {{4, {2}}, {0x7FFFFFFF, {0x10000}}}, wrongSize("4", "2147483647")},
@@ -144,12 +147,14 @@ TEST_F(ReceivePathTest, DeliveriesOfHalfUnitsAreTaken) {
     const std::vector<std::uint32_t> words30(30, 0x15544);
     board.queues[receiveQueue] = {{4, {61}},    {120, words30},
                                   {4, {61}},    {122, words30},
+                                  {4, {6}},     {10, {0x201, 0x1'0403}},
                                   {4, {65536}}, {131072, std::vector<std::uint32_t>(32768, 0x10000)}};
     EXPECT_EQ(receive().size(), 60U) << "2 bytes short: what was delivered is the frame";
     const auto odd = receive();
     ASSERT_EQ(odd.size(), 61U);
     EXPECT_EQ(odd[59], 0x55);
     EXPECT_EQ(odd[60], 0) << "no word holds it";
+    EXPECT_THAT(receive(), ElementsAre(1, 2, 3, 4, 0)) << "2 bytes short of an even size";
     EXPECT_EQ(receive().size(), 65536U);
 }
 
@@ -169,17 +174,23 @@ TEST_F(ReceivePathTest, RunsOfLikeProblemsAreReportedOnce) {
     EXPECT_THAT(takeMessages(), ElementsAre(HasSubstr("result = -3"), HasSubstr("size of zero")));
 
     // The flags are set whether or not the message passes, and nothing is fetched for one that does not.
+    const auto badTransmissionAndFailedRead = [this] {
+        board.queues[receiveQueue] = {{4, {60}}, {8, {1, 2}}, {-1, {}}};
+        board.takeJournal();
+        receive();
+        receive();
+        EXPECT_THAT(board.takeJournal(), testing::Not(testing::Contains("lost words of 2")));
+    };
+    port.logger()->setThreadEnabled(false);
+    badTransmissionAndFailedRead();
+    port.logger()->setThreadEnabled(true);
     setThreshold(5);
-    board.queues[receiveQueue] = {{4, {60}}, {8, {1, 2}}, {-1, {}}};
-    board.takeJournal();
-    receive();
-    receive();
-    EXPECT_THAT(board.takeJournal(), testing::Not(testing::Contains("lost words of 2")));
+    badTransmissionAndFailedRead();
     setThreshold(2);
     board.queues[receiveQueue] = {{-1, {}}};
     receive();
     EXPECT_THAT(takeMessages(), IsEmpty());
-    EXPECT_EQ(statistics()["UIQ read errors"], "14");
+    EXPECT_EQ(statistics()["UIQ read errors"], "15");
 }
 
 TEST_F(ReceivePathTest, CrcWatchReportsGrowth) {

@@ -42,6 +42,18 @@ TEST_F(ReinitializationTest, ReopeningThatFailsCanBeRepeated) {
     EXPECT_THAT(takeMessages(),
                 ElementsAre("5 PHY Id 'gige': Device was not released before, reinitialization refused."));
     EXPECT_TRUE(port.reinitialize(ReleaseDevice));
+    board.opens = false;
+    takeMessages();
+    EXPECT_FALSE(port.reinitialize(ReopenDevice));
+    EXPECT_THAT(takeMessages(), ElementsAre("5 PHY Id 'gige': Error in OHalInitDevice(...) for board id '0'",
+                                            "5 PHY Id 'gige': Device reinitialization failed."));
+    board.opens = true;
+    board.takeJournal();
+    EXPECT_FALSE(port.receive(nullptr));
+    EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000")) << "nobody is let in";
+    EXPECT_TRUE(port.reinitialize(ReopenDevice));
+    EXPECT_THAT(board.takeJournal(), testing::Not(Contains("applet 1.2"))) << "the applet was kept";
+    EXPECT_TRUE(port.reinitialize(ReleaseDevice));
     board.configureResult = -4;
     takeMessages();
     EXPECT_FALSE(port.reinitialize(ReopenDevice));

@@ -94,6 +94,14 @@ TEST_F(SendPathTest, CustomChecksumIsAppendedOnceByTheHost) {
     EXPECT_THAT(board.takeJournal(), ElementsAre("write GigeTxDisableCrcGeneration2 0"));
 }
 
+TEST_F(SendPathTest, FrameIsWrittenWithoutALookAtItsRegisters) {
+    board.lacking = {"GigeBufferReset2", "GigeWriteData2", "GigeWriteComplete2"};
+    setUpPort();
+    port.addToSendQueue(frame({1, 2}));
+    EXPECT_THAT(board.takeJournal(), ElementsAre("read GigeTxTransferActive2 0", "write register 0 0",
+                                                 "write register 0 0x201", "write register 0 0"));
+}
+
 TEST_F(SendPathTest, FirmwareWithoutTheRegistersIsNotAsked) {
     EXPECT_FALSE(port.supportsCustomChecksum());
     port.enableCustomChecksum(true); // before setup
