@@ -14,21 +14,21 @@ namespace {
 constexpr std::uint32_t readLimitMs = 100;
 constexpr unsigned readErrorPauseUs = 100'000;
 
-enum class Report { None, Timeout, TooManyWords, ReadError };
-
-/// One reading of the action command queue. A delivery of less than one word is none.
-Report classify(int result, std::uint32_t word) {
-    if (result == HalTimeout || (result >= 0 && result < static_cast<int>(sizeof word))) return Report::None;
-    if (result < 0) return Report::ReadError;
-    return (word & endOfTransmission) != 0 ? Report::Timeout : Report::TooManyWords;
-}
-
 } // namespace
 
+/// One reading of the action command queue.
 struct OrvoGbePhysicalNetworkInterface::ActionReading {
-    Report report = Report::None;
-    std::uint32_t word = 0;
+    enum class Kind { None, Timeout, TooManyWords, ReadError };
+
+    /// A delivery of less than one word counts as none.
+    Kind kind() const {
+        if (result < 0) return result == HalTimeout ? Kind::None : Kind::ReadError;
+        if (result < static_cast<int>(sizeof word)) return Kind::None;
+        return (word & endOfTransmission) != 0 ? Kind::Timeout : Kind::TooManyWords;
+    }
+
     int result = HalTimeout;
+    std::uint32_t word = 0;
     bool isErrorDue = false; // the message of this run of anomalies
     int lostWords = 0;       // asked for only with the message
 };
@@ -40,11 +40,12 @@ void OrvoGbePhysicalNetworkInterface::monitorActionCommandTimeoutEvents() {
         return;
     }
     // Outside the gate: a post that waits on a full event queue must not hold up the release of the device.
-    if (reading.report != Report::None) d->actionCmdErrorReported = reading.report != Report::Timeout;
-    if (reading.report == Report::Timeout)
-        postActionCommandTimeout(static_cast<std::uint16_t>(reading.word & 0xFFFF));
+    using enum ActionReading::Kind;
+    const auto kind = reading.kind();
+    if (kind != None) d->actionCmdErrorReported = kind != Timeout;
+    if (kind == Timeout) postActionCommandTimeout(static_cast<std::uint16_t>(reading.word & 0xFFFF));
     if (reading.isErrorDue) reportActionCommandError(reading);
-    if (reading.report == Report::ReadError) usleep(readErrorPauseUs);
+    if (kind == ReadError) usleep(readErrorPauseUs);
 }
 
 bool OrvoGbePhysicalNetworkInterface::readActionCommand(ActionReading& reading) {
@@ -52,9 +53,9 @@ bool OrvoGbePhysicalNetworkInterface::readActionCommand(ActionReading& reading) 
     if (!pass) return false;
     reading.result = OHalDataQueueReadBufferLong(d->device, d->actionCommandQueue(), &reading.word,
                                                  sizeof reading.word, readLimitMs);
-    reading.report = classify(reading.result, reading.word);
-    reading.isErrorDue = reading.report == Report::TooManyWords ||
-                         (reading.report == Report::ReadError && !d->actionCmdErrorReported);
+    using enum ActionReading::Kind;
+    const auto kind = reading.kind();
+    reading.isErrorDue = kind == TooManyWords || (kind == ReadError && !d->actionCmdErrorReported);
     if (reading.isErrorDue)
         reading.lostWords = OHalDataQueueGetNrOfLostWords(d->device, d->actionCommandQueue());
     return true;
@@ -67,7 +68,7 @@ void OrvoGbePhysicalNetworkInterface::postActionCommandTimeout(std::uint16_t cou
 
 void OrvoGbePhysicalNetworkInterface::reportActionCommandError(const ActionReading& reading) {
     if (auto text = error()) {
-        if (reading.report == Report::TooManyWords)
+        if (reading.kind() == ActionReading::Kind::TooManyWords)
             text << "': Too many received words for action command timeout UIQ buffer (received words = "
                  << 1;
         else
