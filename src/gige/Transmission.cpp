@@ -4,14 +4,14 @@
 #include <bit>
 #include <cstring>
 
-// The processors for which a loop is compiled besides the plainest; the loader picks the best one. The two
-// compilers know the widest vectors by different names. A sanitizer is not ready yet when the loader asks.
-#if defined(__has_feature)
+// Compiles a function once for each of several kinds of processor; the loader chooses one. GCC and Clang know
+// the widest vectors by different names. A sanitizer's run-time is not ready when the loader chooses.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ORVO_SANITIZED
+#elif defined(__clang__)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 #define ORVO_SANITIZED
 #endif
-#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ORVO_SANITIZED
 #endif
 #if !defined(__x86_64__) || defined(ORVO_SANITIZED)
 #define ORVO_FOR_SEVERAL_PROCESSORS
@@ -26,7 +26,7 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "a word's low byte must come first in memory");
 
-// Of internal linkage: Clang 14 gives the choice another name than other files would call.
+// Of internal linkage: Clang 14 renames such a function, and other files would not find it.
 ORVO_FOR_SEVERAL_PROCESSORS
 void packWords(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
     for (std::size_t k = 0; k < wordCount; ++k) {
