@@ -37,14 +37,14 @@ int driverClassPortMask() {
 } // namespace
 
 void OrvoGbePhysicalNetworkInterface::forceReset() {
-    const int ownPort = d->portId < portsPerBoard ? 1 << d->portId : 0; // none beyond the board's ports
+    const int ownPort = d->portId < portsPerBoard ? 1 << d->portId : 0; // others have no reset line
     d->executeBoardReset(ownPort, true);
 }
 
 void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool force) {
     auto* const statics = OrvoGbePhysicalNetworkInterfaceStatics::getInstance();
     const int driverClassMask = driverClassPortMask();
-    const tools::logging::HeldLines lines; // sent when board and gate are free again
+    const tools::logging::HeldLines lines; // sent after board and gate are free again
     const std::lock_guard turn(statics->boardSequence(boardId));
     const auto pass = gate.enterControl();
     if (!pass || !device || !applet) {

@@ -73,7 +73,7 @@ public:
 
 private:
     Pass enterAlone(std::atomic<int>& flag) noexcept {
-        flag.exchange(1); // as a store it would be two instructions on x86, and slower
+        flag.exchange(1);
         return lookAtGate(flag, false);
     }
     /// The pass of a thread whose flag is up; it sees the device that `open` published.

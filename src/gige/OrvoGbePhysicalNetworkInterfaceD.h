@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The private state of one GigE port.
 #pragma once
 
 #include "gige/DeviceGate.h"
@@ -35,13 +34,12 @@ public:
     /// then. `id` is the interface's, for messages.
     bool openPhysicalDevice(const std::string& id);
 
-    /// Ends what `setup` began: leecher thread (joined if it runs), applet and device are gone after it.
+    /// Undoes `setup`: joins and deletes the leecher thread, unloads the applet, frees the device.
     void close();
 
-    /// Resets the ports whose bit is set in `portMask` (bits 0 to 3). Not forced, it is the once-per-board
-    /// reset, which also starts the board's transmitters and receivers and does nothing for a board that was
-    /// reset before. Blocks for 1.1 s a port and more; resets, dumps and resets of one board wait for each
-    /// other.
+    /// Resets the ports whose bit is set in `portMask` (bits 0 to 3). Without `force` it does so once for
+    /// each board, and starts the board's transmitters and receivers too. Takes at least 1.1 s a port; resets
+    /// and reports of one board wait for each other.
     void executeBoardReset(int portMask, bool force);
 
     /// "0x9140 [ 1001_0001_0100_0000 ] " for 0x9140.
@@ -71,8 +69,7 @@ public:
     void* device = nullptr;
     void* applet = nullptr;
 
-    // Whether the message of the present run was due: of read errors, zero size words, anomalies of the
-    // action command queue.
+    // Whether the current run of read errors, zero size words or action command anomalies has been reported.
     alignas(64) bool recvErrorReported = false;
     bool zeroSizeReported = false;
     bool actionCmdErrorReported = false;
@@ -114,7 +111,7 @@ public:
     bool actionCommandsSupported = false; // the firmware has the port's ActionCmdConfigData
     boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue;
 
-    // Beyond the contract's fields.
+    // Of this implementation alone.
     WordBuffer receivedWords;
     DeviceGate gate;
     std::mutex reinitializing; // one phase at a time

@@ -24,7 +24,7 @@ constexpr std::uint32_t readLimitMs = 100;
 constexpr unsigned readErrorPauseUs = 100'000;
 
 bool isCrcWatchOn() {
-    // The host sets it whenever it likes; relaxed, since nothing else depends on it.
+    // The host program may set it at any time; relaxed, since nothing else depends on it.
     return std::atomic_ref(c_MONITOR_CRC_ERRORS).load(std::memory_order_relaxed);
 }
 
@@ -39,7 +39,7 @@ struct OrvoGbePhysicalNetworkInterface::Reception {
     std::uint32_t requestedBytes = 0;     // of the read that the outcome is about
     int result = 0;                       // of that read
     int lostWords = 0;                    // asked for only where a message needs it
-    const std::uint32_t* words = nullptr; // of a transmission that was read; the word buffer's
+    const std::uint32_t* words = nullptr; // of the transmission, in the word buffer
 };
 
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* received) {
@@ -194,7 +194,7 @@ boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::makeFrame(cons
     QByteArray bytes(static_cast<int>(frameBytes), Qt::Uninitialized);
     auto* const data = reinterpret_cast<unsigned char*>(bytes.data());
     unpackFrame(words, deliveredBytes / 4, data);
-    if (frameBytes % 2 != 0) data[frameBytes - 1] = 0; // the end of an odd length has no word of its own
+    if (frameBytes % 2 != 0) data[frameBytes - 1] = 0; // no word holds the last byte of an odd length
     d->receivedFrames += 1;
     d->receivedBytes += frameBytes;
     return boost::make_shared<EthernetFrame>(bytes);

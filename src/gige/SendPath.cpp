@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t maxFrameBytes = 1518; // frame check sequence included
 constexpr std::size_t fcsBytes = 4;
 constexpr auto transmitterLimit = std::chrono::milliseconds{1000};
-constexpr auto turnLimit = 2 * transmitterLimit; // the sender before gives up after one
+constexpr auto turnLimit = 2 * transmitterLimit; // the sender inside gives up after one
 
 static_assert(std::endian::native == std::endian::little,
               "a unit's first byte must be its low one in memory");
@@ -32,8 +32,8 @@ void waitBeforeSending(std::uint32_t waitMs) {
     if (waitMs != 0) usleep(waitMs * 1000);
 }
 
-/// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined: a
-/// board that refuses them shows it in its counters, and the frame is gone either way.
+/// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined:
+/// the board's counters show what it refuses, and the frame is lost either way.
 void writeFrame(const PortState& d, const unsigned char* bytes, std::size_t unitCount) {
     const auto write = hal::boundRegisterWrite();
     void* const device = d.device;

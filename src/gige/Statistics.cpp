@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The traffic statistics that an interface leaves at its end.
+// The traffic statistics that `waitForTermination` logs.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"
 #include "gige/RegisterAccess.h"
@@ -23,10 +23,10 @@ void OrvoGbePhysicalNetworkInterface::logStatistics() {
     for (const auto& row : portCounterRows) logCounter(row);
 }
 
-// Each value is asked for by itself: the log must not hold up the release of the device.
+// Each value is read in a pass of its own, so that logging does not hold up the release of the device.
 int OrvoGbePhysicalNetworkInterface::finalLostWords() {
     const auto pass = d->gate.enterControl();
-    return pass ? lostWords() : 0; // of a device that was never opened, the library says what it says
+    return pass ? lostWords() : 0; // asked of a device that was never opened too
 }
 
 void OrvoGbePhysicalNetworkInterface::logCounter(const PortCounterRow& row) {

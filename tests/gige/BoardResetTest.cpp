@@ -28,8 +28,8 @@ Journal resetPulse(const std::string& lines) {
                     "sleep 100000"}});
 }
 
-/// What one port's PHY sees when extended register 0x0B holds `found` and gets `wanted`, and register 0 reads
-/// `control`.
+/// The accesses to one port's PHY when extended register 0x0B holds `found` and gets `wanted`, and register 0
+/// reads `control`.
 Journal phySequence(const std::string& port, const std::string& found, const std::string& wanted,
                     const std::vector<std::string>& control) {
     std::vector<Journal> steps{{"write GigE_MdioPhyAddr " + port, "sleep 100000"},
@@ -63,7 +63,7 @@ Journal busAccesses(const Journal& journal) {
 class BoardResetTest : public InterfaceTest {
 protected:
     BoardResetTest() {
-        port.stop(); // forgets resets of tests before in this process
+        port.stop(); // forgets the resets of earlier tests
         resetting.injectDependency("id", std::string("first"));
         resetting.injectDependency("portId", portId);
     }
@@ -98,7 +98,7 @@ TEST_F(BoardResetTest, FirstSetupResetsTheWholeBoard) {
     core::zume::OrvoGbePhysicalNetworkInterface second;
     ASSERT_TRUE(second.setup());
     EXPECT_THAT(takeMessages(), testing::SizeIs(2)) << "a board is reset once";
-    port.stop(); // any interface's
+    port.stop(); // of any interface forgets the reset
     core::zume::OrvoGbePhysicalNetworkInterface third;
     ASSERT_TRUE(third.setup());
     EXPECT_THAT(takeMessages(), testing::SizeIs(3));
@@ -169,7 +169,8 @@ TEST_F(BoardResetTest, FirmwareWithoutTheRegistersKeepsThePace) {
     port.forceReset();
     const Journal pulse{"write register 0 0xb", "sleep 100000", "write register 0 0xf", "sleep 100000"};
     const auto pace = without("read", without("write", phySequence("", "", "", {""})));
-    EXPECT_EQ(without("find", board.takeJournal()), joined({pulse, pace})) << "only the pulse is unchecked";
+    EXPECT_EQ(without("find", board.takeJournal()), joined({pulse, pace}))
+        << "only the pulse is written unchecked";
 }
 
 TEST_F(BoardResetTest, StartRegistersAreWrittenEvenIfTheFirmwareLacksThem) {
@@ -209,7 +210,7 @@ TEST_F(BoardResetTest, SequencesOfOneBoardTakeTurnsAndTwoSetupsResetItOnce) {
     runTogether(3, [&](int i) { users[i](); });
     const auto sequence = busAccesses(phySequence("0", "0", "0", {"0"}));
     EXPECT_EQ(busAccesses(board.takeJournal()), joined({sequence, sequence, sequence, sequence, sequence}))
-        << "four ports once, and the forced one";
+        << "four ports once, and the forced reset";
 }
 
 TEST_F(BoardResetTest, DispatcherThatCallsBackOrStallsHoldsNobodyUp) {
@@ -228,7 +229,7 @@ TEST_F(BoardResetTest, DispatcherThatCallsBackOrStallsHoldsNobodyUp) {
         if (isCalledBack.exchange(true)) return; // a callback's own messages are only recorded
         ++callbacks;
         useEverything();
-        inBackground(useEverything).wait(); // the dispatcher stands meanwhile
+        inBackground(useEverything).wait(); // the dispatcher is stalled meanwhile
         isCalledBack = false;
     });
     useEverything();

@@ -15,7 +15,7 @@ constexpr std::uint32_t receiveQueue = 2;
 
 class ReceivePathTest : public InterfaceTest {
 protected:
-    /// The frame that the next call returns, without a frame nothing.
+    /// Bytes of the frame that the next call returns; empty without one.
     Bytes receive() {
         bool received = true;
         const auto frame = port.receive(&received);
@@ -33,7 +33,7 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms", "queue 2 128 bytes 100 ms"));
     EXPECT_THAT(takeMessages(), IsEmpty());
 
-    // Everything above bit 15 means nothing, but the last end flag.
+    // Bits above 15 are ignored, except the end flag of the last word.
     auto noisy = FakeBoard::transmission(sent);
     for (auto& word : noisy[1].words) word |= 0xFFFF0000;
     board.queues[receiveQueue] = noisy;
@@ -41,7 +41,7 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     EXPECT_EQ(statistics()["Recv"], "2 frames (128 bytes)");
 }
 
-TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfFormerFrames) {
+TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfEarlierFrames) {
     setUpPort();
     const Bytes sent = countingBytes(60);
     board.queues[receiveQueue] = FakeBoard::transmission(sent);
@@ -61,7 +61,7 @@ TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfFormerFra
     EXPECT_EQ(receive(), shown);
 }
 
-/// All that must come of a bad transmission.
+/// What a bad transmission must lead to.
 struct Outcome {
     const char* counter; // the statistics line that grows by one, null for none
     Messages messages;
@@ -197,7 +197,7 @@ TEST_F(ReceivePathTest, CrcWatchReportsGrowth) {
     board.registers["GigeRecvErrCnt2"] = {10};
     setUpPort();
     receive();
-    EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms")) << "off unless the host wants it";
+    EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms")) << "off by default";
     core::zume::c_MONITOR_CRC_ERRORS = true;
     board.registers["GigeRecvErrCnt2"] = {13, 13, 11};
     for (int i = 0; i < 3; ++i) receive();

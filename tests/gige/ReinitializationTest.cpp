@@ -64,7 +64,7 @@ TEST_F(ReinitializationTest, ReopeningThatFailsCanBeRepeated) {
     board.configureResult = 0;
     board.takeJournal();
     EXPECT_TRUE(port.reinitialize(ReopenDevice));
-    // The applet went with the failed configuration.
+    // The failed configuration unloaded the applet.
     EXPECT_THAT(board.takeJournal(), Contains("applet 1.2"));
     board.queues[portId] = FakeBoard::transmission(countingBytes(60));
     EXPECT_TRUE(port.receive(nullptr));
@@ -90,7 +90,7 @@ TEST_F(ReinitializationTest, NobodyIsInTheHardwareAccessLayerWhileTheDeviceIsRel
     EXPECT_FALSE(port.isCustomChecksumEnabled());
 
     EXPECT_FALSE(port.receive(nullptr));
-    EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000")) << "its usual time, for nothing";
+    EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000")) << "its usual time, without a read";
     port.monitorActionCommandTimeoutEvents();
     EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000"));
     EXPECT_THAT(takeMessages(), IsEmpty());
@@ -127,7 +127,7 @@ TEST_F(ReinitializationTest, RegistersThatAreGoneAfterTheReopeningAreLeftAlone) 
 TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
     setUpPort();
     const struct {
-        const char* place; // where the board keeps the call
+        const char* place; // the read in which the board holds the call
         std::function<void()> call;
     } paths[] = {{"queue 2", [&] { port.receive(nullptr); }},
                  {"queue 10", [&] { port.monitorActionCommandTimeoutEvents(); }},
@@ -166,7 +166,7 @@ TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
         call.wait();
         EXPECT_THAT(board.takeJournal(), Contains("free device"));
         EXPECT_TRUE(port.reinitialize(ReopenDevice));
-        board.onRead = {}; // it refers to this round
+        board.onRead = {}; // it refers to this round's flags
     }
 }
 

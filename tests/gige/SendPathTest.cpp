@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The register protocol of a sent frame, and every reason for which one is dropped.
+// The register protocol of a sent frame, and every reason to drop one.
 #include "support/Concurrency.h"
 #include "support/InterfaceTest.h"
 #include "support/Pacing.h"

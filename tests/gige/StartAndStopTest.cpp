@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The end of an interface's life: the statistics that it leaves.
+// The statistics that an interface logs at its end.
 #include "support/InterfaceTest.h"
 
 namespace orvo::test {
