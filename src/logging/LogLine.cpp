@@ -7,6 +7,13 @@
 #include <new>
 
 namespace orvo::tools::logging {
+namespace {
+
+// This model reserves the pointer when the thread is made. The usual one allocates it on first use, and the
+// process ends where there is no memory for it.
+[[gnu::tls_model("initial-exec")]] constinit thread_local HeldLines* innermost = nullptr;
+
+} // namespace
 
 void LogLine::begin(Logger* logger, LogLevel level) noexcept {
     message_.reset(new (std::nothrow) Message{logger, level, {}});
@@ -24,7 +31,7 @@ LogLine& LogLine::operator<<(std::string_view text) noexcept {
 }
 
 void LogLine::deliver(std::unique_ptr<Message> message) noexcept {
-    if (auto* const holder = HeldLines::current_) {
+    if (auto* const holder = innermost) {
         *holder->end_ = std::move(message);
         holder->end_ = &(*holder->end_)->next;
     } else {
@@ -32,12 +39,10 @@ void LogLine::deliver(std::unique_ptr<Message> message) noexcept {
     }
 }
 
-constinit thread_local HeldLines* HeldLines::current_ = nullptr;
-
-HeldLines::HeldLines() noexcept : outer_(std::exchange(current_, this)) {}
+HeldLines::HeldLines() noexcept : outer_(std::exchange(innermost, this)) {}
 
 HeldLines::~HeldLines() {
-    current_ = outer_;
+    innermost = outer_;
     while (auto message = std::move(first_)) {
         first_ = std::move(message->next);
         LogLine::deliver(std::move(message));

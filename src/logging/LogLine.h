@@ -95,9 +95,7 @@ private:
     friend class LogLine;
     using Message = LogLine::Message;
 
-    static constinit thread_local HeldLines* current_; // the innermost of the thread, null for none
-
-    HeldLines* outer_;
+    HeldLines* outer_; // that the thread had before, null for none
     std::unique_ptr<Message> first_;
     std::unique_ptr<Message>* end_ = &first_; // where the next one goes
 };
