@@ -140,7 +140,7 @@ def check_frame_paths(figures, targets):
     for gate, words in (("gateOfReceive", "receive"), ("gateOfSend", "send")):
         passing = figures.ns("paths", gate)
         together = None if None in (passing, counters) else passing + counters
-        targets.at_most(f"gate, once-flags and counters together, {words}", together, 5, " ns", why)
+        targets.at_most(f"gate, once-flags and counters together, {words}", together, 6, " ns", why)
     targets.at_most("message refused by its level", figures.ns("paths", "refusedMessage"), 2, " ns", why)
     targets.shown("one that passes is formatted once", "plugin.LogLineTest")
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of the time that a port waits before each frame.
 #include "config/PreSendWait.h"
 
 #include "config/TweakText.h"
@@ -10,7 +9,7 @@ namespace orvo::templates::platform {
 
 std::optional<std::uint32_t> preSendWaitMs(const char* text) {
     const auto waitMs = text ? converted<long long>(text) : std::nullopt;
-    if (!waitMs || *waitMs < 0 || *waitMs > std::numeric_limits<unsigned>::max() / 1000) return std::nullopt;
+    if (!waitMs || *waitMs < 0 || *waitMs > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
     return static_cast<std::uint32_t>(*waitMs);
 }
 

@@ -9,8 +9,8 @@ namespace orvo::templates::platform {
 
 inline constexpr const char* preSendWaitVariable = "ORVO_PRE_SEND_WAIT_TIME";
 
-/// Milliseconds, as the variable's text says; nothing when there is none (null), or none that `usleep` can
-/// wait.
+/// Milliseconds, as the variable's text says; nothing when there is none (null), or when it does not begin
+/// with a number from 0 to 4294967295.
 std::optional<std::uint32_t> preSendWaitMs(const char* text);
 
 } // namespace orvo::templates::platform

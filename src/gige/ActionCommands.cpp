@@ -14,38 +14,51 @@ namespace {
 constexpr std::uint32_t readLimitMs = 100;
 constexpr unsigned readErrorPauseUs = 100'000;
 
-enum class Report { None, Timeout, TooManyWords, ReadError };
-
-/// One reading of the action command queue. A delivery of less than one word is none.
-Report classify(int result, std::uint32_t word) {
-    if (result == HalTimeout || (result >= 0 && result < static_cast<int>(sizeof word))) return Report::None;
-    if (result < 0) return Report::ReadError;
-    return (word & endOfTransmission) != 0 ? Report::Timeout : Report::TooManyWords;
-}
-
 } // namespace
 
-void OrvoGbePhysicalNetworkInterface::monitorActionCommandTimeoutEvents() {
-    std::uint32_t word = 0;
+/// One reading of the action command queue.
+struct OrvoGbePhysicalNetworkInterface::ActionReading {
+    enum class Kind { None, Timeout, TooManyWords, ReadError };
+
+    /// A delivery of less than one word counts as none.
+    Kind kind() const {
+        if (result < 0) return result == HalTimeout ? Kind::None : Kind::ReadError;
+        if (result < static_cast<int>(sizeof word)) return Kind::None;
+        return (word & endOfTransmission) != 0 ? Kind::Timeout : Kind::TooManyWords;
+    }
+
     int result = HalTimeout;
-    int lostActionWords = 0;
-    Report report = Report::None;
-    bool isDue = false; // an error message of this run of anomalies
-    bool released = true;
-    if (const auto pass = d->gate.enterLeecher()) {
-        released = false;
-        result =
-            OHalDataQueueReadBufferLong(d->device, d->actionCommandQueue(), &word, sizeof word, readLimitMs);
-        report = classify(result, word);
-        isDue = report == Report::TooManyWords || (report == Report::ReadError && !d->actionCmdErrorReported);
-        if (isDue) lostActionWords = OHalDataQueueGetNrOfLostWords(d->device, d->actionCommandQueue());
+    std::uint32_t word = 0;
+    bool isErrorDue = false; // the message of this run of anomalies
+    int lostWords = 0;       // asked for only with the message
+};
+
+void OrvoGbePhysicalNetworkInterface::monitorActionCommandTimeoutEvents() {
+    ActionReading reading;
+    if (!readActionCommand(reading)) {
+        d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
+        return;
     }
     // Outside the gate: a post that waits on a full event queue must not hold up the release of the device.
-    if (released) d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
-    if (report != Report::None) d->actionCmdErrorReported = report != Report::Timeout;
-    if (report == Report::Timeout) postActionCommandTimeout(static_cast<std::uint16_t>(word & 0xFFFF));
-    if (isDue) reportActionCommandError(report == Report::TooManyWords, result, lostActionWords);
-    if (report == Report::ReadError) usleep(readErrorPauseUs);
+    using enum ActionReading::Kind;
+    const auto kind = reading.kind();
+    if (kind != None) d->actionCmdErrorReported = kind != Timeout;
+    if (kind == Timeout) postActionCommandTimeout(static_cast<std::uint16_t>(reading.word & 0xFFFF));
+    if (reading.isErrorDue) reportActionCommandError(reading);
+    if (kind == ReadError) usleep(readErrorPauseUs);
+}
+
+bool OrvoGbePhysicalNetworkInterface::readActionCommand(ActionReading& reading) {
+    const auto pass = d->gate.enterLeecher();
+    if (!pass) return false;
+    reading.result = OHalDataQueueReadBufferLong(d->device, d->actionCommandQueue(), &reading.word,
+                                                 sizeof reading.word, readLimitMs);
+    using enum ActionReading::Kind;
+    const auto kind = reading.kind();
+    reading.isErrorDue = kind == TooManyWords || (kind == ReadError && !d->actionCmdErrorReported);
+    if (reading.isErrorDue)
+        reading.lostWords = OHalDataQueueGetNrOfLostWords(d->device, d->actionCommandQueue());
+    return true;
 }
 
 void OrvoGbePhysicalNetworkInterface::postActionCommandTimeout(std::uint16_t count) {
@@ -53,16 +66,15 @@ void OrvoGbePhysicalNetworkInterface::postActionCommandTimeout(std::uint16_t cou
     d->eventQueue->notifyActionCommandTimeout(count);
 }
 
-void OrvoGbePhysicalNetworkInterface::reportActionCommandError(bool tooManyWords, int result,
-                                                               int lostActionWords) {
+void OrvoGbePhysicalNetworkInterface::reportActionCommandError(const ActionReading& reading) {
     if (auto text = error()) {
-        if (tooManyWords)
+        if (reading.kind() == ActionReading::Kind::TooManyWords)
             text << "': Too many received words for action command timeout UIQ buffer (received words = "
                  << 1;
         else
-            text << "': Error(s) in OHalDataQueueReadBufferLong(...) (result = " << result
+            text << "': Error(s) in OHalDataQueueReadBufferLong(...) (result = " << reading.result
                  << ", received words = " << 0;
-        text << ") [lost words: " << lostActionWords << "]";
+        text << ") [lost words: " << reading.lostWords << "]";
     }
 }
 

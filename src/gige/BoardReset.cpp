@@ -16,7 +16,7 @@ using tools::logging::LogLevel;
 
 namespace {
 
-constexpr int portsPerBoard = 4;
+constexpr unsigned portsPerBoard = 4;
 constexpr unsigned resetPauseUs = 100'000;
 
 constexpr std::uint16_t resetBit = 0x8000;       // PHY register 0, bit 15
@@ -37,13 +37,14 @@ int driverClassPortMask() {
 } // namespace
 
 void OrvoGbePhysicalNetworkInterface::forceReset() {
-    d->executeBoardReset(1 << (d->portId & 31U),
-                         true); // a port beyond the board's has no bit that is looked at
+    const int ownPort = d->portId < portsPerBoard ? 1 << d->portId : 0; // others have no reset line
+    d->executeBoardReset(ownPort, true);
 }
 
 void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool force) {
     auto* const statics = OrvoGbePhysicalNetworkInterfaceStatics::getInstance();
     const int driverClassMask = driverClassPortMask();
+    const tools::logging::HeldLines lines; // sent after board and gate are free again
     const std::lock_guard turn(statics->boardSequence(boardId));
     const auto pass = gate.enterControl();
     if (!pass || !device || !applet) {
@@ -61,18 +62,18 @@ void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool fo
     usleep(resetPauseUs);
     OHalRegisterWrite(device, regGigeReset, 0xF);
     usleep(resetPauseUs);
-    for (int port = 0; port < portsPerBoard; ++port)
+    for (unsigned port = 0; port < portsPerBoard; ++port)
         if (portMask & (1 << port)) resetPort(port, force, driverClassMask);
     if (force) return;
     startBoard();
     statics->markReset(boardId);
 }
 
-void OrvoGbePhysicalNetworkInterface::D::resetPort(int port, bool force, int driverClassMask) {
+void OrvoGbePhysicalNetworkInterface::D::resetPort(unsigned port, bool force, int driverClassMask) {
     if (force)
         if (auto text = line(LogLevel::Information))
             text << "Resetting GigE PHY " << port << " on board " << boardId << " ... ";
-    mdio.selectPhy(device, static_cast<std::uint32_t>(port));
+    mdio.selectPhy(device, port);
     mdio.write(device, extendedIndex, 0x1B);
     mdio.write(device, extendedData, 0x418F);
     mdio.write(device, extendedIndex, 0x16);
@@ -88,7 +89,7 @@ void OrvoGbePhysicalNetworkInterface::D::resetPort(int port, bool force, int dri
     awaitPhyReset(port, wanted);
 }
 
-void OrvoGbePhysicalNetworkInterface::D::awaitPhyReset(int port, std::uint16_t control) {
+void OrvoGbePhysicalNetworkInterface::D::awaitPhyReset(unsigned port, std::uint16_t control) {
     for (int round = 0; round < phyResetRounds; ++round) {
         control = mdio.read(device, 0).value_or(control); // a failed read keeps what was seen last
         if ((control & resetBit) == 0) return;
@@ -101,7 +102,7 @@ void OrvoGbePhysicalNetworkInterface::D::awaitPhyReset(int port, std::uint16_t c
 void OrvoGbePhysicalNetworkInterface::D::startBoard() {
     OHalRegisterWrite(device, resolveRegister(applet, "GigE_TxStart"), 1);
     OHalRegisterWrite(device, resolveRegister(applet, "GigE_RxEnable"), 1);
-    for (int port = 0; port < portsPerBoard; ++port)
+    for (int port = 0; port < int{portsPerBoard}; ++port)
         OHalRegisterWrite(device,
                           static_cast<std::uint32_t>(resolvePortRegister(&applet, "GigeTxStart", port)), 1);
 }

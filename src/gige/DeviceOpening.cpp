@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From a board number to a configured FPGA.
+// Opens a board: device, checks, applet, configuration of the FPGA.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "hal/KivRuntime.h"
 #include "hal/OrvoHal.h"
@@ -17,7 +17,7 @@ bool OrvoGbePhysicalNetworkInterface::D::openPhysicalDevice(const std::string& i
             text << "': Error in OHalInitDevice(...) for board id '" << boardId << "'";
         return false;
     }
-    // A device that is opened again after a release has its applet still, and the board has been checked.
+    // After a release the applet is still loaded and the board has been checked.
     if (!applet && !(checkBoard(id) && loadApplet(id))) return refuseDevice();
     if (!configureFpga(id)) return refuseDevice();
     mdio.resolve(applet);

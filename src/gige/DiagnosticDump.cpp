@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The diagnostic report.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 #include "gige/PortRegisters.h"
@@ -23,6 +22,7 @@ constexpr unsigned snapshotPauseUs = 1'000'000;
 } // namespace
 
 void OrvoGbePhysicalNetworkInterface::triggerDebugOutput() {
+    const tools::logging::HeldLines lines; // sent after board and gate are free again
     const std::lock_guard turn(
         OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->boardSequence(d->boardId));
     const auto pass = d->gate.enterControl();
@@ -98,7 +98,7 @@ void OrvoGbePhysicalNetworkInterface::dumpPhy() {
     dumpText("': ===============================");
     dumpText("': ====== PHY Register Dump ======");
     dumpText("': ===============================");
-    d->mdio.selectPhy(d->device, d->portId); // whoever used the bus last may have been another port
+    d->mdio.selectPhy(d->device, d->portId); // the last user may have selected another port's
     for (std::uint32_t phyRegister = 0; phyRegister <= lastDumpedPhyRegister; ++phyRegister) {
         const std::uint16_t content = d->mdio.read(d->device, phyRegister).value_or(0);
         if (auto text = detail())

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// MDIO transactions as register accesses and pauses.
 #include "gige/MdioRegisters.h"
 
 #include "gige/RegisterAccess.h"

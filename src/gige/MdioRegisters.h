@@ -11,21 +11,21 @@ namespace orvo::core::zume {
 /// register accesses, so the users of one board take turns
 /// (OrvoGbePhysicalNetworkInterfaceStatics::boardSequence).
 ///
-/// Paced by fixed sleeps: the firmware's master has no status register. A register that the firmware lacks is
-/// not written or read, the pace stays; a read then fails. Results of writes are not examined, there is no
-/// way to go on from a failed one but the same.
+/// Paced by fixed sleeps, since the firmware's master has no status register. Accesses to registers that the
+/// firmware lacks are left out; the sleeps stay, and reads fail. Results of writes are not examined: a
+/// sequence would go on the same way after a failed one.
 class MdioRegisters {
 public:
     /// Looks the registers up in an applet's map.
     void resolve(void* applet);
 
-    /// Selects the PHY of the following transactions; the PHY of port p has the address p. 100 ms.
+    /// Selects the PHY of the following transactions; the PHY of port p has the address p. Takes 100 ms.
     void selectPhy(void* device, std::uint32_t phyAddress) const;
 
-    /// 100 ms.
+    /// Takes 100 ms.
     void write(void* device, std::uint32_t phyRegister, std::uint16_t value) const;
 
-    /// The register's content, nothing when the read failed. 100 ms.
+    /// The register's content, nothing when the read failed. Takes 100 ms.
     std::optional<std::uint16_t> read(void* device, std::uint32_t phyRegister) const;
 
 private:

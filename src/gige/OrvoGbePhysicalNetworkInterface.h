@@ -9,6 +9,8 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace orvo::core::zume {
@@ -25,10 +27,10 @@ extern ORVO_EXPORT bool c_MONITOR_CRC_ERRORS;
 /// Order of calls: injections of "boardId" and "portId" (int) and, if wanted, "resetBoard" (std::string
 /// "false"), then `setup`, `start`, traffic, `stop`, `waitForTermination`, destruction. Threads: one thread
 /// calls `receive`; any number may call `addToSendQueue`, whose frames never mix; everything else may be
-/// called by another thread at the same time, except that injection, `setup` and destruction stand alone.
+/// called by another thread at the same time, but injection, `setup` and destruction allow no other call.
 /// Failures of the board end in the log, in counters and in results; only injection throws. Without memory,
 /// construction, injection, sending, receiving, resets and reports pass std::bad_alloc, `setup` fails, and
-/// everything else does its work, at the cost of a message.
+/// everything else does its work, but may lose a message.
 class OrvoGbePhysicalNetworkInterface : public PhysicalNetworkInterface {
 public:
     class D; // all state
@@ -62,12 +64,13 @@ public:
     void triggerDebugOutput() override;
 
     /// One pass over the action command queue: reads at most one word, reports it, posts the event. Called by
-    /// the leecher thread only; takes at most 100 ms, 100 ms more after a failed read, and whatever a full
-    /// event queue asks.
+    /// the leecher thread only; takes at most 100 ms, 100 ms more after a failed read, and as long as a
+    /// full event queue makes it wait.
     void monitorActionCommandTimeoutEvents();
 
 private:
     struct Reception;
+    struct ActionReading;
 
     bool canBeSetUp();
     void prepareTraffic();
@@ -76,6 +79,8 @@ private:
     void readPreSendWaitTime();
 
     void watchCrcErrors();
+    std::optional<std::uint64_t> readErrorCount(); // nothing without device or register
+    bool readQueue(Reception& reception);          // false while the device is released
     void readTransmission(Reception& reception);
     void readFrameWords(Reception& reception, std::uint32_t requestedBytes);
     bool readWords(Reception& reception, std::uint32_t* words, std::uint32_t requestedBytes);
@@ -92,11 +97,13 @@ private:
     void reportNoTurn(bool released, std::size_t frameBytes);
     void reportTransmitter(const TransmitterReading& transmitter);
 
+    bool readActionCommand(ActionReading& reading); // false while the device is released
     void postActionCommandTimeout(std::uint16_t count);
-    void reportActionCommandError(bool tooManyWords, int result, int lostActionWords);
+    void reportActionCommandError(const ActionReading& reading);
 
     void logStatistics();
     void logCounter(const PortCounterRow& row);
+    std::optional<std::uint64_t> readCounter(const PortCounterRow& row); // nothing without the register
     int finalLostWords();
 
     bool releaseDevice();

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The private state of one GigE port.
 #pragma once
 
 #include "gige/DeviceGate.h"
@@ -17,9 +16,10 @@ namespace orvo::core::zume {
 
 template <class T> using Relaxed = templates::platform::Relaxed<T>;
 
-/// State of one interface, shared by its paths.
+/// State of one interface, shared by its paths. The fields stand in the order of the contract; what one path
+/// writes for each frame shares no cache line with what another path uses.
 ///
-/// Who writes: injection the first group; `setup` and `reinitialize` handles and addresses, the handles only
+/// Who writes: injection what it names; `setup` and `reinitialize` handles and addresses, the handles only
 /// while the gate is closed or no traffic runs; each counter and report flag the one path that it belongs to.
 /// `waitForTermination` and the report read what others write. `device` is touched only behind the gate.
 /// Released in this order: leecher thread (joined if it runs), applet, device, event queue.
@@ -34,13 +34,12 @@ public:
     /// then. `id` is the interface's, for messages.
     bool openPhysicalDevice(const std::string& id);
 
-    /// Ends what `setup` began: leecher thread (joined if it runs), applet and device are gone after it.
+    /// Undoes `setup`: joins and deletes the leecher thread, unloads the applet, frees the device.
     void close();
 
-    /// Resets the ports whose bit is set in `portMask` (bits 0 to 3). Not forced, it is the once-per-board
-    /// reset, which also starts the board's transmitters and receivers and does nothing for a board that was
-    /// reset before. Blocks for 1.1 s a port and more; resets, dumps and resets of one board wait for each
-    /// other.
+    /// Resets the ports whose bit is set in `portMask` (bits 0 to 3). Without `force` it does so once for
+    /// each board, and starts the board's transmitters and receivers too. Takes at least 1.1 s a port; resets
+    /// and reports of one board wait for each other.
     void executeBoardReset(int portMask, bool force);
 
     /// "0x9140 [ 1001_0001_0100_0000 ] " for 0x9140.
@@ -49,12 +48,19 @@ public:
     tools::logging::LogLine line(tools::logging::LogLevel level);
     tools::logging::LogLine line(tools::logging::LogLevel level, const std::string& id);
 
+    std::uint32_t actionCommandQueue() const { return portId + 8; }
+
+private:
+    tools::logging::Logger* logger_ = nullptr; // not owned, fetched on first use
+
+public:
+    MdioRegisters mdio;
+    std::uint32_t regGigeReset = 0;
+
     // As injected.
     std::uint32_t boardId = 0; // board index of the hardware access layer
-    std::uint32_t portId = 0;  // port, receive queue; the action command queue is actionCommandQueue()
+    std::uint32_t portId = 0;  // port, and its receive queue
     bool resetBoard = true;
-
-    std::uint32_t actionCommandQueue() const { return portId + 8; }
 
     Relaxed<bool> customChecksumEnabled = false;
     std::uint32_t preSendWaitTime = 0; // milliseconds
@@ -63,11 +69,13 @@ public:
     void* device = nullptr;
     void* applet = nullptr;
 
-    MdioRegisters mdio;
-    std::uint32_t regGigeReset = 0;
+    // Whether the current run of read errors, zero size words or action command anomalies has been reported.
+    alignas(64) bool recvErrorReported = false;
+    bool zeroSizeReported = false;
+    bool actionCmdErrorReported = false;
 
     // Firmware register addresses of this port, 0 where the firmware lacks one.
-    Relaxed<std::uint32_t> regGigeBufferReset;
+    alignas(64) Relaxed<std::uint32_t> regGigeBufferReset;
     Relaxed<std::uint32_t> regGigeWriteData;
     Relaxed<std::uint32_t> regGigeWriteComplete;
     Relaxed<std::uint32_t> regGigeTxTransferActive;
@@ -79,50 +87,43 @@ public:
     Relaxed<std::uint32_t> regGvspFifoOverflow;
     Relaxed<std::uint32_t> regGvcpFifoNotEmpty;
 
-    // Firmware counters as `setup` found them; the two FIFO values are read anew by the termination
-    // statistics.
-    Relaxed<std::uint64_t> initialRecvPktCnt;
-    Relaxed<std::uint64_t> initialRecvErrCnt;
-    Relaxed<std::uint64_t> initialCtrlPktReceivedCnt;
-    Relaxed<std::uint64_t> initialCtrlPktSendUiqCnt;
-    Relaxed<std::uint64_t> initialGvspFifoOverflow;
-    Relaxed<std::uint64_t> initialGvcpFifoNotEmpty;
+    alignas(64) Relaxed<std::uint64_t> sentFrames;
+    Relaxed<std::uint64_t> sentBytes;
 
-    // The receive path's.
-    bool recvErrorReported = false; // the message of this run of read errors was due
-    bool zeroSizeReported = false;  // the message of this run of zero size words was due
-    std::uint64_t lastRecvErrCnt = 0;
-    WordBuffer receivedWords;
-    Relaxed<std::uint64_t> receivedFrames;
+    alignas(64) Relaxed<std::uint64_t> receivedFrames;
     Relaxed<std::uint64_t> receivedBytes;
     Relaxed<std::uint64_t> zeroSizeTransmissions;
     Relaxed<std::uint64_t> invalidEots;
     Relaxed<std::uint64_t> invalidTransmissionSizes;
     Relaxed<std::uint64_t> uiqReadErrors;
 
-    // The leecher's.
-    bool actionCommandsSupported = false; // the firmware has the port's ActionCmdConfigData
-    bool actionCmdErrorReported = false;  // the message of this run of anomalies was due
+    // Firmware counters as `setup` found them; the two FIFO values are read anew by the termination
+    // statistics, `lastRecvErrCnt` by the CRC watch.
+    Relaxed<std::uint64_t> initialRecvPktCnt;
+    Relaxed<std::uint64_t> initialRecvErrCnt;
+    std::uint64_t lastRecvErrCnt = 0;
+    Relaxed<std::uint64_t> initialCtrlPktReceivedCnt;
+    Relaxed<std::uint64_t> initialCtrlPktSendUiqCnt;
+    Relaxed<std::uint64_t> initialGvspFifoOverflow;
+    Relaxed<std::uint64_t> initialGvcpFifoNotEmpty;
+
     std::unique_ptr<OrvoGbePhysicalNetworkInterfaceUiqLeecherThread> uiqLeecherThread;
+    bool actionCommandsSupported = false; // the firmware has the port's ActionCmdConfigData
     boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue;
 
+    // Of this implementation alone.
+    WordBuffer receivedWords;
     DeviceGate gate;
     std::mutex reinitializing; // one phase at a time
-
-    // The send path's, apart from what the other paths use all the time.
-    alignas(64) Relaxed<std::uint64_t> sentFrames;
-    Relaxed<std::uint64_t> sentBytes;
 
 private:
     bool refuseDevice();
     bool checkBoard(const std::string& id);
     bool loadApplet(const std::string& id);
     bool configureFpga(const std::string& id);
-    void resetPort(int port, bool force, int driverClassMask);
-    void awaitPhyReset(int port, std::uint16_t control);
+    void resetPort(unsigned port, bool force, int driverClassMask);
+    void awaitPhyReset(unsigned port, std::uint16_t control);
     void startBoard();
-
-    tools::logging::Logger* logger_ = nullptr; // not owned, fetched on first use
 };
 
 using PortState = OrvoGbePhysicalNetworkInterface::D;

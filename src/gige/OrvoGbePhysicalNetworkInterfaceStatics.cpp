@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The reset-board set and the boards' turns.
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 
 namespace orvo::core::zume {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// What all interfaces of the process share.
 #pragma once
 
 #include "platform/GuardedSingleton.h"
@@ -10,13 +9,14 @@
 
 namespace orvo::core::zume {
 
-/// Which boards have been reset, and the turns that a board's interfaces take at what is board-wide.
+/// What all interfaces of the process share: which boards have been reset, and for each board the lock by
+/// which its interfaces take turns at MDIO bus and reset lines.
 /// Threads: any. Lock order: a board's sequence, then the lock of this object's own fields.
 class OrvoGbePhysicalNetworkInterfaceStatics
     : public GuardedSingleton<OrvoGbePhysicalNetworkInterfaceStatics> {
 public:
-    /// The lock of one board, held over a reset, an MDIO transaction or a dump; a holder keeps it for
-    /// seconds. Boards do not wait for each other. Valid as long as this object.
+    /// The lock of one board, held over a whole reset or report, which takes seconds. Valid as long as this
+    /// object.
     std::mutex& boardSequence(unsigned int board);
 
     bool isReset(unsigned int board);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The leecher's loop.
 #include "gige/OrvoGbePhysicalNetworkInterfaceUiqLeecherThread.h"
 
 #include "gige/OrvoGbePhysicalNetworkInterface.h"

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The thread that drains an interface's action command queue.
 #pragma once
 
 #include "platform/SimpleThread.h"
@@ -11,8 +10,9 @@ namespace orvo::core::zume {
 
 class OrvoGbePhysicalNetworkInterface;
 
-/// Makes one pass after the other until it is asked to stop, which it notices within 200 ms unless a pass
-/// waits on a full event queue. Names itself "UiqAct/" board "-" port.
+/// Drains an interface's action command queue: makes one pass after the other until it is asked to stop,
+/// which it notices within 200 ms unless a pass waits on a full event queue. Names itself "UiqAct/" board "-"
+/// port.
 class OrvoGbePhysicalNetworkInterfaceUiqLeecherThread : public templates::platform::SimpleThread {
 public:
     static constexpr std::uint32_t actionCommandQueueKind = 0; // the only kind there is
@@ -25,7 +25,7 @@ public:
 
     void run() override;
 
-    /// Any thread; there is no way back.
+    /// Called by any thread; cannot be undone.
     void requestStop() { stopRequested_ = true; }
 
 private:

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// PHY register contents as text.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 
 #include <boost/format.hpp>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // One frame from the receive queue to the framework.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
+#include "gige/RegisterAccess.h"
 #include "gige/Transmission.h"
 #include "hal/OrvoHal.h"
 
@@ -23,13 +24,14 @@ constexpr std::uint32_t readLimitMs = 100;
 constexpr unsigned readErrorPauseUs = 100'000;
 
 bool isCrcWatchOn() {
-    // The host sets it whenever it likes; relaxed, since nothing else depends on it.
+    // The host program may set it at any time; relaxed, since nothing else depends on it.
     return std::atomic_ref(c_MONITOR_CRC_ERRORS).load(std::memory_order_relaxed);
 }
 
 } // namespace
 
-/// What a receive call met. Found out inside the gate and told outside, where a slow log holds nobody up.
+/// Result of one receive call. Determined inside the gate and logged outside it, so that a slow log blocks
+/// nobody.
 struct OrvoGbePhysicalNetworkInterface::Reception {
     enum class Outcome { Nothing, Frame, ReadError, ZeroSize, NoEnd, WrongSize };
 
@@ -37,36 +39,39 @@ struct OrvoGbePhysicalNetworkInterface::Reception {
     std::uint32_t requestedBytes = 0;     // of the read that the outcome is about
     int result = 0;                       // of that read
     int lostWords = 0;                    // asked for only where a message needs it
-    const std::uint32_t* words = nullptr; // of a transmission that was read; the word buffer's
+    const std::uint32_t* words = nullptr; // of the transmission, in the word buffer
 };
 
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* received) {
     watchCrcErrors();
     Reception reception;
-    bool released = false;
-    if (const auto pass = d->gate.enterReceive()) {
-        readTransmission(reception);
-        if (needsLostWords(reception)) reception.lostWords = lostWords();
-    } else {
-        released = true;
-    }
-    if (released) d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
+    if (!readQueue(reception)) d->gate.awaitOpen(std::chrono::milliseconds{readLimitMs});
     auto frame = conclude(reception);
     if (received) *received = frame != nullptr;
     return frame;
 }
 
 void OrvoGbePhysicalNetworkInterface::watchCrcErrors() {
-    if (!isCrcWatchOn() || d->regGigeRecvErrCnt == 0) return;
-    std::uint64_t count = 0; // stays 0, and counts as a reading of 0, when the read fails
-    if (const auto pass = d->gate.enterReceive())
-        OHalRegisterRead(d->device, d->regGigeRecvErrCnt, &count);
-    else
-        return;
-    const auto growth = static_cast<std::int64_t>(count - d->lastRecvErrCnt);
+    if (!isCrcWatchOn()) return;
+    const auto count = readErrorCount();
+    const auto growth = static_cast<std::int64_t>(count.value_or(d->lastRecvErrCnt) - d->lastRecvErrCnt);
     if (growth == 0) return;
     if (auto text = warning()) text << "': Detected " << growth << " new CRC packet errors";
-    d->lastRecvErrCnt = count;
+    d->lastRecvErrCnt = *count;
+}
+
+std::optional<std::uint64_t> OrvoGbePhysicalNetworkInterface::readErrorCount() {
+    const auto pass = d->gate.enterReceive();
+    if (!pass || d->regGigeRecvErrCnt == 0) return std::nullopt;
+    return readOr(d->device, d->regGigeRecvErrCnt, 0); // a failed read counts as 0
+}
+
+bool OrvoGbePhysicalNetworkInterface::readQueue(Reception& reception) {
+    const auto pass = d->gate.enterReceive();
+    if (!pass) return false;
+    readTransmission(reception);
+    if (needsLostWords(reception)) reception.lostWords = lostWords();
+    return true;
 }
 
 void OrvoGbePhysicalNetworkInterface::readTransmission(Reception& reception) {
@@ -189,7 +194,7 @@ boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::makeFrame(cons
     QByteArray bytes(static_cast<int>(frameBytes), Qt::Uninitialized);
     auto* const data = reinterpret_cast<unsigned char*>(bytes.data());
     unpackFrame(words, deliveredBytes / 4, data);
-    if (frameBytes % 2 != 0) data[frameBytes - 1] = 0; // the end of an odd length has no word of its own
+    if (frameBytes % 2 != 0) data[frameBytes - 1] = 0; // no word holds the last byte of an odd length
     d->receivedFrames += 1;
     d->receivedBytes += frameBytes;
     return boost::make_shared<EthernetFrame>(bytes);

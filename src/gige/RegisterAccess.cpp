@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Lookups ask the applet runtime every time; who needs an address again keeps it.
+// Every lookup asks the applet runtime; callers keep the addresses that they use again.
 #include "gige/RegisterAccess.h"
 
 #include "hal/KivRuntime.h"
@@ -14,8 +14,8 @@ std::uint32_t resolveRegister(void* applet, const char* name) {
 }
 
 int resolvePortRegister(void* const* applet, const char* baseName, int index) {
-    char name[64]; // the longest base name has 32 characters; without allocation, a reopening cannot fail for
-                   // memory
+    // No allocation, so that a reopening cannot run out of memory. The longest base name has 32 characters.
+    char name[64];
     std::snprintf(name, sizeof name, "%s%d", baseName, index);
     return KivGetRegisterByName(*applet, name);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Giving a device up and opening it again while the framework's threads go on calling.
+// Releases the device and opens it again while the framework's threads go on calling.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"
 #include "hal/OrvoHal.h"
@@ -14,6 +14,7 @@ constexpr auto releaseLimit = std::chrono::milliseconds{10'000};
 } // namespace
 
 bool OrvoGbePhysicalNetworkInterface::reinitialize(ReinitializationPhase phase) {
+    const tools::logging::HeldLines lines; // sent after the lock is free
     const std::lock_guard guard(d->reinitializing);
     if (phase == ReleaseDevice) return releaseDevice();
     if (phase == ReopenDevice) return reopenDevice();
@@ -35,7 +36,7 @@ bool OrvoGbePhysicalNetworkInterface::closeGate() {
 }
 
 bool OrvoGbePhysicalNetworkInterface::reopenDevice() {
-    if (d->device) { // a second opening would lose it
+    if (d->device) { // a second opening would lose this handle
         if (auto text = error()) text << "': Device was not released before, reinitialization refused.";
         return false;
     }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 
 namespace orvo::core::zume {
 
@@ -19,13 +20,20 @@ namespace {
 constexpr std::size_t maxFrameBytes = 1518; // frame check sequence included
 constexpr std::size_t fcsBytes = 4;
 constexpr auto transmitterLimit = std::chrono::milliseconds{1000};
-constexpr auto turnLimit = 2 * transmitterLimit; // the sender before gives up after one
+constexpr auto turnLimit = 2 * transmitterLimit; // the sender inside gives up after one
 
 static_assert(std::endian::native == std::endian::little,
               "a unit's first byte must be its low one in memory");
 
-/// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined: a
-/// board that refuses them shows it in its counters, and the frame is gone either way.
+/// In several sleeps where the microseconds do not fit the 32 bits that `usleep` takes.
+void waitBeforeSending(std::uint32_t waitMs) {
+    constexpr std::uint32_t longestMs = std::numeric_limits<useconds_t>::max() / 1000;
+    for (; waitMs > longestMs; waitMs -= longestMs) usleep(longestMs * 1000);
+    if (waitMs != 0) usleep(waitMs * 1000);
+}
+
+/// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined:
+/// the board's counters show what it refuses, and the frame is lost either way.
 void writeFrame(const PortState& d, const unsigned char* bytes, std::size_t unitCount) {
     const auto write = hal::boundRegisterWrite();
     void* const device = d.device;
@@ -49,7 +57,7 @@ void OrvoGbePhysicalNetworkInterface::addToSendQueue(boost::shared_ptr<EthernetF
             text << "': Packet is too large (packet size: " << frameBytes << ", allowed size: 1518)";
         return;
     }
-    if (d->preSendWaitTime != 0) usleep(d->preSendWaitTime * 1000);
+    waitBeforeSending(d->preSendWaitTime);
     sendFrame(frame->data(), frameBytes);
 }
 
@@ -103,9 +111,9 @@ bool OrvoGbePhysicalNetworkInterface::isCustomChecksumEnabled() const {
 }
 
 void OrvoGbePhysicalNetworkInterface::enableCustomChecksum(bool enable) {
-    if (d->regGigeTxDisableCrcGeneration == 0) return;
     const auto pass = d->gate.enterControl();
     if (!pass) return; // the device is released: neither register nor flag change, so that they agree
+    if (d->regGigeTxDisableCrcGeneration == 0) return; // inside: a reopening may find another firmware
     OHalRegisterWrite(d->device, d->regGigeTxDisableCrcGeneration, enable ? 1 : 0);
     d->customChecksumEnabled = enable;
 }

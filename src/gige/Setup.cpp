@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Turning an injected interface into one that can move frames.
+// Turns an injected interface into one that can move frames.
 #include "config/PreSendWait.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"
@@ -31,10 +31,10 @@ void resolvePortRegisters(PortState& d) {
 bool OrvoGbePhysicalNetworkInterface::setup() {
     if (auto text = information()) text << "': Selecting orvo board " << d->boardId << " port " << d->portId;
     if (!canBeSetUp() || !d->openPhysicalDevice(id())) return false;
-    d->gate.open(); // closed where a device that was not there was released
+    d->gate.open(); // closed if a release came before the first opening
     try {
         prepareTraffic();
-    } catch (const std::exception& exception) { // as a rule out of memory; setup can be repeated
+    } catch (const std::exception& exception) { // usually out of memory; setup can be repeated
         d->close();
         if (auto text = error()) text << "': Setup failed (" << exception.what() << ")";
         return false;

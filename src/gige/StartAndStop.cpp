@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Beginning and end of an interface's own activity.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 
@@ -17,7 +16,7 @@ void OrvoGbePhysicalNetworkInterface::stop() {
     try {
         OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->forgetResets();
     } catch (const std::bad_alloc&) {
-        // It could not be made, so no board was reset yet.
+        // The statics do not exist, so no board has been reset.
     }
 }
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The traffic statistics that an interface leaves at its end.
+// The traffic statistics that `waitForTermination` logs.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"
-#include "hal/OrvoHal.h"
+#include "gige/RegisterAccess.h"
 
 namespace orvo::core::zume {
 
@@ -20,30 +20,36 @@ void OrvoGbePhysicalNetworkInterface::logStatistics() {
         text << "':        ... invalid transmission sizes : " << d->invalidTransmissionSizes;
     if (auto text = information()) text << "':        .............. UIQ read errors : " << d->uiqReadErrors;
     if (auto text = information()) text << "':        ............... UIQ lost words : " << finalLostWords();
-    for (const auto& row : portCounterRows)
-        if (d.get()->*row.address != 0) logCounter(row);
+    for (const auto& row : portCounterRows) logCounter(row);
 }
 
-// Each value is asked for by itself: the log must not hold up the release of the device.
+// Each value is read in a pass of its own, so that logging does not hold up the release of the device.
 int OrvoGbePhysicalNetworkInterface::finalLostWords() {
     const auto pass = d->gate.enterControl();
-    return pass && d->device ? lostWords() : 0;
+    return pass ? lostWords() : 0; // asked of a device that was never opened too
 }
 
 void OrvoGbePhysicalNetworkInterface::logCounter(const PortCounterRow& row) {
+    const auto value = readCounter(row);
+    if (!value) return;
     auto& initial = d.get()->*row.initial;
-    // A flag keeps its last value when it cannot be read; a counter reads 0, and its growth wraps around.
-    std::uint64_t value = row.isFlag ? std::uint64_t(initial) : 0;
-    if (const auto pass = d->gate.enterControl(); pass && d->device)
-        OHalRegisterRead(d->device, d.get()->*row.address, &value);
-    if (row.isFlag) initial = value;
+    if (row.isFlag) initial = *value;
     if (auto text = information()) {
         text << row.statisticsText;
         if (row.isFlag)
-            text << Hex{value};
+            text << Hex{*value};
         else
-            text << value - std::uint64_t(initial);
+            text << *value - std::uint64_t(initial);
     }
+}
+
+std::optional<std::uint64_t> OrvoGbePhysicalNetworkInterface::readCounter(const PortCounterRow& row) {
+    // A flag keeps its last value when it cannot be read; a counter reads 0, and its growth wraps around.
+    const std::uint64_t otherwise = row.isFlag ? std::uint64_t(d.get()->*row.initial) : 0;
+    const auto pass = d->gate.enterControl();
+    const std::uint32_t address = d.get()->*row.address; // inside: a reopening may find another firmware
+    if (address == 0) return std::nullopt;
+    return pass && d->device ? readOr(d->device, address, otherwise) : otherwise;
 }
 
 } // namespace orvo::core::zume

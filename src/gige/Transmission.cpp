@@ -1,58 +1,44 @@
 // SPDX-License-Identifier: MIT
-// Checking and unpacking of transmissions; pure functions.
 #include "gige/Transmission.h"
 
 #include <bit>
 #include <cstring>
 
-namespace orvo::core::zume {
+// Compiles a function once for each of several kinds of processor; the loader chooses one. GCC and Clang know
+// the widest vectors by different names. A sanitizer's run-time is not ready when the loader chooses.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ORVO_SANITIZED
+#elif defined(__clang__)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ORVO_SANITIZED
+#endif
+#endif
+#if !defined(__x86_64__) || defined(ORVO_SANITIZED)
+#define ORVO_FOR_SEVERAL_PROCESSORS
+#elif defined(__clang__)
+#define ORVO_FOR_SEVERAL_PROCESSORS [[gnu::target_clones("default", "avx2", "avx512bw")]]
+#else
+#define ORVO_FOR_SEVERAL_PROCESSORS [[gnu::target_clones("default", "avx2", "arch=x86-64-v4")]]
+#endif
 
+namespace orvo::core::zume {
 namespace {
 
-/// The one loop; what it is compiled to depends on the function that it is put into.
-[[gnu::always_inline]] inline void packWords(const std::uint32_t* words, std::size_t wordCount,
-                                             unsigned char* frame) {
-    static_assert(std::endian::native == std::endian::little, "a word's low byte must come first in memory");
+static_assert(std::endian::native == std::endian::little, "a word's low byte must come first in memory");
+
+// Of internal linkage: Clang 14 renames such a function, and other files would not find it.
+ORVO_FOR_SEVERAL_PROCESSORS
+void packWords(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
     for (std::size_t k = 0; k < wordCount; ++k) {
         const auto unit = static_cast<std::uint16_t>(words[k]);
         std::memcpy(frame + 2 * k, &unit, sizeof unit);
     }
 }
 
-void packAnywhere(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
-    packWords(words, wordCount, frame);
-}
-
-#if defined(__x86_64__)
-[[gnu::target("avx2")]] void packWithAvx2(const std::uint32_t* words, std::size_t wordCount,
-                                          unsigned char* frame) {
-    packWords(words, wordCount, frame);
-}
-
-/// These have one instruction for it.
-[[gnu::target("avx512bw,avx512vl")]] void packWithAvx512(const std::uint32_t* words, std::size_t wordCount,
-                                                         unsigned char* frame) {
-    packWords(words, wordCount, frame);
-}
-#endif
-
 } // namespace
 
-std::vector<Unpacking> unpackings() {
-    std::vector<Unpacking> usable;
-#if defined(__x86_64__)
-    __builtin_cpu_init();
-    if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl"))
-        usable.push_back(packWithAvx512);
-    if (__builtin_cpu_supports("avx2")) usable.push_back(packWithAvx2);
-#endif
-    usable.push_back(packAnywhere);
-    return usable;
-}
-
 void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
-    static const Unpacking best = unpackings().front();
-    best(words, wordCount, frame);
+    packWords(words, wordCount, frame);
 }
 
 } // namespace orvo::core::zume

@@ -4,13 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace orvo::core::zume {
 
-constexpr std::uint32_t endOfTransmission = 0x1'0000; // bit 16 of a queue word
-constexpr std::uint32_t maxTransmissionBytes =
-    65'536; // of the frame; more is no frame, whatever the size word says
+constexpr std::uint32_t endOfTransmission = 0x1'0000;  // bit 16 of a queue word
+constexpr std::uint32_t maxTransmissionBytes = 65'536; // of the frame; no frame is longer
 
 enum class TransmissionVerdict { Good, NoEnd, WrongSize };
 
@@ -33,13 +31,7 @@ inline TransmissionVerdict checkTransmission(const std::uint32_t* words, std::ui
 }
 
 /// Packs bits 0 to 15 of each word into two bytes of the frame, low byte first; everything else in a word is
-/// dropped. `frame` has room for 2 * `wordCount` bytes. As many words at once as the processor's instructions
-/// take.
+/// dropped. `frame` has room for 2 * `wordCount` bytes.
 void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
-
-using Unpacking = void (*)(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
-
-/// The ways in which this processor can do that, the best one first.
-std::vector<Unpacking> unpackings();
 
 } // namespace orvo::core::zume

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Polling of the transmitter.
 #include "gige/Transmitter.h"
 
 namespace orvo::core::zume {
@@ -7,11 +6,12 @@ namespace orvo::core::zume {
 TransmitterReading awaitBusyTransmitter(void* device, std::uint32_t txTransferActive, std::uint64_t value,
                                         std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    for (;;) {
+    for (bool isLate = false;;) {
         if ((value & 0xFF) == 0xFF) return {TransmitterState::Unexpected, value};
         if (value == 0) return {TransmitterState::Idle, value};
-        if (std::chrono::steady_clock::now() >= deadline) return {TransmitterState::Late, value};
-        OHalRegisterRead(device, txTransferActive, &value); // failed: keeps the value, which is not 0
+        if (isLate) return {TransmitterState::Late, value};
+        isLate = std::chrono::steady_clock::now() >= deadline; // before the read, which may be the last
+        OHalRegisterRead(device, txTransferActive, &value);    // failed: keeps the value, which is not 0
     }
 }
 

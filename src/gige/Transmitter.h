@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The port's transmitter, as its registers show it.
 #pragma once
 
 #include "hal/OrvoHal.h"
@@ -16,7 +15,7 @@ struct TransmitterReading {
     std::uint64_t value; // what the register read last
 };
 
-/// `awaitTransmitter` from a first reading of `value` on, which was not 0.
+/// The rest of `awaitTransmitter` after a first reading of `value`, which was not 0.
 TransmitterReading awaitBusyTransmitter(void* device, std::uint32_t txTransferActive, std::uint64_t value,
                                         std::chrono::milliseconds limit);
 
@@ -27,7 +26,7 @@ inline TransmitterReading awaitTransmitter(void* device, std::uint32_t txTransfe
                                            std::chrono::milliseconds limit) {
     std::uint64_t value = 1;
     OHalRegisterRead(device, txTransferActive, &value);
-    if (value == 0) return {TransmitterState::Idle, value}; // as a rule
+    if (value == 0) return {TransmitterState::Idle, value}; // the usual case
     return awaitBusyTransmitter(device, txTransferActive, value, limit);
 }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Where a transmission's words are read to.
 #pragma once
 
 #include <cstddef>
@@ -9,12 +8,11 @@
 
 namespace orvo::core::zume {
 
-/// Keeps its memory from one transmission to the next, as large as the largest so far asked for. Threads:
-/// one.
+/// Buffer for the words of one transmission. Keeps its memory for the next one and only grows. Threads: one.
 class WordBuffer {
 public:
     /// Room for `bytes` bytes, all of them zero: a read that claims more than it delivered shows nothing of
-    /// former frames. Valid until the next call. Running out of memory throws and changes nothing.
+    /// earlier frames. Valid until the next call. Running out of memory throws and changes nothing.
     std::uint32_t* zeroed(std::uint32_t bytes) {
         const std::size_t count = (std::size_t{bytes} + 3) / 4;
         if (count > capacity_) {

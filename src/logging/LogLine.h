@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace orvo::tools::logging {
 
@@ -64,16 +65,38 @@ public:
     }
 
 private:
+    friend class HeldLines;
+
     struct Message {
         Logger* logger;
         LogLevel level;
         std::string text;
+        std::unique_ptr<Message> next = nullptr; // of those that HeldLines keeps
     };
 
     void begin(Logger* logger, LogLevel level) noexcept;
-    void send() noexcept;
+    void send() noexcept { deliver(std::move(message_)); }
+    static void deliver(std::unique_ptr<Message> message) noexcept;
 
     std::unique_ptr<Message> message_; // null unless the level passed, and when the message is lost
+};
+
+/// While it lives, keeps the lines that its thread completes; at its end it sends them in their order.
+/// Declared before a lock, it lets nobody wait for that lock while a dispatcher is slow or calls back.
+class HeldLines {
+public:
+    HeldLines() noexcept;
+    HeldLines(const HeldLines&) = delete;
+    HeldLines& operator=(const HeldLines&) = delete;
+    ~HeldLines();
+
+private:
+    friend class LogLine;
+    using Message = LogLine::Message;
+
+    HeldLines* outer_; // that the thread had before, null for none
+    std::unique_ptr<Message> first_;
+    std::unique_ptr<Message>* end_ = &first_; // where the next one goes
 };
 
 } // namespace orvo::tools::logging

@@ -21,7 +21,7 @@ constexpr std::uint32_t actionQueue = 10;
 
 class ActionCommandsTest : public InterfaceTest {
 protected:
-    /// Counts of the events queued until now.
+    /// The counts of all queued events.
     std::vector<int> takeEvents() {
         std::vector<int> counts;
         boost::shared_ptr<PhysicalNetworkInterfaceEvent> event;
@@ -78,7 +78,7 @@ TEST_F(ActionCommandsTest, EachReadingEndsInItsMessageAndEvent) {
     board.queues[actionQueue] = {{4, {0x10005}}};
     port.monitorActionCommandTimeoutEvents();
     EXPECT_THAT(takeMessages(), ElementsAre(timeout + "5"));
-    EXPECT_THAT(takeEvents(), testing::IsEmpty()) << "nobody wants them";
+    EXPECT_THAT(takeEvents(), testing::IsEmpty()) << "the queue is not enabled";
 }
 
 TEST_F(ActionCommandsTest, LeecherRunsFromStartToStopEvenWhenNobodyTakesEvents) {
@@ -94,7 +94,7 @@ TEST_F(ActionCommandsTest, LeecherRunsFromStartToStopEvenWhenNobodyTakesEvents) 
     port.eventQueue()->enabled = true;
     board.queues[actionQueue] = std::vector<QueueAnswer>(70, {4, {0x10001}});
     port.start();
-    port.start(); // one thread all the same
+    port.start(); // starts no second thread
     for (std::size_t reports = 0; reports < 65; reports += takeMessages().size()) std::this_thread::yield();
     EXPECT_TRUE(port.reinitialize(core::zume::ReleaseDevice)) << "the waiting leecher is outside the gate";
     port.stop();

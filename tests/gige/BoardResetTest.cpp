@@ -5,6 +5,8 @@
 #include "support/InterfaceTest.h"
 #include "support/TemporaryFolder.h"
 
+#include <atomic>
+
 namespace orvo::test {
 namespace {
 
@@ -26,8 +28,8 @@ Journal resetPulse(const std::string& lines) {
                     "sleep 100000"}});
 }
 
-/// What one port's PHY sees when extended register 0x0B holds `found` and gets `wanted`, and register 0 reads
-/// `control`.
+/// The accesses to one port's PHY when extended register 0x0B holds `found` and gets `wanted`, and register 0
+/// reads `control`.
 Journal phySequence(const std::string& port, const std::string& found, const std::string& wanted,
                     const std::vector<std::string>& control) {
     std::vector<Journal> steps{{"write GigE_MdioPhyAddr " + port, "sleep 100000"},
@@ -61,7 +63,7 @@ Journal busAccesses(const Journal& journal) {
 class BoardResetTest : public InterfaceTest {
 protected:
     BoardResetTest() {
-        port.stop(); // forgets resets of tests before in this process
+        port.stop(); // forgets the resets of earlier tests
         resetting.injectDependency("id", std::string("first"));
         resetting.injectDependency("portId", portId);
     }
@@ -96,7 +98,7 @@ TEST_F(BoardResetTest, FirstSetupResetsTheWholeBoard) {
     core::zume::OrvoGbePhysicalNetworkInterface second;
     ASSERT_TRUE(second.setup());
     EXPECT_THAT(takeMessages(), testing::SizeIs(2)) << "a board is reset once";
-    port.stop(); // any interface's
+    port.stop(); // of any interface forgets the reset
     core::zume::OrvoGbePhysicalNetworkInterface third;
     ASSERT_TRUE(third.setup());
     EXPECT_THAT(takeMessages(), testing::SizeIs(3));
@@ -111,6 +113,19 @@ TEST_F(BoardResetTest, ForcedResetTouchesItsOwnPortOnly) {
     ASSERT_TRUE(resetting.setup());
     EXPECT_THAT(takeMessages(), testing::Contains("3 Resetting GigE hardware on board 0 ... "))
         << "a forced reset does not count as the board's";
+}
+
+TEST_F(BoardResetTest, ForcedResetOfAPortBeyondTheBoardsResetsNone) {
+    board.infoInts["ports/gige"] = 64;
+    for (const int beyond : {4, 32, 34}) {
+        core::zume::OrvoGbePhysicalNetworkInterface other;
+        other.injectDependency("resetBoard", std::string("false"));
+        other.injectDependency("portId", beyond);
+        ASSERT_TRUE(other.setup());
+        board.takeJournal();
+        other.forceReset();
+        EXPECT_EQ(board.takeJournal(), resetPulse("0xf")) << "port " << beyond;
+    }
 }
 
 TEST_F(BoardResetTest, FailedReadsFallBack) {
@@ -154,7 +169,36 @@ TEST_F(BoardResetTest, FirmwareWithoutTheRegistersKeepsThePace) {
     port.forceReset();
     const Journal pulse{"write register 0 0xb", "sleep 100000", "write register 0 0xf", "sleep 100000"};
     const auto pace = without("read", without("write", phySequence("", "", "", {""})));
-    EXPECT_EQ(without("find", board.takeJournal()), joined({pulse, pace})) << "only the pulse is unchecked";
+    EXPECT_EQ(without("find", board.takeJournal()), joined({pulse, pace}))
+        << "only the pulse is written unchecked";
+}
+
+TEST_F(BoardResetTest, StartRegistersAreWrittenEvenIfTheFirmwareLacksThem) {
+    board.lacking = {"GigE_TxStart", "GigE_RxEnable", "GigeTxStart0",
+                     "GigeTxStart1", "GigeTxStart2",  "GigeTxStart3"};
+    ASSERT_TRUE(resetting.setup());
+    const auto journal = board.takeJournal();
+    EXPECT_EQ(std::count(journal.begin(), journal.end(), "write register 0 0x1"), 6);
+}
+
+TEST_F(BoardResetTest, ReportAndResetOfOneBoardTakeTurns) {
+    setUpPort();
+    core::zume::OrvoGbePhysicalNetworkInterface other;
+    other.injectDependency("resetBoard", std::string("false"));
+    other.injectDependency("portId", 1);
+    ASSERT_TRUE(other.setup());
+    board.takeJournal();
+    std::vector<Journal> reads{{"write GigE_MdioPhyAddr 0x1"}};
+    for (int n = 0; n <= 28; ++n) reads.push_back(mdioRead("", ""));
+    const auto report = busAccesses(joined(reads));
+    const auto reset = busAccesses(phySequence("0x2", "0", "0", {"0"}));
+    for (int round = 0; round < 20; ++round) {
+        const std::function<void()> users[] = {[&] { port.forceReset(); },
+                                               [&] { other.triggerDebugOutput(); }};
+        runTogether(2, [&](int i) { users[i](); });
+        EXPECT_THAT(busAccesses(board.takeJournal()),
+                    testing::AnyOf(joined({reset, report}), joined({report, reset})));
+    }
 }
 
 TEST_F(BoardResetTest, SequencesOfOneBoardTakeTurnsAndTwoSetupsResetItOnce) {
@@ -166,7 +210,35 @@ TEST_F(BoardResetTest, SequencesOfOneBoardTakeTurnsAndTwoSetupsResetItOnce) {
     runTogether(3, [&](int i) { users[i](); });
     const auto sequence = busAccesses(phySequence("0", "0", "0", {"0"}));
     EXPECT_EQ(busAccesses(board.takeJournal()), joined({sequence, sequence, sequence, sequence, sequence}))
-        << "four ports once, and the forced one";
+        << "four ports once, and the forced reset";
+}
+
+TEST_F(BoardResetTest, DispatcherThatCallsBackOrStallsHoldsNobodyUp) {
+    setUpPort();
+    const auto useEverything = [this] {
+        port.forceReset();
+        port.triggerDebugOutput();
+        port.reinitialize(core::zume::ReleaseDevice);
+        port.forceReset();
+        port.triggerDebugOutput();
+        port.reinitialize(core::zume::ReopenDevice);
+    };
+    std::atomic<bool> isCalledBack{false};
+    int callbacks = 0;
+    onEmit([&] {
+        if (isCalledBack.exchange(true)) return; // a callback's own messages are only recorded
+        ++callbacks;
+        useEverything();
+        inBackground(useEverything).wait(); // the dispatcher is stalled meanwhile
+        isCalledBack = false;
+    });
+    useEverything();
+    EXPECT_TRUE(resetting.setup());
+    onEmit({});
+    EXPECT_GT(callbacks, 70) << "every line of a reset, a report and both phases";
+    takeMessages();
+    port.addToSendQueue(frame({1, 2}));
+    EXPECT_EQ(statistics()["Send"], "1 frames (6 bytes)");
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The diagnostic report, line by line.
 #include "support/InterfaceTest.h"
 
 namespace orvo::test {
@@ -69,7 +68,7 @@ TEST_F(DiagnosticDumpTest, CompleteReport) {
     const auto journal = board.takeJournal();
     EXPECT_EQ(std::count(journal.begin(), journal.end(), "sleep 1000000"), 1);
     const auto phy = std::find(journal.begin(), journal.end(), "write GigE_MdioPhyAddr 0x2");
-    ASSERT_EQ(journal.end() - phy, 2 + 29 * 5) << "its own port's PHY, whoever had the bus before";
+    ASSERT_EQ(journal.end() - phy, 2 + 29 * 5) << "its own port's PHY, whichever was selected before";
     EXPECT_THAT(Journal(phy, phy + 7),
                 ElementsAre("write GigE_MdioPhyAddr 0x2", "sleep 100000", "write GigE_MdioRegAddr 0",
                             "write GigE_MdioRD 0", "sleep 50000", "read MdioReadReg 0x1140", "sleep 50000"));
@@ -108,7 +107,7 @@ TEST_F(DiagnosticDumpTest, DeviceWalkStopsWhenAllAreFound) {
         const auto registers =
             std::find(messages.begin(), messages.end(), line("' Firmware Debug Registers:"));
         EXPECT_EQ(Messages(messages.begin() + 8, registers), row.lines);
-        EXPECT_EQ(registers[1], line("' Waiting 1 second...")) << "lines of absent registers";
+        EXPECT_EQ(registers[1], line("' Waiting 1 second...")) << "no lines of absent registers";
         const auto journal = board.takeJournal();
         const auto count = [&](const std::string& line) {
             return std::count(journal.begin(), journal.end(), line);

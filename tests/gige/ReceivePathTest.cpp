@@ -2,6 +2,8 @@
 // One received frame, every way in which a transmission can be bad, and the CRC watch.
 #include "support/InterfaceTest.h"
 
+#include <orvo/tools/logging/Logger.h>
+
 namespace orvo::test {
 namespace {
 
@@ -13,7 +15,7 @@ constexpr std::uint32_t receiveQueue = 2;
 
 class ReceivePathTest : public InterfaceTest {
 protected:
-    /// The frame that the next call returns, without a frame nothing.
+    /// Bytes of the frame that the next call returns; empty without one.
     Bytes receive() {
         bool received = true;
         const auto frame = port.receive(&received);
@@ -31,7 +33,7 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms", "queue 2 128 bytes 100 ms"));
     EXPECT_THAT(takeMessages(), IsEmpty());
 
-    // Everything above bit 15 means nothing, but the last end flag.
+    // Bits above 15 are ignored, except the end flag of the last word.
     auto noisy = FakeBoard::transmission(sent);
     for (auto& word : noisy[1].words) word |= 0xFFFF0000;
     board.queues[receiveQueue] = noisy;
@@ -39,7 +41,7 @@ TEST_F(ReceivePathTest, FrameIsReadWithTwoReads) {
     EXPECT_EQ(statistics()["Recv"], "2 frames (128 bytes)");
 }
 
-TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfFormerFrames) {
+TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfEarlierFrames) {
     setUpPort();
     const Bytes sent = countingBytes(60);
     board.queues[receiveQueue] = FakeBoard::transmission(sent);
@@ -59,7 +61,7 @@ TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfFormerFra
     EXPECT_EQ(receive(), shown);
 }
 
-/// All that must come of a bad transmission.
+/// What a bad transmission must lead to.
 struct Outcome {
     const char* counter; // the statistics line that grows by one, null for none
     Messages messages;
@@ -113,6 +115,7 @@ TEST_F(ReceivePathTest, EachBadTransmissionEndsInItsCounterAndMessage) {
         {"no end flag, word 0", {{4, {4}}, {8, {1, 0}}}, noEnd("0", "8", "8")},
         {"short, its last word without end flag", {{4, {4}}, {4, {1}}}, noEnd("0x1", "8", "4")},
         {"4 short", {{4, {6}}, {8, {1, 0x10002}}}, wrongSize("12", "8")},
+        {"3 short", {{4, {6}}, {9, {1, 0x10002}}}, wrongSize("12", "9")},
         {"1 short", {{4, {6}}, {11, {1, 0x10002}}}, wrongSize("12", "11")},
         {"more than asked for, no end flag", {{4, {1}}, {4, {1}}}, wrongSize("2", "4")},
         {"far more than asked for", {{4, {2}}, {0x7FFFFFFF, {0x10000}}}, wrongSize("4", "2147483647")},
@@ -144,12 +147,14 @@ TEST_F(ReceivePathTest, DeliveriesOfHalfUnitsAreTaken) {
     const std::vector<std::uint32_t> words30(30, 0x15544);
     board.queues[receiveQueue] = {{4, {61}},    {120, words30},
                                   {4, {61}},    {122, words30},
+                                  {4, {6}},     {10, {0x201, 0x1'0403}},
                                   {4, {65536}}, {131072, std::vector<std::uint32_t>(32768, 0x10000)}};
     EXPECT_EQ(receive().size(), 60U) << "2 bytes short: what was delivered is the frame";
     const auto odd = receive();
     ASSERT_EQ(odd.size(), 61U);
     EXPECT_EQ(odd[59], 0x55);
     EXPECT_EQ(odd[60], 0) << "no word holds it";
+    EXPECT_THAT(receive(), ElementsAre(1, 2, 3, 4, 0)) << "2 bytes short of an even size";
     EXPECT_EQ(receive().size(), 65536U);
 }
 
@@ -169,24 +174,30 @@ TEST_F(ReceivePathTest, RunsOfLikeProblemsAreReportedOnce) {
     EXPECT_THAT(takeMessages(), ElementsAre(HasSubstr("result = -3"), HasSubstr("size of zero")));
 
     // The flags are set whether or not the message passes, and nothing is fetched for one that does not.
+    const auto badTransmissionAndFailedRead = [this] {
+        board.queues[receiveQueue] = {{4, {60}}, {8, {1, 2}}, {-1, {}}};
+        board.takeJournal();
+        receive();
+        receive();
+        EXPECT_THAT(board.takeJournal(), testing::Not(testing::Contains("lost words of 2")));
+    };
+    port.logger()->setThreadEnabled(false);
+    badTransmissionAndFailedRead();
+    port.logger()->setThreadEnabled(true);
     setThreshold(5);
-    board.queues[receiveQueue] = {{4, {60}}, {8, {1, 2}}, {-1, {}}};
-    board.takeJournal();
-    receive();
-    receive();
-    EXPECT_THAT(board.takeJournal(), testing::Not(testing::Contains("lost words of 2")));
+    badTransmissionAndFailedRead();
     setThreshold(2);
     board.queues[receiveQueue] = {{-1, {}}};
     receive();
     EXPECT_THAT(takeMessages(), IsEmpty());
-    EXPECT_EQ(statistics()["UIQ read errors"], "14");
+    EXPECT_EQ(statistics()["UIQ read errors"], "15");
 }
 
 TEST_F(ReceivePathTest, CrcWatchReportsGrowth) {
     board.registers["GigeRecvErrCnt2"] = {10};
     setUpPort();
     receive();
-    EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms")) << "off unless the host wants it";
+    EXPECT_THAT(board.takeJournal(), ElementsAre("queue 2 4 bytes 100 ms")) << "off by default";
     core::zume::c_MONITOR_CRC_ERRORS = true;
     board.registers["GigeRecvErrCnt2"] = {13, 13, 11};
     for (int i = 0; i < 3; ++i) receive();

@@ -42,6 +42,18 @@ TEST_F(ReinitializationTest, ReopeningThatFailsCanBeRepeated) {
     EXPECT_THAT(takeMessages(),
                 ElementsAre("5 PHY Id 'gige': Device was not released before, reinitialization refused."));
     EXPECT_TRUE(port.reinitialize(ReleaseDevice));
+    board.opens = false;
+    takeMessages();
+    EXPECT_FALSE(port.reinitialize(ReopenDevice));
+    EXPECT_THAT(takeMessages(), ElementsAre("5 PHY Id 'gige': Error in OHalInitDevice(...) for board id '0'",
+                                            "5 PHY Id 'gige': Device reinitialization failed."));
+    board.opens = true;
+    board.takeJournal();
+    EXPECT_FALSE(port.receive(nullptr));
+    EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000")) << "nobody is let in";
+    EXPECT_TRUE(port.reinitialize(ReopenDevice));
+    EXPECT_THAT(board.takeJournal(), testing::Not(Contains("applet 1.2"))) << "the applet was kept";
+    EXPECT_TRUE(port.reinitialize(ReleaseDevice));
     board.configureResult = -4;
     takeMessages();
     EXPECT_FALSE(port.reinitialize(ReopenDevice));
@@ -52,7 +64,7 @@ TEST_F(ReinitializationTest, ReopeningThatFailsCanBeRepeated) {
     board.configureResult = 0;
     board.takeJournal();
     EXPECT_TRUE(port.reinitialize(ReopenDevice));
-    // The applet went with the failed configuration.
+    // The failed configuration unloaded the applet.
     EXPECT_THAT(board.takeJournal(), Contains("applet 1.2"));
     board.queues[portId] = FakeBoard::transmission(countingBytes(60));
     EXPECT_TRUE(port.receive(nullptr));
@@ -78,7 +90,7 @@ TEST_F(ReinitializationTest, NobodyIsInTheHardwareAccessLayerWhileTheDeviceIsRel
     EXPECT_FALSE(port.isCustomChecksumEnabled());
 
     EXPECT_FALSE(port.receive(nullptr));
-    EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000")) << "its usual time, for nothing";
+    EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000")) << "its usual time, without a read";
     port.monitorActionCommandTimeoutEvents();
     EXPECT_EQ(board.takeJournal(), Journal(100, "sleep 1000"));
     EXPECT_THAT(takeMessages(), IsEmpty());
@@ -91,10 +103,31 @@ TEST_F(ReinitializationTest, NobodyIsInTheHardwareAccessLayerWhileTheDeviceIsRel
     EXPECT_FALSE(port.setup()) << "a device that was reopened is set up";
 }
 
+TEST_F(ReinitializationTest, RegistersThatAreGoneAfterTheReopeningAreLeftAlone) {
+    setUpPort();
+    core::zume::c_MONITOR_CRC_ERRORS = true;
+    {
+        const auto switching = repeating([&] { port.enableCustomChecksum(true); });
+        const auto receiving = repeating([&] { port.receive(nullptr); });
+        const auto reporting = repeating([&] { port.waitForTermination(); });
+        for (int round = 0; round < 50; ++round) {
+            ASSERT_TRUE(port.reinitialize(ReleaseDevice));
+            board.lacking = round % 2 == 0
+                                ? std::set<std::string>{"GigeTxDisableCrcGeneration2", "GigeRecvErrCnt2"}
+                                : std::set<std::string>{};
+            ASSERT_TRUE(port.reinitialize(ReopenDevice));
+        }
+    }
+    core::zume::c_MONITOR_CRC_ERRORS = false;
+    EXPECT_THAT(board.takeJournal(), testing::Not(Contains(testing::HasSubstr(" register 0"))));
+    port.enableCustomChecksum(false);
+    EXPECT_THAT(board.takeJournal(), ElementsAre("write GigeTxDisableCrcGeneration2 0")) << "it is back";
+}
+
 TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
     setUpPort();
     const struct {
-        const char* place; // where the board keeps the call
+        const char* place; // the read in which the board holds the call
         std::function<void()> call;
     } paths[] = {{"queue 2", [&] { port.receive(nullptr); }},
                  {"queue 10", [&] { port.monitorActionCommandTimeoutEvents(); }},
@@ -133,7 +166,7 @@ TEST_F(ReinitializationTest, ReleaseWaitsForCallsInProgressButNotForEver) {
         call.wait();
         EXPECT_THAT(board.takeJournal(), Contains("free device"));
         EXPECT_TRUE(port.reinitialize(ReopenDevice));
-        board.onRead = {}; // it refers to this round
+        board.onRead = {}; // it refers to this round's flags
     }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The end of an interface's life: the statistics that it leaves.
+// The statistics that an interface logs at its end.
 #include "support/InterfaceTest.h"
 
 namespace orvo::test {
@@ -62,11 +62,15 @@ TEST_F(StartAndStopTest, LifeWithoutADeviceEndsInOrder) {
     takeMessages();
     port.forceReset();
     EXPECT_THAT(takeMessages(), ElementsAre("4 Device is released, no reset on board 0"));
+    board.lostWords = -2130;
     port.waitForTermination();
-    EXPECT_THAT(takeMessages(), testing::SizeIs(7));
-    EXPECT_THAT(board.takeJournal(), testing::IsEmpty()) << "lost words are 0 and nobody is asked";
+    const auto messages = takeMessages();
+    EXPECT_THAT(messages, testing::SizeIs(7));
+    EXPECT_EQ(messages.back(), "3 PHY Id 'gige':        ............... UIQ lost words : -2130");
+    EXPECT_THAT(board.takeJournal(), ElementsAre("lost words of 2"));
 
     EXPECT_TRUE(port.reinitialize(core::zume::ReleaseDevice));
+    EXPECT_EQ(statistics()["UIQ lost words"], "0");
     board.opens = true;
     EXPECT_TRUE(port.setup()) << "a release before the first opening does not count";
     port.addToSendQueue(frame({1, 2}));

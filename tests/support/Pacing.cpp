@@ -15,6 +15,7 @@ namespace {
 
 std::mutex handlerLock;
 std::function<void(std::chrono::microseconds)> sleepHandler;
+std::function<void()> clockHandler;
 std::atomic<long> heldNs{0}; // what the clock shows while it is held, 0 while it runs
 
 } // namespace
@@ -32,8 +33,14 @@ void advanceClock(std::chrono::milliseconds step) {
     heldNs += std::chrono::nanoseconds{step}.count();
 }
 
+void onClockReading(std::function<void()> handler) {
+    const std::lock_guard guard(handlerLock);
+    clockHandler = std::move(handler);
+}
+
 void restorePacing() {
     onSleep({});
+    onClockReading({});
     heldNs = 0;
 }
 
@@ -51,9 +58,13 @@ __attribute__((visibility("default"))) int usleep(useconds_t length) {
 }
 
 __attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec* now) noexcept {
-    const long held = orvo::test::heldNs;
-    if (clock != CLOCK_MONOTONIC || held == 0)
+    if (clock != CLOCK_MONOTONIC || orvo::test::heldNs == 0)
         return static_cast<int>(syscall(SYS_clock_gettime, clock, now));
+    {
+        const std::lock_guard guard(orvo::test::handlerLock);
+        if (orvo::test::clockHandler) orvo::test::clockHandler();
+    }
+    const long held = orvo::test::heldNs;
     *now = {held / 1'000'000'000, held % 1'000'000'000};
     return 0;
 }

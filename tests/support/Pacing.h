@@ -19,6 +19,9 @@ void holdClock();
 /// Moves a held clock ahead.
 void advanceClock(std::chrono::milliseconds step);
 
+/// Called for every reading of a held clock, before it is read, on the reading thread.
+void onClockReading(std::function<void()> handler);
+
 /// Takes all of it back.
 void restorePacing();
 

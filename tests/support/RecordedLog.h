@@ -47,6 +47,10 @@ ORVO_EXPORT void onAttach(std::function<void(const Attachment&)> action);
 /// Whether the dispatcher has no memory to answer look-ups with.
 ORVO_EXPORT void refuseLookups(bool refuse);
 
+/// What the dispatcher does with each message from now on, after it is recorded, on the logging thread;
+/// empty: nothing.
+ORVO_EXPORT void onEmit(std::function<void()> action);
+
 /// Forgets all names and their handles.
 ORVO_EXPORT void forgetHandles();
 

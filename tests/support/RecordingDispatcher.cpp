@@ -18,6 +18,7 @@ std::uint32_t currentThreshold = 2;
 bool refusesLookups = false;
 Attachment current;
 std::function<void(const Attachment&)> attachAction;
+std::function<void()> emitAction;
 
 std::uint64_t handleOf(const std::string& name) {
     return handles.emplace(name, handles.size() + 1).first->second;
@@ -36,8 +37,13 @@ void lookup(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
 }
 
 void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b) {
-    const std::lock_guard guard(lock);
-    records.push_back({nameOf(handle), level, message, handle, a, b});
+    std::function<void()> action;
+    {
+        const std::lock_guard guard(lock);
+        records.push_back({nameOf(handle), level, message, handle, a, b});
+        action = emitAction;
+    }
+    if (action) action();
 }
 
 void attach(tools::logging::Logging* facility, tools::logging::DispatcherDetached detached,
@@ -102,6 +108,11 @@ void onAttach(std::function<void(const Attachment&)> action) {
 void refuseLookups(bool refuse) {
     const std::lock_guard guard(lock);
     refusesLookups = refuse;
+}
+
+void onEmit(std::function<void()> action) {
+    const std::lock_guard guard(lock);
+    emitAction = std::move(action);
 }
 
 void forgetHandles() {
