@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // A board's registers, its FPGA and its power.
-#include "Board.h"
+#include "board/Board.h"
 
-#include "Link.h"
-#include "faults/BoardFaults.h"
+#include "board/BoardFaults.h"
+#include "board/Cabling.h"
 
 #include <algorithm>
 
@@ -56,7 +56,8 @@ void Board::setPresent(bool present, SimTime since) noexcept {
     }
 }
 
-void Board::setScript(BoardFaults& script) noexcept {
+void Board::setScript(BoardFaults& script) {
+    accessFaults_.setScript(script.accessRows());
     script_.store(&script, std::memory_order_release);
     condition_.set(Trouble::Script, true);
 }
@@ -68,7 +69,7 @@ void Board::passScript() {
 int Board::configureFpga(const OrvoSimRegisterMap* applet) {
     passScript();
     if (!isPresent()) return OrvoSimHalBoardGone;
-    if (const auto failure = faults_.takeConfigureFailure()) return *failure;
+    if (const auto failure = accessFaults_.take(configurations)) return failure->result;
     if (applet != &firmware_.map()) return OrvoSimHalNoApplet;
     condition_.set(Trouble::NoApplet, false);
     return 0;
@@ -120,19 +121,10 @@ int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
     if (condition_.isGood()) return readUsual(address, value);
     passScript();
     if (const int refused = refusal(); refused != 0) return refused;
-    if (condition_.has(Trouble::RegisterFaults)) {
-        if (const auto answer = faults_.takeRegisterAnswer(address)) {
-            if (answer->result == 0) value = answer->value;
-            return answer->result;
-        }
-    }
-    if (condition_.has(Trouble::Script)) {
-        if (const auto answer = script()->read(address, selectedPhy(address))) {
-            if (answer->result == 0) value = answer->value;
-            return answer->result;
-        }
-    }
-    return readUsual(address, value);
+    const auto answer = accessFaults_.take(address, selectedPhy(address));
+    if (!answer) return readUsual(address, value);
+    if (answer->result == 0) value = answer->value;
+    return answer->result;
 }
 
 bool Board::writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept {

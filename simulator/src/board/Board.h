@@ -2,12 +2,12 @@
 // One simulated frame-grabber board: what the host reaches through a device handle.
 #pragma once
 
-#include "BoardCondition.h"
-#include "DeviceHandles.h"
-#include "Faults.h"
-#include "MdioMaster.h"
-#include "Port.h"
+#include "board/DeviceHandles.h"
+#include "board/MdioMaster.h"
+#include "board/Port.h"
 #include "config/Configuration.h"
+#include "faults/AccessFaults.h"
+#include "faults/BoardCondition.h"
 
 #include <array>
 #include <atomic>
@@ -32,11 +32,11 @@ public:
     /// The ports that the board has.
     std::span<Port> ports() noexcept { return std::span(ports_).first(configuration_.ports); }
     DeviceHandles& handles() noexcept { return handles_; }
-    Faults& faults() noexcept { return faults_; }
+    AccessFaults& accessFaults() noexcept { return accessFaults_; }
 
     /// What a fault script says about this board; null: there is none. Stays valid for good.
     BoardFaults* script() const noexcept { return script_.load(std::memory_order_acquire); }
-    void setScript(BoardFaults& script) noexcept;
+    void setScript(BoardFaults& script);
     /// Lets the script do what is due. At the host's accesses, without the bench mutex.
     void passScript();
 
@@ -92,7 +92,7 @@ private:
     const BoardConfiguration configuration_;
     const FirmwareProfile& firmware_;
     BoardCondition condition_;
-    Faults faults_{condition_};
+    AccessFaults accessFaults_{condition_};
     std::atomic<BoardFaults*> script_{nullptr};
     DeviceHandles handles_;
     SharedCounter staleAccesses_;

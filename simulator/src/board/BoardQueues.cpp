@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The host's side of a board's data queues.
-#include "Board.h"
+#include "board/Board.h"
 
-#include "faults/BoardFaults.h"
+#include "board/BoardFaults.h"
 
 #include <orvo/hal/orvo_hal.h>
 
@@ -36,6 +36,7 @@ DataQueue* Board::queue(unsigned number) noexcept {
 }
 
 int Board::clearQueue(unsigned number) {
+    if (const int refused = refusal(); refused != 0) return refused;
     DataQueue* const found = queue(number);
     if (!found) return OrvoSimHalNoQueue;
     found->clear();
@@ -52,8 +53,9 @@ std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t*
 
 /// As the read reports them.
 int Board::reported(unsigned number, int bytes) {
-    const bool isOdd = bytes > 0 && condition_.has(Trouble::QueueFaults);
-    return isOdd ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+    if (bytes <= 0 || !condition_.has(Trouble::CalledFaults)) return bytes;
+    const auto fault = accessFaults_.take(queueDeliveries + number);
+    return fault ? bytes + fault->result : bytes;
 }
 
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
@@ -63,7 +65,7 @@ int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std
         return readScripted(*source, number, out, words, timeoutMs);
     if (!condition_.isGood()) {
         if (const int refused = refusal(); refused != 0) return refused;
-        if (const auto failure = faults_.takeReadFailure(number)) return *failure;
+        if (const auto failure = accessFaults_.take(queueReads + number)) return failure->result;
     }
     if (words == 0) return 0;
     const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
@@ -80,7 +82,7 @@ int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, 
         if (frames) frames->refused(source);
         return refused;
     }
-    if (const auto failure = faults_.takeReadFailure(number)) return *failure;
+    if (const auto failure = accessFaults_.take(queueReads + number)) return failure->result;
     if (words == 0) return 0;
     if (frames)
         if (const auto result = frames->readStaged(out, words)) return *result;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Giving out and taking back device handles.
-#include "DeviceHandles.h"
+#include "board/DeviceHandles.h"
 
 namespace orvo::sim {
 
@@ -33,7 +33,7 @@ void* DeviceHandles::open() noexcept {
         generations_[slot].store(generation + 1, std::memory_order_relaxed);
         const HandleBits handle = handleOf(slot, generation + 1);
         HandlePlace& place = placeOf(handle);
-        place.board.store(&board_, std::memory_order_relaxed);
+        place.board.store(&board_, std::memory_order_release);
         place.noted.store(~handle, std::memory_order_release);
         return pointerOf(handle);
     }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A port's registers, and its wire.
-#include "Port.h"
+#include "board/Port.h"
 
-#include "Link.h"
+#include "board/Cabling.h"
 #include "faults/PhyFaults.h"
 #include "faults/WireFaults.h"
 

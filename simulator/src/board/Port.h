@@ -2,11 +2,11 @@
 // One GigE port: its registers, its data queues, its PHY and what it is cabled with.
 #pragma once
 
-#include "DataQueue.h"
-#include "PortGate.h"
-#include "Receiver.h"
-#include "RegisterTable.h"
-#include "Transmitter.h"
+#include "firmware/RegisterTable.h"
+#include "mac/DataQueue.h"
+#include "mac/PortGate.h"
+#include "mac/Receiver.h"
+#include "mac/Transmitter.h"
 #include "phy/Phy.h"
 #include "wire/Wire.h"
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Checking of cables.
-#include "CablePlan.h"
+// Which wires the ports get when the simulation starts.
+#include "config/Configuration.h"
 
 #include <algorithm>
 #include <map>

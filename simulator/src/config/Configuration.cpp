@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Reading of configuration files.
-#include "Configuration.h"
+#include "config/Configuration.h"
 
-#include "CablePlan.h"
-#include "TextFile.h"
-#include "TomlTable.h"
+#include "config/TomlTable.h"
 
 #include <algorithm>
 #include <charconv>

@@ -2,8 +2,8 @@
 // What the simulation consists of, as the configuration file says it.
 #pragma once
 
-#include "FirmwareProfile.h"
-#include "OneLine.h"
+#include "base/Text.h"
+#include "firmware/FirmwareProfile.h"
 #include "wire/WireSpec.h"
 
 #include <array>
@@ -56,6 +56,13 @@ struct Configuration {
     std::vector<WireConfiguration> wires;                    ///< one for every port, or for its far end
     std::vector<std::unique_ptr<FirmwareProfile>> firmwares; ///< of every version that a board has
 };
+
+/// Completes the wires that a file asks for: a cable may be named at one of its ends or at both and stands in
+/// the result once; a port that no wire names gets a loopback plug. Throws ConfigurationError for a cable to
+/// a port that does not exist, and for a port that two wires claim.
+std::vector<WireConfiguration> planCables(const std::vector<BoardConfiguration>& boards,
+                                          std::vector<WireConfiguration> wanted,
+                                          const std::filesystem::path& file);
 
 /// The default board, all ports on loopback.
 Configuration defaultConfiguration();

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Reading of TOML tables.
-#include "TomlTable.h"
+#include "config/TomlTable.h"
 
 #include <algorithm>
 #include <limits>

@@ -2,7 +2,7 @@
 // Typed access to a table of a TOML file, with errors that name the file and the line.
 #pragma once
 
-#include "Configuration.h"
+#include "config/Configuration.h"
 
 #include <toml++/toml.h>
 
@@ -10,6 +10,9 @@
 #include <set>
 
 namespace orvo::sim {
+
+/// The content of a regular file. Throws ConfigurationError.
+std::string readTextFile(const std::filesystem::path& path);
 
 /// The tables of a file's text. Throws ConfigurationError.
 toml::table parseToml(std::string_view text, const std::filesystem::path& file);

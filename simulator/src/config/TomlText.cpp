@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 // From a file's text to its tables.
-#include "TomlTable.h"
+#include "config/TomlTable.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <optional>
 
 namespace orvo::sim {
@@ -56,6 +59,25 @@ private:
 };
 
 } // namespace
+
+std::string readTextFile(const std::filesystem::path& path) {
+    std::error_code absent; // then opening it says so
+    if (std::filesystem::exists(path, absent) && !std::filesystem::is_regular_file(path, absent))
+        throw ConfigurationError(path, "cannot be read: it is not a regular file");
+    std::string text;
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    bool good = file != nullptr;
+    for (char block[4096]; good;) {
+        const std::size_t bytes = std::fread(block, 1, sizeof block, file);
+        text.append(block, bytes);
+        good = std::ferror(file) == 0;
+        if (bytes < sizeof block) break;
+    }
+    const std::string reason = good ? "" : std::strerror(errno);
+    if (file) std::fclose(file); // only read
+    if (!good) throw ConfigurationError(path, "cannot be read: " + reason);
+    return text;
+}
 
 toml::table parseToml(std::string_view text, const std::filesystem::path& file) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";

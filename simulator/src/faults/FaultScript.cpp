@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Reading of fault scripts.
-#include "FaultScript.h"
+#include "faults/FaultScript.h"
 
-#include "config/TextFile.h"
 #include "config/TomlTable.h"
 
 #include <limits>

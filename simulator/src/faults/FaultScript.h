@@ -2,9 +2,9 @@
 // Fault scripts: which faults are to happen when, as a TOML text says it.
 #pragma once
 
-#include "Clock.h"
-#include "FaultKinds.h"
+#include "base/Clock.h"
 #include "config/Configuration.h"
+#include "faults/FaultKinds.h"
 
 #include <optional>
 
@@ -33,7 +33,8 @@ struct FaultSpec {
     bool received = false; ///< in the direction towards the port; otherwise away from it
     FaultSchedule when;
     SimTime duration{};
-    int result = -1;
+    int result = -1;         ///< of an access that fails
+    std::uint64_t value = 0; ///< of a register read that succeeds: a call's, which scripts do not have
     std::string registerName;
     unsigned reports = 100;
 };

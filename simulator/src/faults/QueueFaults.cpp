@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Transmissions gone wrong.
-#include "QueueFaults.h"
+#include "faults/QueueFaults.h"
 
 #include <algorithm>
 #include <utility>

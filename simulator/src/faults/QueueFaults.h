@@ -2,8 +2,8 @@
 // Faults of a port's receive queue, as the host reads it, transmission by transmission.
 #pragma once
 
-#include "ScriptedFault.h"
-#include "board/DataQueue.h"
+#include "faults/ScriptedFault.h"
+#include "mac/DataQueue.h"
 
 #include <vector>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Turns of a fault.
-#include "ScriptedFault.h"
+#include "faults/ScriptedFault.h"
 
 namespace orvo::sim {
 
@@ -35,6 +35,11 @@ bool ScriptedFault::occurs(SimTime now) {
     postponed_ = false;
     ++taken_;
     return true;
+}
+
+bool ScriptedFault::isSpent() {
+    const std::lock_guard lock(mutex_);
+    return taken_ >= spec_.when.times;
 }
 
 void ScriptedFault::postpone() {

@@ -2,7 +2,7 @@
 // One entry of a fault script at work: whether it is its turn, and how often it was.
 #pragma once
 
-#include "FaultScript.h"
+#include "faults/FaultScript.h"
 
 #include <atomic>
 #include <mutex>
@@ -29,6 +29,8 @@ public:
     bool isDue(SimTime now);
     /// A frame that the fault waited for has passed.
     void setDue() noexcept { due_.store(true); }
+    /// All its turns have been taken.
+    bool isSpent();
     bool isTimed() const noexcept { return spec_.when.atTime.has_value(); }
 
     void noteWrite(std::uint32_t address, std::uint64_t value, SimTime now) noexcept;

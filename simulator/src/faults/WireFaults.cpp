@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What happens to frames on a bad wire.
-#include "WireFaults.h"
+#include "faults/WireFaults.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 // Faults of a wire: between a port and its wire, one way.
 #pragma once
 
-#include "ScriptedFault.h"
+#include "faults/ScriptedFault.h"
 #include "wire/Wire.h"
 
 #include <array>

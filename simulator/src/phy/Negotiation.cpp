@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Auto-negotiation, parallel detection and forced modes.
-#include "Negotiation.h"
+#include "phy/Negotiation.h"
 
-#include "PhyRegisters.h"
+#include "phy/PhyRegisters.h"
 
 #include <algorithm>
 

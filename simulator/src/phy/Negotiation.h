@@ -2,7 +2,7 @@
 // What two ends of a cable agree on: auto-negotiation of IEEE 802.3 clauses 28 and 40, as a pure function.
 #pragma once
 
-#include "Clock.h"
+#include "base/Clock.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Registers of a PHY and its way through resets.
-#include "Phy.h"
+#include "phy/Phy.h"
 
 #include <algorithm>
 

@@ -2,8 +2,8 @@
 // One port's PHY: its registers as MDIO sees them, and what it shows to the other end of the cable.
 #pragma once
 
-#include "Negotiation.h"
-#include "PhyRegisters.h"
+#include "phy/Negotiation.h"
+#include "phy/PhyRegisters.h"
 
 #include <array>
 #include <cstdint>

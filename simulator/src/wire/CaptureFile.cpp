@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Capture files.
-#include "CaptureFile.h"
+#include "wire/CaptureFile.h"
 
-#include "WireSpec.h"
+#include "wire/WireSpec.h"
 
 #include <pcap/pcap.h>
 

@@ -2,7 +2,7 @@
 // Reading and writing of capture files, by libpcap.
 #pragma once
 
-#include "WireFrame.h"
+#include "wire/WireFrame.h"
 
 #include <chrono>
 #include <cstdio>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Playing and recording of captures.
-#include "CaptureWire.h"
+#include "wire/CaptureWire.h"
 
-#include "Clock.h"
+#include "base/Clock.h"
 
 namespace orvo::sim {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // What is said about frames that are too long.
-#include "FrameDevice.h"
+#include "wire/FrameDevice.h"
 
 #include <cstdio>
 

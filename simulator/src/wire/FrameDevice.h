@@ -2,7 +2,7 @@
 // A way into and out of a network interface.
 #pragma once
 
-#include "Wire.h"
+#include "wire/Wire.h"
 
 #include <string>
 

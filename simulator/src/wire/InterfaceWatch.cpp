@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Looking at a network interface: netlink rings, and the usual requests tell what there is.
-#include "InterfaceWatch.h"
+#include "wire/InterfaceWatch.h"
 
-#include "WireSpec.h"
+#include "wire/WireSpec.h"
 
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>

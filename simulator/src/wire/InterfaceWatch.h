@@ -2,7 +2,7 @@
 // The state of a network interface, and a bell that rings when interfaces change.
 #pragma once
 
-#include "Descriptor.h"
+#include "base/Descriptor.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Ones' complement sums, in the machine's byte order: they come out right in any, as long as it is kept.
-#include "InternetChecksum.h"
+#include "wire/InternetChecksum.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The thread of a live wire, and sending through it.
-#include "LiveWire.h"
+#include "wire/LiveWire.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>

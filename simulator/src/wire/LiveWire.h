@@ -2,9 +2,9 @@
 // A wire to a network interface of this machine: its frames come and go in real time.
 #pragma once
 
-#include "Descriptor.h"
-#include "FrameDevice.h"
-#include "InterfaceWatch.h"
+#include "base/Descriptor.h"
+#include "wire/FrameDevice.h"
+#include "wire/InterfaceWatch.h"
 
 #include <atomic>
 #include <memory>

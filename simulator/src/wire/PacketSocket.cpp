@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Packet sockets: a ring of slots that the kernel fills with arriving frames, and plain sending.
-#include "PacketSocket.h"
+#include "wire/PacketSocket.h"
 
-#include "InternetChecksum.h"
+#include "wire/InternetChecksum.h"
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>

@@ -2,8 +2,8 @@
 // A network interface as a wire sees it through a packet socket: everything that arrives there.
 #pragma once
 
-#include "Descriptor.h"
-#include "FrameDevice.h"
+#include "base/Descriptor.h"
+#include "wire/FrameDevice.h"
 
 #include <cstdint>
 #include <memory>

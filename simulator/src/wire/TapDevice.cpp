@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // TAP interfaces, by the tun driver.
-#include "TapDevice.h"
+#include "wire/TapDevice.h"
 
 #include <fcntl.h>
 #include <linux/if_tun.h>

@@ -2,8 +2,8 @@
 // A TAP interface, whose network is this program.
 #pragma once
 
-#include "Descriptor.h"
-#include "FrameDevice.h"
+#include "base/Descriptor.h"
+#include "wire/FrameDevice.h"
 
 #include <array>
 #include <cstdint>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The simple wires, and the choice among all.
-#include "Wire.h"
+#include "wire/Wire.h"
 
-#include "CaptureWire.h"
-#include "LiveWire.h"
-#include "PacketSocket.h"
-#include "TapDevice.h"
+#include "wire/CaptureWire.h"
+#include "wire/LiveWire.h"
+#include "wire/PacketSocket.h"
+#include "wire/TapDevice.h"
 
 namespace orvo::sim {
 

@@ -2,8 +2,8 @@
 // What a port is plugged to: the interface of all wires.
 #pragma once
 
-#include "WireFrame.h"
-#include "WireSpec.h"
+#include "wire/WireFrame.h"
+#include "wire/WireSpec.h"
 
 #include <memory>
 

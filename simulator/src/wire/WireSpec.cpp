@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Texts of wires.
-#include "WireSpec.h"
+#include "wire/WireSpec.h"
 
 #include <charconv>
 

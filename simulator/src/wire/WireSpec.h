@@ -2,7 +2,7 @@
 // What a port is to be cabled with, as text and taken apart.
 #pragma once
 
-#include "OneLine.h"
+#include "base/Text.h"
 
 #include <filesystem>
 #include <stdexcept>

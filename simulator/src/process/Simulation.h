@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+// All boards, their cables and the fault script at work.
+#pragma once
+
+#include "board/Board.h"
+#include "board/BoardFaults.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orvo::sim {
+
+class Simulation {
+public:
+    /// Builds and cables the boards. Throws ConfigurationError where a wire's file cannot be had.
+    explicit Simulation(Configuration configuration);
+
+    Board* board(unsigned index) noexcept; ///< null where there is none
+    Port* port(PortPlace place) noexcept;  ///< null where there is none
+    const std::vector<std::unique_ptr<Board>>& boards() const noexcept { return boards_; }
+    const FirmwareProfile* firmware(unsigned number) const noexcept; ///< null beyond the last
+
+    /// Plugs a wire; throws WireError, with the old wire still there. Any thread.
+    void plug(PortPlace place, const WireSpec& spec, SimTime now);
+
+    /// Has the faults of a script happen from now on, instead of those of an earlier one, and begins the
+    /// accounts anew. Throws ConfigurationError, with everything as it was: the script names a place that is
+    /// not there. Throws WireError: a port could not be cabled again; it has no wire then. No frame may be
+    /// under way.
+    void loadFaults(const FaultScript& script, std::uint64_t seed);
+    /// No fault happens any more.
+    void endFaults();
+    /// The entries of the script that was loaded last; null beyond the last one.
+    const ScriptedFault* fault(std::size_t number) noexcept;
+
+private:
+    /// A script at work. Kept for good, since the host may be in the middle of it when the next one comes.
+    struct LoadedScript {
+        std::vector<std::unique_ptr<ScriptedFault>> faults; // in the order of the file
+        std::vector<std::unique_ptr<BoardFaults>> boards;   // as in boards_
+    };
+    std::unique_ptr<LoadedScript> prepare(const FaultScript& script, std::uint64_t seed);
+    std::uint32_t armingAddress(const FaultSpec& spec, const std::filesystem::path& file);
+    void install(LoadedScript& script);
+    const FirmwareProfile& firmwareOf(const BoardConfiguration& board) const;
+    void refuseShared(PortPlace place, const WireSpec& spec);
+
+    std::vector<std::unique_ptr<FirmwareProfile>> firmwares_;
+    std::vector<std::unique_ptr<Board>> boards_;
+    std::mutex loading_; // one script at a time; guards what follows, taken before the bench mutex
+    std::vector<std::unique_ptr<LoadedScript>> scripts_; // the last one is the present one
+};
+
+} // namespace orvo::sim
