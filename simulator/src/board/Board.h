@@ -3,7 +3,6 @@
 #pragma once
 
 #include "board/DeviceHandles.h"
-#include "board/MdioMaster.h"
 #include "board/Port.h"
 #include "config/Configuration.h"
 #include "faults/AccessFaults.h"
@@ -19,6 +18,8 @@ namespace orvo::sim {
 class BoardFaults;
 
 inline constexpr unsigned allPorts = (1U << maxPorts) - 1;
+inline constexpr std::uint32_t registerOffsets = 0x7C; // see registerBit
+inline constexpr unsigned firstActionQueue = 8;
 
 /// Threads: everything from any, except that a queue is read by one thread and a port's transmit buffer
 /// written by one. Errors are OrvoSimHalError codes.
@@ -85,9 +86,15 @@ private:
     int readUsual(std::uint32_t address, std::uint64_t& value) noexcept;
     bool writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept;
     bool readBoardRegister(std::uint32_t address, std::uint64_t& value) noexcept;
-    void setResetLines(unsigned lines) noexcept;
-    void setEnables(bool transmitters, bool receivers) noexcept;
-    void start() noexcept;
+    bool hasBoardRegister(std::uint32_t address) const noexcept;
+    void readPhy() noexcept;
+    void writePhy() noexcept;
+    void setResetLines(std::uint64_t lines) noexcept;
+    void setEnables(bool on) noexcept;
+    void updateEnables() noexcept;
+    std::uint64_t& stored(Register of) noexcept {
+        return boardRegisters_[(static_cast<std::uint32_t>(of) & registerOffsets) / 4];
+    }
 
     const BoardConfiguration configuration_;
     const FirmwareProfile& firmware_;
@@ -98,15 +105,8 @@ private:
     SharedCounter staleAccesses_;
     std::array<Port, maxPorts> ports_;
 
-    // Under the bench mutex.
-    MdioMaster mdio_;
-    unsigned resetLines_ = allPorts; // a 0 bit holds a port in reset
-    bool transmitters_ = false;
-    bool receivers_ = false;
+    std::array<std::uint64_t, registerOffsets / 4 + 1> boardRegisters_{}; // under the bench mutex
 };
-
-inline constexpr std::uint32_t registerOffsets = 0x7C; // see registerBit
-inline constexpr unsigned firstActionQueue = 8;
 
 inline int Board::readUsual(std::uint32_t address, std::uint64_t& value) noexcept {
     const std::uint32_t scope = address & ~(portBits | registerOffsets);

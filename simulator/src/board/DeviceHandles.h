@@ -17,18 +17,14 @@ namespace orvo::sim {
 /// opened. It is never followed as a pointer, so no handle, however old or wrong, can lead astray.
 using HandleBits = std::uint64_t;
 
-constexpr unsigned boardOfHandle(HandleBits handle) noexcept {
-    return static_cast<unsigned>(handle >> 40) & 0xFF;
-}
-
 inline constexpr unsigned slotsPerBoard = 256;
 
 class Board;
 
 /// Where a handle is noted while it is open.
 struct HandlePlace {
-    /// The complement of the open one. At first 0, and the last one itself when it was closed: complements of
-    /// values whose places are others, and so of nothing that is looked for here.
+    /// The complement of the open one; the last one itself once it was closed; at first 0. Neither of the
+    /// latter is the complement of a handle that belongs here.
     std::atomic<HandleBits> noted{0};
     std::atomic<Board*> board{nullptr}; ///< set before the first one was opened
 };
@@ -59,16 +55,13 @@ public:
     /// False when the handle is not open.
     bool close(HandleBits handle) noexcept;
 
-    /// Of a handle that is not open: true when it was.
-    bool wasOpen(HandleBits handle) const noexcept;
+    /// Whether a handle that is not open was open before. Any thread.
+    static bool wasOpen(HandleBits handle) noexcept;
 
 private:
-    HandleBits handleOf(unsigned slot, std::uint32_t generation) const noexcept;
-
     Board& board_;
     const unsigned index_;
-    std::mutex mutex_;                                                    // taken to open and close
-    std::array<std::atomic<std::uint32_t>, slotsPerBoard> generations_{}; // how often each slot was opened
+    std::mutex mutex_; // taken to open and close
 };
 
 } // namespace orvo::sim

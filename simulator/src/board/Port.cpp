@@ -79,42 +79,35 @@ bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     }
 }
 
+std::uint64_t Port::content(Register of) const noexcept {
+    switch (of) {
+    case Register::GigeTxTransferActive:
+        return transmitter_.isBusy();
+    case Register::GigeRecvPktCnt:
+    case Register::CtrlPktReceivedCnt: // every frame is meant for the host
+        return receiver_.goodFrames();
+    case Register::GigeRecvErrCnt:
+        return receiver_.errors();
+    case Register::CtrlPktSendUiqCnt:
+        return receiver_.queuedFrames();
+    case Register::GvspFiFoOverflow_GigeTransceiver:
+        return receiver_.overflowFrames();
+    case Register::GvcpFiFoNotEmpty_GigeTransceiver:
+        return receiveQueue_.words() != 0;
+    case Register::GigeTxDisableCrcGeneration:
+        return !transmitter_.crcGeneration();
+    case Register::ActionCmdConfigData:
+        return actionCommandConfig_.load(std::memory_order_relaxed);
+    case Register::GigeTxStart:
+        return transmitterStart_.load(std::memory_order_relaxed);
+    default:
+        return 0; // the others can only be written
+    }
+}
+
 bool Port::readRegister(std::uint32_t address, std::uint64_t& value) const noexcept {
     if (!has(address)) return false;
-    switch (static_cast<Register>(address & ~portBits)) {
-    case Register::GigeTxTransferActive:
-        value = transmitter_.isBusy();
-        break;
-    case Register::GigeRecvPktCnt:
-        value = receiver_.goodFrames();
-        break;
-    case Register::GigeRecvErrCnt:
-        value = receiver_.errors();
-        break;
-    case Register::CtrlPktReceivedCnt:
-        value = receiver_.goodFrames();
-        break; // every frame is the host's
-    case Register::CtrlPktSendUiqCnt:
-        value = receiver_.queuedFrames();
-        break;
-    case Register::GvspFiFoOverflow_GigeTransceiver:
-        value = receiver_.overflowFrames();
-        break;
-    case Register::GvcpFiFoNotEmpty_GigeTransceiver:
-        value = receiveQueue_.words() != 0;
-        break;
-    case Register::GigeTxDisableCrcGeneration:
-        value = !transmitter_.crcGeneration();
-        break;
-    case Register::ActionCmdConfigData:
-        value = actionCommandConfig_.load(std::memory_order_relaxed);
-        break;
-    case Register::GigeTxStart:
-        value = transmitterStart_.load(std::memory_order_relaxed);
-        break;
-    default:
-        value = 0; // the rest can only be written
-    }
+    value = content(static_cast<Register>(address & ~portBits));
     return true;
 }
 

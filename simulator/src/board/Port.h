@@ -90,6 +90,7 @@ public:
 
 private:
     bool has(std::uint32_t address) const noexcept { return (registers_ & registerBit(address)) != 0; }
+    std::uint64_t content(Register of) const noexcept;
     bool farEndChanged() noexcept override;
     bool writeOther(std::uint32_t address, std::uint64_t value) noexcept;
     void updateEnables() noexcept;

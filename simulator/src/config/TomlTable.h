@@ -46,6 +46,8 @@ public:
 
 private:
     const toml::node* find(const char* key);
+    /// The node of the key, null where the table lacks it; refuses one of another type.
+    template <class Type> auto typed(const char* key, const char* wanted);
     [[noreturn]] void refuseType(const toml::node& node, const std::string& key, const char* wanted) const;
 
     const toml::table& table_;

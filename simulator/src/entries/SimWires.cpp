@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Control entries: cables, frames from the far end, and the far end's PHY.
 #include "base/Text.h"
+#include "board/Cabling.h"
 #include "process/Process.h"
 
 #include <array>

@@ -2,8 +2,6 @@
 // Register sets of firmware versions.
 #include "firmware/FirmwareProfile.h"
 
-#include <algorithm>
-
 namespace orvo::sim {
 
 FirmwareProfile::FirmwareProfile(FirmwareVersion version) : map_{version.major, version.minor, 0, nullptr} {
@@ -17,24 +15,20 @@ FirmwareProfile::FirmwareProfile(FirmwareVersion version) : map_{version.major, 
 }
 
 bool FirmwareProfile::remove(std::string_view name) {
-    const auto meant = [name](const Entry& entry) {
-        if (entry.name == name) return true;
+    bool isKnown = false;
+    for (Entry& entry : entries_) {
         const std::string_view full = entry.name;
-        return (entry.address & portScope) != 0 && full.substr(0, full.size() - 1) == name;
-    };
-    const auto known = [name](const RegisterRow& row) {
-        const std::string_view base = row.name;
-        if (base == name) return true;
-        return row.isPerPort() && name.size() == base.size() + 1 && name.starts_with(base) &&
-               name.back() >= '0' && name.back() < static_cast<char>('0' + maxPorts);
-    };
-    entries_.remove_if(meant);
+        const bool isBaseName = (entry.address & portScope) != 0 && full.substr(0, full.size() - 1) == name;
+        if (full != name && !isBaseName) continue;
+        isKnown = true;
+        entry.isThere = false;
+    }
     makeMap();
-    return std::any_of(std::begin(registerRows), std::end(registerRows), known);
+    return isKnown;
 }
 
 std::uint32_t FirmwareProfile::addressOf(std::string_view name) const noexcept {
-    for (const auto& entry : entries_)
+    for (const auto& entry : registers_)
         if (entry.name == name) return entry.address;
     return 0;
 }
@@ -43,7 +37,8 @@ void FirmwareProfile::makeMap() {
     registers_.clear();
     portRegisters_.fill(0);
     boardRegisters_ = 0;
-    for (const auto& [name, address] : entries_) {
+    for (const auto& [name, address, isThere] : entries_) {
+        if (!isThere) continue;
         registers_.push_back({name.c_str(), address});
         auto& set = (address & portScope) != 0 ? portRegisters_[portOf(address)] : boardRegisters_;
         set |= registerBit(address);

@@ -7,7 +7,6 @@
 #include <orvo/sim/orvo_sim.h>
 
 #include <array>
-#include <list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -47,9 +46,10 @@ private:
     struct Entry {
         std::string name;
         std::uint32_t address;
+        bool isThere = true;
     };
-    std::list<Entry> entries_; // their names do not move
-    std::vector<OrvoSimRegister> registers_;
+    std::vector<Entry> entries_;             // all that a firmware can have; constant but for the mark
+    std::vector<OrvoSimRegister> registers_; // those that this one has; their names are the entries'
     OrvoSimRegisterMap map_;
     std::array<std::uint32_t, maxPorts> portRegisters_{};
     std::uint32_t boardRegisters_ = 0;

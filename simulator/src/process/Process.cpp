@@ -81,7 +81,7 @@ const char* takeConfigurationError() {
 
 Board* refuseHandle(HandleBits handle) noexcept {
     Board* const board = placeOf(handle).board.load(std::memory_order_acquire);
-    if (board && board->handles().wasOpen(handle)) board->countStaleAccess();
+    if (board && DeviceHandles::wasOpen(handle)) board->countStaleAccess();
     return nullptr;
 }
 

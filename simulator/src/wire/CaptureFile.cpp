@@ -4,8 +4,6 @@
 
 #include "wire/WireSpec.h"
 
-#include <pcap/pcap.h>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,18 +36,6 @@ std::unique_ptr<std::FILE, CloseFile> openFile(const std::filesystem::path& path
 }
 
 } // namespace
-
-void CloseFile::operator()(std::FILE* file) const noexcept {
-    std::fclose(file); // nothing was written through it
-}
-
-void CloseFile::operator()(pcap* file) const noexcept {
-    pcap_close(file);
-}
-
-void CloseFile::operator()(pcap_dumper* file) const noexcept {
-    pcap_dump_close(file);
-}
 
 CaptureReader::CaptureReader(const std::filesystem::path& path) : path_(path) {
     auto opened = openFile(path, O_RDONLY, "rb", "played");

@@ -4,21 +4,20 @@
 
 #include "wire/WireFrame.h"
 
+#include <pcap/pcap.h>
+
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <optional>
 
-struct pcap;
-struct pcap_dumper;
-
 namespace orvo::sim {
 
 struct CloseFile {
-    void operator()(std::FILE* file) const noexcept;
-    void operator()(pcap* file) const noexcept;
-    void operator()(pcap_dumper* file) const noexcept;
+    void operator()(std::FILE* file) const noexcept { std::fclose(file); } // nothing was written through it
+    void operator()(pcap_t* file) const noexcept { pcap_close(file); }
+    void operator()(pcap_dumper_t* file) const noexcept { pcap_dump_close(file); }
 };
 
 /// A pcap or pcapng file of Ethernet frames, read once from the start to the end. One thread at a time.
@@ -36,7 +35,7 @@ public:
 
 private:
     std::filesystem::path path_;
-    std::unique_ptr<pcap, CloseFile> file_;
+    std::unique_ptr<pcap_t, CloseFile> file_;
 };
 
 /// A pcap file of Ethernet frames with time stamps in nanoseconds. One thread at a time.
@@ -59,8 +58,8 @@ private:
 
     std::filesystem::path path_;
     std::unique_ptr<std::FILE, CloseFile> opened_; // until begin
-    std::unique_ptr<pcap, CloseFile> format_;
-    std::unique_ptr<pcap_dumper, CloseFile> file_; // from begin on
+    std::unique_ptr<pcap_t, CloseFile> format_;
+    std::unique_ptr<pcap_dumper_t, CloseFile> file_; // from begin on
     std::size_t unflushedBytes_ = 0;
     long wholeBytes_ = 0; // of the file, up to the end of a frame
     bool failed_ = false;

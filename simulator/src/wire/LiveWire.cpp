@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -117,25 +118,13 @@ void LiveWire::lookAtInterface() noexcept {
 }
 
 void LiveWire::report(InterfaceState now) const noexcept {
+    constexpr std::array sentences = {"is gone; no frames pass until it is back",
+                                      "is down; no frames pass until you bring it up: ip link set ",
+                                      "has no carrier; no frames pass until it has", "is up"};
     const char* const name = watch_.name().c_str();
-    switch (now) {
-    case InterfaceState::Absent:
-        std::fprintf(stderr, "simulated board: interface '%s' is gone; no frames pass until it is back\n",
-                     name);
-        break;
-    case InterfaceState::Down:
-        std::fprintf(stderr,
-                     "simulated board: interface '%s' is down; no frames pass until: ip link set %s up\n",
-                     name, name);
-        break;
-    case InterfaceState::NoCarrier:
-        std::fprintf(stderr, "simulated board: interface '%s' has no carrier; no frames pass until it has\n",
-                     name);
-        break;
-    case InterfaceState::Up:
-        std::fprintf(stderr, "simulated board: interface '%s' is up\n", name);
-        break;
-    }
+    const bool isDown = now == InterfaceState::Down;
+    std::fprintf(stderr, "simulated board: interface '%s' %s%s%s\n", name,
+                 sentences.at(static_cast<std::size_t>(now)), isDown ? name : "", isDown ? " up" : "");
 }
 
 bool LiveWire::transmit(WireBytes frame) noexcept {

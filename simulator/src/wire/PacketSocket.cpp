@@ -2,8 +2,6 @@
 // Packet sockets: a ring of slots that the kernel fills with arriving frames, and plain sending.
 #include "wire/PacketSocket.h"
 
-#include "wire/InternetChecksum.h"
-
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
 #include <linux/if_packet.h>
@@ -67,6 +65,31 @@ Descriptor openSocket(const std::string& interface) {
 // NOLINTNEXTLINE(readability-non-const-parameter): the status is written through it
 std::atomic_ref<std::uint32_t> statusOf(std::uint8_t* slot) noexcept {
     return std::atomic_ref(reinterpret_cast<tpacket2_hdr*>(slot)->tp_status);
+}
+
+/// The ones' complement sum, in the machine's byte order, which the result then has too.
+std::uint16_t sumOf(std::span<const std::uint8_t> bytes) noexcept {
+    std::uint64_t sum = 0;
+    std::uint32_t unit = 0;
+    for (; bytes.size() >= sizeof unit; bytes = bytes.subspan(sizeof unit)) {
+        std::memcpy(&unit, bytes.data(), sizeof unit);
+        sum += unit;
+    }
+    unit = 0;
+    std::memcpy(&unit, bytes.data(), bytes.size());
+    sum += unit;
+    while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
+    return static_cast<std::uint16_t>(sum);
+}
+
+/// Computes the checksum of TCP or UDP that the sender left to its network card: over everything from `start`
+/// on, in place of the pseudo header's sum, which stands `offset` bytes behind `start`. Leaves a frame alone
+/// that is too short.
+void finishChecksum(std::span<std::uint8_t> frame, std::size_t start, std::size_t offset) noexcept {
+    if (start > frame.size() || offset + sizeof(std::uint16_t) > frame.size() - start) return;
+    auto checksum = static_cast<std::uint16_t>(~sumOf(frame.subspan(start)));
+    if (checksum == 0) checksum = 0xFFFF; // in UDP, 0 stands for no checksum
+    std::memcpy(frame.data() + start + offset, &checksum, sizeof checksum);
 }
 
 /// Puts the tag back that the kernel took out. The 12 bytes move into what was read before: the space that
