@@ -78,7 +78,7 @@ private:
     std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                            std::uint32_t timeoutMs);
     int reported(unsigned number, int bytes);
-    int readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+    int readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                      std::uint32_t timeoutMs);
     std::uint64_t selectedPhy(std::uint32_t address);
     int writeTroubled(std::uint32_t address, std::uint64_t value) noexcept;

@@ -61,23 +61,20 @@ int Board::reported(unsigned number, int bytes) {
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
-    if (condition_.has(Trouble::Script)) [[unlikely]]
-        return readScripted(*source, number, out, words, timeoutMs);
-    if (!condition_.isGood()) {
-        if (const int refused = refusal(); refused != 0) return refused;
-        if (const auto failure = accessFaults_.take(queueReads + number)) return failure->result;
-    }
+    if (!condition_.isGood()) [[unlikely]]
+        return readTroubled(*source, number, out, words, timeoutMs);
     if (words == 0) return 0;
     const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
     return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
 }
 
-/// The same where a script accounts for every word.
-int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+/// The same with faults; a script accounts for every word.
+int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                         std::uint32_t timeoutMs) {
     passScript();
-    QueueFaults* const frames = number < maxPorts ? &script()->queue(number) : nullptr;
+    BoardFaults* const rules = condition_.has(Trouble::Script) ? script() : nullptr;
+    QueueFaults* const frames = rules && number < maxPorts ? &rules->queue(number) : nullptr;
     if (const int refused = refusal(); refused != 0) {
         if (frames) frames->refused(source);
         return refused;
@@ -86,7 +83,7 @@ int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, 
     if (words == 0) return 0;
     if (frames)
         if (const auto result = frames->readStaged(out, words)) return *result;
-    if (!frames) script()->noteActionRead(number - firstActionQueue);
+    if (rules && !frames) rules->noteActionRead(number - firstActionQueue);
     const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
     if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
     return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));

@@ -69,7 +69,9 @@ private:
         auto profile = std::make_unique<FirmwareProfile>(version);
         table.forEachText("without", [&](const std::string& name, unsigned line) {
             if (!profile->remove(name))
-                table.refuse(line, "unknown register '" + name + "'; docs/simulator.md lists all registers");
+                table.refuse(
+                    line, "unknown register '" + name +
+                              "'; give one such as GigeTxStart (of every port), GigeTxStart2 or GigE_Reset");
         });
         table.refuseOtherKeys();
         profiles_.push_back(std::move(profile));

@@ -9,12 +9,8 @@ ScriptedFault::ScriptedFault(FaultSpec spec, std::uint64_t seed, SimTime start, 
       generator_(seed), next_(spec_.when.atTime) {}
 
 bool ScriptedFault::mayHappen(SimTime now) const noexcept {
-    return !ended_.load() && armed_.load() && isInWindow(now);
-}
-
-bool ScriptedFault::isInWindow(SimTime now) const noexcept {
     const SimTime passed = now - start_.load();
-    return passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
+    return !ended_.load() && armed_.load() && passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
 }
 
 /// Draws for every occurrence that a rate applies to, whatever comes of it.

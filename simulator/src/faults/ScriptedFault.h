@@ -53,7 +53,6 @@ public:
 
 private:
     bool mayHappen(SimTime now) const noexcept;
-    bool isInWindow(SimTime now) const noexcept;
     bool isTurn() noexcept;
 
     const FaultSpec spec_;

@@ -8,22 +8,24 @@
 
 namespace {
 
-/// The map that a handle stands for; null for anything that is none.
-const OrvoSimRegisterMap* mapOf(const void* applet) {
+/// The first map that fits; null when none does.
+template <class Fits> const OrvoSimRegisterMap* findMap(Fits fits) {
     for (unsigned number = 0;; ++number) {
         const OrvoSimRegisterMap* const map = orvoSimRegisterMap(number);
-        if (!map || map == applet) return map;
+        if (!map || fits(*map)) return map;
     }
+}
+
+/// The map that an applet handle stands for; null for any other pointer.
+const OrvoSimRegisterMap* mapOf(const void* applet) {
+    return findMap([applet](const OrvoSimRegisterMap& map) { return &map == applet; });
 }
 
 } // namespace
 
 void* KivFirmwareTrampoline(uint32_t major, uint32_t minor) {
-    for (unsigned number = 0;; ++number) {
-        const OrvoSimRegisterMap* const map = orvoSimRegisterMap(number);
-        if (!map) return nullptr;
-        if (map->major == major && map->minor == minor) return const_cast<OrvoSimRegisterMap*>(map);
-    }
+    return const_cast<OrvoSimRegisterMap*>(
+        findMap([=](const OrvoSimRegisterMap& map) { return map.major == major && map.minor == minor; }));
 }
 
 /// Applets come by firmware version only: no file holds one of the simulation's.

@@ -67,7 +67,8 @@ private:
     bool answers() const noexcept { return hasPower_ && !heldInReset_; }
     bool isResetting(SimTime now) const noexcept { return now < resetUntil_; }
     void setStandardDefaults() noexcept;
-    void setVendorDefaults() noexcept;
+    void setAllDefaults() noexcept;
+    bool hasExtended() const noexcept { return memory_[phyExtendedIndex] < extended_.size(); }
     void beginReset(SimTime now) noexcept;
     bool writeControl(std::uint16_t value, SimTime now) noexcept;
     std::uint16_t readStatus(SimTime now) const noexcept;
@@ -87,12 +88,7 @@ private:
     SimTime activeSince_ = always;
     bool takesTime_ = false; // to negotiate: since the first reset or restart
 
-    std::uint16_t control_ = 0;
-    std::uint16_t advertisement_ = 0;
-    std::uint16_t nextPage_ = 0;
-    std::uint16_t gigabitControl_ = 0;
-    std::uint16_t extendedIndex_ = 0;
-    std::array<std::uint16_t, phyRegisters> vendor_{}; // registers that are memory only
+    std::array<std::uint16_t, phyRegisters> memory_{}; // of the registers that keep a value
     std::array<std::uint16_t, 32> extended_{};
 
     Link link_;
