@@ -11,8 +11,8 @@ namespace orvo::sim {
 
 namespace {
 
-Port::Setup portSetup(const BoardConfiguration& board, const FirmwareProfile& firmware, unsigned number) {
-    const std::uint32_t registers = number < board.ports ? firmware.portRegisters(number) : 0;
+Port::Setup portSetup(const BoardConfiguration& board, unsigned number) {
+    const std::uint32_t registers = number < board.ports ? board.profile->portRegisters(number) : 0;
     return {{board.index, number}, registers, board.receiveQueueWords, board.actionQueueWords};
 }
 
@@ -25,12 +25,12 @@ constexpr std::uint64_t writableBits(Register written) noexcept {
 
 } // namespace
 
-Board::Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware)
-    : configuration_(configuration), firmware_(firmware),
-      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
-                                                   Port(portSetup(configuration, firmware, 1)),
-                                                   Port(portSetup(configuration, firmware, 2)),
-                                                   Port(portSetup(configuration, firmware, 3))} {
+Board::Board(const BoardConfiguration& configuration)
+    : configuration_(configuration),
+      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, 0)),
+                                                   Port(portSetup(configuration, 1)),
+                                                   Port(portSetup(configuration, 2)),
+                                                   Port(portSetup(configuration, 3))} {
     {
         const std::lock_guard lock(benchMutex);
         for (Port& port : ports()) port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
@@ -67,7 +67,7 @@ int Board::configureFpga(const OrvoSimRegisterMap* applet) {
     passScript();
     if (!isPresent()) return OrvoSimHalBoardGone;
     if (const auto failure = accessFaults_.take(configurations)) return failure->result;
-    if (applet != &firmware_.map()) return OrvoSimHalNoApplet;
+    if (applet != &firmware().map()) return OrvoSimHalNoApplet;
     condition_.set(Trouble::NoApplet, false);
     return 0;
 }
@@ -125,7 +125,7 @@ int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
 
 bool Board::hasBoardRegister(std::uint32_t address) const noexcept {
     return (address & ~registerOffsets) == boardScope &&
-           (firmware_.boardRegisters() & registerBit(address)) != 0;
+           (firmware().boardRegisters() & registerBit(address)) != 0;
 }
 
 bool Board::writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept {

@@ -25,11 +25,11 @@ inline constexpr unsigned firstActionQueue = 8;
 /// written by one. Errors are OrvoSimHalError codes.
 class Board {
 public:
-    /// `firmware` must outlive the board. Uncabled.
-    Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware);
+    /// The configuration's firmware must outlive the board. No port is cabled yet.
+    explicit Board(const BoardConfiguration& configuration);
 
     const BoardConfiguration& configuration() const noexcept { return configuration_; }
-    const FirmwareProfile& firmware() const noexcept { return firmware_; }
+    const FirmwareProfile& firmware() const noexcept { return *configuration_.profile; }
     /// The ports that the board has.
     std::span<Port> ports() noexcept { return std::span(ports_).first(configuration_.ports); }
     DeviceHandles& handles() noexcept { return handles_; }
@@ -97,7 +97,6 @@ private:
     }
 
     const BoardConfiguration configuration_;
-    const FirmwareProfile& firmware_;
     BoardCondition condition_;
     AccessFaults accessFaults_{condition_};
     std::atomic<BoardFaults*> script_{nullptr};

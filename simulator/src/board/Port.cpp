@@ -21,11 +21,10 @@ FrameSink& Port::sink() noexcept {
     return receiver_;
 }
 
-void Port::setFaults(WireFaults* sent, WireFaults* received, PhyFaults* phy) noexcept {
-    sentFaults_ = sent && !sent->empty() ? sent : nullptr;
-    const bool isFaulty = received && !received->empty();
-    faultySink_ = isFaulty ? std::make_unique<FaultySink>(receiver_, *received) : nullptr;
-    phy_.setResetWatch(phy && !phy->empty() ? phy : nullptr);
+void Port::setFaults(WireFaults& sent, WireFaults& received, PhyFaults& phy) {
+    sentFaults_ = sent.empty() ? nullptr : &sent;
+    faultySink_ = received.empty() ? nullptr : std::make_unique<FaultySink>(receiver_, received);
+    phy_.setResetWatch(phy.empty() ? nullptr : &phy);
 }
 
 bool Port::hasWireFaults() const noexcept {
@@ -42,26 +41,6 @@ void Port::presetCounters(std::uint64_t value) noexcept {
     receiver_.presetCounters(value);
 }
 
-bool Port::writeOther(std::uint32_t address, std::uint64_t value) noexcept {
-    otherWrites_.add(1);
-    switch (static_cast<Register>(address & ~portBits)) {
-    case Register::GigeTxDisableCrcGeneration:
-        transmitter_.setCrcGeneration((value & 1) == 0);
-        break;
-    case Register::ActionCmdConfigData:
-        actionCommandConfig_.store(value, std::memory_order_relaxed);
-        break;
-    case Register::GigeTxStart: {
-        const std::lock_guard lock(benchMutex);
-        setTransmitterStart((value & 1) != 0);
-        break;
-    }
-    default:
-        break; // the rest can only be read
-    }
-    return true;
-}
-
 bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     if (!has(address)) return false;
     switch (static_cast<Register>(address & ~portBits)) {
@@ -74,9 +53,22 @@ bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     case Register::GigeWriteComplete:
         transmitter_.transmit();
         return true;
-    default:
-        return writeOther(address, value);
+    case Register::GigeTxDisableCrcGeneration:
+        transmitter_.setCrcGeneration((value & 1) == 0);
+        break;
+    case Register::ActionCmdConfigData:
+        actionCommandConfig_.store(value, std::memory_order_relaxed);
+        break;
+    case Register::GigeTxStart: {
+        const std::lock_guard lock(benchMutex);
+        setTransmitterStart((value & 1) != 0);
+        break;
     }
+    default:
+        break; // the others can only be read
+    }
+    otherWrites_.add(1);
+    return true;
 }
 
 std::uint64_t Port::content(Register of) const noexcept {

@@ -73,9 +73,9 @@ public:
     PortCabling& cabling() noexcept { return cabling_; }
     /// Unplugs the wire that is there, which completes its files, and plugs this one (null: none).
     void setWire(std::unique_ptr<Wire> wire) noexcept;
-    /// Puts these faults between the port and the wires that are plugged in from now on; null: none. No wire
-    /// is plugged in now.
-    void setFaults(WireFaults* sent, WireFaults* received, PhyFaults* phy) noexcept;
+    /// Puts these faults, which must outlive the port, between it and the wires that are plugged in from now
+    /// on. Call it while no wire with faults is plugged in.
+    void setFaults(WireFaults& sent, WireFaults& received, PhyFaults& phy);
     bool hasWireFaults() const noexcept;
     /// Lets go on what the faults hold back.
     void releaseFrames() noexcept;
@@ -92,7 +92,6 @@ private:
     bool has(std::uint32_t address) const noexcept { return (registers_ & registerBit(address)) != 0; }
     std::uint64_t content(Register of) const noexcept;
     bool farEndChanged() noexcept override;
-    bool writeOther(std::uint32_t address, std::uint64_t value) noexcept;
     void updateEnables() noexcept;
 
     const PortPlace place_;

@@ -51,7 +51,7 @@ public:
         table.forEachTable("board", [this](const toml::table& entry) { readBoard(entry); });
         table.refuseOtherKeys();
         if (result_.boards.empty()) result_.boards = defaultConfiguration().boards;
-        for (const auto& board : result_.boards) needFirmware(board.firmware);
+        for (auto& board : result_.boards) findFirmware(board);
         std::sort(result_.boards.begin(), result_.boards.end(),
                   [](const auto& a, const auto& b) { return a.index < b.index; });
         result_.wires = planCables(result_.boards, std::move(wires_), file_);
@@ -129,13 +129,17 @@ private:
         });
     }
 
-    void needFirmware(FirmwareVersion version) {
-        const auto is = [version](const auto& profile) { return isVersion(profile, version); };
+    void findFirmware(BoardConfiguration& board) {
+        const auto is = [&board](const auto& profile) { return isVersion(profile, board.firmware); };
         auto& used = result_.firmwares;
-        if (std::any_of(used.begin(), used.end(), is)) return;
-        const auto found = std::find_if(profiles_.begin(), profiles_.end(), is);
-        used.push_back(found != profiles_.end() ? std::move(*found)
-                                                : std::make_unique<FirmwareProfile>(version));
+        auto found = std::find_if(used.begin(), used.end(), is);
+        if (found == used.end()) {
+            const auto described = std::find_if(profiles_.begin(), profiles_.end(), is);
+            found = used.insert(found, described != profiles_.end()
+                                           ? std::move(*described)
+                                           : std::make_unique<FirmwareProfile>(board.firmware));
+        }
+        board.profile = found->get();
     }
 
     const std::filesystem::path& file_;
@@ -150,7 +154,7 @@ Configuration defaultConfiguration() {
     Configuration configuration;
     BoardConfiguration board;
     board.serial = firstSerial;
-    configuration.firmwares.push_back(std::make_unique<FirmwareProfile>(board.firmware));
+    board.profile = configuration.firmwares.emplace_back(new FirmwareProfile(board.firmware)).get();
     configuration.boards.push_back(board);
     configuration.wires = planCables(configuration.boards, {}, {});
     return configuration;

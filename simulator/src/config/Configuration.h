@@ -35,6 +35,7 @@ struct BoardConfiguration {
     std::string name = "Simulated GigE board";
     std::string cameraInterface = "GigE";
     FirmwareVersion firmware;
+    const FirmwareProfile* profile = nullptr; ///< of that version, among the Configuration's
     unsigned ports = maxPorts;
     bool cold = false; ///< just powered up, without an applet in its FPGA
     std::size_t receiveQueueWords = 262'144;

@@ -63,31 +63,28 @@ std::unique_ptr<Simulation::LoadedScript> Simulation::prepare(const FaultScript&
     return loaded;
 }
 
+template <class Visit> void Simulation::forEachPort(LoadedScript& script, Visit visit) {
+    for (std::size_t i = 0; i < boards_.size(); ++i)
+        for (Port& port : boards_[i]->ports()) visit(port, *script.boards[i], port.place().port);
+}
+
 /// Ports with faults on their wires, before or from now on, lose their wire and get it back behind the new
 /// faults. Under the bench mutex.
 void Simulation::install(LoadedScript& script) {
     const FindPort find = [this](PortPlace at) { return port(at); };
     std::vector<std::pair<PortPlace, WireSpec>> unplugged;
-    for (std::size_t i = 0; i < boards_.size(); ++i)
-        for (Port& port : boards_[i]->ports()) {
-            const unsigned number = port.place().port;
-            BoardFaults& faults = *script.boards[i];
-            const bool concerned =
-                port.hasWireFaults() || !faults.sent(number).empty() || !faults.received(number).empty();
-            const WireSpec spec = port.cabling().spec;
-            if (concerned && spec.kind != WireSpec::Kind::None) {
-                orvo::sim::plug(port.place(), {WireSpec::Kind::None}, find, simClock.now());
-                unplugged.emplace_back(port.place(), spec);
-            }
-        }
-    for (std::size_t i = 0; i < boards_.size(); ++i) {
-        for (Port& port : boards_[i]->ports()) {
-            const unsigned number = port.place().port;
-            BoardFaults& faults = *script.boards[i];
-            port.setFaults(&faults.sent(number), &faults.received(number), &faults.phy(number));
-        }
-        boards_[i]->setScript(*script.boards[i]);
-    }
+    forEachPort(script, [&](Port& port, BoardFaults& faults, unsigned number) {
+        const bool concerned =
+            port.hasWireFaults() || !faults.sent(number).empty() || !faults.received(number).empty();
+        const WireSpec spec = port.cabling().spec;
+        if (!concerned || spec.kind == WireSpec::Kind::None) return;
+        orvo::sim::plug(port.place(), {WireSpec::Kind::None}, find, simClock.now());
+        unplugged.emplace_back(port.place(), spec);
+    });
+    forEachPort(script, [](Port& port, BoardFaults& faults, unsigned number) {
+        port.setFaults(faults.sent(number), faults.received(number), faults.phy(number));
+    });
+    for (std::size_t i = 0; i < boards_.size(); ++i) boards_[i]->setScript(*script.boards[i]);
     for (const auto& [place, spec] : unplugged) orvo::sim::plug(place, spec, find, simClock.now());
 }
 

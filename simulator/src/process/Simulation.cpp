@@ -7,8 +7,7 @@
 namespace orvo::sim {
 
 Simulation::Simulation(Configuration configuration) : firmwares_(std::move(configuration.firmwares)) {
-    for (const auto& board : configuration.boards)
-        boards_.push_back(std::make_unique<Board>(board, firmwareOf(board)));
+    for (const auto& board : configuration.boards) boards_.push_back(std::make_unique<Board>(board));
     for (const auto& wire : configuration.wires) {
         try {
             plug(wire.place, wire.wire, always);
@@ -16,12 +15,6 @@ Simulation::Simulation(Configuration configuration) : firmwares_(std::move(confi
             throw ConfigurationError(configuration.file, wire.line, error.what());
         }
     }
-}
-
-const FirmwareProfile& Simulation::firmwareOf(const BoardConfiguration& board) const {
-    for (const auto& firmware : firmwares_)
-        if (firmware->version() == board.firmware) return *firmware;
-    return *firmwares_.front(); // not reached: a configuration has the firmware of each of its boards
 }
 
 Board* Simulation::board(unsigned index) noexcept {

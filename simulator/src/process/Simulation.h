@@ -42,8 +42,8 @@ private:
     };
     std::unique_ptr<LoadedScript> prepare(const FaultScript& script, std::uint64_t seed);
     std::uint32_t armingAddress(const FaultSpec& spec, const std::filesystem::path& file);
+    template <class Visit> void forEachPort(LoadedScript& script, Visit visit);
     void install(LoadedScript& script);
-    const FirmwareProfile& firmwareOf(const BoardConfiguration& board) const;
     void refuseShared(PortPlace place, const WireSpec& spec);
 
     std::vector<std::unique_ptr<FirmwareProfile>> firmwares_;

@@ -4,7 +4,9 @@
 
 #include "wire/Wire.h"
 
+#include <cstdio>
 #include <string>
+#include <utility>
 
 namespace orvo::sim {
 
@@ -29,8 +31,23 @@ public:
     virtual int send(WireBytes frame) noexcept = 0;
 
 protected:
-    /// A frame that no wire would carry: the receiver counts an error, and standard error hears of the first.
-    void refuseGiant(FrameSink& port, bool isOffload) noexcept;
+    /// For a frame that no wire would carry: the receiver counts an error, and the first time a line on
+    /// standard error says why.
+    void refuseGiant(FrameSink& port, bool isOffload) noexcept {
+        if (port.deliver({}) != Arrival::Broken || std::exchange(saidGiant_, true)) return;
+        constexpr auto offload =
+            "simulated board: interface '%s' delivers segments that offload joined, which count as receive "
+            "errors; switch offload off there (ethtool -K %s gro off lro off) and at the other end of a veth "
+            "pair (ethtool -K PEER tso off gso off)\n";
+        const char* const name = interface_.c_str();
+        if (isOffload)
+            std::fprintf(stderr, offload, name, name);
+        else
+            std::fprintf(stderr,
+                         "simulated board: interface '%s' delivers frames longer than the %zu bytes that a "
+                         "port takes; they count as receive errors (their sender needs an MTU of 1500)\n",
+                         name, maxFrameBytes);
+    }
 
 private:
     const std::string interface_;

@@ -34,22 +34,6 @@ bool isAway(int error) noexcept {
     return error == ENETDOWN || error == ENXIO || error == ENODEV || error == EIO || error == EBADFD;
 }
 
-/// Signals are for the program's own threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() noexcept {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_{};
-};
-
 } // namespace
 
 LiveWire::LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> device, FrameSink& port)
@@ -75,14 +59,18 @@ void LiveWire::plugged(LinkListener& listener) noexcept {
     listener_ = &listener;
     toldCarrier_ = hasCarrier();
     if (state_ != InterfaceState::Up) report(state_);
+    sigset_t all, before; // signals are for the program's own threads
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before); // which the new thread inherits
     try {
-        const SignalsBlocked here; // the thread inherits it
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error& error) {
         state_ = InterfaceState::Absent;
-        std::fprintf(stderr, "simulated board: interface '%s' gets no thread and carries nothing: %s\n",
+        std::fprintf(stderr,
+                     "simulated board: interface '%s' carries no frames, as its thread cannot start: %s\n",
                      watch_.name().c_str(), error.what());
     }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void LiveWire::run() noexcept {
