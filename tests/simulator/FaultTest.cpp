@@ -170,7 +170,7 @@ TEST_F(FaultTest, BadScriptsLeaveTheOldOneAtWork) {
     load(fault("loss", "port = 2"));
     passMs(1000);
     EXPECT_EQ(load(fault("loss", "board = 1\nport = 2"), 1, OrvoSimBadValue),
-              "script:2: there is no port 1/2");
+              "script:2: there is no port 1/2; correct 'board' or 'port'");
     EXPECT_THAT(load(fault("register-failed", "register = 'GigeRecvPktCnt'"), 1, OrvoSimBadValue),
                 testing::StartsWith("script:3: the firmware of board 0 has no register 'GigeRecvPktCnt'"));
     EXPECT_THAT(load(fault("register-failed", "register = 'GigeRecvErrCnt1'"), 1, OrvoSimBadValue),

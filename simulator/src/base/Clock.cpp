@@ -32,7 +32,7 @@ void Clock::useVirtual(bool on, bool driven) {
         virtualNow_.store(steadyNow() + ahead_.load());
     else
         ahead_.store(virtualNow_.load() - steadyNow());
-    virtual_.store(on, std::memory_order_release); // whoever sees the mode sees the time that goes with it
+    virtual_.store(on, std::memory_order_release); // a thread that sees the mode sees its time too
 }
 
 bool Clock::advance(SimTime span) {
@@ -44,7 +44,7 @@ bool Clock::advance(SimTime span) {
 
 std::chrono::nanoseconds Clock::wallTime() const noexcept {
     if (isDriven()) return now() - drivenSince_.load() + drivenEpoch;
-    // Taken once, so that stamps of one process never run backwards.
+    // Read once per process, so that time stamps never go backwards when the system clock is set.
     static const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch() - steadyNow();
     return now() + sinceEpoch;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The simulation's one clock: real time, or virtual time that moves only when told to.
+// The simulation's one clock: real time, or virtual time that moves only when it is advanced.
 #pragma once
 
 #include <atomic>
@@ -11,30 +11,30 @@ namespace orvo::sim {
 /// A moment or a span on the simulation's clock. Moments count from the start of the system's steady clock.
 using SimTime = std::chrono::nanoseconds;
 
-/// The moment that has always passed, and the one that never comes.
+/// A moment before all others, and one after all others.
 inline constexpr SimTime always = SimTime::zero();
 inline constexpr SimTime never = SimTime::max();
 
-/// Virtual time does not go further than this (146 years), so that every later moment can still be told.
+/// The end of virtual time (146 years), so that adding a span to any moment does not overflow.
 inline constexpr SimTime lastMoment = never / 2;
 
-/// `start` plus `span`, where a start of `never` stays.
+/// `start` plus `span`, at most `never`.
 constexpr SimTime later(SimTime start, SimTime span) noexcept {
     return span >= never - start ? never : start + span;
 }
 
-/// Any thread. Never goes back, also not when its mode changes.
+/// Any thread. Never goes back, not even when its mode changes.
 class Clock {
 public:
     SimTime now() const noexcept;
     bool isVirtual() const noexcept { return virtual_.load(std::memory_order_acquire); }
-    /// Driven: nothing but `advance` at the hands of who drives it moves it, and time stamps count from a
-    /// moment that is always the same.
+    /// Driven: only the caller of `advance` moves the clock, not queue reads; time stamps start at a fixed
+    /// date.
     void useVirtual(bool on, bool driven = false);
     bool isDriven() const noexcept { return driven_.load(std::memory_order_relaxed); }
-    /// As far as `lastMoment`. False, and without effect, in real time.
+    /// Stops at `lastMoment`. In real time it does nothing and returns false.
     bool advance(SimTime span);
-    /// The moment as nanoseconds since 1970, for time stamps in captures.
+    /// Nanoseconds since 1970, for time stamps in captures.
     std::chrono::nanoseconds wallTime() const noexcept;
 
 private:

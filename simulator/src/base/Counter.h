@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Counts that frames raise.
+// Counters of frames, bytes and words.
 #pragma once
 
 #include <atomic>

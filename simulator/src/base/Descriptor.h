@@ -12,7 +12,7 @@ class Descriptor {
 public:
     explicit Descriptor(int number = -1) noexcept : number_(number) {}
     ~Descriptor() {
-        if (number_ >= 0) close(number_); // sockets and events: nothing is written by closing
+        if (number_ >= 0) close(number_); // of sockets and events, whose closing cannot lose data
     }
     Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
     Descriptor& operator=(Descriptor&&) = delete;

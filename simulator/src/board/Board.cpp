@@ -16,7 +16,7 @@ Port::Setup portSetup(const BoardConfiguration& board, unsigned number) {
     return {{board.index, number}, registers, board.receiveQueueWords, board.actionQueueWords};
 }
 
-/// What the host can change of a board's register.
+/// The bits of a board register that the host can write.
 constexpr std::uint64_t writableBits(Register written) noexcept {
     if (written == Register::GigE_Mdio) return 0xFFFF;
     if (written == Register::GigE_MdioRegAddr || written == Register::GigE_MdioPhyAddr) return 31;
@@ -35,7 +35,7 @@ Board::Board(const BoardConfiguration& configuration)
         const std::lock_guard lock(benchMutex);
         for (Port& port : ports()) port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
         stored(Register::GigE_Reset) = allPorts; // PHYs power up by themselves, out of reset
-        setEnables(true);                        // as an earlier host left the board
+        setEnables(true);                        // as a host that ran before left the board
     }
     if (configuration.cold) unloadFpga();
 }
@@ -82,10 +82,10 @@ void Board::unloadFpga() noexcept {
 int Board::refusal() const noexcept {
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
     if (condition_.has(Trouble::NoApplet)) return OrvoSimHalNoApplet;
-    return 0; // faults concern reads
+    return 0; // armed faults concern reads
 }
 
-/// Between the words of a frame nothing happens.
+/// Faults that are due wait until the host has written a whole frame.
 int Board::writeTroubled(std::uint32_t address, std::uint64_t value) noexcept {
     const bool isInFrame = (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) ||
                            (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteComplete);
@@ -106,7 +106,7 @@ int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     return condition_.isGood() ? writeUsual(address, value) : writeTroubled(address, value);
 }
 
-/// Matters for reads of an MDIO read's result only.
+/// The PHY address in the MDIO master; needed, and read, only where the result of an MDIO read is read.
 std::uint64_t Board::selectedPhy(std::uint32_t address) {
     if (address != static_cast<std::uint32_t>(Register::MdioReadReg)) return 0;
     const std::lock_guard lock(benchMutex);

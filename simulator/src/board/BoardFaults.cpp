@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Handing a board's faults to the places where they happen.
+// Distributes a script's faults to the parts of the board that they concern, and reads the accounts.
 #include "board/BoardFaults.h"
 
 #include "board/Board.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a fault script means for one board.
+// The part of a fault script that concerns one board.
 #pragma once
 
 #include "board/EventFaults.h"
@@ -13,15 +13,16 @@
 
 namespace orvo::sim {
 
-/// Any thread, apart from what its parts say. Also keeps the accounts that the board itself has no need of.
+/// Any thread, unless a part says otherwise. Also counts what only accounts need, so that boards without a
+/// script need not.
 class BoardFaults {
 public:
-    /// `faults` are those of this board; they and the board outlive it. Under the bench mutex.
+    /// `faults` are those of this board; they and the board must outlive it. Under the bench mutex.
     BoardFaults(Board& board, const std::vector<ScriptedFault*>& faults);
 
-    /// To be called at the host's accesses, without the bench mutex.
+    /// Begins and ends what is due. Called at accesses of the host, without the bench mutex.
     void pass() { events_.pass(); }
-    /// A write of the host, which the board refuses or not.
+    /// The host wrote a register; `isRefused` tells that the board did not take it.
     void noteWrite(std::uint32_t address, std::uint64_t value, bool isRefused) noexcept;
     /// The entries that concern register reads.
     std::vector<AccessFaults::Row> accessRows() const;
@@ -30,12 +31,12 @@ public:
     WireFaults& received(unsigned port) noexcept { return ports_[port]->received; }
     QueueFaults& queue(unsigned port) noexcept { return ports_[port]->queue; }
     PhyFaults& phy(unsigned port) noexcept { return ports_[port]->phy; }
-    /// The host reads the port's action command queue.
+    /// The host read the port's action command queue.
     void noteActionRead(unsigned port) noexcept { events_.noteListener(port); }
-    /// The host clears the port's receive queue.
+    /// The host cleared the port's receive queue.
     void noteClear(unsigned port);
 
-    /// No fault happens any more; what is under way ends, and what is held back goes on.
+    /// Ends all faults: the board comes back, cables are plugged in, frames that were held back go on.
     void end();
 
     /// Under the bench mutex.
@@ -46,7 +47,7 @@ private:
         WireFaults sent, received;
         QueueFaults queue;
         PhyFaults phy;
-        // As they were when the script was loaded.
+        // Counts at the moment when the script was loaded.
         std::uint64_t queuedBefore;
         std::uint64_t lossesBefore;
         SimTime downBefore;
@@ -56,7 +57,7 @@ private:
 
     Board& board_;
     const std::vector<ScriptedFault*> faults_;
-    std::vector<ScriptedFault*> armed_; // by writes
+    std::vector<ScriptedFault*> armed_; // armed by a write of the host
     EventFaults events_;
     std::array<std::unique_ptr<PortFaults>, maxPorts> ports_; // as many as the board has
 };

@@ -12,7 +12,7 @@ namespace orvo::sim {
 
 namespace {
 
-/// Virtual time gives other threads this much real time to put something into a queue that is read.
+/// In virtual time, other threads get this much real time to fill a queue that is being read.
 constexpr std::chrono::milliseconds virtualPatience{1};
 
 void awaitWords(DataQueue& queue, std::size_t words, std::chrono::milliseconds limit) {
@@ -51,7 +51,7 @@ std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t*
     return source.take(out, words);
 }
 
-/// As the read reports them.
+/// The number of bytes that the read reports.
 int Board::reported(unsigned number, int bytes) {
     if (bytes <= 0 || !condition_.has(Trouble::CalledFaults)) return bytes;
     const auto fault = accessFaults_.take(queueDeliveries + number);
@@ -69,7 +69,7 @@ int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std
     return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
 }
 
-/// The same with faults; a script accounts for every word.
+/// A read while the board is in trouble, or a script accounts for every word.
 int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                         std::uint32_t timeoutMs) {
     passScript();

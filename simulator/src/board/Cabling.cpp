@@ -20,7 +20,7 @@ void install(Port& port, const WireSpec& spec, Port* far, std::unique_ptr<Wire> 
     cabling.pluggedAt = now;
 }
 
-/// Where a cable is taken away from a port, the port at its other end has no wire any more.
+/// Unplugs the other end of a port's cable.
 void dropFarEnd(Port& port, SimTime now) {
     Port* far = port.cabling().far;
     if (!far) return;
@@ -66,7 +66,7 @@ void setLink(Port& port, const Link& link, SimTime now) noexcept {
 void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTime now) {
     Port& port = portAt(place, findPort);
     if (spec.kind == WireSpec::Kind::Tap && spec.interface == port.cabling().spec.interface)
-        return; // stays: a TAP has one user at a time
+        return; // a TAP has one user at a time, so the wire stays
     if (spec.kind == WireSpec::Kind::Port) {
         Port& far = portAt(spec.far, findPort);
         if (&far == &port)

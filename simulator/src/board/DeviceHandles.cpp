@@ -12,11 +12,6 @@ bool isOpen(HandleBits noted) noexcept {
     return ~noted >> 48 == mark;
 }
 
-/// The handle that a place noted last, open or closed; 0 when there was none.
-HandleBits lastHandle(HandleBits noted) noexcept {
-    return isOpen(noted) ? ~noted : noted;
-}
-
 } // namespace
 
 constinit std::array<HandlePlace, handlePlaceCount> handlePlaces{};
@@ -45,7 +40,8 @@ bool DeviceHandles::close(HandleBits handle) noexcept {
 }
 
 bool DeviceHandles::wasOpen(HandleBits handle) noexcept {
-    const HandleBits last = lastHandle(placeOf(handle).noted.load(std::memory_order_acquire));
+    const HandleBits noted = placeOf(handle).noted.load(std::memory_order_acquire);
+    const HandleBits last = isOpen(noted) ? ~noted : noted; // 0 where there was none
     const auto generation = static_cast<std::uint32_t>(handle);
     return handle >> 32 == last >> 32 && generation != 0 && generation <= static_cast<std::uint32_t>(last);
 }

@@ -41,7 +41,7 @@ bool EventFaults::tryBegin(Row& row) {
     }
 }
 
-/// The board or cable is back from the moment when the time was over, even if the host looks later.
+/// The board or cable counts as back from the end of its time on, even if the host looks later.
 void EventFaults::finish(Row& row, SimTime since) {
     row.isUnderWay = false;
     if (row.fault->kind() == FaultKind::BoardGone) {

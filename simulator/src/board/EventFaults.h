@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Faults that befall a board from outside: at moments, or after frames.
+// Faults that act on the whole board or a cable, at moments or after frames.
 #pragma once
 
 #include "faults/ScriptedFault.h"
@@ -12,28 +12,28 @@ namespace orvo::sim {
 
 class Board;
 
-/// They happen, and end, at the first access of the host to the board once their time has come. Any thread
-/// that does not hold the bench mutex.
+/// They begin and end at the first access of the host after their time has come. Any thread that does not
+/// hold the bench mutex.
 class EventFaults {
 public:
-    /// Board and faults outlive it.
+    /// Board and faults must outlive it.
     EventFaults(Board& board, const std::vector<ScriptedFault*>& faults);
 
-    /// Brings about what is due, and ends what is over.
+    /// Begins what is due, and ends what is over.
     void pass();
-    /// The host reads action command reports of the port, so that a storm finds somebody.
+    /// The host read action command reports of the port: storms there can begin.
     void noteListener(unsigned port) noexcept { listened_.fetch_or(1U << port); }
     bool hasListener(unsigned port) const noexcept { return (listened_.load() >> port & 1) != 0; }
-    /// Ends what is under way.
+    /// Ends everything at once.
     void end();
 
 private:
     struct Row {
         ScriptedFault* fault;
-        bool isDue = false; // and waits until it can happen
+        bool isDue = false; // it waits until it can begin
         bool isUnderWay = false;
         SimTime until{};
-        OrvoSimPartner partner = OrvoSimPartner1000; // what a flap takes away
+        OrvoSimPartner partner = OrvoSimPartner1000; // to restore after a flap
     };
     void pass(Row& row, SimTime now);
     bool tryBegin(Row& row);
@@ -43,7 +43,7 @@ private:
     void storm(ScriptedFault& fault);
 
     Board& board_;
-    std::atomic<unsigned> listened_{0}; // ports, by bit
+    std::atomic<unsigned> listened_{0}; // bit p: the host has read reports of port p
     std::mutex mutex_;                  // taken before the bench mutex; guards what follows
     std::vector<Row> rows_;
 };

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A port's registers, and its wire.
+// A port's registers and its wire.
 #include "board/Port.h"
 
 #include "board/Cabling.h"
@@ -123,7 +123,7 @@ void Port::setWire(std::unique_ptr<Wire> wire) noexcept {
 bool Port::farEndChanged() noexcept {
     const std::unique_lock lock(benchMutex, std::try_to_lock);
     if (!lock) return false;
-    cabling_.pluggedAt = simClock.now(); // the far end begins anew
+    cabling_.pluggedAt = simClock.now(); // the far end starts negotiating now
     renegotiate(*this);
     return true;
 }

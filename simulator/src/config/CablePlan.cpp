@@ -9,7 +9,7 @@ namespace orvo::sim {
 
 namespace {
 
-/// The wires that ports got, with the line that gave it; a cable at both its ends.
+/// The wire of each port so far; a cable stands at both its ends.
 using TakenPorts = std::map<PortPlace, const WireConfiguration*>;
 
 bool isThere(const std::vector<BoardConfiguration>& boards, PortPlace place) {
@@ -22,7 +22,7 @@ bool isCable(const WireConfiguration& wire) {
     return wire.wire.kind == WireSpec::Kind::Port;
 }
 
-/// Both name the same cable, each at its end.
+/// Both name one cable, each at its own end.
 bool areEnds(const WireConfiguration& one, const WireConfiguration& other) {
     return isCable(one) && isCable(other) && one.wire.far == other.place && other.wire.far == one.place;
 }
@@ -48,7 +48,9 @@ std::vector<WireConfiguration> planCables(const std::vector<BoardConfiguration>&
     for (const auto& wire : wanted) {
         const PortPlace far = wire.wire.far;
         if (isCable(wire) && !isThere(boards, far))
-            throw ConfigurationError(file, wire.line, "there is no port " + toText(far) + " to cable to");
+            throw ConfigurationError(file, wire.line,
+                                     "there is no port " + toText(far) +
+                                         " to cable to; name a port of a [[board]] in this file");
         if (isCable(wire) && far == wire.place)
             throw ConfigurationError(file, wire.line,
                                      "port " + toText(far) + " cannot be cabled to itself; use loopback");

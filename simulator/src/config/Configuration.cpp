@@ -30,7 +30,7 @@ FirmwareVersion readVersion(TomlTable& table, const char* key, const std::string
     return version;
 }
 
-/// Reads a number of the field's type, which holds the value for a table without the key.
+/// Reads a number into a field, which keeps its value where the table lacks the key.
 template <class Number>
 void readNumber(TomlTable& table, const char* key, Number& field, std::uint64_t least, std::uint64_t most) {
     field = static_cast<Number>(table.integer(key, least, most, field));
@@ -144,7 +144,7 @@ private:
 
     const std::filesystem::path& file_;
     Configuration result_;
-    std::vector<std::unique_ptr<FirmwareProfile>> profiles_; // in the file, until a board needs them
+    std::vector<std::unique_ptr<FirmwareProfile>> profiles_; // described in the file, not yet used by a board
     std::vector<WireConfiguration> wires_;                   // as asked for
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the simulation consists of, as the configuration file says it.
+// The content of the configuration file: boards, firmware versions and wires.
 #pragma once
 
 #include "base/Text.h"
@@ -20,7 +20,7 @@ namespace orvo::sim {
 
 inline constexpr unsigned maxBoards = 32;
 
-/// A file that cannot be used; what() is "FILE:LINE: REASON", or "FILE: REASON" where no line is to blame.
+/// A file that cannot be used; what() is "FILE:LINE: REASON", or "FILE: REASON" for the file as a whole.
 struct ConfigurationError : std::runtime_error {
     ConfigurationError(const std::filesystem::path& file, unsigned line, const std::string& reason)
         : std::runtime_error(oneLine(file.string() + ":" + std::to_string(line) + ": " + reason)) {}
@@ -44,7 +44,7 @@ struct BoardConfiguration {
     std::uint32_t negotiationMs = 400;
 };
 
-/// One wire to plug; a cable stands once, for both of its ends.
+/// One wire to plug in; a cable stands here once, for both its ends.
 struct WireConfiguration {
     PortPlace place;
     WireSpec wire;

@@ -46,7 +46,7 @@ unsigned TomlTable::lineOf(const char* key) const {
 
 std::uint64_t TomlTable::integer(const char* key, std::uint64_t least, std::uint64_t most,
                                  std::uint64_t fallback) {
-    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max(); // that TOML can write
+    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max(); // number in TOML
     if (!table_.contains(key)) return find(key), fallback;
     return static_cast<std::uint64_t>(signedInteger(key, static_cast<std::int64_t>(std::min(least, largest)),
                                                     static_cast<std::int64_t>(std::min(most, largest)), 0));
@@ -67,7 +67,7 @@ std::int64_t TomlTable::signedInteger(const char* key, std::int64_t least, std::
 double TomlTable::number(const char* key, double least, double most, double fallback) {
     const toml::node* node = find(key);
     if (!node) return fallback;
-    const auto value = node->value<double>(); // a whole number is one, too
+    const auto value = node->value<double>(); // takes whole numbers too
     if (!node->is_number() || !value || !(*value >= least && *value <= most)) {
         std::ostringstream wanted;
         wanted << "a number from " << least << " to " << most;

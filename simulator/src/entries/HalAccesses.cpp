@@ -55,7 +55,7 @@ int OHalRegisterRead(void* device, uint32_t address, uint64_t* value) {
     });
 }
 
-/// The words of a frame come first and without a call, so that the compiler saves no registers for them.
+/// Tests for the words of a frame first and without a call, so that the compiler saves no registers for them.
 int OHalRegisterWrite(void* device, uint32_t address, uint64_t value) {
     Board* const board = openBoardOf(device);
     if (board && board->appendToFrame(address, value)) [[likely]]
@@ -107,7 +107,7 @@ int OHalDataQueueClear(void* device, uint32_t queue) {
     return withHandle(device, [queue](Board& board) { return board.clearQueue(queue); });
 }
 
-/// Nothing is held back on the way into a queue, so there is nothing to flush.
+/// Words enter a queue at once, so there is nothing to flush.
 int OHalDataQueueFlush(void* device, uint32_t queue) {
     return ofQueue(device, queue, [](DataQueue&) { return 0; });
 }

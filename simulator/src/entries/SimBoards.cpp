@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Control entries: boards, what their firmware reports, ports and their PHYs, and the clock.
+// Control entries: boards, their ports and PHYs, and the clock.
 #include "process/Process.h"
 
 #include <chrono>

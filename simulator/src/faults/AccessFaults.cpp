@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Whose turn it is at an access, and what the host gets.
+// Chooses the fault of an access, and its answer.
 #include "faults/AccessFaults.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint64_t floatingFlag = 0xFF; // reads of a flag that nothing drives
+constexpr std::uint64_t floatingFlag = 0xFF; // read from a flag that nothing drives
 
 } // namespace
 
@@ -33,7 +33,7 @@ void AccessFaults::setScript(std::vector<Row> rows) {
 std::optional<AccessFaults::Answer> AccessFaults::take(Access access, std::uint64_t selectedPhy) {
     const std::lock_guard lock(mutex_);
     if (const auto answer = takeCalled(access)) return answer;
-    for (Row& row : scripted_) // the polls of a wait in real time do not count: their number varies
+    for (Row& row : scripted_) // not counted: the number of polls in real time varies
         if (row.access == access && row.isStuck) return readStuck(row);
     for (Row& row : scripted_) {
         if (row.access != access) continue;
@@ -63,8 +63,8 @@ std::optional<AccessFaults::Answer> AccessFaults::takeScripted(Row& row, std::ui
     return readStuck(row);
 }
 
-/// In real time, as the host waits for the flag in real time. The read that finds the time over still sees
-/// the flag, so that a host that reads seldom sees it at all.
+/// Real time, as hosts wait for the flag in real time. The first read after the time is over still sees the
+/// flag, so that even a host that reads rarely sees it once.
 std::optional<AccessFaults::Answer> AccessFaults::readStuck(Row& row) {
     row.isStuck = std::chrono::steady_clock::now() < row.stuckUntil;
     return Answer{0, 1};

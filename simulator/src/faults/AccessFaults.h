@@ -18,8 +18,9 @@ inline constexpr Access queueDeliveries = 0x2'0000'0000; // likewise: what a rea
 inline constexpr Access openings = 0x3'0000'0000;
 inline constexpr Access configurations = 0x4'0000'0000;
 
-/// The entries of a script that concern accesses, and entries that single calls armed; those come first. Any
-/// thread. Sets the board's condition while a call's entry is left, so that the usual path need not ask here.
+/// Holds the entries of a script that concern accesses, and entries that single calls armed, which come
+/// first. Marks the board's condition while an armed entry is left, so that the usual path need not look
+/// here. Any thread.
 class AccessFaults {
 public:
     explicit AccessFaults(BoardCondition& condition) noexcept : condition_(condition) {}
@@ -28,21 +29,21 @@ public:
         int result = 0;          ///< 0: the access succeeds
         std::uint64_t value = 0; ///< what a register read gives then
     };
-    /// Arms an entry for the next `times` accesses, behind those that are armed for the same; with 0 `times`,
-    /// and first of all if it `replaces` them, these are dropped.
+    /// Arms an entry for the next `times` accesses of this kind, after those already armed. With `replaces`,
+    /// or 0 `times`, drops those first.
     void arm(Access access, Answer answer, unsigned times, bool replaces);
 
     struct Row {
         Access access;
-        ScriptedFault* fault;                               // outlives the row
+        ScriptedFault* fault;                               // must outlive the row
         std::chrono::steady_clock::time_point stuckUntil{}; // of a busy flag
         bool isStuck = false;
     };
     /// Replaces the entries of an earlier script.
     void setScript(std::vector<Row> rows);
 
-    /// The answer of the fault whose turn it is at this access, if there is one. `selectedPhy` is the PHY
-    /// address in the MDIO master, for reads of its result.
+    /// The answer of the first fault that happens at this access, if any. `selectedPhy` is the PHY address in
+    /// the MDIO master; it matters for reads of an MDIO result.
     std::optional<Answer> take(Access access, std::uint64_t selectedPhy = 0);
 
 private:

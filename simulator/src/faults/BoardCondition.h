@@ -10,7 +10,7 @@ namespace orvo::sim {
 enum class Trouble : std::uint32_t {
     Gone = 1,         // the board was removed
     NoApplet = 2,     // its FPGA holds no applet
-    CalledFaults = 4, // faults that single calls armed are left
+    CalledFaults = 4, // single calls armed faults, and some are left
     Script = 8        // a fault script is loaded
 };
 

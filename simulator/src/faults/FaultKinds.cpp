@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Looking up kinds, and the words for what they count and move.
+// Texts for what kinds count and move; lookup by name.
 #include "faults/FaultKinds.h"
 
 #include <algorithm>

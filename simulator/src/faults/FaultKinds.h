@@ -21,7 +21,7 @@ enum class FaultPoint {
     SentOrTime, // a frame that the port sent, or a moment
     Access,     // an access of the host to the board
 };
-/// Of all but `Access`, which scripts do not know.
+/// For every point that scripts know: not for `Access`.
 const char* textOf(FaultPoint point) noexcept;
 
 // Parameters beyond place and time.

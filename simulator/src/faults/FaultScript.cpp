@@ -36,7 +36,7 @@ private:
     [[noreturn]] void refuse(const char* key, const std::string& reason) const {
         table_.refuse(table_.lineOf(key), reason);
     }
-    /// Refuses keys that are there although they mean nothing here.
+    /// Refuses keys that are given but do not fit.
     void needFitting(std::initializer_list<const char*> keys, bool fits, const std::string& why) const {
         for (const char* key : keys)
             if (!fits && table_.has(key)) refuse(key, "'" + std::string(key) + "' " + why + "; leave it out");

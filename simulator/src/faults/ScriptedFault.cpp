@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Turns of a fault.
+// Decides at which occurrences and moments a fault happens.
 #include "faults/ScriptedFault.h"
 
 namespace orvo::sim {
@@ -13,7 +13,8 @@ bool ScriptedFault::mayHappen(SimTime now) const noexcept {
     return !ended_.load() && armed_.load() && passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
 }
 
-/// Draws for every occurrence that a rate applies to, whatever comes of it.
+/// Draws a number at every occurrence that the rate applies to, even where `every` then says no, so that the
+/// sequence stays the same.
 bool ScriptedFault::isTurn() noexcept {
     const auto& when = spec_.when;
     if (when.at != 0) return occurrences_ == when.at;

@@ -27,8 +27,8 @@ public:
     FirmwareProfile(const FirmwareProfile&) = delete;
     FirmwareProfile& operator=(const FirmwareProfile&) = delete;
 
-    /// Takes a register out: one by its full name, or those of all ports by their base name. False when no
-    /// register is called so.
+    /// Removes a register: one by its full name, or those of all ports by their base name. False when no
+    /// register has that name.
     bool remove(std::string_view name);
 
     FirmwareVersion version() const noexcept { return {map_.major, map_.minor}; }
@@ -37,7 +37,7 @@ public:
     /// The register bits (see registerBit) of a port, and of the board.
     std::uint32_t portRegisters(unsigned port) const noexcept { return portRegisters_[port]; }
     std::uint32_t boardRegisters() const noexcept { return boardRegisters_; }
-    /// The same for those outside the simulation; valid as long as the profile.
+    /// The registers as C structures; valid as long as the profile.
     const OrvoSimRegisterMap& map() const noexcept { return map_; }
 
 private:
@@ -48,7 +48,7 @@ private:
         std::uint32_t address;
         bool isThere = true;
     };
-    std::vector<Entry> entries_;             // all that a firmware can have; constant but for the mark
+    std::vector<Entry> entries_;             // all that a firmware can have
     std::vector<OrvoSimRegister> registers_; // those that this one has; their names are the entries'
     OrvoSimRegisterMap map_;
     std::array<std::uint32_t, maxPorts> portRegisters_{};

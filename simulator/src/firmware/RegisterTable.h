@@ -43,13 +43,13 @@ inline constexpr std::uint32_t portBits = (maxPorts - 1) << portShift;
     ROW(boardScope, GigE_RxEnable, 0x20)                   /* 1: the board's receivers run */
 // clang-format on
 
-/// A register by its address, that of port 0 where there is one per port.
+/// A register by its address; of those with one per port, port 0's.
 #define ORVO_SIM_ENUMERATOR(scope, name, offset) name = scope + offset,
 enum class Register : std::uint32_t { ORVO_SIM_REGISTERS(ORVO_SIM_ENUMERATOR) };
 #undef ORVO_SIM_ENUMERATOR
 
 struct RegisterRow {
-    const char* name; ///< on the board followed by the port number where there is one per port
+    const char* name; ///< on the board, the port number follows where there is one per port
     std::uint32_t address;
 
     constexpr bool isPerPort() const noexcept { return (address & portScope) != 0; }
@@ -64,7 +64,7 @@ constexpr std::uint32_t portOf(std::uint32_t address) noexcept {
     return (address & portBits) >> portShift;
 }
 
-/// The bit that stands for the register among those of its kind, in a set of 32.
+/// The register's bit in a set of registers of one kind.
 constexpr std::uint32_t registerBit(std::uint32_t address) noexcept {
     return std::uint32_t{1} << ((address >> 2) & 31);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The ring behind a data queue.
+// The ring of a data queue.
 #include "mac/DataQueue.h"
 
 #include <algorithm>
@@ -16,10 +16,10 @@ constexpr std::uint64_t copying = 1; // in head_
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::microseconds soon{15};     // a full frame at line rate takes 12.3
-constexpr std::chrono::microseconds wakeTime{15}; // what passes until a sleeper that is woken runs
+constexpr std::chrono::microseconds wakeTime{15}; // from waking a sleeper until it runs
 constexpr int looksAtOnce = 32;
 
-/// Lets the processor's other thread go ahead.
+/// Gives the processor core's other thread precedence.
 void relax() noexcept {
 #if defined(__x86_64__)
     __builtin_ia32_pause();
@@ -31,7 +31,7 @@ void packFrame(WireBytes frame, std::size_t first, std::span<std::uint32_t> out)
     const std::size_t evenBytes = frame.size() + frame.size() % 2;
     std::size_t i = 0;
     if (first == 0 && !out.empty()) out[i++] = static_cast<std::uint32_t>(evenBytes);
-    const std::size_t unit = first + i - 1; // two bytes each
+    const std::size_t unit = first + i - 1; // of two bytes
     const std::size_t whole = std::min(out.size() - i, frame.size() / 2 - unit);
     const std::uint8_t* bytes = frame.data() + 2 * unit;
     std::uint32_t* words = out.data() + i;
@@ -124,15 +124,16 @@ void DataQueue::countLoss(std::uint64_t frames, std::uint64_t words) noexcept {
 bool DataQueue::hasRoom(std::uint64_t tail, std::size_t count) noexcept {
     if (count > capacityWords_) return false;
     if (fits(tail, count)) return true;
-    seenHead_ = head_.load(std::memory_order_acquire); // what the consumer copied out may be overwritten
+    seenHead_ =
+        head_.load(std::memory_order_acquire); // acquire: the consumer has copied out what is overwritten now
     if (fits(tail, count)) return true;
     while (catchUp(seenHead_)) {
     }
     return fits(tail, count);
 }
 
-/// Moves `head_` along to where the last clear wants it. False when it is there, or when the consumer is at
-/// work and will do it. `head` is the value seen last.
+/// Moves `head_` to where the last clear put it. False when it is there already, or when the consumer is
+/// copying and will do it. `head` is the value seen last.
 bool DataQueue::catchUp(std::uint64_t& head) noexcept {
     const auto target = clearTo_.load(std::memory_order_acquire);
     if ((head & copying) != 0 || head >> 1 >= target) return false;
@@ -145,7 +146,7 @@ std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
     auto head = head_.load(std::memory_order_relaxed);
     std::uint64_t from = 0;
     do {
-        if ((head & copying) != 0) return 0; // two consumers at once: the later one finds nothing
+        if ((head & copying) != 0) return 0; // a second consumer at the same time finds nothing
         from = std::max(head >> 1, clearTo_.load(std::memory_order_acquire));
     } while (!head_.compare_exchange_weak(head, from << 1 | copying, std::memory_order_acquire,
                                           std::memory_order_relaxed));
@@ -190,7 +191,7 @@ bool DataQueue::comesSoon(std::size_t wanted) noexcept {
             if (holds(wanted)) return true;
             relax();
         }
-        std::this_thread::yield(); // the producer may be waiting for this very processor
+        std::this_thread::yield(); // the producer may be waiting for this processor
     } while (SteadyClock::now() < end);
     return false;
 }
@@ -205,7 +206,7 @@ bool DataQueue::sleep(std::size_t wanted, std::chrono::milliseconds limit) {
 
 void DataQueue::wakeIfAsleep() {
     if (sleepers_.load(std::memory_order_seq_cst) == 0) return;
-    { const std::lock_guard lock(sleep_); } // the consumer is before its test, or asleep
+    { const std::lock_guard lock(sleep_); } // now the consumer has not tested yet, or it sleeps
     wake_.notify_all();
 }
 

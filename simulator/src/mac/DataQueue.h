@@ -16,7 +16,7 @@
 
 namespace orvo::sim {
 
-/// The flag in the last word of a transmission, above its data.
+/// The flag in the last word of a transmission; its data are the lower 16 bits.
 inline constexpr std::uint32_t endOfTransmission = 0x1'0000;
 
 /// Words that a frame of this length takes in a queue: its size and two bytes a word.
@@ -24,48 +24,48 @@ constexpr std::size_t wordsOfFrame(std::size_t frameBytes) noexcept {
     return 1 + (frameBytes + 1) / 2;
 }
 
-/// Threads: any number of producers, which take turns on a lock; one consumer, which takes none unless it has
-/// to sleep (`await`); `clear` and the figures from any thread.
+/// Threads: any number of producers, which share a lock; one consumer, which takes a lock only to sleep
+/// (`await`); `clear` and the counts from any thread.
 ///
 /// Positions count words since the queue was made. `tail_` is the producers'. `head_` is the consumer's:
-/// twice its position, plus 1 while it copies words out. A clear only notes how far to drop (`clearTo_`) and
-/// moves `head_` along when no copy is under way; otherwise the consumer, or the next producer that needs the
-/// room, catches up.
+/// twice its position, plus 1 while it copies words out. A clear stores how far to drop (`clearTo_`), and
+/// moves `head_` there unless the consumer is copying; then the consumer, or the next producer that needs the
+/// room, does.
 ///
-/// What the two sides write lies on cache lines of their own, and each side looks at the other's position
-/// only when the one that it saw last does not do.
+/// Each side writes to cache lines of its own, and reads the other side's position only when the one that it
+/// saw last does not suffice.
 class DataQueue {
 public:
     explicit DataQueue(std::size_t capacityWords);
 
-    /// Appends the words; false, with the words counted as lost, when there is no room for all of them.
+    /// Appends the words. False when there is no room for all of them; they are counted as lost then.
     bool push(std::span<const std::uint32_t> words);
 
-    /// The same for a received frame (at most 65,535 bytes): its size, then two bytes a word, first byte low,
-    /// and the end-of-transmission flag in the last. An odd frame is lengthened by a zero byte.
+    /// Appends a received frame of at most 65,535 bytes: its size, then two bytes a word, first byte low,
+    /// with the end-of-transmission flag in the last. An odd frame gets a zero byte at its end.
     bool pushFrame(WireBytes frame);
 
-    /// Counts received frames that were lost before they came here, all of this length.
+    /// Counts received frames of this length that were lost before they reached the queue.
     void countLostFrames(std::uint64_t frames, std::size_t frameBytes);
 
     /// Consumer: takes up to `most` words, as many as there are.
     std::size_t take(std::uint32_t* out, std::size_t most) noexcept;
 
     /// Consumer: waits until the queue holds `wanted` words; false when it does not within `limit`. While
-    /// words keep coming it looks for them for some microseconds before it sleeps, since to be woken costs as
-    /// much.
+    /// words keep coming, it polls for some microseconds before it sleeps, as waking up takes as long.
     bool await(std::size_t wanted, std::chrono::milliseconds limit);
 
-    /// Drops the content. Words pushed at the same time are dropped or kept, each push as a whole.
+    /// Drops the content. A push at the same time is dropped or kept as a whole.
     void clear() noexcept;
 
     std::size_t words() const noexcept;
     std::size_t roomWords() const noexcept { return capacityWords_ - words(); }
     std::uint64_t lostWords() const noexcept { return lostWords_.value(); }
-    /// Pushes that fitted.
+    /// Pushes that had room.
     std::uint64_t transfers() const noexcept { return transfers_.value(); }
 
-    /// Received frames, those that found no room and those lost before included. One that can be read counts.
+    /// Received frames, including those that found no room and those lost before. A frame is counted before
+    /// it can be read.
     struct FrameCounts {
         Counter frames;
         Counter bytes; ///< their check sequences included
@@ -73,7 +73,7 @@ public:
         Counter lostWords; ///< with those frames
     };
     const FrameCounts& frameCounts() const noexcept { return frameCounts_; }
-    /// Sets the first two, while no frames come.
+    /// Sets the first two; call it while no frames arrive.
     void presetFrameCounts(std::uint64_t value) noexcept;
 
 private:
@@ -103,8 +103,8 @@ private:
 
     alignas(64) std::atomic<std::uint64_t> head_{0};
     std::atomic<std::uint64_t> clearTo_{0};
-    std::atomic<std::uint64_t> seenTail_{0};  // these two are the consumer's; there should be only one
-    std::atomic<bool> wordsKeepComing_{true}; // when it waited last, they came before it slept, or soon after
+    std::atomic<std::uint64_t> seenTail_{0};  // this and the next are the consumer's
+    std::atomic<bool> wordsKeepComing_{true}; // in the last wait they came before it slept, or soon after
 
     alignas(64) std::atomic<unsigned> sleepers_{0};
     std::mutex sleep_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The road of a frame from the wire into the receive queue.
+// From the wire into the receive queue.
 #include "mac/Receiver.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A port's receiving MAC: checks what comes from the wire and hands it to the host.
+// A port's receiving MAC: checks frames from the wire and queues them for the host.
 #pragma once
 
 #include "base/Counter.h"
@@ -18,23 +18,23 @@ public:
 
     Arrival deliver(WireBytes frame) noexcept override;
     Arrival deliverUnsealed(WireBytes content) noexcept override;
-    /// As frames that the queue had no room for, each with as many words as the shortest has.
+    /// Counted as overflow, each with the words of the shortest frame.
     void countLost(std::uint64_t frames) noexcept override;
     bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
 
-    /// Apart from those of the queue's words.
+    /// Sets all counters except those of lost words.
     void presetCounters(std::uint64_t value) noexcept {
         queue_.presetFrameCounts(value);
         errors_.set(value);
         ignoredFrames_.set(value);
     }
 
-    /// Frames from the wire that were good, whatever the queue had room for.
+    /// Good frames from the wire, whether or not the queue had room.
     std::uint64_t goodFrames() const noexcept { return counts().frames.value(); }
     std::uint64_t goodBytes() const noexcept { return counts().bytes.value(); }
     std::uint64_t errors() const noexcept { return errors_.value(); }
     std::uint64_t ignoredFrames() const noexcept { return ignoredFrames_.value(); }
-    /// Good frames that entered the queue; one that is on its way into it counts already.
+    /// Good frames that entered the queue, or are just entering it.
     std::uint64_t queuedFrames() const noexcept { return goodFrames() - overflowFrames(); }
     std::uint64_t overflowFrames() const noexcept { return counts().lostFrames.value(); }
     std::uint64_t lostWords() const noexcept { return counts().lostWords.value(); }

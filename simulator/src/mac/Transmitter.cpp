@@ -14,7 +14,7 @@ void Transmitter::transmit() noexcept {
     const bool mine =
         (turn & 1) == 0 && turns_.compare_exchange_strong(turn, turn + 1, std::memory_order_seq_cst);
     if (!mine) {
-        unsentFrames_.add(1); // another thread's frame is under way
+        unsentFrames_.add(1); // another thread is sending
         return;
     }
     if (!send()) unsentFrames_.add(1);
@@ -34,8 +34,8 @@ bool Transmitter::send() noexcept {
     return true;
 }
 
-/// The MAC pads every frame; without CRC generation the padding follows the sequence that the host appended,
-/// which then is none any more.
+/// The MAC pads every frame. Without CRC generation the padding follows the check sequence that the host
+/// appended, which makes it wrong.
 WireBytes Transmitter::padded(std::size_t bytes, std::size_t leastBytes) noexcept {
     if (bytes < leastBytes) std::fill(buffer_.data() + bytes, buffer_.data() + leastBytes, std::uint8_t{0});
     return WireBytes(buffer_).first(std::max(bytes, leastBytes));
@@ -45,7 +45,8 @@ void Transmitter::setWire(Wire* wire) noexcept {
     wire_.exchange(wire, std::memory_order_seq_cst);
     const auto turn = turns_.load(std::memory_order_seq_cst);
     if ((turn & 1) == 0) return;
-    while (turns_.load(std::memory_order_acquire) == turn) std::this_thread::yield(); // one frame's delivery
+    while (turns_.load(std::memory_order_acquire) == turn)
+        std::this_thread::yield(); // at most one frame's delivery
 }
 
 } // namespace orvo::sim

@@ -14,8 +14,8 @@
 
 namespace orvo::sim {
 
-/// Threads: the buffer and `transmit` are the port's sender thread's; everything else is any thread's. A
-/// frame takes no time on the wire, so the transmitter is busy only while the far end takes the frame in.
+/// Threads: the buffer and `transmit` belong to the port's sender thread; everything else any. A frame takes
+/// no time on the wire, so the transmitter is busy only while the far end receives it.
 class Transmitter {
 public:
     static constexpr std::size_t bufferBytes = 2048;
@@ -27,7 +27,7 @@ public:
         units_.store(0, std::memory_order_relaxed);
     }
 
-    /// Appends 16 bits, first byte low. What does not fit makes the frame too long.
+    /// Appends 16 bits, first byte low. A frame with more than the buffer holds is not sent.
     void append(std::uint64_t unit) noexcept {
         const auto at = units_.load(std::memory_order_relaxed);
         const auto bytes = static_cast<std::uint16_t>(unit);
@@ -35,7 +35,7 @@ public:
         units_.store(at + 1, std::memory_order_relaxed);
     }
 
-    /// Sends what is in the buffer, which keeps it.
+    /// Sends the frame in the buffer, which stays there.
     void transmit() noexcept;
 
     bool isBusy() const noexcept { return (turns_.load(std::memory_order_relaxed) & 1) != 0; }
@@ -43,8 +43,8 @@ public:
     void setCrcGeneration(bool on) noexcept { crcGeneration_.store(on, std::memory_order_relaxed); }
     bool crcGeneration() const noexcept { return crcGeneration_.load(std::memory_order_relaxed); }
 
-    /// Leads everything sent from now on to `wire` (null: nowhere), and returns when nothing is under way on
-    /// the one before. One thread at a time.
+    /// Sends to `wire` from now on (null: nowhere); returns when the wire before carries no frame any more.
+    /// One thread at a time.
     void setWire(Wire* wire) noexcept;
 
     std::uint64_t sentFrames() const noexcept { return sentFrames_.value(); }
@@ -67,7 +67,7 @@ private:
     const PortGate& gate_;
     std::atomic<Wire*> wire_{nullptr};
     std::atomic<bool> crcGeneration_{true};
-    std::atomic<std::uint64_t> turns_{0}; // odd while a frame is under way
+    std::atomic<std::uint64_t> turns_{0}; // odd while a frame is being sent
 
     alignas(64) std::atomic<std::size_t> units_{0}; // written since the frame began; may exceed the buffer
     Counter writesBefore_;                          // register writes that units_ does not count

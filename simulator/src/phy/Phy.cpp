@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Registers of a PHY and its way through resets.
+// Registers and resets of a PHY.
 #include "phy/Phy.h"
 
 #include <algorithm>
@@ -8,13 +8,13 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint16_t identifier1 = 0x0F3C; // of no real vendor
+constexpr std::uint16_t identifier1 = 0x0F3C; // no real vendor's
 constexpr std::uint16_t identifier2 = 0x0A51;
 constexpr std::uint16_t extendedAbilities = 0x3000; // register 15: 1000BASE-T, both duplex modes
 constexpr std::uint16_t nullPage = 0x2001;          // register 7 after a reset
 constexpr std::uint16_t gigabitPage = 0x2008;       // register 8: the message page that announces 1000BASE-T
 
-/// Registers that keep what is written to them, apart from those that do more.
+/// Registers that only keep what is written to them.
 bool isMemory(unsigned number) noexcept {
     if (number <= phyGigabitStatus)
         return number == phyAdvertisement || number == phyNextPage || number == phyGigabitControl;
@@ -169,7 +169,7 @@ bool Phy::writeControl(std::uint16_t value, SimTime now) noexcept {
     return true;
 }
 
-/// The standard registers take their defaults; the vendor's keep what was written to them.
+/// Standard registers get their defaults; the vendor's registers keep their content.
 void Phy::beginReset(SimTime now) noexcept {
     setStandardDefaults();
     const PhyTimes usual{resetTime_, negotiationTime_};

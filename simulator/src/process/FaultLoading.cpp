@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Taking a fault script into the simulation.
+// Loading and ending of fault scripts.
 #include "process/Simulation.h"
 
 #include "board/Cabling.h"
@@ -8,7 +8,7 @@ namespace orvo::sim {
 
 namespace {
 
-/// Neighbouring seeds and entries get generators that have nothing in common.
+/// A seed for each entry; neighbouring seeds and entries get unrelated random numbers.
 std::uint64_t mixed(std::uint64_t seed, std::uint64_t number) noexcept {
     std::uint64_t value = seed + (number + 1) * 0x9E37'79B9'7F4A'7C15;
     value = (value ^ value >> 30) * 0xBF58'476D'1CE4'E5B9;
@@ -20,14 +20,14 @@ std::uint32_t requiredAddress(const Board& board, const std::string& name, unsig
                               const std::filesystem::path& file) {
     const std::uint32_t address = board.firmware().addressOf(name);
     if (address == 0)
-        throw ConfigurationError(file, line,
-                                 "the firmware of board " + std::to_string(board.configuration().index) +
-                                     " has no register '" + name +
-                                     "' (that of a port has the port's number at its end)");
+        throw ConfigurationError(
+            file, line,
+            "the firmware of board " + std::to_string(board.configuration().index) + " has no register '" +
+                name + "'; a port's register has the port's number at its end, as in GigeRecvErrCnt0");
     return address;
 }
 
-/// What a failing read moves is told of the entry's port.
+/// The ledger reports a failing read at the entry's port, so the register must be that port's.
 void refuseOtherPort(const Board& board, const FaultSpec& spec, const std::filesystem::path& file) {
     const auto address = requiredAddress(board, spec.registerName, spec.registerLine, file);
     if ((address & portScope) != 0 && portOf(address) != spec.place.port)
@@ -39,10 +39,12 @@ void refuseOtherPort(const Board& board, const FaultSpec& spec, const std::files
 
 } // namespace
 
-/// Also tells whether everything that the entry names is there. 0: nothing arms it.
+/// The address of the register that arms the entry, 0 for none. Refuses an entry that names something that
+/// does not exist.
 std::uint32_t Simulation::armingAddress(const FaultSpec& spec, const std::filesystem::path& file) {
     if (!port(spec.place))
-        throw ConfigurationError(file, spec.line, "there is no port " + toText(spec.place));
+        throw ConfigurationError(file, spec.line,
+                                 "there is no port " + toText(spec.place) + "; correct 'board' or 'port'");
     const Board& owner = *board(spec.place.board);
     if (!spec.registerName.empty()) refuseOtherPort(owner, spec, file);
     return spec.when.armedBy.empty() ? 0 : requiredAddress(owner, spec.when.armedBy, spec.armingLine, file);
@@ -68,8 +70,8 @@ template <class Visit> void Simulation::forEachPort(LoadedScript& script, Visit 
         for (Port& port : boards_[i]->ports()) visit(port, *script.boards[i], port.place().port);
 }
 
-/// Ports with faults on their wires, before or from now on, lose their wire and get it back behind the new
-/// faults. Under the bench mutex.
+/// Unplugs the wires with faults, old or new, and plugs them in again behind the new faults. Under the bench
+/// mutex.
 void Simulation::install(LoadedScript& script) {
     const FindPort find = [this](PortPlace at) { return port(at); };
     std::vector<std::pair<PortPlace, WireSpec>> unplugged;

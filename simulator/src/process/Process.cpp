@@ -32,7 +32,7 @@ Configuration loadUsualConfiguration() {
     const char* const named = std::getenv("ORVO_SIMULATOR_CONFIG");
     if (named && *named) return loadConfiguration(named);
     const auto usual = installationRoot() / "simulator.toml";
-    std::error_code unreadable; // a file that exists but cannot be looked at is read, and refused there
+    std::error_code unreadable; // then reading the file says why
     const bool absent =
         std::filesystem::status(usual, unreadable).type() == std::filesystem::file_type::not_found;
     return absent ? defaultConfiguration() : loadConfiguration(usual);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The boards of this process. Every C entry gets to them through one of the doors below; nothing else does.
+// The boards of this process, and the only ways by which C entries reach them.
 #pragma once
 
 #include "process/Simulation.h"
@@ -14,16 +14,15 @@ Simulation& simulation();
 
 /// What was wrong with the configuration file; empty when nothing was.
 const std::string& configurationError();
-/// Writes the configuration error, if there is one, to standard error, unless that was done or the error was
-/// taken.
+/// Writes the configuration error, if there is one, to standard error; once, and not after it was taken.
 void reportConfigurationError();
-/// The configuration error, null if there is none; from now on the caller reports it.
+/// The configuration error, null if there is none; the caller reports it from now on.
 const char* takeConfigurationError();
 
-/// Null for a handle that is not open; counts it where it was.
+/// Returns null, and counts the access if the handle was open before.
 Board* refuseHandle(HandleBits handle) noexcept;
 
-/// The board of a device handle; null for one that is not open, which is counted where it was.
+/// The board of a device handle; null for one that is not open. Counts accesses by released handles.
 inline Board* boardOf(void* device) noexcept {
     Board* const board = openBoardOf(device);
     if (board) [[likely]]

@@ -32,19 +32,21 @@ const FirmwareProfile* Simulation::firmware(unsigned number) const noexcept {
     return number < firmwares_.size() ? firmwares_[number].get() : nullptr;
 }
 
-/// Two ports that record into one file would destroy each other's captures, and two at one interface would
-/// both be at the end of one cable.
+/// Two ports that record into one file would destroy each other's captures; two ports at one interface would
+/// be two ends at one end of a cable.
 void Simulation::refuseShared(PortPlace place, const WireSpec& spec) {
-    std::error_code absent; // then the file is not shared
+    std::error_code absent; // a file that does not exist is not shared
     for (const auto& board : boards_)
         for (Port& other : board->ports()) {
             if (other.place() == place) continue;
             const WireSpec& taken = other.cabling().spec;
             const std::string by = " by port " + toText(other.place()) + " already";
             if (std::filesystem::equivalent(taken.output, spec.output, absent))
-                throw WireError("capture file '" + spec.output.string() + "' is written" + by);
+                throw WireError("capture file '" + spec.output.string() + "' is written" + by +
+                                "; name another file");
             if (!spec.interface.empty() && taken.interface == spec.interface)
-                throw WireError("interface '" + spec.interface + "' is used" + by);
+                throw WireError("interface '" + spec.interface + "' is used" + by +
+                                "; name another interface");
         }
 }
 

@@ -13,7 +13,7 @@ namespace orvo::sim {
 
 class Simulation {
 public:
-    /// Builds and cables the boards. Throws ConfigurationError where a wire's file cannot be had.
+    /// Builds and cables the boards. Throws ConfigurationError when a wire cannot be made.
     explicit Simulation(Configuration configuration);
 
     Board* board(unsigned index) noexcept; ///< null where there is none
@@ -21,13 +21,12 @@ public:
     const std::vector<std::unique_ptr<Board>>& boards() const noexcept { return boards_; }
     const FirmwareProfile* firmware(unsigned number) const noexcept; ///< null beyond the last
 
-    /// Plugs a wire; throws WireError, with the old wire still there. Any thread.
+    /// Plugs in a wire. On WireError the old wire stays. Any thread.
     void plug(PortPlace place, const WireSpec& spec, SimTime now);
 
-    /// Has the faults of a script happen from now on, instead of those of an earlier one, and begins the
-    /// accounts anew. Throws ConfigurationError, with everything as it was: the script names a place that is
-    /// not there. Throws WireError: a port could not be cabled again; it has no wire then. No frame may be
-    /// under way.
+    /// Replaces the fault script and sets the accounts to 0. Call it while no frame is being sent or
+    /// received. Throws ConfigurationError, with everything as it was, when the script names a place that
+    /// does not exist; WireError when a port could not be cabled again, which then has no wire.
     void loadFaults(const FaultScript& script, std::uint64_t seed);
     /// No fault happens any more.
     void endFaults();
@@ -35,7 +34,7 @@ public:
     const ScriptedFault* fault(std::size_t number) noexcept;
 
 private:
-    /// A script at work. Kept for good, since the host may be in the middle of it when the next one comes.
+    /// Never destroyed, since a thread of the host may still use it when the next script is loaded.
     struct LoadedScript {
         std::vector<std::unique_ptr<ScriptedFault>> faults; // in the order of the file
         std::vector<std::unique_ptr<BoardFaults>> boards;   // as in boards_

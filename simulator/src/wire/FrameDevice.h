@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A way into and out of a network interface.
+// Receives from and sends to a network interface.
 #pragma once
 
 #include "wire/Wire.h"
@@ -10,8 +10,8 @@
 
 namespace orvo::sim {
 
-/// Frames here have no frame check sequence. Threads: `send` is the port's sender's, everything else the
-/// wire's own; both at once.
+/// Frames have no frame check sequence here. Threads: the port's sender calls `send`, the wire's own thread
+/// everything else, at the same time.
 class FrameDevice {
 public:
     explicit FrameDevice(std::string interface) : interface_(std::move(interface)) {}
@@ -19,20 +19,21 @@ public:
     FrameDevice& operator=(const FrameDevice&) = delete;
     virtual ~FrameDevice() = default;
 
-    /// Readable when frames have arrived; the same for good. Never blocks.
+    /// Readable when frames have arrived. Never changes; never blocks.
     virtual int descriptor() const noexcept = 0;
-    /// Joins the interface of this index, which has the device's name; once more does no harm. 0 or an errno.
+    /// Attaches to the interface of this index, which has the device's name; does nothing when attached
+    /// already. 0 or an errno.
     virtual int attach(int index) noexcept = 0;
-    /// Forgets an error that the descriptor shows.
+    /// Clears an error that the descriptor shows.
     virtual void clearError() noexcept {}
-    /// Hands on what has arrived; comes back now and then even if more keeps arriving.
+    /// Delivers what has arrived; returns now and then even if more keeps arriving.
     virtual void receive(FrameSink& port) noexcept = 0;
-    /// One attempt. 0 or an errno.
+    /// Tries once. 0 or an errno.
     virtual int send(WireBytes frame) noexcept = 0;
 
 protected:
-    /// For a frame that no wire would carry: the receiver counts an error, and the first time a line on
-    /// standard error says why.
+    /// A frame is too long for a wire: the receiver counts an error. The first time, a line on standard error
+    /// says what to do.
     void refuseGiant(FrameSink& port, bool isOffload) noexcept {
         if (port.deliver({}) != Arrival::Broken || std::exchange(saidGiant_, true)) return;
         constexpr auto offload =

@@ -16,20 +16,20 @@ namespace orvo::sim {
 
 namespace {
 
-using Clock = std::chrono::steady_clock; // networks know no virtual time
+using Clock = std::chrono::steady_clock; // networks run in real time
 
-// How long a frame waits for a place in the interface's send queue.
+// How long a frame waits for room in the interface's send queue.
 constexpr auto sendPatience = std::chrono::milliseconds{40};
-// How often an interface that is gone is looked for, should its return have gone unnoticed.
+// How often to look for an interface that is gone, in case no message announced its return.
 constexpr int absentMs = 200;
-// Until the port's link can follow, while its bench is in use.
+// How soon to try again when the bench mutex was taken and the port's link could not follow.
 constexpr int followMs = 1;
 
 bool isFull(int error) noexcept {
     return error == EAGAIN || error == ENOBUFS || error == EINTR;
 }
 
-/// Tells of an interface that is down or gone, which the wire's thread may not have seen yet.
+/// The interface is down or gone; the wire's thread may not have seen it yet.
 bool isAway(int error) noexcept {
     return error == ENETDOWN || error == ENXIO || error == ENODEV || error == EIO || error == EBADFD;
 }
@@ -42,7 +42,7 @@ LiveWire::LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> de
     const std::string subject = "interface '" + interface + "' ";
     const auto view = watch_.look();
     if (view.index == 0) throw WireError(subject + "does not exist; `ip link` shows those that do");
-    if (!watch_.isEthernet()) throw WireError(subject + "carries no Ethernet frames");
+    if (!watch_.isEthernet()) throw WireError(subject + "carries no Ethernet frames; name another interface");
     const int error = end_.get() < 0 ? errno : device_->attach(view.index);
     if (error != 0) throw WireError(subject + "cannot be used: " + std::strerror(error));
     attached_ = view.index;
@@ -116,17 +116,18 @@ void LiveWire::report(InterfaceState now) const noexcept {
 }
 
 bool LiveWire::transmit(WireBytes frame) noexcept {
-    return !isGoodFrame(frame) || transmitUnsealed(withoutFcs(frame)); // a bad one ends at the far end's MAC
+    return !isGoodFrame(frame) ||
+           transmitUnsealed(withoutFcs(frame)); // the far end's MAC would drop a bad one
 }
 
 bool LiveWire::transmitUnsealed(WireBytes content) noexcept {
-    if (content.size() > maxFrameBytes) return true; // so does a long one
+    if (content.size() > maxFrameBytes) return true; // and a long one
     const int error = sendPatiently(content);
     if (error != 0) reportUnsent(content.size(), error);
     return error == 0;
 }
 
-/// What the interface's state explains is for the wire's thread to say.
+/// Says nothing about errors that the interface's state explains: the wire's thread reports that.
 void LiveWire::reportUnsent(std::size_t bytes, int error) noexcept {
     if (saidUnsent_ || isFull(error) || isAway(error)) return;
     saidUnsent_ = true;
@@ -139,7 +140,7 @@ int LiveWire::sendPatiently(WireBytes content) noexcept {
     int error = device_->send(content);
     if (error == 0) [[likely]]
         return 0;
-    if (error == ENETDOWN) error = device_->send(content); // the first may tell of a time before
+    if (error == ENETDOWN) error = device_->send(content); // the first may report an error from before
     for (const auto limit = Clock::now() + sendPatience; isFull(error) && Clock::now() < limit;) {
         pollfd room{error == EAGAIN ? device_->descriptor() : -1, POLLOUT, 0};
         poll(&room, 1, 1);

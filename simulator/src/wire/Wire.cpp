@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The simple wires, and the choice among all.
+// The simple wires, and the choice between all kinds.
 #include "wire/Wire.h"
 
 #include "wire/CaptureWire.h"
@@ -11,7 +11,7 @@ namespace orvo::sim {
 
 namespace {
 
-/// Hands every frame to one receiver: that of the far port, or, as a loopback plug, that of the port itself.
+/// Delivers every frame to one receiver: the far port's or, as a loopback plug, the port's own.
 class Cable final : public Wire {
 public:
     explicit Cable(FrameSink& sink) noexcept : sink_(sink) {}
