@@ -196,26 +196,26 @@ struct OrvoSimFault {
 /// Reads an entry by its number, from 0 in the order of the script. OrvoSimNoSuchPlace beyond the last.
 ORVO_EXPORT int orvoSimReadFault(unsigned number, struct OrvoSimFault* out);
 
-/// What became of a port's frames since the script was loaded, beyond what OrvoSimPort counts. Sent: what
-/// left the port, less `sentLost` and `sentHeld` and plus `sentAdded`, is on the wire. Received: what the
-/// wire brings, with the same three, is what the port's receiver counts. Queue: the frames that entered the
-/// receive queue were taken or cleared, or are left in it.
+/// What happened to a port's frames since the script was loaded, beyond OrvoSimPort; all of it balances.
+/// Sent: what left the port, less `sentLost` and `sentHeld`, plus `sentAdded`, is on the wire. Received: what
+/// the wire brings, less and plus the same three, is what the receiver counts. Queue: what entered the
+/// receive queue was taken or cleared, or is left in it.
 struct OrvoSimPortAccount {
-    uint64_t refusedFrames;        ///< handed over while the board did not answer
-    uint64_t sentPassed;           ///< that the wire took, where faults of a script may befall them
-    uint64_t sentLost;             ///< behind the port, by faults on the wire
-    uint64_t sentAdded;            ///< as above
-    uint64_t sentHeld;             ///< as above, and not yet let go
-    uint64_t receivedLost;         ///< before the port, by faults on the wire
-    uint64_t receivedAdded;        ///< as above
-    uint64_t receivedHeld;         ///< as above, and not yet let go
+    uint64_t refusedFrames;        ///< handed over by the host while the board did not answer
+    uint64_t sentPassed;           ///< taken by the wire; counted on ports with faults on what they send
+    uint64_t sentLost;             ///< lost behind the port, by faults on the wire
+    uint64_t sentAdded;            ///< added behind the port, by faults on the wire
+    uint64_t sentHeld;             ///< held back behind the port now
+    uint64_t receivedLost;         ///< lost before the port, by faults on the wire
+    uint64_t receivedAdded;        ///< added before the port, by faults on the wire
+    uint64_t receivedHeld;         ///< held back before the port now
     uint64_t takenFrames;          ///< transmissions that the host began to read
     uint64_t failedFrames;         ///< those of them that a failing read lost
-    uint64_t clearedFrames;        ///< that the host dropped by clearing the queue
-    uint64_t leftFrames;           ///< in the queue now
+    uint64_t clearedFrames;        ///< dropped by the host, which cleared the queue
+    uint64_t leftFrames;           ///< in the receive queue now
     uint64_t leftReports;          ///< words in the action command queue now
     uint64_t linkLosses;           ///< times that the link went down
-    uint64_t linkDownMicroseconds; ///< how long it was down, all in all
+    uint64_t linkDownMicroseconds; ///< how long it was down in total
     int hasActionReader;           ///< 1: the host has read the action command queue
 };
 /// Reads a port's account into `out`. OrvoSimNoSuchPlace also before the first script.
