@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // As Instructions.cpp, for the simulated board alone: a frame written to port 0's transmitter and read from
 // port 1's queue, as the plug-in does, on one thread.
-#include "RegisterTable.h"
+#include "firmware/RegisterTable.h"
 
 #include <orvo/hal/orvo_hal.h>
 #include <orvo/sim/orvo_sim.h>

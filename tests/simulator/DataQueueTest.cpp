@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The ring of a data queue under several threads.
-#include "board/DataQueue.h"
+#include "mac/DataQueue.h"
 
 #include <gmock/gmock.h>
 

@@ -1,46 +1,43 @@
 // SPDX-License-Identifier: MIT
 // A board's registers, its FPGA and its power.
-#include "Board.h"
+#include "board/Board.h"
 
-#include "Link.h"
-#include "faults/BoardFaults.h"
+#include "board/BoardFaults.h"
+#include "board/Cabling.h"
 
-#include <algorithm>
+#include <utility>
 
 namespace orvo::sim {
 
 namespace {
 
-Port::Setup portSetup(const BoardConfiguration& board, const FirmwareProfile& firmware, unsigned number) {
-    const std::uint32_t registers = number < board.ports ? firmware.portRegisters(number) : 0;
+Port::Setup portSetup(const BoardConfiguration& board, unsigned number) {
+    const std::uint32_t registers = number < board.ports ? board.profile->portRegisters(number) : 0;
     return {{board.index, number}, registers, board.receiveQueueWords, board.actionQueueWords};
+}
+
+/// The bits of a board register that the host can write.
+constexpr std::uint64_t writableBits(Register written) noexcept {
+    if (written == Register::GigE_Mdio) return 0xFFFF;
+    if (written == Register::GigE_MdioRegAddr || written == Register::GigE_MdioPhyAddr) return 31;
+    return written == Register::GigE_TxStart || written == Register::GigE_RxEnable ? 1 : 0;
 }
 
 } // namespace
 
-Board::Board(const BoardConfiguration& configuration, const FirmwareProfile& firmware)
-    : configuration_(configuration), firmware_(firmware),
-      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, firmware, 0)),
-                                                   Port(portSetup(configuration, firmware, 1)),
-                                                   Port(portSetup(configuration, firmware, 2)),
-                                                   Port(portSetup(configuration, firmware, 3))},
-      mdio_(ports()) {
+Board::Board(const BoardConfiguration& configuration)
+    : configuration_(configuration),
+      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, 0)),
+                                                   Port(portSetup(configuration, 1)),
+                                                   Port(portSetup(configuration, 2)),
+                                                   Port(portSetup(configuration, 3))} {
     {
         const std::lock_guard lock(benchMutex);
         for (Port& port : ports()) port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
+        stored(Register::GigE_Reset) = allPorts; // PHYs power up by themselves, out of reset
+        setEnables(true);                        // as a host that ran before left the board
     }
-    if (configuration.cold)
-        unloadFpga();
-    else
-        start();
-}
-
-/// As a host that ran before left it: everything on, and the PHYs, which power up by themselves, out of
-/// reset.
-void Board::start() noexcept {
-    const std::lock_guard lock(benchMutex);
-    setEnables(true, true);
-    for (Port& port : ports()) port.setTransmitterStart(true);
+    if (configuration.cold) unloadFpga();
 }
 
 void Board::setPresent(bool present, SimTime since) noexcept {
@@ -56,7 +53,8 @@ void Board::setPresent(bool present, SimTime since) noexcept {
     }
 }
 
-void Board::setScript(BoardFaults& script) noexcept {
+void Board::setScript(BoardFaults& script) {
+    accessFaults_.setScript(script.accessRows());
     script_.store(&script, std::memory_order_release);
     condition_.set(Trouble::Script, true);
 }
@@ -68,8 +66,8 @@ void Board::passScript() {
 int Board::configureFpga(const OrvoSimRegisterMap* applet) {
     passScript();
     if (!isPresent()) return OrvoSimHalBoardGone;
-    if (const auto failure = faults_.takeConfigureFailure()) return *failure;
-    if (applet != &firmware_.map()) return OrvoSimHalNoApplet;
+    if (const auto failure = accessFaults_.take(configurations)) return failure->result;
+    if (applet != &firmware().map()) return OrvoSimHalNoApplet;
     condition_.set(Trouble::NoApplet, false);
     return 0;
 }
@@ -78,17 +76,16 @@ void Board::unloadFpga() noexcept {
     const std::lock_guard lock(benchMutex);
     condition_.set(Trouble::NoApplet, true);
     setResetLines(0);
-    setEnables(false, false);
-    for (Port& port : ports()) port.setTransmitterStart(false);
+    setEnables(false);
 }
 
 int Board::refusal() const noexcept {
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
     if (condition_.has(Trouble::NoApplet)) return OrvoSimHalNoApplet;
-    return 0; // faults concern reads
+    return 0; // armed faults concern reads
 }
 
-/// Between the words of a frame nothing happens.
+/// Faults that are due wait until the host has written a whole frame.
 int Board::writeTroubled(std::uint32_t address, std::uint64_t value) noexcept {
     const bool isInFrame = (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) ||
                            (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteComplete);
@@ -109,119 +106,93 @@ int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     return condition_.isGood() ? writeUsual(address, value) : writeTroubled(address, value);
 }
 
-/// Of interest where the register is the result of an MDIO read.
+/// The PHY address in the MDIO master; needed, and read, only where the result of an MDIO read is read.
 std::uint64_t Board::selectedPhy(std::uint32_t address) {
     if (address != static_cast<std::uint32_t>(Register::MdioReadReg)) return 0;
     const std::lock_guard lock(benchMutex);
-    return mdio_.phyAddress();
+    return stored(Register::GigE_MdioPhyAddr);
 }
 
 int Board::readRegister(std::uint32_t address, std::uint64_t& value) {
     if (condition_.isGood()) return readUsual(address, value);
     passScript();
     if (const int refused = refusal(); refused != 0) return refused;
-    if (condition_.has(Trouble::RegisterFaults)) {
-        if (const auto answer = faults_.takeRegisterAnswer(address)) {
-            if (answer->result == 0) value = answer->value;
-            return answer->result;
-        }
-    }
-    if (condition_.has(Trouble::Script)) {
-        if (const auto answer = script()->read(address, selectedPhy(address))) {
-            if (answer->result == 0) value = answer->value;
-            return answer->result;
-        }
-    }
-    return readUsual(address, value);
+    const auto answer = accessFaults_.take(address, selectedPhy(address));
+    if (!answer) return readUsual(address, value);
+    if (answer->result == 0) value = answer->value;
+    return answer->result;
+}
+
+bool Board::hasBoardRegister(std::uint32_t address) const noexcept {
+    return (address & ~registerOffsets) == boardScope &&
+           (firmware().boardRegisters() & registerBit(address)) != 0;
 }
 
 bool Board::writeBoardRegister(std::uint32_t address, std::uint64_t value) noexcept {
-    const std::uint32_t scope = address & ~registerOffsets;
-    if (scope != boardScope || (firmware_.boardRegisters() & registerBit(address)) == 0) return false;
+    if (!hasBoardRegister(address)) return false;
+    const auto written = static_cast<Register>(address);
     const std::lock_guard lock(benchMutex);
-    switch (static_cast<Register>(address)) {
-    case Register::GigE_MdioRD:
-        mdio_.read();
-        break;
-    case Register::GigE_MdioWR:
-        mdio_.write();
-        break;
-    case Register::GigE_Mdio:
-        mdio_.setData(value);
-        break;
-    case Register::GigE_MdioRegAddr:
-        mdio_.selectRegister(value);
-        break;
-    case Register::GigE_MdioPhyAddr:
-        mdio_.selectPhy(value);
-        break;
-    case Register::GigE_Reset:
-        setResetLines(static_cast<unsigned>(value));
-        break;
-    case Register::GigE_TxStart:
-        setEnables((value & 1) != 0, receivers_);
-        break;
-    case Register::GigE_RxEnable:
-        setEnables(transmitters_, (value & 1) != 0);
-        break;
-    default:
-        break; // the rest can only be read
+    if (written == Register::GigE_Reset) {
+        setResetLines(value & allPorts);
+        return true;
     }
+    if (const auto bits = writableBits(written); bits != 0) stored(written) = value & bits;
+    if (written == Register::GigE_MdioRD) readPhy();
+    if (written == Register::GigE_MdioWR) writePhy();
+    if (written == Register::GigE_TxStart || written == Register::GigE_RxEnable) updateEnables();
     return true;
 }
 
 bool Board::readBoardRegister(std::uint32_t address, std::uint64_t& value) noexcept {
-    const std::uint32_t scope = address & ~registerOffsets;
-    if (scope != boardScope || (firmware_.boardRegisters() & registerBit(address)) == 0) return false;
+    if (!hasBoardRegister(address)) return false;
     const std::lock_guard lock(benchMutex);
-    switch (static_cast<Register>(address)) {
-    case Register::MdioReadReg:
-        value = mdio_.result();
-        break;
-    case Register::GigE_Mdio:
-        value = mdio_.data();
-        break;
-    case Register::GigE_MdioRegAddr:
-        value = mdio_.phyRegister();
-        break;
-    case Register::GigE_MdioPhyAddr:
-        value = mdio_.phyAddress();
-        break;
-    case Register::GigE_Reset:
-        value = resetLines_;
-        break;
-    case Register::GigE_TxStart:
-        value = transmitters_;
-        break;
-    case Register::GigE_RxEnable:
-        value = receivers_;
-        break;
-    default:
-        value = 0; // the rest can only be written
-    }
+    value = stored(static_cast<Register>(address)); // 0 where the register can only be written
     return true;
 }
 
-void Board::setResetLines(unsigned lines) noexcept {
-    const unsigned changed = (lines ^ resetLines_) & allPorts;
-    resetLines_ = lines & allPorts;
+/// An MDIO transaction is complete when the write that starts it returns.
+void Board::readPhy() noexcept {
+    const auto phy = stored(Register::GigE_MdioPhyAddr);
+    const auto number = static_cast<unsigned>(stored(Register::GigE_MdioRegAddr));
+    stored(Register::MdioReadReg) =
+        phy < ports().size() ? ports_[phy].phy().read(number, simClock.now()) : noPhyAnswers;
+}
+
+void Board::writePhy() noexcept {
+    const auto phy = stored(Register::GigE_MdioPhyAddr);
+    if (phy >= ports().size()) return;
+    const auto number = static_cast<unsigned>(stored(Register::GigE_MdioRegAddr));
+    const auto data = static_cast<std::uint16_t>(stored(Register::GigE_Mdio));
+    if (ports_[phy].phy().write(number, data, simClock.now()))
+        renegotiate(ports_[phy]);
+    else
+        ports_[phy].updateGate(); // the isolate bit may have changed
+}
+
+void Board::setResetLines(std::uint64_t lines) noexcept {
+    const auto changed = std::exchange(stored(Register::GigE_Reset), lines) ^ lines;
     for (Port& port : ports()) {
         const unsigned bit = 1U << port.place().port;
         if ((changed & bit) == 0) continue;
-        if ((resetLines_ & bit) != 0)
+        if ((lines & bit) != 0)
             port.phy().releaseReset(simClock.now());
         else
             port.phy().holdInReset();
         renegotiate(port);
     }
-    setEnables(transmitters_, receivers_);
+    updateEnables();
 }
 
-void Board::setEnables(bool transmitters, bool receivers) noexcept {
-    transmitters_ = transmitters;
-    receivers_ = receivers;
+void Board::setEnables(bool on) noexcept {
+    stored(Register::GigE_TxStart) = stored(Register::GigE_RxEnable) = on;
+    updateEnables();
+    for (Port& port : ports()) port.setTransmitterStart(on);
+}
+
+void Board::updateEnables() noexcept {
     for (Port& port : ports())
-        port.setBoardEnables(transmitters, receivers, (resetLines_ & 1U << port.place().port) != 0);
+        port.setBoardEnables(stored(Register::GigE_TxStart) != 0, stored(Register::GigE_RxEnable) != 0,
+                             (stored(Register::GigE_Reset) >> port.place().port & 1) != 0);
 }
 
 void Board::report(unsigned port, OrvoSimPort& out) {

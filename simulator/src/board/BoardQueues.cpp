@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The host's side of a board's data queues.
-#include "Board.h"
+#include "board/Board.h"
 
-#include "faults/BoardFaults.h"
+#include "board/BoardFaults.h"
 
 #include <orvo/hal/orvo_hal.h>
 
@@ -12,7 +12,7 @@ namespace orvo::sim {
 
 namespace {
 
-/// Virtual time gives other threads this much real time to put something into a queue that is read.
+/// In virtual time, other threads get this much real time to fill a queue that is being read.
 constexpr std::chrono::milliseconds virtualPatience{1};
 
 void awaitWords(DataQueue& queue, std::size_t words, std::chrono::milliseconds limit) {
@@ -36,6 +36,7 @@ DataQueue* Board::queue(unsigned number) noexcept {
 }
 
 int Board::clearQueue(unsigned number) {
+    if (const int refused = refusal(); refused != 0) return refused;
     DataQueue* const found = queue(number);
     if (!found) return OrvoSimHalNoQueue;
     found->clear();
@@ -50,41 +51,39 @@ std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t*
     return source.take(out, words);
 }
 
-/// As the read reports them.
+/// The number of bytes that the read reports.
 int Board::reported(unsigned number, int bytes) {
-    const bool isOdd = bytes > 0 && condition_.has(Trouble::QueueFaults);
-    return isOdd ? bytes + faults_.takeMisreport(number).value_or(0) : bytes;
+    if (bytes <= 0 || !condition_.has(Trouble::CalledFaults)) return bytes;
+    const auto fault = accessFaults_.take(queueDeliveries + number);
+    return fault ? bytes + fault->result : bytes;
 }
 
 int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
-    if (condition_.has(Trouble::Script)) [[unlikely]]
-        return readScripted(*source, number, out, words, timeoutMs);
-    if (!condition_.isGood()) {
-        if (const int refused = refusal(); refused != 0) return refused;
-        if (const auto failure = faults_.takeReadFailure(number)) return *failure;
-    }
+    if (!condition_.isGood()) [[unlikely]]
+        return readTroubled(*source, number, out, words, timeoutMs);
     if (words == 0) return 0;
     const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
     return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
 }
 
-/// The same where a script accounts for every word.
-int Board::readScripted(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+/// A read while the board is in trouble, or a script accounts for every word.
+int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                         std::uint32_t timeoutMs) {
     passScript();
-    QueueFaults* const frames = number < maxPorts ? &script()->queue(number) : nullptr;
+    BoardFaults* const rules = condition_.has(Trouble::Script) ? script() : nullptr;
+    QueueFaults* const frames = rules && number < maxPorts ? &rules->queue(number) : nullptr;
     if (const int refused = refusal(); refused != 0) {
         if (frames) frames->refused(source);
         return refused;
     }
-    if (const auto failure = faults_.takeReadFailure(number)) return *failure;
+    if (const auto failure = accessFaults_.take(queueReads + number)) return failure->result;
     if (words == 0) return 0;
     if (frames)
         if (const auto result = frames->readStaged(out, words)) return *result;
-    if (!frames) script()->noteActionRead(number - firstActionQueue);
+    if (rules && !frames) rules->noteActionRead(number - firstActionQueue);
     const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
     if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
     return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Cables between ports, and all that ends outside the simulation.
-#include "Cabling.h"
-
-#include "Link.h"
+// Cables between ports, wires that end outside the simulation, and who negotiates with whom.
+#include "board/Cabling.h"
 
 namespace orvo::sim {
 
@@ -22,7 +20,7 @@ void install(Port& port, const WireSpec& spec, Port* far, std::unique_ptr<Wire> 
     cabling.pluggedAt = now;
 }
 
-/// Where a cable is taken away from a port, its other end hangs in the air.
+/// Unplugs the other end of a port's cable.
 void dropFarEnd(Port& port, SimTime now) {
     Port* far = port.cabling().far;
     if (!far) return;
@@ -42,12 +40,33 @@ void plugCable(Port& port, Port& far, SimTime now) {
     install(far, toPort, &port, std::move(farWire), now);
 }
 
+LinkEnd limited(LinkEnd end, OrvoSimPartner offer) noexcept {
+    if (offer == OrvoSimPartner100)
+        end.gigabit &= static_cast<std::uint16_t>(~(gigabit::full | gigabit::half));
+    if (offer == OrvoSimPartnerDown) end.activeSince = never;
+    return end;
+}
+
+/// The far end of a cable that leads to no port: a switch that is always ready, if anything is there.
+LinkEnd outsidePartner(const Port& port) noexcept {
+    LinkEnd end;
+    if (port.hasCarrier()) end.activeSince = always;
+    end.ability = ability::allWithPause;
+    end.gigabit = gigabit::full | gigabit::multiPort;
+    return end;
+}
+
+void setLink(Port& port, const Link& link, SimTime now) noexcept {
+    port.phy().setLink(link, now);
+    port.updateGate();
+}
+
 } // namespace
 
 void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTime now) {
     Port& port = portAt(place, findPort);
     if (spec.kind == WireSpec::Kind::Tap && spec.interface == port.cabling().spec.interface)
-        return; // stays: a TAP has one user at a time
+        return; // a TAP has one user at a time, so the wire stays
     if (spec.kind == WireSpec::Kind::Port) {
         Port& far = portAt(spec.far, findPort);
         if (&far == &port)
@@ -58,6 +77,30 @@ void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTi
         dropFarEnd(port, now);
         install(port, spec, nullptr, std::move(wire), now);
     }
+    renegotiate(port);
+}
+
+void renegotiate(Port& port) noexcept {
+    const SimTime now = simClock.now();
+    const PortCabling& cabling = port.cabling();
+    const LinkEnd own = port.phy().end();
+    if (!cabling.far) {
+        const LinkEnd partner = limited(outsidePartner(port), cabling.partner);
+        setLink(port, negotiate(own, partner, cabling.pluggedAt, false), now);
+        return;
+    }
+    Port& far = *cabling.far;
+    const LinkEnd ownSeen = limited(own, far.cabling().partner);
+    const LinkEnd farSeen = limited(far.phy().end(), cabling.partner);
+    const bool wins = port.place() < far.place();
+    setLink(port, negotiate(ownSeen, farSeen, cabling.pluggedAt, wins), now);
+    // NOLINTNEXTLINE(readability-suspicious-call-argument): the same from the far end
+    setLink(far, negotiate(farSeen, ownSeen, cabling.pluggedAt, !wins), now);
+}
+
+void setPartner(Port& port, OrvoSimPartner partner, SimTime since) noexcept {
+    port.cabling().partner = partner;
+    port.cabling().pluggedAt = since; // the far end starts negotiating then
     renegotiate(port);
 }
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Device handles of one board: numbers that look like pointers and can be told valid, released and foreign
-// apart.
+// Device handles of one board: numbers that look like pointers, and that can be recognised as open, released
+// or foreign.
 #pragma once
 
 #include "config/Configuration.h"
@@ -14,12 +14,8 @@
 namespace orvo::sim {
 
 /// A handle: bits 48 to 63 a mark, 40 to 47 the board, 32 to 39 the slot, 0 to 31 how often the slot was
-/// opened. It is never followed as a pointer, so no handle, however old or wrong, can lead astray.
+/// opened. It is never dereferenced, so old and wrong handles do no harm.
 using HandleBits = std::uint64_t;
-
-constexpr unsigned boardOfHandle(HandleBits handle) noexcept {
-    return static_cast<unsigned>(handle >> 40) & 0xFF;
-}
 
 inline constexpr unsigned slotsPerBoard = 256;
 
@@ -27,13 +23,13 @@ class Board;
 
 /// Where a handle is noted while it is open.
 struct HandlePlace {
-    /// The complement of the open one. At first 0, and the last one itself when it was closed: complements of
-    /// values whose places are others, and so of nothing that is looked for here.
+    /// The complement of the open handle. After closing, the handle itself; at first 0: neither is the
+    /// complement of a handle that belongs here.
     std::atomic<HandleBits> noted{0};
     std::atomic<Board*> board{nullptr}; ///< set before the first one was opened
 };
 
-/// The places of all boards' handles; those of one board lie together.
+/// The places of all boards' handles, board by board.
 inline constexpr std::size_t handlePlaceCount = std::size_t{maxBoards} * slotsPerBoard;
 extern std::array<HandlePlace, handlePlaceCount> handlePlaces;
 
@@ -41,7 +37,7 @@ inline HandlePlace& placeOf(HandleBits handle) noexcept {
     return handlePlaces[(handle >> 32) % handlePlaceCount];
 }
 
-/// The board of a device handle; null for one that is not open. Any thread, on every call of the host.
+/// The board of a device handle; null for one that is not open. Any thread; runs on every call of the host.
 inline Board* openBoardOf(void* device) noexcept {
     const auto handle = reinterpret_cast<HandleBits>(device);
     const HandlePlace& place = placeOf(handle);
@@ -59,16 +55,13 @@ public:
     /// False when the handle is not open.
     bool close(HandleBits handle) noexcept;
 
-    /// Of a handle that is not open: true when it was.
-    bool wasOpen(HandleBits handle) const noexcept;
+    /// Whether a handle that is not open was open before. Any thread.
+    static bool wasOpen(HandleBits handle) noexcept;
 
 private:
-    HandleBits handleOf(unsigned slot, std::uint32_t generation) const noexcept;
-
     Board& board_;
     const unsigned index_;
-    std::mutex mutex_;                                                    // taken to open and close
-    std::array<std::atomic<std::uint32_t>, slotsPerBoard> generations_{}; // how often each slot was opened
+    std::mutex mutex_; // taken to open and close
 };
 
 } // namespace orvo::sim

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// A port's registers, and its wire.
-#include "Port.h"
+// A port's registers and its wire.
+#include "board/Port.h"
 
-#include "Link.h"
+#include "board/Cabling.h"
 #include "faults/PhyFaults.h"
 #include "faults/WireFaults.h"
 
@@ -21,11 +21,10 @@ FrameSink& Port::sink() noexcept {
     return receiver_;
 }
 
-void Port::setFaults(WireFaults* sent, WireFaults* received, PhyFaults* phy) noexcept {
-    sentFaults_ = sent && !sent->empty() ? sent : nullptr;
-    const bool isFaulty = received && !received->empty();
-    faultySink_ = isFaulty ? std::make_unique<FaultySink>(receiver_, *received) : nullptr;
-    phy_.setResetWatch(phy && !phy->empty() ? phy : nullptr);
+void Port::setFaults(WireFaults& sent, WireFaults& received, PhyFaults& phy) {
+    sentFaults_ = sent.empty() ? nullptr : &sent;
+    faultySink_ = received.empty() ? nullptr : std::make_unique<FaultySink>(receiver_, received);
+    phy_.setResetWatch(phy.empty() ? nullptr : &phy);
 }
 
 bool Port::hasWireFaults() const noexcept {
@@ -42,26 +41,6 @@ void Port::presetCounters(std::uint64_t value) noexcept {
     receiver_.presetCounters(value);
 }
 
-bool Port::writeOther(std::uint32_t address, std::uint64_t value) noexcept {
-    otherWrites_.add(1);
-    switch (static_cast<Register>(address & ~portBits)) {
-    case Register::GigeTxDisableCrcGeneration:
-        transmitter_.setCrcGeneration((value & 1) == 0);
-        break;
-    case Register::ActionCmdConfigData:
-        actionCommandConfig_.store(value, std::memory_order_relaxed);
-        break;
-    case Register::GigeTxStart: {
-        const std::lock_guard lock(benchMutex);
-        setTransmitterStart((value & 1) != 0);
-        break;
-    }
-    default:
-        break; // the rest can only be read
-    }
-    return true;
-}
-
 bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     if (!has(address)) return false;
     switch (static_cast<Register>(address & ~portBits)) {
@@ -74,47 +53,53 @@ bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     case Register::GigeWriteComplete:
         transmitter_.transmit();
         return true;
+    case Register::GigeTxDisableCrcGeneration:
+        transmitter_.setCrcGeneration((value & 1) == 0);
+        break;
+    case Register::ActionCmdConfigData:
+        actionCommandConfig_.store(value, std::memory_order_relaxed);
+        break;
+    case Register::GigeTxStart: {
+        const std::lock_guard lock(benchMutex);
+        setTransmitterStart((value & 1) != 0);
+        break;
+    }
     default:
-        return writeOther(address, value);
+        break; // the others can only be read
+    }
+    otherWrites_.add(1);
+    return true;
+}
+
+std::uint64_t Port::content(Register of) const noexcept {
+    switch (of) {
+    case Register::GigeTxTransferActive:
+        return transmitter_.isBusy();
+    case Register::GigeRecvPktCnt:
+    case Register::CtrlPktReceivedCnt: // every frame is meant for the host
+        return receiver_.goodFrames();
+    case Register::GigeRecvErrCnt:
+        return receiver_.errors();
+    case Register::CtrlPktSendUiqCnt:
+        return receiver_.queuedFrames();
+    case Register::GvspFiFoOverflow_GigeTransceiver:
+        return receiver_.overflowFrames();
+    case Register::GvcpFiFoNotEmpty_GigeTransceiver:
+        return receiveQueue_.words() != 0;
+    case Register::GigeTxDisableCrcGeneration:
+        return !transmitter_.crcGeneration();
+    case Register::ActionCmdConfigData:
+        return actionCommandConfig_.load(std::memory_order_relaxed);
+    case Register::GigeTxStart:
+        return transmitterStart_.load(std::memory_order_relaxed);
+    default:
+        return 0; // the others can only be written
     }
 }
 
 bool Port::readRegister(std::uint32_t address, std::uint64_t& value) const noexcept {
     if (!has(address)) return false;
-    switch (static_cast<Register>(address & ~portBits)) {
-    case Register::GigeTxTransferActive:
-        value = transmitter_.isBusy();
-        break;
-    case Register::GigeRecvPktCnt:
-        value = receiver_.goodFrames();
-        break;
-    case Register::GigeRecvErrCnt:
-        value = receiver_.errors();
-        break;
-    case Register::CtrlPktReceivedCnt:
-        value = receiver_.goodFrames();
-        break; // every frame is the host's
-    case Register::CtrlPktSendUiqCnt:
-        value = receiver_.queuedFrames();
-        break;
-    case Register::GvspFiFoOverflow_GigeTransceiver:
-        value = receiver_.overflowFrames();
-        break;
-    case Register::GvcpFiFoNotEmpty_GigeTransceiver:
-        value = receiveQueue_.words() != 0;
-        break;
-    case Register::GigeTxDisableCrcGeneration:
-        value = !transmitter_.crcGeneration();
-        break;
-    case Register::ActionCmdConfigData:
-        value = actionCommandConfig_.load(std::memory_order_relaxed);
-        break;
-    case Register::GigeTxStart:
-        value = transmitterStart_.load(std::memory_order_relaxed);
-        break;
-    default:
-        value = 0; // the rest can only be written
-    }
+    value = content(static_cast<Register>(address & ~portBits));
     return true;
 }
 
@@ -138,7 +123,7 @@ void Port::setWire(std::unique_ptr<Wire> wire) noexcept {
 bool Port::farEndChanged() noexcept {
     const std::unique_lock lock(benchMutex, std::try_to_lock);
     if (!lock) return false;
-    cabling_.pluggedAt = simClock.now(); // the far end begins anew
+    cabling_.pluggedAt = simClock.now(); // the far end starts negotiating now
     renegotiate(*this);
     return true;
 }

@@ -2,11 +2,11 @@
 // One GigE port: its registers, its data queues, its PHY and what it is cabled with.
 #pragma once
 
-#include "DataQueue.h"
-#include "PortGate.h"
-#include "Receiver.h"
-#include "RegisterTable.h"
-#include "Transmitter.h"
+#include "firmware/RegisterTable.h"
+#include "mac/DataQueue.h"
+#include "mac/PortGate.h"
+#include "mac/Receiver.h"
+#include "mac/Transmitter.h"
 #include "phy/Phy.h"
 #include "wire/Wire.h"
 
@@ -18,14 +18,14 @@
 
 namespace orvo::sim {
 
-/// Guards everything that hands, cables and slow registers change on any board: PHYs, reset lines, enables,
-/// wires. One for all boards, since a cable joins two. No frame takes it.
+/// Guards the slow state of all boards: PHYs, reset lines, enables and wires. One mutex for all, since a
+/// cable joins two boards. No frame takes it.
 extern std::mutex benchMutex;
 
 /// The cabling of a port; guarded by the bench mutex.
 struct PortCabling {
     WireSpec spec{WireSpec::Kind::None};
-    class Port* far = nullptr; ///< at the other end, where that is a port
+    class Port* far = nullptr; ///< the port at the other end of a cable; null for other wires
     SimTime pluggedAt = always;
     OrvoSimPartner partner = OrvoSimPartner1000;
 };
@@ -47,7 +47,7 @@ public:
 
     PortPlace place() const noexcept { return place_; }
 
-    /// Accesses of the host; `address` is that of a port register. False when the firmware lacks it.
+    /// Accesses of the host to a port register. False when the firmware lacks it.
     bool writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
     bool readRegister(std::uint32_t address, std::uint64_t& value) const noexcept;
     /// The write of GigeWriteData.
@@ -60,29 +60,29 @@ public:
     DataQueue& receiveQueue() noexcept { return receiveQueue_; }
     DataQueue& actionQueue() noexcept { return actionQueue_; }
     Receiver& receiver() noexcept { return receiver_; }
-    /// Where wires deliver to: the receiver, or the faults in front of it.
+    /// Where wires deliver: the receiver, or the faults in front of it.
     FrameSink& sink() noexcept;
-    /// Sets the counters of frames and bytes, apart from those of the receive queue.
+    /// Sets the counters of frames and bytes, except those of the receive queue.
     void presetCounters(std::uint64_t value) noexcept;
 
-    /// Lets a wire that is played on demand put its next frames into the receive queue. The receive thread.
+    /// Has a wire that is played on demand deliver its next frames. The receive thread.
     void playWire() noexcept;
 
     // Under the bench mutex.
     Phy& phy() noexcept { return phy_; }
     PortCabling& cabling() noexcept { return cabling_; }
-    /// Unplugs the wire that is there, which completes its files, and plugs this one (null: none).
+    /// Unplugs the present wire, which completes its files, and plugs in this one (null: none).
     void setWire(std::unique_ptr<Wire> wire) noexcept;
-    /// Puts these faults between the port and the wires that are plugged in from now on; null: none. No wire
-    /// is plugged in now.
-    void setFaults(WireFaults* sent, WireFaults* received, PhyFaults* phy) noexcept;
+    /// Puts these faults, which must outlive the port, between it and the wires that are plugged in from now
+    /// on. Call it while no wire with faults is plugged in.
+    void setFaults(WireFaults& sent, WireFaults& received, PhyFaults& phy);
     bool hasWireFaults() const noexcept;
-    /// Lets go on what the faults hold back.
+    /// Lets frames go on that faults hold back.
     void releaseFrames() noexcept;
-    /// Whether the wire that is there, if any, leads to somebody.
+    /// Whether there is a wire, and its far end is up.
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
-    /// Brings the gate in line with the PHY, and with the board's enables and reset line.
+    /// Opens or closes the gate as the PHY says.
     void updateGate() noexcept { gate_.setPassesFrom(phy_.passesFramesFrom()); }
     void setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept;
     void setTransmitterStart(bool on) noexcept;
@@ -90,8 +90,8 @@ public:
 
 private:
     bool has(std::uint32_t address) const noexcept { return (registers_ & registerBit(address)) != 0; }
+    std::uint64_t content(Register of) const noexcept;
     bool farEndChanged() noexcept override;
-    bool writeOther(std::uint32_t address, std::uint64_t value) noexcept;
     void updateEnables() noexcept;
 
     const PortPlace place_;
@@ -112,7 +112,7 @@ private:
 
     Phy phy_;
     PortCabling cabling_;
-    std::mutex playing_;         // keeps the wire in place while the receive thread has it play
+    std::mutex playing_;         // held while the receive thread plays the wire, so that it stays
     std::unique_ptr<Wire> wire_; // changed under both mutexes
     std::atomic<bool> isPlayed_{false};
     WireFaults* sentFaults_ = nullptr;

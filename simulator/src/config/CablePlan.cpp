@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Checking of cables.
-#include "CablePlan.h"
+// Which wires the ports get when the simulation starts.
+#include "config/Configuration.h"
 
 #include <algorithm>
 #include <map>
-#include <optional>
 
 namespace orvo::sim {
 
 namespace {
 
-/// What a port was given, and where.
-struct Taken {
-    std::optional<PortPlace> far;
-    unsigned line = 1;
-};
-using TakenPorts = std::map<PortPlace, Taken>;
+/// The wire of each port so far; a cable stands at both its ends.
+using TakenPorts = std::map<PortPlace, const WireConfiguration*>;
 
 bool isThere(const std::vector<BoardConfiguration>& boards, PortPlace place) {
     return std::any_of(boards.begin(), boards.end(), [place](const BoardConfiguration& board) {
@@ -23,25 +18,22 @@ bool isThere(const std::vector<BoardConfiguration>& boards, PortPlace place) {
     });
 }
 
-void take(TakenPorts& taken, PortPlace place, const Taken& by, const std::filesystem::path& file) {
-    const auto [before, isNew] = taken.emplace(place, by);
-    if (!isNew)
-        throw ConfigurationError(file, by.line,
-                                 "port " + toText(place) + " is cabled twice, here and in line " +
-                                     std::to_string(before->second.line));
+bool isCable(const WireConfiguration& wire) {
+    return wire.wire.kind == WireSpec::Kind::Port;
 }
 
-/// False for a cable that its other end named before.
-bool takeEnds(TakenPorts& taken, const WireConfiguration& wire, const std::filesystem::path& file) {
-    if (wire.wire.kind != WireSpec::Kind::Port) {
-        take(taken, wire.place, {std::nullopt, wire.line}, file);
-        return true;
-    }
-    const auto before = taken.find(wire.place);
-    if (before != taken.end() && before->second.far == wire.wire.far) return false;
-    take(taken, wire.place, {wire.wire.far, wire.line}, file);
-    take(taken, wire.wire.far, {wire.place, wire.line}, file);
-    return true;
+/// Both name one cable, each at its own end.
+bool areEnds(const WireConfiguration& one, const WireConfiguration& other) {
+    return isCable(one) && isCable(other) && one.wire.far == other.place && other.wire.far == one.place;
+}
+
+void take(TakenPorts& taken, PortPlace place, const WireConfiguration& wire,
+          const std::filesystem::path& file) {
+    const auto [before, isNew] = taken.emplace(place, &wire);
+    if (!isNew)
+        throw ConfigurationError(file, wire.line,
+                                 "port " + toText(place) + " is cabled twice, here and in line " +
+                                     std::to_string(before->second->line) + "; remove one of the two");
 }
 
 } // namespace
@@ -53,14 +45,20 @@ std::vector<WireConfiguration> planCables(const std::vector<BoardConfiguration>&
                      [](const auto& a, const auto& b) { return a.line < b.line; });
     std::vector<WireConfiguration> plan;
     TakenPorts taken;
-    for (auto& wire : wanted) {
+    for (const auto& wire : wanted) {
         const PortPlace far = wire.wire.far;
-        if (wire.wire.kind == WireSpec::Kind::Port && !isThere(boards, far))
-            throw ConfigurationError(file, wire.line, "there is no port " + toText(far) + " to cable to");
-        if (wire.wire.kind == WireSpec::Kind::Port && far == wire.place)
+        if (isCable(wire) && !isThere(boards, far))
+            throw ConfigurationError(file, wire.line,
+                                     "there is no port " + toText(far) +
+                                         " to cable to; name a port of a [[board]] in this file");
+        if (isCable(wire) && far == wire.place)
             throw ConfigurationError(file, wire.line,
                                      "port " + toText(far) + " cannot be cabled to itself; use loopback");
-        if (takeEnds(taken, wire, file)) plan.push_back(std::move(wire));
+        const auto before = taken.find(wire.place);
+        if (before != taken.end() && areEnds(*before->second, wire)) continue;
+        take(taken, wire.place, wire, file);
+        if (isCable(wire)) take(taken, far, wire, file);
+        plan.push_back(wire);
     }
     for (const auto& board : boards)
         for (unsigned port = 0; port < board.ports; ++port)

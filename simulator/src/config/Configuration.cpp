@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Reading of configuration files.
-#include "Configuration.h"
+#include "config/Configuration.h"
 
-#include "CablePlan.h"
-#include "TextFile.h"
-#include "TomlTable.h"
+#include "config/TomlTable.h"
 
 #include <algorithm>
 #include <charconv>
@@ -32,6 +30,16 @@ FirmwareVersion readVersion(TomlTable& table, const char* key, const std::string
     return version;
 }
 
+/// Reads a number into a field, which keeps its value where the table lacks the key.
+template <class Number>
+void readNumber(TomlTable& table, const char* key, Number& field, std::uint64_t least, std::uint64_t most) {
+    field = static_cast<Number>(table.integer(key, least, most, field));
+}
+
+bool isVersion(const std::unique_ptr<FirmwareProfile>& profile, FirmwareVersion version) {
+    return profile && profile->version() == version;
+}
+
 /// The whole file while it is read.
 class Reader {
 public:
@@ -43,7 +51,7 @@ public:
         table.forEachTable("board", [this](const toml::table& entry) { readBoard(entry); });
         table.refuseOtherKeys();
         if (result_.boards.empty()) result_.boards = defaultConfiguration().boards;
-        for (const auto& board : result_.boards) needFirmware(board.firmware);
+        for (auto& board : result_.boards) findFirmware(board);
         std::sort(result_.boards.begin(), result_.boards.end(),
                   [](const auto& a, const auto& b) { return a.index < b.index; });
         result_.wires = planCables(result_.boards, std::move(wires_), file_);
@@ -51,89 +59,94 @@ public:
     }
 
 private:
-    void readFirmware(const toml::table& entry);
-    void readBoard(const toml::table& entry);
-    void readWires(TomlTable& table, const BoardConfiguration& board);
-    void needFirmware(FirmwareVersion version);
+    void readFirmware(const toml::table& entry) {
+        TomlTable table(entry, "[[firmware]]", file_);
+        const auto version = readVersion(table, "version", "");
+        for (const auto& profile : profiles_)
+            if (isVersion(profile, version))
+                table.refuse(table.lineOf("version"),
+                             "this firmware version is described twice; remove one of the two");
+        auto profile = std::make_unique<FirmwareProfile>(version);
+        table.forEachText("without", [&](const std::string& name, unsigned line) {
+            if (!profile->remove(name))
+                table.refuse(
+                    line, "unknown register '" + name +
+                              "'; give one such as GigeTxStart (of every port), GigeTxStart2 or GigE_Reset");
+        });
+        table.refuseOtherKeys();
+        profiles_.push_back(std::move(profile));
+    }
+
+    unsigned readIndex(TomlTable& table) const {
+        const unsigned next = result_.boards.empty() ? 0 : result_.boards.back().index + 1;
+        const auto index = static_cast<unsigned>(table.integer("index", 0, maxBoards - 1, next));
+        const auto line = table.lineOf("index");
+        if (index >= maxBoards) table.refuse(line, "there is no board index after 31; give a free one");
+        for (const auto& other : result_.boards)
+            if (other.index == index)
+                table.refuse(line,
+                             "board index " + std::to_string(index) + " is given twice; give a free one");
+        return index;
+    }
+
+    void readBoard(const toml::table& entry) {
+        TomlTable table(entry, "[[board]]", file_);
+        BoardConfiguration board;
+        board.index = readIndex(table);
+        board.serial = firstSerial + board.index;
+        readNumber(table, "serial", board.serial, 0, 0xFFFF'FFFF);
+        readNumber(table, "type", board.type, 0, 0xFFFF);
+        board.name = table.text("name", board.name);
+        board.cameraInterface = table.text("camera_interface", board.cameraInterface);
+        board.firmware = readVersion(table, "firmware", "1.0");
+        readNumber(table, "ports", board.ports, 0, maxPorts);
+        board.cold = table.boolean("cold", board.cold);
+        readNumber(table, "receive_queue_words", board.receiveQueueWords, smallestQueueWords,
+                   largestQueueWords);
+        readNumber(table, "action_queue_words", board.actionQueueWords, smallestQueueWords,
+                   largestQueueWords);
+        readNumber(table, "phy_reset_ms", board.phyResetMs, 0, longestTimeMs);
+        readNumber(table, "negotiation_ms", board.negotiationMs, 0, longestTimeMs);
+        readWires(table, board);
+        table.refuseOtherKeys();
+        result_.boards.push_back(std::move(board));
+    }
+
+    void readWires(TomlTable& table, const BoardConfiguration& board) {
+        table.forEachKey("wires", [&](std::string_view key, const std::string& text, unsigned line) {
+            const bool isPort =
+                key.size() == 1 && key[0] >= '0' && key[0] < static_cast<char>('0' + board.ports);
+            if (!isPort)
+                table.refuse(line, "'wires." + std::string(key) + "' names no port; board " +
+                                       std::to_string(board.index) + " has " + std::to_string(board.ports) +
+                                       ", counted from 0");
+            try {
+                const PortPlace place{board.index, static_cast<unsigned>(key[0] - '0')};
+                wires_.push_back({place, parseWire(text, file_.parent_path()), line});
+            } catch (const WireError& error) {
+                table.refuse(line, error.what());
+            }
+        });
+    }
+
+    void findFirmware(BoardConfiguration& board) {
+        const auto is = [&board](const auto& profile) { return isVersion(profile, board.firmware); };
+        auto& used = result_.firmwares;
+        auto found = std::find_if(used.begin(), used.end(), is);
+        if (found == used.end()) {
+            const auto described = std::find_if(profiles_.begin(), profiles_.end(), is);
+            found = used.insert(found, described != profiles_.end()
+                                           ? std::move(*described)
+                                           : std::make_unique<FirmwareProfile>(board.firmware));
+        }
+        board.profile = found->get();
+    }
 
     const std::filesystem::path& file_;
     Configuration result_;
-    std::vector<std::unique_ptr<FirmwareProfile>> profiles_; // in the file, until a board needs them
+    std::vector<std::unique_ptr<FirmwareProfile>> profiles_; // described in the file, not yet used by a board
     std::vector<WireConfiguration> wires_;                   // as asked for
 };
-
-bool isVersion(const std::unique_ptr<FirmwareProfile>& profile, FirmwareVersion version) {
-    return profile && profile->version() == version;
-}
-
-void Reader::readFirmware(const toml::table& entry) {
-    TomlTable table(entry, "[[firmware]]", file_);
-    const auto version = readVersion(table, "version", "");
-    for (const auto& profile : profiles_)
-        if (isVersion(profile, version))
-            table.refuse(table.lineOf("version"), "this firmware version is described twice");
-    auto profile = std::make_unique<FirmwareProfile>(version);
-    table.forEachText("without", [&](const std::string& name, unsigned line) {
-        if (!profile->remove(name)) table.refuse(line, "unknown register '" + name + "'");
-    });
-    table.refuseOtherKeys();
-    profiles_.push_back(std::move(profile));
-}
-
-void Reader::readBoard(const toml::table& entry) {
-    TomlTable table(entry, "[[board]]", file_);
-    const unsigned next = result_.boards.empty() ? 0 : result_.boards.back().index + 1;
-    BoardConfiguration board;
-    board.index = static_cast<unsigned>(table.integer("index", 0, maxBoards - 1, next));
-    if (board.index >= maxBoards) table.refuse(table.lineOf("index"), "there is no board index after 31");
-    for (const auto& other : result_.boards)
-        if (other.index == board.index)
-            table.refuse(table.lineOf("index"),
-                         "board index " + std::to_string(board.index) + " is given twice");
-    board.serial =
-        static_cast<std::uint32_t>(table.integer("serial", 0, 0xFFFF'FFFF, firstSerial + board.index));
-    board.type = static_cast<std::uint16_t>(table.integer("type", 0, 0xFFFF, board.type));
-    board.name = table.text("name", board.name);
-    board.cameraInterface = table.text("camera_interface", board.cameraInterface);
-    board.firmware = readVersion(table, "firmware", "1.0");
-    board.ports = static_cast<unsigned>(table.integer("ports", 0, maxPorts, board.ports));
-    board.cold = table.boolean("cold", board.cold);
-    board.receiveQueueWords =
-        table.integer("receive_queue_words", smallestQueueWords, largestQueueWords, board.receiveQueueWords);
-    board.actionQueueWords =
-        table.integer("action_queue_words", smallestQueueWords, largestQueueWords, board.actionQueueWords);
-    board.phyResetMs =
-        static_cast<std::uint32_t>(table.integer("phy_reset_ms", 0, longestTimeMs, board.phyResetMs));
-    board.negotiationMs =
-        static_cast<std::uint32_t>(table.integer("negotiation_ms", 0, longestTimeMs, board.negotiationMs));
-    readWires(table, board);
-    table.refuseOtherKeys();
-    result_.boards.push_back(std::move(board));
-}
-
-void Reader::readWires(TomlTable& table, const BoardConfiguration& board) {
-    table.forEachKey("wires", [&](std::string_view key, const std::string& text, unsigned line) {
-        const bool isPort = key.size() == 1 && key[0] >= '0' && key[0] < static_cast<char>('0' + board.ports);
-        if (!isPort)
-            table.refuse(line, "'wires." + std::string(key) + "' names no port; board " +
-                                   std::to_string(board.index) + " has " + std::to_string(board.ports) +
-                                   ", counted from 0");
-        try {
-            const PortPlace place{board.index, static_cast<unsigned>(key[0] - '0')};
-            wires_.push_back({place, parseWire(text, file_.parent_path()), line});
-        } catch (const WireError& error) {
-            table.refuse(line, error.what());
-        }
-    });
-}
-
-void Reader::needFirmware(FirmwareVersion version) {
-    const auto is = [version](const auto& profile) { return isVersion(profile, version); };
-    auto& used = result_.firmwares;
-    if (std::any_of(used.begin(), used.end(), is)) return;
-    const auto found = std::find_if(profiles_.begin(), profiles_.end(), is);
-    used.push_back(found != profiles_.end() ? std::move(*found) : std::make_unique<FirmwareProfile>(version));
-}
 
 } // namespace
 
@@ -141,7 +154,7 @@ Configuration defaultConfiguration() {
     Configuration configuration;
     BoardConfiguration board;
     board.serial = firstSerial;
-    configuration.firmwares.push_back(std::make_unique<FirmwareProfile>(board.firmware));
+    board.profile = configuration.firmwares.emplace_back(new FirmwareProfile(board.firmware)).get();
     configuration.boards.push_back(board);
     configuration.wires = planCables(configuration.boards, {}, {});
     return configuration;

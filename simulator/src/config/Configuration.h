@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// What the simulation consists of, as the configuration file says it.
+// The content of the configuration file: boards, firmware versions and wires.
 #pragma once
 
-#include "FirmwareProfile.h"
-#include "OneLine.h"
+#include "base/Text.h"
+#include "firmware/FirmwareProfile.h"
 #include "wire/WireSpec.h"
 
 #include <array>
@@ -20,7 +20,7 @@ namespace orvo::sim {
 
 inline constexpr unsigned maxBoards = 32;
 
-/// A file that cannot be used; what() is "FILE:LINE: REASON", or "FILE: REASON" where no line is to blame.
+/// A file that cannot be used; what() is "FILE:LINE: REASON", or "FILE: REASON" for the file as a whole.
 struct ConfigurationError : std::runtime_error {
     ConfigurationError(const std::filesystem::path& file, unsigned line, const std::string& reason)
         : std::runtime_error(oneLine(file.string() + ":" + std::to_string(line) + ": " + reason)) {}
@@ -35,6 +35,7 @@ struct BoardConfiguration {
     std::string name = "Simulated GigE board";
     std::string cameraInterface = "GigE";
     FirmwareVersion firmware;
+    const FirmwareProfile* profile = nullptr; ///< of that version, among the Configuration's
     unsigned ports = maxPorts;
     bool cold = false; ///< just powered up, without an applet in its FPGA
     std::size_t receiveQueueWords = 262'144;
@@ -43,7 +44,7 @@ struct BoardConfiguration {
     std::uint32_t negotiationMs = 400;
 };
 
-/// One wire to plug; a cable stands once, for both of its ends.
+/// One wire to plug in; a cable stands here once, for both its ends.
 struct WireConfiguration {
     PortPlace place;
     WireSpec wire;
@@ -56,6 +57,13 @@ struct Configuration {
     std::vector<WireConfiguration> wires;                    ///< one for every port, or for its far end
     std::vector<std::unique_ptr<FirmwareProfile>> firmwares; ///< of every version that a board has
 };
+
+/// Completes the wires that a file asks for: a cable may be named at one of its ends or at both and stands in
+/// the result once; a port that no wire names gets a loopback plug. Throws ConfigurationError for a cable to
+/// a port that does not exist, and for a port that two wires claim.
+std::vector<WireConfiguration> planCables(const std::vector<BoardConfiguration>& boards,
+                                          std::vector<WireConfiguration> wanted,
+                                          const std::filesystem::path& file);
 
 /// The default board, all ports on loopback.
 Configuration defaultConfiguration();

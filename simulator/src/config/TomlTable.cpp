@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Reading of TOML tables.
-#include "TomlTable.h"
+#include "config/TomlTable.h"
 
 #include <algorithm>
 #include <limits>
@@ -32,6 +32,13 @@ const toml::node* TomlTable::find(const char* key) {
     return table_.get(key);
 }
 
+template <class Type> auto TomlTable::typed(const char* key, const char* wanted) {
+    const toml::node* const node = find(key);
+    const auto* const value = node ? node->as<Type>() : nullptr;
+    if (node && !value) refuseType(*node, key, wanted);
+    return value;
+}
+
 unsigned TomlTable::lineOf(const char* key) const {
     const toml::node* node = table_.get(key);
     return sim::lineOf(node ? node->source() : table_.source());
@@ -39,7 +46,7 @@ unsigned TomlTable::lineOf(const char* key) const {
 
 std::uint64_t TomlTable::integer(const char* key, std::uint64_t least, std::uint64_t most,
                                  std::uint64_t fallback) {
-    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max(); // that TOML can write
+    constexpr std::uint64_t largest = std::numeric_limits<std::int64_t>::max(); // number in TOML
     if (!table_.contains(key)) return find(key), fallback;
     return static_cast<std::uint64_t>(signedInteger(key, static_cast<std::int64_t>(std::min(least, largest)),
                                                     static_cast<std::int64_t>(std::min(most, largest)), 0));
@@ -60,7 +67,7 @@ std::int64_t TomlTable::signedInteger(const char* key, std::int64_t least, std::
 double TomlTable::number(const char* key, double least, double most, double fallback) {
     const toml::node* node = find(key);
     if (!node) return fallback;
-    const auto value = node->value<double>(); // a whole number is one, too
+    const auto value = node->value<double>(); // takes whole numbers too
     if (!node->is_number() || !value || !(*value >= least && *value <= most)) {
         std::ostringstream wanted;
         wanted << "a number from " << least << " to " << most;
@@ -70,27 +77,19 @@ double TomlTable::number(const char* key, double least, double most, double fall
 }
 
 bool TomlTable::boolean(const char* key, bool fallback) {
-    const toml::node* node = find(key);
-    if (!node) return fallback;
-    const auto* value = node->as_boolean();
-    if (!value) refuseType(*node, key, "true or false");
-    return value->get();
+    const auto* value = typed<bool>(key, "true or false");
+    return value ? value->get() : fallback;
 }
 
 std::string TomlTable::text(const char* key, std::string fallback) {
-    const toml::node* node = find(key);
-    if (!node) return fallback;
-    const auto* value = node->as_string();
-    if (!value) refuseType(*node, key, "a text in quotes");
-    return value->get();
+    const auto* value = typed<std::string>(key, "a text in quotes");
+    return value ? value->get() : fallback;
 }
 
 void TomlTable::forEachTable(const char* key, const std::function<void(const toml::table&)>& visit) {
-    const toml::node* node = find(key);
-    if (!node) return;
     const auto wanted = "a list of tables, each begun with [[" + std::string(key) + "]]";
-    const auto* array = node->as_array();
-    if (!array) refuseType(*node, key, wanted.c_str());
+    const auto* array = typed<toml::array>(key, wanted.c_str());
+    if (!array) return;
     for (const toml::node& entry : *array) {
         if (!entry.is_table()) refuseType(entry, key, wanted.c_str());
         visit(*entry.as_table());
@@ -98,10 +97,8 @@ void TomlTable::forEachTable(const char* key, const std::function<void(const tom
 }
 
 void TomlTable::forEachText(const char* key, const std::function<void(const std::string&, unsigned)>& visit) {
-    const toml::node* node = find(key);
-    if (!node) return;
-    const auto* array = node->as_array();
-    if (!array) refuseType(*node, key, "a list of texts");
+    const auto* array = typed<toml::array>(key, "a list of texts");
+    if (!array) return;
     for (const toml::node& entry : *array) {
         if (!entry.is_string()) refuseType(entry, key, "a list of texts");
         visit(entry.as_string()->get(), sim::lineOf(entry.source()));
@@ -110,10 +107,8 @@ void TomlTable::forEachText(const char* key, const std::function<void(const std:
 
 void TomlTable::forEachKey(const char* key,
                            const std::function<void(std::string_view, const std::string&, unsigned)>& visit) {
-    const toml::node* node = find(key);
-    if (!node) return;
-    const auto* table = node->as_table();
-    if (!table) refuseType(*node, key, "a table");
+    const auto* table = typed<toml::table>(key, "a table");
+    if (!table) return;
     for (const auto& [entryKey, entry] : *table) {
         if (!entry.is_string())
             refuseType(entry, std::string(key).append(".").append(entryKey), "a text in quotes");

@@ -2,7 +2,7 @@
 // Typed access to a table of a TOML file, with errors that name the file and the line.
 #pragma once
 
-#include "Configuration.h"
+#include "config/Configuration.h"
 
 #include <toml++/toml.h>
 
@@ -11,14 +11,17 @@
 
 namespace orvo::sim {
 
+/// The content of a regular file. Throws ConfigurationError.
+std::string readTextFile(const std::filesystem::path& path);
+
 /// The tables of a file's text. Throws ConfigurationError.
 toml::table parseToml(std::string_view text, const std::filesystem::path& file);
 
-/// One table while it is read: every getter remembers its key, so that what nobody asked for can be refused.
-/// All of them throw ConfigurationError.
+/// One table while it is read. Every getter remembers its key, so that unknown keys can be refused. All of
+/// them throw ConfigurationError.
 class TomlTable {
 public:
-    /// `name` is how messages call the table.
+    /// `name` stands for the table in messages.
     TomlTable(const toml::table& table, std::string name, const std::filesystem::path& file);
 
     /// The value of the key, or `fallback` where the table lacks it.
@@ -28,21 +31,23 @@ public:
     bool boolean(const char* key, bool fallback);
     std::string text(const char* key, std::string fallback);
 
-    /// Called with each entry of an array of tables, of an array of texts, or of a table of texts by key;
-    /// with none where there is no such key. Lines are those of the entries.
+    /// Calls `visit` for each entry of an array of tables, an array of texts, or a table of texts, with the
+    /// entry's line; never where the table lacks the key.
     void forEachTable(const char* key, const std::function<void(const toml::table&)>& visit);
     void forEachText(const char* key, const std::function<void(const std::string&, unsigned line)>& visit);
     void forEachKey(const char* key,
                     const std::function<void(std::string_view, const std::string&, unsigned line)>& visit);
 
     bool has(const char* key) const { return table_.contains(key); }
-    /// Of the key, or of the table where it lacks the key.
+    /// The line of the key, or of the table where it lacks the key.
     unsigned lineOf(const char* key) const;
     void refuseOtherKeys() const;
     [[noreturn]] void refuse(unsigned line, const std::string& reason) const;
 
 private:
     const toml::node* find(const char* key);
+    /// The node of the key, null where the table lacks it; refuses one of another type.
+    template <class Type> auto typed(const char* key, const char* wanted);
     [[noreturn]] void refuseType(const toml::node& node, const std::string& key, const char* wanted) const;
 
     const toml::table& table_;

@@ -1,22 +1,24 @@
 // SPDX-License-Identifier: MIT
-// From a file's text to its tables.
-#include "TomlTable.h"
+// Reads a file and parses it.
+#include "config/TomlTable.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <optional>
 
 namespace orvo::sim {
 
 namespace {
 
-/// Walks over a file's text as far as strings and comments are concerned.
+/// Steps through a file's text, skipping strings and comments.
 class TextWalk {
 public:
     explicit TextWalk(std::string_view text) : text_(text) {}
 
-    /// The line of the first thing outside strings and comments that can be nothing in TOML, but for which
-    /// the parser relies on its input: a character beyond ASCII, or a header without a name. Nothing when
-    /// there is none.
+    /// The line of the first character beyond ASCII, or header without a name, outside strings and comments:
+    /// TOML has neither, and the parser crashes on some of them.
     std::optional<unsigned> strayLine() {
         for (; at_ < text_.size(); ++at_) {
             if (isStray()) return lineHere();
@@ -36,7 +38,7 @@ private:
         return next != std::string_view::npos && text_[next] == '=';
     }
 
-    /// To the last of its quotes, or to where the parser will see that there is none.
+    /// Moves to the string's last quote, or to the place where the parser will miss it.
     void skipString(char quote) {
         const std::string three(3, quote);
         const bool isLong = text_.substr(at_).starts_with(three);
@@ -57,11 +59,32 @@ private:
 
 } // namespace
 
+std::string readTextFile(const std::filesystem::path& path) {
+    std::error_code absent; // then opening fails, with the reason
+    if (std::filesystem::exists(path, absent) && !std::filesystem::is_regular_file(path, absent))
+        throw ConfigurationError(path, "cannot be read: it is not a regular file");
+    std::string text;
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    bool good = file != nullptr;
+    for (char block[4096]; good;) {
+        const std::size_t bytes = std::fread(block, 1, sizeof block, file);
+        text.append(block, bytes);
+        good = std::ferror(file) == 0;
+        if (bytes < sizeof block) break;
+    }
+    const std::string reason = good ? "" : std::strerror(errno);
+    if (file) std::fclose(file); // only read
+    if (!good) throw ConfigurationError(path, "cannot be read: " + reason);
+    return text;
+}
+
 toml::table parseToml(std::string_view text, const std::filesystem::path& file) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     const bool isMarked = text.starts_with(byteOrderMark);
     if (const auto line = TextWalk(text.substr(isMarked ? byteOrderMark.size() : 0)).strayLine())
-        throw ConfigurationError(file, *line, "there is something outside quotes that TOML does not have");
+        throw ConfigurationError(
+            file, *line,
+            "there is something outside quotes that TOML does not have; put it in quotes or remove it");
     try {
         return toml::parse(text, file.string());
     } catch (const toml::parse_error& error) {

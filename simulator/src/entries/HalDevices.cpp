@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Entries of the hardware access layer: devices and their FPGA.
-#include "ConfigurationReport.h"
-#include "Simulation.h"
-
-#include <orvo/hal/orvo_hal.h>
+#include "process/Process.h"
 
 #include <string_view>
 
@@ -18,10 +15,19 @@ Board* presentBoard(int index) {
     return board && board->isPresent() ? board : nullptr;
 }
 
-int closeHandle(void* device) noexcept {
-    Board* const board = boardOf(device);
-    if (!board) return OrvoSimHalBadHandle;
-    return board->handles().close(reinterpret_cast<HandleBits>(device)) ? 0 : OrvoSimHalBadHandle;
+int closeHandle(void* device) {
+    return withHandle(device, [device](Board& board) -> int {
+        return board.handles().close(reinterpret_cast<HandleBits>(device)) ? 0 : OrvoSimHalBadHandle;
+    });
+}
+
+int infoOf(const BoardConfiguration& info, std::string_view key) {
+    if (key == "ports/gige") return static_cast<int>(info.ports);
+    if (key == "firmware/major") return static_cast<int>(info.firmware.major);
+    if (key == "firmware/minor") return static_cast<int>(info.firmware.minor);
+    if (key == "board/serial") return static_cast<int>(info.serial);
+    if (key == "board/type") return info.type;
+    return OrvoSimHalBadArgument;
 }
 
 } // namespace
@@ -32,7 +38,7 @@ int OHalInitLibraries() {
 }
 
 int OHalFreeLibraries() {
-    return 0; // the simulation lives as long as the process
+    return 0; // the boards live as long as the process
 }
 
 int OHalGetMaxDevices() {
@@ -41,8 +47,7 @@ int OHalGetMaxDevices() {
 
 void* OHalInitDevice(int boardIndex) {
     Board* const board = presentBoard(boardIndex);
-    if (!board || board->faults().takeOpenFailure()) return nullptr;
-    return board->handles().open();
+    return board && !board->accessFaults().take(openings) ? board->handles().open() : nullptr;
 }
 
 int OHalFreeDevice(void* device) {
@@ -66,36 +71,28 @@ int OHalPutDevice(void* device) {
 }
 
 int OHalGetBoardIndex(void* device, uint32_t) {
-    Board* const board = boardOf(device);
-    return board ? static_cast<int>(board->configuration().index) : OrvoSimHalBadHandle;
+    return withHandle(device, [](Board& board) { return static_cast<int>(board.configuration().index); });
 }
 
 int OHalConfigureFpga(void* device, void* applet) {
-    Board* const board = boardOf(device);
-    return board ? board->configureFpga(static_cast<const OrvoSimRegisterMap*>(applet)) : OrvoSimHalBadHandle;
+    return withHandle(device, [applet](Board& board) {
+        return board.configureFpga(static_cast<const OrvoSimRegisterMap*>(applet));
+    });
 }
 
 int OHalUnloadFpga(void* device) {
-    Board* const board = boardOf(device);
-    if (!board) return OrvoSimHalBadHandle;
-    if (!board->isPresent()) return OrvoSimHalBoardGone;
-    board->unloadFpga();
-    return 0;
+    return withHandle(device, [](Board& board) -> int {
+        if (!board.isPresent()) return OrvoSimHalBoardGone;
+        board.unloadFpga();
+        return 0;
+    });
 }
 
 int OHalGetBoardInfoInt(void* device, const char* key) {
-    Board* const board = boardOf(device);
-    if (!board) return OrvoSimHalBadHandle;
-    if (!board->isPresent()) return OrvoSimHalBoardGone;
-    if (!key) return OrvoSimHalBadArgument;
-    const std::string_view name = key;
-    const auto& info = board->configuration();
-    if (name == "ports/gige") return static_cast<int>(info.ports);
-    if (name == "firmware/major") return static_cast<int>(info.firmware.major);
-    if (name == "firmware/minor") return static_cast<int>(info.firmware.minor);
-    if (name == "board/serial") return static_cast<int>(info.serial);
-    if (name == "board/type") return info.type;
-    return OrvoSimHalBadArgument;
+    return withHandle(device, [key](Board& board) -> int {
+        if (!board.isPresent()) return OrvoSimHalBoardGone;
+        return key ? infoOf(board.configuration(), key) : static_cast<int>(OrvoSimHalBadArgument);
+    });
 }
 
 const char* OHalGetBoardInfoString(void* device, const char* key) {

@@ -1,28 +1,19 @@
 // SPDX-License-Identifier: MIT
-// Control entries: cables, what comes through them, and the far end's PHY.
-#include "Simulation.h"
-#include "Texts.h"
-
-#include "board/Link.h"
+// Control entries: cables, frames from the far end, and the far end's PHY.
+#include "base/Text.h"
+#include "board/Cabling.h"
+#include "process/Process.h"
 
 #include <array>
 #include <cstring>
 
 using namespace orvo::sim;
 
-namespace {
-
-int resultOf(Arrival arrival) noexcept {
-    return arrival == Arrival::Overflow ? OrvoSimFull : 0; // everything else is counted at the port
-}
-
-} // namespace
-
 int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error, size_t errorBytes) {
     const PortPlace place{board, port};
     const bool isThere = simulation().port(place) != nullptr;
     try {
-        if (!wire) throw WireError("no wire given");
+        if (!wire) throw WireError("no wire given; use loopback, for one");
         simulation().plug(place, parseWire(wire), simClock.now());
         return 0;
     } catch (const WireError& reason) {
@@ -32,12 +23,12 @@ int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error,
 }
 
 int orvoSimGetWire(unsigned board, unsigned port, char* text, size_t textBytes) {
-    Port* const found = simulation().port({board, port});
-    if (!found) return OrvoSimNoSuchPlace;
-    if (!text || textBytes == 0) return OrvoSimBadValue;
-    const std::lock_guard lock(benchMutex);
-    copyText(found->cabling().spec.text(), text, textBytes);
-    return 0;
+    return atPort(board, port, [=](Port& found) -> int {
+        if (!text || textBytes == 0) return OrvoSimBadValue;
+        const std::lock_guard lock(benchMutex);
+        copyText(found.cabling().spec.text(), text, textBytes);
+        return 0;
+    });
 }
 
 int orvoSimFlushWires() {
@@ -50,22 +41,21 @@ int orvoSimFlushWires() {
 
 int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t bytes,
                        uint32_t fcsErrorMask) {
-    Port* const found = simulation().port({board, port});
-    if (!found) return OrvoSimNoSuchPlace;
-    if (!frame || bytes == 0 || bytes > maxFrameBytes) return OrvoSimBadValue;
-    std::array<std::uint8_t, maxWireBytes> buffer;
-    std::memcpy(buffer.data(), frame, bytes);
-    const std::size_t wireBytes = sealFrame(buffer.data(), bytes, fcsErrorMask);
-    return resultOf(found->sink().deliver(WireBytes(buffer).first(wireBytes)));
+    return atPort(board, port, [=](Port& found) -> int {
+        if (!frame || bytes == 0 || bytes > maxFrameBytes) return OrvoSimBadValue;
+        std::array<std::uint8_t, maxWireBytes> buffer;
+        std::memcpy(buffer.data(), frame, bytes);
+        const std::size_t wireBytes = sealFrame(buffer.data(), bytes, fcsErrorMask);
+        const Arrival arrival = found.sink().deliver(WireBytes(buffer).first(wireBytes));
+        return arrival == Arrival::Overflow ? OrvoSimFull : 0; // the port counts all others
+    });
 }
 
 int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner) {
-    Port* const found = simulation().port({board, port});
-    if (!found) return OrvoSimNoSuchPlace;
-    if (partner < OrvoSimPartner1000 || partner > OrvoSimPartnerDown) return OrvoSimBadValue;
-    const std::lock_guard lock(benchMutex);
-    found->cabling().partner = partner;
-    found->cabling().pluggedAt = simClock.now(); // the far end begins anew
-    renegotiate(*found);
-    return 0;
+    return atPort(board, port, [=](Port& found) -> int {
+        if (partner < OrvoSimPartner1000 || partner > OrvoSimPartnerDown) return OrvoSimBadValue;
+        const std::lock_guard lock(benchMutex);
+        setPartner(found, partner, simClock.now());
+        return 0;
+    });
 }

@@ -1,11 +1,41 @@
 // SPDX-License-Identifier: MIT
-// Looking up kinds, and the words for what they count and move.
-#include "FaultKinds.h"
+// Texts for what kinds count and move; lookup by name.
+#include "faults/FaultKinds.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 namespace orvo::sim {
+
+namespace {
+
+constexpr std::array pointTexts = {
+    // by FaultPoint
+    "frames on the wire",    "frames from the wire", "transmissions read", "reads of the busy flag",
+    "reads of the register", "MDIO reads",           "resets of the PHY",  "frames sent, or time",
+};
+
+constexpr std::array evidenceTexts = {
+    // by OrvoSimEvidence
+    "nothing: whoever reads asks again or goes on, and no frame is lost",
+    "GigeRecvErrCnt of the port that the frame reaches",
+    "frames that arrive, against those sent",
+    "frames that come back late",
+    "GvspFiFoOverflow_GigeTransceiver",
+    "zerosize transmissions",
+    "invalid transmission sizes",
+    "invalid EOTs",
+    "UIQ read errors",
+    "\"Transmitter still busy\"",
+    "\"Unexpected value in OHalRegisterRead\"",
+    "\"GigE PHY ... still in reset\"",
+    "microseconds that the link is down",
+    "times that the link went down",
+    "\"Action command timeout detected\"",
+};
+
+} // namespace
 
 const FaultKindRow* findFaultKind(std::string_view name) noexcept {
     const auto* const found =
@@ -15,61 +45,11 @@ const FaultKindRow* findFaultKind(std::string_view name) noexcept {
 }
 
 const char* textOf(FaultPoint point) noexcept {
-    switch (point) {
-    case FaultPoint::Frame:
-        return "frames on the wire";
-    case FaultPoint::Arrival:
-        return "frames from the wire";
-    case FaultPoint::Reception:
-        return "transmissions read";
-    case FaultPoint::Busy:
-        return "reads of the busy flag";
-    case FaultPoint::Register:
-        return "reads of the register";
-    case FaultPoint::MdioRead:
-        return "MDIO reads";
-    case FaultPoint::PhyReset:
-        return "resets of the PHY";
-    case FaultPoint::SentOrTime:
-        return "frames sent, or time";
-    }
-    return "";
+    return pointTexts.at(static_cast<std::size_t>(point));
 }
 
 const char* textOf(OrvoSimEvidence evidence) noexcept {
-    switch (evidence) {
-    case OrvoSimNoEvidence:
-        return "nothing: whoever reads asks again or goes on, and no frame is lost";
-    case OrvoSimReceiveErrors:
-        return "GigeRecvErrCnt of the port that the frame reaches";
-    case OrvoSimArrivals:
-        return "frames that arrive, against those sent";
-    case OrvoSimLateFrames:
-        return "frames that come back late";
-    case OrvoSimOverflows:
-        return "GvspFiFoOverflow_GigeTransceiver";
-    case OrvoSimZeroSizes:
-        return "zerosize transmissions";
-    case OrvoSimInvalidSizes:
-        return "invalid transmission sizes";
-    case OrvoSimInvalidEnds:
-        return "invalid EOTs";
-    case OrvoSimReadErrors:
-        return "UIQ read errors";
-    case OrvoSimStillBusy:
-        return "\"Transmitter still busy\"";
-    case OrvoSimUnexpectedValue:
-        return "\"Unexpected value in OHalRegisterRead\"";
-    case OrvoSimStillInReset:
-        return "\"GigE PHY ... still in reset\"";
-    case OrvoSimLinkDownTime:
-        return "microseconds that the link is down";
-    case OrvoSimLinkLosses:
-        return "times that the link went down";
-    case OrvoSimActionReports:
-        return "\"Action command timeout detected\"";
-    }
-    return "";
+    return evidenceTexts.at(static_cast<std::size_t>(evidence));
 }
 
 } // namespace orvo::sim

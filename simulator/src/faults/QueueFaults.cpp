@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Transmissions gone wrong.
-#include "QueueFaults.h"
+// What the host reads of a transmission with a fault.
+#include "faults/QueueFaults.h"
 
 #include <algorithm>
 #include <utility>
@@ -9,7 +9,7 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint32_t largestSize = 65'536; // a host takes no more for a frame
+constexpr std::uint32_t largestSize = 65'536; // the largest frame size that a host accepts
 constexpr int wordBytes = sizeof(std::uint32_t);
 
 constexpr std::uint64_t dataWordsOf(std::uint32_t sizeWord) noexcept {
@@ -63,7 +63,7 @@ void QueueFaults::walk(const std::uint32_t* words, std::size_t count) {
     }
 }
 
-/// Takes the transmission out of the queue, which has it whole, and answers the read of its size word.
+/// Takes the whole transmission out of the queue, and answers the read of its size word.
 int QueueFaults::begin(ScriptedFault& fault, DataQueue& queue, std::uint32_t* sizeWord) {
     const std::uint32_t size = *sizeWord;
     stage(queue, dataWordsOf(size));
@@ -94,7 +94,7 @@ int QueueFaults::begin(ScriptedFault& fault, DataQueue& queue, std::uint32_t* si
         staged_ = nullptr;
         return fault.spec().result;
     default:
-        break; // shows at the read of the frame
+        break; // takes effect at the read of the frame
     }
     return wordBytes;
 }
@@ -121,7 +121,8 @@ void QueueFaults::refused(DataQueue& queue) {
     if (wordsLeft_ == 0 && !staged_) return;
     failed_.fetch_add(1);
     stage(queue, std::exchange(wordsLeft_, 0));
-    if (ScriptedFault* const fault = std::exchange(staged_, nullptr)) fault->postpone(); // it has not shown
+    if (ScriptedFault* const fault = std::exchange(staged_, nullptr))
+        fault->postpone(); // it had no effect yet
 }
 
 void QueueFaults::cleared(std::uint64_t queued) {

@@ -2,30 +2,29 @@
 // Faults of a port's receive queue, as the host reads it, transmission by transmission.
 #pragma once
 
-#include "ScriptedFault.h"
-#include "board/DataQueue.h"
+#include "faults/ScriptedFault.h"
+#include "mac/DataQueue.h"
 
 #include <vector>
 
 namespace orvo::sim {
 
-/// Also keeps count of the transmissions that the host took, with faults or without. A transmission that goes
-/// wrong is over with the read that shows it: what is left of it is dropped, so that the next read begins
-/// with the next one. Threads: the host's reading thread; the figures any.
+/// Counts all transmissions that the host takes, with faults or without. A faulted transmission ends with the
+/// read that shows its fault: the rest of it is dropped, and the next read begins with the next one. Threads:
+/// the host's reading thread; `cleared` and the counts any.
 class QueueFaults {
 public:
-    /// The faults outlive it. What is in the queue now counts as taken.
+    /// The faults must outlive it. What the queue holds now counts as taken.
     QueueFaults(std::vector<ScriptedFault*> faults, const DataQueue& queue);
 
-    /// Serves a read of `words` from what is left of a faulted transmission, if one is under way: the result
-    /// of the read.
+    /// The result of a read of `words` in the middle of a faulted transmission; nothing in the middle of
+    /// none.
     std::optional<int> readStaged(std::uint32_t* out, std::size_t words);
-    /// `count` words were delivered of those the queue holds, in a read of `words`: the result of the read,
-    /// after what faults make of it.
+    /// The result of a read of `words` that took `count` words from the queue; a fault may begin here.
     int delivered(DataQueue& queue, std::uint32_t* out, std::size_t words, std::size_t count);
-    /// A read of the host was refused: what it was in the middle of is lost.
+    /// The board refused a read: the transmission that the host was reading is lost.
     void refused(DataQueue& queue);
-    /// The host has the queue cleared, with `queued` frames put into it so far.
+    /// The host cleared the queue, into which `queued` frames were put so far.
     void cleared(std::uint64_t queued);
 
     std::uint64_t taken() const noexcept { return taken_.load(); }     ///< transmissions

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Turns of a fault.
-#include "ScriptedFault.h"
+// Decides at which occurrences and moments a fault happens.
+#include "faults/ScriptedFault.h"
 
 namespace orvo::sim {
 
@@ -9,15 +9,12 @@ ScriptedFault::ScriptedFault(FaultSpec spec, std::uint64_t seed, SimTime start, 
       generator_(seed), next_(spec_.when.atTime) {}
 
 bool ScriptedFault::mayHappen(SimTime now) const noexcept {
-    return !ended_.load() && armed_.load() && isInWindow(now);
-}
-
-bool ScriptedFault::isInWindow(SimTime now) const noexcept {
     const SimTime passed = now - start_.load();
-    return passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
+    return !ended_.load() && armed_.load() && passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
 }
 
-/// Draws for every occurrence that a rate applies to, whatever comes of it.
+/// Draws a number at every occurrence that the rate applies to, even where `every` then says no, so that the
+/// sequence stays the same.
 bool ScriptedFault::isTurn() noexcept {
     const auto& when = spec_.when;
     if (when.at != 0) return occurrences_ == when.at;
@@ -35,6 +32,11 @@ bool ScriptedFault::occurs(SimTime now) {
     postponed_ = false;
     ++taken_;
     return true;
+}
+
+bool ScriptedFault::isSpent() {
+    const std::lock_guard lock(mutex_);
+    return taken_ >= spec_.when.times;
 }
 
 void ScriptedFault::postpone() {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// One entry of a fault script at work: whether it is its turn, and how often it was.
+// One fault at work: when it happens, and how often it did.
 #pragma once
 
-#include "FaultScript.h"
+#include "faults/FaultScript.h"
 
 #include <atomic>
 #include <mutex>
@@ -10,8 +10,8 @@
 
 namespace orvo::sim {
 
-/// Any thread. Everything random comes from the entry's own generator, so that what one entry does never
-/// depends on another one.
+/// Any thread. Each has a random generator of its own, so that entries of a script do not influence each
+/// other.
 class ScriptedFault {
 public:
     /// `armingAddress` is the address of the register that arms it; 0: it is armed from the start.
@@ -20,30 +20,33 @@ public:
     const FaultSpec& spec() const noexcept { return spec_; }
     FaultKind kind() const noexcept { return spec_.kind->kind; }
 
-    /// One more of what the kind counts; true when the fault is to happen at it.
+    /// Counts one occurrence of what the kind waits for; true when the fault happens at it.
     bool occurs(SimTime now);
-    /// Takes the answer back: another fault came first. The next occurrence is this one's.
+    /// After `occurs` said yes, but another fault came first: the fault happens at the next occurrence
+    /// instead.
     void postpone();
 
-    /// For kinds that happen at moments or after frames: true when one has come since the last call.
+    /// For kinds that happen at moments or after frames: true once for each that has come.
     bool isDue(SimTime now);
-    /// A frame that the fault waited for has passed.
+    /// The frame that the fault waited for has passed.
     void setDue() noexcept { due_.store(true); }
+    /// True when it has happened as often as it may.
+    bool isSpent();
     bool isTimed() const noexcept { return spec_.when.atTime.has_value(); }
 
     void noteWrite(std::uint32_t address, std::uint64_t value, SimTime now) noexcept;
-    /// No more from now on.
+    /// It does not happen any more.
     void end() noexcept { ended_.store(true); }
 
-    /// Below `limit`, which is not 0.
+    /// A random number below `limit`, which must not be 0.
     std::uint64_t random(std::uint64_t limit);
 
     void countInjection(SimTime now) noexcept;
-    /// What the last injection did is over before its time.
+    /// Something else ends the effect of the last injection early.
     void supersede(SimTime now) noexcept;
-    /// `never` while it lasts.
+    /// When that was; `never` if it was not.
     SimTime supersededAt() const noexcept { return supersededAt_.load(); }
-    /// What an injection made beyond itself: reports.
+    /// Counts what an injection produced, such as reports.
     void countEffects(std::uint64_t by) noexcept { effects_.fetch_add(by); }
     std::uint64_t injected() const noexcept { return injected_.load(); }
     std::uint64_t effects() const noexcept { return effects_.load(); }
@@ -51,7 +54,6 @@ public:
 
 private:
     bool mayHappen(SimTime now) const noexcept;
-    bool isInWindow(SimTime now) const noexcept;
     bool isTurn() noexcept;
 
     const FaultSpec spec_;

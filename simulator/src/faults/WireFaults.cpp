@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What happens to frames on a bad wire.
-#include "WireFaults.h"
+// Damages, loses, doubles and delays frames.
+#include "faults/WireFaults.h"
 
 #include <algorithm>
 
@@ -32,13 +32,13 @@ void WireFaults::carry(WireBytes frame, bool isSealed, FrameExit& exit) {
     tellWatched(now);
 }
 
-/// Every fault counts the frame. Only a good frame can be spoiled, which another fault could undo, or go
-/// under in the queue; one at a time is held.
+/// Every fault counts the frame. Only a good frame can be damaged (damaging it twice could mend it) or be
+/// lost to an overflow, and only one frame at a time is held back.
 ScriptedFault* WireFaults::choose(WireBytes frame, bool isSealed, SimTime now) {
     ScriptedFault* chosen = nullptr;
     for (ScriptedFault* const fault : faults_) {
         if (!fault->occurs(now)) continue;
-        const bool cannot = (fault->kind() == FaultKind::Reorder && holder_) ||
+        const bool cannot = (fault->kind() == FaultKind::Reorder && holder_.load()) ||
                             (needsGoodFrame(*fault) && isSealed && !isGoodFrame(frame)) ||
                             frame.size() > longestGiant;
         if (chosen || cannot)
@@ -61,7 +61,7 @@ void WireFaults::inflict(ScriptedFault& fault, WireBytes frame, bool isSealed, F
         break;
     case FaultKind::Reorder:
         hold(fault, frame, isSealed);
-        return; // counts once the frame has been overtaken
+        return; // counted when another frame overtakes it
     case FaultKind::Overflow:
         exit.overflow();
         break;
@@ -74,28 +74,27 @@ void WireFaults::inflict(ScriptedFault& fault, WireBytes frame, bool isSealed, F
 void WireFaults::hold(ScriptedFault& fault, WireBytes frame, bool isSealed) {
     held_.assign(frame.begin(), frame.end());
     heldIsSealed_ = isSealed;
-    holder_ = &fault;
-    isHolding_.store(true);
+    holder_.store(&fault);
 }
 
-/// A frame has passed unharmed. Behind one that is the same, nobody could tell the order.
+/// A frame has passed unharmed, and the held one follows; not after an equal frame, as nobody could tell them
+/// apart.
 void WireFaults::letOvertake(WireBytes frame, bool isSealed, SimTime now, FrameExit& exit) {
-    if (!holder_ || (isSealed == heldIsSealed_ && std::ranges::equal(frame, held_))) return;
-    holder_->countInjection(now);
-    holder_ = nullptr;
+    ScriptedFault* const holder = holder_.load();
+    if (!holder || (isSealed == heldIsSealed_ && std::ranges::equal(frame, held_))) return;
+    holder->countInjection(now);
     exit.pass(held_, heldIsSealed_);
-    isHolding_.store(false);
+    holder_.store(nullptr);
 }
 
 void WireFaults::release(FrameExit& exit) {
     const std::lock_guard lock(mutex_);
-    if (!holder_) return;
-    holder_ = nullptr;
+    if (!holder_.load()) return;
     exit.pass(held_, heldIsSealed_);
-    isHolding_.store(false);
+    holder_.store(nullptr);
 }
 
-/// The changed frame is in the buffer, with a check sequence; returns its length.
+/// Puts the damaged frame, with a check sequence, into the buffer; returns its length.
 std::size_t WireFaults::mangle(ScriptedFault& fault, WireBytes frame, bool isSealed) {
     std::ranges::copy(frame, buffer_.begin());
     const std::size_t bytes = isSealed ? frame.size() : sealFrame(buffer_.data(), frame.size());
@@ -138,7 +137,7 @@ void FaultyWire::pass(WireBytes frame, bool isSealed) {
     if (leaves) faults_.countPassed();
 }
 
-/// Of one frame's road, so that frames of several threads are told apart.
+/// One for each frame, so that threads that deliver at the same time get their own results.
 class FaultySink::Exit final : public FrameExit {
 public:
     explicit Exit(FrameSink& sink) noexcept : sink_(sink) {}

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Faults of a wire: between a port and its wire, one way.
+// Faults of one direction between a port and its wire.
 #pragma once
 
-#include "ScriptedFault.h"
+#include "faults/ScriptedFault.h"
 #include "wire/Wire.h"
 
 #include <array>
@@ -11,38 +11,38 @@
 
 namespace orvo::sim {
 
-/// Where the frames go on to.
+/// Where frames go after the faults.
 class FrameExit {
 public:
     virtual void pass(WireBytes frame, bool isSealed) = 0;
-    /// A good frame goes under for lack of room in the receive queue.
+    /// A good frame is lost as if the receive queue had no room.
     virtual void overflow() = 0;
 
 protected:
     ~FrameExit() = default;
 };
 
-/// The faults of one port and one direction. Any thread; frames pass one at a time. At most one fault happens
-/// to a frame: where several want to, the first of the script does, and the others wait for the next frame.
+/// The faults of one port and one direction. Any thread; frames pass one at a time. A frame suffers at most
+/// one fault: of several that are due, the first of the script; the others wait for the next frame.
 class WireFaults {
 public:
-    /// The faults outlive it. `watched` only count the frames.
+    /// The faults must outlive it. Those `watched` only count frames.
     WireFaults(std::vector<ScriptedFault*> faults, std::vector<ScriptedFault*> watched);
 
     bool empty() const noexcept { return faults_.empty() && watched_.empty(); }
 
-    /// Carries a frame to the exit: once, changed, twice, later or not at all.
+    /// Passes a frame to the exit: unchanged, damaged, twice, later or not at all.
     void carry(WireBytes frame, bool isSealed, FrameExit& exit);
-    /// What is held back goes on.
+    /// Passes on the frame that is held back, if there is one.
     void release(FrameExit& exit);
 
-    /// One that the exit took.
+    /// The exit took a frame.
     void countPassed() noexcept { passed_.fetch_add(1); }
 
     std::uint64_t passedFrames() const noexcept { return passed_.load(); }
     std::uint64_t lostFrames() const noexcept { return lost_.load(); }
     std::uint64_t addedFrames() const noexcept { return added_.load(); }
-    std::uint64_t heldFrames() const noexcept { return isHolding_.load() ? 1 : 0; }
+    std::uint64_t heldFrames() const noexcept { return holder_.load() ? 1 : 0; }
 
 private:
     ScriptedFault* choose(WireBytes frame, bool isSealed, SimTime now);
@@ -57,13 +57,13 @@ private:
     std::atomic<std::uint64_t> passed_{0};
     std::atomic<std::uint64_t> lost_{0};
     std::atomic<std::uint64_t> added_{0};
-    std::atomic<bool> isHolding_{false};
+    std::atomic<ScriptedFault*> holder_{
+        nullptr}; // the fault that holds a frame back; written under the mutex
 
     std::mutex mutex_; // guards what follows, and the exit
     std::array<std::uint8_t, 2560> buffer_{};
     std::vector<std::uint8_t> held_;
     bool heldIsSealed_ = false;
-    ScriptedFault* holder_ = nullptr;
 };
 
 /// A wire with faults on what the port sends.
@@ -83,11 +83,11 @@ public:
 private:
     bool carry(WireBytes frame, bool isSealed) noexcept;
     void pass(WireBytes frame, bool isSealed) override;
-    void overflow() override {} // happens to what is received
+    void overflow() override {} // cannot happen to what is sent
 
     const std::unique_ptr<Wire> wire_;
     WireFaults& faults_;
-    std::atomic<bool> left_{true}; // the last frame did
+    std::atomic<bool> left_{true}; // whether the last frame left
 };
 
 /// A port's receiver with faults on what reaches it.

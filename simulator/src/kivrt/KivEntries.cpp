@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Entries of the simulated applet runtime: the register maps of the firmware versions that boards run. An
-// applet handle is a pointer to such a map.
+// Entries of the simulated applet runtime. An applet handle is a pointer to the register map of a firmware
+// version that a board runs.
 #include <orvo/hal/kivrt.h>
 #include <orvo/sim/orvo_sim.h>
 
@@ -8,30 +8,32 @@
 
 namespace {
 
-/// The map that a handle stands for; null for anything that is none.
-const OrvoSimRegisterMap* mapOf(const void* applet) {
+/// The first map that fits; null when none does.
+template <class Fits> const OrvoSimRegisterMap* findMap(Fits fits) {
     for (unsigned number = 0;; ++number) {
         const OrvoSimRegisterMap* const map = orvoSimRegisterMap(number);
-        if (!map || map == applet) return map;
+        if (!map || fits(*map)) return map;
     }
+}
+
+/// The map that an applet handle stands for; null for any other pointer.
+const OrvoSimRegisterMap* mapOf(const void* applet) {
+    return findMap([applet](const OrvoSimRegisterMap& map) { return &map == applet; });
 }
 
 } // namespace
 
 void* KivFirmwareTrampoline(uint32_t major, uint32_t minor) {
-    for (unsigned number = 0;; ++number) {
-        const OrvoSimRegisterMap* const map = orvoSimRegisterMap(number);
-        if (!map) return nullptr;
-        if (map->major == major && map->minor == minor) return const_cast<OrvoSimRegisterMap*>(map);
-    }
+    return const_cast<OrvoSimRegisterMap*>(
+        findMap([=](const OrvoSimRegisterMap& map) { return map.major == major && map.minor == minor; }));
 }
 
-/// Applets come by firmware version only: no file holds one of the simulation's.
+/// The simulation has no applet files; applets come by firmware version.
 void* KivLoadKivFileWithType(const char*, uint32_t, uint32_t) {
     return nullptr;
 }
 
-/// The map is the library's own and stays.
+/// Nothing to do: the map belongs to the library.
 int KivUnloadKivFile(void* applet) {
     return mapOf(applet) ? 0 : OrvoSimHalBadHandle;
 }

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Auto-negotiation, parallel detection and forced modes.
-#include "Negotiation.h"
+#include "phy/Negotiation.h"
 
-#include "PhyRegisters.h"
+#include "phy/PhyRegisters.h"
 
 #include <algorithm>
 
@@ -53,7 +53,8 @@ void resolve(Link& link, const Technology& best, const LinkEnd& own, const LinkE
     link.fullDuplex = best.fullDuplex;
 }
 
-/// An end that negotiates meets one that does not: it sees the speed by the signal and must take half duplex.
+/// One end negotiates and the other does not: the first detects the speed by the signal, and must use half
+/// duplex.
 void detectInParallel(Link& link, const LinkEnd& own, const LinkEnd& partner) noexcept {
     const LinkEnd& detecting = own.negotiates ? own : partner;
     const LinkEnd& forced = own.negotiates ? partner : own;

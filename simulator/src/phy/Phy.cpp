@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Registers of a PHY and its way through resets.
-#include "Phy.h"
+// Registers and resets of a PHY.
+#include "phy/Phy.h"
 
 #include <algorithm>
 
@@ -8,15 +8,17 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::uint16_t identifier1 = 0x0F3C; // of no real vendor
+constexpr std::uint16_t identifier1 = 0x0F3C; // no real vendor's
 constexpr std::uint16_t identifier2 = 0x0A51;
 constexpr std::uint16_t extendedAbilities = 0x3000; // register 15: 1000BASE-T, both duplex modes
 constexpr std::uint16_t nullPage = 0x2001;          // register 7 after a reset
 constexpr std::uint16_t gigabitPage = 0x2008;       // register 8: the message page that announces 1000BASE-T
 
-bool isVendorMemory(unsigned number) noexcept {
-    return number > phyGigabitStatus && number != phyExtendedStatus && number != phySpecificStatus &&
-           number != phyExtendedIndex && number != phyExtendedData;
+/// Registers that only keep what is written to them.
+bool isMemory(unsigned number) noexcept {
+    if (number <= phyGigabitStatus)
+        return number == phyAdvertisement || number == phyNextPage || number == phyGigabitControl;
+    return number != phyExtendedStatus && number != phySpecificStatus;
 }
 
 unsigned forcedMbit(std::uint16_t value) noexcept {
@@ -36,8 +38,7 @@ constexpr std::uint16_t flagIf(bool condition, std::uint16_t flag) noexcept {
 
 Phy::Phy() noexcept {
     setTimes(50, 400);
-    setStandardDefaults();
-    setVendorDefaults();
+    setAllDefaults();
 }
 
 void Phy::setTimes(std::uint32_t resetMs, std::uint32_t negotiationMs) noexcept {
@@ -46,23 +47,26 @@ void Phy::setTimes(std::uint32_t resetMs, std::uint32_t negotiationMs) noexcept 
 }
 
 void Phy::setStandardDefaults() noexcept {
-    control_ = control::autoNegotiation | control::fullDuplex | control::speedHigh;
-    advertisement_ = ability::allWithPause;
-    nextPage_ = nullPage;
-    gigabitControl_ = gigabit::full;
+    memory_[phyControl] = control::autoNegotiation | control::fullDuplex | control::speedHigh;
+    memory_[phyAdvertisement] = ability::allWithPause;
+    memory_[phyNextPage] = nullPage;
+    memory_[phyGigabitControl] = gigabit::full;
 }
 
-void Phy::setVendorDefaults() noexcept {
-    vendor_.fill(0);
-    vendor_[16] = 0x0068; // specific control: automatic crossover
-    vendor_[20] = 0x0C68; // extended control: line speed follows the copper side
-    vendor_[22] = 0x000A;
-    vendor_[24] = 0x4100; // LEDs: blink on activity
-    extendedIndex_ = 0;
+void Phy::setAllDefaults() noexcept {
+    memory_.fill(0);
+    memory_[phyIdentifier1] = identifier1;
+    memory_[phyIdentifier2] = identifier2;
+    memory_[phyExtendedStatus] = extendedAbilities;
+    memory_[16] = 0x0068; // specific control: automatic crossover
+    memory_[20] = 0x0C68; // extended control: line speed follows the copper side
+    memory_[22] = 0x000A;
+    memory_[24] = 0x4100; // LEDs: blink on activity
     extended_.fill(0);
     extended_[0x0B] = 0x0004;
     extended_[0x16] = 0xA2D0;
     extended_[0x1B] = 0x408B;
+    setStandardDefaults();
 }
 
 std::uint16_t Phy::peek(unsigned number, SimTime now) const noexcept {
@@ -70,43 +74,29 @@ std::uint16_t Phy::peek(unsigned number, SimTime now) const noexcept {
     const bool partnerSeen = link_.upAt <= now;
     switch (number) {
     case phyControl:
-        return control_ | flagIf(isResetting(now), control::reset);
+        return memory_[phyControl] | flagIf(isResetting(now), control::reset);
     case phyStatus:
         return readStatus(now);
-    case phyIdentifier1:
-        return identifier1;
-    case phyIdentifier2:
-        return identifier2;
-    case phyAdvertisement:
-        return advertisement_;
     case phyPartnerAbility:
         return flagIf(partnerSeen, link_.partnerAbility);
     case phyExpansion:
         return readExpansion(now);
-    case phyNextPage:
-        return nextPage_;
     case phyPartnerNextPage:
         return flagIf(partnerSeen && link_.partnerGigabit != 0, gigabitPage);
-    case phyGigabitControl:
-        return gigabitControl_;
     case phyGigabitStatus:
         return readGigabitStatus(now);
-    case phyExtendedStatus:
-        return extendedAbilities;
     case phySpecificStatus:
         return readSpecificStatus(now);
-    case phyExtendedIndex:
-        return extendedIndex_;
     case phyExtendedData:
-        return extendedIndex_ < extended_.size() ? extended_[extendedIndex_] : std::uint16_t{0};
+        return hasExtended() ? extended_[memory_[phyExtendedIndex]] : std::uint16_t{0};
     default:
-        return vendor_[number];
+        return memory_[number];
     }
 }
 
 std::uint16_t Phy::readStatus(SimTime now) const noexcept {
     const bool up = isLinkUp(now);
-    const bool negotiated = up && (control_ & control::autoNegotiation) != 0;
+    const bool negotiated = up && (memory_[phyControl] & control::autoNegotiation) != 0;
     return status::abilities | flagIf(negotiated, status::negotiated) |
            flagIf(up && !linkFailed_, status::link);
 }
@@ -149,26 +139,11 @@ std::uint16_t Phy::read(unsigned number, SimTime now) noexcept {
 
 bool Phy::write(unsigned number, std::uint16_t value, SimTime now) noexcept {
     if (!answers() || isResetting(now) || number >= phyRegisters) return false;
-    switch (number) {
-    case phyControl:
-        return writeControl(value, now);
-    case phyAdvertisement:
-        advertisement_ = value;
-        break;
-    case phyNextPage:
-        nextPage_ = value;
-        break;
-    case phyGigabitControl:
-        gigabitControl_ = value;
-        break;
-    case phyExtendedIndex:
-        extendedIndex_ = value;
-        break;
-    case phyExtendedData:
-        if (extendedIndex_ < extended_.size()) extended_[extendedIndex_] = value;
-        break;
-    default:
-        if (isVendorMemory(number)) vendor_[number] = value;
+    if (number == phyControl) return writeControl(value, now);
+    if (number == phyExtendedData) {
+        if (hasExtended()) extended_[memory_[phyExtendedIndex]] = value;
+    } else if (isMemory(number)) {
+        memory_[number] = value;
     }
     return false;
 }
@@ -185,15 +160,16 @@ bool Phy::writeControl(std::uint16_t value, SimTime now) noexcept {
     };
     const bool restart =
         (value & control::autoNegotiation) != 0 && (value & control::restartNegotiation) != 0;
-    const bool changed = restart || mode(value) != mode(control_);
-    control_ = value & control::writable & static_cast<std::uint16_t>(~control::restartNegotiation);
+    const bool changed = restart || mode(value) != mode(memory_[phyControl]);
+    memory_[phyControl] =
+        value & control::writable & static_cast<std::uint16_t>(~control::restartNegotiation);
     if (!changed) return false;
-    activeSince_ = (control_ & control::powerDown) != 0 ? never : now;
+    activeSince_ = (value & control::powerDown) != 0 ? never : now;
     takesTime_ = true;
     return true;
 }
 
-/// The standard registers take their defaults; the vendor's keep what was written to them.
+/// Standard registers get their defaults; the vendor's registers keep their content.
 void Phy::beginReset(SimTime now) noexcept {
     setStandardDefaults();
     const PhyTimes usual{resetTime_, negotiationTime_};
@@ -211,7 +187,7 @@ void Phy::holdInReset() noexcept {
 void Phy::releaseReset(SimTime now) noexcept {
     if (!heldInReset_) return;
     heldInReset_ = false;
-    setVendorDefaults();
+    setAllDefaults();
     beginReset(now);
 }
 
@@ -222,7 +198,7 @@ void Phy::switchOff() noexcept {
 void Phy::switchOn(SimTime now) noexcept {
     if (hasPower_) return;
     hasPower_ = true;
-    setVendorDefaults();
+    setAllDefaults();
     beginReset(now);
 }
 
@@ -230,16 +206,17 @@ LinkEnd Phy::end() const noexcept {
     LinkEnd end;
     if (answers()) end.activeSince = activeSince_;
     if (takesTime_) end.negotiation = oddNegotiation_.value_or(negotiationTime_);
-    end.negotiates = (control_ & control::autoNegotiation) != 0;
-    end.ability = advertisement_;
-    end.gigabit = gigabitControl_;
-    end.forcedMbit = forcedMbit(control_);
-    end.forcedFullDuplex = (control_ & control::fullDuplex) != 0;
+    const std::uint16_t mode = memory_[phyControl];
+    end.negotiates = (mode & control::autoNegotiation) != 0;
+    end.ability = memory_[phyAdvertisement];
+    end.gigabit = memory_[phyGigabitControl];
+    end.forcedMbit = forcedMbit(mode);
+    end.forcedFullDuplex = (mode & control::fullDuplex) != 0;
     return end;
 }
 
 SimTime Phy::passesFramesFrom() const noexcept {
-    const bool passes = link_.mbit != 0 && (control_ & control::isolate) == 0;
+    const bool passes = link_.mbit != 0 && (memory_[phyControl] & control::isolate) == 0;
     return passes ? link_.upAt : never;
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// One port's PHY: its registers as MDIO sees them, and what it shows to the other end of the cable.
+// One port's PHY: its registers, and what it signals to the other end of the cable.
 #pragma once
 
-#include "Negotiation.h"
-#include "PhyRegisters.h"
+#include "phy/Negotiation.h"
+#include "phy/PhyRegisters.h"
 
 #include <array>
 #include <cstdint>
@@ -11,12 +11,12 @@
 
 namespace orvo::sim {
 
-/// How long a PHY holds its reset bit, and how long the negotiation after it takes.
+/// How long a PHY holds its reset bit, and how long negotiation takes after that.
 struct PhyTimes {
     SimTime reset, negotiation;
 };
 
-/// Has a say in the times of every reset.
+/// Can change the times of a reset.
 class PhyResetWatch {
 public:
     virtual PhyTimes atReset(PhyTimes usual, SimTime now) noexcept = 0;
@@ -25,25 +25,25 @@ protected:
     ~PhyResetWatch() = default;
 };
 
-/// Threads: guarded by the bench mutex, all of it.
+/// All of it under the bench mutex.
 class Phy {
 public:
-    /// A PHY that has power and was never reset; it negotiates in no time until it is.
+    /// A PHY that has power and was never reset. Until its first reset it negotiates in no time.
     Phy() noexcept;
 
-    /// How long it holds the reset bit and negotiates, from the next time on; UINT32_MAX for ever.
+    /// Times of later resets and negotiations, in milliseconds; a reset of UINT32_MAX never ends.
     void setTimes(std::uint32_t resetMs, std::uint32_t negotiationMs) noexcept;
 
-    /// Null: nobody. Outlives the PHY, or the next call.
+    /// Null: none. The watch must outlive the PHY, or stay until the next call.
     void setResetWatch(PhyResetWatch* watch) noexcept { watch_ = watch; }
 
-    /// A register (0 to 31) as an MDIO read gives it; `read` also does what reading does to it.
+    /// A register (0 to 31) as an MDIO read gives it. `read` also clears the bits that reading clears.
     std::uint16_t peek(unsigned number, SimTime now) const noexcept;
     std::uint16_t read(unsigned number, SimTime now) noexcept;
-    /// True when the link has to be negotiated anew.
+    /// True when the caller must renegotiate the link.
     bool write(unsigned number, std::uint16_t value, SimTime now) noexcept;
 
-    /// The reset line, and the board's power. All of them call for a new negotiation.
+    /// The reset line, and the board's power. The caller must renegotiate after each.
     void holdInReset() noexcept;
     void releaseReset(SimTime now) noexcept;
     void switchOff() noexcept;
@@ -52,14 +52,14 @@ public:
     LinkEnd end() const noexcept;
     const Link& link() const noexcept { return link_; }
     bool isLinkUp(SimTime now) const noexcept { return link_.mbit != 0 && link_.upAt <= now; }
-    /// From when on frames pass between the MAC and the cable.
+    /// The moment from which frames pass between the MAC and the cable.
     SimTime passesFramesFrom() const noexcept;
     /// The outcome of a negotiation that began at `now`.
     void setLink(const Link& link, SimTime now) noexcept;
 
     void setIdleErrors(unsigned count) noexcept;
 
-    /// How often the link went down, and how long it has been down in all.
+    /// How often the link went down, and how long it has been down in total.
     std::uint64_t linkLosses() const noexcept { return linkLosses_; }
     SimTime linkDownTime(SimTime now) const noexcept;
 
@@ -67,7 +67,8 @@ private:
     bool answers() const noexcept { return hasPower_ && !heldInReset_; }
     bool isResetting(SimTime now) const noexcept { return now < resetUntil_; }
     void setStandardDefaults() noexcept;
-    void setVendorDefaults() noexcept;
+    void setAllDefaults() noexcept;
+    bool hasExtended() const noexcept { return memory_[phyExtendedIndex] < extended_.size(); }
     void beginReset(SimTime now) noexcept;
     bool writeControl(std::uint16_t value, SimTime now) noexcept;
     std::uint16_t readStatus(SimTime now) const noexcept;
@@ -77,7 +78,7 @@ private:
 
     SimTime resetTime_;
     SimTime negotiationTime_;
-    std::optional<SimTime> oddNegotiation_; // what a watch made of it, until the next reset
+    std::optional<SimTime> oddNegotiation_; // set by the watch, until the next reset
     PhyResetWatch* watch_ = nullptr;
 
     // Without power, or held in reset, no register answers and nothing is signalled.
@@ -85,22 +86,17 @@ private:
     bool heldInReset_ = false;
     SimTime resetUntil_ = always;
     SimTime activeSince_ = always;
-    bool takesTime_ = false; // to negotiate: since the first reset or restart
+    bool takesTime_ = false; // negotiation does: after the first reset or restart
 
-    std::uint16_t control_ = 0;
-    std::uint16_t advertisement_ = 0;
-    std::uint16_t nextPage_ = 0;
-    std::uint16_t gigabitControl_ = 0;
-    std::uint16_t extendedIndex_ = 0;
-    std::array<std::uint16_t, phyRegisters> vendor_{}; // registers that are memory only
+    std::array<std::uint16_t, phyRegisters> memory_{}; // of the registers that keep a value
     std::array<std::uint16_t, 32> extended_{};
 
     Link link_;
     SimTime downSince_ = always;
-    SimTime downBefore_{}; // in all, up to then
+    SimTime downBefore_{}; // in total, before downSince_
     std::uint64_t linkLosses_ = 0;
     bool linkFailed_ = false; // since the status was read last
-    bool pageRead_ = false;   // the received page, and the fault, were seen since the negotiation
+    bool pageRead_ = false;   // this and the next: read since the negotiation
     bool faultRead_ = false;
     std::uint16_t idleErrors_ = 0;
 };

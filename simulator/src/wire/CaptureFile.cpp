@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Capture files.
-#include "CaptureFile.h"
+#include "wire/CaptureFile.h"
 
-#include "WireSpec.h"
-
-#include <pcap/pcap.h>
+#include "wire/WireSpec.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -25,7 +23,7 @@ constexpr std::size_t flushBytes = std::size_t{256} * 1024;
     throw WireError("capture file '" + path.string() + "' " + reason);
 }
 
-/// Opens a regular file; anything else (a pipe, say) could make reader or sender wait without limit.
+/// Opens a regular file; reading or writing anything else, such as a pipe, could block without limit.
 std::unique_ptr<std::FILE, CloseFile> openFile(const std::filesystem::path& path, int flags, const char* mode,
                                                const std::string& doing) {
     const int descriptor = open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0666);
@@ -39,24 +37,12 @@ std::unique_ptr<std::FILE, CloseFile> openFile(const std::filesystem::path& path
 
 } // namespace
 
-void CloseFile::operator()(std::FILE* file) const noexcept {
-    std::fclose(file); // nothing was written through it
-}
-
-void CloseFile::operator()(pcap* file) const noexcept {
-    pcap_close(file);
-}
-
-void CloseFile::operator()(pcap_dumper* file) const noexcept {
-    pcap_dump_close(file);
-}
-
 CaptureReader::CaptureReader(const std::filesystem::path& path) : path_(path) {
     auto opened = openFile(path, O_RDONLY, "rb", "played");
     char reason[PCAP_ERRBUF_SIZE] = "";
     file_.reset(pcap_fopen_offline(opened.get(), reason));
     if (!file_) refuse(path, std::string("is no pcap or pcapng file: ") + reason);
-    static_cast<void>(opened.release()); // pcap's from now on
+    static_cast<void>(opened.release()); // pcap owns it from now on
     const int linkType = pcap_datalink(file_.get());
     if (linkType == DLT_EN10MB) return;
     const char* name = pcap_datalink_val_to_name(linkType);
@@ -71,7 +57,7 @@ std::optional<CaptureReader::Frame> CaptureReader::next() noexcept {
     if (result == 1) return Frame{{bytes, record->caplen}, record->caplen == record->len};
     if (result == PCAP_ERROR)
         std::fprintf(stderr,
-                     "simulated board: capture file '%s' is damaged, the rest of it is not played: %s\n",
+                     "simulated board: capture file '%s' is damaged; the rest of it is not played: %s\n",
                      path_.c_str(), pcap_geterr(file_.get()));
     file_.reset();
     return std::nullopt;
@@ -87,8 +73,7 @@ bool CaptureWriter::begin() noexcept {
     if (file_) return true;
     if (failed_) return false;
     const bool emptied = ftruncate(fileno(opened_.get()), 0) == 0;
-    // The buffer takes all that is written between two flushes, so that the file is always cut between
-    // frames.
+    // The buffer holds all that is written between two flushes, so that the file always ends between frames.
     std::setvbuf(opened_.get(), nullptr, _IOFBF, 2 * flushBytes);
     file_.reset(emptied ? pcap_dump_fopen(format_.get(), opened_.get())
                         : nullptr); // writes the file's header
@@ -120,7 +105,8 @@ bool CaptureWriter::isEmpty() const noexcept {
     return fstat(fileno(opened_.get()), &state) == 0 && state.st_size == 0;
 }
 
-/// Flushes what was written, and takes the failure of that or of what came before as the file's.
+/// Flushes what was written. After a failure, here or before (`ok` is false), cuts the file behind its last
+/// whole frame and writes no more.
 bool CaptureWriter::finish(bool ok) noexcept {
     ok = ok && pcap_dump_flush(file_.get()) == 0 && !std::ferror(pcap_dump_file(file_.get()));
     if (!ok)
@@ -130,7 +116,7 @@ bool CaptureWriter::finish(bool ok) noexcept {
     if (ok)
         wholeBytes_ = pcap_dump_ftell(file_.get());
     else if (file_ && ftruncate(fileno(pcap_dump_file(file_.get())), wholeBytes_) != 0)
-        wholeBytes_ = 0; // nothing more can be done about it
+        wholeBytes_ = 0; // the incomplete frame stays
     failed_ = !ok;
     return ok;
 }

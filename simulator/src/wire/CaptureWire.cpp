@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Playing and recording of captures.
-#include "CaptureWire.h"
+#include "wire/CaptureWire.h"
 
-#include "Clock.h"
+#include "base/Clock.h"
 
 namespace orvo::sim {
 
 namespace {
 
-// Frames per reading of an empty queue: enough to make it worth the while, few enough that the host can clear
-// the queue without losing much of the file.
+// Frames played per read of an empty queue: enough for speed, few enough that a host that clears the queue
+// loses little of the file.
 constexpr int framesAtOnce = 16;
 
 } // namespace
@@ -18,12 +18,13 @@ CaptureWire::CaptureWire(const WireSpec& spec, FrameSink& port) : port_(port), r
     if (spec.output.empty()) return;
     std::error_code absent;
     if (std::filesystem::equivalent(spec.input, spec.output, absent))
-        throw WireError("capture file '" + spec.output.string() + "' cannot be played and written at once");
+        throw WireError("capture file '" + spec.output.string() +
+                        "' cannot be played and written at once; name another file to write");
     writer_.emplace(spec.output);
 }
 
 CaptureWire::~CaptureWire() {
-    flush(); // a file that is incomplete is reported here at the latest
+    flush(); // reports an incomplete file here at the latest
 }
 
 bool CaptureWire::transmit(WireBytes frame) noexcept {

@@ -2,8 +2,8 @@
 // A wire that plays a capture file towards its port, and records what the port transmits.
 #pragma once
 
-#include "CaptureFile.h"
-#include "Wire.h"
+#include "wire/CaptureFile.h"
+#include "wire/Wire.h"
 
 #include <mutex>
 

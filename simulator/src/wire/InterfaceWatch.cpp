@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Looking at a network interface: netlink rings, and the usual requests tell what there is.
-#include "InterfaceWatch.h"
+// Netlink tells that some interface changed; ioctl requests tell how it is now.
+#include "wire/InterfaceWatch.h"
 
-#include "WireSpec.h"
+#include "wire/WireSpec.h"
 
 #include <linux/netlink.h>
 #include <linux/rtnetlink.h>
@@ -28,7 +28,7 @@ Descriptor openBell(const std::string& name) {
     return bell;
 }
 
-/// Names fit: parseWire sees to it.
+/// Names fit: parseWire has checked them.
 ifreq requestFor(const std::string& name) noexcept {
     ifreq request{};
     name.copy(request.ifr_name, IFNAMSIZ - 1);
@@ -39,7 +39,7 @@ ifreq requestFor(const std::string& name) noexcept {
 
 InterfaceWatch::InterfaceWatch(std::string name) : name_(std::move(name)), bell_(openBell(name_)) {}
 
-/// What the messages say does not matter, nor whether some were lost: the interface itself is asked.
+/// Discards the messages: `look` asks the interface itself, so lost messages do no harm.
 void InterfaceWatch::hush() noexcept {
     char message[64];
     while (recv(bell_.get(), message, sizeof message, 0) >= 0 || errno == ENOBUFS || errno == EINTR) {

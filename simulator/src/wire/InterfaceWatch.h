@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The state of a network interface, and a bell that rings when interfaces change.
+// The state of a network interface, and a descriptor that shows when interfaces change.
 #pragma once
 
-#include "Descriptor.h"
+#include "base/Descriptor.h"
 
 #include <string>
 
@@ -10,7 +10,7 @@ namespace orvo::sim {
 
 enum class InterfaceState { Absent, Down, NoCarrier, Up };
 
-/// Sees the network namespace of the thread that makes it. One thread at a time.
+/// Watches in the network namespace of the thread that creates it. One thread at a time.
 class InterfaceWatch {
 public:
     /// Throws WireError.
@@ -22,7 +22,7 @@ public:
 
     struct View {
         InterfaceState state = InterfaceState::Absent;
-        int index = 0; ///< of the interface that has the name now; 0: none has
+        int index = 0; ///< of the interface with this name; 0: there is none
     };
     View look() noexcept;
     /// Whether the interface carries Ethernet frames; false where there is none.

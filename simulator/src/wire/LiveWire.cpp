@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The thread of a live wire, and sending through it.
-#include "LiveWire.h"
+#include "wire/LiveWire.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -15,39 +16,23 @@ namespace orvo::sim {
 
 namespace {
 
-using Clock = std::chrono::steady_clock; // networks know no virtual time
+using Clock = std::chrono::steady_clock; // networks run in real time
 
-// How long a frame waits for a place in the interface's send queue.
+// How long a frame waits for room in the interface's send queue.
 constexpr auto sendPatience = std::chrono::milliseconds{40};
-// How often an interface that is gone is looked for, should its return have gone unnoticed.
+// How often to look for an interface that is gone, in case no message announced its return.
 constexpr int absentMs = 200;
-// Until the port's link can follow, while its bench is in use.
+// How soon to try again when the bench mutex was taken and the port's link could not follow.
 constexpr int followMs = 1;
 
 bool isFull(int error) noexcept {
     return error == EAGAIN || error == ENOBUFS || error == EINTR;
 }
 
-/// Tells of an interface that is down or gone, which the wire's thread may not have seen yet.
+/// The interface is down or gone; the wire's thread may not have seen it yet.
 bool isAway(int error) noexcept {
     return error == ENETDOWN || error == ENXIO || error == ENODEV || error == EIO || error == EBADFD;
 }
-
-/// Signals are for the program's own threads.
-class SignalsBlocked {
-public:
-    SignalsBlocked() noexcept {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-
-private:
-    sigset_t before_{};
-};
 
 } // namespace
 
@@ -57,7 +42,7 @@ LiveWire::LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> de
     const std::string subject = "interface '" + interface + "' ";
     const auto view = watch_.look();
     if (view.index == 0) throw WireError(subject + "does not exist; `ip link` shows those that do");
-    if (!watch_.isEthernet()) throw WireError(subject + "carries no Ethernet frames");
+    if (!watch_.isEthernet()) throw WireError(subject + "carries no Ethernet frames; name another interface");
     const int error = end_.get() < 0 ? errno : device_->attach(view.index);
     if (error != 0) throw WireError(subject + "cannot be used: " + std::strerror(error));
     attached_ = view.index;
@@ -74,14 +59,18 @@ void LiveWire::plugged(LinkListener& listener) noexcept {
     listener_ = &listener;
     toldCarrier_ = hasCarrier();
     if (state_ != InterfaceState::Up) report(state_);
+    sigset_t all, before; // signals are for the program's own threads
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before); // which the new thread inherits
     try {
-        const SignalsBlocked here; // the thread inherits it
         thread_ = std::thread([this] { run(); });
     } catch (const std::system_error& error) {
         state_ = InterfaceState::Absent;
-        std::fprintf(stderr, "simulated board: interface '%s' gets no thread and carries nothing: %s\n",
+        std::fprintf(stderr,
+                     "simulated board: interface '%s' carries no frames, as its thread cannot start: %s\n",
                      watch_.name().c_str(), error.what());
     }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void LiveWire::run() noexcept {
@@ -117,39 +106,28 @@ void LiveWire::lookAtInterface() noexcept {
 }
 
 void LiveWire::report(InterfaceState now) const noexcept {
+    constexpr std::array sentences = {"is gone; no frames pass until it is back",
+                                      "is down; no frames pass until you bring it up: ip link set ",
+                                      "has no carrier; no frames pass until it has", "is up"};
     const char* const name = watch_.name().c_str();
-    switch (now) {
-    case InterfaceState::Absent:
-        std::fprintf(stderr, "simulated board: interface '%s' is gone; no frames pass until it is back\n",
-                     name);
-        break;
-    case InterfaceState::Down:
-        std::fprintf(stderr,
-                     "simulated board: interface '%s' is down; no frames pass until: ip link set %s up\n",
-                     name, name);
-        break;
-    case InterfaceState::NoCarrier:
-        std::fprintf(stderr, "simulated board: interface '%s' has no carrier; no frames pass until it has\n",
-                     name);
-        break;
-    case InterfaceState::Up:
-        std::fprintf(stderr, "simulated board: interface '%s' is up\n", name);
-        break;
-    }
+    const bool isDown = now == InterfaceState::Down;
+    std::fprintf(stderr, "simulated board: interface '%s' %s%s%s\n", name,
+                 sentences.at(static_cast<std::size_t>(now)), isDown ? name : "", isDown ? " up" : "");
 }
 
 bool LiveWire::transmit(WireBytes frame) noexcept {
-    return !isGoodFrame(frame) || transmitUnsealed(withoutFcs(frame)); // a bad one ends at the far end's MAC
+    return !isGoodFrame(frame) ||
+           transmitUnsealed(withoutFcs(frame)); // the far end's MAC would drop a bad one
 }
 
 bool LiveWire::transmitUnsealed(WireBytes content) noexcept {
-    if (content.size() > maxFrameBytes) return true; // so does a long one
+    if (content.size() > maxFrameBytes) return true; // and a long one
     const int error = sendPatiently(content);
     if (error != 0) reportUnsent(content.size(), error);
     return error == 0;
 }
 
-/// What the interface's state explains is for the wire's thread to say.
+/// Says nothing about errors that the interface's state explains: the wire's thread reports that.
 void LiveWire::reportUnsent(std::size_t bytes, int error) noexcept {
     if (saidUnsent_ || isFull(error) || isAway(error)) return;
     saidUnsent_ = true;
@@ -162,7 +140,7 @@ int LiveWire::sendPatiently(WireBytes content) noexcept {
     int error = device_->send(content);
     if (error == 0) [[likely]]
         return 0;
-    if (error == ENETDOWN) error = device_->send(content); // the first may tell of a time before
+    if (error == ENETDOWN) error = device_->send(content); // the first may report an error from before
     for (const auto limit = Clock::now() + sendPatience; isFull(error) && Clock::now() < limit;) {
         pollfd room{error == EAGAIN ? device_->descriptor() : -1, POLLOUT, 0};
         poll(&room, 1, 1);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// A wire to a network interface of this machine: its frames come and go in real time.
+// A wire to a network interface of this machine, in real time.
 #pragma once
 
-#include "Descriptor.h"
-#include "FrameDevice.h"
-#include "InterfaceWatch.h"
+#include "base/Descriptor.h"
+#include "wire/FrameDevice.h"
+#include "wire/InterfaceWatch.h"
 
 #include <atomic>
 #include <memory>
@@ -17,7 +17,7 @@ namespace orvo::sim {
 /// destructor ends the thread, then lets go of the interface.
 class LiveWire final : public Wire {
 public:
-    /// `device` is of this interface. Throws WireError.
+    /// `device` must belong to this interface. Throws WireError.
     LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> device, FrameSink& port);
     ~LiveWire() override;
 
@@ -41,12 +41,12 @@ private:
     std::atomic<InterfaceState> state_{InterfaceState::Absent}; // the wire's thread writes it
     bool saidUnsent_ = false;                                   // the sender's thread's
 
-    // The wire's thread's, from `plugged` on.
-    int attached_ = 0; // index of the interface; 0: to none
+    // Used by the wire's thread only, from `plugged` on.
+    int attached_ = 0; // index of the interface; 0: not attached
     LinkListener* listener_ = nullptr;
     bool toldCarrier_ = false;
 
-    const Descriptor end_; // an event: the thread is to end
+    const Descriptor end_; // event that ends the thread
     std::thread thread_;
 };
 

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Packet sockets: a ring of slots that the kernel fills with arriving frames, and plain sending.
-#include "PacketSocket.h"
-
-#include "InternetChecksum.h"
+// Packet sockets: the kernel puts arriving frames into the slots of a ring; sending is a plain write.
+#include "wire/PacketSocket.h"
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
@@ -20,17 +18,17 @@ namespace orvo::sim {
 
 namespace {
 
-// One frame a slot, so that each is seen as soon as it is there. The rest of a longer one is cut off.
+// One frame a slot, so that each can be read at once. Longer frames are cut off.
 constexpr std::size_t slotBytes = 2048;
 constexpr std::size_t blockBytes = 32 * slotBytes;
 constexpr std::size_t largestRingBytes = std::size_t{16} << 20;
 constexpr std::size_t smallestRingBytes = std::size_t{1} << 20;
 
-/// What precedes a frame and tells what is left to do on it; <linux/virtio_net.h> has it, but is not C++.
+/// Precedes each frame and says what offload left undone; <linux/virtio_net.h> defines it, but is not C++.
 struct OffloadHeader {
     static constexpr std::uint8_t needsChecksum = 1; // in flags
     std::uint8_t flags = 0;
-    std::uint8_t segmentation = 0; // 0: this is no frame that is yet to be cut into several
+    std::uint8_t segmentation = 0; // not 0: several frames joined into one
     std::uint16_t headerBytes = 0;
     std::uint16_t segmentBytes = 0;
     std::uint16_t checksumStart = 0; // from the start of the frame
@@ -47,14 +45,14 @@ bool setOption(int socket, int name, int value) noexcept {
 }
 
 Descriptor openSocket(const std::string& interface) {
-    // Of no protocol: nothing arrives until it is attached.
+    // Without a protocol, nothing arrives until the socket is attached.
     Descriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const int error = errno;
     if (socket.get() >= 0) return socket;
     const std::string wire = "wire 'packet:" + interface + "' ";
     if (error != EPERM && error != EACCES)
-        throw WireError(wire + "cannot be had: no packet socket: " + std::strerror(error));
-    // Not by a capability of the file: a program that has one does not look for libraries beside itself.
+        throw WireError(wire + "cannot be used: the system gives no packet socket: " + std::strerror(error));
+    // Not by a file capability: programs with one ignore the library path beside them.
     std::error_code unknown;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", unknown);
     throw WireError(wire +
@@ -69,8 +67,33 @@ std::atomic_ref<std::uint32_t> statusOf(std::uint8_t* slot) noexcept {
     return std::atomic_ref(reinterpret_cast<tpacket2_hdr*>(slot)->tp_status);
 }
 
-/// Puts the tag back that the kernel took out. The 12 bytes move into what was read before: the space that
-/// the offload header took.
+/// The ones' complement sum, in the machine's byte order, which the result then has too.
+std::uint16_t sumOf(std::span<const std::uint8_t> bytes) noexcept {
+    std::uint64_t sum = 0;
+    std::uint32_t unit = 0;
+    for (; bytes.size() >= sizeof unit; bytes = bytes.subspan(sizeof unit)) {
+        std::memcpy(&unit, bytes.data(), sizeof unit);
+        sum += unit;
+    }
+    unit = 0;
+    std::memcpy(&unit, bytes.data(), bytes.size());
+    sum += unit;
+    while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
+    return static_cast<std::uint16_t>(sum);
+}
+
+/// Computes the checksum of TCP or UDP that the sender left to its network card: over everything from `start`
+/// on, in place of the pseudo header's sum, which stands `offset` bytes behind `start`. Leaves a frame alone
+/// that is too short.
+void finishChecksum(std::span<std::uint8_t> frame, std::size_t start, std::size_t offset) noexcept {
+    if (start > frame.size() || offset + sizeof(std::uint16_t) > frame.size() - start) return;
+    auto checksum = static_cast<std::uint16_t>(~sumOf(frame.subspan(start)));
+    if (checksum == 0) checksum = 0xFFFF; // in UDP, 0 stands for no checksum
+    std::memcpy(frame.data() + start + offset, &checksum, sizeof checksum);
+}
+
+/// Puts back the tag that the kernel removed: moves the addresses forward into the offload header, which was
+/// read before.
 WireBytes withTag(std::uint8_t* frame, const tpacket2_hdr& header) noexcept {
     std::uint8_t* const tagged = frame - tagBytes;
     std::memmove(tagged, frame, addressesBytes);
@@ -89,13 +112,14 @@ void UnmapRing::operator()(std::uint8_t* ring) const noexcept {
 
 PacketSocket::PacketSocket(const std::string& interface)
     : FrameDevice(interface), socket_(openSocket(interface)) {
-    setOption(socket_.get(), PACKET_IGNORE_OUTGOING, 1); // an older kernel's are left out by handOn
+    setOption(socket_.get(), PACKET_IGNORE_OUTGOING, 1); // where the kernel cannot, handOn skips them
     bool fits = setOption(socket_.get(), PACKET_VERSION, TPACKET_V2) &&
-                setOption(socket_.get(), PACKET_VNET_HDR, 1); // tells of checksums that are not finished
+                setOption(socket_.get(), PACKET_VNET_HDR, 1); // shows unfinished checksums
     std::size_t bytes = largestRingBytes;
     while (fits && !shareRing(bytes)) fits = (bytes /= 2) >= smallestRingBytes;
     if (!fits)
-        throw WireError("wire 'packet:" + interface + "' gets no receive buffer: " + std::strerror(errno));
+        throw WireError("wire 'packet:" + interface +
+                        "' cannot be used: the system gives no receive buffer: " + std::strerror(errno));
 }
 
 bool PacketSocket::shareRing(std::size_t bytes) noexcept {
@@ -129,13 +153,13 @@ int PacketSocket::attach(int index) noexcept {
 void PacketSocket::clearError() noexcept {
     int error = 0;
     socklen_t bytes = sizeof error;
-    getsockopt(socket_.get(), SOL_SOCKET, SO_ERROR, &error, &bytes); // reading it is what clears it
+    getsockopt(socket_.get(), SOL_SOCKET, SO_ERROR, &error, &bytes); // reading clears it
 }
 
 void PacketSocket::receive(FrameSink& port) noexcept {
     std::size_t taken = 0;
     while (taken < slots_ && takeSlot(port)) ++taken;
-    // Frames behind a loss tell of it. Where none came, the ring was full, and so all of it was taken now.
+    // A frame after a loss says so. If none came since, the ring was full, so that all slots were taken now.
     if (isLosing_ || taken == slots_) countLost(port);
 }
 
@@ -174,7 +198,7 @@ void PacketSocket::countLost(FrameSink& port) noexcept {
     socklen_t bytes = sizeof counts;
     if (getsockopt(socket_.get(), SOL_PACKET, PACKET_STATISTICS, &counts, &bytes) == 0 &&
         counts.tp_drops != 0)
-        port.countLost(counts.tp_drops); // the kernel's count begins anew
+        port.countLost(counts.tp_drops); // reading sets the kernel's count to 0
 }
 
 int PacketSocket::send(WireBytes frame) noexcept {

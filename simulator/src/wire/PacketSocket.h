@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// A network interface as a wire sees it through a packet socket: everything that arrives there.
+// Everything that arrives at a network interface, by a packet socket.
 #pragma once
 
-#include "Descriptor.h"
-#include "FrameDevice.h"
+#include "base/Descriptor.h"
+#include "wire/FrameDevice.h"
 
 #include <cstdint>
 #include <memory>
@@ -36,8 +36,8 @@ private:
     const Descriptor socket_;
     std::unique_ptr<std::uint8_t, UnmapRing> ring_;
     std::size_t slots_ = 0;
-    std::size_t next_ = 0;  // the slot that the kernel fills next, or filled
-    bool isLosing_ = false; // the kernel had no slot for a frame
+    std::size_t next_ = 0;  // the next slot to read
+    bool isLosing_ = false; // the kernel had no free slot for a frame
 };
 
 } // namespace orvo::sim

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // TAP interfaces, by the tun driver.
-#include "TapDevice.h"
+#include "wire/TapDevice.h"
 
 #include <fcntl.h>
 #include <linux/if_tun.h>
@@ -14,11 +14,11 @@ namespace orvo::sim {
 
 namespace {
 
-// Frames handed on before the wire looks at what else there is: some milliseconds' worth.
+// Frames to deliver before the wire looks at other events: some milliseconds' worth.
 constexpr int framesAtOnce = 4096;
 
 [[noreturn]] void refuse(const std::string& name, const std::string& reason) {
-    throw WireError("wire 'tap:" + name + "' cannot be had: " + reason);
+    throw WireError("wire 'tap:" + name + "' cannot be used: " + reason);
 }
 
 Descriptor openDriver(const std::string& name) {
@@ -37,12 +37,12 @@ std::string reasonOf(int error, const std::string& name) {
     const std::string add = "sudo ip tuntap add " + name + " mode tap user $USER";
     switch (error) {
     case EBUSY:
-        return "another program uses this TAP";
+        return "another program uses this TAP; end that program, or name another TAP";
     case EINVAL:
-        return "the name is taken by an interface that is no TAP, or one with several queues";
+        return "the name is taken by an interface that is no TAP, or a TAP with several queues; name another";
     case EPERM:
         if (if_nametoindex(name.c_str()) == 0) return "no permission to make it; have it made by: " + add;
-        return "the TAP belongs to another user; have it made anew by: sudo ip tuntap del " + name +
+        return "the TAP belongs to another user; have it made again by: sudo ip tuntap del " + name +
                " mode tap && " + add;
     default:
         return std::strerror(error);
@@ -61,7 +61,7 @@ int TapDevice::join() noexcept {
     name_.copy(request.ifr_name, IFNAMSIZ - 1);
     request.ifr_flags = IFF_TAP | IFF_NO_PI;
     if (ioctl(device_.get(), TUNSETIFF, &request) != 0) return errno;
-    // The kernel finishes checksums and cuts segments, also where an earlier user of the TAP did so itself.
+    // Without offloads the kernel finishes checksums and cuts segments; an earlier user may have set them.
     ioctl(device_.get(), TUNSETOFFLOAD, 0);
     return 0;
 }

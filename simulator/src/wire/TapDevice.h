@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// A TAP interface, whose network is this program.
+// A TAP interface: a network interface of the machine whose cable ends in this program.
 #pragma once
 
-#include "Descriptor.h"
-#include "FrameDevice.h"
+#include "base/Descriptor.h"
+#include "wire/FrameDevice.h"
 
 #include <array>
 #include <cstdint>
@@ -12,8 +12,7 @@ namespace orvo::sim {
 
 class TapDevice final : public FrameDevice {
 public:
-    /// Attached: to the TAP of this name that is there, else to a new one that ends with this object. Throws
-    /// WireError.
+    /// Attaches to the existing TAP of this name, or makes one that goes with this object. Throws WireError.
     explicit TapDevice(const std::string& interface);
 
     int descriptor() const noexcept override { return device_.get(); }
@@ -26,7 +25,7 @@ private:
 
     const std::string name_;
     const Descriptor device_;
-    std::array<std::uint8_t, maxWireBytes + 1> buffer_; // a byte more than any frame that is not too long
+    std::array<std::uint8_t, maxWireBytes + 1> buffer_; // one byte more, to notice frames that are too long
 };
 
 } // namespace orvo::sim

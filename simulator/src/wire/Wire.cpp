@@ -1,17 +1,17 @@
 // SPDX-License-Identifier: MIT
-// The simple wires, and the choice among all.
-#include "Wire.h"
+// The simple wires, and the choice between all kinds.
+#include "wire/Wire.h"
 
-#include "CaptureWire.h"
-#include "LiveWire.h"
-#include "PacketSocket.h"
-#include "TapDevice.h"
+#include "wire/CaptureWire.h"
+#include "wire/LiveWire.h"
+#include "wire/PacketSocket.h"
+#include "wire/TapDevice.h"
 
 namespace orvo::sim {
 
 namespace {
 
-/// Hands every frame to one receiver: that of the far port, or, as a loopback plug, that of the port itself.
+/// Delivers every frame to one receiver: the far port's or, as a loopback plug, the port's own.
 class Cable final : public Wire {
 public:
     explicit Cable(FrameSink& sink) noexcept : sink_(sink) {}

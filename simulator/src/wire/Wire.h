@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// What a port is plugged to: the interface of all wires.
+// The interface of all wires, and what they need of a port.
 #pragma once
 
-#include "WireFrame.h"
-#include "WireSpec.h"
+#include "wire/WireFrame.h"
+#include "wire/WireSpec.h"
 
 #include <memory>
 
@@ -12,14 +12,14 @@ namespace orvo::sim {
 /// What became of a frame that reached a port.
 enum class Arrival { Queued, Ignored, Broken, Overflow };
 
-/// A port's receiver, as wires see it. Any thread.
+/// A port's receiver. Any thread.
 class FrameSink {
 public:
     virtual Arrival deliver(WireBytes frame) noexcept = 0;
-    /// A frame whose check sequence is known to be right and was left out, as padding may be: where nobody
-    /// needs the sequence, nobody computes it.
+    /// A frame without its check sequence, which is known to be right, and perhaps without its padding. Saves
+    /// computing a sequence that is not needed.
     virtual Arrival deliverUnsealed(WireBytes content) noexcept = 0;
-    /// Frames of unknown length came, but were lost before they could be delivered.
+    /// Frames of unknown length were lost before they could be delivered.
     virtual void countLost(std::uint64_t frames) noexcept = 0;
     /// True while there is room for a frame of any size.
     virtual bool hasRoom() const noexcept = 0;
@@ -28,19 +28,19 @@ protected:
     ~FrameSink() = default;
 };
 
-/// A port, as a wire whose far end comes and goes sees it.
+/// A port that wants to know when the far end of its wire comes or goes.
 class LinkListener {
 public:
-    /// Has the port's link follow what `Wire::hasCarrier` says now. False, and to be tried again, while
-    /// somebody is at work on the bench, who may be waiting for the caller.
+    /// Renegotiates the link after `Wire::hasCarrier` changed. False while another thread holds the bench
+    /// mutex and may be waiting for the caller; try again then.
     virtual bool farEndChanged() noexcept = 0;
 
 protected:
     ~LinkListener() = default;
 };
 
-/// Made when the port is cabled, destroyed when it is unplugged. A wire with a life of its own (a thread that
-/// delivers into the port) begins it in `plugged` and ends it in its destructor.
+/// Made when the port is cabled, destroyed when it is unplugged. A wire with a thread of its own starts it in
+/// `plugged` and ends it in its destructor.
 class Wire {
 public:
     Wire() = default;
@@ -48,34 +48,33 @@ public:
     Wire& operator=(const Wire&) = delete;
     virtual ~Wire() = default;
 
-    /// Called once, when the wire before this one is gone and before anything is transmitted.
-    /// The listener outlives the wire.
+    /// Called once, after the wire before is gone and before anything is transmitted. The listener must
+    /// outlive the wire.
     virtual void plugged(LinkListener&) noexcept {}
 
-    /// The port sends a frame, which may be one that no receiver accepts. False when it could not leave. The
-    /// port's sender thread.
+    /// Sends a frame of the port, good or bad. False when it could not leave. The port's sender thread.
     virtual bool transmit(WireBytes frame) noexcept = 0;
-    /// The same for a padded frame whose check sequence is right and was left out.
+    /// The same for a padded frame without its check sequence, which is right.
     virtual bool transmitUnsealed(WireBytes content) noexcept = 0;
 
-    /// Whether somebody is at the far end. Any thread.
+    /// Whether the far end is up. Any thread.
     virtual bool hasCarrier() const noexcept { return true; }
 
-    /// A wire that is played on demand is asked for frames when the host reads the port's empty receive
-    /// queue. `play` delivers some, or none when there are no more. The port's receive thread.
+    /// A wire played on demand delivers some frames by `play` whenever the host reads the port's empty
+    /// receive queue, as long as it has any. The port's receive thread.
     virtual bool isPlayedOnDemand() const noexcept { return false; }
     virtual void play() noexcept {}
 
-    /// Lets go on what the wire holds back. Any thread.
+    /// Lets frames go on that the wire holds back. Any thread.
     virtual void release() noexcept {}
 
-    /// Brings what was recorded to the file; false when the file could not take it. Any thread.
+    /// Writes what was recorded to the file; false when that failed. Any thread.
     virtual bool flush() noexcept { return true; }
 };
 
-/// Makes the wire of a port; null for a port with none. `own` is the port's receiver, `far` that of the
-/// cable's other end (null if there is none). Throws WireError; no file has been changed then, though an
-/// empty output file may have been made. A TAP that is not there is made.
+/// Makes the wire of a port; null for kind None. `own` is the port's receiver, `far` that of the cable's
+/// other end (null if there is none). Makes a TAP that does not exist. Throws WireError; no file is changed
+/// then, but an empty output file may have been made.
 std::unique_ptr<Wire> makeWire(const WireSpec& spec, FrameSink& own, FrameSink* far);
 
 } // namespace orvo::sim

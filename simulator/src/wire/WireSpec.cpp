@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Texts of wires.
-#include "WireSpec.h"
+// Parsing and printing of wires.
+#include "wire/WireSpec.h"
 
 #include <charconv>
 
@@ -39,7 +39,7 @@ WireSpec parseCapture(std::string_view wire, std::string_view text, const std::f
     return spec;
 }
 
-/// The kernel's own rules for names, and a colon or a percent sign would make it a pattern.
+/// The kernel's rules for names; a percent sign would make a pattern of it.
 WireSpec parseInterface(std::string_view wire, WireSpec::Kind kind, std::string_view name) {
     constexpr std::size_t longestName = 15;
     if (name.empty()) refuse(wire, "names no network interface; write tap:NAME or packet:IFNAME");

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// What a port is to be cabled with, as text and taken apart.
+// Descriptions of wires, such as "port:0/1".
 #pragma once
 
-#include "OneLine.h"
+#include "base/Text.h"
 
 #include <filesystem>
 #include <stdexcept>
@@ -11,7 +11,7 @@
 
 namespace orvo::sim {
 
-/// A wire that cannot be had; what() is one sentence for the user.
+/// A wire that cannot be made; what() is one sentence for the user.
 struct WireError : std::runtime_error {
     explicit WireError(const std::string& sentence) : std::runtime_error(oneLine(sentence)) {}
 };
@@ -29,15 +29,15 @@ struct WireSpec {
 
     Kind kind = Kind::Loopback;
     PortPlace far = {};                ///< the other end of a cable
-    std::filesystem::path input = {};  ///< of a capture: what is played towards the port
-    std::filesystem::path output = {}; ///< of a capture: what records the port; may be empty
-    std::string interface = {};        ///< of a wire to a live network
+    std::filesystem::path input = {};  ///< of a capture: the file that is played towards the port
+    std::filesystem::path output = {}; ///< of a capture: the file that records the port; may be empty
+    std::string interface = {};        ///< of a TAP or packet wire
 
     std::string text() const; ///< as parseWire takes it
 };
 
-/// Takes the text of a wire apart; relative paths start at `directory` (empty: they stay). Throws WireError;
-/// looks at no file and no interface, and knows no boards.
+/// Parses the text of a wire; relative paths start at `directory` (empty: they stay relative). Throws
+/// WireError. Does not look at files, interfaces or boards.
 WireSpec parseWire(std::string_view wire, const std::filesystem::path& directory = {});
 
 } // namespace orvo::sim

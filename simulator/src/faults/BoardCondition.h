@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: MIT
+// Why a board may answer differently from usual: one word, so that the usual path makes one test.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace orvo::sim {
+
+enum class Trouble : std::uint32_t {
+    Gone = 1,         // the board was removed
+    NoApplet = 2,     // its FPGA holds no applet
+    CalledFaults = 4, // single calls armed faults, and some are left
+    Script = 8        // a fault script is loaded
+};
+
+/// Any thread. A call that runs during a change sees the old or the new condition.
+class BoardCondition {
+public:
+    void set(Trouble trouble, bool on) noexcept {
+        const auto bit = static_cast<std::uint32_t>(trouble);
+        if (on)
+            troubles_.fetch_or(bit, std::memory_order_relaxed);
+        else
+            troubles_.fetch_and(~bit, std::memory_order_relaxed);
+    }
+    bool isGood() const noexcept { return troubles_.load(std::memory_order_relaxed) == 0; }
+    bool has(Trouble trouble) const noexcept {
+        return (troubles_.load(std::memory_order_relaxed) & static_cast<std::uint32_t>(trouble)) != 0;
+    }
+
+private:
+    std::atomic<std::uint32_t> troubles_{0};
+};
+
+} // namespace orvo::sim

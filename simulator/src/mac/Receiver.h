@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// A port's receiving MAC: checks frames from the wire and queues them for the host.
+#pragma once
+
+#include "base/Counter.h"
+#include "mac/DataQueue.h"
+#include "mac/PortGate.h"
+#include "wire/Wire.h"
+
+#include <cstdint>
+
+namespace orvo::sim {
+
+/// Any thread.
+class Receiver final : public FrameSink {
+public:
+    Receiver(const PortGate& gate, DataQueue& queue) noexcept : gate_(gate), queue_(queue) {}
+
+    Arrival deliver(WireBytes frame) noexcept override;
+    Arrival deliverUnsealed(WireBytes content) noexcept override;
+    /// Counted as overflow, each with the words of the shortest frame.
+    void countLost(std::uint64_t frames) noexcept override;
+    bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
+
+    /// Sets all counters except those of lost words.
+    void presetCounters(std::uint64_t value) noexcept {
+        queue_.presetFrameCounts(value);
+        errors_.set(value);
+        ignoredFrames_.set(value);
+    }
+
+    /// Good frames from the wire, whether or not the queue had room.
+    std::uint64_t goodFrames() const noexcept { return counts().frames.value(); }
+    std::uint64_t goodBytes() const noexcept { return counts().bytes.value(); }
+    std::uint64_t errors() const noexcept { return errors_.value(); }
+    std::uint64_t ignoredFrames() const noexcept { return ignoredFrames_.value(); }
+    /// Good frames that entered the queue, or are just entering it.
+    std::uint64_t queuedFrames() const noexcept { return goodFrames() - overflowFrames(); }
+    std::uint64_t overflowFrames() const noexcept { return counts().lostFrames.value(); }
+    std::uint64_t lostWords() const noexcept { return counts().lostWords.value(); }
+
+private:
+    Arrival ignore(std::uint64_t frames = 1) noexcept;
+    Arrival refuse() noexcept;
+    Arrival accept(WireBytes content) noexcept;
+    const DataQueue::FrameCounts& counts() const noexcept { return queue_.frameCounts(); }
+
+    const PortGate& gate_;
+    DataQueue& queue_;
+    SharedCounter errors_;
+    SharedCounter ignoredFrames_;
+};
+
+} // namespace orvo::sim

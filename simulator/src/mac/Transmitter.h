@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+// A port's transmitter: the buffer that the host writes, and the way onto the wire.
+#pragma once
+
+#include "base/Counter.h"
+#include "mac/PortGate.h"
+#include "wire/Wire.h"
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace orvo::sim {
+
+/// Threads: the buffer and `transmit` belong to the port's sender thread; everything else any. A frame takes
+/// no time on the wire, so the transmitter is busy only while the far end receives it.
+class Transmitter {
+public:
+    static constexpr std::size_t bufferBytes = 2048;
+
+    explicit Transmitter(const PortGate& gate) noexcept : gate_(gate) {}
+
+    void begin() noexcept {
+        writesBefore_.add(units_.load(std::memory_order_relaxed) + 1);
+        units_.store(0, std::memory_order_relaxed);
+    }
+
+    /// Appends 16 bits, first byte low. A frame with more than the buffer holds is not sent.
+    void append(std::uint64_t unit) noexcept {
+        const auto at = units_.load(std::memory_order_relaxed);
+        const auto bytes = static_cast<std::uint16_t>(unit);
+        if (at < bufferBytes / 2) std::memcpy(buffer_.data() + 2 * at, &bytes, sizeof bytes);
+        units_.store(at + 1, std::memory_order_relaxed);
+    }
+
+    /// Sends the frame in the buffer, which stays there.
+    void transmit() noexcept;
+
+    bool isBusy() const noexcept { return (turns_.load(std::memory_order_relaxed) & 1) != 0; }
+
+    void setCrcGeneration(bool on) noexcept { crcGeneration_.store(on, std::memory_order_relaxed); }
+    bool crcGeneration() const noexcept { return crcGeneration_.load(std::memory_order_relaxed); }
+
+    /// Sends to `wire` from now on (null: nowhere); returns when the wire before carries no frame any more.
+    /// One thread at a time.
+    void setWire(Wire* wire) noexcept;
+
+    std::uint64_t sentFrames() const noexcept { return sentFrames_.value(); }
+    std::uint64_t sentBytes() const noexcept { return sentBytes_.value(); }
+    std::uint64_t unsentFrames() const noexcept { return unsentFrames_.value(); }
+    void presetCounters(std::uint64_t value) noexcept {
+        sentFrames_.set(value);
+        sentBytes_.set(value);
+        unsentFrames_.set(value);
+    }
+    /// Writes of the buffer's three registers.
+    std::uint64_t writes() const noexcept {
+        return writesBefore_.value() + units_.load(std::memory_order_relaxed);
+    }
+
+private:
+    WireBytes padded(std::size_t bytes, std::size_t leastBytes) noexcept;
+    bool send() noexcept;
+
+    const PortGate& gate_;
+    std::atomic<Wire*> wire_{nullptr};
+    std::atomic<bool> crcGeneration_{true};
+    std::atomic<std::uint64_t> turns_{0}; // odd while a frame is being sent
+
+    alignas(64) std::atomic<std::size_t> units_{0}; // written since the frame began; may exceed the buffer
+    Counter writesBefore_;                          // register writes that units_ does not count
+    Counter sentFrames_;
+    Counter sentBytes_;
+    SharedCounter unsentFrames_;
+    alignas(64) std::array<std::uint8_t, bufferBytes> buffer_{};
+};
+
+} // namespace orvo::sim

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: MIT
+// Making of the process's boards, and the one report of a bad configuration file.
+#include "process/Process.h"
+
+#include <dlfcn.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace orvo::sim {
+
+namespace {
+
+struct Process {
+    std::unique_ptr<Simulation> simulation;
+    std::string error;
+};
+
+const char anchor = 0; // an address inside this library
+
+std::filesystem::path installationRoot() {
+    Dl_info library{};
+    if (dladdr(&anchor, &library) == 0 || !library.dli_fname) return {};
+    std::error_code failed; // then the name is used as it is
+    const auto file = std::filesystem::canonical(library.dli_fname, failed);
+    return (failed ? std::filesystem::path(library.dli_fname) : file).parent_path().parent_path();
+}
+
+/// From the file that ORVO_SIMULATOR_CONFIG names, else from "simulator.toml" in the directory above that of
+/// this library, if it is there.
+Configuration loadUsualConfiguration() {
+    const char* const named = std::getenv("ORVO_SIMULATOR_CONFIG");
+    if (named && *named) return loadConfiguration(named);
+    const auto usual = installationRoot() / "simulator.toml";
+    std::error_code unreadable; // then reading the file says why
+    const bool absent =
+        std::filesystem::status(usual, unreadable).type() == std::filesystem::file_type::not_found;
+    return absent ? defaultConfiguration() : loadConfiguration(usual);
+}
+
+Process* makeProcess() {
+    auto process = std::make_unique<Process>();
+    try {
+        process->simulation = std::make_unique<Simulation>(loadUsualConfiguration());
+    } catch (const ConfigurationError& error) {
+        process->error = error.what();
+        process->simulation = std::make_unique<Simulation>(Configuration{});
+    }
+    return process.release();
+}
+
+Process& process() {
+    static Process* const made = makeProcess();
+    return *made;
+}
+
+constinit std::atomic<bool> isReported{false};
+
+} // namespace
+
+Simulation& simulation() {
+    return *process().simulation;
+}
+
+const std::string& configurationError() {
+    return process().error;
+}
+
+void reportConfigurationError() {
+    const std::string& error = configurationError();
+    if (error.empty() || isReported.exchange(true)) return;
+    std::fprintf(stderr, "simulated board: no board appears: %s\n", error.c_str());
+}
+
+const char* takeConfigurationError() {
+    const std::string& error = configurationError();
+    if (error.empty()) return nullptr;
+    isReported.store(true);
+    return error.c_str();
+}
+
+Board* refuseHandle(HandleBits handle) noexcept {
+    Board* const board = placeOf(handle).board.load(std::memory_order_acquire);
+    if (board && DeviceHandles::wasOpen(handle)) board->countStaleAccess();
+    return nullptr;
+}
+
+} // namespace orvo::sim
