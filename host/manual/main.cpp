@@ -53,7 +53,7 @@ class Page {
 public:
     Page(fs::path guides, fs::path path) : guides_(std::move(guides)), path_(std::move(path)) {}
 
-    std::string text() const { return folded(filled(contentOf(path_))); }
+    std::string text() const { return filled(contentOf(path_)); }
 
 private:
     std::string filled(const std::string& lines) const {

@@ -170,7 +170,7 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {{"--write", output, "--filter", "udp and prt 3"},
          2,
          "'udp and prt 3' does not compile: syntax error"},
-        {{"--write", output, "--count", "0"}, 2, "--count: '0' is no whole number from 1"},
+        {{"--write", output, "--count", "0"}, 2, "--count: '0' is not a whole number from 1"},
         {{"--write", output, "--count=-1"}, 2, "--count: '-1' is no"},
         {{"--write", output, "--count", "99999999999999999999999"}, 2, "--count"},
         {{"--write", output, "--duration", "-1"}, 2, "--duration: '-1' is no number of seconds"},
