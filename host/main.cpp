@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Host program of the GigE plug-in: command line, exit codes, and the one line that tells of a failure.
 #include "base/Failure.h"
-#include "base/Notice.h"
+#include "base/Output.h"
 #include "base/Signals.h"
 #include "commands/ExtcapCommand.h"
 #include "commands/HostProgram.h"

@@ -6,7 +6,7 @@
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "base/Progress.h"
-#include "base/ReplacedFile.h"
+#include "base/OutputFile.h"
 #include "base/Signals.h"
 #include "commands/ReplayReport.h"
 #include "device/Board.h"

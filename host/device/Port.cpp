@@ -1,18 +1,11 @@
 // SPDX-License-Identifier: MIT
-// The life of an interface object.
 #include "device/Port.h"
 
 #include "base/Failure.h"
 #include "base/Signals.h"
-#include "device/OpeningAdvice.h"
+#include "device/PluginMessages.h"
 
 namespace orvo::host {
-namespace {
-
-constexpr std::uint32_t informationLevel = 3;
-constexpr std::uint32_t errorLevel = 5;
-
-} // namespace
 
 Port::Port(Plugin& plugin, const PluginLog& log, PortAddress address, bool resetBoard)
     : log_(log), address_(address), interface_(plugin.createInterface()) {
@@ -31,7 +24,7 @@ Port::~Port() {
 
 void Port::open() {
     const SignalShield noShortSleeps;
-    LogCollector errors(log_, errorLevel);
+    LogCollector errors(log_, ErrorLevel);
     if (!interface_->setup()) fail(errors.take(address_.text()));
     interface_->start();
     running_ = true;
@@ -41,16 +34,16 @@ void Port::fail(const std::vector<std::string>& causes) const {
     std::string cause;
     for (const auto& line : causes) cause += (cause.empty() ? ": " : ", ") + line;
     if (cause.empty() && !log_.available())
-        cause = ", and the installation's log dispatcher does not tell why";
+        cause = ", and this installation's log dispatcher does not provide the reason";
     throw Failure("port " + address_.text() + " cannot be opened" + cause + "; " + openingAdvice(cause));
 }
 
-std::vector<std::string> Port::finish() {
+PortStatistics Port::finish() {
     interface_->stop();
     running_ = false;
-    LogCollector statistics(log_, informationLevel);
+    LogCollector statistics(log_, InformationLevel);
     interface_->waitForTermination();
-    return statistics.take(address_.text());
+    return {address_, statistics.take(address_.text())};
 }
 
 } // namespace orvo::host

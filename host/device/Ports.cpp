@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Opening and ending of ports.
 #include "device/Ports.h"
 
 #include "base/Failure.h"
-#include "base/Notice.h"
+#include "base/Output.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
-#include "device/LinkWait.h"
+#include "device/Phy.h"
 
 #include <algorithm>
 
@@ -20,8 +19,8 @@ std::string progressText() {
 
 } // namespace
 
-Ports::Ports(const BoardAccess& session, const std::vector<PortAddress>& addresses, bool resetBoards)
-    : session_(session), log_(session.installation), plugin_(session.installation) {
+Ports::Ports(const BoardAccess& access, const std::vector<PortAddress>& addresses, bool resetBoards)
+    : access_(access), log_(access.installation), plugin_(access.installation) {
     for (auto i = addresses.begin(); i != addresses.end(); ++i)
         if (std::find(addresses.begin(), i, *i) == i) ports_.emplace_back(plugin_, log_, *i, resetBoards);
 }
@@ -41,7 +40,7 @@ void Ports::openAll() {
 void Ports::open() {
     const Progress progress(progressText);
     openAll();
-    for (const auto& port : ports_) waitForLink(session_, port.address());
+    for (const auto& port : ports_) waitForLink(access_, port.address());
 }
 
 void Ports::openLive() {
@@ -49,9 +48,9 @@ void Ports::openLive() {
     try {
         openAll();
         for (const auto& port : ports_)
-            if (!tryWaitForLink(session_, port.address()))
+            if (!tryWaitForLink(access_, port.address()))
                 notice("port " + port.address().text() + " has no link yet; check the cable and the far end");
-    } catch (const Interruption&) { // seen again by the traffic, which then ends before its first frame
+    } catch (const Interruption&) { // the traffic that follows sees the signal and ends at once
     }
 }
 
@@ -61,7 +60,7 @@ void Ports::stop() {
 
 std::vector<PortStatistics> Ports::finish() {
     std::vector<PortStatistics> statistics;
-    for (auto& port : ports_) statistics.push_back({port.address(), port.finish()});
+    for (auto& port : ports_) statistics.push_back(port.finish());
     return statistics;
 }
 

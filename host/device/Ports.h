@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The ports that a subcommand moves frames through.
 #pragma once
 
 #include "device/BoardAccess.h"
@@ -11,36 +10,36 @@
 
 namespace orvo::host {
 
-/// One port or several, of one plug-in, opened and ended together. The session must outlive them.
+/// The ports that a subcommand uses, opened and ended together. `access` must outlive them.
 class Ports {
 public:
-    /// A port that is named twice is there once.
-    Ports(const BoardAccess& session, const std::vector<PortAddress>& addresses, bool resetBoards);
+    /// An address that occurs twice makes one port.
+    Ports(const BoardAccess& access, const std::vector<PortAddress>& addresses, bool resetBoards);
 
-    /// One of those named.
+    /// `address` is one of those given.
     Port& at(PortAddress address);
 
-    /// Opens all and waits for their links. Errors: Failure when one cannot be opened or has no link;
-    /// Interruption.
+    /// Opens all ports and waits for their links. Errors: Failure when a port cannot be opened or has no
+    /// link; Interruption.
     void open();
 
-    /// The same for live traffic, which does not need a link to begin with: says which has none. A signal
-    /// ends it early and without Interruption, since it ends the traffic that follows, too.
+    /// As `open`, for live traffic, which may start without a link: prints a notice for each port that has
+    /// none. A signal makes it return early, without Interruption, and then ends the traffic that follows.
     void openLive();
 
-    /// Begins the end of all, so that `finish` takes less time. Frames may still go through the interfaces.
+    /// Starts to stop all ports, so that `finish` takes less time. Frames may still pass.
     void stop();
 
-    /// Ends all and returns what the plug-in counted.
+    /// Ends all ports and returns what the plug-in counted.
     std::vector<PortStatistics> finish();
 
 private:
     void openAll();
 
-    const BoardAccess& session_;
+    const BoardAccess& access_;
     const PluginLog log_;
     Plugin plugin_;
-    std::list<Port> ports_; // in the order of their first naming
+    std::list<Port> ports_; // in the order of the addresses
 };
 
 } // namespace orvo::host

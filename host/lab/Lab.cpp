@@ -3,8 +3,8 @@
 #include "lab/Lab.h"
 
 #include "base/Failure.h"
-#include "base/Notice.h"
-#include "base/Terminal.h"
+#include "base/Output.h"
+#include "base/ChildProcess.h"
 #include "frames/VirtualCable.h"
 #include "lab/LabBridge.h"
 
@@ -63,7 +63,7 @@ int Lab::run() {
     return code;
 }
 
-Child Lab::startBridge() {
+ChildProcess Lab::startBridge() {
     return startChild([this] {
         leaveTerminal();
         unblockAwaitedSignals();
@@ -72,16 +72,16 @@ Child Lab::startBridge() {
     });
 }
 
-Child Lab::startCamera() {
+ChildProcess Lab::startCamera() {
     return startChild([this] {
         leaveTerminal();
         return becomeProgram({"/bin/sh", "-c", options_.camera}, camera_);
     });
 }
 
-Child Lab::startCommand() {
+ChildProcess Lab::startCommand() {
     return startChild([this] {
-        if (options_.interactive) takeTerminal();
+        if (options_.interactive) becomeForegroundGroup();
         return becomeProgram(options_.command, host_);
     });
 }

@@ -2,7 +2,7 @@
 // The child of a trial, and what is left of it.
 #include "checkup/doctor/Trial.h"
 
-#include "base/Child.h"
+#include "base/ChildProcess.h"
 #include "base/Failure.h"
 #include "base/Signals.h"
 
