@@ -54,8 +54,7 @@ std::string table(const std::vector<std::vector<std::string>>& rows) {
 bool hasUnicode() {
     for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char* const value = std::getenv(name);
-        if (!value || !*value) continue;
-        return std::strstr(value, "UTF-8") || std::strstr(value, "utf8");
+        if (value && *value) return std::strstr(value, "UTF-8") || std::strstr(value, "utf8");
     }
     return false;
 }

@@ -9,7 +9,7 @@
 #include "base/Signals.h"
 #include "device/BoardAccess.h"
 #include "device/FileConflicts.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "frames/FrameReport.h"
 #include "inspect/faults/FaultWatch.h"
 

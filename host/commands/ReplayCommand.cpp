@@ -12,7 +12,7 @@
 #include "device/Board.h"
 #include "device/BoardAccess.h"
 #include "device/FileConflicts.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "inspect/faults/FaultWatch.h"
 
 #include <fmt/format.h>

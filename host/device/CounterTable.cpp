@@ -80,10 +80,6 @@ std::string CounterRow::metric() const {
     return text + (isCount() ? "_total" : "");
 }
 
-unsigned CounterRow::bits() const {
-    return source == FirmwareRegister ? 32 : 64;
-}
-
 double CounterRow::mostPerSecond() const {
     const std::string_view counted = unit;
     return counted == "frames" ? shortestFrames : bytesPerSecond;

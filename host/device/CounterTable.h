@@ -63,7 +63,7 @@ struct CounterRow {
     /// Its name in Prometheus.
     std::string metric() const;
     /// The counter's width, after which it starts again at 0.
-    unsigned bits() const;
+    unsigned bits() const { return source == CounterSource::FirmwareRegister ? 32 : 64; }
     /// The most that a port can count in a second: a counter that seems to have grown faster was reset.
     double mostPerSecond() const;
     /// Where it is read; `port` is the port's number or a placeholder.

@@ -2,10 +2,23 @@
 #include "device/Port.h"
 
 #include "base/Failure.h"
+#include "base/Output.h"
+#include "base/Progress.h"
 #include "base/Signals.h"
+#include "device/Phy.h"
 #include "device/PluginMessages.h"
 
+#include <algorithm>
+
 namespace orvo::host {
+namespace {
+
+std::string progressText() {
+    return endRequested() == 0 ? "preparing the ports (resetting a board takes about 5 s)"
+                               : "ending as soon as the board's reset is over";
+}
+
+} // namespace
 
 Port::Port(Plugin& plugin, const PluginLog& log, PortAddress address, bool resetBoard)
     : log_(log), address_(address), interface_(plugin.createInterface()) {
@@ -44,6 +57,51 @@ PortStatistics Port::finish() {
     LogCollector statistics(log_, InformationLevel);
     interface_->waitForTermination();
     return {address_, statistics.take(address_.text())};
+}
+
+Ports::Ports(const BoardAccess& access, const std::vector<PortAddress>& addresses, bool resetBoards)
+    : access_(access), log_(access.installation), plugin_(access.installation) {
+    for (auto i = addresses.begin(); i != addresses.end(); ++i)
+        if (std::find(addresses.begin(), i, *i) == i) ports_.emplace_back(plugin_, log_, *i, resetBoards);
+}
+
+Port& Ports::at(PortAddress address) {
+    return *std::find_if(ports_.begin(), ports_.end(),
+                         [&](const Port& port) { return port.address() == address; });
+}
+
+void Ports::openAll() {
+    for (auto& port : ports_) {
+        port.open();
+        throwIfEndRequested();
+    }
+}
+
+void Ports::open() {
+    const Progress progress(progressText);
+    openAll();
+    for (const auto& port : ports_) waitForLink(access_, port.address());
+}
+
+void Ports::openLive() {
+    const Progress progress(progressText);
+    try {
+        openAll();
+        for (const auto& port : ports_)
+            if (!tryWaitForLink(access_, port.address()))
+                notice("port " + port.address().text() + " has no link yet; check the cable and the far end");
+    } catch (const Interruption&) { // the traffic that follows sees the signal and ends at once
+    }
+}
+
+void Ports::stop() {
+    for (auto& port : ports_) port.interface().stop();
+}
+
+std::vector<PortStatistics> Ports::finish() {
+    std::vector<PortStatistics> statistics;
+    for (auto& port : ports_) statistics.push_back(port.finish());
+    return statistics;
 }
 
 } // namespace orvo::host

@@ -10,7 +10,7 @@
 #include "base/Signals.h"
 #include "device/Board.h"
 #include "device/BoardAccess.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "frames/TapDevice.h"
 #include "inspect/faults/FaultWatch.h"
 #include "traffic/Bridge.h"
