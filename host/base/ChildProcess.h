@@ -24,7 +24,7 @@ struct ChildProcess {
 /// printed on standard error and makes the code 1. Errors: Failure.
 ChildProcess startChild(const std::function<int()>& work);
 
-/// For a child's work: leaves the terminal's process group, so that no key reaches it, and reads nothing.
+/// For a child's work: leaves the terminal's process group, so that no key reaches it, and empties its input.
 void leaveTerminal();
 
 /// For a child's work: replaces it by a program in a network namespace, with that namespace's interfaces in

@@ -178,7 +178,7 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {{"--write", output, "--duration", "inf"}, 2, "--duration"},
         {{"--write", output, "--ring", "3"}, 2, "'3' is not of the form FILES:SIZE"},
         {{"--write", "-", "--ring", "2:1M"}, 2, "--ring needs files"},
-        {{"--write", output, "--time", "virtual"}, 2, "keeps real time"},
+        {{"--write", output, "--time", "virtual"}, 2, "runs in real time"},
         {{"--write", folder.file("no/out")}, 1, "No such file"},
         {{"--write", "/dev/full"}, 1, "No space left on device"},
         {{"--write", output, "--port", "4"}, 1, "Port id '4' not available"},
