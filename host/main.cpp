@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Host program of the GigE plug-in: command line, exit codes, and the one line that tells of a failure.
+// Host program of the GigE plug-in: command line, exit codes, and the error line.
 #include "base/Failure.h"
-#include "base/Notice.h"
+#include "base/Output.h"
 #include "base/Signals.h"
 #include "commands/ExtcapCommand.h"
 #include "commands/HostProgram.h"
@@ -32,8 +32,8 @@ template <class Work> int runGuarded(const Work& work) {
     }
 }
 
-/// A stream that is closed gets a place that takes no writing, lest the next file that is opened be taken for
-/// it.
+/// Opens /dev/null, for reading only, in place of standard streams that are closed. The next file that is
+/// opened would otherwise become standard output.
 void holdClosedStreams() {
     int descriptor = 0;
     do descriptor = open("/dev/null", O_RDONLY | O_CLOEXEC);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Opening of libraries.
 #include "base/DynamicLibrary.h"
 
 #include "base/Failure.h"
@@ -14,7 +13,8 @@
 namespace orvo::host {
 namespace {
 
-/// The head of an ELF file, which is the same for all processors up to the machine; all zero for other files.
+/// The start of an ELF file's header, up to the machine, where all processors agree; all zero for other
+/// files.
 Elf64_Ehdr headOf(const std::filesystem::path& path) {
     Elf64_Ehdr head{};
     std::ifstream file(path, std::ios::binary);
@@ -25,7 +25,7 @@ Elf64_Ehdr headOf(const std::filesystem::path& path) {
 void* open(const std::filesystem::path& path) {
     if (!std::filesystem::exists(path))
         throw Failure("there is no " + quoted(path.string()) +
-                      "; the installation is not complete, name a complete one with --root");
+                      "; the installation is incomplete, name a complete one with --root");
     if (void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) return handle;
     const char* reason = dlerror();
     throw Failure("library " + quoted(path.string()) + " cannot be loaded: " +
@@ -50,8 +50,8 @@ void* DynamicLibrary::address(const char* name) const {
     return dlsym(handle_, name);
 }
 
-void* DynamicLibrary::requiredAddress(const char* name) const {
-    if (void* found = address(name)) return found;
+DynamicLibrary::Symbol DynamicLibrary::require(const char* name) const {
+    if (void* found = address(name)) return Symbol(found);
     throw Failure("library " + quoted(path_.string()) + " has no function " + quoted(name) +
                   "; it does not fit this program, name another installation with --root");
 }

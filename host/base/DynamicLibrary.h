@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// A library of the installation, opened at run time.
 #pragma once
 
 #include <filesystem>
@@ -7,30 +6,38 @@
 
 namespace orvo::host {
 
-/// Whether a file is a program or library, but none for this program's processor; the loader has other words
-/// for that.
+/// Whether a file is a program or library for another processor. The loader's own message would not say so.
 bool isForAnotherProcessor(const std::filesystem::path& library);
 
-/// An opened library; it stays loaded for the life of the process, so that addresses taken from it stay
-/// valid.
+/// A library of the installation, opened at run time. It is never unloaded, so addresses from it stay valid.
 class DynamicLibrary {
 public:
     /// Errors: Failure when the file is missing or cannot be loaded.
     explicit DynamicLibrary(const std::filesystem::path& path);
 
-    /// The function of this name, null when the library has none. `Function` is its type.
+    /// The function of this name and type; null when the library has none.
     template <class Function> Function* find(const char* name) const {
         return reinterpret_cast<Function*>(address(name));
     }
 
-    /// As `find`. Errors: Failure when the library has no such function.
-    template <class Function> Function* require(const char* name) const {
-        return reinterpret_cast<Function*>(requiredAddress(name));
-    }
+    /// Takes the type of the function pointer that it is assigned to.
+    class Symbol {
+    public:
+        explicit Symbol(void* address) noexcept : address_(address) {}
+        template <class Function> operator Function*() const noexcept {
+            return reinterpret_cast<Function*>(address_);
+        }
+
+    private:
+        void* address_;
+    };
+
+    /// The function of this name. Errors: Failure when the library has none.
+    Symbol require(const char* name) const;
+    template <class Function> Function* require(const char* name) const { return require(name); }
 
 private:
     void* address(const char* name) const;
-    void* requiredAddress(const char* name) const;
 
     std::filesystem::path path_;
     void* handle_;

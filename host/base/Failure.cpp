@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Texts that failures are made of.
 #include "base/Failure.h"
 
 #include <algorithm>

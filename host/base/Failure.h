@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// How a run of the program ends: exit codes, and the failures that end it early.
+// How the program ends: exit codes, and the exceptions that end it early.
 #pragma once
 
 #include <stdexcept>
@@ -11,7 +11,7 @@ enum ExitCode : int { // unscoped: it is the process's exit status
     Done = 0,
     Failed = 1,
     WrongUsage = 2,
-    DifferencesFound = 3, ///< finished, but a check was not passed
+    DifferencesFound = 3, ///< finished, but a check failed
     EndedBySignal = 128   ///< plus the signal's number
 };
 
@@ -21,22 +21,22 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The same for what the command line asked for: the exit code is that of wrong usage.
+/// A mistake on the command line: the exit code is WrongUsage.
 class UsageFailure : public Failure {
 public:
     using Failure::Failure;
 };
 
-/// Ends the run because a signal asked for it.
+/// A signal asked the program to end.
 class Interruption : public std::exception {
 public:
     const char* what() const noexcept override { return "interrupted"; }
 };
 
-/// The text with question marks for control characters: one line, which does nothing to a terminal.
+/// Replaces control characters with '?', so that the text stays on one line and cannot control the terminal.
 std::string oneLine(std::string text);
 
-/// "'TEXT'", as names and values appear in messages; one line.
+/// "'TEXT'", for names and values in messages; one line.
 std::string quoted(const std::string& text);
 
 /// The text of an errno value.

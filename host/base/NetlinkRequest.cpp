@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Laying out and sending of requests.
 #include "base/NetlinkRequest.h"
 
-#include "base/Socket.h"
+#include "base/FileDescriptor.h"
 
 #include <linux/rtnetlink.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Requests to the kernel's network code.
+// Requests to the kernel's network configuration (rtnetlink).
 #pragma once
 
 #include <linux/netlink.h>
@@ -10,8 +10,8 @@
 
 namespace orvo::host {
 
-/// One request under construction: what it is about comes first, then attributes, which nest. Everything that
-/// is put into one here fits.
+/// One request: its fixed header is put first, then attributes are added, which may nest. The buffer is
+/// larger than any request of this program.
 class NetlinkRequest {
 public:
     NetlinkRequest(std::uint16_t type, unsigned flags);
@@ -23,12 +23,12 @@ public:
         add(attribute, text.c_str(), text.size() + 1);
     }
 
-    /// Between the two, attributes go into this one.
+    /// Attributes that are added between the two nest in this one.
     std::uint32_t begin(std::uint16_t attribute);
     void end(std::uint32_t attribute);
 
-    /// Has it done in the calling thread's network namespace. Returns 0, or what the kernel has against it,
-    /// as an errno value.
+    /// Sends it in the calling thread's network namespace and waits for the answer. Returns 0, or the
+    /// kernel's reason to refuse as an errno value.
     int send();
 
 private:

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Namespaces are held by descriptors of their files in /proc.
 #include "base/NetworkNamespace.h"
 
 #include "base/Failure.h"
@@ -9,7 +8,6 @@
 #include <linux/rtnetlink.h>
 #include <net/if.h>
 #include <sched.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <exception>
@@ -19,20 +17,7 @@
 namespace orvo::host {
 namespace {
 
-std::string adviceFor(int error) {
-    switch (error) {
-    case EPERM:
-    case EACCES:
-        return "run it as root on the machine itself, or in a container that was started with --privileged";
-    case ENOSPC:
-        return "let there be more of them with 'sudo sysctl user.max_net_namespaces=1000 "
-               "user.max_pid_namespaces=1000 user.max_mnt_namespaces=1000'";
-    default:
-        return "use a kernel with network, process and mount namespaces";
-    }
-}
-
-// A kernel without IPv6 has no such settings, and no need of them.
+// A kernel without IPv6 lacks these files and needs none of this.
 void switchIpv6Off() {
     for (const char* scope : {"all", "default"})
         std::ofstream(std::string("/proc/sys/net/ipv6/conf/") + scope + "/disable_ipv6") << "1\n";
@@ -40,7 +25,7 @@ void switchIpv6Off() {
 
 void setLoopbackUp() {
     ifinfomsg loopback{};
-    loopback.ifi_index = 1; // in every namespace
+    loopback.ifi_index = 1; // the same in every namespace
     loopback.ifi_flags = loopback.ifi_change = IFF_UP;
     NetlinkRequest request(RTM_NEWLINK, 0);
     request.put(loopback);
@@ -53,7 +38,11 @@ void setLoopbackUp() {
 void unshareNamespaces(int kinds) {
     if (unshare(kinds) == 0) return;
     const int reason = errno;
-    throw Failure("cannot make namespaces: " + systemError(reason) + "; " + adviceFor(reason));
+    throw Failure("cannot make namespaces: " + systemError(reason) +
+                  (reason == ENOSPC ? "; raise the limits with 'sudo sysctl user.max_net_namespaces=1000 "
+                                      "user.max_pid_namespaces=1000 user.max_mnt_namespaces=1000'"
+                                    : "; run it as root on the machine itself, or in a container that was "
+                                      "started with --privileged"));
 }
 
 NetworkNamespace NetworkNamespace::make() {
@@ -66,17 +55,12 @@ NetworkNamespace NetworkNamespace::make() {
 NetworkNamespace NetworkNamespace::current() {
     const int descriptor = open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC);
     if (descriptor < 0)
-        throw Failure("cannot open the network namespace: " + systemError(errno) +
-                      "; see that /proc is mounted");
+        throw Failure("cannot open the network namespace: " + systemError(errno) + "; mount /proc");
     return NetworkNamespace(descriptor);
 }
 
-NetworkNamespace::~NetworkNamespace() {
-    close(descriptor_);
-}
-
 void NetworkNamespace::enter() const {
-    if (setns(descriptor_, CLONE_NEWNET) != 0)
+    if (setns(descriptor(), CLONE_NEWNET) != 0)
         throw Failure("cannot enter a network namespace: " + systemError(errno) + "; run it as root");
 }
 
@@ -87,7 +71,7 @@ NamespaceVisit::NamespaceVisit(const NetworkNamespace& place) : before_(NetworkN
 NamespaceVisit::~NamespaceVisit() {
     try {
         before_.enter();
-    } catch (const Failure&) { // where the thread came from, it may go back to
+    } catch (const Failure&) { // impossible: the thread came from there
         std::terminate();
     }
 }

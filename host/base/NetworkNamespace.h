@@ -1,32 +1,30 @@
 // SPDX-License-Identifier: MIT
-// Network namespaces without names.
 #pragma once
+
+#include "base/FileDescriptor.h"
 
 namespace orvo::host {
 
-/// Keeps a network namespace, which the kernel removes, with every interface in it, once nobody has it.
+/// Keeps a network namespace without a name. The kernel removes it, with its interfaces, when the last owner
+/// and the last process in it are gone.
 class NetworkNamespace {
 public:
-    /// A new one, with a working loopback interface and IPv6 off, so that nothing is sent in it unasked for.
-    /// The calling thread is in it from now on. Errors: Failure, with the way out, where none can be made.
+    /// A new one, with loopback up and IPv6 off, so that the kernel sends nothing by itself. Moves the
+    /// calling thread into it. Errors: Failure when the system allows no namespaces, with advice.
     static NetworkNamespace make();
 
-    /// The one that the calling thread is in. Errors: Failure.
+    /// The calling thread's own. Errors: Failure.
     static NetworkNamespace current();
 
-    ~NetworkNamespace();
-    NetworkNamespace(const NetworkNamespace&) = delete;
-    NetworkNamespace& operator=(const NetworkNamespace&) = delete;
+    int descriptor() const noexcept { return descriptor_.get(); }
 
-    int descriptor() const noexcept { return descriptor_; }
-
-    /// Brings the calling thread into it. Errors: Failure.
+    /// Moves the calling thread into it. Errors: Failure.
     void enter() const;
 
 private:
     explicit NetworkNamespace(int descriptor) noexcept : descriptor_(descriptor) {}
 
-    const int descriptor_;
+    const FileDescriptor descriptor_; // of its file in /proc
 };
 
 /// The calling thread is in another namespace while this lives. Errors: Failure.
@@ -34,15 +32,12 @@ class NamespaceVisit {
 public:
     explicit NamespaceVisit(const NetworkNamespace& place);
     ~NamespaceVisit();
-    NamespaceVisit(const NamespaceVisit&) = delete;
-    NamespaceVisit& operator=(const NamespaceVisit&) = delete;
 
 private:
     const NetworkNamespace before_;
 };
 
-/// Makes namespaces of this kind (CLONE_NEW...). Errors: Failure, with the way out, where that cannot be
-/// done.
+/// Makes namespaces of these kinds (CLONE_NEW...). Errors: Failure when the system allows none, with advice.
 void unshareNamespaces(int kinds);
 
 } // namespace orvo::host

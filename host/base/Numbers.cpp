@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Reading of numbers.
 #include "base/Numbers.h"
 
 #include <charconv>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Numbers as users write them: digits and nothing else, no sign, no blank, no other base.
+// Numbers that users type: decimal, without sign or blanks.
 #pragma once
 
 #include <cstdint>
@@ -8,13 +8,13 @@
 
 namespace orvo::host {
 
-/// More than anything that the program counts comes to.
+/// Larger than any count of the program.
 inline constexpr std::uint64_t largestNumber = 1'000'000'000'000'000;
 
-/// What the whole of `text` says; nothing when it is no number, or a larger one.
+/// The number that the whole text forms; nothing when it is no number, or above `largestNumber`.
 std::optional<std::uint64_t> wholeNumber(std::string_view text);
 
-/// The same of "2", "0.5" or "1e-3"; never negative, infinite or no number.
+/// Reads "2", "0.5" or "1e-3"; nothing when the text is no number, or a negative or infinite one.
 std::optional<double> decimalNumber(std::string_view text);
 
 } // namespace orvo::host

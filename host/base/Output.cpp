@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Results as text.
 #include "base/Output.h"
 
 #include "base/Failure.h"
@@ -10,7 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
+#include <cstring>
 
 namespace orvo::host {
 
@@ -18,16 +17,21 @@ void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
     const int reason = errno;
     throw Failure("cannot write to standard output: " + systemError(reason) +
-                  "; nobody has read all results");
+                  "; the results are incomplete, write them to another place");
 }
 
-std::string textOf(const nlohmann::ordered_json& document) {
-    // File names need not be UTF-8; what is not is shown by replacement characters.
+std::string jsonText(const nlohmann::ordered_json& document) {
+    // File names need not be UTF-8: other bytes become replacement characters.
     return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
 void print(const nlohmann::ordered_json& document) {
-    print(textOf(document));
+    print(jsonText(document));
+}
+
+void notice(std::string text) {
+    std::ranges::replace(text, '\n', ' ');
+    std::fprintf(stderr, "orvo-gige: %s\n", text.c_str());
 }
 
 std::string table(const std::vector<std::vector<std::string>>& rows) {
@@ -46,14 +50,11 @@ std::string table(const std::vector<std::vector<std::string>>& rows) {
     return text;
 }
 
-/// The first of these that is set counts, as in the C library.
+// The first variable that is set decides, as in the C library.
 bool hasUnicode() {
     for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char* const value = std::getenv(name);
-        if (!value || !*value) continue;
-        const std::string_view locale = value;
-        return locale.find("UTF-8") != std::string_view::npos ||
-               locale.find("utf8") != std::string_view::npos;
+        if (value && *value) return std::strstr(value, "UTF-8") || std::strstr(value, "utf8");
     }
     return false;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Writing of results to standard output.
+// Results on standard output, and messages on standard error.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>
@@ -10,27 +10,30 @@
 
 namespace orvo::host {
 
-/// Writes to standard output. Errors: Failure when it cannot take it (a full disk, a closed pipe).
+/// Writes to standard output. Errors: Failure when that fails (a full disk, a closed pipe).
 void print(const std::string& text);
 inline void print(const char* text) {
     print(std::string(text));
 }
 
-/// One JSON document as text, indented, names in the order in which they were added.
-std::string textOf(const nlohmann::ordered_json& document);
+/// A JSON document, indented, with names in the order in which they were added.
+std::string jsonText(const nlohmann::ordered_json& document);
 void print(const nlohmann::ordered_json& document);
 
-/// Columns aligned to the left, two blanks between them; the first row is the heading. Cells are shown as one
-/// line each, without control characters.
+/// Writes "orvo-gige: TEXT" to standard error as one line. Any thread; lines of several threads do not mix.
+void notice(std::string text);
+
+/// Columns aligned to the left, with two blanks between them; the first row is the heading. Control
+/// characters in cells are replaced.
 std::string table(const std::vector<std::vector<std::string>>& rows);
 
-/// Whether what reads standard output is said to know UTF-8, by the locale's variables.
+/// Whether the locale's environment variables name UTF-8.
 bool hasUnicode();
 
 /// A number with a comma between thousands.
 std::string grouped(std::uint64_t number);
 
-/// A number and what it counts, "1 frame" or "2,000 frames".
+/// A number and its unit, "1 frame" or "2,000 frames".
 std::string counted(std::uint64_t number, const std::string& thing);
 
 } // namespace orvo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// This program's own usleep: the plug-in calls it by its name, and knows nothing of it.
+// This program's own usleep: the dynamic linker binds the plug-in's calls to it.
 #include "base/Pacing.h"
 
 #include <orvo/Export.h>
@@ -15,7 +15,7 @@ namespace orvo::host {
 namespace {
 
 std::atomic<int (*)(std::uint64_t)> advanceClock{nullptr};
-std::atomic<std::thread::id> driver{}; // the only thread whose pauses advance it; none: any
+std::atomic<std::thread::id> driver{}; // the only thread whose sleeps advance the clock; none: any
 
 bool isDriver() {
     const auto only = driver.load();
@@ -24,7 +24,7 @@ bool isDriver() {
 
 } // namespace
 
-void letPausesAdvance(int (*advance)(std::uint64_t microseconds), bool ofThisThread) {
+void letSleepsAdvance(int (*advance)(std::uint64_t microseconds), bool ofThisThread) {
     driver = ofThisThread ? std::this_thread::get_id() : std::thread::id();
     advanceClock = advance;
 }
@@ -34,7 +34,7 @@ void letPausesAdvance(int (*advance)(std::uint64_t microseconds), bool ofThisThr
 extern "C" ORVO_EXPORT int usleep(useconds_t length) {
     if (const auto advance = orvo::host::advanceClock.load(); advance && orvo::host::isDriver()) {
         advance(length);
-        sched_yield(); // whoever the pause was for
+        sched_yield(); // to the thread that the sleep waited for
         return 0;
     }
     const timespec pause{length / 1'000'000, static_cast<long>(length % 1'000'000) * 1000};

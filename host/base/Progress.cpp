@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Drawing of the progress line.
 #include "base/Progress.h"
 
 #include <sys/ioctl.h>
@@ -21,7 +20,7 @@ std::size_t columnsOf(int terminal) {
 }
 
 void put(int terminal, const std::string& text) {
-    if (write(terminal, text.data(), text.size()) < 0) return; // a terminal that is gone needs no progress
+    if (write(terminal, text.data(), text.size()) < 0) return; // the terminal was closed
 }
 
 } // namespace
@@ -30,8 +29,6 @@ Progress::Progress(std::function<std::string()> text, int terminal)
     : text_(std::move(text)), terminal_(terminal) {
     if (isatty(terminal_)) thread_ = std::jthread([this](const std::stop_token& stop) { show(stop); });
 }
-
-Progress::~Progress() = default;
 
 void Progress::show(const std::stop_token& stop) const {
     std::mutex lock;
@@ -47,8 +44,7 @@ void Progress::show(const std::stop_token& stop) const {
     if (drawn) put(terminal_, eraseLine);
 }
 
-// The cursor goes back to the line's start, so that a log line in between is written over the text and not
-// after it.
+// The cursor returns to the line's start, so that a log line overwrites the progress text.
 void Progress::draw(std::chrono::seconds passed) const {
     const auto time = ", " + std::to_string(passed.count()) + " s";
     const auto room = columnsOf(terminal_) - 1;

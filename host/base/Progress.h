@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The line that tells a waiting user what is going on.
+// The line that shows a waiting user what the program is doing.
 #pragma once
 
 #include <chrono>
@@ -9,16 +9,13 @@
 
 namespace orvo::host {
 
-/// While it lives, one line on the terminal, renewed several times a second by a small thread, so that it
-/// also moves while the owner sits in a long call; shown only once the work has taken a moment, and removed
-/// in the end. Writes nothing at all when `terminal` is no terminal.
+/// While it lives, a thread of its own redraws one line on the terminal several times a second, also while
+/// the owner is in a long call. The line appears after a moment and is erased in the end. Writes nothing when
+/// `terminal` is no terminal.
 class Progress {
 public:
-    /// `text` is called on the small thread.
+    /// `text` is called on that thread.
     explicit Progress(std::function<std::string()> text, int terminal = 2);
-    ~Progress();
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
 
 private:
     void show(const std::stop_token& stop) const;

@@ -1,41 +1,60 @@
 // SPDX-License-Identifier: MIT
-// The flag behind the signals that ask for the end.
 #include "base/Signals.h"
 
-#include "base/EventDescriptor.h"
 #include "base/Failure.h"
+#include "base/FileDescriptor.h"
+
+#include <sys/wait.h>
 
 #include <atomic>
+#include <initializer_list>
 
 namespace orvo::host {
 namespace {
 
-constexpr int endSignals[] = {SIGINT, SIGTERM, SIGHUP};
-constexpr int writeSignals[] = {SIGPIPE, SIGXFSZ}; // no reader left; file size limit reached
+constexpr std::initializer_list<int> endSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::initializer_list<int> childSignals = {SIGCHLD, SIGUSR1};
+constexpr std::initializer_list<int> writeSignals = {SIGPIPE, SIGXFSZ}; // pipe closed; file too large
 
 std::atomic<int> requestedBy{0};
-std::atomic<EventDescriptor*> ended{nullptr}; // made once, and kept: a handler may run until the last moment
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<EventDescriptor*>::is_always_lock_free,
+std::atomic<EventFd*> ended{nullptr}; // made once and never freed: a handler may run until the last moment
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<EventFd*>::is_always_lock_free,
               "a signal handler may use them");
+sigset_t maskAtStart; // the main thread's alone
 
 void requestEnd(int number) {
     requestedBy.store(number, std::memory_order_relaxed);
     ended.load()->raise();
 }
 
-/// As nohup has it, so that a program outlives its terminal.
 bool isIgnored(int number) {
     struct sigaction now = {};
     return sigaction(number, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
 }
 
+sigset_t setOf(std::initializer_list<int> signals, std::initializer_list<int> more = {}) {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int number : signals) sigaddset(&set, number);
+    for (const int number : more) sigaddset(&set, number);
+    return set;
+}
+
+/// A null limit waits for ever.
+std::optional<Signal> takeSignal(const timespec* limit) {
+    const auto set = setOf(endSignals, childSignals);
+    siginfo_t signal = {};
+    if ((limit ? sigtimedwait(&set, &signal, limit) : sigwaitinfo(&set, &signal)) < 0) return std::nullopt;
+    return Signal{signal.si_signo, signal.si_code, signal.si_pid};
+}
+
 } // namespace
 
 void installSignalHandlers() {
-    if (!ended) ended = new EventDescriptor;
+    if (!ended) ended = new EventFd;
     struct sigaction action = {};
     action.sa_handler = requestEnd;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); // no SA_RESTART: a blocked open or read is to end
+    action.sa_flags = static_cast<int>(SA_RESETHAND); // no SA_RESTART: a blocked open or read must return
     for (const int number : endSignals)
         if (number != SIGHUP || !isIgnored(number)) sigaction(number, &action, nullptr);
     for (const int number : writeSignals) std::signal(number, SIG_IGN);
@@ -55,14 +74,40 @@ void throwIfEndRequested() {
 }
 
 SignalShield::SignalShield() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int number : endSignals) sigaddset(&set, number);
+    const auto set = setOf(endSignals);
     pthread_sigmask(SIG_BLOCK, &set, &before_);
 }
 
 SignalShield::~SignalShield() {
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+void blockAwaitedSignals() {
+    const auto set = setOf(endSignals, childSignals);
+    pthread_sigmask(SIG_BLOCK, &set, &maskAtStart);
+}
+
+Signal awaitSignal() {
+    for (;;) // again when the process was stopped and continued
+        if (const auto signal = takeSignal(nullptr)) return *signal;
+}
+
+std::optional<Signal> awaitSignal(timespec atMost) {
+    return takeSignal(&atMost);
+}
+
+void unblockAwaitedSignals() {
+    pthread_sigmask(SIG_SETMASK, &maskAtStart, nullptr);
+}
+
+void resetSignals() {
+    for (const int number : writeSignals) std::signal(number, SIG_DFL);
+    std::signal(SIGTTOU, SIG_DFL); // ignored by `becomeForegroundGroup`
+    unblockAwaitedSignals();
+}
+
+int exitCodeOf(int status) {
+    return WIFEXITED(status) ? WEXITSTATUS(status) : EndedBySignal + WTERMSIG(status);
 }
 
 } // namespace orvo::host

@@ -1,29 +1,33 @@
 // SPDX-License-Identifier: MIT
-// Orderly end on SIGINT, SIGTERM and SIGHUP (the terminal is closed): they only raise a flag, and every loop
-// of the program looks at it.
+// Signals: a flag that asks the program to end, and, for a process that waits for others, signals taken one
+// by one.
 #pragma once
 
 #include <csignal>
+#include <optional>
+
+#include <sys/types.h>
 
 namespace orvo::host {
 
-/// From now on these signals raise the flag, SIGHUP unless the program was started with it ignored; a second
-/// one of the same kind ends the process, at once or after the pacing sleep of a board that a SignalShield
-/// protects. A closed pipe and a reached file size limit are write errors like any other, and no signals.
+/// From now on SIGINT, SIGTERM and SIGHUP only raise a flag, which every loop of the program looks at. SIGHUP
+/// stays ignored where it was (nohup). A second signal of the same kind ends the process, at once or after
+/// the pacing sleep of a board that a SignalShield protects. A closed pipe and a reached file size limit
+/// become write errors.
 void installSignalHandlers();
 
-/// The number of the signal that asked for the end, 0 when none did. Any thread; costs a load.
+/// The number of the signal that asked the program to end, 0 when none did. Any thread; costs a load.
 int endRequested() noexcept;
 
-/// Readable, as poll sees it, once a signal asked for the end: for threads that wait for files and sockets.
-/// -1 before `installSignalHandlers`, which poll takes for nothing to wait for.
+/// Readable, as poll sees it, once a signal asked the program to end. -1, which poll skips, before
+/// `installSignalHandlers`.
 int endDescriptor() noexcept;
 
-/// Throws Interruption when a signal asked for the end.
+/// Throws Interruption when a signal asked the program to end.
 void throwIfEndRequested();
 
-/// Keeps these signals from interrupting system calls of this thread while it lives: the board's pacing
-/// sleeps must not be cut short. The flag is raised later, or by another thread.
+/// While it lives, these signals do not interrupt system calls of this thread: the board's pacing sleeps must
+/// not be cut short. The flag is raised later, or by another thread.
 class SignalShield {
 public:
     SignalShield();
@@ -34,5 +38,35 @@ public:
 private:
     sigset_t before_;
 };
+
+struct Signal {
+    int number = 0;
+    int code = 0;     ///< its origin, as in siginfo_t
+    pid_t sender = 0; ///< 0: no process, or one of another process namespace
+
+    /// A key press: the kernel sends it to the terminal's whole foreground group.
+    bool isFromTerminal() const noexcept { return number == SIGINT && code == SI_KERNEL; }
+};
+
+/// From now on SIGINT, SIGTERM, SIGHUP, SIGCHLD and SIGUSR1 stay pending until `awaitSignal` takes them, in
+/// this process and in its children. Main thread.
+void blockAwaitedSignals();
+
+/// The next of them.
+Signal awaitSignal();
+
+/// The next of them; nothing when none came in time.
+std::optional<Signal> awaitSignal(timespec atMost);
+
+/// In a child: signals are delivered as before `blockAwaitedSignals`.
+void unblockAwaitedSignals();
+
+/// In a child that becomes another program: unblocks, and restores the default action of signals that this
+/// program ignores.
+void resetSignals();
+
+/// A process's exit code from the status that waitpid gives: 128 plus the signal's number where a signal
+/// ended it.
+int exitCodeOf(int status);
 
 } // namespace orvo::host

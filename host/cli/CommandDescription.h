@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the command line knows of itself, as data: for shells that complete it, and for its manual.
+// The command line described as data, from which completion scripts and the manual are made.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace orvo::host {
 
-/// An option, or an argument told by its place.
+/// An option or a positional argument.
 struct OptionDescription {
-    std::vector<std::string> names;   ///< "-h", "--help"; of an argument its one name, without dashes
-    std::string form;                 ///< how the help names what comes behind; empty: nothing comes
-    std::vector<std::string> choices; ///< words that may stand there as they are
+    std::vector<std::string> names;   ///< "-h", "--help"; of an argument one name, without dashes
+    std::string form;                 ///< the value's placeholder in the help; empty: takes no value
+    std::vector<std::string> choices; ///< literal words that the value may be
     std::string description;
     bool required = false;
     bool repeatable = false;
@@ -25,13 +25,5 @@ struct CommandDescription {
     std::vector<OptionDescription> options;
     std::vector<CommandDescription> subcommands; ///< in the order of the help
 };
-
-/// The words of a form that stand for themselves: those between bars in lower case. "recorded|Nx|max" has
-/// two.
-std::vector<std::string> choicesOf(const std::string& form);
-
-/// What a shell can complete a value by.
-enum class ValueKind { None, Any, Choice, File, Folder, ShellCommand };
-ValueKind kindOf(const OptionDescription& option);
 
 } // namespace orvo::host

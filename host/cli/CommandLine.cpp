@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The parser behind the command line.
 #include "cli/CommandLine.h"
 
 #include "base/Failure.h"
@@ -8,11 +7,12 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <sstream>
 
 namespace orvo::host {
 namespace {
 
-/// Refusals in the parser's own form.
+/// Turns a refused value into the parser's own error.
 template <class Call> void refusing(const char* name, const Call& call) {
     try {
         call();
@@ -39,6 +39,16 @@ std::string formOf(const CLI::Option& option) {
     if (option.get_items_expected_max() == 0) return "";
     const auto form = option.get_type_name();
     return form.empty() ? option.get_single_name() : form;
+}
+
+/// The literal words of a form: those between bars in lower case. "recorded|Nx|max" has two.
+std::vector<std::string> choicesOf(const std::string& form) {
+    const auto isLiteral = [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; };
+    std::vector<std::string> choices;
+    std::istringstream words(form);
+    for (std::string word; std::getline(words, word, '|');)
+        if (!word.empty() && std::ranges::all_of(word, isLiteral)) choices.push_back(word);
+    return choices;
 }
 
 OptionDescription descriptionOf(const CLI::Option& option) {
@@ -69,8 +79,8 @@ Option& Option::required() {
 }
 
 Option& Option::notEmpty() {
-    option_->check(
-        CLI::Validator([](const std::string& text) { return text.empty() ? "it names no file" : ""; }, ""));
+    option_->check(CLI::Validator(
+        [](const std::string& text) { return text.empty() ? "the file name is empty" : ""; }, ""));
     return *this;
 }
 
@@ -109,7 +119,7 @@ Option CommandLine::values(const char* name, const char* form, Take take, const 
         for (const auto& text : texts) refusing(name, [&] { take(text); });
     };
     auto* const option = app_->add_option_function<std::vector<std::string>>(name, read, description);
-    option->type_name(form)->expected(1)->take_all(); // one each time
+    option->type_name(form)->expected(1)->take_all(); // one value each time
     return Option(*option);
 }
 
@@ -117,7 +127,7 @@ Option CommandLine::choice(const char* name, const std::vector<std::string>& cho
                            const std::string& description) {
     const auto read = [choices, take = std::move(take)](const std::string& text) {
         if (std::ranges::find(choices, text) == choices.end())
-            throw WrongValue(quoted(text) + " is none of " + joined(choices, ", "));
+            throw WrongValue(quoted(text) + " is not one of " + joined(choices, ", "));
         take(text);
     };
     return value(name, joined(choices, "|").c_str(), read, description);
@@ -133,7 +143,7 @@ Option CommandLine::number(const char* name, const std::function<void(std::uint6
     const auto read = [take, range](const std::string& text) {
         const auto number = wholeNumber(text);
         if (!number || *number < range.least || *number > range.most)
-            throw WrongValue(quoted(text) + " is no whole number from " + std::to_string(range.least) +
+            throw WrongValue(quoted(text) + " is not a whole number from " + std::to_string(range.least) +
                              " to " + std::to_string(range.most));
         take(*number);
     };
@@ -162,9 +172,8 @@ CommandLine Program::options() {
 bool Program::parse(int argc, const char* const* argv, const std::string& advice) {
     try {
         app_->parse(argc, argv);
-    } catch (
-        const CLI::Success& wish) { // help and version are no errors, although the parser reports them so
-        app_->exit(wish);
+    } catch (const CLI::Success& request) { // help or version, which exit prints
+        app_->exit(request);
         return false;
     } catch (const CLI::ParseError& error) {
         throw UsageFailure(mistake(error.what()) + "; " + (advice.empty() ? ownAdvice() : advice));

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The command line: subcommands with their options, declared once, and what the parser makes of the
-// arguments.
+// The command line: subcommands and their options, declared once, then parsed.
 #pragma once
 
 #include "base/Numbers.h"
@@ -14,8 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace CLI { // the parser stays behind this file: it costs every file that includes it ten seconds to
-                // compile
+namespace CLI { // declared only: each file that includes the parser takes ten seconds more to compile
 class App;
 class Option;
 } // namespace CLI
@@ -27,19 +25,19 @@ struct NumberRange {
     std::uint64_t most = largestNumber;
 };
 
-/// Refuses the value of an option; says what is wrong with it. The parser names the option.
+/// Refuses an option's value. The text says what is wrong with the value; the parser adds the option's name.
 class WrongValue : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// A declared option, for what else is to hold for it.
+/// A declared option, to which further rules can be added.
 class Option {
 public:
     explicit Option(CLI::Option& option) : option_(&option) {}
 
     Option& required();
-    /// Must name something, although it may be left out.
+    /// If given, must not be empty.
     Option& notEmpty();
     Option& needs(const Option& other);
     Option& optionalValue();
@@ -48,9 +46,9 @@ private:
     CLI::Option* option_;
 };
 
-/// Options of one subcommand, or of none. A name with dashes is an option's, one without is that of an
-/// argument told by its place. `form` is how the help names what comes behind; variables must live until the
-/// command line is parsed, and keep what they hold where an option is not given.
+/// Options of the program or of one subcommand. A name without dashes declares a positional argument. `form`
+/// is the value's placeholder in the help. Variables must live until the command line is parsed; an option
+/// that is not given leaves its variable alone.
 class CommandLine {
 public:
     explicit CommandLine(CLI::App& app) : app_(&app) {}
@@ -59,19 +57,19 @@ public:
 
     void flag(const char* name, bool& variable, const char* description);
     Option text(const char* name, const char* form, std::string& variable, const std::string& description);
-    /// `take` gets what is given. Errors that it may raise: WrongValue.
+    /// `take` receives the value, and may throw WrongValue.
     using Take = std::function<void(const std::string&)>;
     Option value(const char* name, const char* form, Take take, const std::string& description);
-    /// The same for an option that may be given several times.
+    /// As `value`, for an option that may be given several times.
     Option values(const char* name, const char* form, Take take, const std::string& description);
     /// One of several words.
     Option choice(const char* name, const std::vector<std::string>& choices, Take take,
                   const std::string& description);
-    /// All arguments that are left.
+    /// All remaining arguments.
     Option rest(const char* name, const char* form, std::vector<std::string>& variable,
                 const char* description);
 
-    /// A whole number N of a range; everything else is refused.
+    /// A whole number N within a range.
     Option number(const char* name, const std::function<void(std::uint64_t)>& take, NumberRange range,
                   const char* description);
     template <std::unsigned_integral Number>
@@ -84,27 +82,24 @@ private:
     CLI::App* app_;
 };
 
-/// The program's command line.
+/// The whole command line.
 class Program {
 public:
     Program(const std::string& name, const std::string& description);
     ~Program();
-    Program(const Program&) = delete;
-    Program& operator=(const Program&) = delete;
 
-    /// Adds --version, and demands a subcommand.
+    /// Adds --version, and makes a subcommand mandatory.
     void haveSubcommands(const std::string& version);
     CommandLine subcommand(const char* name, const char* description);
 
-    /// Options without a subcommand; what nobody declared is passed over.
+    /// Options of the program itself; unknown ones are then ignored.
     CommandLine options();
 
-    /// False when the user asked for help or the version: it has been printed, and there is no more to do.
-    /// Errors: UsageFailure, which says what is wrong and, behind a semicolon, `advice`; where that is empty,
-    /// which help to read.
+    /// False when the user asked for help or the version, which has then been printed.
+    /// Errors: UsageFailure with what is wrong and `advice`, or, where that is empty, which help to read.
     bool parse(int argc, const char* const* argv, const std::string& advice = "");
 
-    /// What has been declared so far.
+    /// Everything declared so far.
     CommandDescription description() const;
 
 private:

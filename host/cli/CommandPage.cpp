@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Sections of a page that are made from the description.
 #include "cli/CommandPage.h"
 
 #include <fmt/format.h>
 
 #include <cctype>
-#include <sstream>
 
 namespace orvo::manual {
 namespace {
@@ -13,14 +11,7 @@ namespace {
 using host::CommandDescription;
 using host::OptionDescription;
 
-constexpr std::size_t lineBytes = 80;
-
-/// A line that begins so would be one of control.
-std::string guarded(const std::string& line) {
-    return (line.starts_with('.') || line.starts_with('\'') ? "\\&" : "") + line;
-}
-
-/// The program, and the subcommand behind it.
+/// The program's name, followed by the subcommand's.
 std::string nameOf(const CommandDescription& program, const CommandDescription& command,
                    const char* separator) {
     return program.name + (&program == &command ? "" : separator + command.name);
@@ -55,25 +46,7 @@ std::string roffText(const std::string& text) {
         const bool isDashed = text[i] == '-' && (text.substr(i, 2) == "--" || (i > 0 && text[i - 1] == '-'));
         result += text[i] == '\\' ? "\\e" : isDashed ? "\\-" : std::string(1, text[i]);
     }
-    return guarded(result);
-}
-
-std::string folded(const std::string& page) {
-    std::string result;
-    std::istringstream lines(page);
-    bool isLiteral = false;
-    for (std::string line; std::getline(lines, line);) {
-        if (line.starts_with(".Bd")) isLiteral = true;
-        if (line.starts_with(".Ed")) isLiteral = false;
-        while (!isLiteral && !line.starts_with('.') && line.size() > lineBytes) {
-            const auto end = line.rfind(' ', lineBytes);
-            if (end == std::string::npos) break;
-            result += line.substr(0, end) + "\n";
-            line = guarded(line.substr(end + 1));
-        }
-        result += line + "\n";
-    }
-    return result;
+    return (text.starts_with('.') || text.starts_with('\'') ? "\\&" : "") + result; // no request
 }
 
 std::string nameAndSynopsis(const CommandDescription& program, const CommandDescription& command) {
@@ -83,7 +56,7 @@ std::string nameAndSynopsis(const CommandDescription& program, const CommandDesc
     auto page = fmt::format(".Sh NAME\n.Nm {}\n.Nd {}\n.Sh SYNOPSIS\n.Nm \"{}\"\n",
                             nameOf(program, command, "-"), summary, nameOf(program, command, " "));
     if (&program == &command) return page + ".Ar SUBCOMMAND\n.Op Ar option ...\n.Nm\n.Fl -help | -version\n";
-    for (const bool positional : {false, true}) // places count behind options
+    for (const bool positional : {false, true}) // options first
         for (const auto& option : command.options)
             if (option.positional == positional && option.names.back() != "--help")
                 page += synopsisLine(option);

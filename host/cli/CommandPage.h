@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the manual says of a command line, in mdoc, from the command line's own description.
+// Parts of manual pages (mdoc), made from the command line's description.
 #pragma once
 
 #include "cli/CommandDescription.h"
@@ -8,19 +8,16 @@
 
 namespace orvo::manual {
 
-/// Text that roff takes as it is, with the control lines and escapes that it would see in it made harmless.
+/// Escapes text, so that roff sees neither requests nor escape sequences in it.
 std::string roffText(const std::string& text);
-
-/// Long lines of text broken at blanks, as mdoc has them; displays stay as they are.
-std::string folded(const std::string& page);
 
 /// The sections NAME and SYNOPSIS; `command` is a subcommand of `program`, or the program itself.
 std::string nameAndSynopsis(const host::CommandDescription& program, const host::CommandDescription& command);
 
-/// A list of the options and arguments.
+/// The list of options and arguments.
 std::string optionList(const host::CommandDescription& command);
 
-/// A list of the subcommands, each with its page.
+/// The list of subcommands, each with a reference to its page.
 std::string commandList(const host::CommandDescription& program);
 
 } // namespace orvo::manual

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Completion of the command line by shells: scripts made from the command line's own description.
+// Completion scripts for shells, made from the command line's description.
 #pragma once
 
 #include "cli/CommandDescription.h"
@@ -8,10 +8,10 @@
 
 namespace orvo::host {
 
-/// A script that bash sources, from /usr/share/bash-completion or a start-up file; it needs nothing else.
+/// A script for bash to source, from /usr/share/bash-completion or a start-up file; needs nothing else.
 std::string bashCompletion(const CommandDescription& program);
 
-/// A function file "_NAME" for a folder of zsh's `fpath`; may be sourced as well.
+/// A function file "_NAME" for a folder of zsh's `fpath`; can also be sourced.
 std::string zshCompletion(const CommandDescription& program);
 
 } // namespace orvo::host

@@ -56,7 +56,7 @@ std::vector<ListedBoard> listBoards(const BoardAccess& session) {
 nlohmann::ordered_json jsonOf(const ListedBoard& listed) {
     auto ports = nlohmann::ordered_json::array();
     for (const auto& port : listed.ports) {
-        nlohmann::ordered_json entry = {{"port", ports.size()}, {"link", textOf(port.link)}};
+        nlohmann::ordered_json entry = {{"port", ports.size()}, {"link", linkText(port.link)}};
         if (!port.wire.empty()) entry["wire"] = port.wire;
         ports.push_back(std::move(entry));
     }
@@ -85,7 +85,7 @@ void addRows(Rows& rows, const ListedBoard& listed) {
     }
     for (std::size_t number = 0; number < listed.ports.size(); ++number) {
         const auto& port = listed.ports[number];
-        row.insert(row.end(), {std::to_string(number), textOf(port.link), port.wire});
+        row.insert(row.end(), {std::to_string(number), linkText(port.link), port.wire});
         rows.push_back(row);
         row.assign(row.size() - 3, ""); // the board is named once
     }

@@ -4,13 +4,12 @@
 #include "commands/CaptureCommand.h"
 
 #include "base/Failure.h"
-#include "base/Notice.h"
 #include "base/Output.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
 #include "device/BoardAccess.h"
 #include "device/FileConflicts.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "frames/FrameReport.h"
 #include "inspect/faults/FaultWatch.h"
 
@@ -70,7 +69,7 @@ std::string textOf(const CaptureReport& report) {
     if (const auto frames = report.unreadFrames())
         text += reportLine("unread", counted(frames, "frame") + " that the reader did not take any more");
     text += reportLine("duration", fmt::format("{:.3f} s", report.duration.count()));
-    return text + reportLine("ended", textOf(report.result.end)) + textOf(report.statistics);
+    return text + reportLine("ended", textOf(report.result.end)) + statisticsText(report.statistics);
 }
 
 nlohmann::ordered_json jsonOf(const CaptureReport& report) {
@@ -87,7 +86,7 @@ nlohmann::ordered_json jsonOf(const CaptureReport& report) {
                                        {"files", std::move(files)},
                                        {"seconds", report.duration.count()},
                                        {"ended", textOf(report.result.end)},
-                                       {"statistics", jsonOf(report.statistics)}};
+                                       {"statistics", statisticsJson(report.statistics)}};
     if (report.ledger) document["faults"] = jsonOf(*report.ledger);
     return document;
 }
@@ -98,7 +97,7 @@ std::string progressText(const CaptureTotals& totals) {
 }
 
 void publish(const CaptureReport& report) {
-    const auto text = report.options.json ? host::textOf(jsonOf(report)) : textOf(report);
+    const auto text = report.options.json ? jsonText(jsonOf(report)) : textOf(report);
     if (report.options.output == CaptureOutput::standardOutput)
         std::fputs(text.c_str(), stderr); // standard output is the capture
     else

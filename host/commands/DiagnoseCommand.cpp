@@ -23,7 +23,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-constexpr std::uint32_t detailLevel = 2;
 constexpr double leastSeconds = 0.1; // of watching
 constexpr double mostSeconds = 3600;
 constexpr std::chrono::seconds usualTime{5};
@@ -38,7 +37,7 @@ bool wasLinkDown(const BoardAccess& session, PortAddress port) {
 }
 
 std::vector<std::string> readDump(Port& port, const PluginLog& log) {
-    LogCollector report(log, detailLevel);
+    LogCollector report(log, DetailLevel);
     {
         const SignalShield noShortSleeps;
         port.interface().triggerDebugOutput();
@@ -106,7 +105,7 @@ Diagnosed diagnose(const BoardAccess& session, PortAddress address, FaultWatch* 
     if (observation) observation->goOn(port.interface(), receiver);
     return {diagnosisOf(report, address.text(), wasDown,
                         observation ? observation->findings() : std::vector<Finding>()),
-            {address, port.finish()},
+            port.finish(),
             std::move(dump)};
 }
 

@@ -3,7 +3,7 @@
 #include "commands/LabCommand.h"
 
 #include "base/Failure.h"
-#include "base/Terminal.h"
+#include "base/ChildProcess.h"
 #include "commands/SharedOptions.h"
 #include "lab/ProcessNamespace.h"
 

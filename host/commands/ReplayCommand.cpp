@@ -6,13 +6,13 @@
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "base/Progress.h"
-#include "base/ReplacedFile.h"
+#include "base/OutputFile.h"
 #include "base/Signals.h"
 #include "commands/ReplayReport.h"
 #include "device/Board.h"
 #include "device/BoardAccess.h"
 #include "device/FileConflicts.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "inspect/faults/FaultWatch.h"
 
 #include <fmt/format.h>

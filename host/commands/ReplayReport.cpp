@@ -83,7 +83,7 @@ std::string textOf(const ReplayReport& report) {
         text +=
             reportLine("written", counted(report.writtenFrames, "frame") + " to " + report.options.output);
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
-    return text + textOf(report.statistics);
+    return text + statisticsText(report.statistics);
 }
 
 nlohmann::ordered_json jsonOf(const ReplayReport& report) {
@@ -107,7 +107,7 @@ nlohmann::ordered_json jsonOf(const ReplayReport& report) {
     if (!report.options.output.empty())
         document["output"] = {{"file", report.options.output}, {"frames", report.writtenFrames}};
     if (report.verification) document["verification"] = jsonOf(*report.verification);
-    document["statistics"] = jsonOf(report.statistics);
+    document["statistics"] = statisticsJson(report.statistics);
     if (report.ledger) document["faults"] = jsonOf(*report.ledger);
     return document;
 }

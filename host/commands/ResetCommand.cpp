@@ -8,7 +8,7 @@
 #include "base/Signals.h"
 #include "device/Board.h"
 #include "device/BoardAccess.h"
-#include "device/LinkWait.h"
+#include "device/Phy.h"
 #include "device/Phy.h"
 #include "device/Port.h"
 #include "inspect/faults/FaultWatch.h"
@@ -54,9 +54,9 @@ ResetOutcome resetPort(const BoardAccess& session, Port& port) {
 nlohmann::ordered_json jsonOf(const ResetOutcome& outcome, PortAddress address,
                               const std::optional<Ledger>& ledger) {
     nlohmann::ordered_json document = {{"port", address.text()},
-                                       {"linkBefore", textOf(outcome.before)},
+                                       {"linkBefore", linkText(outcome.before)},
                                        {"resetSeconds", outcome.resetSeconds},
-                                       {"linkAfter", textOf(outcome.after)},
+                                       {"linkAfter", linkText(outcome.after)},
                                        {"linkSeconds", outcome.linkSeconds}};
     if (ledger) document["faults"] = jsonOf(*ledger);
     return document;
@@ -88,7 +88,7 @@ int ResetCommand::run() {
         watch.begin();
         outcome = resetPort(session, port);
         watch.end();
-        statistics.push_back({address, port.finish()});
+        statistics.push_back(port.finish());
     }
     const auto ledger = watch.settle(statistics, {{.port = address}});
     const bool isAccounted = tellLedger(ledger);
@@ -96,7 +96,7 @@ int ResetCommand::run() {
         print(jsonOf(outcome, address, ledger));
     else
         print(fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
-                          address.text(), textOf(outcome.before), outcome.resetSeconds, textOf(outcome.after),
+                          address.text(), linkText(outcome.before), outcome.resetSeconds, linkText(outcome.after),
                           outcome.linkSeconds));
     if (!isAccounted) return DifferencesFound;
     if (outcome.before == Link::Up && outcome.after != Link::Up)

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "cli/CommandLine.h"
-#include "device/InstallationOptions.h"
+#include "device/BoardAccess.h"
 
 #include <chrono>
 #include <string>

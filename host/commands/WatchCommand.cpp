@@ -3,9 +3,8 @@
 #include "commands/WatchCommand.h"
 
 #include "base/Failure.h"
-#include "base/Notice.h"
 #include "base/Output.h"
-#include "base/ReplacedFile.h"
+#include "base/OutputFile.h"
 #include "base/Signals.h"
 #include "device/BoardAccess.h"
 #include "device/CounterTable.h"
@@ -115,7 +114,7 @@ WatchCommand::WatchCommand(Program& program)
 
 int WatchCommand::run() {
     if (list_) {
-        json_ ? print(jsonOfCounterTable()) : print(textOfCounterTable());
+        json_ ? print(counterTableJson()) : print(counterTableText());
         return Done;
     }
     installation_.requireRealTime();

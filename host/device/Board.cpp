@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Questions to a board's libraries.
 #include "device/Board.h"
 
 #include "base/Failure.h"
@@ -29,18 +28,6 @@ std::string Board::text(const char* key) const {
     return found ? found : "";
 }
 
-std::uint32_t Board::serial() const {
-    return number("board/serial");
-}
-
-std::uint32_t Board::type() const {
-    return number("board/type");
-}
-
-std::string Board::name() const {
-    return text("board/name");
-}
-
 std::string Board::firmware() const {
     return std::to_string(number("firmware/major")) + "." + std::to_string(number("firmware/minor"));
 }
@@ -60,7 +47,7 @@ std::optional<std::uint64_t> Board::read(std::uint32_t address) const {
     return value;
 }
 
-// The result of a write says nothing about the board: what matters is what a later read gives.
+// The result of a write is ignored: only a later read shows what the board did.
 void Board::write(std::uint32_t address, std::uint64_t value) const {
     libraries_->registerWrite(device_.get(), address, value);
 }
@@ -72,31 +59,33 @@ std::optional<std::uint64_t> Board::lostWords(unsigned queue) const {
 
 namespace {
 
-void requireRegisters(const Board& board, const std::string& purpose, const std::vector<std::string>& names) {
+/// Errors: Failure naming the registers that the port's board lacks; `purpose` is "VERB ...", the port
+/// follows.
+void requireRegisters(const BoardLibraries& libraries, PortAddress address, const std::string& purpose,
+                      const std::vector<std::string>& names) {
+    const auto board = Board::at(libraries, address.board);
+    if (!board || address.port >= board->gigePorts()) return;
     std::string missing;
     for (const auto& name : names)
-        if (board.registerAddress(name) == 0) missing += (missing.empty() ? "" : ", ") + name;
+        if (board->registerAddress(name) == 0) missing += (missing.empty() ? "" : ", ") + name;
     if (missing.empty()) return;
-    throw Failure("firmware " + board.firmware() + " of board " + std::to_string(board.index()) + " cannot " +
-                  purpose + ": it lacks the register(s) " + missing +
+    throw Failure("firmware " + board->firmware() + " of board " + std::to_string(address.board) +
+                  " cannot " + purpose + " port " + std::to_string(address.port) +
+                  ": it lacks the register(s) " + missing +
                   "; load a firmware with GigE ports or choose another --board or --port");
 }
 
 } // namespace
 
 void requireFrameRegisters(const BoardLibraries& libraries, PortAddress address) {
-    const auto board = Board::at(libraries, address.board);
-    if (!board || address.port >= board->gigePorts()) return;
     const auto port = std::to_string(address.port);
-    requireRegisters(*board, "send on port " + port,
+    requireRegisters(libraries, address, "send on",
                      {"GigeBufferReset" + port, "GigeWriteData" + port, "GigeWriteComplete" + port});
 }
 
 void requirePhyRegisters(const BoardLibraries& libraries, PortAddress address) {
-    const auto board = Board::at(libraries, address.board);
-    if (!board || address.port >= board->gigePorts()) return;
     requireRegisters(
-        *board, "reach the PHY of port " + std::to_string(address.port),
+        libraries, address, "reach the PHY of",
         {"GigE_MdioPhyAddr", "GigE_MdioRegAddr", "GigE_Mdio", "GigE_MdioWR", "GigE_MdioRD", "MdioReadReg"});
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One board, looked at beside the plug-in: what it is, which registers its firmware has, and its PHYs.
+// One board, read beside the plug-in: its description and its registers.
 #pragma once
 
 #include "device/BoardLibraries.h"
@@ -16,25 +16,25 @@ namespace orvo::host {
 /// time.
 class Board {
 public:
-    static constexpr unsigned indexLimit = 32; ///< boards have indices below
+    static constexpr unsigned indexLimit = 32; ///< board indices are below
 
     /// Nothing when there is no board of this index.
     static std::optional<Board> at(const BoardLibraries& libraries, unsigned index);
 
     unsigned index() const noexcept { return index_; }
-    std::uint32_t serial() const;
-    std::uint32_t type() const;
-    std::string name() const;
+    std::uint32_t serial() const { return number("board/serial"); }
+    std::uint32_t type() const { return number("board/type"); }
+    std::string name() const { return text("board/name"); }
     std::string firmware() const; ///< "MAJOR.MINOR"
     unsigned gigePorts() const;   ///< 0 on a board without GigE interface
 
-    /// The address of a register, 0 when the firmware lacks it or there is no register map for the firmware.
+    /// A register's address; 0 when the firmware lacks it or the installation has no register map for it.
     std::uint32_t registerAddress(const std::string& registerName) const;
 
     std::optional<std::uint64_t> read(std::uint32_t address) const;
     void write(std::uint32_t address, std::uint64_t value) const;
 
-    /// Words that a data queue dropped; nothing when that is not to be had.
+    /// Words that a data queue dropped; nothing when the board does not tell.
     std::optional<std::uint64_t> lostWords(unsigned queue) const;
 
 private:
@@ -47,12 +47,12 @@ private:
     const BoardLibraries* libraries_;
     unsigned index_;
     Handle device_;
-    Handle applet_; // null when there is no register map for the firmware's version
+    Handle applet_; // null when the installation has no register map for the firmware's version
 };
 
-/// The registers that sending through a port, or reaching its PHY, cannot do without.
-/// Errors: Failure naming those that the firmware lacks. A board or port that is not there passes: the
-/// plug-in tells.
+/// Checks for the registers that sending on a port, or reading and writing its PHY, needs.
+/// Errors: Failure naming those that the firmware lacks. A board or port that does not exist passes: the
+/// plug-in reports it.
 void requireFrameRegisters(const BoardLibraries& libraries, PortAddress address);
 void requirePhyRegisters(const BoardLibraries& libraries, PortAddress address);
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Opening an installation as the command line says.
 #include "device/BoardAccess.h"
 
 #include "base/Failure.h"
@@ -8,23 +7,33 @@
 
 namespace orvo::host {
 
+PortAddress WireOption::address(unsigned defaultBoard) const {
+    const auto full = PortAddress::parse(port);
+    return full ? *full : PortAddress::parse(std::to_string(defaultBoard) + "/" + port).value();
+}
+
+void InstallationOptions::requireRealTime() const {
+    if (virtualTime)
+        throw UsageFailure("live traffic runs in real time; leave --time virtual out (--no-reset skips the "
+                           "board's reset)");
+}
+
 BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoard)
     : installation(options.root), libraries(installation), simulator(SimulatorControl::find(libraries.hal())),
       virtualTime(options.virtualTime), hasFaults(!options.faults.empty()) {
-    if (!options.wires.empty() && !simulator)
-        throw Failure("--wire needs a simulated board, and the one of " +
-                      quoted(installation.root().string()) +
-                      " is real; cable it by hand and leave the option out");
-    if (virtualTime && !simulator)
-        throw Failure("--time virtual needs a simulated board, and the one of " +
-                      quoted(installation.root().string()) + " is real; leave the option out");
-    if (hasFaults && !simulator)
-        throw Failure("--faults needs a simulated board, and the one of " +
-                      quoted(installation.root().string()) + " is real; leave the option out");
-    if (simulator && !virtualTime) simulator->letTimePass();
-    if (virtualTime) hasFaults ? simulator->letPausesDriveTime() : simulator->letPausesAdvanceTime();
+    if (!options.wires.empty()) requireSimulator("--wire");
+    if (virtualTime) requireSimulator("--time virtual");
+    if (hasFaults) requireSimulator("--faults");
+    if (!simulator) return;
+    simulator->useClock(!virtualTime ? OrvoSimRealTime : hasFaults ? OrvoSimDrivenTime : OrvoSimVirtualTime);
     if (hasFaults) simulator->loadFaults(options.faults, options.seed); // before the wires, which pass them
     for (const auto& option : options.wires) simulator->setWire(option.address(defaultBoard), option.wire);
+}
+
+void BoardAccess::requireSimulator(const std::string& option) const {
+    if (!simulator)
+        throw Failure(option + " needs a simulated board, and the one of " +
+                      quoted(installation.root().string()) + " is real; leave the option out");
 }
 
 double BoardAccess::seconds() const {

@@ -1,29 +1,62 @@
 // SPDX-License-Identifier: MIT
-// An installation in use: its board libraries opened, and its simulated board, if it is one, cabled.
+// Access to the boards of an installation, and the options that choose it.
 #pragma once
 
 #include "device/BoardLibraries.h"
 #include "device/Installation.h"
-#include "device/InstallationOptions.h"
+#include "device/PortAddress.h"
 #include "device/SimulatorControl.h"
 
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace orvo::host {
 
+/// One `--wire`. A port without a board is on the board of `--board`.
+struct WireOption {
+    std::string port; ///< "P" or "B/P", checked
+    std::string wire; ///< in the simulated board's syntax
+
+    PortAddress address(unsigned defaultBoard) const;
+};
+
+/// Which installation, and how its simulated board is cabled.
+struct InstallationOptions {
+    std::string root; ///< empty: the one that this program belongs to
+    std::vector<WireOption> wires;
+    bool virtualTime = false; ///< sleeps advance the simulated board's clock instead of waiting
+    std::string faults;       ///< file of a fault script for the simulated board; empty: none
+    std::uint64_t seed = 0;   ///< of the script's random choices
+
+    /// For live traffic. Errors: UsageFailure when virtual time is asked for.
+    void requireRealTime() const;
+};
+
+/// Which port, and whether its board is reset first.
+struct PortOptions {
+    PortAddress address;
+    bool noReset = false;
+};
+
+/// An installation's board libraries, opened, and its simulated board, if it has one, cabled.
 struct BoardAccess {
-    /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or wires
-    /// or virtual time where the board is a real one.
+    /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or an
+    /// option that needs a simulated board where the board is real.
     BoardAccess(const InstallationOptions& options, unsigned defaultBoard);
 
     Installation installation;
     BoardLibraries libraries;
-    std::optional<SimulatorControl> simulator; ///< nothing: the board is a real one
+    std::optional<SimulatorControl> simulator; ///< nothing: the board is real
     bool virtualTime;
-    bool hasFaults; ///< a script is at work; in virtual time, the thread that made this drives the clock
+    bool hasFaults; ///< a script runs; in virtual time, the thread that made this object drives the clock
 
-    /// The time that passes for the board, in seconds from an arbitrary start.
+    /// The board's clock, in seconds from an arbitrary start.
     double seconds() const;
+
+private:
+    void requireSimulator(const std::string& option) const;
 };
 
 } // namespace orvo::host

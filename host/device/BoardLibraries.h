@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The hardware access layer and the applet runtime, as far as the host program uses them beside the plug-in.
+// The functions of the hardware access layer and the applet runtime that this program calls itself, beside
+// the plug-in.
 #pragma once
 
 #include "base/DynamicLibrary.h"
@@ -10,33 +11,35 @@
 
 namespace orvo::host {
 
-/// Both libraries, opened from the installation: the same copies that the plug-in opens.
+/// Both libraries of an installation: the same copies that the plug-in opens.
 class BoardLibraries {
     DynamicLibrary hal_;
 
 public:
     /// Errors: Failure when a library or a function is missing.
-    explicit BoardLibraries(const Installation& installation);
+    explicit BoardLibraries(const Installation& installation)
+        : hal_(installation.library("orvo_hal")), applets_(installation.library("kivrt")) {}
 
     const DynamicLibrary& hal() const noexcept { return hal_; }
 
-    decltype(&::OHalGetDevice) const getDevice;
-    decltype(&::OHalPutDevice) const putDevice;
-    decltype(&::OHalGetBoardInfoInt) const getBoardInfoInt;
-    decltype(&::OHalGetBoardInfoString) const getBoardInfoString;
-    decltype(&::OHalRegisterRead) const registerRead;
-    decltype(&::OHalRegisterWrite) const registerWrite;
-    decltype(&::OHalDataQueueGetNrOfLostWords) const lostWords;
+    decltype(&::OHalGetDevice) const getDevice = hal_.require("OHalGetDevice");
+    decltype(&::OHalPutDevice) const putDevice = hal_.require("OHalPutDevice");
+    decltype(&::OHalGetBoardInfoInt) const getBoardInfoInt = hal_.require("OHalGetBoardInfoInt");
+    decltype(&::OHalGetBoardInfoString) const getBoardInfoString = hal_.require("OHalGetBoardInfoString");
+    decltype(&::OHalRegisterRead) const registerRead = hal_.require("OHalRegisterRead");
+    decltype(&::OHalRegisterWrite) const registerWrite = hal_.require("OHalRegisterWrite");
+    decltype(&::OHalDataQueueGetNrOfLostWords) const lostWords =
+        hal_.require("OHalDataQueueGetNrOfLostWords");
 
 private:
-    // Opened when the functions of the other library are known to be there: it needs that one itself, and
-    // would get the blame for what is missing there.
+    // Opened after the other library's functions were found: it needs that library, and the loader would
+    // blame this one for a function that is missing there.
     DynamicLibrary applets_;
 
 public:
-    decltype(&::KivFirmwareTrampoline) const loadApplet;
-    decltype(&::KivUnloadKivFile) const unloadApplet;
-    decltype(&::KivGetRegisterByName) const getRegisterByName;
+    decltype(&::KivFirmwareTrampoline) const loadApplet = applets_.require("KivFirmwareTrampoline");
+    decltype(&::KivUnloadKivFile) const unloadApplet = applets_.require("KivUnloadKivFile");
+    decltype(&::KivGetRegisterByName) const getRegisterByName = applets_.require("KivGetRegisterByName");
 };
 
 } // namespace orvo::host

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Everything that can be read of a port while others use it, as the one table that every output is made of.
+// Every counter and state that can be read of a port while other programs use it. All outputs are made from
+// this one table.
 #pragma once
 
 #include <orvo/sim/orvo_sim.h>
@@ -37,35 +38,35 @@ enum class Counter {
 inline constexpr std::size_t counterCount = 19;
 
 enum class CounterKind {
-    State,       ///< as it is now
-    TroubleFlag, ///< the same, and not 0 when something went wrong
+    State,       ///< the present value
+    TroubleFlag, ///< a state that is not 0 when something went wrong
     Count,       ///< only grows
-    TroubleCount ///< only grows, and should not
+    TroubleCount ///< only grows, and should stay as it is
 };
 
 enum class CounterSource { HardwareAccess, Phy, FirmwareRegister, LostWordsOfQueue, SimulatedBoard };
-const char* textOf(CounterSource source);
 
 struct CounterRow {
-    const char* name;   ///< to people
-    const char* key;    ///< in JSON
-    const char* metric; ///< of Prometheus
-    const char* unit;   ///< "": a flag
+    const char* name; ///< for people
+    const char* key;  ///< in JSON
+    const char* unit; ///< "": a flag
     CounterKind kind;
     CounterSource source;
-    const char* place; ///< where at its source; of a register, the name before the port's number, of a queue,
-                       ///< "" or what is added to that
+    const char* place; ///< where at its source: of a register, its name without the port's number; of a
+                       ///< queue, what is added to the port's number
     const char* meaning;
     std::uint64_t OrvoSimPort::*field = nullptr; ///< of a simulated board's port
     unsigned firstQueue = 0;                     ///< of port 0; that of port p is p more
 
     bool isCount() const { return kind == CounterKind::Count || kind == CounterKind::TroubleCount; }
     bool isTrouble() const { return kind == CounterKind::TroubleFlag || kind == CounterKind::TroubleCount; }
-    /// How many bits it counts with before it begins again at 0.
-    unsigned bits() const;
-    /// More than this does not pass a port in a second: what seems to have grown faster began anew.
+    /// Its name in Prometheus.
+    std::string metric() const;
+    /// The counter's width, after which it starts again at 0.
+    unsigned bits() const { return source == CounterSource::FirmwareRegister ? 32 : 64; }
+    /// The most that a port can count in a second: a counter that seems to have grown faster was reset.
     double mostPerSecond() const;
-    /// Where it is read; `port` is the port's number, or a word that stands for it.
+    /// Where it is read; `port` is the port's number or a placeholder.
     std::string sourceOf(const std::string& port) const;
 };
 
@@ -75,13 +76,13 @@ inline const CounterRow& rowOf(Counter counter) {
     return counterRows[static_cast<std::size_t>(counter)];
 }
 
-/// Calls `visit(Counter, const CounterRow&)` for all of them, in order.
+/// Calls `visit(Counter, const CounterRow&)` for each counter, in order.
 template <class Visit> void forEachCounter(const Visit& visit) {
     for (std::size_t i = 0; i < counterCount; ++i) visit(static_cast<Counter>(i), counterRows[i]);
 }
 
-/// The table for people and for programs: names, units, meanings, sources.
-std::string textOfCounterTable();
-nlohmann::ordered_json jsonOfCounterTable();
+/// The table itself, for people and for programs.
+std::string counterTableText();
+nlohmann::ordered_json counterTableJson();
 
 } // namespace orvo::host

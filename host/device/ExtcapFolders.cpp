@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Asking tshark for its folders.
 #include "device/ExtcapFolders.h"
 
 #include <cstdio>
@@ -14,9 +13,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* programName = "orvo-gige";
 
-struct ClosePipe {
-    void operator()(std::FILE* pipe) const noexcept { pclose(pipe); }
-};
+using Pipe = std::unique_ptr<std::FILE, decltype([](std::FILE* pipe) { pclose(pipe); })>;
 
 std::optional<ExtcapFolder> folderFrom(const std::string& line) {
     const auto path = line.find('/');
@@ -30,8 +27,7 @@ std::optional<ExtcapFolder> folderFrom(const std::string& line) {
 } // namespace
 
 std::vector<ExtcapFolder> extcapFolders() {
-    const std::unique_ptr<std::FILE, ClosePipe> lines(
-        popen("timeout -k 1 20 tshark -G folders 2>/dev/null", "re"));
+    const Pipe lines(popen("timeout -k 1 20 tshark -G folders 2>/dev/null", "re"));
     std::vector<ExtcapFolder> folders;
     char line[4096];
     while (lines && std::fgets(line, sizeof line, lines.get()))

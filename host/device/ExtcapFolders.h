@@ -9,16 +9,16 @@ namespace orvo::host {
 
 struct ExtcapFolder {
     std::filesystem::path path;
-    bool isPersonal; ///< this user's, not everybody's
+    bool isPersonal; ///< this user's; otherwise for all users
 };
 
-/// As tshark says; none when it does not say, as where it is not installed.
+/// As reported by tshark; none when it is not installed.
 std::vector<ExtcapFolder> extcapFolders();
 
-/// What this program is in such a folder.
+/// This program's link in such a folder.
 std::filesystem::path extcapLinkIn(const std::filesystem::path& folder);
 
-/// Whether it is a link to this program, wherever that is or was installed.
+/// Whether it is a link to this program, in whatever installation.
 bool isLinkToProgram(const std::filesystem::path& link);
 
 } // namespace orvo::host

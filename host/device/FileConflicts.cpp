@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Comparing of files with those of wires.
 #include "device/FileConflicts.h"
 
 #include "base/Failure.h"
-#include "base/ReplacedFile.h"
+#include "base/OutputFile.h"
 #include "device/Board.h"
 
 #include <algorithm>
@@ -13,8 +12,7 @@ namespace orvo::host {
 namespace {
 
 bool isAmong(const std::vector<std::string>& files, const std::string& file) {
-    return std::any_of(files.begin(), files.end(),
-                       [&](const std::string& other) { return isSameFile(file, other); });
+    return std::ranges::any_of(files, [&](const std::string& other) { return isSameFile(file, other); });
 }
 
 void refuseFilesOfWire(const FileConflicts& used, PortAddress port, std::string_view wire) {

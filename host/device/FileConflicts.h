@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a subcommand's files must not be.
+// Files that both a subcommand and a wire of the simulated board would use.
 #pragma once
 
 #include "device/SimulatorControl.h"
@@ -9,13 +9,13 @@
 
 namespace orvo::host {
 
-/// The files of a subcommand.
+/// The files of a subcommand, which a wire must not use too.
 struct FileConflicts {
     std::vector<std::string> read = {}, written = {};
 };
 
-/// The wires of the simulated board must not play what the subcommand writes, nor record into what it reads
-/// or writes. Errors: Failure that names wire and file.
+/// Errors: Failure when a wire plays a file that the subcommand writes, or records into one that it reads or
+/// writes. The message names port and file.
 void refuseFilesOfWires(const FileConflicts& used, const SimulatorControl& simulator);
 
 } // namespace orvo::host

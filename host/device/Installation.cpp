@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Finding the installation.
 #include "device/Installation.h"
 
 #include "base/Failure.h"
@@ -20,12 +19,10 @@ fs::path ownRoot() {
 
 fs::path givenRoot(const std::string& text) {
     std::error_code error;
-    auto path = fs::canonical(text, error);
+    auto path = fs::canonical(text + "/.", error); // fails for a file, too
     if (error)
         throw Failure("cannot use " + quoted(text) + " as installation: " + error.message() +
                       "; --root takes the directory that holds lib64");
-    if (!fs::is_directory(path))
-        throw Failure(quoted(text) + " is no directory; --root takes the directory that holds lib64");
     return path;
 }
 

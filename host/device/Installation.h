@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The installation: where the plug-in and the libraries that it uses lie.
+// Where the plug-in and the libraries that it uses lie.
 #pragma once
 
 #include <filesystem>
@@ -11,7 +11,7 @@ class Installation {
 public:
     /// The installation in the directory `root`, or, when that is empty, the one that this program's own file
     /// belongs to (the directory above its `bin`).
-    /// Errors: Failure when it is no directory. What is inside shows when it is used.
+    /// Errors: Failure when it is not a directory. Its content is checked when it is used.
     explicit Installation(const std::string& root);
 
     const std::filesystem::path& root() const noexcept { return root_; }

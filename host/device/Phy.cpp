@@ -1,23 +1,56 @@
 // SPDX-License-Identifier: MIT
-// MDIO transactions, paced as the firmware needs it.
 #include "device/Phy.h"
 
+#include "base/Failure.h"
 #include "base/Signals.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <functional>
 #include <iterator>
 
 namespace orvo::host {
 namespace {
 
-constexpr useconds_t selectPauseUs = 100'000; // after the PHY's address was written
+constexpr useconds_t selectPauseUs = 100'000; // after the PHY's address is written
 constexpr useconds_t readPauseUs = 50'000;    // before and after the result is taken
 
 constexpr unsigned statusRegister = 1;
 constexpr std::uint16_t statusLinkBit = 1 << 2;
-constexpr std::uint16_t silence = 0xFFFF; // what the bus holds when no PHY answers
+constexpr std::uint16_t noAnswer = 0xFFFF; // the idle bus reads so
+
+constexpr std::chrono::seconds linkLimit{10};
+constexpr useconds_t simulatorPauseUs = 10'000; // a real PHY's reads contain pauses
+
+bool waitUntil(const BoardAccess& access, const std::function<bool()>& linkUp) {
+    const auto end = access.seconds() + static_cast<double>(linkLimit.count());
+    while (!linkUp()) {
+        if (access.seconds() >= end) return false;
+        throwIfEndRequested();
+    }
+    return true;
+}
+
+bool awaitSimulatedLink(const BoardAccess& access, PortAddress port) {
+    const auto isUp = [&] {
+        const auto state = access.simulator->state(port);
+        return !state || state->linkUp != 0;
+    };
+    if (access.simulator->wire(port) == "none") return isUp(); // waiting would not help
+    return waitUntil(access, [&] {
+        if (isUp()) return true;
+        usleep(simulatorPauseUs);
+        return false;
+    });
+}
+
+bool awaitRealLink(const BoardAccess& access, PortAddress port) {
+    const auto board = Board::at(access.libraries, port.board);
+    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    return !mdio || waitUntil(access, [&] { return readLink(*mdio, port.port) == Link::Up; });
+}
 
 } // namespace
 
@@ -50,24 +83,30 @@ std::optional<std::uint16_t> MdioMaster::read(unsigned phy, unsigned phyRegister
     return static_cast<std::uint16_t>(*value & 0xFFFF);
 }
 
-const char* textOf(Link link) {
-    switch (link) {
-    case Link::Down:
-        return "down";
-    case Link::Up:
-        return "up";
-    case Link::Unknown:
-        break;
-    }
-    return "unknown";
+const char* linkText(Link link) {
+    constexpr const char* texts[] = {"down", "up", "unknown"};
+    return texts[static_cast<unsigned>(link)];
 }
 
 // The link bit latches low: the first read reports a loss since the last one, the second the present.
 Link readLink(MdioMaster& mdio, unsigned port) {
     mdio.read(port, statusRegister);
     const auto status = mdio.read(port, statusRegister);
-    if (!status || *status == silence) return Link::Unknown;
+    if (!status || *status == noAnswer) return Link::Unknown;
     return (*status & statusLinkBit) != 0 ? Link::Up : Link::Down;
+}
+
+bool tryWaitForLink(const BoardAccess& access, PortAddress port) {
+    return access.simulator ? awaitSimulatedLink(access, port) : awaitRealLink(access, port);
+}
+
+void waitForLink(const BoardAccess& access, PortAddress port) {
+    if (tryWaitForLink(access, port)) return;
+    if (access.simulator && access.simulator->wire(port) == "none")
+        throw Failure("port " + port.text() + " has no link: nothing is plugged in; cable it with --wire");
+    throw Failure("port " + port.text() + " has no link after " + std::to_string(linkLimit.count()) +
+                  " s; check the cable and the far end; a board that has just been powered up needs the "
+                  "reset, so leave --no-reset out");
 }
 
 } // namespace orvo::host

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// A port's PHY, read over the board's MDIO master.
+// A port's PHY, read over the board's MDIO master, and the link that it reports.
 #pragma once
 
 #include "device/Board.h"
+#include "device/BoardAccess.h"
 
 #include <array>
 #include <cstdint>
@@ -11,14 +12,14 @@
 namespace orvo::host {
 
 /// The MDIO master of one board. A transaction is several register accesses with pauses, so nobody else may
-/// use it at the same time: not while a plug-in resets or dumps this board, not from two threads.
+/// use it at the same time: neither a plug-in that resets or dumps this board, nor another thread.
 class MdioMaster {
 public:
     /// Nothing when the firmware lacks one of the registers. `board` must outlive it.
     static std::optional<MdioMaster> of(const Board& board);
 
-    /// The content of a PHY register (IEEE 802.3 clause 22), nothing when the read fails; about 200 ms. The
-    /// PHY of port p has the address p.
+    /// The content of a PHY register (IEEE 802.3 clause 22), nothing when the read fails; takes about 200 ms.
+    /// The PHY of port p has the address p.
     std::optional<std::uint16_t> read(unsigned phy, unsigned phyRegister);
 
 private:
@@ -33,9 +34,18 @@ private:
 
 enum class Link { Down, Up, Unknown };
 
-const char* textOf(Link link);
+/// "down", "up" or "unknown".
+const char* linkText(Link link);
 
 /// The link of a port as its PHY reports it now.
 Link readLink(MdioMaster& mdio, unsigned port);
+
+/// Waits up to 10 s for a port's link; returns at once where the firmware lacks the MDIO registers. A real
+/// board's PHY is read over MDIO, so the board must not be in a reset.
+/// Errors: Failure when the link stays down; Interruption.
+void waitForLink(const BoardAccess& access, PortAddress port);
+
+/// As `waitForLink`, but false when the link stays down.
+bool tryWaitForLink(const BoardAccess& access, PortAddress port);
 
 } // namespace orvo::host

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Loading of the plug-in, with failures in the program's own form.
 #include "device/Plugin.h"
 
 #include "base/DynamicLibrary.h"
@@ -10,7 +9,7 @@
 namespace orvo::host {
 namespace {
 
-/// Runs one step of the loading.
+/// Runs one step of loading, and turns its errors into Failures.
 template <class Step> auto loading(const Installation& installation, Step step) {
     constexpr auto advice = "; repair the installation or name another one with --root";
     const auto path = installation.plugin();
@@ -23,7 +22,7 @@ template <class Step> auto loading(const Installation& installation, Step step) 
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        throw Failure("plug-in " + quoted(path.string()) + " throws while it is loaded: " + error.what() +
+        throw Failure("plug-in " + quoted(path.string()) + " fails while it is loaded: " + error.what() +
                       advice);
     }
 }
@@ -42,7 +41,7 @@ boost::shared_ptr<core::zume::PhysicalNetworkInterface> Plugin::createInterface(
     auto interface = boost::dynamic_pointer_cast<core::zume::PhysicalNetworkInterface>(library_.create());
     if (!interface)
         throw Failure("plug-in " + quoted(library_.path()) +
-                      " makes no network interface; name another installation with --root");
+                      " does not create a network interface; name another installation with --root");
     return interface;
 }
 

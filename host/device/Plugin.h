@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The plug-in, loaded and initialised.
 #pragma once
 
 #include "device/Installation.h"
@@ -9,11 +8,11 @@
 
 namespace orvo::host {
 
-/// The plug-in's file, opened and checked, not initialised. Errors: Failure when the file is missing or no
-/// usable plug-in.
+/// Opens and checks the plug-in's file without initialising the plug-in. Errors: Failure when the file is
+/// missing or not a usable plug-in.
 core::PluginLibrary openPlugin(const Installation& installation);
 
-/// Initialised while it lives; the interfaces it makes must not outlive it.
+/// The plug-in, initialised while this object lives; the interfaces it creates must not outlive it.
 class Plugin {
 public:
     /// Errors: as above.

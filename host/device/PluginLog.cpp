@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Subscriptions at the log dispatcher.
 #include "device/PluginLog.h"
 
 #include "base/DynamicLibrary.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -18,7 +18,7 @@ PluginLog::PluginLog(const Installation& installation) {
     const auto path = installation.library("common-logging-dispatcher");
     if (!std::filesystem::exists(path)) return;
     const DynamicLibrary dispatcher(path);
-    // Without it, the plug-in would do without a log, and without a word.
+    // Without this symbol, the plug-in would silently have no log.
     static_cast<void>(dispatcher.require<const void>("logging_dispatcher_descriptor"));
     subscribe_ = dispatcher.find<decltype(::orvoLogSubscribe)>("orvoLogSubscribe");
     unsubscribe_ = dispatcher.find<decltype(::orvoLogUnsubscribe)>("orvoLogUnsubscribe");
@@ -33,7 +33,7 @@ void PluginLog::unsubscribe(std::uint64_t subscription) const {
     if (subscription != 0) unsubscribe_(subscription);
 }
 
-LogCollector::LogCollector(const PluginLog& log, std::uint32_t level)
+LogCollector::LogCollector(const PluginLog& log, LogLevel level)
     : log_(log), level_(level), subscription_(log.subscribe(level, collect, this)) {}
 
 LogCollector::~LogCollector() {
@@ -69,13 +69,27 @@ std::vector<std::string> LogCollector::takeAll() {
     return std::exchange(messages_, {});
 }
 
-std::optional<std::string_view> textAbout(std::string_view interfaceId, std::string_view message) {
-    const auto prefix = "|PHY Id '" + std::string(interfaceId) + "': ";
-    const auto found = message.find(prefix);
-    if (found == std::string_view::npos) return std::nullopt;
-    auto text = message.substr(found + prefix.size());
-    while (text.ends_with('\n')) text.remove_suffix(1);
-    return text;
+MessageCounter::MessageCounter(const PluginLog& log, const std::vector<PortAddress>& ports) : log_(log) {
+    for (const auto port : ports) ports_.emplace_back().address = port;
+    subscription_ = log.subscribe(InformationLevel, take, this);
+}
+
+MessageCounter::~MessageCounter() {
+    log_.unsubscribe(subscription_);
+}
+
+std::uint64_t MessageCounter::count(PortAddress port, CountedMessage message) const {
+    const auto found = std::ranges::find(ports_, port, &Port::address);
+    return found != ports_.end() ? found->counts[static_cast<std::size_t>(message)].load() : 0;
+}
+
+int MessageCounter::take(void* context, const char*, std::uint32_t, const char* message) {
+    for (auto& port : static_cast<MessageCounter*>(context)->ports_)
+        if (const auto counted = countedMessage(port.address, message)) {
+            ++port.counts[static_cast<std::size_t>(*counted)];
+            return isCausedByFaultsOnly(*counted) ? 1 : 0;
+        }
+    return 0;
 }
 
 } // namespace orvo::host

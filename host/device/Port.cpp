@@ -1,16 +1,22 @@
 // SPDX-License-Identifier: MIT
-// The life of an interface object.
 #include "device/Port.h"
 
 #include "base/Failure.h"
+#include "base/Output.h"
+#include "base/Progress.h"
 #include "base/Signals.h"
-#include "device/OpeningAdvice.h"
+#include "device/Phy.h"
+#include "device/PluginMessages.h"
+
+#include <algorithm>
 
 namespace orvo::host {
 namespace {
 
-constexpr std::uint32_t informationLevel = 3;
-constexpr std::uint32_t errorLevel = 5;
+std::string progressText() {
+    return endRequested() == 0 ? "preparing the ports (resetting a board takes about 5 s)"
+                               : "ending as soon as the board's reset is over";
+}
 
 } // namespace
 
@@ -31,7 +37,7 @@ Port::~Port() {
 
 void Port::open() {
     const SignalShield noShortSleeps;
-    LogCollector errors(log_, errorLevel);
+    LogCollector errors(log_, ErrorLevel);
     if (!interface_->setup()) fail(errors.take(address_.text()));
     interface_->start();
     running_ = true;
@@ -41,16 +47,61 @@ void Port::fail(const std::vector<std::string>& causes) const {
     std::string cause;
     for (const auto& line : causes) cause += (cause.empty() ? ": " : ", ") + line;
     if (cause.empty() && !log_.available())
-        cause = ", and the installation's log dispatcher does not tell why";
+        cause = ", and this installation's log dispatcher does not provide the reason";
     throw Failure("port " + address_.text() + " cannot be opened" + cause + "; " + openingAdvice(cause));
 }
 
-std::vector<std::string> Port::finish() {
+PortStatistics Port::finish() {
     interface_->stop();
     running_ = false;
-    LogCollector statistics(log_, informationLevel);
+    LogCollector statistics(log_, InformationLevel);
     interface_->waitForTermination();
-    return statistics.take(address_.text());
+    return {address_, statistics.take(address_.text())};
+}
+
+Ports::Ports(const BoardAccess& access, const std::vector<PortAddress>& addresses, bool resetBoards)
+    : access_(access), log_(access.installation), plugin_(access.installation) {
+    for (auto i = addresses.begin(); i != addresses.end(); ++i)
+        if (std::find(addresses.begin(), i, *i) == i) ports_.emplace_back(plugin_, log_, *i, resetBoards);
+}
+
+Port& Ports::at(PortAddress address) {
+    return *std::find_if(ports_.begin(), ports_.end(),
+                         [&](const Port& port) { return port.address() == address; });
+}
+
+void Ports::openAll() {
+    for (auto& port : ports_) {
+        port.open();
+        throwIfEndRequested();
+    }
+}
+
+void Ports::open() {
+    const Progress progress(progressText);
+    openAll();
+    for (const auto& port : ports_) waitForLink(access_, port.address());
+}
+
+void Ports::openLive() {
+    const Progress progress(progressText);
+    try {
+        openAll();
+        for (const auto& port : ports_)
+            if (!tryWaitForLink(access_, port.address()))
+                notice("port " + port.address().text() + " has no link yet; check the cable and the far end");
+    } catch (const Interruption&) { // the traffic that follows sees the signal and ends at once
+    }
+}
+
+void Ports::stop() {
+    for (auto& port : ports_) port.interface().stop();
+}
+
+std::vector<PortStatistics> Ports::finish() {
+    std::vector<PortStatistics> statistics;
+    for (auto& port : ports_) statistics.push_back(port.finish());
+    return statistics;
 }
 
 } // namespace orvo::host

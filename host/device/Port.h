@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: MIT
-// One GigE port in use, through the plug-in.
 #pragma once
 
+#include "device/BoardAccess.h"
 #include "device/Plugin.h"
 #include "device/PluginLog.h"
 #include "device/PortAddress.h"
+#include "device/PortStatistics.h"
 
+#include <list>
 #include <string>
 #include <vector>
 
 namespace orvo::host {
 
-/// Drives one interface object through its life. Plug-in and log must outlive it. All operations from one
-/// thread; frames go through `interface` from the threads that it allows.
+/// One GigE port in use: drives an interface object of the plug-in through its life. Plug-in and log must
+/// outlive it. One thread; frames go through `interface` from the threads that the plug-in allows.
 class Port {
 public:
     Port(Plugin& plugin, const PluginLog& log, PortAddress address, bool resetBoard);
@@ -23,13 +25,13 @@ public:
     PortAddress address() const noexcept { return address_; }
     core::zume::PhysicalNetworkInterface& interface() noexcept { return *interface_; }
 
-    /// Sets the port up and starts it; takes about 5 s when its board has not been reset in this process.
-    /// Errors: Failure with the plug-in's own word on the cause.
+    /// Sets the port up and starts it; takes about 5 s when the board is reset.
+    /// Errors: Failure with the reason that the plug-in logged.
     void open();
 
-    /// Stops the port and returns the plug-in's statistics, one line each; none when the installation's log
-    /// dispatcher does not hand them out. Ends the resets' record of every board, so open no port afterwards.
-    std::vector<std::string> finish();
+    /// Stops the port and returns the plug-in's statistics. The plug-in then forgets which boards it has
+    /// reset, so open no port afterwards.
+    PortStatistics finish();
 
 private:
     [[noreturn]] void fail(const std::vector<std::string>& causes) const;
@@ -38,6 +40,38 @@ private:
     const PortAddress address_;
     const boost::shared_ptr<core::zume::PhysicalNetworkInterface> interface_;
     bool running_ = false;
+};
+
+/// The ports that a subcommand uses, opened and ended together. `access` must outlive them.
+class Ports {
+public:
+    /// An address that occurs twice makes one port.
+    Ports(const BoardAccess& access, const std::vector<PortAddress>& addresses, bool resetBoards);
+
+    /// `address` is one of those given.
+    Port& at(PortAddress address);
+
+    /// Opens all ports and waits for their links. Errors: Failure when a port cannot be opened or has no
+    /// link; Interruption.
+    void open();
+
+    /// As `open`, for live traffic, which may start without a link: prints a notice for each port that has
+    /// none. A signal makes it return early, without Interruption, and then ends the traffic that follows.
+    void openLive();
+
+    /// Starts to stop all ports, so that `finish` takes less time. Frames may still pass.
+    void stop();
+
+    /// Ends all ports and returns what the plug-in counted.
+    std::vector<PortStatistics> finish();
+
+private:
+    void openAll();
+
+    const BoardAccess& access_;
+    const PluginLog log_;
+    Plugin plugin_;
+    std::list<Port> ports_; // in the order of the addresses
 };
 
 } // namespace orvo::host

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The text form of a port's address.
 #include "device/PortAddress.h"
 
 #include "base/Numbers.h"

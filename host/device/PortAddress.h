@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Which port of which board.
 #pragma once
 
 #include <optional>
@@ -7,16 +6,17 @@
 
 namespace orvo::host {
 
+/// A board and one of its ports.
 struct PortAddress {
     unsigned board = 0;
     unsigned port = 0;
 
     bool operator==(const PortAddress&) const = default;
 
-    /// "BOARD/PORT", as users write it.
+    /// "BOARD/PORT".
     std::string text() const;
 
-    /// Reads "BOARD/PORT"; nothing when it is something else. Numbers have at most five digits.
+    /// Reads "BOARD/PORT", with at most five digits each; nothing when the text is something else.
     static std::optional<PortAddress> parse(const std::string& text);
 };
 

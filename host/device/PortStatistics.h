@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the plug-in counted at a port, for reports and captures.
 #pragma once
 
+#include "device/PluginMessages.h"
 #include "device/PortAddress.h"
 #include "frames/CaptureOutput.h"
 
@@ -14,21 +14,25 @@
 
 namespace orvo::host {
 
-/// What a capture file says of frames received at a port.
-CaptureOutput::Interface captureInterface(PortAddress port);
-
 /// What the plug-in counted at one port.
 struct PortStatistics {
     PortAddress port;
-    std::vector<std::string> lines; ///< as the plug-in wrote them; none: it does not hand them out
+    std::vector<std::string> lines; ///< as the plug-in logged them; none when they are not available
 
-    /// Its number of frames "Send" or "Recv"; nothing when there is none.
-    std::optional<std::uint64_t> frames(const std::string& direction) const;
-    /// The figure behind "NAME : ".
-    std::optional<std::uint64_t> figure(const std::string& name) const;
+    /// Its number of frames; `direction` is "Send" or "Recv".
+    std::optional<std::uint64_t> frames(const std::string& direction) const {
+        return numberBehind(direction + " - ", lines);
+    }
+    /// The number behind "NAME : ".
+    std::optional<std::uint64_t> figure(const std::string& name) const {
+        return numberBehind(" " + name + " : ", lines);
+    }
 };
 
-std::string textOf(const std::vector<PortStatistics>& statistics);
-nlohmann::ordered_json jsonOf(const std::vector<PortStatistics>& statistics);
+std::string statisticsText(const std::vector<PortStatistics>& statistics);
+nlohmann::ordered_json statisticsJson(const std::vector<PortStatistics>& statistics);
+
+/// How a capture file describes the interface of a port.
+CaptureOutput::Interface captureInterface(PortAddress port);
 
 } // namespace orvo::host

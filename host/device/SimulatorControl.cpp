@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Calls of the simulated board's control functions.
 #include "device/SimulatorControl.h"
 
 #include "base/Failure.h"
@@ -14,23 +13,9 @@ std::optional<SimulatorControl> SimulatorControl::find(const DynamicLibrary& hal
     const SimulatorControl control(hal);
     if (const char* error = control.configurationError_())
         throw Failure(std::string(error) +
-                      "; correct the simulated board's configuration, no board appears before");
+                      "; correct the simulated board's configuration, until then it has no boards");
     return control;
 }
-
-SimulatorControl::SimulatorControl(const DynamicLibrary& hal)
-    : configurationError_(hal.require<decltype(::orvoSimConfigurationError)>("orvoSimConfigurationError")),
-      setWire_(hal.require<decltype(::orvoSimSetWire)>("orvoSimSetWire")),
-      getWire_(hal.require<decltype(::orvoSimGetWire)>("orvoSimGetWire")),
-      readPort_(hal.require<decltype(::orvoSimReadPort)>("orvoSimReadPort")),
-      flushWires_(hal.require<decltype(::orvoSimFlushWires)>("orvoSimFlushWires")),
-      useVirtualTime_(hal.require<decltype(::orvoSimUseVirtualTime)>("orvoSimUseVirtualTime")),
-      advanceTime_(hal.require<decltype(::orvoSimAdvanceTime)>("orvoSimAdvanceTime")),
-      time_(hal.require<decltype(::orvoSimTime)>("orvoSimTime")),
-      loadFaults_(hal.require<decltype(::orvoSimLoadFaults)>("orvoSimLoadFaults")),
-      endFaults_(hal.require<decltype(::orvoSimEndFaults)>("orvoSimEndFaults")),
-      readFault_(hal.require<decltype(::orvoSimReadFault)>("orvoSimReadFault")),
-      readPortAccount_(hal.require<decltype(::orvoSimReadPortAccount)>("orvoSimReadPortAccount")) {}
 
 void SimulatorControl::setWire(PortAddress port, const std::string& wire) const {
     std::array<char, 512> reason = {};
@@ -40,11 +25,11 @@ void SimulatorControl::setWire(PortAddress port, const std::string& wire) const 
         throw Failure("cannot cable port " + port.text() +
                       ": there is no such port; 'orvo-gige boards' lists boards and ports");
     throw Failure("cannot cable port " + port.text() + " with " + quoted(wire) + ": " +
-                  (reason.front() ? reason.data() : "it is no wire"));
+                  (reason.front() ? reason.data() : "it is not a wire"));
 }
 
 std::string SimulatorControl::wire(PortAddress port) const {
-    std::array<char, 4096> text = {}; // two paths may be in it
+    std::array<char, 4096> text = {}; // it may contain two paths
     return getWire_(port.board, port.port, text.data(), text.size()) == 0 ? text.data() : "";
 }
 
@@ -54,25 +39,9 @@ std::optional<OrvoSimPort> SimulatorControl::state(PortAddress port) const {
     return found;
 }
 
-std::optional<bool> SimulatorControl::linkUp(PortAddress port) const {
-    const auto found = state(port);
-    if (!found) return std::nullopt;
-    return found->linkUp != 0;
-}
-
-void SimulatorControl::letTimePass() const {
-    letPausesAdvance(nullptr);
-    useVirtualTime_(OrvoSimRealTime);
-}
-
-void SimulatorControl::letPausesAdvanceTime() const {
-    useVirtualTime_(OrvoSimVirtualTime);
-    letPausesAdvance(advanceTime_);
-}
-
-void SimulatorControl::letPausesDriveTime() const {
-    useVirtualTime_(OrvoSimDrivenTime);
-    letPausesAdvance(advanceTime_, true);
+void SimulatorControl::useClock(OrvoSimClock clock) const {
+    useVirtualTime_(clock);
+    letSleepsAdvance(clock == OrvoSimRealTime ? nullptr : advanceTime_, clock == OrvoSimDrivenTime);
 }
 
 void SimulatorControl::loadFaults(const std::string& script, std::uint64_t seed) const {
@@ -101,8 +70,8 @@ double SimulatorControl::seconds() const {
 void SimulatorControl::flushWires() const {
     if (flushWires_() != 0)
         throw Failure(
-            "what a wire of the simulated board recorded is incomplete; free space, or name another "
-            "file (option --wire)");
+            "a wire of the simulated board could not write its whole recording; free space, or name "
+            "another file (option --wire)");
 }
 
 } // namespace orvo::host

@@ -2,7 +2,7 @@
 // A file made of blocks that must never end inside one.
 #pragma once
 
-#include "base/EventDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "base/Failure.h"
 
 #include <cstddef>
@@ -43,7 +43,7 @@ public:
 
     /// Once `ending` is raised, a reader gets no more patience than when a signal asks for the end. It must
     /// outlive the file.
-    void endOn(const EventDescriptor& ending) noexcept { ending_ = ending.descriptor(); }
+    void endOn(const EventFd& ending) noexcept { ending_ = ending.descriptor(); }
 
     /// Room for one block of this size, to be filled before the next call. Errors: as `flush`.
     std::uint8_t* add(std::size_t blockBytes);

@@ -80,7 +80,7 @@ private:
     const std::string path_;
     const Interface interface_;
     const std::optional<FileRing> ring_;
-    EventDescriptor ending_;
+    EventFd ending_;
     unsigned number_ = 1; // of the ring's file
     std::unique_ptr<PcapngWriter> writer_;
     std::deque<File> files_;

@@ -5,7 +5,7 @@
 #include "base/Failure.h"
 #include "base/NetlinkRequest.h"
 #include "base/Numbers.h"
-#include "base/Socket.h"
+#include "base/FileDescriptor.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>

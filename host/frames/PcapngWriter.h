@@ -37,7 +37,7 @@ public:
     void write(const void* frame, std::size_t bytes);
 
     /// As of BlockFile.
-    void endOn(const EventDescriptor& ending) noexcept { file_.endOn(ending); }
+    void endOn(const EventFd& ending) noexcept { file_.endOn(ending); }
 
     /// Lets readers of the file see all that was written.
     void flush() { file_.flush(); }

@@ -4,7 +4,7 @@
 
 #include "base/Failure.h"
 #include "base/NetlinkRequest.h"
-#include "base/Socket.h"
+#include "base/FileDescriptor.h"
 
 #include <linux/ethtool.h>
 #include <linux/rtnetlink.h>

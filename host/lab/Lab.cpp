@@ -3,8 +3,8 @@
 #include "lab/Lab.h"
 
 #include "base/Failure.h"
-#include "base/Notice.h"
-#include "base/Terminal.h"
+#include "base/ChildProcess.h"
+#include "base/Output.h"
 #include "device/BoardLibraries.h"
 #include "device/Installation.h"
 #include "device/SimulatorControl.h"
@@ -94,7 +94,7 @@ int Lab::run() {
     return code;
 }
 
-Child Lab::startBridge() {
+ChildProcess Lab::startBridge() {
     return startChild([this] {
         leaveTerminal();
         unblockAwaitedSignals();
@@ -116,16 +116,16 @@ int Lab::bridge() const {
     return runBridge(bridgeOptions(options_), {.wires = &board_, .ready = setUp});
 }
 
-Child Lab::startCamera() {
+ChildProcess Lab::startCamera() {
     return startChild([this] {
         leaveTerminal();
         return becomeProgram({"/bin/sh", "-c", options_.camera}, camera_);
     });
 }
 
-Child Lab::startCommand() {
+ChildProcess Lab::startCommand() {
     return startChild([this] {
-        if (options_.interactive) takeTerminal();
+        if (options_.interactive) becomeForegroundGroup();
         return becomeProgram(options_.command, host_);
     });
 }

@@ -2,9 +2,9 @@
 // A camera end and a host end, with a port of the simulated board between them.
 #pragma once
 
-#include "base/Child.h"
+#include "base/ChildProcess.h"
 #include "base/NetworkNamespace.h"
-#include "base/SignalWait.h"
+#include "base/Signals.h"
 #include "device/PortAddress.h"
 #include "frames/Interface.h"
 
@@ -49,10 +49,10 @@ public:
     int run();
 
 private:
-    Child startBridge();
+    ChildProcess startBridge();
     int bridge() const;
-    Child startCamera();
-    Child startCommand();
+    ChildProcess startCamera();
+    ChildProcess startCommand();
     bool awaitBridge();
     int awaitCommand();
     void endEverything();
@@ -64,7 +64,7 @@ private:
     const NetworkNamespace board_;
     const NetworkNamespace camera_;
     const NetworkNamespace host_;
-    Child bridge_, cameraProgram_, command_;
+    ChildProcess bridge_, cameraProgram_, command_;
     bool bridgeReady_ = false;
     bool ending_ = false;
     int endSignal_ = 0;

@@ -4,10 +4,9 @@
 
 #include "base/Failure.h"
 #include "base/NetworkNamespace.h"
-#include "base/Notice.h"
-#include "base/SignalWait.h"
+#include "base/Output.h"
 #include "base/Signals.h"
-#include "base/Terminal.h"
+#include "base/ChildProcess.h"
 
 #include <poll.h>
 #include <sched.h>
@@ -81,7 +80,7 @@ int awaitEnd(pid_t process) {
 } // namespace
 
 int runInProcessNamespace(const std::function<int()>& work) {
-    const TerminalForeground terminal;
+    const ForegroundGuard terminal;
     blockAwaitedSignals();
     throwIfEndRequested();
     const ProcessHandle self(getpid());

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// As much of Markdown as our guides' tables and examples use.
 #include "manual/GuidePart.h"
 
 #include "cli/CommandPage.h"
@@ -15,7 +14,7 @@ namespace {
 
 using Cells = std::vector<std::string>;
 
-/// Cells of a line "| a | b |"; none of another line.
+/// The cells of a line "| a | b |"; none for any other line.
 Cells cellsOf(const std::string& line) {
     Cells cells;
     if (!line.starts_with('|')) return cells;
@@ -28,7 +27,7 @@ Cells cellsOf(const std::string& line) {
     return cells;
 }
 
-/// Code in quotation marks, and of links their text; a line for each sentence.
+/// Puts code into quotation marks, reduces links to their text, and starts each sentence on a new line.
 std::string plain(const std::string& markdown) {
     const auto withoutLinks = std::regex_replace(markdown, std::regex(R"(\[([^\]]*)\]\([^)]*\))"), "$1");
     const auto sentences =

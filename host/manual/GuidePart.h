@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Parts of the guides in docs/ that pages of the manual show as well.
+// Parts of the guides in docs/, converted from Markdown to mdoc for the manual.
 #pragma once
 
 #include <string>
@@ -10,8 +10,8 @@ namespace orvo::manual {
 /// Errors: std::runtime_error when it has none.
 std::string exampleOf(const std::string& guide, const std::string& language);
 
-/// The table whose first column has this heading, as a list: the first cell is the tag, further cells follow
-/// it, those beyond the second with their headings. Errors: std::runtime_error when there is none.
+/// The table whose first column has this heading, as a tagged list: the first cell of a row is the tag, the
+/// others follow, from the third on with their headings. Errors: std::runtime_error when there is none.
 std::string tableOf(const std::string& guide, const std::string& heading);
 
 } // namespace orvo::manual

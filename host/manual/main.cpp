@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// orvo-manual GUIDES TEMPLATE: writes a page of the manual to standard output. A line "@NAME@" of the
-// template, by itself, is replaced: @synopsis@, @options@ and @subcommands@ by what the command line says of
-// the subcommand that the template is named after, and @counters@ by what `watch` reads; "@example GUIDE
-// LANGUAGE@" and "@table GUIDE HEADING@" by a part of that file of the folder GUIDES; any other by the file
-// NAME.part beside the template.
+// orvo-manual GUIDES TEMPLATE: writes a manual page to standard output. It replaces each line of the template
+// that is of the form "@...@":
+//   @synopsis@, @options@, @subcommands@  the command line of the subcommand that the template is named after
+//   @counters@                            the counters that `watch` reads
+//   @example GUIDE LANGUAGE@              an example of that file in the folder GUIDES
+//   @table GUIDE HEADING@                 a table of it
+//   @NAME@                                the file NAME.part beside the template
 #include "cli/CommandPage.h"
 #include "commands/HostProgram.h"
 #include "device/CounterTable.h"
@@ -29,7 +31,7 @@ std::string contentOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// "orvo-gige-replay.1.in" is the page of "replay"; every other page gets the program itself.
+/// "orvo-gige-replay.1.in" is the page of "replay"; other pages are about the program itself.
 const CommandDescription& commandOf(const CommandDescription& program, const fs::path& page) {
     const auto name = page.filename().string();
     for (const auto& command : program.subcommands)
@@ -44,7 +46,7 @@ std::string counterList() {
         list += fmt::format(
             ".It Li \"{}\"\n{}; {}{}, read from: {}, in JSON\n.Ql {} ,\nas metric\n.Ql {} .\n", row.name,
             roffText(row.meaning), *row.unit ? row.unit : "a flag",
-            row.isTrouble() ? ", a sign of trouble" : "", roffText(row.sourceOf("N")), row.key, row.metric);
+            row.isTrouble() ? ", a sign of trouble" : "", roffText(row.sourceOf("N")), row.key, row.metric());
     });
     return list + ".El\n";
 }
@@ -53,7 +55,7 @@ class Page {
 public:
     Page(fs::path guides, fs::path path) : guides_(std::move(guides)), path_(std::move(path)) {}
 
-    std::string text() const { return folded(filled(contentOf(path_))); }
+    std::string text() const { return filled(contentOf(path_)); }
 
 private:
     std::string filled(const std::string& lines) const {

@@ -2,7 +2,7 @@
 // A port and a TAP as one wire.
 #pragma once
 
-#include "base/EventDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "frames/FramePreparation.h"
 #include "frames/LiveCount.h"
 #include "frames/TapDevice.h"
@@ -78,7 +78,7 @@ private:
     std::atomic<TapState> tapState_{TapState::Working};
     std::atomic<bool> stopRequested_{false};
     std::chrono::steady_clock::time_point lookedAt_{}; // at the TAP; the calling thread's
-    EventDescriptor portFailed_;
+    EventFd portFailed_;
     std::exception_ptr failure_; // written by the port's thread, read after it has ended
 
     // Each direction has cache lines of its own.

@@ -5,13 +5,12 @@
 
 #include "base/Failure.h"
 #include "base/NetworkNamespace.h"
-#include "base/Notice.h"
 #include "base/Output.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
 #include "device/Board.h"
 #include "device/BoardAccess.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "frames/TapDevice.h"
 #include "inspect/faults/FaultWatch.h"
 #include "traffic/Bridge.h"
@@ -67,7 +66,7 @@ std::string textOf(const BridgeReport& report) {
     return countLine("to port", report.totals.toPort, "from " + report.options.tap + " to port " + port) +
            countLine("to TAP", report.totals.toTap, "from port " + port + " to " + report.options.tap) +
            report.drops().lines() + reportLine("duration", fmt::format("{:.3f} s", report.duration.count())) +
-           textOf(report.statistics);
+           statisticsText(report.statistics);
 }
 
 nlohmann::ordered_json jsonOf(const BridgeReport& report) {
@@ -75,7 +74,7 @@ nlohmann::ordered_json jsonOf(const BridgeReport& report) {
         {"port", report.options.port.address.text()}, {"tap", report.options.tap},
         {"toPort", jsonOf(report.totals.toPort)},     {"toTap", jsonOf(report.totals.toTap)},
         {"dropped", report.drops().json()},           {"seconds", report.duration.count()},
-        {"statistics", jsonOf(report.statistics)}};
+        {"statistics", statisticsJson(report.statistics)}};
     if (report.ledger) document["faults"] = jsonOf(*report.ledger);
     return document;
 }

@@ -2,7 +2,7 @@
 // A bridge from its TAP to its report: a port as a network interface of Linux.
 #pragma once
 
-#include "device/InstallationOptions.h"
+#include "device/BoardAccess.h"
 #include "frames/Interface.h"
 
 #include <functional>

@@ -2,7 +2,7 @@
 // Recording of what a port receives.
 #pragma once
 
-#include "base/EventDescriptor.h"
+#include "base/FileDescriptor.h"
 #include "frames/CaptureOutput.h"
 #include "frames/FrameFilter.h"
 #include "frames/LiveCount.h"
@@ -72,7 +72,7 @@ private:
     std::uint64_t framesLeft_ = 0; // to the limit
     Clock::time_point shownAt_{};  // when the output was last flushed and its reader looked for
     std::atomic<bool> stopRequested_{false};
-    EventDescriptor threadEnded_;
+    EventFd threadEnded_;
     std::optional<CaptureEnd> ownEnd_; // the thread's, where it ends by itself; read after it has ended
     std::exception_ptr failure_;       // likewise
 

@@ -214,7 +214,7 @@ TEST_F(BridgeTest, RefusesBadInputInOneLine) {
         {{"--tap", "orvo0", "--address", "10.0.0.1"}, 2, "'10.0.0.1' is not of the form ADDRESS/PREFIX"},
         {{"--tap", "orvo0", "--wire", "0=packet:orvo0"}, 2, "leads back to the bridge's own TAP"},
         {{"--tap", "orvo0", "--wire", "1=tap:orvo0"}, 2, "'tap:orvo0' would be the TAP of the bridge itself"},
-        {{"--tap", "orvo0", "--time", "virtual"}, 2, "keeps real time"},
+        {{"--tap", "orvo0", "--time", "virtual"}, 2, "runs in real time"},
         {{"--tap", "orvo0", "--port", "9"}, 1, "Port id '9' not available"},
     };
     for (const auto& row : cases) {

@@ -3,7 +3,7 @@
 #include "Process.h"
 
 #include "device/BoardAccess.h"
-#include "device/Ports.h"
+#include "device/Port.h"
 #include "inspect/faults/FaultWatch.h"
 
 #include <boost/make_shared.hpp>

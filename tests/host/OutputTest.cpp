@@ -3,8 +3,8 @@
 #include "base/Output.h"
 #include "TestFiles.h"
 #include "base/Failure.h"
-#include "base/ReplacedFile.h"
-#include "device/PluginLog.h"
+#include "base/OutputFile.h"
+#include "device/PluginMessages.h"
 #include "device/PortAddress.h"
 
 #include <gtest/gtest.h>
@@ -42,8 +42,8 @@ TEST(OutputTest, ReplacesWhatALinkLeadsToAlsoWhereThatIsNotThereYet) {
     EXPECT_TRUE(std::filesystem::is_symlink(chain) && std::filesystem::is_symlink(folder.file("near")));
     EXPECT_EQ(testing_support::contentOf(folder.file("file")), "second");
     for (const auto& [lost, complaint] :
-         {std::pair(link("gone/file", "lost"), "No such file or directory; name another place, or make the"),
-          std::pair(link("round", "round"), "symbolic links; name another place, one that")}) {
+         {std::pair(link("gone/file", "lost"), "No such file or directory; name a file in an existing"),
+          std::pair(link("round", "round"), "symbolic links; name a file in an existing")}) {
         try {
             replaceFile(lost, "");
             ADD_FAILURE() << lost;
@@ -52,6 +52,28 @@ TEST(OutputTest, ReplacesWhatALinkLeadsToAlsoWhereThatIsNotThereYet) {
         }
         EXPECT_TRUE(std::filesystem::is_symlink(lost));
     }
+}
+
+TEST(OutputTest, TellsWhetherTwoPathsLeadToOneFile) {
+    const testing_support::TemporaryFolder folder;
+    testing_support::writeFile(folder.file("here"), "");
+    std::filesystem::create_directory(folder.file("sub"));
+    std::filesystem::create_symlink("new", folder.file("link"));
+    std::filesystem::create_symlink("round", folder.file("round"));
+    const struct {
+        const char *one, *other;
+        bool same;
+    } rows[] = {
+        {"here", "sub/../here", true},   {"here", "new", false},
+        {"new", "sub/../new", true},     {"new", "link", true}, // not there yet
+        {"new", "newer", false},         {"new", "sub/new", false},
+        {"gone/new", "gone/new", false}, {"round", "round", false}, // cannot be there
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(isSameFile(folder.file(row.one), folder.file(row.other)), row.same)
+            << row.one << ", " << row.other;
+    EXPECT_FALSE(isSameFile("", ""));
+    EXPECT_TRUE(isSameFile("new", "./new")) << "relative";
 }
 
 TEST(PortAddressTest, ReadsWhatItWritesAndNothingElse) {

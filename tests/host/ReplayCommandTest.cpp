@@ -124,7 +124,7 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {2, {}, "IN is required"},
         {1, {timeless, "--pace", "recorded", "--loop", "0"}, "no time passes between the frames of"},
         {2, {lanCapture, "--board", "-1"}, "--board"},
-        {2, {lanCapture, "--loop", "-1"}, "--loop: '-1' is no whole number"},
+        {2, {lanCapture, "--loop", "-1"}, "--loop: '-1' is not a whole number"},
         {2, {lanCapture, "--pace", "1e-300x"}, "a factor such as 2x (0.000001x to 1000000x)"},
         {2, {lanCapture, "--receive", "1"}, "'1' is not of the form BOARD/PORT"},
         {2, {lanCapture, "--wire", "loopback"}, "'loopback' is not of the form"},

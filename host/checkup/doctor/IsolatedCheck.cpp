@@ -2,7 +2,7 @@
 // The child sends its checks as JSON in one memory file; what foreign code prints goes into another.
 #include "checkup/doctor/IsolatedCheck.h"
 
-#include "base/Child.h"
+#include "base/ChildProcess.h"
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "base/Signals.h"

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "device/BoardAccess.h"
-#include "device/MessageCounter.h"
+#include "device/PluginLog.h"
 #include "device/PortStatistics.h"
 #include "inspect/faults/Ledger.h"
 

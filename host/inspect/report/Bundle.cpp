@@ -4,7 +4,7 @@
 
 #include "base/Failure.h"
 #include "base/Output.h"
-#include "base/ReplacedFile.h"
+#include "base/OutputFile.h"
 
 #include <archive.h>
 #include <archive_entry.h>
@@ -101,8 +101,8 @@ void writeBundle(ReplacedFile& file, const Report& report, const std::string& ca
     Archive bundle(file, fmt::format("orvo-gige-port-{}-{}", port.board, port.port),
                    std::chrono::system_clock::to_time_t(report.time));
     bundle.add("diagnosis.html", pageOf(report));
-    bundle.add("diagnosis.json", textOf(report.diagnosis));
-    bundle.add("readings.json", textOf(readingsOf(report.track)));
+    bundle.add("diagnosis.json", jsonText(report.diagnosis));
+    bundle.add("readings.json", jsonText(readingsOf(report.track)));
     bundle.add("dump.txt", linesOf(report.dump));
     std::string log;
     for (const auto& message : report.log) log += textOf(message) + "\n";

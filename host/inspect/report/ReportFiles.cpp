@@ -33,7 +33,7 @@ ReportFiles::ReportFiles(const std::string& page, const std::string& bundle) {
     if (!page.empty()) page_.emplace(page);
     if (bundle.empty()) return;
     bundle_.emplace(bundle);
-    capturePath_ = makeFile(bundle_->aside() + "-capture-XXXXXX");
+    capturePath_ = makeFile(bundle_->temporaryPath() + "-capture-XXXXXX");
 }
 
 ReportFiles::~ReportFiles() {

@@ -2,7 +2,7 @@
 // The files that a report goes into.
 #pragma once
 
-#include "base/ReplacedFile.h"
+#include "base/OutputFile.h"
 #include "inspect/report/Report.h"
 
 #include <optional>

@@ -10,18 +10,17 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::uint32_t detailLevel = 2;
 constexpr std::array names = {"detail", "information", "warning", "error"};
 
 } // namespace
 
 std::string textOf(const LoggedMessage& message) {
-    const auto place = message.level - detailLevel;
+    const auto place = message.level - DetailLevel;
     return fmt::format("{:9.3f} s  {:<11}  {}", message.seconds,
                        place < names.size() ? names[place] : std::to_string(message.level), message.text);
 }
 
-RunLog::RunLog(const PluginLog& log) : log_(log), subscription_(log.subscribe(detailLevel, keep, this)) {}
+RunLog::RunLog(const PluginLog& log) : log_(log), subscription_(log.subscribe(DetailLevel, keep, this)) {}
 
 RunLog::~RunLog() {
     log_.unsubscribe(subscription_);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // One JSON document a line for each reading.
-#include "base/Notice.h"
 #include "base/Output.h"
 #include "inspect/watch/WatchView.h"
 

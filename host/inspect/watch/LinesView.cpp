@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // A line for each port and reading, for pipes, files and journals.
-#include "base/Notice.h"
 #include "base/Output.h"
 #include "inspect/watch/WatchView.h"
 

@@ -21,7 +21,7 @@ std::string samplesOf(Counter counter, const CounterRow& row, const std::vector<
         const auto& figure = port.of(counter);
         const auto value = row.isCount() && figure.value ? figure.total : figure.value;
         if (value)
-            text += fmt::format("{}{{board=\"{}\",port=\"{}\"}} {}\n", row.metric, port.port().board,
+            text += fmt::format("{}{{board=\"{}\",port=\"{}\"}} {}\n", row.metric(), port.port().board,
                                 port.port().port, *value);
     }
     return text;
@@ -34,7 +34,7 @@ std::string prometheusTextOf(const WatchState& state) {
     forEachCounter([&](Counter counter, const CounterRow& row) {
         const auto samples = samplesOf(counter, row, state.ports);
         if (!samples.empty())
-            text += head(row.metric, helpOf(row), row.isCount() ? "counter" : "gauge") + samples;
+            text += head(row.metric().c_str(), helpOf(row), row.isCount() ? "counter" : "gauge") + samples;
     });
     constexpr auto readAt = "orvo_gige_read_timestamp_seconds";
     const std::chrono::duration<double> sinceEpoch = state.time.time_since_epoch();

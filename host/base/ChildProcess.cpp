@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Starting of processes.
-#include "base/Child.h"
+#include "base/ChildProcess.h"
 
 #include "base/Failure.h"
+#include "base/FileDescriptor.h"
 #include "base/NetworkNamespace.h"
-#include "base/Notice.h"
-#include "base/SignalWait.h"
+#include "base/Output.h"
+#include "base/Signals.h"
 
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
-#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -21,7 +21,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr int notFound = 127; // as shells have it
+constexpr int notFound = 127; // exit codes of shells
 constexpr int notExecutable = 126;
 
 bool isExecutable(const std::filesystem::path& path) {
@@ -29,7 +29,7 @@ bool isExecutable(const std::filesystem::path& path) {
     return std::filesystem::is_regular_file(path, unknown) && access(path.c_str(), X_OK) == 0;
 }
 
-// Its interfaces are those of the namespace that mounts it.
+// A sysfs shows the interfaces of the namespace that mounted it.
 void mountSys() {
     unshareNamespaces(CLONE_NEWNS);
     if (mount("sysfs", "/sys", "sysfs", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) != 0)
@@ -37,11 +37,17 @@ void mountSys() {
                       "; run it on the machine itself, or in a container that was started with --privileged");
 }
 
+void giveForegroundToOwnGroup() {
+    std::signal(SIGTTOU, SIG_IGN); // it would stop a process that is not in the foreground yet
+    tcsetpgrp(STDIN_FILENO, getpgrp());
+}
+
 } // namespace
 
-Child startChild(const std::function<int()>& work) {
+ChildProcess startChild(const std::function<int()>& work) {
     const pid_t id = fork();
-    if (id < 0) throw Failure("cannot start a process: " + systemError(errno) + "; end others first");
+    if (id < 0)
+        throw Failure("cannot start a process: " + systemError(errno) + "; end other processes first");
     if (id != 0) return {id};
     int code = Failed;
     try {
@@ -55,13 +61,12 @@ Child startChild(const std::function<int()>& work) {
 
 void leaveTerminal() {
     setpgid(0, 0);
-    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    dup2(nothing, 0); // if it fails, a read from the terminal stops the process
-    close(nothing);
+    const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
+    dup2(nothing.get(), STDIN_FILENO); // if this fails, a read from the terminal stops the process
 }
 
-int becomeProgram(std::vector<std::string> command, const NetworkNamespace& end) {
-    end.enter();
+int becomeProgram(std::vector<std::string> command, const NetworkNamespace& place) {
+    place.enter();
     mountSys();
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);
@@ -82,6 +87,21 @@ bool isProgram(const std::string& name) {
     for (std::string folder; std::getline(folders, folder, ':');)
         if (isExecutable(std::filesystem::path(folder) / name)) return true;
     return false;
+}
+
+bool isInteractive() {
+    return isatty(STDIN_FILENO) && isatty(STDOUT_FILENO) && tcgetpgrp(STDIN_FILENO) == getpgrp();
+}
+
+void becomeForegroundGroup() {
+    setpgid(0, 0);
+    giveForegroundToOwnGroup();
+}
+
+ForegroundGuard::ForegroundGuard() : wasOurs_(isInteractive()) {}
+
+ForegroundGuard::~ForegroundGuard() {
+    if (wasOurs_) giveForegroundToOwnGroup();
 }
 
 } // namespace orvo::host
