@@ -68,21 +68,21 @@ std::string linkOf(const Json& link) {
 
 using Values = std::vector<std::optional<double>>;
 
-Values valuesOf(const PortTrack& track, Counter counter, double factor) {
+Values valuesOf(const PortHistory& track, Counter counter, double factor) {
     Values values;
-    for (const auto& value : track.history(counter))
+    for (const auto& value : track.series(counter))
         values.push_back(value ? std::optional(*value * factor) : std::nullopt);
     return values;
 }
 
 /// Values of which none is known make no line.
-void addSeries(Chart& chart, const PortTrack& track, Counter counter, const char* name, double factor = 1) {
+void addSeries(Chart& chart, const PortHistory& track, Counter counter, const char* name, double factor = 1) {
     auto values = valuesOf(track, counter, factor);
     if (std::ranges::any_of(values, [](const auto& value) { return value.has_value(); }))
         chart.series.push_back({name, std::move(values)});
 }
 
-Chart emptyChart(const PortTrack& track, const char* id, const char* title, const char* unit) {
+Chart emptyChart(const PortHistory& track, const char* id, const char* title, const char* unit) {
     return {id, title, unit, {track.times().begin(), track.times().end()}, {}};
 }
 
@@ -90,7 +90,7 @@ Chart emptyChart(const PortTrack& track, const char* id, const char* title, cons
 constexpr std::size_t mostSeries = 6;
 
 /// Of one unit: those that rose.
-Chart troubleChart(const PortTrack& track, const char* id, const char* title, std::string_view unit) {
+Chart troubleChart(const PortHistory& track, const char* id, const char* title, std::string_view unit) {
     auto chart = emptyChart(track, id, title, "per second");
     forEachCounter([&](Counter counter, const CounterRow& row) {
         if (row.kind == CounterKind::TroubleCount && row.unit == unit && chart.series.size() < mostSeries &&
@@ -100,7 +100,7 @@ Chart troubleChart(const PortTrack& track, const char* id, const char* title, st
     return chart;
 }
 
-std::string chartsOf(const PortTrack& track) {
+std::string chartsOf(const PortHistory& track) {
     constexpr double mbitPerByte = 8e-6;
     auto frames = emptyChart(track, "frames", "Frames", "per second");
     addSeries(frames, track, Counter::ReceivedPackets, "received");
@@ -232,11 +232,11 @@ std::string pageOf(const Report& report) {
            "\n";
 }
 
-nlohmann::ordered_json readingsOf(const PortTrack& track) {
+nlohmann::ordered_json readingsOf(const PortHistory& track) {
     Json values = Json::object();
     forEachCounter([&](Counter counter, const CounterRow& row) {
         auto list = Json::array();
-        for (const auto& value : track.history(counter)) list.push_back(value ? Json(*value) : Json());
+        for (const auto& value : track.series(counter)) list.push_back(value ? Json(*value) : Json());
         values[row.isCount() ? std::string(row.key) + "PerSecond" : row.key] = std::move(list);
     });
     return {{"port", track.port().text()}, {"seconds", track.times()}, {"values", std::move(values)}};

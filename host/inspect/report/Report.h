@@ -3,7 +3,7 @@
 #pragma once
 
 #include "inspect/report/RunLog.h"
-#include "inspect/watch/PortTrack.h"
+#include "inspect/watch/PortHistory.h"
 
 #include <nlohmann/json.hpp>
 
@@ -30,7 +30,7 @@ struct Report {
     std::string installation;         ///< its root
     nlohmann::ordered_json diagnosis; ///< as diagnosisOf makes it
     std::vector<std::string> dump;    ///< the plug-in's lines behind it
-    PortTrack track;                  ///< counters, meanwhile and afterwards
+    PortHistory track;                  ///< counters, meanwhile and afterwards
     std::vector<LoggedMessage> log;
     ReportedSettings settings;
 };
@@ -39,6 +39,6 @@ struct Report {
 std::string pageOf(const Report& report);
 
 /// The readings of the track: times, and values by the keys of the counters.
-nlohmann::ordered_json readingsOf(const PortTrack& track);
+nlohmann::ordered_json readingsOf(const PortHistory& track);
 
 } // namespace orvo::host
