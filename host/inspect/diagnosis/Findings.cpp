@@ -92,7 +92,7 @@ private:
 
     void examineSpeed() {
         if (!link_.up) return;
-        if (link_.forced1000)
+        if (!link_.negotiates && link_.mbitPerSecond == 1000)
             add(Severity::Warning, "1000 Mbit/s is set without negotiation, which 1000BASE-T needs", reads(0),
                 std::string(resetPort) + ": it negotiates then");
         if (link_.mbitPerSecond == 0) return;
@@ -104,7 +104,8 @@ private:
 
     void examineSlowLink() {
         const auto speed = fmt::format("the link runs at {} Mbit/s", link_.mbitPerSecond);
-        if (link_.negotiated && !offers(link_.partner, 1000))
+        if (link_.negotiated &&
+            std::ranges::find(link_.partner, 1000U, &Ability::mbitPerSecond) == link_.partner.end())
             add(Severity::Fault, "auto-negotiation complete, partner offers no 1000BASE-T: " + speed,
                 partnerOffers() + "; " + reads(10),
                 "a cable with two pairs, or a 100 Mbit/s device: use a four-pair cable (category 5e or "

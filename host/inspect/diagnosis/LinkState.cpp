@@ -44,7 +44,6 @@ void agree(LinkState& state, std::span<const std::uint16_t> phy) {
 void takeForced(LinkState& state, std::span<const std::uint16_t> phy) {
     const bool high = bit(phy, 0, 6), low = bit(phy, 0, 13);
     state.mbitPerSecond = high ? 1000 : low ? 100 : 10;
-    state.forced1000 = high;
     state.fullDuplex = bit(phy, 0, 8);
 }
 
@@ -68,11 +67,6 @@ LinkState LinkState::from(std::span<const std::uint16_t> phy) {
     state.isMaster = bit(phy, 10, 14);
     state.idleErrors = phy[10] & 0xFFU;
     return state;
-}
-
-bool offers(const std::vector<Ability>& abilities, unsigned mbitPerSecond) {
-    return std::any_of(abilities.begin(), abilities.end(),
-                       [=](const Ability& ability) { return ability.mbitPerSecond == mbitPerSecond; });
 }
 
 } // namespace orvo::host

@@ -23,7 +23,6 @@ struct LinkState {
     bool up = false;            ///< now, and ever since the register was last read
     bool negotiates = false;    ///< auto-negotiation is on
     bool negotiated = false;    ///< and complete
-    bool forced1000 = false;    ///< 1000 Mbit/s without negotiation, which the standard rules out
     unsigned mbitPerSecond = 0; ///< 0: not negotiated
     bool fullDuplex = false;
     bool isMaster = false;        ///< at 1000BASE-T
@@ -34,8 +33,5 @@ struct LinkState {
     /// `phy` holds registers 0 to 28.
     static LinkState from(std::span<const std::uint16_t> phy);
 };
-
-/// Whether one of the abilities is for `mbitPerSecond`.
-bool offers(const std::vector<Ability>& abilities, unsigned mbitPerSecond);
 
 } // namespace orvo::host

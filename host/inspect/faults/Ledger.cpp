@@ -36,7 +36,7 @@ std::string partsText(const Parts& parts) {
 }
 
 std::string lineOf(const Balance& balance) {
-    const auto text = balance.what + ": " + partsText(balance.totals) + " = " + partsText(balance.parts);
+    auto text = balance.what + ": " + partsText(balance.totals) + " = " + partsText(balance.parts);
     if (!balance.differs()) return text;
     if (!balance.missing.empty())
         return text + ", DIFFERENT: the plug-in did not report '" + balance.missing + "'";

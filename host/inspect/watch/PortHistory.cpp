@@ -5,6 +5,10 @@
 
 namespace orvo::host {
 
+namespace {
+
+/// How far a counter went from `before` to `now` in `seconds`. A smaller value means that it wrapped around,
+/// or, where a port cannot count that fast, that it was reset and has counted `now` since.
 std::uint64_t growthOf(const CounterRow& row, std::uint64_t before, std::uint64_t now, double seconds) {
     const auto largest = ~std::uint64_t{0} >> (64 - row.bits());
     before &= largest;
@@ -13,6 +17,8 @@ std::uint64_t growthOf(const CounterRow& row, std::uint64_t before, std::uint64_
     const auto across = largest - before + now + 1;
     return static_cast<double>(across) <= row.mostPerSecond() * std::max(seconds, 1.0) ? across : now;
 }
+
+} // namespace
 
 void PortHistory::add(const Sample& sample) {
     if (sample.serial != 0 && serial_ != 0 && sample.serial != serial_) {

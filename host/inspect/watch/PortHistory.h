@@ -34,10 +34,6 @@ struct PortSample {
     Sample sample;
 };
 
-/// How far a counter went from `before` to `now` in `seconds`. A smaller value means that it wrapped around,
-/// or, where a port cannot count that fast, that it was reset and has counted `now` since.
-std::uint64_t growthOf(const CounterRow& row, std::uint64_t before, std::uint64_t now, double seconds);
-
 /// What is known of one counter or state.
 struct Figure {
     std::optional<std::uint64_t> value;      ///< the last reading; nothing when it failed

@@ -202,7 +202,7 @@ void addCounters(Lines& lines, const Ports& ports, const Counters& counters, con
 Ports portsByImportance(const WatchState& state) {
     Ports ports;
     for (const auto& port : state.ports) ports.push_back(&port);
-    std::ranges::stable_partition(ports, [](const auto* port) { return hasTrouble(*port); });
+    std::stable_partition(ports.begin(), ports.end(), [](const auto* port) { return hasTrouble(*port); });
     return ports;
 }
 
