@@ -154,7 +154,8 @@ int DiagnoseCommand::run() {
     const bool isAccounted = printLedger(ledger);
     const auto changes = oldFile_.empty() ? Changes() : changesBetween(before, diagnosis);
     auto changesJson = jsonOf(changes, oldFile_);
-    if (ledger) diagnosis["faults"] = changesJson["faults"] = ledgerJson(*ledger); // no part of what is compared
+    if (ledger)
+        diagnosis["faults"] = changesJson["faults"] = ledgerJson(*ledger); // no part of what is compared
     if (json_)
         print(oldFile_.empty() ? diagnosis : changesJson);
     else

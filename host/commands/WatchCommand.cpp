@@ -10,9 +10,9 @@
 #include "device/BoardAccess.h"
 #include "device/CounterTable.h"
 #include "inspect/watch/PrometheusText.h"
+#include "inspect/watch/QueueDrain.h"
 #include "inspect/watch/Sampler.h"
 #include "inspect/watch/WatchView.h"
-#include "inspect/watch/QueueDrain.h"
 
 #include <nlohmann/json.hpp>
 #include <poll.h>

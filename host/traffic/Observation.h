@@ -63,7 +63,7 @@ private:
     const PluginLog log_;
     RunLog runLog_;
     std::unique_ptr<Sampler> sampler_;
-    PortHistory track_;     // the thread's, while there is one
+    PortHistory track_;   // the thread's, while there is one
     std::jthread thread_; // last: it uses the others
 };
 

@@ -39,9 +39,8 @@ OrvoSimPort growth(const OrvoSimPort& before, OrvoSimPort now) {
 
 } // namespace
 
-FaultWatch::FaultWatch(const BoardAccess& access, InstallationOptions options,
-                       const std::vector<PortAddress>& ports)
-    : access_(access), options_(std::move(options)), ports_(ports),
+FaultWatch::FaultWatch(const BoardAccess& access, InstallationOptions options, std::vector<PortAddress> ports)
+    : access_(access), options_(std::move(options)), ports_(std::move(ports)),
       exceptionsBefore_(std::uncaught_exceptions()) {
     if (!access.hasFaults) return;
     for (unsigned board = 0; board < Board::indexLimit; ++board)

@@ -15,7 +15,7 @@ class FaultWatch {
 public:
     /// `access` must outlive it. `ports` are those that will be used. Errors: Failure when the plug-in's
     /// messages, which the account needs, are not available.
-    FaultWatch(const BoardAccess& access, InstallationOptions options, const std::vector<PortAddress>& ports);
+    FaultWatch(const BoardAccess& access, InstallationOptions options, std::vector<PortAddress> ports);
     /// Where a failure cut the run short, writes the faults injected so far to standard error.
     ~FaultWatch();
     FaultWatch(const FaultWatch&) = delete;

@@ -171,6 +171,7 @@ void addPorts(Lines& lines, const Ports& ports, const ScreenForm& form) {
     const auto columns = portColumns(form);
     const auto addLine = [&](const auto& cellOf) {
         std::vector<PlacedCell> cells;
+        cells.reserve(columns.size());
         for (const auto& column : columns) cells.push_back({cellOf(column), column.width, column.isNumber});
         lines.push_back(lineOf(cells, form));
     };
