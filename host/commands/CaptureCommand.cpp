@@ -87,7 +87,7 @@ nlohmann::ordered_json jsonOf(const CaptureReport& report) {
                                        {"seconds", report.duration.count()},
                                        {"ended", textOf(report.result.end)},
                                        {"statistics", statisticsJson(report.statistics)}};
-    if (report.ledger) document["faults"] = jsonOf(*report.ledger);
+    if (report.ledger) document["faults"] = ledgerJson(*report.ledger);
     return document;
 }
 
@@ -173,7 +173,7 @@ int runCapture(const CaptureOptions& options) {
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics,
                                  {{.port = address, .received = report.result.totals.received.frames}});
-    const bool isAccounted = tellLedger(report.ledger);
+    const bool isAccounted = printLedger(report.ledger);
     publish(report);
     if (report.result.failure) std::rethrow_exception(report.result.failure);
     return isAccounted ? Done : DifferencesFound;

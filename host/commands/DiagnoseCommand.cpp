@@ -151,10 +151,11 @@ int DiagnoseCommand::run() {
         diagnose(session, port_, &watch, observation ? &*observation : nullptr);
     const auto ledger = watch.settle(
         {statistics}, {{.port = port_, .received = observation ? observation->receivedFrames() : 0}});
-    const bool isAccounted = tellLedger(ledger);
+    const bool isAccounted = printLedger(ledger);
     const auto changes = oldFile_.empty() ? Changes() : changesBetween(before, diagnosis);
     auto changesJson = jsonOf(changes, oldFile_);
-    if (ledger) diagnosis["faults"] = changesJson["faults"] = jsonOf(*ledger); // no part of what is compared
+    if (ledger)
+        diagnosis["faults"] = changesJson["faults"] = ledgerJson(*ledger); // no part of what is compared
     if (json_)
         print(oldFile_.empty() ? diagnosis : changesJson);
     else

@@ -188,7 +188,7 @@ int ReplayCommand::run() {
     report.statistics = ports.finish();
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics, hostCountsOf(report, late));
-    const bool isAccounted = tellLedger(report.ledger);
+    const bool isAccounted = printLedger(report.ledger);
     options_.json ? print(jsonOf(report)) : print(textOf(report));
     throwIfEndRequested();
     return report.passed() && isAccounted ? Done : DifferencesFound;

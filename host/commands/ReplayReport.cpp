@@ -108,7 +108,7 @@ nlohmann::ordered_json jsonOf(const ReplayReport& report) {
         document["output"] = {{"file", report.options.output}, {"frames", report.writtenFrames}};
     if (report.verification) document["verification"] = jsonOf(*report.verification);
     document["statistics"] = statisticsJson(report.statistics);
-    if (report.ledger) document["faults"] = jsonOf(*report.ledger);
+    if (report.ledger) document["faults"] = ledgerJson(*report.ledger);
     return document;
 }
 

@@ -58,7 +58,7 @@ nlohmann::ordered_json jsonOf(const ResetOutcome& outcome, PortAddress address,
                                        {"resetSeconds", outcome.resetSeconds},
                                        {"linkAfter", linkText(outcome.after)},
                                        {"linkSeconds", outcome.linkSeconds}};
-    if (ledger) document["faults"] = jsonOf(*ledger);
+    if (ledger) document["faults"] = ledgerJson(*ledger);
     return document;
 }
 
@@ -91,7 +91,7 @@ int ResetCommand::run() {
         statistics.push_back(port.finish());
     }
     const auto ledger = watch.settle(statistics, {{.port = address}});
-    const bool isAccounted = tellLedger(ledger);
+    const bool isAccounted = printLedger(ledger);
     if (json_)
         print(jsonOf(outcome, address, ledger));
     else

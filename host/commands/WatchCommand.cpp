@@ -9,9 +9,9 @@
 #include "device/BoardAccess.h"
 #include "device/CounterTable.h"
 #include "inspect/watch/PrometheusText.h"
+#include "inspect/watch/QueueDrain.h"
 #include "inspect/watch/Sampler.h"
 #include "inspect/watch/WatchView.h"
-#include "inspect/watch/WireReceiver.h"
 
 #include <nlohmann/json.hpp>
 #include <poll.h>
@@ -83,9 +83,9 @@ Clock::time_point nextOf(Clock::time_point begin, Seconds interval) {
                        interval * (std::floor(passed.count() / interval.count()) + 1));
 }
 
-std::vector<PortAddress> addressesOf(const std::vector<PortTrack>& tracks) {
+std::vector<PortAddress> addressesOf(const std::vector<PortHistory>& tracks) {
     std::vector<PortAddress> addresses(tracks.size());
-    std::ranges::transform(tracks, addresses.begin(), &PortTrack::port);
+    std::ranges::transform(tracks, addresses.begin(), &PortHistory::port);
     return addresses;
 }
 
@@ -120,10 +120,10 @@ int WatchCommand::run() {
     installation_.requireRealTime();
     const BoardAccess session(installation_, board_.value_or(0));
     Sampler sampler(session, {board_, linkInterval_});
-    PortTracks tracks(historyLength);
+    PortHistories tracks(historyLength);
     MetricsFile metrics(prometheusFile_);
     const auto view = viewFor(json_);
-    std::optional<WireReceiver> receiver; // once the first reading is done, so that it counts what comes
+    std::optional<QueueDrain> receiver; // once the first reading is done, so that it counts what comes
     const auto begin = Clock::now();
     for (std::uint64_t readings = 1;; ++readings) {
         tracks.add(sampler.take());

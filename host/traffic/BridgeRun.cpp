@@ -75,7 +75,7 @@ nlohmann::ordered_json jsonOf(const BridgeReport& report) {
         {"toPort", jsonOf(report.totals.toPort)},     {"toTap", jsonOf(report.totals.toTap)},
         {"dropped", report.drops().json()},           {"seconds", report.duration.count()},
         {"statistics", statisticsJson(report.statistics)}};
-    if (report.ledger) document["faults"] = jsonOf(*report.ledger);
+    if (report.ledger) document["faults"] = ledgerJson(*report.ledger);
     return document;
 }
 
@@ -208,7 +208,7 @@ int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
     report.lostElsewhere = around.losses();
     if (session.simulator) session.simulator->flushWires();
     report.ledger = watch.settle(report.statistics, {hostCountOf(report)});
-    const bool isAccounted = tellLedger(report.ledger);
+    const bool isAccounted = printLedger(report.ledger);
     options.json ? print(jsonOf(report)) : print(textOf(report));
     return isAccounted ? Done : DifferencesFound;
 }

@@ -36,12 +36,12 @@ void waitFor(Seconds time) {
 }
 
 /// Of a flag: what it shows now, if it did not at first.
-std::uint64_t growthOfTrouble(const PortTrack& track, Counter counter) {
+std::uint64_t growthOfTrouble(const PortHistory& track, Counter counter) {
     const auto& row = rowOf(counter);
     const auto& figure = track.of(counter);
     if (row.kind == CounterKind::TroubleCount) return figure.sinceStart.value_or(0);
     if (row.kind != CounterKind::TroubleFlag) return 0;
-    const auto& history = track.history(counter);
+    const auto& history = track.series(counter);
     const auto first = std::ranges::find_if(history, [](const auto& value) { return value.has_value(); });
     return first != history.end() && *first == 0. ? figure.value.value_or(0) : 0;
 }

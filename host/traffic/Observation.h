@@ -5,7 +5,7 @@
 #include "device/BoardAccess.h"
 #include "inspect/diagnosis/Findings.h"
 #include "inspect/report/RunLog.h"
-#include "inspect/watch/PortTrack.h"
+#include "inspect/watch/PortHistory.h"
 #include "traffic/FrameReceiver.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
@@ -43,7 +43,7 @@ public:
     void goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
 
     /// After `goOn`: readings, what is wrong by them, frames taken from the port, messages.
-    const PortTrack& track() const noexcept { return track_; }
+    const PortHistory& track() const noexcept { return track_; }
     std::vector<Finding> findings() const;
     std::uint64_t receivedFrames() const noexcept { return receivedFrames_; }
     std::vector<LoggedMessage> takeLog() { return runLog_.take(); }
@@ -63,7 +63,7 @@ private:
     const PluginLog log_;
     RunLog runLog_;
     std::unique_ptr<Sampler> sampler_;
-    PortTrack track_;     // the thread's, while there is one
+    PortHistory track_;   // the thread's, while there is one
     std::jthread thread_; // last: it uses the others
 };
 

@@ -2,9 +2,9 @@
 // What `diagnose` makes of a PHY's registers, of the plug-in's report, and of a diagnosis that was kept: the
 // first byte says of which.
 #include "base/Failure.h"
+#include "fuzz/FuzzInput.h"
 #include "inspect/diagnosis/Diagnosis.h"
 #include "inspect/diagnosis/PhyFields.h"
-#include "fuzz/FuzzInput.h"
 
 using namespace orvo::host;
 
@@ -23,8 +23,9 @@ void decodePhy(orvo::test::FuzzInput& input) {
     DumpReport report;
     for (auto& content : report.phy) content = input.take<std::uint16_t>();
     for (auto* snapshot : {&report.first, &report.second})
-        for (auto& value : *snapshot)
-            if (input.take<std::uint8_t>() % 2) value = input.take<std::uint64_t>();
+        forEachCounter([&](Counter counter, const CounterRow&) {
+            if (input.take<std::uint8_t>() % 2) (*snapshot)[counter] = input.take<std::uint64_t>();
+        });
     for (const auto& field : phyFields()) {
         field.meaningOf(report.phy[field.phyRegister]);
         orvo::test::demand(field.of(report.phy[field.phyRegister]) < 1U << (field.high - field.low + 1));

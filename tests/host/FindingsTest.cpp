@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// From register contents to findings, rule by rule, but for those that the tests of the command make on a
+// From register contents to findings, rule by rule. The tests of the command cover the other rules on a
 // board.
 #include "inspect/diagnosis/Findings.h"
 #include "base/Failure.h"
@@ -14,8 +14,6 @@ DumpReport healthyReport() {
     DumpReport report;
     report.phy = {0x1140, 0x796D, 0x0F3C, 0x0A51, 0x0DE1, 0x4DE1, 0x000F, 0x2001, 0x2008, 0x0200, 0x3800};
     report.phy[15] = 0x3000;
-    report.first.fill(0);
-    report.second.fill(0);
     return report;
 }
 
@@ -23,7 +21,7 @@ TEST(FindingsTest, EachReadingHasItsFinding) {
     const struct {
         const char* finding; // severity and beginning
         std::vector<std::pair<unsigned, std::uint16_t>> registers = {};
-        std::vector<std::pair<FirmwareValue, std::uint64_t>> second = {}; // firmware values, at first 0
+        FirmwareSnapshot second = {}; // 0 before
     } rows[] = {
         {"fault: the PHY does not answer", {{0, 0xFFFF}, {1, 0xFFFF}, {2, 0xFFFF}, {3, 0xFFFF}}},
         {"fault: the PHY is held in reset", {{0, 0x9140}}},
@@ -42,18 +40,18 @@ TEST(FindingsTest, EachReadingHasItsFinding) {
         {"warning: the partner reports a fault", {{1, 0x797D}}},
         {"warning: parallel detection failed", {{6, 0x001F}}},
         {"warning: jabber", {{1, 0x796F}}},
-        {"warning: the board had no room", {}, {{FirmwareValue::StreamFifoOverflow, 1}}},
-        {"note: received frames wait", {}, {{FirmwareValue::ControlFifoNotEmpty, 1}}},
+        {"warning: the board had no room", {}, {{Counter::StreamFifoOverflow, 1}}},
+        {"note: received frames wait", {}, {{Counter::ControlFifoNotEmpty, 1}}},
     };
     EXPECT_THAT(findingsOf(healthyReport(), LinkState::from(healthyReport().phy), false), testing::IsEmpty());
     for (const auto& row : rows) {
         SCOPED_TRACE(row.finding);
         auto report = healthyReport();
         for (const auto& [number, content] : row.registers) report.phy[number] = content;
-        for (const auto& [which, value] : row.second) report.second[static_cast<std::size_t>(which)] = value;
+        report.second = row.second;
         const auto found = findingsOf(report, LinkState::from(report.phy), false);
         ASSERT_EQ(found.size(), 1U);
-        EXPECT_THAT(textOf(found[0].severity) + std::string(": ") + found[0].text,
+        EXPECT_THAT(severityText(found[0].severity) + std::string(": ") + found[0].text,
                     testing::StartsWith(row.finding));
         EXPECT_NE(found[0].evidence, "");
         EXPECT_NE(found[0].advice, "");
@@ -62,7 +60,7 @@ TEST(FindingsTest, EachReadingHasItsFinding) {
 
 TEST(FindingsTest, OldErrorsAndOutagesAreNotedAndTheWorstComesFirst) {
     auto report = healthyReport();
-    report.first[static_cast<std::size_t>(FirmwareValue::ReceiveErrors)] = 5;
+    report.first[Counter::ReceiveErrors] = 5;
     report.second = report.first;
     report.phy[10] = 0xB801;
     std::vector<Severity> severities;

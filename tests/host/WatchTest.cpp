@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Watching of ports: what readings come to, what is shown of them, and `orvo-gige watch` as its users call
-// it.
+// Watching of ports: histories of readings, the forms in which they are shown, and `orvo-gige watch` itself.
 #include "Process.h"
 
 #include "device/BoardAccess.h"
+#include "inspect/watch/LinkPoller.h"
 #include "inspect/watch/PrometheusText.h"
 #include "inspect/watch/Sampler.h"
 #include "inspect/watch/Screen.h"
@@ -32,52 +32,52 @@ Sample reading(double seconds, std::optional<std::uint64_t> packetCount, std::ui
     return sample;
 }
 
-TEST(PortTrackTest, CountsAcrossWrapsResetsFailedReadsAndOtherBoards) {
-    PortTrack track({0, 0}, 4);
+TEST(PortHistoryTest, CountsAcrossWrapsResetsFailedReadsAndOtherBoards) {
+    PortHistory history({0, 0}, 4);
     const struct {
         Sample sample;
         std::optional<std::uint64_t> sinceStart;
         std::optional<double> perSecond;
     } steps[] = {
-        {reading(0, {}), {}, {}}, {reading(1, wrap - 10), 0, {}},
-        {reading(2, 20), 30, 30}, // passed its largest value
-        {reading(3, {}), 30, {}}, // a failed read is not 0
-        {reading(5, 80), 90, 20}, // and what came meanwhile is not lost
-        {reading(6, 7), 97, 7},   // set back: the way across would be too long for a second
+        {reading(0, {}), {}, {}}, {reading(1, wrap - 10), 0, {}}, {reading(2, 20), 30, 30}, // wrapped around
+        {reading(3, {}), 30, {}},                              // a failed read is not 0
+        {reading(5, 80), 90, 20},                              // and what came in between is not lost
+        {reading(6, 7), 97, 7},                                // reset: a wrap would be too far for a second
         {reading(6.5, 7), 97, 0}, {reading(7, 500, 2), 0, {}}, // another board
     };
     for (const auto& step : steps) {
         SCOPED_TRACE(step.sample.seconds);
-        track.add(step.sample);
-        const auto& figure = track.of(packets);
+        history.add(step.sample);
+        const auto& figure = history.of(packets);
         EXPECT_EQ(figure.value, step.sample[packets]);
         EXPECT_EQ(figure.sinceStart, step.sinceStart);
         EXPECT_EQ(figure.perSecond, step.perSecond);
         EXPECT_EQ(figure.hasRisen, step.perSecond.value_or(0) > 0);
     }
-    EXPECT_EQ(track.history(packets), (PortTrack::History{20., 7., 0., std::nullopt}));
+    EXPECT_EQ(history.series(packets), (PortHistory::Series{20., 7., 0., std::nullopt}));
 }
 
-/// Two ports, of which the second has risen errors and nothing else that is known.
-PortTracks someTracks() {
-    PortTracks tracks(60);
+/// Two ports; of the second, only the receive errors are known, and they have risen.
+PortHistories someHistories() {
+    PortHistories histories(60);
     for (const std::uint64_t count : {0U, 3U}) {
         auto first = reading(static_cast<double>(count), 1000 * count);
         first[Counter::Present] = first[Counter::LinkUp] = 1;
         auto second = reading(static_cast<double>(count), {});
         second[errors] = (wrap - 1 + count) % wrap;
-        tracks.add({{{0, 0}, first}, {{4, 1}, second}});
+        histories.add({{{0, 0}, first}, {{4, 1}, second}});
     }
-    return tracks;
+    return histories;
 }
 
-WatchState stateOf(const PortTracks& tracks) {
-    return {tracks.all(), std::chrono::system_clock::time_point(std::chrono::milliseconds(1500)), 3, 3, {}};
+WatchState stateOf(const PortHistories& histories) {
+    return {
+        histories.all(), std::chrono::system_clock::time_point(std::chrono::milliseconds(1500)), 3, 3, {}};
 }
 
 TEST(PrometheusTextTest, IsInTheExpositionFormat) {
-    const auto tracks = someTracks();
-    const auto text = prometheusTextOf(stateOf(tracks));
+    const auto histories = someHistories();
+    const auto text = prometheusTextOf(stateOf(histories));
     EXPECT_THAT(text, HasSubstr("# TYPE orvo_gige_received_packets_total counter\n"
                                 "orvo_gige_received_packets_total{board=\"0\",port=\"0\"} 3000\n# HELP"));
     EXPECT_THAT(text, HasSubstr("\norvo_gige_receive_errors_total{board=\"4\",port=\"1\"} 4294967298\n"));
@@ -105,40 +105,41 @@ TEST(PrometheusTextTest, SatisfiesPromtool) {
     if (Process({"sh", "-c", "command -v promtool"}).wait().exitCode != 0)
         GTEST_SKIP() << "there is no promtool, which Debian's package prometheus has";
     const TemporaryFolder folder;
-    writeFile(folder.file("metrics"), prometheusTextOf(stateOf(someTracks())));
+    writeFile(folder.file("metrics"), prometheusTextOf(stateOf(someHistories())));
     const auto check = Process({"sh", "-c", "promtool check metrics <" + folder.file("metrics")}).wait();
     EXPECT_EQ(check.exitCode, 0) << check.out << check.err;
 }
 
 TEST(ScreenTest, FitsAndColoursWhatRises) {
-    const auto tracks = someTracks();
+    const auto histories = someHistories();
     for (const std::size_t columns : {1U, 30U, 80U, 200U})
-        for (const auto& line : screenOf(stateOf(tracks), {columns, 12}))
+        for (const auto& line : screenOf(stateOf(histories), {columns, 12}))
             EXPECT_LE(std::ranges::count_if(line, [](char c) { return (c & 0xC0) != 0x80; }), columns)
                 << line;
-    const auto lines = screenOf(stateOf(tracks), {80, 0, true});
+    const auto lines = screenOf(stateOf(histories), {80, 0, true});
     EXPECT_THAT(lines, testing::Contains(HasSubstr("\033[1;31mrising\033[0m")));
     EXPECT_THAT(lines, testing::Contains(testing::AllOf(HasSubstr("1,000"), HasSubstr(" █"))));
     EXPECT_THAT(lines, testing::Not(testing::Contains(HasSubstr("lost words"))));
-    const auto beginning = [](const char* name, const char* value) {
+    const auto row = [](const char* name, const char* value) {
         return testing::AllOf(testing::StartsWith(name), testing::EndsWith(value));
     };
-    const auto low = screenOf(stateOf(tracks), {80, 8});
-    ASSERT_EQ(low.size(), 8u);
-    EXPECT_THAT(low[6], beginning("receive errors", " 3"));
-    EXPECT_EQ(low[7], "(+1 counter on a larger terminal)");
-    EXPECT_THAT(
-        screenOf(stateOf(tracks), {33, 9}),
-        testing::IsSupersetOf({beginning("SINCE START", " 4/1"), beginning("(+1 port on", "terminal)")}));
-    EXPECT_THAT(screenOf(stateOf(tracks), {22, 12}), testing::Contains(HasSubstr(" rising")));
-    PortTracks silent(1);
-    silent.add({{{0, 0}, reading(0, {})}});
-    EXPECT_THAT(screenOf(stateOf(silent), {80, 4}).back(), testing::StartsWith("0/0 "));
-    EXPECT_EQ(screenOf(stateOf(tracks), {80, 3}).back(), "(+2 ports, +2 counters on a larger terminal)");
-    EXPECT_THAT(
-        screenOf(stateOf(tracks), {30, 0}),
-        testing::IsSupersetOf({beginning("SINCE START", " 0/0"), beginning("received packets", " 3,000"),
-                               beginning("SINCE START", " 4/1"), beginning("receive errors", " 3")}));
+    using testing::ElementsAre, testing::StartsWith;
+    const auto title = StartsWith("orvo-gige: 2 ports"), heading = StartsWith("PORT ");
+    EXPECT_THAT(screenOf(stateOf(histories), {80, 0}),
+                ElementsAre(title, heading, row("4/1 ", "rising"), row("0/0 ", "none"),
+                            row("SINCE START", " 4/1          0/0"), row("receive errors", " 3            -"),
+                            row("received packets", " -        3,000")));
+    EXPECT_THAT(screenOf(stateOf(histories), {80, 6}),
+                ElementsAre(title, heading, row("4/1 ", "rising"), row("0/0 ", "none"),
+                            StartsWith("SINCE START"), "+2 more lines on a larger terminal"));
+    EXPECT_THAT(screenOf(stateOf(histories), {30, 0}), // no room for two ports beside each other
+                testing::IsSupersetOf({row("4/1 ", " rising"), row("SINCE START", " 4/1"),
+                                       row("receive errors", " 3"), row("SINCE START", " 0/0"),
+                                       row("received packets", " 3,000")}));
+    auto state = stateOf(histories);
+    state.news = {"board 1 is there"};
+    EXPECT_THAT(screenOf(state, {16, 3}),
+                ElementsAre("orvo-gige: 2 por", "board 1 is there", StartsWith("+9 more")));
 }
 
 TEST(SamplerTest, SeesFailedReadsBoardsThatGoAndLinks) {
@@ -170,10 +171,10 @@ TEST(SamplerTest, SeesFailedReadsBoardsThatGoAndLinks) {
     simulator.require<decltype(::orvoSimAdvanceTime)>("orvoSimAdvanceTime")(5'000'000U); // negotiation
     const auto board = Board::at(session.libraries, 0);
     auto mdio = MdioMaster::of(*board);
-    const auto look = lookAtLink(*mdio, 0, {});
-    EXPECT_EQ(look, (PhyLook{true, 1'000'000'000, 5}));
-    EXPECT_EQ(lookAtLink(*mdio, 0, look), look);
-    EXPECT_EQ(lookAtLink(*mdio, 1, {}), (PhyLook{true, 100'000'000, 0}));
+    const auto look = readLink(*mdio, 0, {});
+    EXPECT_EQ(look, (LinkReading{true, 1'000'000'000, 5}));
+    EXPECT_EQ(readLink(*mdio, 0, look), look);
+    EXPECT_EQ(readLink(*mdio, 1, {}), (LinkReading{true, 100'000'000, 0}));
 }
 
 TEST(WatchCommandTest, ShowsTrafficThatArrives) {

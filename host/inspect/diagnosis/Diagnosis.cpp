@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The document: made from the report, read from a file, compared.
 #include "inspect/diagnosis/Diagnosis.h"
 
 #include "base/Failure.h"
@@ -33,40 +32,33 @@ Json devicesJson(const DumpReport& report) {
     return devices;
 }
 
-/// A counter that was cleared between the two snapshots has not grown.
-std::uint64_t growth(std::optional<std::uint64_t> before, std::uint64_t now) {
-    return before && *before < now ? now - *before : 0;
-}
-
 Json countersJson(const DumpReport& report) {
     Json counters = Json::array();
-    for (std::size_t i = 0; i < firmwareValueCount; ++i) {
-        const auto& row = rowOf(firmwareValueRows[i].counter);
-        if (!row.isCount() || !report.second[i]) continue;
+    for (const auto& [counter, total] : report.second) {
+        const auto& row = rowOf(counter);
+        if (!row.isCount()) continue;
+        const auto before = report.first.find(counter);
+        const bool hasGrown = before != report.first.end() && before->second < total; // or was cleared
         counters.push_back({{"name", row.name},
                             {"register", row.place},
-                            {"total", *report.second[i]},
-                            {"perSecond", growth(report.first[i], *report.second[i])}});
+                            {"total", total},
+                            {"perSecond", hasGrown ? total - before->second : 0}});
     }
     return counters;
 }
 
 Json flagsJson(const DumpReport& report) {
     Json flags = Json::array();
-    for (std::size_t i = 0; i < firmwareValueCount; ++i) {
-        const auto& row = rowOf(firmwareValueRows[i].counter);
-        if (row.isCount() || !report.second[i]) continue;
-        flags.push_back({{"name", row.name},
-                         {"register", row.place},
-                         {"value", hex(*report.second[i])},
-                         {"set", *report.second[i] != 0}});
-    }
+    for (const auto& [counter, value] : report.second)
+        if (const auto& row = rowOf(counter); !row.isCount())
+            flags.push_back(
+                {{"name", row.name}, {"register", row.place}, {"value", hex(value)}, {"set", value != 0}});
     return flags;
 }
 
 Json namesOf(const std::vector<Ability>& abilities) {
     Json names = Json::array();
-    for (const auto& ability : abilities) names.push_back(ability.name);
+    for (const auto& ability : abilities) names.push_back(ability.name());
     return names;
 }
 
@@ -88,12 +80,12 @@ Json linkJson(const LinkState& link, const DumpReport& report) {
                      {"offers", namesOf(link.offers)},
                      {"partner", namesOf(link.partner)},
                      {"idleErrors", link.idleErrors}};
-    const auto errors = report.second[static_cast<std::size_t>(FirmwareValue::ReceiveErrors)];
-    if (errors) document["receiveErrors"] = *errors;
+    const auto errors = report.second.find(Counter::ReceiveErrors);
+    if (errors != report.second.end()) document["receiveErrors"] = errors->second;
     return document;
 }
 
-/// Without an answer from the PHY the registers hold nothing that could be decoded.
+/// Where the PHY does not answer, its registers have no fields to decode.
 Json phyJson(const DumpReport& report, bool answers) {
     Json registers = Json::array();
     for (unsigned number = 0; number < dumpedPhyRegisters; ++number) {
@@ -116,15 +108,15 @@ Json phyJson(const DumpReport& report, bool answers) {
 Json findingsJson(const std::vector<Finding>& findings) {
     Json list = Json::array();
     for (const auto& finding : findings)
-        list.push_back({{"severity", textOf(finding.severity)},
+        list.push_back({{"severity", severityText(finding.severity)},
                         {"finding", finding.text},
                         {"evidence", finding.evidence},
                         {"advice", finding.advice}});
     return list;
 }
 
-/// Every leaf of a document by its path; members of lists go by their name, register or index, which stays
-/// the same when others come and go.
+/// Every leaf of a document by its path. Members of lists are named by their name, register or index, which
+/// stays the same when others come and go.
 void flatten(const Json& node, const std::string& path, std::map<std::string, std::string>& leaves) {
     if (!node.is_structured()) {
         leaves[path] = node.is_string() ? node.get<std::string>() : node.dump();
@@ -143,7 +135,8 @@ void flatten(const Json& node, const std::string& path, std::map<std::string, st
     }
 }
 
-/// Nothing where the text is no JSON, or nested more deeply than any diagnosis: what looks into it recurses.
+/// Null where the text is not JSON, or is nested more deeply than a diagnosis: functions that walk the
+/// document recurse.
 Json parseBounded(std::istream& text) {
     constexpr int deepest = 16;
     bool tooDeep = false;
@@ -210,15 +203,13 @@ std::vector<DiagnosisChange> changesBetween(const Json& before, const Json& afte
     std::map<std::string, std::string> old, now;
     flatten(before, "", old);
     flatten(after, "", now);
-    std::map<std::string, DiagnosisChange> changes;
-    for (const auto& [path, value] : old)
-        if (const auto found = now.find(path); found == now.end() || found->second != value)
-            changes[path] = {path, value, found == now.end() ? "" : found->second};
-    for (const auto& [path, value] : now)
-        if (!old.contains(path)) changes[path] = {path, "", value};
-    std::vector<DiagnosisChange> list;
-    for (auto& [path, change] : changes) list.push_back(std::move(change));
-    return list;
+    std::map<std::string, DiagnosisChange> all;
+    for (const auto& [path, value] : old) all[path] = {path, value, ""};
+    for (const auto& [path, value] : now) all[path] = {path, all[path].before, value};
+    std::vector<DiagnosisChange> changes;
+    for (auto& [path, change] : all)
+        if (change.before != change.after) changes.push_back(std::move(change));
+    return changes;
 }
 
 } // namespace orvo::host

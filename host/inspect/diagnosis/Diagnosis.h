@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The diagnosis of a port as one document, from which every form of output is made.
+// The diagnosis of a port: one document from which every form of output is made.
 #pragma once
 
 #include "inspect/diagnosis/DumpReport.h"
@@ -8,31 +8,37 @@
 #include <nlohmann/json.hpp>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvo::host {
 
 /// The whole diagnosis: port, board, devices, counters, flags, link, PHY registers field by field, findings.
-/// `port` is "BOARD/PORT"; `wasDown` and `others` as in findingsOf.
+/// `port` is "BOARD/PORT"; for `wasDown` and `others` see findingsOf.
 nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& port, bool wasDown,
                                    std::vector<Finding> others = {});
 
-/// The same for people.
+/// The document as text for people.
 std::string textOfDiagnosis(const nlohmann::ordered_json& diagnosis);
 
-/// A value of the document, and a list of them, as every form for people has it: in one line, without control
-/// characters; an empty list is "nothing".
+/// A value of the document, and a list of values, for people: on one line, without control characters. An
+/// empty list is "nothing".
 std::string valueText(const nlohmann::ordered_json& value);
 std::string listText(const nlohmann::ordered_json& list);
 
-/// Reads a diagnosis that was kept in a file. Errors: UsageFailure when the file cannot be read or is none.
+/// Names and values of the sections "link" and "board", for people.
+using Facts = std::vector<std::pair<std::string, std::string>>;
+Facts linkFacts(const nlohmann::ordered_json& diagnosis);
+Facts boardFacts(const nlohmann::ordered_json& diagnosis);
+
+/// Reads a diagnosis from a file. Errors: UsageFailure when it cannot be read, or holds something else.
 nlohmann::ordered_json readDiagnosis(const std::string& path);
 
-/// What differs between two diagnoses.
+/// One difference between two diagnoses.
 struct DiagnosisChange {
     std::string what;   ///< "link.mbitPerSecond"
-    std::string before; ///< empty: was not there
-    std::string after;  ///< empty: is not there any more
+    std::string before; ///< empty: not there
+    std::string after;  ///< empty: no longer there
 };
 std::vector<DiagnosisChange> changesBetween(const nlohmann::ordered_json& before,
                                             const nlohmann::ordered_json& after);

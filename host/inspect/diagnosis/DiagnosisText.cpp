@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The diagnosis for people, made from the document and nothing else.
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "inspect/diagnosis/Diagnosis.h"
@@ -11,8 +10,10 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string line(const std::string& name, const std::string& value) {
-    return fmt::format("  {:<18}{}\n", name, value);
+std::string section(const char* name, const Facts& facts) {
+    auto all = fmt::format("\n{}\n", name);
+    for (const auto& [fact, value] : facts) all += fmt::format("  {:<18}{}\n", fact, value);
+    return all;
 }
 
 std::string findingsText(const Json& diagnosis) {
@@ -25,23 +26,6 @@ std::string findingsText(const Json& diagnosis) {
     return all;
 }
 
-std::string linkText(const Json& link) {
-    std::string all = "\nlink\n";
-    if (!link["answers"].get<bool>()) return all + line("PHY", "does not answer");
-    const bool up = link["up"].get<bool>();
-    all += line("state", up ? "up" : "down");
-    if (up)
-        all += line("speed",
-                    valueText(link["mbitPerSecond"]) + " Mbit/s, " + valueText(link["duplex"]) + " duplex");
-    all += line("auto-negotiation", valueText(link["autoNegotiation"]));
-    if (valueText(link["role"]) != "none") all += line("role", valueText(link["role"]));
-    all += line("this port offers", listText(link["offers"]));
-    all += line("partner offers", listText(link["partner"]));
-    all += line("idle errors", valueText(link["idleErrors"]));
-    if (link.contains("receiveErrors")) all += line("receive errors", valueText(link["receiveErrors"]));
-    return all;
-}
-
 std::string countersText(const Json& diagnosis) {
     std::vector<std::vector<std::string>> rows = {{"  COUNTER", "TOTAL", "PER SECOND", "REGISTER"}};
     for (const auto& counter : diagnosis["counters"])
@@ -51,17 +35,6 @@ std::string countersText(const Json& diagnosis) {
         rows.push_back(
             {"  " + valueText(flag["name"]), valueText(flag["value"]), "", valueText(flag["register"])});
     return "\nfirmware\n" + table(rows);
-}
-
-std::string boardText(const Json& diagnosis) {
-    const auto& board = diagnosis["board"];
-    auto all = "\nboard\n" + line("index", valueText(board["index"])) +
-               line("serial", valueText(board["serial"])) + line("type", valueText(board["type"])) +
-               line("name", valueText(board["name"])) +
-               line("devices", valueText(diagnosis["deviceCount"]) + " counted");
-    for (const auto& device : diagnosis["devices"])
-        all += line("", "index " + valueText(device["index"]) + ", serial " + valueText(device["serial"]));
-    return all;
 }
 
 std::string phyText(const Json& registers) {
@@ -90,10 +63,39 @@ std::string listText(const Json& list) {
     return all.empty() ? "nothing" : all;
 }
 
+Facts linkFacts(const Json& diagnosis) {
+    const auto& link = diagnosis["link"];
+    if (!link["answers"].get<bool>()) return {{"PHY", "does not answer"}};
+    const bool isUp = link["up"].get<bool>();
+    Facts facts = {{"state", isUp ? "up" : "down"}};
+    if (isUp)
+        facts.emplace_back("speed", valueText(link["mbitPerSecond"]) + " Mbit/s, " +
+                                        valueText(link["duplex"]) + " duplex");
+    facts.emplace_back("auto-negotiation", valueText(link["autoNegotiation"]));
+    if (link["role"] != "none") facts.emplace_back("role", valueText(link["role"]));
+    facts.emplace_back("this port offers", listText(link["offers"]));
+    facts.emplace_back("partner offers", listText(link["partner"]));
+    facts.emplace_back("idle errors", valueText(link["idleErrors"]));
+    if (link.contains("receiveErrors"))
+        facts.emplace_back("receive errors", valueText(link["receiveErrors"]));
+    return facts;
+}
+
+Facts boardFacts(const Json& diagnosis) {
+    Facts facts;
+    for (const char* name : {"index", "serial", "type", "name"})
+        facts.emplace_back(name, valueText(diagnosis["board"][name]));
+    auto devices = valueText(diagnosis["deviceCount"]) + " counted";
+    for (const auto& device : diagnosis["devices"])
+        devices += "; index " + valueText(device["index"]) + ", serial " + valueText(device["serial"]);
+    facts.emplace_back("devices", devices);
+    return facts;
+}
+
 std::string textOfDiagnosis(const Json& diagnosis) {
     return "port " + valueText(diagnosis["port"]) + "\n" + findingsText(diagnosis) +
-           linkText(diagnosis["link"]) + countersText(diagnosis) + boardText(diagnosis) +
-           phyText(diagnosis["phy"]);
+           section("link", linkFacts(diagnosis)) + countersText(diagnosis) +
+           section("board", boardFacts(diagnosis)) + phyText(diagnosis["phy"]);
 }
 
 } // namespace orvo::host

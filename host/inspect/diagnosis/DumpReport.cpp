@@ -1,23 +1,29 @@
 // SPDX-License-Identifier: MIT
-// Reading of the report's lines by their labels; the blanks that align them do not matter here.
 #include "inspect/diagnosis/DumpReport.h"
 
 #include "base/Failure.h"
 
 #include <charconv>
+#include <optional>
+#include <string_view>
 
 namespace orvo::host {
 
-const std::array<FirmwareValueRow, firmwareValueCount> firmwareValueRows = {{
+namespace {
+
+struct FirmwareLabel {
+    const char* label; // in the report
+    Counter counter;
+};
+
+constexpr FirmwareLabel firmwareLabels[] = {
     {"Hardware Packet Count", Counter::ReceivedPackets},
     {"Hardware Packet Errors", Counter::ReceiveErrors},
     {"Ctrl Packet Recv Count", Counter::ControlPacketsReceived},
     {"Ctrl Packet Send UIQ Count", Counter::ControlPacketsQueued},
     {"GVSP FIFO overflow", Counter::StreamFifoOverflow},
     {"GVCP FIFO not empty", Counter::ControlFifoNotEmpty},
-}};
-
-namespace {
+};
 
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(" :'");
@@ -25,7 +31,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(" \n") - first + 1);
 }
 
-/// A number in decimal, or in hexadecimal after "0x"; what follows it is left.
+/// The number at the beginning: decimal, or hexadecimal after "0x".
 template <class T> std::optional<T> numberIn(std::string_view text) {
     const bool isHex = text.starts_with("0x");
     if (isHex) text.remove_prefix(2);
@@ -35,7 +41,7 @@ template <class T> std::optional<T> numberIn(std::string_view text) {
     return value;
 }
 
-/// One report in the making.
+/// Finds the lines by their labels; blanks that align them are skipped.
 class Reader {
 public:
     Reader(DumpReport& report, const std::string& interfaceId)
@@ -99,9 +105,11 @@ private:
     void readFirmwareValue(std::string_view line) {
         if (snapshots_ != 1 && snapshots_ != 2) return;
         auto& snapshot = snapshots_ == 1 ? report_.first : report_.second;
-        for (std::size_t i = 0; i < firmwareValueCount; ++i)
-            if (const auto text = after(line, firmwareValueRows[i].label))
-                snapshot[i] = numberIn<std::uint64_t>(trimmed(*text));
+        for (const auto& [label, counter] : firmwareLabels) {
+            const auto text = after(line, label);
+            const auto value = text ? numberIn<std::uint64_t>(trimmed(*text)) : std::nullopt;
+            if (value) snapshot[counter] = *value;
+        }
     }
 
     void readPhy(std::string_view text) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What is wrong with a link, in words.
+// What is wrong with a port, in words.
 #pragma once
 
 #include "inspect/diagnosis/DumpReport.h"
@@ -12,18 +12,18 @@ namespace orvo::host {
 
 enum class Severity { Note, Warning, Fault };
 
-const char* textOf(Severity severity);
+const char* severityText(Severity severity);
 
 struct Finding {
     Severity severity;
-    std::string text;     ///< what is the matter
-    std::string evidence; ///< which readings say so
+    std::string text;     ///< what is wrong
+    std::string evidence; ///< the readings that show it
     std::string advice;   ///< what to do next
 };
 
-/// Everything that the report shows to be out of order, the worst first. Empty: the port is healthy.
-/// `wasDown` tells that the link status read before the report was down, which a link that is up now
-/// remembers. `others` are findings from elsewhere, to stand among these.
+/// Everything that is out of order according to the report, the worst first; none in a healthy port.
+/// `wasDown`: the link status read before the report was "down", which a PHY keeps until it is read. `others`
+/// are findings from elsewhere to be sorted in.
 std::vector<Finding> findingsOf(const DumpReport& report, const LinkState& link, bool wasDown,
                                 std::vector<Finding> others = {});
 

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Resolution of auto-negotiation (IEEE 802.3 annex 28B.3: the best ability that both ends offer).
+// Resolution of auto-negotiation: the best ability that both ends offer (IEEE 802.3 annex 28B.3).
 #include "inspect/diagnosis/LinkState.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 
 namespace orvo::host {
 namespace {
 
-/// Where one ability stands in our registers and in those that show the partner's.
+/// An ability's bit in the registers of this end and in those that show the partner's.
 struct AbilityRow {
     Ability ability;
     unsigned ownRegister, ownBit;
@@ -15,12 +17,8 @@ struct AbilityRow {
 };
 
 constexpr AbilityRow abilityRows[] = {
-    {{1000, true, "1000BASE-T full duplex"}, 9, 9, 10, 11},
-    {{1000, false, "1000BASE-T half duplex"}, 9, 8, 10, 10},
-    {{100, true, "100BASE-TX full duplex"}, 4, 8, 5, 8},
-    {{100, false, "100BASE-TX half duplex"}, 4, 7, 5, 7},
-    {{10, true, "10BASE-T full duplex"}, 4, 6, 5, 6},
-    {{10, false, "10BASE-T half duplex"}, 4, 5, 5, 5},
+    {{1000, true}, 9, 9, 10, 11}, {{1000, false}, 9, 8, 10, 10}, {{100, true}, 4, 8, 5, 8},
+    {{100, false}, 4, 7, 5, 7},   {{10, true}, 4, 6, 5, 6},      {{10, false}, 4, 5, 5, 5},
 };
 
 bool bit(std::span<const std::uint16_t> phy, unsigned phyRegister, unsigned number) {
@@ -42,15 +40,19 @@ void agree(LinkState& state, std::span<const std::uint16_t> phy) {
     }
 }
 
-/// Without negotiation speed and duplex are as set in the control register.
+/// Without auto-negotiation, the control register sets speed and duplex.
 void takeForced(LinkState& state, std::span<const std::uint16_t> phy) {
     const bool high = bit(phy, 0, 6), low = bit(phy, 0, 13);
     state.mbitPerSecond = high ? 1000 : low ? 100 : 10;
-    state.forced1000 = high;
     state.fullDuplex = bit(phy, 0, 8);
 }
 
 } // namespace
+
+std::string Ability::name() const {
+    return fmt::format("{}BASE-T{} {} duplex", mbitPerSecond, mbitPerSecond == 100 ? "X" : "",
+                       fullDuplex ? "full" : "half");
+}
 
 LinkState LinkState::from(std::span<const std::uint16_t> phy) {
     LinkState state;
@@ -65,11 +67,6 @@ LinkState LinkState::from(std::span<const std::uint16_t> phy) {
     state.isMaster = bit(phy, 10, 14);
     state.idleErrors = phy[10] & 0xFFU;
     return state;
-}
-
-bool offers(const std::vector<Ability>& abilities, unsigned mbitPerSecond) {
-    return std::any_of(abilities.begin(), abilities.end(),
-                       [=](const Ability& ability) { return ability.mbitPerSecond == mbitPerSecond; });
 }
 
 } // namespace orvo::host

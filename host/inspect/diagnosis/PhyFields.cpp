@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The table of PHY register fields.
 #include "inspect/diagnosis/PhyFields.h"
 
 #include <array>

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Forms of the ledger.
 #include "inspect/faults/Ledger.h"
 
 #include "base/Output.h"
-#include "device/PortStatistics.h"
 #include "frames/FrameReport.h"
 
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -16,116 +13,107 @@
 namespace orvo::host {
 namespace {
 
-std::uint64_t sumOf(const std::vector<Statement::Part>& parts) {
-    return std::accumulate(parts.begin(), parts.end(), std::uint64_t{0},
-                           [](std::uint64_t sum, const auto& part) { return sum + part.frames; });
-}
+using Json = nlohmann::ordered_json;
+using Parts = std::vector<Balance::Part>;
 
-std::string expectation(const Movement& movement) {
-    if (movement.least == movement.most) return grouped(movement.least);
-    if (movement.most == Movement::anyNumber) return grouped(movement.least) + " or more";
-    return grouped(movement.least) + " to " + grouped(movement.most);
+std::uint64_t sumOf(const Parts& parts) {
+    return std::accumulate(parts.begin(), parts.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const auto& part) { return sum + part.count; });
 }
 
 std::string lineOf(const Movement& movement) {
-    const auto head = movement.what + " (" + movement.where.text() + "): ";
-    if (!movement.moved && !movement.mustBeSeen) return head + "not seen here";
-    const auto moved = head + (movement.moved ? grouped(*movement.moved) : "not told");
-    if (movement.differs()) return moved + ", DIFFERENT: must be " + expectation(movement);
-    return moved + ", as must be" + (movement.least != movement.most ? ": " + expectation(movement) : "");
+    return movement.what + " (" + movement.where.text() +
+           "): " + (movement.moved ? grouped(*movement.moved) : "not seen here");
 }
 
-std::string listOf(const std::vector<Statement::Part>& parts) {
+/// The first part, and those of the others that are not 0.
+std::string partsText(const Parts& parts) {
     std::string text;
     for (const auto& part : parts)
-        if (part.frames != 0 || &part == &parts.front())
-            text += (text.empty() ? "" : " + ") + grouped(part.frames) + " " + part.name;
+        if (part.count != 0 || &part == &parts.front())
+            text += (text.empty() ? "" : " + ") + grouped(part.count) + " " + part.name;
     return text;
 }
 
-std::string lineOf(const Statement& statement) {
-    auto whole = statement.added;
-    whole.insert(whole.begin(), statement.whole);
-    const auto text = statement.what + ": " + listOf(whole) + " = " + listOf(statement.parts);
-    if (!statement.missing.empty()) return text + ", DIFFERENT: nobody told the frames " + statement.missing;
-    return text + (statement.differs()
-                       ? ", DIFFERENT by " +
-                             std::to_string(static_cast<std::int64_t>(sumOf(statement.parts) - sumOf(whole)))
-                       : "");
+std::string lineOf(const Balance& balance) {
+    auto text = balance.what + ": " + partsText(balance.totals) + " = " + partsText(balance.parts);
+    if (!balance.differs()) return text;
+    if (!balance.missing.empty())
+        return text + ", DIFFERENT: the plug-in did not report '" + balance.missing + "'";
+    const auto difference = static_cast<std::int64_t>(sumOf(balance.parts) - sumOf(balance.totals));
+    return text + ", DIFFERENT by " + std::to_string(difference);
 }
 
-template <class Lines> std::string block(const std::string& name, const Lines& lines) {
+/// "B/P", for faults of the wire with the direction.
+std::string placeText(const OrvoSimFault& fault) {
+    const char* const direction = !isOfWire(fault) ? "" : fault.received ? " received" : " sent";
+    return PortAddress{fault.board, fault.port}.text() + direction;
+}
+
+template <class Entries> std::string blockText(const std::string& name, const Entries& entries) {
     std::string text;
-    for (const auto& line : lines) text += reportLine(text.empty() ? name : "", lineOf(line));
+    for (const auto& entry : entries) text += reportLine(text.empty() ? name : "", lineOf(entry));
     return text;
 }
 
-nlohmann::ordered_json jsonOf(const Statement& statement) {
-    const auto list = [](const std::vector<Statement::Part>& parts) {
-        nlohmann::ordered_json frames = nlohmann::ordered_json::object();
-        for (const auto& part : parts) frames[part.name] = part.frames;
-        return frames;
-    };
-    auto whole = statement.added;
-    whole.insert(whole.begin(), statement.whole);
-    return {{"what", statement.what},
-            {"frames", list(whole)},
-            {"are", list(statement.parts)},
-            {"holds", !statement.differs()}};
+Json partsJson(const Parts& parts) {
+    Json document = Json::object();
+    for (const auto& part : parts) document[part.name] = part.count;
+    return document;
 }
 
 } // namespace
 
-bool Statement::differs() const noexcept {
-    return !missing.empty() || whole.frames + sumOf(added) != sumOf(parts);
+bool isOfWire(const OrvoSimFault& fault) noexcept {
+    return fault.evidence == OrvoSimReceiveErrors || fault.evidence == OrvoSimArrivals ||
+           fault.evidence == OrvoSimLateFrames;
+}
+
+bool Balance::differs() const noexcept {
+    return !missing.empty() || sumOf(totals) != sumOf(parts);
 }
 
 bool Ledger::passed() const noexcept {
-    const auto differs = [](const auto& line) { return line.differs(); };
-    return std::none_of(movements.begin(), movements.end(), differs) &&
-           std::none_of(statements.begin(), statements.end(), differs);
+    return std::ranges::none_of(balances, &Balance::differs);
 }
 
-std::string textOfInjections(const Ledger& ledger) {
+std::string injectionsText(const Ledger& ledger) {
     auto text = reportLine("faults", ledger.script + ", seed " + std::to_string(ledger.seed));
     if (ledger.faults.empty()) return text;
     std::vector<std::vector<std::string>> rows{{"LINE", "FAULT", "WHERE", "INJECTED"}};
     for (const auto& fault : ledger.faults)
-        rows.push_back({std::to_string(fault.line), fault.kind, fault.where,
+        rows.push_back({std::to_string(fault.line), fault.kind, placeText(fault),
                         fault.injected != 0 ? grouped(fault.injected) : "never happened"});
     std::istringstream lines(table(rows));
     for (std::string line; std::getline(lines, line);) text += reportLine("", line);
     return text;
 }
 
-std::string textOf(const Ledger& ledger) {
-    return textOfInjections(ledger) + block("moved", ledger.movements) +
-           block("conserved", ledger.statements);
+std::string ledgerText(const Ledger& ledger) {
+    return injectionsText(ledger) + blockText("moved", ledger.movements) +
+           blockText("conserved", ledger.balances);
 }
 
-nlohmann::ordered_json jsonOf(const Ledger& ledger) {
-    nlohmann::ordered_json document = {
-        {"script", ledger.script}, {"seed", ledger.seed}, {"passed", ledger.passed()}};
-    auto& faults = document["injected"] = nlohmann::ordered_json::array();
+Json ledgerJson(const Ledger& ledger) {
+    Json faults = Json::array(), movements = Json::array(), balances = Json::array();
     for (const auto& fault : ledger.faults)
         faults.push_back({{"line", fault.line},
                           {"kind", fault.kind},
-                          {"where", fault.where},
+                          {"where", placeText(fault)},
                           {"times", fault.injected},
                           {"mustMove", fault.mustMove}});
-    auto& movements = document["moved"] = nlohmann::ordered_json::array();
-    for (const auto& movement : ledger.movements) {
-        nlohmann::ordered_json entry = {
-            {"what", movement.what}, {"port", movement.where.text()}, {"least", movement.least}};
-        if (movement.most != Movement::anyNumber) entry["most"] = movement.most;
-        if (movement.moved) entry["moved"] = *movement.moved;
-        entry["passed"] = nullptr; // nobody looked
-        if (movement.moved || movement.mustBeSeen) entry["passed"] = !movement.differs();
-        movements.push_back(std::move(entry));
-    }
-    auto& statements = document["conserved"] = nlohmann::ordered_json::array();
-    for (const auto& statement : ledger.statements) statements.push_back(jsonOf(statement));
-    return document;
+    for (const auto& movement : ledger.movements)
+        movements.push_back({{"what", movement.what},
+                             {"port", movement.where.text()},
+                             {"moved", movement.moved ? Json(*movement.moved) : Json()}});
+    for (const auto& balance : ledger.balances)
+        balances.push_back({{"what", balance.what},
+                            {"frames", partsJson(balance.totals)},
+                            {"are", partsJson(balance.parts)},
+                            {"holds", !balance.differs()}});
+    return {{"script", ledger.script},       {"seed", ledger.seed},
+            {"passed", ledger.passed()},     {"injected", std::move(faults)},
+            {"moved", std::move(movements)}, {"conserved", std::move(balances)}};
 }
 
 } // namespace orvo::host

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The archive, entry by entry.
 #include "inspect/report/Bundle.h"
 
 #include "base/Failure.h"
@@ -41,7 +40,7 @@ public:
         std::ifstream file(path, std::ios::binary);
         std::error_code reason;
         auto left = std::filesystem::file_size(path, reason);
-        if (!file || reason) throw Failure("cannot read " + quoted(path) + ": it is gone; try again");
+        if (!file || reason) throw Failure("cannot read " + quoted(path) + ": it has disappeared; try again");
         begin(name, left);
         for (std::array<char, chunkBytes> chunk; left > 0;) {
             file.read(chunk.data(),
@@ -88,25 +87,17 @@ private:
     const std::time_t time_;
 };
 
-std::string linesOf(const std::vector<std::string>& lines) {
-    std::string text;
-    for (const auto& line : lines) text += line + (line.ends_with('\n') ? "" : "\n");
-    return text;
-}
-
 } // namespace
 
 void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath) {
-    const auto port = report.track.port();
+    const auto port = report.history.port();
     Archive bundle(file, fmt::format("orvo-gige-port-{}-{}", port.board, port.port),
                    std::chrono::system_clock::to_time_t(report.time));
     bundle.add("diagnosis.html", pageOf(report));
     bundle.add("diagnosis.json", jsonText(report.diagnosis));
-    bundle.add("readings.json", jsonText(readingsOf(report.track)));
-    bundle.add("dump.txt", linesOf(report.dump));
-    std::string log;
-    for (const auto& message : report.log) log += textOf(message) + "\n";
-    bundle.add("log.txt", log);
+    bundle.add("readings.json", jsonText(readingsOf(report.history)));
+    bundle.add("dump.txt", dumpText(report));
+    bundle.add("log.txt", logText(report));
     bundle.add("configuration.txt", report.settings.text);
     bundle.addFile("capture.pcapng", capturePath);
     bundle.close();

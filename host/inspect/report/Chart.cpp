@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Lines in SVG. Colours and sizes of letters are the page's.
+// Lines in SVG. The page's style sheet sets colours and letter sizes.
 #include "inspect/report/Chart.h"
 
 #include "base/Output.h"
@@ -35,14 +35,14 @@ std::string numberText(double value) {
     return fmt::format("{:.{}f}", value, value < 1 ? 2 : 1);
 }
 
-/// The same in the room beside an axis: six characters of the size that they have on a narrow page.
+/// At most six characters, which is the room beside an axis on a narrow page.
 std::string axisText(double value) {
     if (value >= 1e6) return fmt::format("{:.4g} M", value / 1e6);
     if (value >= 1e4) return fmt::format("{:.4g} k", value / 1e3);
     return value >= 1000 ? numberText(value) : fmt::format("{:.4g}", value);
 }
 
-/// Where values are drawn.
+/// The scales of both axes.
 class Plane {
 public:
     explicit Plane(const Chart& chart) {
@@ -76,7 +76,7 @@ private:
     double valueStep_ = 1, secondsStep_ = 1;
 };
 
-/// Runs of known values as lines, single ones as dots.
+/// Consecutive known values as a line, a single one as a dot.
 std::string lineOf(const Chart& chart, std::size_t which, const Plane& plane) {
     const auto& values = chart.series[which].values;
     std::string text;
@@ -153,7 +153,7 @@ std::string valuesOf(const Chart& chart) {
             row.push_back(series.values[i] ? numberText(*series.values[i]) : "unknown");
         table.rows.push_back(std::move(row));
     }
-    return html::details("The values", tableOf(table), false);
+    return html::details("The values", tableOf(table));
 }
 
 } // namespace

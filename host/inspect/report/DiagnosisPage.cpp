@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The page, section by section.
 #include "inspect/report/Report.h"
 
 #include "base/Output.h"
@@ -52,132 +51,88 @@ std::string findingsOf(const Json& diagnosis) {
     return section("Findings", content);
 }
 
-std::string linkOf(const Json& link) {
-    if (!link["answers"].get<bool>()) return section("Link", tag("p", "The PHY does not answer."));
-    const bool up = link["up"].get<bool>();
-    const auto speed =
-        up ? valueText(link["mbitPerSecond"]) + " Mbit/s, " + valueText(link["duplex"]) + " duplex" : "none";
-    return section("Link", html::listOf({{"state", up ? "up" : "down"},
-                                         {"speed", speed},
-                                         {"auto-negotiation", valueText(link["autoNegotiation"])},
-                                         {"role", valueText(link["role"])},
-                                         {"idle errors", valueText(link["idleErrors"])}}) +
-                               html::listOf({{"this port offers", listText(link["offers"])},
-                                             {"partner offers", listText(link["partner"])}}));
-}
-
 using Values = std::vector<std::optional<double>>;
 
-Values valuesOf(const PortTrack& track, Counter counter, double factor) {
+Values valuesOf(const PortHistory& history, Counter counter, double factor) {
     Values values;
-    for (const auto& value : track.history(counter))
+    for (const auto& value : history.series(counter))
         values.push_back(value ? std::optional(*value * factor) : std::nullopt);
     return values;
 }
 
-/// Values of which none is known make no line.
-void addSeries(Chart& chart, const PortTrack& track, Counter counter, const char* name, double factor = 1) {
-    auto values = valuesOf(track, counter, factor);
+/// Adds a line, unless all its values are unknown.
+void addSeries(Chart& chart, const PortHistory& history, Counter counter, const char* name,
+               double factor = 1) {
+    auto values = valuesOf(history, counter, factor);
     if (std::ranges::any_of(values, [](const auto& value) { return value.has_value(); }))
         chart.series.push_back({name, std::move(values)});
 }
 
-Chart emptyChart(const PortTrack& track, const char* id, const char* title, const char* unit) {
-    return {id, title, unit, {track.times().begin(), track.times().end()}, {}};
+Chart emptyChart(const PortHistory& history, const char* id, const char* title, const char* unit) {
+    return {id, title, unit, {history.times().begin(), history.times().end()}, {}};
 }
 
-/// Lines that the styles tell apart.
+/// The style sheet has as many line styles.
 constexpr std::size_t mostSeries = 6;
 
-/// Of one unit: those that rose.
-Chart troubleChart(const PortTrack& track, const char* id, const char* title, std::string_view unit) {
-    auto chart = emptyChart(track, id, title, "per second");
+/// The counters of trouble of one unit that have risen.
+Chart troubleChart(const PortHistory& history, const char* id, const char* title, std::string_view unit) {
+    auto chart = emptyChart(history, id, title, "per second");
     forEachCounter([&](Counter counter, const CounterRow& row) {
         if (row.kind == CounterKind::TroubleCount && row.unit == unit && chart.series.size() < mostSeries &&
-            track.of(counter).sinceStart.value_or(0) != 0)
-            addSeries(chart, track, counter, row.name);
+            history.of(counter).sinceStart.value_or(0) != 0)
+            addSeries(chart, history, counter, row.name);
     });
     return chart;
 }
 
-std::string chartsOf(const PortTrack& track) {
+std::string chartsOf(const PortHistory& history) {
     constexpr double mbitPerByte = 8e-6;
-    auto frames = emptyChart(track, "frames", "Frames", "per second");
-    addSeries(frames, track, Counter::ReceivedPackets, "received");
-    addSeries(frames, track, Counter::WireSentFrames, "sent");
-    auto data = emptyChart(track, "data", "Data", "Mbit/s");
-    addSeries(data, track, Counter::WireReceivedBytes, "received", mbitPerByte);
-    addSeries(data, track, Counter::WireSentBytes, "sent", mbitPerByte);
-    auto errors = troubleChart(track, "errors", "Damaged and lost frames", "frames");
-    if (errors.series.empty()) // which is worth seeing, too
-        addSeries(errors, track, Counter::ReceiveErrors, rowOf(Counter::ReceiveErrors).name);
+    auto frames = emptyChart(history, "frames", "Frames", "per second");
+    addSeries(frames, history, Counter::ReceivedPackets, "received");
+    addSeries(frames, history, Counter::WireSentFrames, "sent");
+    auto data = emptyChart(history, "data", "Data", "Mbit/s");
+    addSeries(data, history, Counter::WireReceivedBytes, "received", mbitPerByte);
+    addSeries(data, history, Counter::WireSentBytes, "sent", mbitPerByte);
+    auto errors = troubleChart(history, "errors", "Damaged and lost frames", "frames");
+    if (errors.series.empty()) // a flat line shows that nothing was damaged
+        addSeries(errors, history, Counter::ReceiveErrors, rowOf(Counter::ReceiveErrors).name);
     std::string content;
-    for (const auto& chart : {frames, data, errors, troubleChart(track, "words", "Lost words", "words")})
+    for (const auto& chart : {frames, data, errors, troubleChart(history, "words", "Lost words", "words")})
         if (!chart.series.empty()) content += figureOf(chart);
     return section("Rates and errors over time", tag("div", {{"class", "charts"}}, content));
 }
 
 std::string countersOf(const Report& report) {
-    html::Table table{"Totals as read last, and how far they went while the port was looked at",
-                      {"counter", "total", "meanwhile", "unit", "source"},
+    html::Table table{"Last totals, and growth while the port was watched",
+                      {"counter", "total", "growth", "unit", "source"},
                       {},
                       {1, 2}};
     const auto textOr = [](std::optional<std::uint64_t> value) { return value ? grouped(*value) : "-"; };
     forEachCounter([&](Counter counter, const CounterRow& row) {
-        const auto& figure = report.track.of(counter);
+        const auto& figure = report.history.of(counter);
         if (!figure.value) return;
         const bool isRegister = !row.isCount() && row.source == CounterSource::FirmwareRegister;
         table.rows.push_back({row.name,
                               isRegister ? fmt::format("0x{:x}", *figure.value) : textOr(figure.value),
                               row.isCount() ? textOr(figure.sinceStart) : "-", row.unit,
-                              row.sourceOf(std::to_string(report.track.port().port))});
+                              row.sourceOf(std::to_string(report.history.port().port))});
     });
     return section("Counters", tableOf(table));
 }
 
-std::string boardOf(const Report& report) {
-    const auto& diagnosis = report.diagnosis;
-    const auto& board = diagnosis["board"];
-    std::string devices;
-    for (const auto& device : diagnosis["devices"])
-        devices += fmt::format("{}index {}, serial {}", devices.empty() ? "" : "; ",
-                               valueText(device["index"]), valueText(device["serial"]));
-    return section("Board", html::listOf({{"name", valueText(board["name"])},
-                                          {"index", valueText(board["index"])},
-                                          {"serial", valueText(board["serial"])},
-                                          {"type", valueText(board["type"])},
-                                          {"devices", devices.empty() ? "none" : devices},
-                                          {"installation", report.installation}}));
-}
-
-std::string phyRowsOf(const Json& each) {
-    auto rows =
-        tag("tr", tag("th", {{"colspan", "4"}, {"scope", "rowgroup"}},
-                      escaped(fmt::format("{} {}", valueText(each["register"]), valueText(each["name"]))) +
-                          tag("code", escaped(valueText(each["value"]))))) +
-        "\n";
-    for (const auto& field : each["fields"]) {
-        const bool isSet = field["value"] != 0;
-        rows +=
-            tag("tr", {{"class", isSet ? "set" : "clear"}},
-                tag("td", escaped(valueText(field["bits"]))) + tag("td", escaped(valueText(field["name"]))) +
-                    tag("td", {{"class", "number"}}, escaped(valueText(field["value"]))) +
-                    tag("td", escaped(valueText(field["meaning"])))) +
-            "\n";
-    }
-    return tag("tbody", "\n" + rows);
-}
-
 std::string phyOf(const Json& registers) {
-    std::string bodies;
-    for (const auto& each : registers) bodies += phyRowsOf(each);
-    std::string heads;
-    for (const char* head : {"bits", "field", "value", "meaning"})
-        heads += tag("th", {{"scope", "col"}}, head);
-    const auto table = tag("table", {{"class", "phy"}},
-                           tag("caption", "As the diagnosis read them; fields that are not 0 are in bold") +
-                               tag("thead", tag("tr", heads)) + bodies);
-    return section("PHY registers", tag("div", {{"class", "scroll"}}, table));
+    std::string content;
+    for (const auto& each : registers) {
+        const auto name = fmt::format("{}: {}, {}", valueText(each["register"]), valueText(each["name"]),
+                                      valueText(each["value"]));
+        html::Table table{"", {"bits", "field", "value", "meaning"}, {}, {2}};
+        for (const auto& field : each["fields"])
+            table.rows.push_back({valueText(field["bits"]), valueText(field["name"]),
+                                  valueText(field["value"]), valueText(field["meaning"])});
+        content += table.rows.empty() ? tag("p", escaped(name)) + "\n" : html::details(name, tableOf(table));
+    }
+    return section("PHY registers", content);
 }
 
 html::Table settingsTable(const char* caption, const std::vector<ReportedSetting>& settings) {
@@ -197,15 +152,11 @@ std::string configurationOf(const ReportedSettings& settings) {
 }
 
 std::string logOf(const Report& report) {
-    std::string log, dump;
-    for (const auto& message : report.log) log += textOf(message) + "\n";
-    for (const auto& line : report.dump) dump += line + (line.ends_with('\n') ? "" : "\n");
-    const auto part = [](const char* name, const std::string& lines, bool isOpen) {
-        return html::details(name, tag("pre", escaped(lines.empty() ? "nothing" : lines)), isOpen);
+    const auto part = [](const char* name, const std::string& lines) {
+        return html::details(name, tag("pre", escaped(lines.empty() ? "nothing" : lines)));
     };
-    return section("Log",
-                   part("What the plug-in logged during this run", log, false) +
-                       part("The lines of its report, which the diagnosis was made from", dump, false));
+    return section("Log", part("Messages of the plug-in during this run", logText(report)) +
+                              part("Its report, from which the diagnosis was made", dumpText(report)));
 }
 
 } // namespace
@@ -221,8 +172,11 @@ std::string pageOf(const Report& report) {
         tag("title", escaped(fmt::format("Port {}, {:%Y-%m-%d %H:%M:%S} UTC", valueText(diagnosis["port"]),
                                          utcOf(report.time)))) +
         "\n" + tag("style", pageStyle) + "\n";
-    const auto sections = findingsOf(diagnosis) + linkOf(diagnosis["link"]) + chartsOf(report.track) +
-                          countersOf(report) + boardOf(report) + phyOf(diagnosis["phy"]) +
+    auto board = boardFacts(diagnosis);
+    board.emplace_back("installation", report.installation);
+    const auto sections = findingsOf(diagnosis) + section("Link", html::listOf(linkFacts(diagnosis))) +
+                          chartsOf(report.history) + countersOf(report) +
+                          section("Board", html::listOf(board)) + phyOf(diagnosis["phy"]) +
                           configurationOf(report.settings) + logOf(report);
     return "<!DOCTYPE html>\n" +
            tag("html", {{"lang", "en"}, {"xmlns", "http://www.w3.org/1999/xhtml"}},
@@ -232,14 +186,26 @@ std::string pageOf(const Report& report) {
            "\n";
 }
 
-nlohmann::ordered_json readingsOf(const PortTrack& track) {
+std::string logText(const Report& report) {
+    std::string text;
+    for (const auto& message : report.log) text += messageText(message) + "\n";
+    return text;
+}
+
+std::string dumpText(const Report& report) {
+    std::string text;
+    for (const auto& line : report.dump) text += line + (line.ends_with('\n') ? "" : "\n");
+    return text;
+}
+
+nlohmann::ordered_json readingsOf(const PortHistory& history) {
     Json values = Json::object();
     forEachCounter([&](Counter counter, const CounterRow& row) {
         auto list = Json::array();
-        for (const auto& value : track.history(counter)) list.push_back(value ? Json(*value) : Json());
+        for (const auto& value : history.series(counter)) list.push_back(value ? Json(*value) : Json());
         values[row.isCount() ? std::string(row.key) + "PerSecond" : row.key] = std::move(list);
     });
-    return {{"port", track.port().text()}, {"seconds", track.times()}, {"values", std::move(values)}};
+    return {{"port", history.port().text()}, {"seconds", history.times()}, {"values", std::move(values)}};
 }
 
 } // namespace orvo::host

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Elements of a page, well-formed as HTML and as XML.
+// Elements of a page, well-formed both as HTML and as XML.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace orvo::host::html {
 
-/// Text as content or attribute value: nothing in it is markup. What is no UTF-8, or a control character that
-/// no page may contain, becomes a replacement character.
+/// Escapes text for use as content or attribute value. Invalid UTF-8, and control characters that a page must
+/// not contain, become replacement characters.
 std::string escaped(std::string_view text);
 
 using Attributes = std::vector<std::pair<const char*, std::string>>;
@@ -19,10 +19,10 @@ using Attributes = std::vector<std::pair<const char*, std::string>>;
 std::string tag(const char* name, const Attributes& attributes, const std::string& content);
 std::string tag(const char* name, const std::string& content);
 
-/// A table in a frame that scrolls where the page is narrow. Cells are text; columns named in `numbers`
-/// (from 0) stand to the right.
+/// A table that scrolls sideways where the page is narrow. Cells are text; columns listed in `numbers`,
+/// counted from 0, are aligned to the right.
 struct Table {
-    std::string caption;
+    std::string caption; ///< empty: none
     std::vector<std::string> heading;
     std::vector<std::vector<std::string>> rows;
     std::vector<std::size_t> numbers = {};
@@ -32,8 +32,8 @@ std::string tableOf(const Table& table);
 /// A list of names and values, both text.
 std::string listOf(const std::vector<std::pair<std::string, std::string>>& entries);
 
-/// A part that can be folded away.
-std::string details(const std::string& summary, const std::string& content, bool isOpen);
+/// A part that is folded away until its summary is clicked.
+std::string details(const std::string& summary, const std::string& content);
 
 /// A section with a heading.
 std::string section(const std::string& heading, const std::string& content);

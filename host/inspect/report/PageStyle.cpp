@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The style sheet.
 #include "inspect/report/PageStyle.h"
 
 namespace orvo::host {
@@ -35,7 +34,6 @@ section { background: var(--card); border: 1px solid var(--line); border-radius:
 .text { font-weight: 600; } .evidence { color: var(--soft); }
 dl { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 11rem), 1fr)); gap: .8rem 1.5rem;
   margin: 0; }
-dl + dl { grid-template-columns: repeat(auto-fit, minmax(min(100%, 26rem), 1fr)); margin-top: .8rem; }
 dt { color: var(--soft); font-size: .82rem; } dd { margin: 0; overflow-wrap: anywhere; }
 .charts { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 26rem), 1fr)); gap: 1.2rem 1.8rem; }
 figure { margin: 0; min-width: 0; } figcaption { font-weight: 600; margin-bottom: .3rem; }
@@ -56,19 +54,15 @@ th, td { text-align: left; vertical-align: top; padding: .3rem .9rem .3rem 0; bo
 th:last-child, td:last-child { padding-right: 0; }
 td { overflow-wrap: break-word; } thead th { color: var(--soft); font-weight: 600; white-space: nowrap; }
 th.number, td.number { text-align: right; font-variant-numeric: tabular-nums; white-space: nowrap; }
-tbody th { padding-top: .9rem; } code, pre { font-family: ui-monospace, "DejaVu Sans Mono", monospace; }
-tbody code { font-weight: 400; color: var(--soft); margin-left: .6rem; }
-.phy td:first-child { white-space: nowrap; padding-left: 1rem; width: 5rem; }
-.phy th:nth-child(3) { text-align: right; }
-.phy .set { font-weight: 600; }
+pre { font-family: ui-monospace, "DejaVu Sans Mono", monospace; }
 details { margin: .4rem 0; } summary { cursor: pointer; color: var(--soft); }
 figure details { font-size: .85rem; } figure .scroll { max-height: 18rem; overflow-y: auto; }
 pre { margin: .5rem 0 0; padding: .8rem; background: var(--back); border-radius: 6px; overflow-x: auto;
   font-size: .8rem; line-height: 1.45; }
 @media (max-width: 640px) { body { font-size: 14px; } main, header, footer { padding-left: .75rem;
   padding-right: .75rem; } section { padding: .9rem .85rem; } svg text { font-size: 17px; }
-  th, td { padding-right: .6rem; } .scroll table:not(.phy) { min-width: 46rem; }
-  figure .scroll table:not(.phy) { min-width: 0; } .phy td:first-child { padding-left: .3rem; width: 3rem; } }
+  th, td { padding-right: .6rem; } .scroll table { min-width: 46rem; }
+  details .scroll table { min-width: 0; } }
 @media print { :root { --back: #fff; --card: #fff; --text: #000; --soft: #333; --line: #bbb; --first: #1f6fbf;
   --second: #c2570c; --good: #17693a; --note: #2a5fa8; --warning: #8a5a00; --fault: #b3261e; }
   body { font-size: 10pt; } section { border: 0; padding: .5rem 0; } figure, .finding, tr { break-inside: avoid; }

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Everything that a report on a port is made of.
+// A report on a port: what it is made of, and its parts as text.
 #pragma once
 
 #include "inspect/report/RunLog.h"
-#include "inspect/watch/PortTrack.h"
+#include "inspect/watch/PortHistory.h"
 
 #include <nlohmann/json.hpp>
 
@@ -29,16 +29,19 @@ struct Report {
     std::chrono::system_clock::time_point time;
     std::string installation;         ///< its root
     nlohmann::ordered_json diagnosis; ///< as diagnosisOf makes it
-    std::vector<std::string> dump;    ///< the plug-in's lines behind it
-    PortTrack track;                  ///< counters, meanwhile and afterwards
+    std::vector<std::string> dump;    ///< the plug-in's report, from which it was made
+    PortHistory history;              ///< counters during the diagnosis and afterwards
     std::vector<LoggedMessage> log;
     ReportedSettings settings;
 };
 
-/// One page that needs nothing from elsewhere, nor may load it.
+/// One page that needs no other file and forbids the browser to load any.
 std::string pageOf(const Report& report);
 
-/// The readings of the track: times, and values by the keys of the counters.
-nlohmann::ordered_json readingsOf(const PortTrack& track);
+std::string logText(const Report& report);
+std::string dumpText(const Report& report);
+
+/// Times, and values by the keys of the counters.
+nlohmann::ordered_json readingsOf(const PortHistory& history);
 
 } // namespace orvo::host

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Opening and replacing.
 #include "inspect/report/ReportFiles.h"
 
 #include "base/Failure.h"
@@ -15,7 +14,7 @@
 namespace orvo::host {
 namespace {
 
-/// An empty file that nobody else has. Errors: Failure.
+/// Creates an empty file of a new name. Errors: Failure.
 std::string makeFile(std::string pattern) {
     const int descriptor = mkostemp(pattern.data(), O_CLOEXEC);
     if (descriptor < 0)

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The files that a report goes into.
 #pragma once
 
 #include "base/OutputFile.h"
@@ -11,10 +10,12 @@
 
 namespace orvo::host {
 
-/// A page, a bundle, or both. They are made sure of before anything else is done, and replaced in the end.
+/// The files of a report: a page, a bundle, or both. They are opened before the diagnosis begins and replaced
+/// at its end, so that a bad name is refused at once and a failed run leaves the old files.
 class ReportFiles {
 public:
-    /// Empty: not wanted. Errors: UsageFailure when both are one file; Failure when one cannot be written.
+    /// An empty name: not wanted. Errors: UsageFailure when both are the same file; Failure when one cannot
+    /// be written.
     ReportFiles(const std::string& page, const std::string& bundle);
     ~ReportFiles();
     ReportFiles(const ReportFiles&) = delete;
@@ -22,15 +23,15 @@ public:
 
     bool areWanted() const noexcept { return page_ || bundle_; }
 
-    /// Where the bundle's capture is to be written; empty when none is wanted.
+    /// Where to write the bundle's capture; empty without a bundle.
     const std::string& capturePath() const noexcept { return capturePath_; }
 
-    /// Errors: Failure; what was not replaced is as it was.
+    /// Errors: Failure; a file that was not replaced is unchanged.
     void write(const Report& report);
 
 private:
     std::optional<ReplacedFile> page_, bundle_;
-    std::string capturePath_; // beside the bundle, removed in the end
+    std::string capturePath_; // beside the bundle; the destructor removes it
 };
 
 } // namespace orvo::host

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// A subscription to everything.
 #include "inspect/report/RunLog.h"
 
 #include <fmt/format.h>
@@ -14,7 +13,7 @@ constexpr std::array names = {"detail", "information", "warning", "error"};
 
 } // namespace
 
-std::string textOf(const LoggedMessage& message) {
+std::string messageText(const LoggedMessage& message) {
     const auto place = message.level - DetailLevel;
     return fmt::format("{:9.3f} s  {:<11}  {}", message.seconds,
                        place < names.size() ? names[place] : std::to_string(message.level), message.text);

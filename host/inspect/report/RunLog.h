@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the plug-in says during a run, to be kept.
+// The plug-in's messages during a run.
 #pragma once
 
 #include "device/PluginLog.h"
@@ -18,9 +18,9 @@ struct LoggedMessage {
 };
 
 /// "   1.234 s  warning  TEXT"
-std::string textOf(const LoggedMessage& message);
+std::string messageText(const LoggedMessage& message);
 
-/// While it lives, keeps every message of the interfaces; they go on to the console as ever.
+/// While it lives, keeps every message of the interfaces. They still appear on the console.
 class RunLog {
 public:
     explicit RunLog(const PluginLog& log);
@@ -28,7 +28,7 @@ public:
     RunLog(const RunLog&) = delete;
     RunLog& operator=(const RunLog&) = delete;
 
-    /// Ends the keeping.
+    /// Ends the subscription and returns the messages.
     std::vector<LoggedMessage> take();
 
 private:
@@ -36,7 +36,7 @@ private:
 
     const PluginLog& log_;
     const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-    std::vector<LoggedMessage> messages_; // written in the callback; read once the subscription has ended
+    std::vector<LoggedMessage> messages_; // written in the callback, read after the subscription has ended
     std::uint64_t subscription_;
 };
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// One JSON document a line for each reading.
 #include "base/Output.h"
 #include "inspect/watch/WatchView.h"
 
@@ -14,7 +13,7 @@ template <class Value> Json orNull(const std::optional<Value>& value) {
     return value ? Json(*value) : Json();
 }
 
-Json jsonOf(const PortTrack& port) {
+Json portJson(const PortHistory& port) {
     Json states = Json::object(), counters = Json::object();
     forEachCounter([&](Counter counter, const CounterRow& row) {
         const auto& figure = port.of(counter);
@@ -37,7 +36,7 @@ public:
     void show(const WatchState& state) override {
         for (const auto& news : state.news) notice(news);
         auto ports = Json::array();
-        for (const auto& port : state.ports) ports.push_back(jsonOf(port));
+        for (const auto& port : state.ports) ports.push_back(portJson(port));
         const Json document = {
             {"time", timeText(state.time)}, {"seconds", state.seconds}, {"ports", std::move(ports)}};
         print(document.dump() + "\n");

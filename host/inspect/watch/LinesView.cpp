@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// A line for each port and reading, for pipes, files and journals.
 #include "base/Output.h"
 #include "inspect/watch/WatchView.h"
 
@@ -8,21 +7,21 @@
 namespace orvo::host {
 namespace {
 
-std::string rateText(const PortTrack& port, Counter frames, Counter bytes) {
+std::string rateText(const PortHistory& port, Counter frames, Counter bytes) {
     const auto rate = port.of(frames).perSecond;
     if (!rate) return "unknown";
     const auto mbit = mbitPerSecond(port.of(bytes));
     return fmt::format("{:.0f}/s", *rate) + (mbit ? fmt::format(" {:.1f} Mbit/s", *mbit) : "");
 }
 
-std::string linkWithSpeed(const PortTrack& port) {
-    std::string text = linkText(port);
-    const auto speed = port.of(Counter::LinkSpeed).value.value_or(0);
-    return speed == 0 ? text : fmt::format("{} {} Mbit/s", text, speed / 1'000'000);
+std::string linkWithSpeed(const PortHistory& port) {
+    const std::string text = linkText(port);
+    const auto mbit = linkMbit(port);
+    return mbit == 0 ? text : fmt::format("{} {} Mbit/s", text, mbit);
 }
 
-/// What is wrong, or was since the watching began; "*" marks what has risen since the last line.
-std::string troubleText(const PortTrack& port) {
+/// Trouble since the start; "*" marks counters that have risen since the last line.
+std::string troubleText(const PortHistory& port) {
     std::string text;
     forEachCounter([&](Counter counter, const CounterRow& row) {
         const auto& figure = port.of(counter);
@@ -34,7 +33,7 @@ std::string troubleText(const PortTrack& port) {
     return text.empty() ? "none" : text;
 }
 
-std::string lineOf(const WatchState& state, const PortTrack& port) {
+std::string lineOf(const WatchState& state, const PortHistory& port) {
     return fmt::format("{} port {} link {}; received {}; sent {}; trouble {}\n", timeText(state.time),
                        port.port().text(), linkWithSpeed(port),
                        rateText(port, Counter::ReceivedPackets, Counter::WireReceivedBytes),

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Metric by metric, the ports of each as labels.
 #include "inspect/watch/PrometheusText.h"
 
 #include <fmt/format.h>
@@ -15,7 +14,7 @@ std::string helpOf(const CounterRow& row) {
     return row.meaning + (*row.unit ? fmt::format(" ({})", row.unit) : std::string());
 }
 
-std::string samplesOf(Counter counter, const CounterRow& row, const std::vector<PortTrack>& ports) {
+std::string samplesOf(Counter counter, const CounterRow& row, const std::vector<PortHistory>& ports) {
     std::string text;
     for (const auto& port : ports) {
         const auto& figure = port.of(counter);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The watched ports as metrics.
 #pragma once
 
 #include "inspect/watch/WatchView.h"
@@ -8,7 +7,7 @@
 
 namespace orvo::host {
 
-/// All that is known, in Prometheus' text exposition format; what is not is left out.
+/// The watched ports in Prometheus' text exposition format; unknown values are left out.
 std::string prometheusTextOf(const WatchState& state);
 
 } // namespace orvo::host

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Reading of ports that others use: nothing is opened through the plug-in, reset, or taken from a queue.
 #pragma once
 
 #include "device/BoardAccess.h"
-#include "inspect/watch/PhyWatch.h"
-#include "inspect/watch/Sample.h"
+#include "inspect/watch/PortHistory.h"
 
 #include <chrono>
 #include <map>
@@ -15,38 +13,39 @@
 
 namespace orvo::host {
 
-/// Which boards, and how often their links are looked at.
+/// Which boards, and how often to read their links.
 struct SamplerOptions {
-    std::optional<unsigned> board;                 ///< nothing: all, also those that come later
+    std::optional<unsigned> board;                 ///< nothing: all, also those that appear later
     std::chrono::duration<double> linkInterval{0}; ///< 0: MDIO is left alone
 };
 
-/// Reads all ports of the boards. A board that goes is looked for again at every reading, one that was not
-/// there from time to time. One thread.
+/// Reads the counters of all ports while other programs use them: it opens nothing through the plug-in,
+/// resets nothing, and takes nothing from a queue. A board that is gone is tried again at every reading; new
+/// boards are looked for every few seconds. One thread.
 class Sampler {
 public:
-    /// The session must outlive it. Errors: Failure when there is no such board, or none at all.
-    Sampler(const BoardAccess& session, const SamplerOptions& options);
+    /// `access` must outlive it. Errors: Failure when there is no such board, or none at all.
+    Sampler(const BoardAccess& access, const SamplerOptions& options);
     ~Sampler();
     Sampler(const Sampler&) = delete;
     Sampler& operator=(const Sampler&) = delete;
 
-    /// One sample of every port that was there once, in the order of boards and ports.
+    /// One sample of every port seen so far, in the order of boards and ports.
     std::vector<PortSample> take();
 
-    /// What happened to boards since this was asked last, a sentence each.
+    /// Boards that came or went since the last call, a sentence each.
     std::vector<std::string> takeNews();
 
 private:
     class BoardSampler;
 
-    void look();
-    void lookFor(unsigned index);
+    void findBoards();
+    void findBoard(unsigned index);
 
-    const BoardAccess& session_;
+    const BoardAccess& access_;
     const SamplerOptions options_;
-    std::map<unsigned, std::unique_ptr<BoardSampler>> boards_; // that were there once
-    std::chrono::steady_clock::time_point lookedAt_{};
+    std::map<unsigned, std::unique_ptr<BoardSampler>> boards_; // all that were ever seen
+    std::chrono::steady_clock::time_point searchedAt_{};
     std::vector<std::string> news_;
 };
 

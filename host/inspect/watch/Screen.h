@@ -12,13 +12,13 @@ namespace orvo::host {
 
 struct ScreenForm {
     std::size_t columns = 80;
-    std::size_t lines = 24; ///< 0: as many as it takes
+    std::size_t lines = 24; ///< 0: no limit
     bool colour = false;
-    bool blocks = true; ///< the terminal knows block characters
+    bool blocks = true; ///< the terminal has block characters
 };
 
-/// No line takes more columns than there are. Where lines are limited, what does not fit is left out, trouble
-/// last, and the last line says how much.
+/// A table of the ports and one of their counters, trouble first and zeros last. Lines stay within the
+/// columns. Where the lines do not suffice, the last one says how many are missing.
 std::vector<std::string> screenOf(const WatchState& state, const ScreenForm& form);
 
 } // namespace orvo::host

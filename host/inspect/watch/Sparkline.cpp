@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Scaling of histories.
 #include "inspect/watch/Sparkline.h"
 
 #include <algorithm>
@@ -14,7 +13,7 @@ constexpr const char* asciiSteps[] = {"_", ".", "-", "=", "+", "*", "%", "#"};
 constexpr std::size_t stepCount = std::size(blockSteps);
 static_assert(stepCount == std::size(asciiSteps));
 
-/// The lowest step is for 0 alone.
+/// The lowest step means 0; everything above 0 has a higher one.
 std::size_t stepOf(double value, double largest) {
     if (value <= 0 || largest <= 0) return 0;
     const auto step = std::ceil(value / largest * static_cast<double>(stepCount - 1));
@@ -23,7 +22,7 @@ std::size_t stepOf(double value, double largest) {
 
 } // namespace
 
-std::string sparkline(const PortTrack::History& history, std::size_t width, bool blocks) {
+std::string sparkline(const PortHistory::Series& history, std::size_t width, bool blocks) {
     const auto shown = std::min(width, history.size());
     const auto first = history.end() - static_cast<std::ptrdiff_t>(shown);
     double largest = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Drawing in place, on the terminal's second screen, so that the first is as it was in the end.
+// Draws on the terminal's alternate screen, so that the normal one is unchanged at the end.
 #include "base/Output.h"
 #include "inspect/watch/Screen.h"
 #include "inspect/watch/WatchView.h"
@@ -16,7 +16,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr auto enter = "\033[?1049h\033[?25l\033[2J"; // second screen, no cursor, empty
+constexpr auto enter = "\033[?1049h\033[?25l\033[2J"; // alternate screen, no cursor, cleared
 constexpr auto leave = "\033[?25h\033[?1049l";
 constexpr auto home = "\033[H";
 constexpr auto endOfLine = "\033[K";
@@ -38,7 +38,7 @@ ScreenForm formNow() {
 
 std::atomic<bool> stopRequested{false}; // by Ctrl-Z
 
-/// From its first drawing on it has the screen, which it gives back for a stop and in the end.
+/// Holds the alternate screen from the first drawing on; leaves it for Ctrl-Z and at the end.
 class TerminalView : public WatchView {
 public:
     TerminalView() {
@@ -51,7 +51,7 @@ public:
     ~TerminalView() override {
         sigaction(SIGTSTP, &stopBefore_, nullptr);
         if (!drawing_) return;
-        std::fputs(leave, stdout); // a terminal that is gone needs no more
+        std::fputs(leave, stdout); // errors are ignored: the terminal may be gone
         std::fflush(stdout);
     }
 
@@ -63,7 +63,7 @@ public:
     void showAgain(const WatchState& state) override {
         if (stopRequested.exchange(false)) {
             giveBack();
-            std::raise(SIGSTOP); // until somebody lets it go on
+            std::raise(SIGSTOP); // returns on SIGCONT
             draw(state);
         } else if (const auto form = formNow(); form.columns != form_.columns || form.lines != form_.lines) {
             draw(state);
@@ -105,7 +105,7 @@ private:
 
     struct sigaction stopBefore_ = {};
     ScreenForm form_;
-    std::vector<std::string> news_; // the last there were
+    std::vector<std::string> news_; // the latest, shown until there are others
     bool drawing_ = false;
 };
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// What several forms have in common.
 #include "inspect/watch/WatchView.h"
 
 #include <fmt/chrono.h>
@@ -13,15 +12,19 @@ std::string timeText(std::chrono::system_clock::time_point time) {
                        sinceEpoch.count() % 1000);
 }
 
-const char* linkText(const PortTrack& port) {
+const char* linkText(const PortHistory& port) {
     if (port.of(Counter::Present).value == 0) return "gone";
     const auto up = port.of(Counter::LinkUp).value;
     return !up ? "unknown" : *up != 0 ? "up" : "down";
 }
 
+std::uint64_t linkMbit(const PortHistory& port) {
+    return port.of(Counter::LinkSpeed).value.value_or(0) / bitsPerMbit;
+}
+
 std::optional<double> mbitPerSecond(const Figure& bytes) {
     if (!bytes.perSecond) return std::nullopt;
-    return *bytes.perSecond * 8 / 1e6;
+    return *bytes.perSecond * 8 / static_cast<double>(bitsPerMbit);
 }
 
 } // namespace orvo::host

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// What is shown of the watched ports, and the forms of it.
+// The forms in which watched ports are shown.
 #pragma once
 
-#include "inspect/watch/PortTrack.h"
+#include "inspect/watch/PortHistory.h"
 
 #include <chrono>
 #include <memory>
@@ -13,11 +13,11 @@ namespace orvo::host {
 
 /// The state after one reading of all ports.
 struct WatchState {
-    const std::vector<PortTrack>& ports;
+    const std::vector<PortHistory>& ports;
     std::chrono::system_clock::time_point time;
     double seconds;                ///< since the first reading
     double interval;               ///< between readings
-    std::vector<std::string> news; ///< of boards, since the last reading
+    std::vector<std::string> news; ///< boards that came or went since the last reading
 };
 
 /// One form of output, to standard output.
@@ -28,31 +28,33 @@ public:
     WatchView(const WatchView&) = delete;
     WatchView& operator=(const WatchView&) = delete;
 
-    /// Errors: Failure when standard output does not take it.
+    /// Errors: Failure when standard output cannot be written.
     virtual void show(const WatchState& state) = 0;
 
-    /// The same once more, when a signal came that may have been for the view.
+    /// Called between readings, with the last state: the terminal may have been resized, or be wanted back.
     virtual void showAgain(const WatchState&) {}
 
-    /// The last state, after the end was asked for.
+    /// Called once at the end, with the last state.
     virtual void end(const WatchState&) {}
 };
 
-/// One line a port, one JSON document a line, or a screen on the terminal.
-std::unique_ptr<WatchView> makeLinesView();
-std::unique_ptr<WatchView> makeJsonView();
-std::unique_ptr<WatchView> makeTerminalView();
+std::unique_ptr<WatchView> makeLinesView();    ///< a line for each port and reading
+std::unique_ptr<WatchView> makeJsonView();     ///< a JSON document a line for each reading
+std::unique_ptr<WatchView> makeTerminalView(); ///< a screen that is redrawn in place
 
-/// Whether standard output is a terminal that can be drawn on.
+/// Whether standard output is a terminal that a screen can be drawn on.
 bool canDraw();
 
-/// "2026-01-31T12:34:56.789Z", of the UTC.
+/// UTC, as in "2026-01-31T12:34:56.789Z".
 std::string timeText(std::chrono::system_clock::time_point time);
 
 /// "up", "down", "unknown", or "gone" when the whole board is.
-const char* linkText(const PortTrack& port);
+const char* linkText(const PortHistory& port);
 
-/// In Mbit/s from a count of bytes; nothing when unknown.
+/// The link's speed in Mbit/s; 0 when it is unknown, or the link is down.
+std::uint64_t linkMbit(const PortHistory& port);
+
+/// Mbit/s from a counter of bytes; nothing when unknown.
 std::optional<double> mbitPerSecond(const Figure& bytes);
 
 } // namespace orvo::host

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Differences of readings.
-#include "inspect/watch/PortTrack.h"
+#include "inspect/watch/PortHistory.h"
 
 #include <algorithm>
 
 namespace orvo::host {
 
+namespace {
+
+/// How far a counter went from `before` to `now` in `seconds`. A smaller value means that it wrapped around,
+/// or, where a port cannot count that fast, that it was reset and has counted `now` since.
 std::uint64_t growthOf(const CounterRow& row, std::uint64_t before, std::uint64_t now, double seconds) {
     const auto largest = ~std::uint64_t{0} >> (64 - row.bits());
     before &= largest;
@@ -15,9 +18,11 @@ std::uint64_t growthOf(const CounterRow& row, std::uint64_t before, std::uint64_
     return static_cast<double>(across) <= row.mostPerSecond() * std::max(seconds, 1.0) ? across : now;
 }
 
-void PortTrack::add(const Sample& sample) {
+} // namespace
+
+void PortHistory::add(const Sample& sample) {
     if (sample.serial != 0 && serial_ != 0 && sample.serial != serial_) {
-        last_ = {};
+        lastGood_ = {};
         figures_ = {};
     }
     if (sample.serial != 0) serial_ = sample.serial;
@@ -32,10 +37,10 @@ void PortTrack::add(const Sample& sample) {
     remember(sample);
 }
 
-void PortTrack::addCount(std::size_t which, std::optional<std::uint64_t> value, double seconds) {
+void PortHistory::addCount(std::size_t which, std::optional<std::uint64_t> value, double seconds) {
     if (!value) return;
     auto& figure = figures_[which];
-    auto& last = last_[which];
+    auto& last = lastGood_[which];
     if (last) {
         const auto passed = seconds - last->seconds;
         const auto growth = growthOf(counterRows[which], last->value, *value, passed);
@@ -50,26 +55,25 @@ void PortTrack::addCount(std::size_t which, std::optional<std::uint64_t> value, 
     last = Reading{seconds, *value};
 }
 
-void PortTrack::remember(const Sample& sample) {
+void PortHistory::remember(const Sample& sample) {
     const auto add = [this](auto& list, auto entry) {
         list.push_back(entry);
-        if (list.size() > historyLength_) list.pop_front();
+        if (list.size() > length_) list.pop_front();
     };
     add(times_, sample.seconds);
     for (std::size_t i = 0; i < counterCount; ++i) {
         const auto& figure = figures_[i];
         if (counterRows[i].isCount())
-            add(histories_[i], figure.perSecond);
+            add(series_[i], figure.perSecond);
         else
-            add(histories_[i],
-                figure.value ? std::optional(static_cast<double>(*figure.value)) : std::nullopt);
+            add(series_[i], figure.value ? std::optional(static_cast<double>(*figure.value)) : std::nullopt);
     }
 }
 
-void PortTracks::add(const std::vector<PortSample>& samples) {
+void PortHistories::add(const std::vector<PortSample>& samples) {
     for (const auto& [port, sample] : samples) {
-        auto found = std::ranges::find(tracks_, port, &PortTrack::port);
-        if (found == tracks_.end()) found = tracks_.insert(found, PortTrack(port, historyLength_));
+        auto found = std::ranges::find(histories_, port, &PortHistory::port);
+        if (found == histories_.end()) found = histories_.insert(found, PortHistory(port, length_));
         found->add(sample);
     }
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Emptying of receive queues.
-#include "inspect/watch/WireReceiver.h"
+#include "inspect/watch/QueueDrain.h"
 
 #include "base/Signals.h"
 
@@ -21,36 +20,36 @@ bool bringsFrames(std::string_view wire) {
     return std::ranges::any_of(beginnings, [&](auto beginning) { return wire.starts_with(beginning); });
 }
 
-void receive(const std::stop_token& stop, const BoardLibraries& libraries, PortAddress port) {
+void drain(const std::stop_token& stop, const BoardLibraries& libraries, PortAddress port) {
     const auto readQueue =
         libraries.hal().require<decltype(::OHalDataQueueReadBufferLong)>("OHalDataQueueReadBufferLong");
     const auto clearQueue = libraries.hal().require<decltype(::OHalDataQueueClear)>("OHalDataQueueClear");
     std::unique_ptr<void, int (*)(void*)> device(nullptr, libraries.putDevice);
     while (!stop.stop_requested()) {
         if (!device) device.reset(libraries.getDevice(static_cast<int>(port.board)));
-        std::uint32_t word = 0; // a read of more would wait until there is as much
+        std::uint32_t word = 0; // a longer read would wait until that many words have arrived
         const int result =
             device ? readQueue(device.get(), port.port, &word, sizeof word, readTimeoutMs) : HalNotLoaded;
         if (result == HalTimeout || (result >= 0 && clearQueue(device.get(), port.port) == 0)) continue;
-        device.reset(); // the board is gone, or has been
+        device.reset(); // the board is gone, or was gone for a while
         usleep(failurePauseUs);
     }
 }
 
 } // namespace
 
-WireReceiver::WireReceiver(const BoardAccess& session, const std::vector<PortAddress>& ports) {
-    if (!session.simulator) return;
+QueueDrain::QueueDrain(const BoardAccess& access, const std::vector<PortAddress>& ports) {
+    if (!access.simulator) return;
     const SignalShield handledElsewhere; // the threads inherit it
     for (const auto port : ports)
-        if (bringsFrames(session.simulator->wire(port)))
-            threads_.emplace_back([&libraries = session.libraries, port](const std::stop_token& stop) {
-                receive(stop, libraries, port);
+        if (bringsFrames(access.simulator->wire(port)))
+            threads_.emplace_back([&libraries = access.libraries, port](const std::stop_token& stop) {
+                drain(stop, libraries, port);
             });
 }
 
-WireReceiver::~WireReceiver() {
-    for (auto& thread : threads_) thread.request_stop(); // all at once: each takes a while
+QueueDrain::~QueueDrain() {
+    for (auto& thread : threads_) thread.request_stop(); // all at once, so that their last reads overlap
 }
 
 } // namespace orvo::host
