@@ -36,29 +36,38 @@ Drops dropsOf(const ReplayReport& report) {
     return drops;
 }
 
-std::string verificationLines(const Verifier::Report& found) {
+std::string verificationLines(const ReplayReport& report) {
+    const auto& found = *report.verification;
+    const auto unsent = report.result.droppedFrames();
     auto text = reportLine(
-        "verified", found.passed()
+        "verified", report.passed()
                         ? counted(found.identical, "frame") + " came back identical and in order"
-                        : fmt::format("DIFFERENT: {} identical, {} changed, {} lost, {} late, {} foreign",
+                        : fmt::format("DIFFERENT: {} identical, {} changed, {} lost, {} late, {} foreign{}",
                                       grouped(found.identical), grouped(found.changed), grouped(found.lost),
-                                      grouped(found.late), grouped(found.foreign)));
+                                      grouped(found.late), grouped(found.foreign),
+                                      unsent == 0 ? "" : ", " + grouped(unsent) + " not sent"));
     for (const auto& difference : found.differences) text += reportLine("", difference);
     if (found.differences.size() == Verifier::maxDifferences) text += reportLine("", "(there may be more)");
     return text;
 }
 
-nlohmann::ordered_json jsonOf(const Verifier::Report& found) {
-    return {{"passed", found.passed()},
+nlohmann::ordered_json jsonOfVerification(const ReplayReport& report) {
+    const auto& found = *report.verification;
+    return {{"passed", report.passed()},
             {"identical", found.identical},
             {"changed", found.changed},
             {"lost", found.lost},
             {"late", found.late},
             {"foreign", found.foreign},
+            {"unsent", report.result.droppedFrames()},
             {"differences", found.differences}};
 }
 
 } // namespace
+
+bool ReplayReport::passed() const noexcept {
+    return !verification || (verification->passed() && result.droppedFrames() == 0);
+}
 
 std::uint64_t ReplayReport::lostFrames() const noexcept {
     return verification ? verification->lost : result.missingFrames();
@@ -71,7 +80,7 @@ std::string textOf(const ReplayReport& report) {
     text += countLine("received", result.received, "at port " + report.receivingPort.text());
     text += dropsOf(report).lines();
     text += reportLine("lost", counted(report.lostFrames(), "frame"));
-    if (report.verification) text += verificationLines(*report.verification);
+    if (report.verification) text += verificationLines(report);
     text += reportLine("duration", fmt::format("{:.3f} s of traffic", secondsOf(report)));
     text += reportLine("rate", fmt::format("{} frames/s, {:.1f} Mbit/s",
                                            grouped(static_cast<std::uint64_t>(framesPerSecond(report))),
@@ -106,7 +115,7 @@ nlohmann::ordered_json jsonOf(const ReplayReport& report) {
     };
     if (!report.options.output.empty())
         document["output"] = {{"file", report.options.output}, {"frames", report.writtenFrames}};
-    if (report.verification) document["verification"] = jsonOf(*report.verification);
+    if (report.verification) document["verification"] = jsonOfVerification(report);
     document["statistics"] = jsonOf(report.statistics);
     if (report.ledger) document["faults"] = jsonOf(*report.ledger);
     return document;
