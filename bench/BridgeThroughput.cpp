@@ -5,9 +5,8 @@
 #include "BareBridge.h"
 #include "TcpPeers.h"
 
-#include "frames/Interface.h"
 #include "base/NetworkNamespace.h"
-#include "frames/VirtualCable.h"
+#include "frames/Interface.h"
 
 #include <nlohmann/json.hpp>
 

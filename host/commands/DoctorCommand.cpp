@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The checks' results, as text or as JSON.
-#include "commands/DoctorCommand.h"
-
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "checkup/doctor/Examination.h"
-#include "commands/SharedOptions.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
+#include "device/PortAddress.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <string>
 
 namespace orvo::host {
 namespace {
@@ -28,7 +28,7 @@ const char* nameOf(Verdict verdict) {
     return "skipped";
 }
 
-nlohmann::ordered_json jsonOf(const Checks& checks) {
+nlohmann::ordered_json jsonOfChecks(const Checks& checks) {
     auto list = nlohmann::ordered_json::array();
     for (const auto& check : checks) {
         nlohmann::ordered_json entry = {
@@ -42,19 +42,31 @@ nlohmann::ordered_json jsonOf(const Checks& checks) {
             {"checks", std::move(list)}};
 }
 
+class DoctorCommand : public Command {
+public:
+    explicit DoctorCommand(Program& program)
+        : Command(program, "doctor", "Find out whether this installation works, and what mends it if not") {
+        addRootOption(line(), root_);
+        addAddressOptions(line(), port_);
+        line().flag("--json", json_, "Print JSON instead of text");
+    }
+
+    int run() override {
+        const auto checks = examine(root_, port_);
+        json_ ? print(jsonOfChecks(checks)) : print(textOf(checks, styleOfOutput()));
+        return std::ranges::any_of(checks, isBad) ? DifferencesFound : Done;
+    }
+
+private:
+    std::string root_;
+    PortAddress port_;
+    bool json_ = false;
+};
+
 } // namespace
 
-DoctorCommand::DoctorCommand(Program& program)
-    : Command(program, "doctor", "Find out whether this installation works, and what mends it if not") {
-    addRootTo(line(), root_);
-    addAddressTo(line(), port_);
-    line().flag("--json", json_, "Print JSON instead of text");
-}
-
-int DoctorCommand::run() {
-    const auto checks = examine(root_, port_);
-    json_ ? print(jsonOf(checks)) : print(textOf(checks, styleOfOutput()));
-    return std::ranges::any_of(checks, isBad) ? DifferencesFound : Done;
+std::unique_ptr<Command> makeDoctorCommand(Program& program) {
+    return std::make_unique<DoctorCommand>(program);
 }
 
 } // namespace orvo::host

@@ -72,7 +72,7 @@ void CaptureOutput::open() {
     const auto path = ring_ ? ring_->fileName(path_, number_) : path_;
     const auto target =
         path_ == standardOutput ? BlockFile::Target::StandardOutput : BlockFile::Target::NamedFile;
-    writer_ = std::make_unique<PcapngWriter>(path, interface_.name, interface_.description, target);
+    writer_ = std::make_unique<PcapngWriter>(path, interface_, target);
     writer_->endOn(ending_);
 }
 

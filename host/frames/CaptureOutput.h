@@ -33,11 +33,7 @@ class CaptureOutput {
 public:
     static constexpr auto standardOutput = "-"; ///< as path
 
-    /// What the frames' interface is called in the files.
-    struct Interface {
-        std::string name;
-        std::string description;
-    };
+    using Interface = pcapng::Interface;
 
     /// Makes sure that the file, of a ring the first, can be written. Errors: Failure, as all that follow.
     CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);

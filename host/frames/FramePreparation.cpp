@@ -7,7 +7,7 @@
 
 namespace orvo::host {
 
-const char* textOf(DropReason reason) {
+const char* textOfDropReason(DropReason reason) {
     switch (reason) {
     case DropReason::TooLong:
         return "longer than 1514 bytes (1518 with frame check sequence)";

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -15,9 +16,14 @@ namespace orvo::host {
 /// "NAME      VALUE": a line of a report, with its values in one column.
 std::string reportLine(const std::string& name, const std::string& value);
 
+/// "NAME      N frames WHAT".
+std::string framesLine(const std::string& name, std::uint64_t frames, const std::string& what = "");
+
 /// "NAME      N frames, N bytes WHERE".
 std::string countLine(const std::string& name, const FrameCount& count, const std::string& where);
-nlohmann::ordered_json jsonOf(const FrameCount& count);
+nlohmann::ordered_json jsonOfCount(const FrameCount& count);
+
+std::string durationLine(std::chrono::duration<double> time);
 
 /// Dropped frames by reason. A reason without frames is left out.
 class Drops {

@@ -9,9 +9,12 @@
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
+#include <linux/ethtool.h>
 #include <linux/if_link.h>
 #include <linux/if_packet.h>
 #include <linux/rtnetlink.h>
+#include <linux/sockios.h>
+#include <linux/veth.h>
 #include <net/if.h>
 #include <netinet/in.h>
 
@@ -133,6 +136,34 @@ std::optional<UnsentFrames> unsentFrames(const std::string& interface) {
                             static_cast<const rtnl_link_stats*>(entry->ifa_data)->tx_dropped};
     }
     return std::nullopt;
+}
+
+void makeVirtualCable(const std::string& near, const std::string& far, const NetworkNamespace& farNamespace) {
+    NetlinkRequest request(RTM_NEWLINK, NLM_F_CREATE | NLM_F_EXCL);
+    request.put(ifinfomsg{});
+    request.add(IFLA_IFNAME, near);
+    const auto information = request.begin(IFLA_LINKINFO);
+    request.add(IFLA_INFO_KIND, std::string("veth"));
+    const auto data = request.begin(IFLA_INFO_DATA);
+    const auto peer = request.begin(VETH_INFO_PEER);
+    request.put(ifinfomsg{});
+    request.add(IFLA_IFNAME, far);
+    const int descriptor = farNamespace.descriptor();
+    request.add(IFLA_NET_NS_FD, &descriptor, sizeof descriptor);
+    for (const auto attribute : {peer, data, information}) request.end(attribute);
+    if (const int reason = request.send())
+        throw Failure("cannot make the interfaces " + quoted(near) + " and " + quoted(far) + ": " +
+                      systemError(reason) + "; load the kernel's driver with 'sudo modprobe veth'");
+}
+
+// Without checksums of hardware there is no segmentation by it either: the kernel sees to that.
+void sendFinishedFrames(const std::string& interface) {
+    ethtool_value setting = {ETHTOOL_STXCSUM, 0};
+    auto request = requestFor(interface);
+    request.ifr_data = reinterpret_cast<char*>(&setting);
+    if (!Socket(AF_INET, SOCK_DGRAM).ask(SIOCETHTOOL, &request))
+        throw Failure("cannot have " + quoted(interface) + " finish its frames: " + systemError(errno) +
+                      "; use a kernel that can switch checksum offload off");
 }
 
 } // namespace orvo::host

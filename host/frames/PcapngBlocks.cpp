@@ -95,13 +95,13 @@ Bytes sectionHeader(const std::string& application) {
         .finished();
 }
 
-Bytes interfaceDescription(const std::string& name, const std::string& description) {
+Bytes interfaceDescription(const Interface& interface) {
     return Block(InterfaceDescription)
         .put(linkTypeEthernet)
         .put(std::uint16_t{0})
         .put(snapLength)
-        .option(InterfaceName, name)
-        .option(InterfaceText, description)
+        .option(InterfaceName, interface.name)
+        .option(InterfaceText, interface.description)
         .option(TimestampResolution, nanoseconds)
         .finished();
 }

@@ -21,8 +21,14 @@ inline constexpr std::uint32_t snapLength = 65'536; ///< no port delivers a long
 /// What the file says of itself.
 Bytes sectionHeader(const std::string& application);
 
+/// What the file says of the interface that frames came in by.
+struct Interface {
+    std::string name;
+    std::string description;
+};
+
 /// One interface of link type Ethernet. Interfaces are numbered from 0 in the order of their descriptions.
-Bytes interfaceDescription(const std::string& name, const std::string& description);
+Bytes interfaceDescription(const Interface& interface);
 
 struct InterfaceStatistics {
     std::uint32_t interface = 0;

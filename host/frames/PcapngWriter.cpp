@@ -26,10 +26,9 @@ std::size_t closingBlockBytes() {
 
 } // namespace
 
-PcapngWriter::PcapngWriter(std::string path, std::string interfaceName, std::string description,
-                           BlockFile::Target target)
-    : path_(std::move(path)), clock_(systemTime), interfaceName_(std::move(interfaceName)),
-      description_(std::move(description)), file_(path_, closingBlockBytes(), target) {
+PcapngWriter::PcapngWriter(std::string path, pcapng::Interface interface, BlockFile::Target target)
+    : path_(std::move(path)), clock_(systemTime), interface_(std::move(interface)),
+      file_(path_, closingBlockBytes(), target) {
     if (!file_.replacesFile()) writeHeader(); // shows a full disk or device before anything else happens
 }
 
@@ -44,7 +43,7 @@ PcapngWriter::~PcapngWriter() {
 
 void PcapngWriter::writeHeader() {
     file_.add(pcapng::sectionHeader("orvo-gige " ORVO_VERSION));
-    file_.add(pcapng::interfaceDescription(interfaceName_, description_));
+    file_.add(pcapng::interfaceDescription(interface_));
     file_.flush();
     headerWritten_ = true;
 }

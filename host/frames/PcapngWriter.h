@@ -18,7 +18,7 @@ class PcapngWriter {
 public:
     /// Makes sure that `path` can be written. A file that is there already keeps its content until `begin`; a
     /// new one is removed again when `begin` is never called. Errors: Failure when it cannot be written.
-    PcapngWriter(std::string path, std::string interfaceName, std::string description,
+    PcapngWriter(std::string path, pcapng::Interface interface,
                  BlockFile::Target target = BlockFile::Target::NamedFile);
     ~PcapngWriter();
     PcapngWriter(const PcapngWriter&) = delete;
@@ -62,8 +62,7 @@ private:
 
     const std::string path_;
     std::function<pcapng::Timestamp()> clock_;
-    const std::string interfaceName_;
-    const std::string description_;
+    const pcapng::Interface interface_;
     BlockFile file_;
     bool headerWritten_ = false;
     bool open_ = false; // between begin and close

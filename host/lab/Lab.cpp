@@ -5,7 +5,6 @@
 #include "base/Failure.h"
 #include "base/Notice.h"
 #include "base/Terminal.h"
-#include "frames/VirtualCable.h"
 #include "lab/LabBridge.h"
 
 #include <sys/wait.h>

@@ -3,6 +3,7 @@
 #include "lab/LabBridge.h"
 
 #include "base/Failure.h"
+#include "base/Output.h"
 #include "device/BoardLibraries.h"
 #include "device/Installation.h"
 #include "device/SimulatorControl.h"
@@ -40,7 +41,7 @@ int runLabBridge(const LabOptions& options, const char* boardInterface, const Ne
     requireSimulatedPort(options);
     takePrecedence();
     dup2(STDERR_FILENO, STDOUT_FILENO); // standard output is the command's
-    BridgeOptions bridge;
+    BridgeRequest bridge;
     bridge.tap = Lab::hostInterface;
     bridge.port.address = options.port;
     bridge.installation.root = options.root;
@@ -50,7 +51,8 @@ int runLabBridge(const LabOptions& options, const char* boardInterface, const Ne
         setLinkUp(bridge.tap);
         ready();
     };
-    return runBridge(bridge, {.wires = &board, .ready = setUp});
+    print(textOfBridge(runBridge(bridge, {.wires = &board, .ready = setUp})));
+    return Done;
 }
 
 } // namespace orvo::host

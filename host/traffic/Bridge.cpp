@@ -36,7 +36,7 @@ std::array<std::uint64_t, count> valuesOf(const std::array<LiveCounter, count>& 
 
 } // namespace
 
-const char* textOf(TapDrop reason) {
+const char* textOfTapDrop(TapDrop reason) {
     switch (reason) {
     case TapDrop::Full:
         return "of the port for which the TAP had no room";

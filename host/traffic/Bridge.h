@@ -3,8 +3,8 @@
 #pragma once
 
 #include "base/EventDescriptor.h"
+#include "frames/FrameCount.h"
 #include "frames/FramePreparation.h"
-#include "frames/LiveCount.h"
 #include "frames/TapDevice.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
@@ -24,7 +24,7 @@ namespace orvo::host {
 /// Why a frame of the port did not reach the host.
 enum class TapDrop { Full, Down, Gone, Refused };
 inline constexpr std::size_t tapDropCount = 4;
-const char* textOf(TapDrop reason);
+const char* textOfTapDrop(TapDrop reason);
 
 struct BridgeTotals {
     FrameCount toPort; ///< padding included

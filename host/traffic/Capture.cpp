@@ -23,7 +23,7 @@ constexpr double longestPollMs = 3'600'000;
 
 } // namespace
 
-const char* textOf(CaptureEnd end) {
+const char* textOfCaptureEnd(CaptureEnd end) {
     switch (end) {
     case CaptureEnd::Signal:
         return "by a signal";

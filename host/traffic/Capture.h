@@ -4,8 +4,8 @@
 
 #include "base/EventDescriptor.h"
 #include "frames/CaptureOutput.h"
+#include "frames/FrameCount.h"
 #include "frames/FrameFilter.h"
-#include "frames/LiveCount.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
@@ -24,7 +24,7 @@ struct CaptureLimits {
 };
 
 enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure };
-const char* textOf(CaptureEnd end);
+const char* textOfCaptureEnd(CaptureEnd end);
 
 struct CaptureTotals {
     FrameCount received;

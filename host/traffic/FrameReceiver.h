@@ -2,6 +2,7 @@
 // The receiving side of a replay: a thread that takes frames from a port.
 #pragma once
 
+#include "frames/FrameCount.h"
 #include "frames/PcapngWriter.h"
 #include "frames/SendWindow.h"
 #include "frames/Verifier.h"
@@ -43,16 +44,13 @@ public:
 
     bool failed() const noexcept { return failed_.load(std::memory_order_relaxed); }
     Returned returned() const noexcept;
-    std::uint64_t receivedBytes() const noexcept { return counters_.bytes.load(std::memory_order_relaxed); }
+    std::uint64_t receivedBytes() const noexcept { return counters_.bytes.value(); }
 
 private:
     // On cache lines of their own: the receiving thread writes them with every frame, the sending one seldom
     // reads.
     struct alignas(64) Counters {
-        std::atomic<std::uint64_t> frames{0};
-        std::atomic<std::uint64_t> bytes{0};
-        std::atomic<std::uint64_t> words{0};
-        std::atomic<std::uint64_t> quietPolls{0};
+        LiveCounter frames, bytes, words, quietPolls;
     };
 
     void run() noexcept;

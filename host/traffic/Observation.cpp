@@ -48,10 +48,10 @@ std::uint64_t growthOfTrouble(const PortTrack& track, Counter counter) {
 
 } // namespace
 
-Observation::Observation(const BoardAccess& session, PortAddress port, Seconds time, std::string captureFile)
-    : session_(session), port_(port), time_(time),
+Observation::Observation(const BoardAccess& access, PortAddress port, Seconds time, std::string captureFile)
+    : access_(access), port_(port), time_(time),
       interval_(std::max(shortestInterval, (time + longestDiagnosis) / readingsAtMost)),
-      captureFile_(std::move(captureFile)), log_(session.installation), runLog_(log_),
+      captureFile_(std::move(captureFile)), log_(access.installation), runLog_(log_),
       track_(port, historyLength) {}
 
 Observation::~Observation() = default;
@@ -59,7 +59,7 @@ Observation::~Observation() = default;
 void Observation::begin(FrameReceiver& receiver) {
     const SignalShield handledElsewhere; // the threads inherit it
     receiver.start();
-    sampler_ = std::make_unique<Sampler>(session_, SamplerOptions{.board = port_.board});
+    sampler_ = std::make_unique<Sampler>(access_, SamplerOptions{.board = port_.board});
     readOnce(0);
     thread_ = std::jthread([this](const std::stop_token& stop) { read(stop); });
 }

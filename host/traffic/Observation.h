@@ -26,9 +26,9 @@ class Sampler;
 /// then, frames are taken from the port and dropped: they would fill its queue, and show as losses.
 class Observation {
 public:
-    /// The log begins. What the port receives goes into `captureFile`, unless that is empty. The session must
+    /// The log begins. What the port receives goes into `captureFile`, unless that is empty. The access must
     /// outlive it.
-    Observation(const BoardAccess& session, PortAddress port, std::chrono::duration<double> time,
+    Observation(const BoardAccess& access, PortAddress port, std::chrono::duration<double> time,
                 std::string captureFile);
     ~Observation();
     Observation(const Observation&) = delete;
@@ -54,7 +54,7 @@ private:
     void record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
     void endReading();
 
-    const BoardAccess& session_;
+    const BoardAccess& access_;
     const PortAddress port_;
     const std::chrono::duration<double> time_;
     const std::chrono::duration<double> interval_;

@@ -78,7 +78,8 @@ TEST_F(ReplayCommandTest, CountsWhatCannotBeSentAndVerifiesNoFileThatWasNotSentW
     writeCapture(input, {Frame(60, 'a'), Frame(70, 'b')}, snapLength);
     const auto cut = replay({input, "--verify"});
     EXPECT_EQ(cut.exitCode, 3);
-    EXPECT_THAT(cut.out, HasSubstr("DIFFERENT: 1 identical, 0 changed, 0 lost, 0 late, 0 foreign, 1 not sent"));
+    EXPECT_THAT(cut.out,
+                HasSubstr("DIFFERENT: 1 identical, 0 changed, 0 lost, 0 late, 0 foreign, 1 not sent"));
 }
 
 TEST_F(ReplayCommandTest, TellsWhatDidNotComeBack) {

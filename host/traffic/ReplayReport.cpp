@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The replay's report as text and as JSON.
-#include "commands/ReplayReport.h"
+#include "traffic/ReplayRun.h"
 
 #include "base/Output.h"
 #include "frames/FrameReport.h"
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 namespace orvo::host {
 namespace {
@@ -32,7 +31,7 @@ double megabitPerSecond(const ReplayReport& report) {
 Drops dropsOf(const ReplayReport& report) {
     Drops drops;
     for (std::size_t i = 0; i < dropReasonCount; ++i)
-        drops.add(textOf(static_cast<DropReason>(i)), report.result.dropped[i]);
+        drops.add(textOfDropReason(static_cast<DropReason>(i)), report.result.dropped[i]);
     return drops;
 }
 
@@ -73,51 +72,49 @@ std::uint64_t ReplayReport::lostFrames() const noexcept {
     return verification ? verification->lost : result.missingFrames();
 }
 
-std::string textOf(const ReplayReport& report) {
+std::string textOfReplay(const ReplayReport& report) {
     const auto& result = report.result;
-    auto text = countLine("read", result.read, "from " + report.options.input);
-    text += countLine("sent", result.sent, "through port " + report.sendingPort.text());
+    auto text = countLine("read", result.read, "from " + report.request.input);
+    text += countLine("sent", result.sent, "through port " + report.request.port.address.text());
     text += countLine("received", result.received, "at port " + report.receivingPort.text());
     text += dropsOf(report).lines();
-    text += reportLine("lost", counted(report.lostFrames(), "frame"));
+    text += framesLine("lost", report.lostFrames());
     if (report.verification) text += verificationLines(report);
     text += reportLine("duration", fmt::format("{:.3f} s of traffic", secondsOf(report)));
     text += reportLine("rate", fmt::format("{} frames/s, {:.1f} Mbit/s",
                                            grouped(static_cast<std::uint64_t>(framesPerSecond(report))),
                                            megabitPerSecond(report)));
-    if (report.options.pace.kind != Pace::Kind::Max)
+    if (report.request.pace.kind != Pace::Kind::Max)
         text += reportLine("pace", fmt::format("{}, no frame more than {:.1f} µs late",
-                                               report.options.pace.text(), microsecondsOf(result.latest)));
-    if (!report.options.output.empty())
-        text +=
-            reportLine("written", counted(report.writtenFrames, "frame") + " to " + report.options.output);
+                                               report.request.pace.text(), microsecondsOf(result.latest)));
+    if (!report.request.output.empty())
+        text += framesLine("written", report.writtenFrames, "to " + report.request.output);
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
-    return text + textOf(report.statistics);
+    return text + textOf(report.account.statistics);
 }
 
-nlohmann::ordered_json jsonOf(const ReplayReport& report) {
+nlohmann::ordered_json jsonOfReplay(const ReplayReport& report) {
     const auto& result = report.result;
     nlohmann::ordered_json document = {
-        {"input", report.options.input},
-        {"sendingPort", report.sendingPort.text()},
+        {"input", report.request.input},
+        {"sendingPort", report.request.port.address.text()},
         {"receivingPort", report.receivingPort.text()},
-        {"read", jsonOf(result.read)},
-        {"sent", jsonOf(result.sent)},
-        {"received", jsonOf(result.received)},
+        {"read", jsonOfCount(result.read)},
+        {"sent", jsonOfCount(result.sent)},
+        {"received", jsonOfCount(result.received)},
         {"dropped", dropsOf(report).json()},
         {"lost", report.lostFrames()},
         {"seconds", secondsOf(report)},
         {"framesPerSecond", framesPerSecond(report)},
         {"megabitPerSecond", megabitPerSecond(report)},
-        {"pace", report.options.pace.text()},
+        {"pace", report.request.pace.text()},
         {"latestMicroseconds", microsecondsOf(result.latest)},
         {"interrupted", report.interrupted},
     };
-    if (!report.options.output.empty())
-        document["output"] = {{"file", report.options.output}, {"frames", report.writtenFrames}};
+    if (!report.request.output.empty())
+        document["output"] = {{"file", report.request.output}, {"frames", report.writtenFrames}};
     if (report.verification) document["verification"] = jsonOfVerification(report);
-    document["statistics"] = jsonOf(report.statistics);
-    if (report.ledger) document["faults"] = jsonOf(*report.ledger);
+    report.account.addTo(document);
     return document;
 }
 

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// Command-line options that several subcommands share.
+#pragma once
+
+#include "cli/CommandLine.h"
+#include "device/InstallationOptions.h"
+
+#include <chrono>
+#include <string>
+
+namespace orvo::host {
+
+/// Adds --root.
+void addRootOption(CommandLine& line, std::string& root);
+
+/// Adds --root, --wire and --time.
+void addInstallationOptions(CommandLine& line, InstallationOptions& options);
+
+/// Adds --faults and --seed.
+void addFaultOptions(CommandLine& line, InstallationOptions& options);
+
+/// Adds --board and --port.
+void addAddressOptions(CommandLine& line, PortAddress& address);
+
+/// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
+/// --root,
+/// --wire, --time, --faults, --seed and --json.
+template <class Request> void addTrafficOptions(CommandLine& line, Request& request, bool& json) {
+    addAddressOptions(line, request.port.address);
+    line.flag("--no-reset", request.port.noReset,
+              "Do not reset the board's GigE hardware first (it must be running)");
+    addInstallationOptions(line, request.installation);
+    addFaultOptions(line, request.installation);
+    line.flag("--json", json, "Print the report as JSON");
+}
+
+/// The value of an option in seconds, such as "2" or "0.5". Errors: WrongValue.
+std::chrono::duration<double> secondsFrom(const std::string& text, double least, double most);
+
+} // namespace orvo::host
