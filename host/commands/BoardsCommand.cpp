@@ -86,7 +86,7 @@ void addRows(Rows& rows, const ListedBoard& listed) {
         const auto& port = listed.ports[number];
         row.insert(row.end(), {std::to_string(number), textOf(port.link), port.wire});
         rows.push_back(row);
-        row.assign(row.size() - 3, ""); // the board is named once
+        row.assign(row.size() - 3, ""); // only a board's first row names it
     }
 }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "base/Failure.h"
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
@@ -12,12 +11,14 @@ class BridgeCommand : public Command {
 public:
     explicit BridgeCommand(Program& program)
         : Command(program, "bridge", "Make a port a network interface, until interrupted") {
-        line()
-            .text("--tap", "NAME", request_.tap, "TAP to make, or to take when there is one of this name")
-            .required();
+        line().text("--tap", "NAME", request_.tap, "TAP to use; made if it does not exist").required();
         line().flag("--up", request_.setUp, "Set the TAP's link up");
         line().value(
-            "--address", "A/N", [this](const std::string& text) { takeAddress(text); },
+            "--address", "A/N",
+            [this](const std::string& text) {
+                request_.address = parsed(NetworkAddress::parse(text), text,
+                                          "ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
+            },
             "Give the TAP an IP address, and set its link up");
         addTrafficOptions(line(), request_, json_);
     }
@@ -30,14 +31,6 @@ public:
     }
 
 private:
-    void takeAddress(const std::string& text) {
-        request_.addressText = text;
-        request_.address = NetworkAddress::parse(text);
-        if (!request_.address)
-            throw WrongValue(quoted(text) +
-                             " is not of the form ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
-    }
-
     BridgeRequest request_;
     bool json_ = false;
 };

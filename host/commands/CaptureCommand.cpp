@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "base/Failure.h"
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
@@ -12,13 +11,6 @@ namespace {
 
 constexpr double shortestSeconds = 0.001;
 constexpr double longestSeconds = 1e9; // 31 years
-
-FileRing ringFrom(const std::string& text) {
-    if (const auto ring = FileRing::parse(text)) return *ring;
-    throw WrongValue(quoted(text) +
-                     " is not of the form FILES:SIZE with at least 2 files of at least 4096 bytes, "
-                     "such as 10:100M");
-}
 
 class CaptureCommand : public Command {
 public:
@@ -35,7 +27,12 @@ public:
             },
             "End after so many seconds");
         line().value(
-            "--ring", "N:SIZE", [this](const std::string& text) { request_.ring = ringFrom(text); },
+            "--ring", "N:SIZE",
+            [this](const std::string& text) {
+                request_.ring =
+                    parsed(FileRing::parse(text), text,
+                           "FILES:SIZE with at least 2 files of at least 4096 bytes, such as 10:100M");
+            },
             "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number");
         line().text("--filter", "EXPR", request_.filter,
                     "Write only frames that match, in libpcap's filter language");

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "commands/CommonOptions.h"
 
-#include "base/Failure.h"
 #include "base/Numbers.h"
 
 #include <fmt/format.h>
@@ -41,13 +40,13 @@ void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
     line.choice(
         "--time", {"real", "virtual"},
         [&options](const std::string& text) { options.virtualTime = text == "virtual"; },
-        "Time of the simulated board: real (default), or virtual, where pauses advance it without waiting");
+        "Time of the simulated board: real (default), or virtual, where pauses take no real time");
 }
 
 void addFaultOptions(CommandLine& line, InstallationOptions& options) {
     const auto script =
         line.text("--faults", "FILE", options.faults,
-                  "Have the simulated board go wrong as this script says, and account for every frame")
+                  "Inject the faults of this script on the simulated board, and account for every frame")
             .notEmpty();
     line.number("--seed", options.seed, {}, "Seed of the script's random choices (default 0)").needs(script);
 }

@@ -2,10 +2,12 @@
 // Command-line options that several subcommands share.
 #pragma once
 
+#include "base/Failure.h"
 #include "cli/CommandLine.h"
 #include "device/InstallationOptions.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 
 namespace orvo::host {
@@ -32,6 +34,13 @@ template <class Request> void addTrafficOptions(CommandLine& line, Request& requ
     addInstallationOptions(line, request.installation);
     addFaultOptions(line, request.installation);
     line.flag("--json", json, "Print the report as JSON");
+}
+
+/// What the text of an option was read as. Errors: WrongValue "TEXT is not of the form FORM" for nothing.
+template <class Value>
+Value parsed(const std::optional<Value>& value, const std::string& text, const std::string& form) {
+    if (value) return *value;
+    throw WrongValue(quoted(text) + " is not of the form " + form);
 }
 
 /// The value of an option in seconds, such as "2" or "0.5". Errors: WrongValue.

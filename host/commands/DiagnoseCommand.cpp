@@ -55,14 +55,13 @@ ReportedSettings reported(const Settings& settings) {
 class DiagnoseCommand : public Command {
 public:
     explicit DiagnoseCommand(Program& program)
-        : Command(program, "diagnose",
-                  "Show what a port and its link are like, and what is wrong with them") {
+        : Command(program, "diagnose", "Show the state of a port and its link, and what is wrong with them") {
         addAddressOptions(line(), port_);
         addInstallationOptions(line(), installation_);
         addFaultOptions(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of text");
         line().text("--diff", "OLD.json", oldFile_,
-                    "Show what changed since this diagnosis, kept with --json");
+                    "Show what changed since this diagnosis, which --json printed");
         line()
             .text("--html", "FILE", pageFile_, "Write a page with all of it, and with rates over time")
             .notEmpty();
@@ -75,7 +74,7 @@ public:
             [this](const std::string& text) {
                 observationTime_ = secondsFrom(text, leastSeconds, mostSeconds);
             },
-            "How long page and bundle go on watching the port (default 5)");
+            "How long to watch the port for the page or bundle (default 5)");
     }
 
     int run() override {

@@ -24,21 +24,21 @@ namespace {
 constexpr const char* programName = "orvo-gige";
 constexpr const char* interfacePrefix = "orvo-"; // "orvo-BOARD-PORT"
 
-/// What the analyser asks for.
+/// The analyser's question.
 struct Call {
     bool interfaces = false, dlts = false, config = false, capture = false;
     std::string interface, fifo, filter;
     CaptureRequest request;
 };
 
-/// Nothing: the call was for help.
+/// Nothing when the call asked for help, which has been printed.
 std::optional<Call> parse(int argc, const char* const* argv) {
     Program program(programName, "Answers an analyser.");
-    auto line = program.options(); // newer analysers may say more than we need to know
+    auto line = program.options(); // newer analysers may pass options that are not needed here
     Call call;
     std::string version;
     line.flag("--extcap-interfaces", call.interfaces, "List the ports");
-    line.flag("--extcap-dlts", call.dlts, "Tell a port's kind of link");
+    line.flag("--extcap-dlts", call.dlts, "Print a port's link type");
     line.flag("--extcap-config", call.config, "List what can be set for a port");
     line.flag("--capture", call.capture, "Capture at a port");
     line.text("--extcap-interface", "NAME", call.interface, "The port");
@@ -46,7 +46,7 @@ std::optional<Call> parse(int argc, const char* const* argv) {
     line.text("--extcap-capture-filter", "EXPR", call.filter, "Filter to capture with, or to check");
     line.text("--fifo", "PIPE", call.fifo, "Where the capture goes");
     line.flag("--no-reset", call.request.port.noReset, "Leave the board running");
-    if (!program.parse(argc, argv, "only Wireshark and tshark call this program so")) return std::nullopt;
+    if (!program.parse(argc, argv, "only Wireshark and tshark use these options")) return std::nullopt;
     return call;
 }
 
@@ -60,7 +60,7 @@ PortAddress addressOf(const std::string& interface) {
     std::replace(text.begin(), text.end(), '-', '/');
     if (const auto address = PortAddress::parse(text)) return *address;
     throw UsageFailure("there is no capture interface " + host::quoted(interface) +
-                       "; 'tshark -D' lists those that there are");
+                       "; 'tshark -D' lists them");
 }
 
 int listInterfaces() {
@@ -82,7 +82,7 @@ int listOptions() {
     return Done;
 }
 
-/// The analyser tests filters while the user types.
+/// The analyser checks a filter while the user types it; a text in the answer is the mistake.
 int checkFilter(const std::string& filter) {
     try {
         const FrameFilter compiled(filter);
@@ -92,7 +92,7 @@ int checkFilter(const std::string& filter) {
     return Done;
 }
 
-/// While it lives, standard error goes nowhere: an analyser takes every line there for a failure.
+/// Discards standard error while it lives: an analyser takes every line there for a failure.
 class QuietErrors {
 public:
     QuietErrors() : before_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
@@ -111,7 +111,7 @@ private:
     const int before_;
 };
 
-/// The pipe comes first: the analyser waits for it to be opened, and the board's reset takes its time.
+/// Opens the pipe first: the analyser waits for that, and the board's reset takes 5 s.
 int captureInto(Call& call) {
     if (call.fifo.empty()) throw UsageFailure("--capture needs a pipe to write to; name one with --fifo");
     const int pipe = openToWrite(call.fifo);

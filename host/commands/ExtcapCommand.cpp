@@ -38,7 +38,7 @@ public:
         line()
             .choice(
                 "ACTION", {"install", "remove"}, [this](const std::string& action) { action_ = action; },
-                "Make them, or take them away")
+                "Install or remove the link to this program")
             .required();
         line().text("--folder", "DIR", folder_, "Extcap folder (default: as 'tshark -G folders' says)");
     }
@@ -48,7 +48,7 @@ public:
         std::error_code reason;
         if (fs::exists(fs::symlink_status(link)) && !isLinkToProgram(link))
             throw Failure(host::quoted(link.string()) +
-                          " is there already and not a link of ours; remove it first");
+                          " exists and is not a link to this program; remove it first");
         fs::remove(link, reason);
         if (!reason && action_ == "install") {
             fs::create_directories(link.parent_path(), reason);
@@ -57,8 +57,8 @@ public:
         if (reason)
             throw Failure("cannot " + action_ + " " + host::quoted(link.string()) + ": " + reason.message() +
                           "; run it as root, or name a folder of your own with --folder");
-        print(action_ == "install" ? link.string() + " is there; 'tshark -D' lists the ports\n"
-                                   : link.string() + " is gone\n");
+        print(action_ == "install" ? link.string() + " is installed; 'tshark -D' lists the ports\n"
+                                   : link.string() + " is removed\n");
         return Done;
     }
 

@@ -43,9 +43,8 @@ public:
     }
 
 private:
-    void addAddress(const char* name, LabAddress& address, const char* text, const char* description) {
-        address.text = text;
-        address.value = *NetworkAddress::parse(text);
+    void addAddress(const char* name, NetworkAddress& address, const char* text, const char* description) {
+        address = *NetworkAddress::parse(text);
         const auto take = [&address](const std::string& given) {
             const auto value = NetworkAddress::parse(given);
             if (!value || value->family != AF_INET)
@@ -55,7 +54,7 @@ private:
             if (!value->isOfHost())
                 throw WrongValue(quoted(given) + " is not for a host of a network; give one that is, such as "
                                                  "192.168.77.1/24");
-            address = {given, *value};
+            address = *value;
         };
         line().value(name, "A/N", take, std::string(description) + " (default " + text + ")");
     }
@@ -64,7 +63,7 @@ private:
         if (!isProgram(options_.command[0]))
             throw UsageFailure("there is no program " + quoted(options_.command[0]) +
                                " to run in the host end; name one that is in PATH, or its path");
-        if (options_.cameraAddress.value.bytes == options_.hostAddress.value.bytes)
+        if (options_.cameraAddress.bytes == options_.hostAddress.bytes)
             throw UsageFailure("both ends would have the address " + options_.hostAddress.withoutPrefix() +
                                "; give them two with --camera-address and --host-address");
         if (geteuid() != 0)

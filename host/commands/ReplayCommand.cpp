@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "base/Failure.h"
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
@@ -17,11 +16,6 @@ Pace paceFrom(const std::string& text) {
                     "per second such as 1000 ({} to {:.0f})",
                     quoted(text), Pace::leastFactor, Pace::mostFactor, Pace::leastFramesPerSecond,
                     Pace::mostFramesPerSecond));
-}
-
-PortAddress receivingPortFrom(const std::string& text) {
-    if (const auto port = PortAddress::parse(text)) return *port;
-    throw WrongValue(quoted(text) + " is not of the form BOARD/PORT, such as 0/1");
 }
 
 class ReplayCommand : public Command {
@@ -46,7 +40,9 @@ public:
                       "Send the capture N times; 0: until interrupted (default 1)");
         line().value(
             "--receive", "BOARD/PORT",
-            [this](const std::string& text) { request_.receivingPort = receivingPortFrom(text); },
+            [this](const std::string& text) {
+                request_.receivingPort = parsed(PortAddress::parse(text), text, "BOARD/PORT, such as 0/1");
+            },
             "Port that receives (default: the one that the simulated wire leads to, else the sending one)");
         addTrafficOptions(line(), request_, json_);
     }

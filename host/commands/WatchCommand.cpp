@@ -33,14 +33,14 @@ using Seconds = std::chrono::duration<double>;
 constexpr double shortestSeconds = 0.05;
 constexpr double longestSeconds = 86'400;
 constexpr std::size_t historyLength = 60;
-constexpr std::chrono::milliseconds viewPause = 200ms; // between two looks whether the terminal was resized
+constexpr std::chrono::milliseconds viewPause = 200ms; // between two checks for a resized terminal
 
 Seconds intervalFrom(const std::string& text) {
     return secondsFrom(text, shortestSeconds, longestSeconds);
 }
 
-/// A file of metrics that is renewed again and again. Only the first time must succeed: a full disk may be
-/// so for a while.
+/// A metrics file that is rewritten with each reading. Only the first time must succeed: a full disk may have
+/// room again later.
 class MetricsFile {
 public:
     explicit MetricsFile(std::string path) : path_(std::move(path)) {}
@@ -70,7 +70,7 @@ std::unique_ptr<WatchView> viewFor(bool json) {
     return canDraw() ? makeTerminalView() : makeLinesView();
 }
 
-/// Waits, and lets the view see to itself meanwhile. Ends early when the end is asked for.
+/// Waits and lets the view redraw itself meanwhile. Ends early when a signal asks for the end.
 void waitUntil(Clock::time_point end, const WatchState& state, WatchView& view) {
     pollfd source{endDescriptor(), POLLIN, 0};
     while (endRequested() == 0 && Clock::now() < end) {
@@ -80,7 +80,7 @@ void waitUntil(Clock::time_point end, const WatchState& state, WatchView& view) 
     }
 }
 
-/// The next moment that is a whole number of intervals behind `begin`.
+/// The next time that is a whole number of intervals after `begin`.
 Clock::time_point nextOf(Clock::time_point begin, Seconds interval) {
     const Seconds passed = Clock::now() - begin;
     return begin + std::chrono::duration_cast<Clock::duration>(
@@ -96,7 +96,7 @@ std::vector<PortAddress> addressesOf(const std::vector<PortTrack>& tracks) {
 class WatchCommand : public Command {
 public:
     explicit WatchCommand(Program& program)
-        : Command(program, "watch", "Show what all ports do, live, without having part in it") {
+        : Command(program, "watch", "Show what all ports do, live, without taking part") {
         line().number(
             "--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); },
             {.most = 99'999}, "Only this board (default: all)");
@@ -106,13 +106,13 @@ public:
         line().value(
             "--link-interval", "S",
             [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : intervalFrom(text); },
-            "Seconds between two looks at the links over MDIO (default 10); 0 leaves MDIO to others");
+            "Seconds between two readings of the links over MDIO (default 10); 0: none");
         line().number("--count", count_, {.least = 1}, "End after so many readings");
         line().flag("--json", json_, "Print a JSON document a line for each reading");
         line()
-            .text("--prometheus", "FILE", prometheusFile_, "Renew FILE with metrics at each reading")
+            .text("--prometheus", "FILE", prometheusFile_, "Rewrite FILE with metrics at each reading")
             .notEmpty();
-        line().flag("--list", list_, "List what is read, with units and sources, and end");
+        line().flag("--list", list_, "List what is read, with units and sources");
         addInstallationOptions(line(), installation_);
     }
 
@@ -127,7 +127,8 @@ public:
         PortTracks tracks(historyLength);
         MetricsFile metrics(prometheusFile_);
         const auto view = viewFor(json_);
-        std::optional<WireReceiver> receiver; // once the first reading is done, so that it counts what comes
+        std::optional<WireReceiver>
+            receiver; // made after the first reading, which is to count what is received from then on
         const auto begin = Clock::now();
         for (std::uint64_t readings = 1;; ++readings) {
             tracks.add(sampler.take());
@@ -135,7 +136,7 @@ public:
                                    Seconds(Clock::now() - begin).count(), interval_.count(),
                                    sampler.takeNews()};
             if (state.ports.empty())
-                throw Failure("no board has GigE ports; 'orvo-gige boards' lists what there is");
+                throw Failure("no board has GigE ports; 'orvo-gige boards' lists the boards");
             metrics.renew(state);
             view->show(state);
             if (!receiver) receiver.emplace(access, addressesOf(state.ports));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Counts of frames and bytes, also such as one thread writes and others read.
+// Counts of frames and bytes, some of which one thread writes while others read.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Lines and JSON of reports on frames.
+// Lines and JSON values that the reports on frames share.
 #pragma once
 
 #include "frames/FrameCount.h"
@@ -13,7 +13,7 @@
 
 namespace orvo::host {
 
-/// "NAME      VALUE": a line of a report, with its values in one column.
+/// "NAME      VALUE": one line of a report; values stand in one column.
 std::string reportLine(const std::string& name, const std::string& value);
 
 /// "NAME      N frames WHAT".
@@ -25,7 +25,7 @@ nlohmann::ordered_json jsonOfCount(const FrameCount& count);
 
 std::string durationLine(std::chrono::duration<double> time);
 
-/// Dropped frames by reason. A reason without frames is left out.
+/// Dropped frames by reason; reasons without frames are left out.
 class Drops {
 public:
     void add(const std::string& reason, std::uint64_t frames);

@@ -46,7 +46,7 @@ Lab::Lab(const LabOptions& options)
     }
     const NamespaceVisit here(camera_);
     sendFinishedFrames(cameraInterface);
-    addAddress(cameraInterface, options_.cameraAddress.value, options_.cameraAddress.text);
+    addAddress(cameraInterface, options_.cameraAddress);
     setLinkUp(cameraInterface);
     setenv("ORVO_LAB_CAMERA_ADDRESS", options_.cameraAddress.withoutPrefix().c_str(), 1);
     setenv("ORVO_LAB_HOST_ADDRESS", options_.hostAddress.withoutPrefix().c_str(), 1);

@@ -14,19 +14,11 @@
 
 namespace orvo::host {
 
-/// An address of one end, as it was given and as it is.
-struct LabAddress {
-    std::string text; ///< "192.168.77.1/24"
-    NetworkAddress value;
-
-    std::string withoutPrefix() const { return text.substr(0, text.find('/')); }
-};
-
 struct LabOptions {
     std::vector<std::string> command; ///< of the host end
     std::string camera;               ///< command of the camera end, for a shell; may be empty
-    LabAddress cameraAddress;
-    LabAddress hostAddress;
+    NetworkAddress cameraAddress;
+    NetworkAddress hostAddress;
     PortAddress port;
     std::string root; ///< of the installation
     bool interactive = false;

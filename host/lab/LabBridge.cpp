@@ -47,7 +47,7 @@ int runLabBridge(const LabOptions& options, const char* boardInterface, const Ne
     bridge.installation.root = options.root;
     bridge.installation.wires = {{options.port.text(), std::string("packet:") + boardInterface}};
     const auto setUp = [&] {
-        addAddress(bridge.tap, options.hostAddress.value, options.hostAddress.text);
+        addAddress(bridge.tap, options.hostAddress);
         setLinkUp(bridge.tap);
         ready();
     };

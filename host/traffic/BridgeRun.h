@@ -20,7 +20,6 @@ class NetworkNamespace;
 struct BridgeRequest {
     std::string tap;
     bool setUp = false;
-    std::string addressText;
     std::optional<NetworkAddress> address; ///< of the TAP
     PortOptions port;
     InstallationOptions installation;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The receiving thread.
 #include "traffic/FrameReceiver.h"
 
 #include "frames/FramePreparation.h"
@@ -65,7 +64,7 @@ void FrameReceiver::take(const QByteArray& bytes) {
     counters_.frames.add(1, std::memory_order_release);
 }
 
-// A frame is announced before it is sent, so whatever has been received is among those passed on here.
+// A frame is announced before it is sent, so the announcement of a received frame is in the queue by now.
 void FrameReceiver::passOnExpected() {
     expected_.consume_all([this](SentFrame& frame) { verifier_->expect(std::move(frame)); });
 }

@@ -10,22 +10,17 @@
 namespace orvo::host {
 namespace {
 
-double secondsOf(const ReplayReport& report) {
-    return std::chrono::duration<double>(report.result.duration).count();
+double secondsOf(std::chrono::nanoseconds time) {
+    return std::chrono::duration<double>(time).count();
 }
 
-double microsecondsOf(std::chrono::nanoseconds time) {
-    return std::chrono::duration<double, std::micro>(time).count();
-}
-
-double framesPerSecond(const ReplayReport& report) {
-    const auto seconds = secondsOf(report);
-    return seconds > 0 ? static_cast<double>(report.result.sent.frames) / seconds : 0;
+double perSecond(std::uint64_t amount, const ReplayReport& report) {
+    const auto seconds = secondsOf(report.result.duration);
+    return seconds > 0 ? static_cast<double>(amount) / seconds : 0;
 }
 
 double megabitPerSecond(const ReplayReport& report) {
-    const auto seconds = secondsOf(report);
-    return seconds > 0 ? static_cast<double>(report.result.sent.bytes) * 8 / 1e6 / seconds : 0;
+    return perSecond(report.result.sent.bytes, report) * 8 / 1e6;
 }
 
 Drops dropsOf(const ReplayReport& report) {
@@ -80,13 +75,14 @@ std::string textOfReplay(const ReplayReport& report) {
     text += dropsOf(report).lines();
     text += framesLine("lost", report.lostFrames());
     if (report.verification) text += verificationLines(report);
-    text += reportLine("duration", fmt::format("{:.3f} s of traffic", secondsOf(report)));
-    text += reportLine("rate", fmt::format("{} frames/s, {:.1f} Mbit/s",
-                                           grouped(static_cast<std::uint64_t>(framesPerSecond(report))),
-                                           megabitPerSecond(report)));
+    text += reportLine("duration", fmt::format("{:.3f} s of traffic", secondsOf(result.duration)));
+    text += reportLine("rate",
+                       fmt::format("{} frames/s, {:.1f} Mbit/s",
+                                   grouped(static_cast<std::uint64_t>(perSecond(result.sent.frames, report))),
+                                   megabitPerSecond(report)));
     if (report.request.pace.kind != Pace::Kind::Max)
         text += reportLine("pace", fmt::format("{}, no frame more than {:.1f} µs late",
-                                               report.request.pace.text(), microsecondsOf(result.latest)));
+                                               report.request.pace.text(), 1e6 * secondsOf(result.latest)));
     if (!report.request.output.empty())
         text += framesLine("written", report.writtenFrames, "to " + report.request.output);
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
@@ -104,11 +100,11 @@ nlohmann::ordered_json jsonOfReplay(const ReplayReport& report) {
         {"received", jsonOfCount(result.received)},
         {"dropped", dropsOf(report).json()},
         {"lost", report.lostFrames()},
-        {"seconds", secondsOf(report)},
-        {"framesPerSecond", framesPerSecond(report)},
+        {"seconds", secondsOf(result.duration)},
+        {"framesPerSecond", perSecond(result.sent.frames, report)},
         {"megabitPerSecond", megabitPerSecond(report)},
         {"pace", report.request.pace.text()},
-        {"latestMicroseconds", microsecondsOf(result.latest)},
+        {"latestMicroseconds", 1e6 * secondsOf(result.latest)},
         {"interrupted", report.interrupted},
     };
     if (!report.request.output.empty())
