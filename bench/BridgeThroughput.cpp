@@ -36,7 +36,7 @@ constexpr auto hostText = "10.77.0.1/24";
 constexpr auto cameraText = "10.77.0.2/24";
 
 void giveAddress(const std::string& interface, const std::string& text) {
-    host::addAddress(interface, *host::NetworkAddress::parse(text), text);
+    host::addAddress(interface, *host::NetworkAddress::parse(text));
     host::setLinkUp(interface);
 }
 

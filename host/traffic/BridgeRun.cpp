@@ -101,7 +101,7 @@ Drops lossesOutside(const TapEnd& tap, const PortLosses& port) {
     return drops;
 }
 
-/// The plug-in has logged each of them.
+/// Frames handed over that the plug-in did not send; its log names each of them.
 std::uint64_t unsentByPlugin(const BridgeReport& report) {
     const auto sent = report.account.statistics.front().frames("Send");
     const auto handed = report.totals.toPort.frames;
@@ -155,6 +155,22 @@ std::string progressText(const BridgeTotals& totals, std::uint64_t lostOutside) 
                        grouped(totals.droppedFrames() + lostOutside));
 }
 
+BridgeTotals carry(TrafficRun& traffic, TapEnd& tap, const PortLosses& portLosses,
+                   const BridgeRequest& request, const BridgeSetting& setting) {
+    Bridge bridge(traffic.port(request.port.address), tap.device(),
+                  {.tell = notice,
+                   .tapRead = [&] { tap.observe(); },
+                   .tapReturned = [&] { tap.setUpAgain(); },
+                   .ending = [&] { traffic.stop(); }});
+    tellReady(request, setting);
+    std::optional<Progress> progress;
+    if (!setting.ready)
+        progress.emplace(
+            [&] { return progressText(bridge.totals(), lossesOutside(tap, portLosses).frames()); });
+    bridge.run();
+    return bridge.totals();
+}
+
 } // namespace
 
 BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& setting) {
@@ -172,22 +188,9 @@ BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& settin
 
     BridgeReport report{.request = request};
     const PortLosses portLosses(access, port);
-    Bridge bridge(traffic.port(port), tap.device(),
-                  {.tell = notice,
-                   .tapRead = [&] { tap.observe(); },
-                   .tapReturned = [&] { tap.setUpAgain(); },
-                   .ending = [&] { traffic.stop(); }});
     const auto begin = Clock::now();
-    tellReady(request, setting);
-    {
-        std::optional<Progress> progress;
-        if (!setting.ready)
-            progress.emplace(
-                [&] { return progressText(bridge.totals(), lossesOutside(tap, portLosses).frames()); });
-        bridge.run();
-    }
+    report.totals = carry(traffic, tap, portLosses, request, setting);
     report.duration = Clock::now() - begin;
-    report.totals = bridge.totals();
     tap.observe();
     report.account = traffic.finish({hostCountOf(port, report.totals)});
     report.drops = lossesOutside(tap, portLosses);
