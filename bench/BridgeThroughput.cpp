@@ -5,9 +5,8 @@
 #include "BareBridge.h"
 #include "TcpPeers.h"
 
-#include "frames/Interface.h"
 #include "base/NetworkNamespace.h"
-#include "frames/VirtualCable.h"
+#include "frames/Interface.h"
 
 #include <nlohmann/json.hpp>
 
@@ -37,7 +36,7 @@ constexpr auto hostText = "10.77.0.1/24";
 constexpr auto cameraText = "10.77.0.2/24";
 
 void giveAddress(const std::string& interface, const std::string& text) {
-    host::addAddress(interface, *host::NetworkAddress::parse(text), text);
+    host::addAddress(interface, *host::NetworkAddress::parse(text));
     host::setLinkUp(interface);
 }
 

@@ -2,9 +2,8 @@
 // The pair and its sockets.
 #include "PacketPair.h"
 
-#include "frames/Interface.h"
 #include "base/NetworkNamespace.h"
-#include "frames/VirtualCable.h"
+#include "frames/Interface.h"
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>

@@ -3,7 +3,7 @@
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "base/Signals.h"
-#include "commands/ExtcapCommand.h"
+#include "commands/ExtcapCall.h"
 #include "commands/HostProgram.h"
 
 #include <fcntl.h>

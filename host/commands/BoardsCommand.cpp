@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Listing of boards, as a table or as JSON.
-#include "commands/BoardsCommand.h"
-
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
 #include "device/Board.h"
 #include "device/BoardAccess.h"
 #include "device/Phy.h"
@@ -28,32 +27,32 @@ struct ListedBoard {
     std::vector<ListedPort> ports;
 };
 
-std::vector<ListedPort> listPorts(const BoardAccess& session, const Board& board) {
+std::vector<ListedPort> listPorts(const BoardAccess& access, const Board& board) {
     auto mdio = MdioMaster::of(board);
     std::vector<ListedPort> ports(board.gigePorts());
     for (unsigned number = 0; number < ports.size(); ++number) {
         throwIfEndRequested();
         auto& port = ports[number];
         if (mdio) port.link = readLink(*mdio, number);
-        if (session.simulator) port.wire = session.simulator->wire({board.index(), number});
+        if (access.simulator) port.wire = access.simulator->wire({board.index(), number});
     }
     return ports;
 }
 
-std::vector<ListedBoard> listBoards(const BoardAccess& session) {
+std::vector<ListedBoard> listBoards(const BoardAccess& access) {
     std::atomic<unsigned> index{0};
     const Progress progress([&] { return fmt::format("reading the PHYs of board {}", index.load()); });
     std::vector<ListedBoard> boards;
     for (; index < Board::indexLimit; ++index) {
-        auto board = Board::at(session.libraries, index);
+        auto board = Board::at(access.libraries, index);
         if (!board) continue;
-        auto ports = listPorts(session, *board);
+        auto ports = listPorts(access, *board);
         boards.push_back({std::move(*board), std::move(ports)});
     }
     return boards;
 }
 
-nlohmann::ordered_json jsonOf(const ListedBoard& listed) {
+nlohmann::ordered_json jsonOfBoard(const ListedBoard& listed) {
     auto ports = nlohmann::ordered_json::array();
     for (const auto& port : listed.ports) {
         nlohmann::ordered_json entry = {{"port", ports.size()}, {"link", linkText(port.link)}};
@@ -65,11 +64,11 @@ nlohmann::ordered_json jsonOf(const ListedBoard& listed) {
             {"name", board.name()},   {"firmware", board.firmware()}, {"ports", std::move(ports)}};
 }
 
-void printJson(const BoardAccess& session, const std::vector<ListedBoard>& boards) {
+void printJson(const BoardAccess& access, const std::vector<ListedBoard>& boards) {
     auto list = nlohmann::ordered_json::array();
-    for (const auto& board : boards) list.push_back(jsonOf(board));
-    print(nlohmann::ordered_json{{"root", session.installation.root().string()},
-                                 {"simulated", session.simulator.has_value()},
+    for (const auto& board : boards) list.push_back(jsonOfBoard(board));
+    print(nlohmann::ordered_json{{"root", access.installation.root().string()},
+                                 {"simulated", access.simulator.has_value()},
                                  {"boards", std::move(list)}});
 }
 
@@ -87,34 +86,45 @@ void addRows(Rows& rows, const ListedBoard& listed) {
         const auto& port = listed.ports[number];
         row.insert(row.end(), {std::to_string(number), linkText(port.link), port.wire});
         rows.push_back(row);
-        row.assign(row.size() - 3, ""); // the board is named once
+        row.assign(row.size() - 3, ""); // only a board's first row names it
     }
 }
 
-void printTable(const BoardAccess& session, const std::vector<ListedBoard>& boards) {
+void printTable(const BoardAccess& access, const std::vector<ListedBoard>& boards) {
     Rows rows = {{"BOARD", "SERIAL", "TYPE", "NAME", "FIRMWARE", "PORT", "LINK"}};
-    if (session.simulator) rows.front().emplace_back("WIRE");
+    if (access.simulator) rows.front().emplace_back("WIRE");
     for (const auto& board : boards) addRows(rows, board);
     print(table(rows));
 }
 
+class BoardsCommand : public Command {
+public:
+    explicit BoardsCommand(Program& program)
+        : Command(program, "boards", "List the boards and their ports, with the link of each port") {
+        addInstallationOptions(line(), installation_);
+        line().flag("--json", json_, "Print JSON instead of a table");
+    }
+
+    int run() override {
+        const BoardAccess access(installation_, 0);
+        const auto boards = listBoards(access);
+        if (json_)
+            printJson(access, boards);
+        else if (!boards.empty())
+            printTable(access, boards);
+        if (boards.empty()) fmt::print(stderr, "orvo-gige: no boards found\n");
+        return Done;
+    }
+
+private:
+    InstallationOptions installation_;
+    bool json_ = false;
+};
+
 } // namespace
 
-BoardsCommand::BoardsCommand(Program& program)
-    : Command(program, "boards", "List the boards and their ports, with the link of each port") {
-    addTo(line(), installation_);
-    line().flag("--json", json_, "Print JSON instead of a table");
-}
-
-int BoardsCommand::run() {
-    const BoardAccess session(installation_, 0);
-    const auto boards = listBoards(session);
-    if (json_)
-        printJson(session, boards);
-    else if (!boards.empty())
-        printTable(session, boards);
-    if (boards.empty()) fmt::print(stderr, "orvo-gige: no boards found\n");
-    return Done;
+std::unique_ptr<Command> makeBoardsCommand(Program& program) {
+    return std::make_unique<BoardsCommand>(program);
 }
 
 } // namespace orvo::host

@@ -1,39 +1,44 @@
 // SPDX-License-Identifier: MIT
-#include "commands/BridgeCommand.h"
-
-#include "base/Failure.h"
-#include "commands/SharedOptions.h"
+#include "base/Output.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
+#include "traffic/BridgeRun.h"
 
 namespace orvo::host {
 namespace {
 
-void takeAddress(BridgeOptions& options, const std::string& text) {
-    options.addressText = text;
-    options.address = NetworkAddress::parse(text);
-    if (!options.address)
-        throw WrongValue(quoted(text) +
-                         " is not of the form ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
-}
+class BridgeCommand : public Command {
+public:
+    explicit BridgeCommand(Program& program)
+        : Command(program, "bridge", "Make a port a network interface, until interrupted") {
+        line().text("--tap", "NAME", request_.tap, "TAP to use; made if it does not exist").required();
+        line().flag("--up", request_.setUp, "Set the TAP's link up");
+        line().value(
+            "--address", "A/N",
+            [this](const std::string& text) {
+                request_.address = parsed(NetworkAddress::parse(text), text,
+                                          "ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
+            },
+            "Give the TAP an IP address, and set its link up");
+        addTrafficOptions(line(), request_, json_);
+    }
+
+    int run() override {
+        const auto report = runBridge(request_);
+        const bool isAccounted = printLedger(report.account.ledger);
+        json_ ? print(jsonOfBridge(report)) : print(textOfBridge(report));
+        return isAccounted ? Done : DifferencesFound;
+    }
+
+private:
+    BridgeRequest request_;
+    bool json_ = false;
+};
 
 } // namespace
 
-BridgeCommand::BridgeCommand(Program& program)
-    : Command(program, "bridge", "Make a port a network interface, until interrupted") {
-    line()
-        .text("--tap", "NAME", options_.tap, "TAP to make, or to take when there is one of this name")
-        .required();
-    line().flag("--up", options_.setUp, "Set the TAP's link up");
-    line().value(
-        "--address", "A/N", [this](const std::string& text) { takeAddress(options_, text); },
-        "Give the TAP an IP address, and set its link up");
-    addTo(line(), options_.port);
-    addTo(line(), options_.installation);
-    addFaultsTo(line(), options_.installation);
-    line().flag("--json", options_.json, "Print the report as JSON");
-}
-
-int BridgeCommand::run() {
-    return runBridge(options_);
+std::unique_ptr<Command> makeBridgeCommand(Program& program) {
+    return std::make_unique<BridgeCommand>(program);
 }
 
 } // namespace orvo::host

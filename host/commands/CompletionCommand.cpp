@@ -1,27 +1,41 @@
 // SPDX-License-Identifier: MIT
-// Printing of the scripts.
-#include "commands/CompletionCommand.h"
-
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "cli/Completion.h"
+#include "commands/HostProgram.h"
+
+#include <string>
 
 namespace orvo::host {
+namespace {
 
-CompletionCommand::CompletionCommand(Program& program)
-    : Command(program, "completion", "Print the script with which a shell completes this command line"),
-      program_(program) {
-    line()
-        .choice(
-            "SHELL", {"bash", "zsh"}, [this](const std::string& shell) { shell_ = shell; },
-            "Shell that the script is for")
-        .required();
-}
+class CompletionCommand : public Command {
+public:
+    explicit CompletionCommand(Program& program)
+        : Command(program, "completion", "Print the script with which a shell completes this command line"),
+          program_(program) {
+        line()
+            .choice(
+                "SHELL", {"bash", "zsh"}, [this](const std::string& shell) { shell_ = shell; },
+                "Shell that the script is for")
+            .required();
+    }
 
-int CompletionCommand::run() {
-    const auto description = program_.description();
-    print(shell_ == "bash" ? bashCompletion(description) : zshCompletion(description));
-    return Done;
+    int run() override {
+        const auto description = program_.description();
+        print(shell_ == "bash" ? bashCompletion(description) : zshCompletion(description));
+        return Done;
+    }
+
+private:
+    const Program& program_;
+    std::string shell_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeCompletionCommand(Program& program) {
+    return std::make_unique<CompletionCommand>(program);
 }
 
 } // namespace orvo::host

@@ -1,27 +1,44 @@
 // SPDX-License-Identifier: MIT
-#include "commands/DoctorCommand.h"
-
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "checkup/doctor/Doctor.h"
-#include "commands/SharedOptions.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
+#include "device/PortAddress.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <string>
 
 namespace orvo::host {
-DoctorCommand::DoctorCommand(Program& program)
-    : Command(program, "doctor", "Find out whether this installation works, and what mends it if not") {
-    addRootTo(line(), root_);
-    addAddressTo(line(), port_);
-    line().flag("--json", json_, "Print JSON instead of text");
-}
+namespace {
 
-int DoctorCommand::run() {
-    const auto checks = examine(root_, port_);
-    json_ ? print(checksJson(checks)) : print(checksText(checks, styleOfOutput()));
-    return std::ranges::any_of(checks, isBad) ? DifferencesFound : Done;
+class DoctorCommand : public Command {
+public:
+    explicit DoctorCommand(Program& program)
+        : Command(program, "doctor", "Find out whether this installation works, and what mends it if not") {
+        addRootOption(line(), root_);
+        addAddressOptions(line(), port_);
+        line().flag("--json", json_, "Print JSON instead of text");
+    }
+
+    int run() override {
+        const auto checks = examine(root_, port_);
+        json_ ? print(checksJson(checks)) : print(checksText(checks, styleOfOutput()));
+        return std::ranges::any_of(checks, isBad) ? DifferencesFound : Done;
+    }
+
+private:
+    std::string root_;
+    PortAddress port_;
+    bool json_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeDoctorCommand(Program& program) {
+    return std::make_unique<DoctorCommand>(program);
 }
 
 } // namespace orvo::host

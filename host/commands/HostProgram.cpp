@@ -2,36 +2,17 @@
 // The list of subcommands.
 #include "commands/HostProgram.h"
 
-#include "commands/BoardsCommand.h"
-#include "commands/BridgeCommand.h"
-#include "commands/CaptureCommand.h"
-#include "commands/CompletionCommand.h"
-#include "commands/ConfigCommand.h"
-#include "commands/DiagnoseCommand.h"
-#include "commands/DoctorCommand.h"
-#include "commands/ExtcapCommand.h"
-#include "commands/LabCommand.h"
-#include "commands/ReplayCommand.h"
-#include "commands/ResetCommand.h"
-#include "commands/WatchCommand.h"
-
 #include <algorithm>
 
 namespace orvo::host {
-namespace {
-
-template <class... Each> void declare(HostProgram& program) {
-    (program.commands.push_back(std::make_unique<Each>(program.line)), ...);
-}
-
-} // namespace
 
 HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
-    declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-            DiagnoseCommand, ResetCommand, WatchCommand, DoctorCommand, ConfigCommand, CompletionCommand>(
-        *this);
+    for (auto* const make : {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand,
+                             makeExtcapCommand, makeLabCommand, makeDiagnoseCommand, makeResetCommand,
+                             makeWatchCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
+        commands.push_back(make(line));
 }
 
 Command& HostProgram::chosen() const {

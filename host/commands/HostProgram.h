@@ -19,4 +19,18 @@ struct HostProgram {
     std::vector<std::unique_ptr<Command>> commands; ///< in the order of the help
 };
 
+// Each subcommand is in the file of its name, such as BoardsCommand.cpp. The program must outlive it.
+std::unique_ptr<Command> makeBoardsCommand(Program& program);
+std::unique_ptr<Command> makeBridgeCommand(Program& program);
+std::unique_ptr<Command> makeCaptureCommand(Program& program);
+std::unique_ptr<Command> makeCompletionCommand(Program& program);
+std::unique_ptr<Command> makeConfigCommand(Program& program);
+std::unique_ptr<Command> makeDiagnoseCommand(Program& program);
+std::unique_ptr<Command> makeDoctorCommand(Program& program);
+std::unique_ptr<Command> makeExtcapCommand(Program& program);
+std::unique_ptr<Command> makeLabCommand(Program& program);
+std::unique_ptr<Command> makeReplayCommand(Program& program);
+std::unique_ptr<Command> makeResetCommand(Program& program);
+std::unique_ptr<Command> makeWatchCommand(Program& program);
+
 } // namespace orvo::host

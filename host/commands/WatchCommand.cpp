@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Reading at even intervals, and handing on to what shows it.
-#include "commands/WatchCommand.h"
-
 #include "base/Failure.h"
 #include "base/Output.h"
 #include "base/OutputFile.h"
 #include "base/Signals.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
 #include "device/BoardAccess.h"
 #include "device/CounterTable.h"
 #include "inspect/watch/PrometheusText.h"
@@ -17,7 +16,11 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace orvo::host {
 namespace {
@@ -29,14 +32,14 @@ using Seconds = std::chrono::duration<double>;
 constexpr double shortestSeconds = 0.05;
 constexpr double longestSeconds = 86'400;
 constexpr std::size_t historyLength = 60;
-constexpr std::chrono::milliseconds viewPause = 200ms; // between two looks whether the terminal was resized
+constexpr std::chrono::milliseconds viewPause = 200ms; // between two checks for a resized terminal
 
 Seconds intervalFrom(const std::string& text) {
     return secondsFrom(text, shortestSeconds, longestSeconds);
 }
 
-/// A file of metrics that is renewed again and again. Only the first time must succeed: a full disk may be
-/// so for a while.
+/// A metrics file that is rewritten with each reading. Only the first time must succeed: a full disk may have
+/// room again later.
 class MetricsFile {
 public:
     explicit MetricsFile(std::string path) : path_(std::move(path)) {}
@@ -66,7 +69,7 @@ std::unique_ptr<WatchView> viewFor(bool json) {
     return canDraw() ? makeTerminalView() : makeLinesView();
 }
 
-/// Waits, and lets the view see to itself meanwhile. Ends early when the end is asked for.
+/// Waits and lets the view redraw itself meanwhile. Ends early when a signal asks for the end.
 void waitUntil(Clock::time_point end, const WatchState& state, WatchView& view) {
     pollfd source{endDescriptor(), POLLIN, 0};
     while (endRequested() == 0 && Clock::now() < end) {
@@ -76,7 +79,7 @@ void waitUntil(Clock::time_point end, const WatchState& state, WatchView& view) 
     }
 }
 
-/// The next moment that is a whole number of intervals behind `begin`.
+/// The next time that is a whole number of intervals after `begin`.
 Clock::time_point nextOf(Clock::time_point begin, Seconds interval) {
     const Seconds passed = Clock::now() - begin;
     return begin + std::chrono::duration_cast<Clock::duration>(
@@ -89,57 +92,76 @@ std::vector<PortAddress> addressesOf(const std::vector<PortHistory>& tracks) {
     return addresses;
 }
 
-} // namespace
-
-WatchCommand::WatchCommand(Program& program)
-    : Command(program, "watch", "Show what all ports do, live, without having part in it") {
-    line().number(
-        "--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); }, {.most = 99'999},
-        "Only this board (default: all)");
-    line().value(
-        "--interval", "S", [this](const std::string& text) { interval_ = intervalFrom(text); },
-        "Seconds between two readings (default 1)");
-    line().value(
-        "--link-interval", "S",
-        [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : intervalFrom(text); },
-        "Seconds between two looks at the links over MDIO (default 10); 0 leaves MDIO to others");
-    line().number("--count", count_, {.least = 1}, "End after so many readings");
-    line().flag("--json", json_, "Print a JSON document a line for each reading");
-    line()
-        .text("--prometheus", "FILE", prometheusFile_, "Renew FILE with metrics at each reading")
-        .notEmpty();
-    line().flag("--list", list_, "List what is read, with units and sources, and end");
-    addTo(line(), installation_);
-}
-
-int WatchCommand::run() {
-    if (list_) {
-        json_ ? print(counterTableJson()) : print(counterTableText());
-        return Done;
+class WatchCommand : public Command {
+public:
+    explicit WatchCommand(Program& program)
+        : Command(program, "watch", "Show what all ports do, live, without taking part") {
+        line().number(
+            "--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); },
+            {.most = 99'999}, "Only this board (default: all)");
+        line().value(
+            "--interval", "S", [this](const std::string& text) { interval_ = intervalFrom(text); },
+            "Seconds between two readings (default 1)");
+        line().value(
+            "--link-interval", "S",
+            [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : intervalFrom(text); },
+            "Seconds between two readings of the links over MDIO (default 10); 0: none");
+        line().number("--count", count_, {.least = 1}, "End after so many readings");
+        line().flag("--json", json_, "Print a JSON document a line for each reading");
+        line()
+            .text("--prometheus", "FILE", prometheusFile_, "Rewrite FILE with metrics at each reading")
+            .notEmpty();
+        line().flag("--list", list_, "List what is read, with units and sources");
+        addInstallationOptions(line(), installation_);
     }
-    installation_.requireRealTime();
-    const BoardAccess session(installation_, board_.value_or(0));
-    Sampler sampler(session, {board_, linkInterval_});
-    PortHistories tracks(historyLength);
-    MetricsFile metrics(prometheusFile_);
-    const auto view = viewFor(json_);
-    std::optional<QueueDrain> receiver; // once the first reading is done, so that it counts what comes
-    const auto begin = Clock::now();
-    for (std::uint64_t readings = 1;; ++readings) {
-        tracks.add(sampler.take());
-        const WatchState state{tracks.all(), std::chrono::system_clock::now(),
-                               Seconds(Clock::now() - begin).count(), interval_.count(), sampler.takeNews()};
-        if (state.ports.empty())
-            throw Failure("no board has GigE ports; 'orvo-gige boards' lists what there is");
-        metrics.renew(state);
-        view->show(state);
-        if (!receiver) receiver.emplace(session, addressesOf(state.ports));
-        if (readings != count_) waitUntil(nextOf(begin, interval_), state, *view);
-        if (readings == count_ || endRequested() != 0) {
-            view->end(state);
+
+    int run() override {
+        if (list_) {
+            json_ ? print(counterTableJson()) : print(counterTableText());
             return Done;
         }
+        installation_.requireRealTime();
+        const BoardAccess access(installation_, board_.value_or(0));
+        Sampler sampler(access, {board_, linkInterval_});
+        PortHistories tracks(historyLength);
+        MetricsFile metrics(prometheusFile_);
+        const auto view = viewFor(json_);
+        std::optional<QueueDrain>
+            receiver; // made after the first reading, which is to count what is received from then on
+        const auto begin = Clock::now();
+        for (std::uint64_t readings = 1;; ++readings) {
+            tracks.add(sampler.take());
+            const WatchState state{tracks.all(), std::chrono::system_clock::now(),
+                                   Seconds(Clock::now() - begin).count(), interval_.count(),
+                                   sampler.takeNews()};
+            if (state.ports.empty())
+                throw Failure("no board has GigE ports; 'orvo-gige boards' lists the boards");
+            metrics.renew(state);
+            view->show(state);
+            if (!receiver) receiver.emplace(access, addressesOf(state.ports));
+            if (readings != count_) waitUntil(nextOf(begin, interval_), state, *view);
+            if (readings == count_ || endRequested() != 0) {
+                view->end(state);
+                return Done;
+            }
+        }
     }
+
+private:
+    InstallationOptions installation_;
+    std::optional<unsigned> board_; // nothing: all
+    std::chrono::duration<double> interval_{1};
+    std::chrono::duration<double> linkInterval_{10};
+    std::uint64_t count_ = 0; // 0: until a signal
+    std::string prometheusFile_;
+    bool json_ = false;
+    bool list_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeWatchCommand(Program& program) {
+    return std::make_unique<WatchCommand>(program);
 }
 
 } // namespace orvo::host

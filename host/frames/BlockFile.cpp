@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Writing, and cutting back, of a file of blocks.
 #include "frames/BlockFile.h"
 
 #include "base/OutputFile.h"
@@ -22,7 +21,7 @@ namespace orvo::host {
 namespace {
 
 constexpr std::size_t bufferBytes = std::size_t{256} * 1024;
-constexpr int lastPatienceMs = 50; // with a slow reader, once the end is asked for
+constexpr int lastPatienceMs = 50; // for a slow reader, once the end is asked for
 
 } // namespace
 
@@ -42,7 +41,7 @@ void BlockFile::openNamed() {
     if (descriptor_ < 0) fail(errno);
 }
 
-// It may be a file that others wrote to before, and that the shell opened for appending.
+// Standard output may be a file with content already, also one that the shell opened for appending.
 void BlockFile::takeStandardOutput() {
     descriptor_ = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 0);
     if (descriptor_ < 0) fail(errno);
@@ -90,7 +89,8 @@ std::size_t BlockFile::writeBuffer() noexcept {
         auto bytes = buffer_.size() - written;
         if (!regular_) {
             if (!awaitReader()) break;
-            bytes = std::min<std::size_t>(bytes, PIPE_BUF); // so much goes without waiting
+            bytes =
+                std::min<std::size_t>(bytes, PIPE_BUF); // a pipe that polls writable takes this much at once
         }
         const auto result = write(descriptor_, buffer_.data() + written, bytes);
         if (result < 0 && errno != EINTR) break;
@@ -99,7 +99,7 @@ std::size_t BlockFile::writeBuffer() noexcept {
     return written;
 }
 
-// A reader that does not read must not keep the program from ending.
+// A reader that stalls must not keep the program from ending.
 bool BlockFile::awaitReader() noexcept {
     std::array<pollfd, 3> sources = {
         {{descriptor_, POLLOUT, 0}, {endDescriptor(), POLLIN, 0}, {ending_, POLLIN, 0}}};
@@ -118,7 +118,7 @@ bool BlockFile::readerGone() const noexcept {
     return !regular_ && poll(&pipe, 1, 0) > 0 && (pipe.revents & POLLERR) != 0;
 }
 
-// A pipe or device cannot be cut; what it took is all it gets.
+// Only a regular file can be cut back; a pipe keeps what it took.
 void BlockFile::cutBack(std::size_t written) noexcept {
     const auto fits = [&](std::size_t end) { return end + closingBlockBytes_ <= written; };
     const auto firstLost = std::partition_point(blockEnds_.begin(), blockEnds_.end(), fits);
@@ -137,17 +137,14 @@ void BlockFile::close() {
 }
 
 void BlockFile::fail(int reason) const {
-    if (reason == EPIPE) throw ReaderGone("nobody reads on from " + name() + "; what follows is lost");
+    const bool toNamedFile = target_ == Target::NamedFile;
+    const auto name = toNamedFile ? quoted(path_) : "to standard output";
+    if (reason == EPIPE) throw ReaderGone("cannot write " + name + ": its reader is gone; start both again");
     const bool full = reason == ENOSPC || reason == EDQUOT || reason == EFBIG;
-    throw Failure("cannot write " + name() + ": " + systemError(reason) +
-                  (full ? "; free some space or name another file with --write"
-                   : target_ == Target::StandardOutput
-                       ? "; lead it into a pipe or file, or name a file with --write"
-                       : "; name another file with --write"));
-}
-
-std::string BlockFile::name() const {
-    return target_ == Target::StandardOutput ? "to standard output" : quoted(path_);
+    throw Failure("cannot write " + name + ": " + systemError(reason) +
+                  (full          ? "; free some space or name another file with --write"
+                   : toNamedFile ? "; name another file with --write"
+                                 : "; redirect it into a pipe or file, or name a file with --write"));
 }
 
 } // namespace orvo::host

@@ -2,8 +2,8 @@
 // A file made of blocks that must never end inside one.
 #pragma once
 
-#include "base/FileDescriptor.h"
 #include "base/Failure.h"
+#include "base/FileDescriptor.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,46 +13,43 @@
 
 namespace orvo::host {
 
-/// What cannot be written because whoever read from the pipe is gone, or did not read on when the end was
-/// asked for.
+/// The pipe's reader closed it, or did not read on when the end was asked for.
 class ReaderGone : public Failure {
 public:
     using Failure::Failure;
 };
 
 /// Writes whole blocks through a large buffer. When the disk is full or fails, the file is cut back to the
-/// end of the last block that leaves room for one closing block, so that what is there can be read. One
-/// thread.
+/// last block that leaves room for the closing block, so that the file stays readable. One thread.
 class BlockFile {
 public:
     enum class Target { NamedFile, StandardOutput };
 
-    /// Opens `path` for writing and makes it if need be, but neither empties it nor writes.
-    /// Standard output is taken as it stands, and `path` is then only its name in messages.
-    /// Errors: Failure when it cannot be written; Interruption when a signal ended the waiting for a pipe's
-    /// reader.
+    /// Opens `path` for writing, creating it if necessary; does not empty it yet. With standard output,
+    /// `path` is not used. Errors: Failure when the file cannot be written; Interruption when a signal ended
+    /// the wait for a pipe's reader.
     BlockFile(std::string path, std::size_t closingBlockBytes, Target target = Target::NamedFile);
-    ~BlockFile(); ///< removes a file that it made and that was not `kept`; writes nothing
+    ~BlockFile(); ///< writes nothing; removes a file that it created unless `keep` was called
     BlockFile(const BlockFile&) = delete;
     BlockFile& operator=(const BlockFile&) = delete;
 
-    /// Whether it is a regular file that was there before, so that `empty` destroys something.
+    /// Whether `empty` deletes the content of a file that existed before.
     bool replacesFile() const noexcept { return regular_ && found_; }
     void empty();
     void keep() noexcept { kept_ = true; }
 
-    /// Once `ending` is raised, a reader gets no more patience than when a signal asks for the end. It must
+    /// Once `ending` is raised, a slow reader is waited for no longer than after a signal. `ending` must
     /// outlive the file.
     void endOn(const EventFd& ending) noexcept { ending_ = ending.descriptor(); }
 
-    /// Room for one block of this size, to be filled before the next call. Errors: as `flush`.
+    /// Returns room for one block of this size, to be filled before the next call. Errors: as `flush`.
     std::uint8_t* add(std::size_t blockBytes);
     void add(const std::vector<std::uint8_t>& block);
 
     /// Errors: Failure when the blocks cannot be written, see `lostBlocks`; ReaderGone.
     void flush();
 
-    /// Flushes and closes the file. Errors: as `flush`; also what only closing brings to light.
+    /// Flushes and closes the file. Errors: as `flush`, also those that the system reports only on closing.
     void close();
 
     /// Bytes of all blocks added, written or not.
@@ -60,10 +57,10 @@ public:
         return static_cast<std::uint64_t>(position_ - begin_) + buffer_.size();
     }
 
-    /// Whether it is a pipe that nobody can read from any more.
+    /// Whether it is a pipe whose reader closed it.
     bool readerGone() const noexcept;
 
-    /// Blocks that were added but are not in the file, because writing failed.
+    /// Blocks that were added and are not in the file because writing failed.
     std::uint64_t lostBlocks() const noexcept { return lostBlocks_; }
 
 private:
@@ -71,7 +68,6 @@ private:
     void takeStandardOutput();
     std::size_t writeBuffer() noexcept;
     bool awaitReader() noexcept;
-    std::string name() const;
     void cutBack(std::size_t written) noexcept;
     [[noreturn]] void fail(int reason) const;
 
@@ -79,8 +75,8 @@ private:
     const Target target_;
     const std::size_t closingBlockBytes_;
     int descriptor_ = -1;
-    int ending_ = -1;    // readable when there is little patience left
-    bool found_ = false; // was there before
+    int ending_ = -1;    // readable once a reader is no longer waited for
+    bool found_ = false; // existed before
     bool made_ = false;
     bool kept_ = false;
     bool regular_ = false;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Taking turns of files.
 #include "frames/CaptureOutput.h"
 
 #include "base/Failure.h"
@@ -7,7 +6,6 @@
 #include <charconv>
 #include <exception>
 #include <filesystem>
-#include <numeric>
 #include <string_view>
 #include <utility>
 
@@ -15,10 +13,9 @@ namespace orvo::host {
 namespace {
 
 constexpr unsigned mostFiles = 100'000;
-constexpr std::uint64_t leastFileBytes =
-    4096; // headers, a frame of 1,514 bytes and the closing block fit well
+constexpr std::uint64_t leastFileBytes = 4096; // headers, a frame of 1,514 bytes and the closing block fit
 
-/// The number that `text` begins with, which is cut off; nothing when it begins with something else.
+/// Removes the number that `text` begins with and returns it; nothing when there is none.
 std::optional<std::uint64_t> takeNumber(std::string_view& text) {
     std::uint64_t value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -72,7 +69,7 @@ void CaptureOutput::open() {
     const auto path = ring_ ? ring_->fileName(path_, number_) : path_;
     const auto target =
         path_ == standardOutput ? BlockFile::Target::StandardOutput : BlockFile::Target::NamedFile;
-    writer_ = std::make_unique<PcapngWriter>(path, interface_.name, interface_.description, target);
+    writer_ = std::make_unique<PcapngWriter>(path, interface_, target);
     writer_->endOn(ending_);
 }
 
@@ -117,11 +114,6 @@ void CaptureOutput::closeFile() {
 
 void CaptureOutput::close() {
     if (!files_.empty()) closeFile();
-}
-
-std::uint64_t CaptureOutput::framesInFiles() const noexcept {
-    return std::accumulate(files_.begin(), files_.end(), std::uint64_t{0},
-                           [](std::uint64_t sum, const File& file) { return sum + file.frames; });
 }
 
 } // namespace orvo::host

@@ -13,17 +13,16 @@
 
 namespace orvo::host {
 
-/// So many files of a greatest size each, written in turn.
+/// A number of files of limited size, written in turn.
 struct FileRing {
     unsigned files = 0;
     std::uint64_t fileBytes = 0;
 
-    /// From "N:SIZE", where SIZE may end in k, M or G (powers of 1,000); nothing when it is something else,
-    /// or less than a ring: two files at least, with room for a frame in each.
+    /// Reads "N:SIZE", where SIZE may end in k, M or G (powers of 1,000). Nothing for any other text, fewer
+    /// than two files, or files too small for a frame.
     static std::optional<FileRing> parse(const std::string& text);
 
-    /// The name of file `number`, from 1: `path` with the number before its suffix, in as many digits as the
-    /// last one takes.
+    /// The name of file `number`, from 1: `path` with the number before its suffix, all numbers of one width.
     std::string fileName(const std::string& path, unsigned number) const;
 };
 
@@ -33,44 +32,40 @@ class CaptureOutput {
 public:
     static constexpr auto standardOutput = "-"; ///< as path
 
-    /// What the frames' interface is called in the files.
-    struct Interface {
-        std::string name;
-        std::string description;
-    };
+    using Interface = pcapng::Interface;
 
-    /// Makes sure that the file, of a ring the first, can be written. Errors: Failure, as all that follow.
+    /// Makes sure that the file, or the first of a ring, can be written. Errors: Failure, as in all that
+    /// follow.
     CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);
 
-    /// The files that it may write; none for standard output.
+    /// Files that may be written; none for standard output.
     std::vector<std::string> paths() const;
 
     /// From now on files are replaced.
     void begin();
 
-    /// Adds a frame that came at this moment; the oldest file of a full ring makes room.
+    /// Adds a frame with the present time; a full ring overwrites its oldest file.
     void write(const void* frame, std::size_t bytes);
 
-    /// Lets readers of the file see all that was written.
+    /// Makes everything visible to readers of the file.
     void flush() { writer_->flush(); }
 
-    /// True once whoever read from the pipe is gone.
+    /// Whether the pipe's reader closed it.
     bool readerGone() const noexcept { return writer_->readerGone(); }
 
-    /// From now on a reader that does not read on is not waited for. Any thread.
+    /// From now on, a reader that stalls is no longer waited for. Any thread.
     void hurry() noexcept { ending_.raise(); }
 
-    /// Completes the file, as far as it can be.
+    /// Completes the file as far as possible.
     void close();
 
     struct File {
         std::string path;
-        std::uint64_t frames = 0; ///< when complete
+        std::uint64_t frames = 0; ///< known once the file is complete
     };
     /// After `close`: the files with the captured frames, oldest first.
     const std::deque<File>& files() const noexcept { return files_; }
-    /// After `close`: frames in the files, and those that made room for them.
-    std::uint64_t framesInFiles() const noexcept;
+    /// After `close`: frames that a ring overwrote.
     std::uint64_t overwrittenFrames() const noexcept { return overwrittenFrames_; }
 
 private:

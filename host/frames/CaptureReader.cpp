@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Capture files through libpcap.
 #include "frames/CaptureReader.h"
 
 #include "base/Failure.h"
@@ -23,7 +22,7 @@ namespace {
 
 constexpr std::size_t readBufferBytes = 1 << 20;
 
-// Of a pipe, without waiting for whoever writes to it: its reads do.
+// O_NONBLOCK: opening a pipe does not wait for its writer; reading does.
 int openDescriptor(const std::string& path) {
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (descriptor >= 0) return descriptor;
@@ -32,7 +31,7 @@ int openDescriptor(const std::string& path) {
                   "; name a pcap or pcapng file");
 }
 
-// Refuses what libpcap has no good words for; returns whether it is a regular file.
+// Refuses what libpcap reports in unclear words; returns whether it is a regular file.
 bool checkFile(int descriptor, const std::string& path) {
     struct stat status = {};
     if (fstat(descriptor, &status) != 0) return false;
@@ -42,8 +41,8 @@ bool checkFile(int descriptor, const std::string& path) {
     return S_ISREG(status.st_mode);
 }
 
-/// A file can claim any time. What lies beyond the range of 32-bit seconds is cut to it, so that times and
-/// their differences fit nanoseconds.
+/// A file can hold any time. Times are limited to 32-bit seconds, so that they and their differences fit into
+/// nanoseconds.
 std::chrono::nanoseconds timeOf(const timeval& stamp) {
     constexpr std::int64_t lastSecond = 0xFFFF'FFFF;
     return std::chrono::seconds(std::clamp<std::int64_t>(stamp.tv_sec, 0, lastSecond)) +
@@ -54,7 +53,7 @@ struct CloseFile {
     void operator()(std::FILE* file) const noexcept { std::fclose(file); }
 };
 
-/// Waits for bytes, or for a signal that asks for the end, whenever that comes.
+/// Waits for bytes or for a signal that asks for the end.
 ssize_t readOrEnd(void* cookie, char* bytes, std::size_t room) noexcept {
     std::array<pollfd, 2> sources = {
         {{*static_cast<const int*>(cookie), POLLIN, 0}, {endDescriptor(), POLLIN, 0}}};
@@ -103,7 +102,7 @@ void CaptureReader::open() {
     throwIfEndRequested();
     if (!capture_)
         throw Failure("cannot read " + quoted(path_) + ": " + reason.data() + "; name a pcap or pcapng file");
-    static_cast<void>(file.release()); // it is the capture's now
+    static_cast<void>(file.release()); // the capture closes it
 }
 
 void CaptureReader::checkLinkType() const {

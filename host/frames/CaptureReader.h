@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Reading of capture files.
+// Reading of capture files through libpcap.
 #pragma once
 
 #include <chrono>
@@ -17,23 +17,20 @@ struct CapturedFrame {
     const std::uint8_t* bytes = nullptr;
     std::size_t length = 0; ///< bytes that the capture holds
     std::size_t originalLength =
-        0; ///< bytes that were on the wire; more than `length` when the capture cut it short
-    std::uint64_t number = 0;               ///< position in the file, from 1, as capture tools count
+        0;                    ///< bytes on the wire; more than `length` when the capture cut the frame short
+    std::uint64_t number = 0; ///< position in the file, from 1, as capture tools count
     std::chrono::nanoseconds recordedAt{0}; ///< since the epoch
 };
 
-/// Reads the frames of a pcap or pcapng file (or pipe) of Ethernet frames, one after the other, in constant
-/// memory.
+/// Reads the frames of a pcap or pcapng file or pipe one by one, in constant memory. Ethernet only.
 class CaptureReader {
 public:
-    /// Errors: Failure when the file is missing, unreadable, empty, no capture, or one of another link type.
+    /// Errors: Failure when the file is missing, unreadable, empty, not a capture, or of another link type.
     explicit CaptureReader(std::string path);
     ~CaptureReader();
-    CaptureReader(const CaptureReader&) = delete;
-    CaptureReader& operator=(const CaptureReader&) = delete;
 
     /// False at the end of the file. Errors: Failure when the file is damaged or ends in the middle of a
-    /// frame; Interruption when a signal ended the waiting for a pipe.
+    /// frame; Interruption when a signal ended the wait for a pipe.
     bool next(CapturedFrame& frame);
 
     const std::string& path() const noexcept { return path_; }
@@ -53,7 +50,7 @@ private:
     bool regularFile_ = false;
     int descriptor_ = -1; // the capture's, which closes it
     std::unique_ptr<pcap, Close> capture_;
-    std::size_t fcsBytes_ = 0; // that the file says every frame ends with
+    std::size_t fcsBytes_ = 0; // frame check sequence at the end of every frame, according to the file
     std::uint64_t frames_ = 0;
 };
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Filters through libpcap.
 #include "frames/FrameFilter.h"
 
 #include "base/Failure.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Choosing frames by an expression of libpcap's filter language.
+// Selecting frames by an expression in libpcap's filter language.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ public:
     /// Errors: UsageFailure with libpcap's reason when the expression does not compile.
     explicit FrameFilter(const std::string& expression);
 
-    /// Whether an Ethernet frame without frame check sequence fits the expression.
+    /// Whether an Ethernet frame, given without frame check sequence, matches the expression.
     bool passes(const void* frame, std::size_t bytes) const noexcept;
 
 private:

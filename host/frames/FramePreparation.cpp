@@ -1,22 +1,17 @@
 // SPDX-License-Identifier: MIT
-// Sorting out and padding of captured frames.
 #include "frames/FramePreparation.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace orvo::host {
 
-const char* textOf(DropReason reason) {
-    switch (reason) {
-    case DropReason::TooLong:
-        return "longer than 1514 bytes (1518 with frame check sequence)";
-    case DropReason::CutShort:
-        return "cut short by the capture's snap length";
-    case DropReason::TooShort:
-        return "shorter than an Ethernet header (14 bytes)";
-    }
-    return "";
+const char* textOfDropReason(DropReason reason) {
+    constexpr std::array<const char*, dropReasonCount> texts = {
+        "longer than 1514 bytes (1518 with frame check sequence)", "cut short by the capture's snap length",
+        "shorter than an Ethernet header (14 bytes)"};
+    return texts[static_cast<std::size_t>(reason)];
 }
 
 std::optional<DropReason> dropReason(const CapturedFrame& frame) noexcept {

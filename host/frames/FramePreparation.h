@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a captured frame needs before a port can send it.
+// Checking and padding a captured frame before a port sends it.
 #pragma once
 
 #include "frames/CaptureReader.h"
@@ -18,7 +18,7 @@ inline constexpr std::size_t ethernetHeaderBytes = 14;
 enum class DropReason { TooLong, CutShort, TooShort };
 inline constexpr std::size_t dropReasonCount = 3;
 
-const char* textOf(DropReason reason);
+const char* textOfDropReason(DropReason reason);
 
 /// Why a frame cannot be sent; nothing when it can.
 std::optional<DropReason> dropReason(const CapturedFrame& frame) noexcept;
@@ -27,7 +27,7 @@ std::optional<DropReason> dropReason(const CapturedFrame& frame) noexcept;
 /// takes frames in units of 16 bits.
 QByteArray paddedFrame(const CapturedFrame& frame);
 
-/// Words of 32 bits that a frame takes in a board's receive queue: its size, and one word per 16 bits.
+/// Words of 32 bits that a frame takes in a board's receive queue: one for its size, and one per 16 bits.
 constexpr std::size_t queueWords(std::size_t frameBytes) noexcept {
     return 1 + (frameBytes + 1) / 2;
 }

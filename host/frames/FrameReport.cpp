@@ -11,13 +11,21 @@ std::string reportLine(const std::string& name, const std::string& value) {
     return fmt::format("{:<10}{}\n", name, value);
 }
 
+std::string framesLine(const std::string& name, std::uint64_t frames, const std::string& what) {
+    return reportLine(name, counted(frames, "frame") + (what.empty() ? "" : " " + what));
+}
+
 std::string countLine(const std::string& name, const FrameCount& count, const std::string& where) {
     return reportLine(name,
                       counted(count.frames, "frame") + ", " + counted(count.bytes, "byte") + " " + where);
 }
 
-nlohmann::ordered_json jsonOf(const FrameCount& count) {
+nlohmann::ordered_json jsonOfCount(const FrameCount& count) {
     return {{"frames", count.frames}, {"bytes", count.bytes}};
+}
+
+std::string durationLine(std::chrono::duration<double> time) {
+    return reportLine("duration", fmt::format("{:.3f} s", time.count()));
 }
 
 void Drops::add(const std::string& reason, std::uint64_t frames) {
@@ -27,10 +35,9 @@ void Drops::add(const std::string& reason, std::uint64_t frames) {
 }
 
 std::string Drops::lines() const {
-    if (entries_.empty()) return reportLine("dropped", counted(0, "frame"));
+    if (entries_.empty()) return framesLine("dropped", 0);
     std::string text;
-    for (const auto& [reason, frames] : entries_)
-        text += reportLine("dropped", counted(frames, "frame") + " " + reason);
+    for (const auto& [reason, frames] : entries_) text += framesLine("dropped", frames, reason);
     return text;
 }
 

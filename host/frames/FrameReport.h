@@ -1,25 +1,31 @@
 // SPDX-License-Identifier: MIT
-// Lines and JSON of reports on frames.
+// Lines and JSON values that the reports on frames share.
 #pragma once
 
 #include "frames/FrameCount.h"
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 namespace orvo::host {
 
-/// "NAME      VALUE": a line of a report, with its values in one column.
+/// "NAME      VALUE": one line of a report; values stand in one column.
 std::string reportLine(const std::string& name, const std::string& value);
+
+/// "NAME      N frames WHAT".
+std::string framesLine(const std::string& name, std::uint64_t frames, const std::string& what = "");
 
 /// "NAME      N frames, N bytes WHERE".
 std::string countLine(const std::string& name, const FrameCount& count, const std::string& where);
-nlohmann::ordered_json jsonOf(const FrameCount& count);
+nlohmann::ordered_json jsonOfCount(const FrameCount& count);
 
-/// Dropped frames by reason. A reason without frames is left out.
+std::string durationLine(std::chrono::duration<double> time);
+
+/// Dropped frames by reason; reasons without frames are left out.
 class Drops {
 public:
     void add(const std::string& reason, std::uint64_t frames);

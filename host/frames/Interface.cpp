@@ -1,17 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Addresses and counters by netlink (which getifaddrs speaks), links by ioctl.
+// Addresses, counters and virtual cables go through netlink, links and offloads through ioctl.
 #include "frames/Interface.h"
 
 #include "base/Failure.h"
+#include "base/FileDescriptor.h"
 #include "base/NetlinkRequest.h"
 #include "base/Numbers.h"
-#include "base/FileDescriptor.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
+#include <linux/ethtool.h>
 #include <linux/if_link.h>
 #include <linux/if_packet.h>
 #include <linux/rtnetlink.h>
+#include <linux/sockios.h>
+#include <linux/veth.h>
 #include <net/if.h>
 #include <netinet/in.h>
 
@@ -34,7 +37,7 @@ ifreq requestFor(const std::string& interface) {
                   "' and leave the option out");
 }
 
-/// An IPv4 address as a number, and which of its bits tell hosts of a network apart.
+/// An IPv4 address as a number, and the bits of it that number the hosts of a network.
 std::uint32_t numberOf(const NetworkAddress& address) noexcept {
     std::uint32_t number = 0;
     std::memcpy(&number, address.bytes.data(), sizeof number);
@@ -44,7 +47,7 @@ std::uint32_t hostBitsOf(const NetworkAddress& address) noexcept {
     return address.prefixBits >= 32 ? 0 : ~std::uint32_t{0} >> address.prefixBits;
 }
 
-/// Has the kernel add or remove an address. Returns 0, or an errno value.
+/// Adds or removes an address. Returns 0 or an errno value.
 int changeAddress(std::uint16_t type, unsigned flags, const std::string& interface,
                   const NetworkAddress& address) {
     ifaddrmsg subject = {};
@@ -67,12 +70,12 @@ int changeAddress(std::uint16_t type, unsigned flags, const std::string& interfa
 std::optional<NetworkAddress> NetworkAddress::parse(const std::string& text) {
     const auto slash = text.find('/');
     if (slash == std::string::npos) return std::nullopt;
-    const auto host = text.substr(0, slash);
-    NetworkAddress address{.family = host.find(':') == std::string::npos ? AF_INET : AF_INET6};
+    NetworkAddress address{.text = text, .family = text.find(':') == std::string::npos ? AF_INET : AF_INET6};
     const auto prefixBits = wholeNumber(std::string_view(text).substr(slash + 1));
     if (!prefixBits || *prefixBits > (address.family == AF_INET ? 32 : 128)) return std::nullopt;
     address.prefixBits = static_cast<unsigned>(*prefixBits);
-    if (inet_pton(address.family, host.c_str(), address.bytes.data()) != 1) return std::nullopt;
+    if (inet_pton(address.family, address.withoutPrefix().c_str(), address.bytes.data()) != 1)
+        return std::nullopt;
     return address;
 }
 
@@ -82,10 +85,10 @@ bool NetworkAddress::isOfHost() const {
         return false;
     const auto hosts = hostBitsOf(*this);
     const auto number = numberOf(*this) & hosts;
-    return hosts <= 1 || (number != 0 && number != hosts); // not the network's own, nor that of all hosts
+    return hosts <= 1 || (number != 0 && number != hosts); // neither the network itself nor its broadcast
 }
 
-// Networks of one or two addresses have none to spare for it.
+// Networks of one or two addresses have no broadcast address.
 std::optional<std::array<std::uint8_t, 4>> NetworkAddress::broadcast() const {
     if (family != AF_INET || hostBitsOf(*this) <= 1) return std::nullopt;
     const std::uint32_t number = htonl(numberOf(*this) | hostBitsOf(*this));
@@ -94,7 +97,8 @@ std::optional<std::array<std::uint8_t, 4>> NetworkAddress::broadcast() const {
     return found;
 }
 
-bool addAddress(const std::string& interface, const NetworkAddress& address, const std::string& text) {
+bool addAddress(const std::string& interface, const NetworkAddress& address) {
+    const auto& text = address.text;
     const int reason = changeAddress(RTM_NEWADDR, NLM_F_CREATE | NLM_F_EXCL, interface, address);
     if (reason != 0 && reason != EEXIST)
         fail("cannot give " + quoted(interface) + " the address " + text, reason,
@@ -103,7 +107,7 @@ bool addAddress(const std::string& interface, const NetworkAddress& address, con
 }
 
 void removeAddress(const std::string& interface, const NetworkAddress& address) noexcept {
-    changeAddress(RTM_DELADDR, 0, interface, address); // it may be gone, and its interface too
+    changeAddress(RTM_DELADDR, 0, interface, address); // address or interface may be gone already
 }
 
 void setLinkUp(const std::string& interface) {
@@ -133,6 +137,34 @@ std::optional<UnsentFrames> unsentFrames(const std::string& interface) {
                             static_cast<const rtnl_link_stats*>(entry->ifa_data)->tx_dropped};
     }
     return std::nullopt;
+}
+
+void makeVirtualCable(const std::string& near, const std::string& far, const NetworkNamespace& farNamespace) {
+    NetlinkRequest request(RTM_NEWLINK, NLM_F_CREATE | NLM_F_EXCL);
+    request.put(ifinfomsg{});
+    request.add(IFLA_IFNAME, near);
+    const auto information = request.begin(IFLA_LINKINFO);
+    request.add(IFLA_INFO_KIND, std::string("veth"));
+    const auto data = request.begin(IFLA_INFO_DATA);
+    const auto peer = request.begin(VETH_INFO_PEER);
+    request.put(ifinfomsg{});
+    request.add(IFLA_IFNAME, far);
+    const int descriptor = farNamespace.descriptor();
+    request.add(IFLA_NET_NS_FD, &descriptor, sizeof descriptor);
+    for (const auto attribute : {peer, data, information}) request.end(attribute);
+    if (const int reason = request.send())
+        throw Failure("cannot make the interfaces " + quoted(near) + " and " + quoted(far) + ": " +
+                      systemError(reason) + "; load the kernel's driver with 'sudo modprobe veth'");
+}
+
+// The kernel switches segmentation offload off together with checksum offload.
+void sendFinishedFrames(const std::string& interface) {
+    ethtool_value setting = {ETHTOOL_STXCSUM, 0};
+    auto request = requestFor(interface);
+    request.ifr_data = reinterpret_cast<char*>(&setting);
+    if (!Socket(AF_INET, SOCK_DGRAM).ask(SIOCETHTOOL, &request))
+        throw Failure("cannot switch checksum offload of " + quoted(interface) +
+                      " off: " + systemError(errno) + "; use a kernel whose veth driver can");
 }
 
 } // namespace orvo::host

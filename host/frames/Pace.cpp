@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Schedules, and waiting for a point in time.
 #include "frames/Pace.h"
 
 #include "base/Numbers.h"
@@ -19,9 +18,9 @@ using namespace std::chrono_literals;
 using std::chrono::nanoseconds;
 
 constexpr auto longestSleep = 50ms;  // a signal is seen after that
-constexpr auto wakeUpMargin = 100us; // what the kernel may take to wake a thread; the rest is spent looking
+constexpr auto wakeUpMargin = 100us; // the kernel may take this long to wake a thread; then poll the clock
 
-/// Rounded, and no longer than any replay lasts: from what captures say may come anything.
+/// Rounded and limited to a century: a capture may hold any time.
 nanoseconds nanosecondsOf(double count) {
     constexpr double century = 100 * 365.25 * 86'400 * 1e9;
     return nanoseconds(std::llround(std::clamp(count, -century, century)));

@@ -14,31 +14,31 @@ struct Pace {
     enum class Kind { Max, Recorded, FramesPerSecond };
 
     Kind kind = Kind::Max;
-    double value = 1; ///< over 0; of Recorded: how many times faster; of FramesPerSecond: that
+    double value = 1; ///< over 0; Recorded: the factor by which it is faster; FramesPerSecond: the rate
 
     static constexpr double leastFactor = 1e-6, mostFactor = 1e6;
     static constexpr double leastFramesPerSecond = 1e-3, mostFramesPerSecond = 1e7;
 
-    /// From "max", "recorded", "2.5x" (times as fast as recorded) or "1000" (frames per second); nothing when
-    /// it is something else, or beyond the limits above.
+    /// Reads "max", "recorded", "2.5x" (times as fast as recorded) or "1000" (frames per second); nothing for
+    /// any other text, or a value beyond the limits above.
     static std::optional<Pace> parse(const std::string& text);
 
     std::string text() const;
 };
 
-/// Due times of frames, all counted from the first one: a frame that is late delays none after it, so that
-/// nothing adds up. One thread.
+/// Due times of frames, counted from the first frame, so that a late frame does not delay those after it. One
+/// thread.
 class Schedule {
 public:
     using Clock = std::chrono::steady_clock;
 
     explicit Schedule(const Pace& pace) : pace_(pace) {}
 
-    /// When the next frame is due after the first one; never earlier than the frame before. `recordedAt` is
-    /// the frame's time in the capture, from whatever origin.
+    /// When the next frame is due, counted from the first one; never before the previous frame. `recordedAt`
+    /// is the frame's time in the capture, from any origin.
     std::chrono::nanoseconds next(std::chrono::nanoseconds recordedAt);
 
-    /// The capture begins anew; its first frame follows the last one at the capture's mean distance.
+    /// The capture begins again; its first frame follows the last one after the capture's mean interval.
     void beginAgain();
 
 private:
@@ -52,8 +52,8 @@ private:
     std::chrono::nanoseconds last_{0};
 };
 
-/// Waits until `due`, to within some microseconds. Returns how late it is then; nothing when a signal asked
-/// for the end before.
+/// Waits until `due`, precise to some microseconds. Returns how late it is then; nothing when a signal asked
+/// for the end first.
 std::optional<std::chrono::nanoseconds> waitUntil(Schedule::Clock::time_point due);
 
 } // namespace orvo::host

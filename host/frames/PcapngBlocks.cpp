@@ -36,12 +36,17 @@ constexpr std::size_t padded(std::size_t bytes) noexcept {
     return (bytes + 3) & ~std::size_t{3};
 }
 
-// Builds one block; the rare ones are not worth doing it faster.
+// A time in the file: two halves, the upper one first, whatever the byte order is.
+std::array<std::uint32_t, 2> halves(Timestamp time) noexcept {
+    return {static_cast<std::uint32_t>(time >> 32), static_cast<std::uint32_t>(time)};
+}
+
+// Builds one of the rare blocks; frames have a faster path.
 class Block {
 public:
     explicit Block(BlockType type) {
         put(static_cast<std::uint32_t>(type));
-        put(std::uint32_t{0}); // the length, known in the end
+        put(std::uint32_t{0}); // the length, known when the block is finished
     }
 
     template <class Integer> Block& put(Integer value) { return put(&value, sizeof value); }
@@ -50,12 +55,6 @@ public:
         return option(code, &value, sizeof value);
     }
     Block& option(OptionCode code, const std::string& text) { return option(code, text.data(), text.size()); }
-
-    // The file counts time in two halves, the upper one first, whatever the byte order is.
-    Block& time(OptionCode code, Timestamp value) {
-        return option(code, std::array<std::uint32_t, 2>{static_cast<std::uint32_t>(value >> 32),
-                                                         static_cast<std::uint32_t>(value)});
-    }
 
     Bytes finished() {
         option(EndOfOptions, nullptr, 0);
@@ -95,24 +94,25 @@ Bytes sectionHeader(const std::string& application) {
         .finished();
 }
 
-Bytes interfaceDescription(const std::string& name, const std::string& description) {
+Bytes interfaceDescription(const Interface& interface) {
     return Block(InterfaceDescription)
         .put(linkTypeEthernet)
         .put(std::uint16_t{0})
         .put(snapLength)
-        .option(InterfaceName, name)
-        .option(InterfaceText, description)
+        .option(InterfaceName, interface.name)
+        .option(InterfaceText, interface.description)
         .option(TimestampResolution, nanoseconds)
         .finished();
 }
 
 Bytes interfaceStatistics(const InterfaceStatistics& statistics) {
+    const auto [upper, lower] = halves(statistics.end);
     Block block(InterfaceStatisticsType);
     block.put(statistics.interface)
-        .put(static_cast<std::uint32_t>(statistics.end >> 32))
-        .put(static_cast<std::uint32_t>(statistics.end))
-        .time(StatisticsBegin, statistics.begin)
-        .time(StatisticsEnd, statistics.end)
+        .put(upper)
+        .put(lower)
+        .option(StatisticsBegin, halves(statistics.begin))
+        .option(StatisticsEnd, halves(statistics.end))
         .option(StatisticsReceived, statistics.receivedFrames);
     if (statistics.droppedFrames) block.option(StatisticsDropped, *statistics.droppedFrames);
     return block.finished();
@@ -126,13 +126,9 @@ void putEnhancedPacket(std::uint8_t* out, std::uint32_t interface, Timestamp tim
                        std::size_t frameBytes) noexcept {
     const auto blockBytes = static_cast<std::uint32_t>(enhancedPacketBytes(frameBytes));
     const auto length = static_cast<std::uint32_t>(frameBytes);
-    const std::array<std::uint32_t, 7> head = {EnhancedPacket,
-                                               blockBytes,
-                                               interface,
-                                               static_cast<std::uint32_t>(time >> 32),
-                                               static_cast<std::uint32_t>(time),
-                                               length,
-                                               length};
+    const auto [upper, lower] = halves(time);
+    const std::array<std::uint32_t, 7> head = {EnhancedPacket, blockBytes, interface, upper,
+                                               lower,          length,     length};
     std::memcpy(out, head.data(), sizeof head);
     std::memcpy(out + sizeof head, frame, frameBytes);
     std::memset(out + sizeof head + frameBytes, 0, padded(frameBytes) - frameBytes);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The blocks of a pcapng file that the writer needs, as bytes in the machine's byte order, which readers
-// recognise.
+// The blocks of a pcapng file, as bytes in the machine's byte order, which readers recognise.
 #pragma once
 
 #include <cstddef>
@@ -18,22 +17,28 @@ using Timestamp = std::uint64_t;
 
 inline constexpr std::uint32_t snapLength = 65'536; ///< no port delivers a longer frame
 
-/// What the file says of itself.
+/// The block that begins the file; `application` is the program that wrote it.
 Bytes sectionHeader(const std::string& application);
 
+/// How a file names and describes the interface that received its frames.
+struct Interface {
+    std::string name;
+    std::string description;
+};
+
 /// One interface of link type Ethernet. Interfaces are numbered from 0 in the order of their descriptions.
-Bytes interfaceDescription(const std::string& name, const std::string& description);
+Bytes interfaceDescription(const Interface& interface);
 
 struct InterfaceStatistics {
     std::uint32_t interface = 0;
     Timestamp begin = 0;
     Timestamp end = 0;
     std::uint64_t receivedFrames = 0;
-    std::optional<std::uint64_t> droppedFrames; ///< unknown: not written
+    std::optional<std::uint64_t> droppedFrames; ///< nothing: unknown, and not written
 };
 Bytes interfaceStatistics(const InterfaceStatistics& statistics);
 
-/// Bytes of an enhanced packet block around a frame.
+/// The size of an enhanced packet block with a frame of this size.
 std::size_t enhancedPacketBytes(std::size_t frameBytes) noexcept;
 
 /// Writes an enhanced packet block to `out`, which has room for `enhancedPacketBytes(frameBytes)`.

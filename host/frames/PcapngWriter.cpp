@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The life of a pcapng file.
 #include "frames/PcapngWriter.h"
 
 #include "base/Failure.h"
@@ -26,14 +25,13 @@ std::size_t closingBlockBytes() {
 
 } // namespace
 
-PcapngWriter::PcapngWriter(std::string path, std::string interfaceName, std::string description,
-                           BlockFile::Target target)
-    : path_(std::move(path)), clock_(systemTime), interfaceName_(std::move(interfaceName)),
-      description_(std::move(description)), file_(path_, closingBlockBytes(), target) {
-    if (!file_.replacesFile()) writeHeader(); // shows a full disk or device before anything else happens
+PcapngWriter::PcapngWriter(std::string path, pcapng::Interface interface, BlockFile::Target target)
+    : path_(std::move(path)), clock_(systemTime), interface_(std::move(interface)),
+      file_(path_, closingBlockBytes(), target) {
+    if (!file_.replacesFile()) writeHeader(); // a full disk or device fails before anything else happens
 }
 
-// Not `close`: a failure on this road is the second one, and the first is being reported.
+// A failure here would be the second one; the first is being reported.
 PcapngWriter::~PcapngWriter() {
     if (!open_) return;
     try {
@@ -44,7 +42,7 @@ PcapngWriter::~PcapngWriter() {
 
 void PcapngWriter::writeHeader() {
     file_.add(pcapng::sectionHeader("orvo-gige " ORVO_VERSION));
-    file_.add(pcapng::interfaceDescription(interfaceName_, description_));
+    file_.add(pcapng::interfaceDescription(interface_));
     file_.flush();
     headerWritten_ = true;
 }
@@ -74,7 +72,7 @@ std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
     open_ = false;
     std::exception_ptr failure;
     try {
-        file_.flush(); // first: the statistics count the frames that are in the file
+        file_.flush(); // the statistics count the frames that reached the file
     } catch (const Failure&) {
         failure = std::current_exception();
     }

@@ -12,47 +12,44 @@
 
 namespace orvo::host {
 
-/// One file with one interface. Complete and readable however the program ends: the statistics block that
-/// closes it is written by `close`, or else by the destructor. One thread at a time.
+/// One file with one interface. Its last block, the statistics, is written by `close` or else by the
+/// destructor, so that the file is complete however the program ends. One thread at a time.
 class PcapngWriter {
 public:
-    /// Makes sure that `path` can be written. A file that is there already keeps its content until `begin`; a
-    /// new one is removed again when `begin` is never called. Errors: Failure when it cannot be written.
-    PcapngWriter(std::string path, std::string interfaceName, std::string description,
+    /// Makes sure that `path` can be written. An existing file keeps its content until `begin`; a new one is
+    /// removed again when `begin` is never called. Errors: Failure when it cannot be written.
+    PcapngWriter(std::string path, pcapng::Interface interface,
                  BlockFile::Target target = BlockFile::Target::NamedFile);
     ~PcapngWriter();
-    PcapngWriter(const PcapngWriter&) = delete;
-    PcapngWriter& operator=(const PcapngWriter&) = delete;
 
     const std::string& path() const noexcept { return path_; }
 
-    /// Takes the time of frames from here instead of the system's clock: nanoseconds since 1970.
+    /// Replaces the system's clock as the source of the frames' times.
     void setClock(std::function<pcapng::Timestamp()> clock) { clock_ = std::move(clock); }
 
-    /// From now on the file is replaced. Errors: Failure, as all that follow, when the disk is full or fails;
-    /// nothing may be written afterwards.
+    /// From now on the file is replaced. Errors: Failure, as in all that follow, when the disk is full or
+    /// fails; nothing may be written afterwards.
     void begin();
 
-    /// Adds a frame that came at this moment.
+    /// Adds a frame with the present time.
     void write(const void* frame, std::size_t bytes);
 
-    /// As of BlockFile.
+    /// As in BlockFile.
     void endOn(const EventFd& ending) noexcept { file_.endOn(ending); }
 
-    /// Lets readers of the file see all that was written.
+    /// Makes everything visible to readers of the file.
     void flush() { file_.flush(); }
 
-    /// Whether it is a pipe that nobody can read from any more.
+    /// Whether it is a pipe whose reader closed it.
     bool readerGone() const noexcept { return file_.readerGone(); }
 
-    /// The file's size if it were closed after one more frame of such a length.
+    /// The file's size if it were closed after one more frame of this size.
     std::uint64_t closedBytesWith(std::size_t frameBytes) const noexcept;
 
-    /// Closes the file and returns the number of frames in it; `droppedFrames` goes into its statistics when
-    /// it is known.
+    /// Closes the file and returns its number of frames; `droppedFrames`, if known, goes into the statistics.
     std::uint64_t close(std::optional<std::uint64_t> droppedFrames);
 
-    /// After `close`, also a failed one.
+    /// After `close`, even if it failed.
     std::uint64_t framesInFile() const noexcept { return framesInFile_; }
 
 private:
@@ -62,8 +59,7 @@ private:
 
     const std::string path_;
     std::function<pcapng::Timestamp()> clock_;
-    const std::string interfaceName_;
-    const std::string description_;
+    const pcapng::Interface interface_;
     BlockFile file_;
     bool headerWritten_ = false;
     bool open_ = false; // between begin and close

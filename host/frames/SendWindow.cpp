@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Bookkeeping of frames under way.
 #include "frames/SendWindow.h"
 
 #include <algorithm>

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Dealings with /dev/net/tun.
 #include "frames/TapDevice.h"
 
 #include "base/Failure.h"
@@ -43,7 +42,7 @@ int openDeviceFile() {
                   "; make it usable with '" + tapDriverMend(deviceFile, reason) + "'");
 }
 
-// Without offloads, the kernel hands out whole frames of the wire's size, checksums and all.
+// Without offloads, the kernel delivers frames as on a wire: segmented, and with checksums.
 bool attach(int descriptor, const std::string& name) noexcept {
     ifreq request = {};
     request.ifr_flags = IFF_TAP | IFF_NO_PI;
@@ -64,7 +63,7 @@ bool attach(int descriptor, const std::string& name) noexcept {
     if (reason == EPERM)
         throw Failure("no permission to make " + tap + "; have it made once with 'sudo ip tuntap add " +
                       name + " mode tap user $USER'");
-    throw Failure("cannot have " + tap + ": " + systemError(reason) + "; name another with --tap");
+    throw Failure("cannot make " + tap + ": " + systemError(reason) + "; name another with --tap");
 }
 
 int openTap(const std::string& name) {
@@ -100,26 +99,26 @@ std::ptrdiff_t TapDevice::read(void* frame, std::size_t room) const noexcept {
     return errno == EAGAIN || errno == EINTR ? 0 : -1;
 }
 
-TapDevice::Written TapDevice::write(const void* frame, std::size_t bytes) const noexcept {
+std::optional<TapDrop> TapDevice::write(const void* frame, std::size_t bytes) const noexcept {
     ssize_t written = 0;
     do written = ::write(descriptor_, frame, bytes);
     while (written < 0 && errno == EINTR);
-    if (written >= 0) return Written::Done;
+    if (written >= 0) return std::nullopt;
     switch (errno) {
     case EAGAIN:
     case ENOBUFS:
     case ENOMEM:
-        return Written::Full;
+        return TapDrop::Full;
     case EIO:
-        return Written::Down;
+        return TapDrop::Down;
     case EBADFD:
-        return Written::Gone;
+        return TapDrop::Gone;
     default:
-        return Written::Refused;
+        return TapDrop::Refused;
     }
 }
 
-// The descriptor keeps its number, so that the writing thread needs to know nothing.
+// The descriptor keeps its number, so that the writing thread can go on using it.
 bool TapDevice::takeAgain() noexcept {
     if (!exists(name_)) return false;
     const int fresh = open(deviceFile, O_RDWR | O_NONBLOCK | O_CLOEXEC);

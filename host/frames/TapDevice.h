@@ -1,24 +1,30 @@
 // SPDX-License-Identifier: MIT
-// A TAP: a network interface of Linux whose cable ends in this program.
+// A TAP: a network interface of Linux whose other end is this program.
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace orvo::host {
 
-/// The kernel's driver of TAPs.
+/// The file of the kernel's TAP driver.
 inline constexpr const char* tapDriverFile = "/dev/net/tun";
 
 /// The command that makes the driver's file usable, after opening it failed with this errno value.
 std::string tapDriverMend(const std::string& file, int error);
 
-/// Takes the TAP of a name, or makes one that goes again with this object. One thread reads (and takes the
-/// interface again, should it go); another one may write at the same time.
+/// Why the host did not take a frame: no room in its queue, the link down, the interface gone, or another
+/// reason of the kernel's.
+enum class TapDrop { Full, Down, Gone, Refused };
+inline constexpr std::size_t tapDropCount = 4;
+
+/// Attaches to an existing TAP, or makes one that is removed with this object. One thread reads and attaches
+/// again when the interface was deleted; another one may write at the same time.
 class TapDevice {
 public:
-    /// Errors: UsageFailure for what no interface can be called; Failure, with the way out, when the TAP
-    /// cannot be had.
+    /// Errors: UsageFailure for a name that no interface can have; Failure when the TAP cannot be made or
+    /// used.
     explicit TapDevice(const std::string& name);
     ~TapDevice();
     TapDevice(const TapDevice&) = delete;
@@ -26,18 +32,17 @@ public:
 
     const std::string& name() const noexcept { return name_; }
 
-    /// Readable, as poll sees it, when there is a frame to `read`; in error when the interface is gone.
+    /// To poll: readable when there is a frame to `read`, in error when the interface is gone.
     int descriptor() const noexcept { return descriptor_; }
 
-    /// The next frame that the host sends: its length, 0 when there is none now, -1 when the interface is
-    /// gone. Does not wait.
+    /// Reads the next frame that the host sends. Returns its length, 0 when there is none now, -1 when the
+    /// interface is gone. Does not wait.
     std::ptrdiff_t read(void* frame, std::size_t room) const noexcept;
 
-    enum class Written { Done, Full, Down, Gone, Refused };
-    /// Gives the host a frame. Does not wait.
-    Written write(const void* frame, std::size_t bytes) const noexcept;
+    /// Gives the host a frame; returns why it did not take it. Does not wait.
+    std::optional<TapDrop> write(const void* frame, std::size_t bytes) const noexcept;
 
-    /// After the interface went: takes a ready-made one of its name. False while there is none to be had.
+    /// After the interface went: attaches to a new one of the same name. False while there is none.
     bool takeAgain() noexcept;
 
 private:

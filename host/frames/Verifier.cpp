@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Matching of received with sent frames.
 #include "frames/Verifier.h"
 
 #include <algorithm>
@@ -8,7 +7,7 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::size_t maxMissed = 64; // for frames that overtook each other a little
+constexpr std::size_t maxMissed = 64; // frames that others overtook, and that may still come
 
 std::string number(std::uint64_t value) {
     return std::to_string(value);
@@ -18,7 +17,7 @@ std::size_t commonLength(const QByteArray& a, const QByteArray& b) {
     return static_cast<std::size_t>(std::min(a.size(), b.size()));
 }
 
-// A frame is taken for a changed form of another when at least half of the bytes that both have are the same.
+// A frame counts as a changed form of another when at least half of their common length is equal.
 bool resemble(const QByteArray& a, const QByteArray& b) {
     std::size_t same = 0;
     const auto bytes = commonLength(a, b);
@@ -63,12 +62,12 @@ void Verifier::receive(const QByteArray& bytes) {
         } else {
             ++report_.foreign;
             note("received frame " + number(received_) + " (" + std::to_string(bytes.size()) +
-                 " bytes) was not sent, or came back before");
+                 " bytes) was not sent, or had come back before");
         }
     }
 }
 
-// Makes the frame that was sent like this the next one expected, by giving up those before it.
+// Gives up the expected frames before the one that equals `bytes`; false when there is none.
 bool Verifier::skipTo(const QByteArray& bytes) {
     const auto found = std::find_if(expected_.begin(), expected_.end(),
                                     [&](const SentFrame& frame) { return frame.bytes == bytes; });
@@ -77,7 +76,7 @@ bool Verifier::skipTo(const QByteArray& bytes) {
     return true;
 }
 
-// A frame that was given up comes after all. If another had been taken for it, that one was foreign.
+// Whether a frame that was given up came after all. A frame that counted as its changed form was foreign.
 bool Verifier::wasMissed(const QByteArray& bytes) {
     const auto found = std::find_if(missed_.begin(), missed_.end(),
                                     [&](const Missed& missed) { return missed.frame.bytes == bytes; });
@@ -115,7 +114,7 @@ void Verifier::note(const std::string& difference) {
     if (report_.differences.size() < maxDifferences) report_.differences.push_back(difference);
 }
 
-// Frames that are lost one after the other share a line, so that it does not matter how many they are.
+// Consecutive lost frames share a line, however many they are.
 void Verifier::noteLost(std::uint64_t frameNumber) {
     if (lostRunBegin_ == 0) {
         const bool hasRoom = report_.differences.size() < maxDifferences;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Comparison of what came back with what was sent.
+// Comparison of received frames with those that were sent.
 #pragma once
 
 #include <QByteArray>
@@ -18,38 +18,38 @@ struct SentFrame {
     QByteArray bytes;
 };
 
-/// Demands that every frame comes back identical and in order, and finds its way back after a fault: a frame
-/// that was sent later proves those before it missing, one that resembles the next is that one changed, and
-/// one that resembles nothing is foreign. Memory is bounded whatever is lost. One thread.
+/// Checks that every frame comes back identical and in order, and goes on after a fault: when a later frame
+/// comes, those before it are missing; a frame that resembles the next one counts as changed, and one that
+/// resembles none as foreign. Memory is bounded however many frames are lost. One thread.
 class Verifier {
 public:
     struct Report {
         std::uint64_t identical = 0;
         std::uint64_t changed = 0;            ///< came back with other bytes
         std::uint64_t lost = 0;               ///< did not come back
-        std::uint64_t late = 0;               ///< came back unharmed, but behind a frame that was sent later
-        std::uint64_t foreign = 0;            ///< came back and was never sent, or once already
+        std::uint64_t late = 0;               ///< came back unchanged, after a frame that was sent later
+        std::uint64_t foreign = 0;            ///< was never sent, or had come back before
         std::vector<std::string> differences; ///< the first few, one sentence each
 
         bool passed() const noexcept { return changed + lost + late + foreign == 0; }
     };
 
-    static constexpr std::size_t maxExpected = 4096; ///< that many frames on, the oldest counts as lost
+    static constexpr std::size_t maxExpected = 4096; ///< when more are outstanding, the oldest counts as lost
     static constexpr std::size_t maxDifferences = 10;
 
-    /// A frame is being sent. Call it in the order of sending, and before the frame can be received.
+    /// Announces a frame. Call it in the order of sending, before the frame can be received.
     void expect(SentFrame frame);
 
-    /// The next frame came back.
+    /// Matches the next received frame.
     void receive(const QByteArray& bytes);
 
-    /// Nothing more comes: what is still expected is lost. Hands out the report.
+    /// No more frames come: those still expected are lost. Returns the report.
     const Report& finish();
 
 private:
     struct Missed {
         SentFrame frame;
-        bool changed; // a frame like it came back; otherwise none did
+        bool changed; // a similar frame came back
     };
 
     bool skipTo(const QByteArray& bytes);
@@ -61,12 +61,12 @@ private:
     void noteLost(std::uint64_t number);
 
     std::deque<SentFrame> expected_; // oldest first
-    std::deque<Missed> missed_;      // the last few frames that were given up, oldest first
+    std::deque<Missed> missed_;      // the last frames that were given up, oldest first
     Report report_;
     std::uint64_t received_ = 0;
-    std::uint64_t lastIdentical_ = 0; // highest number of a frame that came back unharmed
+    std::uint64_t lastIdentical_ = 0; // highest number of a frame that came back unchanged
     std::uint64_t lostRunBegin_ =
-        0; // first frame of the run of lost frames noted last; 0: something else was noted
+        0; // first frame of the last noted run of lost frames; 0: the last note is another one
 };
 
 } // namespace orvo::host

@@ -2,13 +2,12 @@
 // Makes the ends, and starts and ends everything in them in order.
 #include "lab/Lab.h"
 
-#include "base/Failure.h"
 #include "base/ChildProcess.h"
+#include "base/Failure.h"
 #include "base/Output.h"
 #include "device/BoardLibraries.h"
 #include "device/Installation.h"
 #include "device/SimulatorControl.h"
-#include "frames/VirtualCable.h"
 #include "traffic/BridgeRun.h"
 
 #include <sched.h>
@@ -57,8 +56,8 @@ void takePrecedence() {
     sched_setscheduler(0, SCHED_RR, &lowest);
 }
 
-BridgeOptions bridgeOptions(const LabOptions& lab) {
-    BridgeOptions bridge;
+BridgeRequest bridgeRequest(const LabOptions& lab) {
+    BridgeRequest bridge;
     bridge.tap = Lab::hostInterface;
     bridge.port.address = lab.port;
     bridge.installation.root = lab.root;
@@ -78,7 +77,7 @@ Lab::Lab(const LabOptions& options)
     }
     const NamespaceVisit here(camera_);
     sendFinishedFrames(cameraInterface);
-    addAddress(cameraInterface, options_.cameraAddress.value, options_.cameraAddress.text);
+    addAddress(cameraInterface, options_.cameraAddress);
     setLinkUp(cameraInterface);
     setenv("ORVO_LAB_CAMERA_ADDRESS", options_.cameraAddress.withoutPrefix().c_str(), 1);
     setenv("ORVO_LAB_HOST_ADDRESS", options_.hostAddress.withoutPrefix().c_str(), 1);
@@ -109,11 +108,12 @@ int Lab::bridge() const {
     takePrecedence();
     dup2(STDERR_FILENO, STDOUT_FILENO); // standard output belongs to the command
     const auto setUp = [this] {
-        addAddress(hostInterface, options_.hostAddress.value, options_.hostAddress.text);
+        addAddress(hostInterface, options_.hostAddress);
         setLinkUp(hostInterface);
         kill(getppid(), SIGUSR1);
     };
-    return runBridge(bridgeOptions(options_), {.wires = &board_, .ready = setUp});
+    print(textOfBridge(runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp})));
+    return Done;
 }
 
 ChildProcess Lab::startCamera() {

@@ -14,19 +14,11 @@
 
 namespace orvo::host {
 
-/// Address of one end.
-struct LabAddress {
-    std::string text; ///< as given: "192.168.77.1/24"
-    NetworkAddress value;
-
-    std::string withoutPrefix() const { return text.substr(0, text.find('/')); }
-};
-
 struct LabOptions {
     std::vector<std::string> command; ///< runs in the host end
     std::string camera;               ///< shell command that runs in the camera end; may be empty
-    LabAddress cameraAddress;
-    LabAddress hostAddress;
+    NetworkAddress cameraAddress;
+    NetworkAddress hostAddress;
     PortAddress port;
     std::string root; ///< of the installation
     bool interactive = false;

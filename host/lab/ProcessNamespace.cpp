@@ -2,11 +2,11 @@
 // The kernel ends a process namespace with its first process, and that one with its parent.
 #include "lab/ProcessNamespace.h"
 
+#include "base/ChildProcess.h"
 #include "base/Failure.h"
 #include "base/NetworkNamespace.h"
 #include "base/Output.h"
 #include "base/Signals.h"
-#include "base/ChildProcess.h"
 
 #include <poll.h>
 #include <sched.h>

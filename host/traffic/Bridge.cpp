@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The two directions of a bridge.
 #include "traffic/Bridge.h"
 
 #include "base/Failure.h"
@@ -17,10 +16,10 @@ namespace {
 
 using core::zume::EthernetFrame;
 
-constexpr std::size_t bufferBytes = 65'536; // a TAP's MTU is at most 65,521
-constexpr int returnPauseMs = 200;          // between two looks for a TAP that is gone
-constexpr int framesAtOnce = 1024;          // of the TAP, before other news are looked at
-constexpr std::chrono::seconds lookInterval{1};
+constexpr std::size_t bufferBytes = 65'536; // a TAP's MTU is at most 65,521 bytes
+constexpr int returnPauseMs = 200;          // between two attempts to attach to a TAP that is gone
+constexpr int framesAtOnce = 1024;          // read from the TAP before other events are polled
+constexpr std::chrono::seconds observeInterval{1};
 
 template <std::size_t count> std::uint64_t sumOf(const std::array<std::uint64_t, count>& numbers) noexcept {
     return std::accumulate(numbers.begin(), numbers.end(), std::uint64_t{0});
@@ -36,18 +35,11 @@ std::array<std::uint64_t, count> valuesOf(const std::array<LiveCounter, count>& 
 
 } // namespace
 
-const char* textOf(TapDrop reason) {
-    switch (reason) {
-    case TapDrop::Full:
-        return "of the port for which the TAP had no room";
-    case TapDrop::Down:
-        return "of the port while the TAP was down";
-    case TapDrop::Gone:
-        return "of the port while the TAP was gone";
-    case TapDrop::Refused:
-        return "of the port that the TAP refused";
-    }
-    return "";
+const char* textOfTapDrop(TapDrop reason) {
+    constexpr std::array<const char*, tapDropCount> texts = {
+        "of the port for which the TAP had no room", "of the port while the TAP was down",
+        "of the port while the TAP was gone", "of the port that the TAP refused"};
+    return texts[static_cast<std::size_t>(reason)];
 }
 
 std::uint64_t BridgeTotals::droppedFrames() const noexcept {
@@ -87,28 +79,28 @@ void Bridge::carryToPort() {
                                       {portFailed_.descriptor(), POLLIN, 0}}};
     const auto& [tap, ended, failed] = sources;
     while (endRequested() == 0) {
-        if (poll(sources.data(), sources.size(), -1) < 0) continue; // a signal: the loop looks at it
+        if (poll(sources.data(), sources.size(), -1) < 0) continue; // a signal: the loop checks for it
         if (ended.revents != 0 || failed.revents != 0) break;
         if ((tap.revents & POLLERR) != 0)
             awaitTap();
         else {
             sendWaiting();
-            lookAtTap();
+            observeTap();
         }
     }
 }
 
-void Bridge::lookAtTap() {
+void Bridge::observeTap() {
     const auto now = std::chrono::steady_clock::now();
-    if (now - lookedAt_ < lookInterval) return;
-    lookedAt_ = now;
+    if (now - observedAt_ < observeInterval) return;
+    observedAt_ = now;
     hooks_.tapRead();
 }
 
 void Bridge::sendWaiting() {
     for (int i = 0; i < framesAtOnce && endRequested() == 0; ++i) {
         const auto bytes = tap_.read(buffer_.data(), buffer_.size());
-        if (bytes <= 0) return; // none left, or the TAP is gone, which poll tells
+        if (bytes <= 0) return; // none left, or the TAP is gone, which poll reports
         send(static_cast<std::size_t>(bytes));
     }
 }
@@ -149,27 +141,18 @@ void Bridge::carryToTap() noexcept {
 }
 
 void Bridge::deliver(const QByteArray& frame) {
-    using Written = TapDevice::Written;
-    const auto drop = [this](TapDrop reason) { toTap_.dropped[static_cast<std::size_t>(reason)].add(1); };
     const auto bytes = static_cast<std::size_t>(frame.size());
-    switch (tap_.write(frame.constData(), bytes)) {
-    case Written::Done:
+    const auto drop = tap_.write(frame.constData(), bytes);
+    const auto state = tapState_.load(std::memory_order_relaxed);
+    if (!drop) {
         toTap_.delivered.add(bytes);
-        if (tapState_.load(std::memory_order_relaxed) == TapState::Down)
-            change(TapState::Down, TapState::Working, "is up again");
+        if (state == TapState::Down) change(state, TapState::Working, "is up again");
         return;
-    case Written::Full:
-        return drop(TapDrop::Full);
-    case Written::Down:
-        if (tapState_.load(std::memory_order_relaxed) == TapState::Working)
-            change(TapState::Working, TapState::Down,
-                   "is down; frames of the port are dropped until 'sudo ip link set " + tap_.name() + " up'");
-        return drop(TapDrop::Down);
-    case Written::Gone:
-        return drop(TapDrop::Gone);
-    case Written::Refused:
-        return drop(TapDrop::Refused);
     }
+    toTap_.dropped[static_cast<std::size_t>(*drop)].add(1);
+    if (drop == TapDrop::Down && state == TapState::Working)
+        change(state, TapState::Down,
+               "is down; frames of the port are dropped until 'sudo ip link set " + tap_.name() + " up'");
 }
 
 void Bridge::change(TapState from, TapState to, const std::string& news) {

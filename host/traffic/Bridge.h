@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// A port and a TAP as one wire.
+// Frames between a port and a TAP, both ways.
 #pragma once
 
 #include "base/FileDescriptor.h"
+#include "frames/FrameCount.h"
 #include "frames/FramePreparation.h"
-#include "frames/LiveCount.h"
 #include "frames/TapDevice.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
@@ -21,10 +21,7 @@
 
 namespace orvo::host {
 
-/// Why a frame of the port did not reach the host.
-enum class TapDrop { Full, Down, Gone, Refused };
-inline constexpr std::size_t tapDropCount = 4;
-const char* textOf(TapDrop reason);
+const char* textOfTapDrop(TapDrop reason);
 
 struct BridgeTotals {
     FrameCount toPort; ///< padding included
@@ -35,24 +32,22 @@ struct BridgeTotals {
     std::uint64_t droppedFrames() const noexcept;
 };
 
-/// Carries frames both ways: from the TAP to the port on the calling thread, from the port to the TAP on one
-/// of its own. Both sleep while nothing flows.
+/// Carries frames from the TAP to the port on the calling thread, and from the port to the TAP on a thread of
+/// its own. Both sleep while there is no traffic.
 class Bridge {
 public:
     struct Hooks {
-        std::function<void(const std::string&)> tell; ///< what the user should know; either thread
-        std::function<void()> tapRead;     ///< now and then while the TAP has frames; calling thread
-        std::function<void()> tapReturned; ///< to set up a TAP that went and came back; calling thread
+        std::function<void(const std::string&)> tell; ///< a message for the user; either thread
+        std::function<void()> tapRead;     ///< about once a second while the TAP has frames; calling thread
+        std::function<void()> tapReturned; ///< a deleted TAP is there again, and not set up; calling thread
         std::function<void()> ending;      ///< no more frames go to the port; calling thread
     };
 
     /// Port and TAP must outlive it.
     Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, Hooks hooks);
-    Bridge(const Bridge&) = delete;
-    Bridge& operator=(const Bridge&) = delete;
 
-    /// Carries frames until a signal asks for the end; then takes as long as one empty `receive` of the port.
-    /// Errors: what the port threw.
+    /// Carries frames until a signal asks for the end; ending takes as long as one empty `receive` of the
+    /// port. Errors: what the port throws.
     void run();
 
     /// Any thread.
@@ -63,7 +58,7 @@ private:
 
     void carryToPort();
     void sendWaiting();
-    void lookAtTap();
+    void observeTap();
     void send(std::size_t bytes);
     void awaitTap();
 
@@ -77,7 +72,7 @@ private:
     std::vector<std::uint8_t> buffer_; // one frame of the TAP
     std::atomic<TapState> tapState_{TapState::Working};
     std::atomic<bool> stopRequested_{false};
-    std::chrono::steady_clock::time_point lookedAt_{}; // at the TAP; the calling thread's
+    std::chrono::steady_clock::time_point observedAt_{}; // the calling thread's
     EventFd portFailed_;
     std::exception_ptr failure_; // written by the port's thread, read after it has ended
 

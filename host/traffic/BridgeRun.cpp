@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The order of a bridge: the TAP is had before the board is touched, and its link goes up when the port can
-// carry frames.
+// The order of a bridge: the TAP is made before the board is touched, so that a user without the right to
+// make one need not wait for the board's reset.
 #include "traffic/BridgeRun.h"
 
 #include "base/Failure.h"
@@ -9,16 +9,9 @@
 #include "base/Progress.h"
 #include "base/Signals.h"
 #include "device/Board.h"
-#include "device/BoardAccess.h"
-#include "device/Port.h"
-#include "frames/TapDevice.h"
-#include "inspect/faults/FaultWatch.h"
-#include "traffic/Bridge.h"
-#include "traffic/BridgeLosses.h"
 
 #include <fmt/format.h>
 
-#include <chrono>
 #include <numeric>
 
 namespace orvo::host {
@@ -26,191 +19,201 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-std::string progressText(const BridgeTotals& totals, std::uint64_t lostElsewhere) {
-    return fmt::format("to the port {} ({:.1f} MB), to the TAP {} ({:.1f} MB), dropped {}",
-                       grouped(totals.toPort.frames), static_cast<double>(totals.toPort.bytes) / 1e6,
-                       grouped(totals.toTap.frames), static_cast<double>(totals.toTap.bytes) / 1e6,
-                       grouped(totals.droppedFrames() + lostElsewhere));
-}
+/// The bridge's TAP, with its address and link, and the frames of the host that its queue had no room for.
+class TapEnd {
+public:
+    explicit TapEnd(const BridgeRequest& request) : request_(request), device_(request.tap) {}
+    ~TapEnd() {
+        if (addressAdded_) removeAddress(request_.tap, *request_.address);
+    }
+    TapEnd(const TapEnd&) = delete;
+    TapEnd& operator=(const TapEnd&) = delete;
 
-struct BridgeReport {
-    const BridgeOptions& options;
-    BridgeTotals totals = {};
-    Drops lostElsewhere = {};
-    std::chrono::duration<double> duration = {};
-    std::vector<PortStatistics> statistics = {};
-    std::optional<Ledger> ledger = {};
+    TapDevice& device() noexcept { return device_; }
 
-    Drops drops() const;
+    void setUp() {
+        const auto& address = request_.address;
+        if (address) addressAdded_ = addAddress(request_.tap, *address);
+        if (request_.setUp || address) setLinkUp(request_.tap);
+    }
+
+    /// After the TAP went and came back.
+    void setUpAgain() {
+        observe();
+        try {
+            setUp();
+        } catch (const Failure& error) {
+            notice(error.what());
+        }
+    }
+
+    /// Reads the kernel's count of frames without room. The count ends with the interface: what was added
+    /// after the last reading is then unknown.
+    void observe() {
+        const auto now = unsentFrames(request_.tap);
+        if (now && seen_ && now->index == seen_->index) lost_.add(now->frames - seen_->frames); // modulo 2^32
+        seen_ = now;
+    }
+    /// Any thread.
+    std::uint64_t lostFrames() const noexcept { return lost_.value(); }
+
+private:
+    const BridgeRequest& request_;
+    TapDevice device_;
+    bool addressAdded_ = false; // and so to be removed in the end
+    std::optional<UnsentFrames> seen_ = unsentFrames(request_.tap);
+    LiveCounter lost_;
 };
 
-/// What of the frames handed over the plug-in did not send, as its log has told one by one.
+/// Frames that went no further at a port of the simulated board. On a real board only the plug-in's
+/// statistics show them.
+class PortLosses {
+public:
+    PortLosses(const BoardAccess& access, PortAddress port)
+        : access_(access), port_(port), before_(counts()) {}
+
+    /// Any thread.
+    void addTo(Drops& drops) const {
+        const auto now = counts();
+        drops.add("of the TAP that could not leave the port, its link being down or its wire busy",
+                  now.unsentFrames - before_.unsentFrames);
+        drops.add("of the wire while the port had no link", now.ignoredFrames - before_.ignoredFrames);
+        drops.add("of the wire for which the port's queue had no room",
+                  now.overflowFrames - before_.overflowFrames);
+        drops.add("of the wire that were damaged or too long", now.receiveErrors - before_.receiveErrors);
+    }
+
+private:
+    OrvoSimPort counts() const {
+        return access_.simulator ? access_.simulator->state(port_).value_or(OrvoSimPort{}) : OrvoSimPort{};
+    }
+
+    const BoardAccess& access_;
+    const PortAddress port_;
+    const OrvoSimPort before_;
+};
+
+Drops lossesOutside(const TapEnd& tap, const PortLosses& port) {
+    Drops drops;
+    drops.add("of the host for which the TAP's queue had no room", tap.lostFrames());
+    port.addTo(drops);
+    return drops;
+}
+
+/// Frames handed over that the plug-in did not send; its log names each of them.
 std::uint64_t unsentByPlugin(const BridgeReport& report) {
-    const auto sent = report.statistics.front().frames("Send");
+    const auto sent = report.account.statistics.front().frames("Send");
     const auto handed = report.totals.toPort.frames;
     return sent && *sent < handed ? handed - *sent : 0;
 }
 
-Drops BridgeReport::drops() const {
-    auto drops = lostElsewhere;
-    for (std::size_t i = 0; i < dropReasonCount; ++i)
-        drops.add(std::string("of the TAP ") + textOf(static_cast<DropReason>(i)), totals.unsendable[i]);
-    drops.add("of the TAP that the plug-in did not send", unsentByPlugin(*this));
-    for (std::size_t i = 0; i < tapDropCount; ++i)
-        drops.add(textOf(static_cast<TapDrop>(i)), totals.undelivered[i]);
-    return drops;
-}
-
-std::string textOf(const BridgeReport& report) {
-    const auto port = report.options.port.address.text();
-    return countLine("to port", report.totals.toPort, "from " + report.options.tap + " to port " + port) +
-           countLine("to TAP", report.totals.toTap, "from port " + port + " to " + report.options.tap) +
-           report.drops().lines() + reportLine("duration", fmt::format("{:.3f} s", report.duration.count())) +
-           statisticsText(report.statistics);
-}
-
-nlohmann::ordered_json jsonOf(const BridgeReport& report) {
-    nlohmann::ordered_json document = {
-        {"port", report.options.port.address.text()}, {"tap", report.options.tap},
-        {"toPort", jsonOf(report.totals.toPort)},     {"toTap", jsonOf(report.totals.toTap)},
-        {"dropped", report.drops().json()},           {"seconds", report.duration.count()},
-        {"statistics", statisticsJson(report.statistics)}};
-    if (report.ledger) document["faults"] = ledgerJson(*report.ledger);
-    return document;
-}
-
-HostCount hostCountOf(const BridgeReport& report) {
+void addOwnDrops(BridgeReport& report) {
     const auto& totals = report.totals;
+    for (std::size_t i = 0; i < dropReasonCount; ++i)
+        report.drops.add(std::string("of the TAP ") + textOfDropReason(static_cast<DropReason>(i)),
+                         totals.unsendable[i]);
+    report.drops.add("of the TAP that the plug-in did not send", unsentByPlugin(report));
+    for (std::size_t i = 0; i < tapDropCount; ++i)
+        report.drops.add(textOfTapDrop(static_cast<TapDrop>(i)), totals.undelivered[i]);
+}
+
+HostCount hostCountOf(PortAddress port, const BridgeTotals& totals) {
     const auto received =
         std::accumulate(totals.undelivered.begin(), totals.undelivered.end(), totals.toTap.frames);
-    return {.port = report.options.port.address, .handed = totals.toPort.frames, .received = received};
+    return {.port = port, .handed = totals.toPort.frames, .received = received};
 }
 
-/// Gives the TAP its address and its link, and takes an address away again that it did not have before.
-class TapSettings {
-public:
-    explicit TapSettings(const BridgeOptions& options) : options_(options) {}
-    ~TapSettings() {
-        if (added_) removeAddress(options_.tap, *options_.address);
-    }
-    TapSettings(const TapSettings&) = delete;
-    TapSettings& operator=(const TapSettings&) = delete;
-
-    void apply() {
-        if (options_.address) added_ = addAddress(options_.tap, *options_.address, options_.addressText);
-        if (options_.setUp || options_.address) setLinkUp(options_.tap);
-    }
-
-private:
-    const BridgeOptions& options_;
-    bool added_ = false;
-};
-
-/// A port's wire must not end in the port's own TAP.
-void refuseTapAsWire(const BridgeOptions& options, const std::string& wire, bool isOfPort) {
-    if (wire == "tap:" + options.tap)
+/// The wire of a port must not end in the bridge's own TAP.
+void refuseTapAsWire(const std::string& tap, const std::string& wire, bool isOfPort) {
+    if (wire == "tap:" + tap)
         throw UsageFailure("the wire " + quoted(wire) +
                            " would be the TAP of the bridge itself; name another one with --wire or --tap");
-    if (isOfPort && wire == "packet:" + options.tap)
+    if (isOfPort && wire == "packet:" + tap)
         throw UsageFailure(
             "the wire " + quoted(wire) +
             " leads back to the bridge's own TAP, and every frame would come back; name another "
             "interface with --wire");
 }
 
-void refuseTapAsWire(const BridgeOptions& options) {
-    const auto address = options.port.address;
-    for (const auto& option : options.installation.wires)
-        refuseTapAsWire(options, option.wire, option.address(address.board) == address);
-}
-
-BoardAccess openSession(const BridgeOptions& options, const BridgeSetting& setting) {
+BoardAccess accessBoards(const BridgeRequest& request, const BridgeSetting& setting) {
     std::optional<NamespaceVisit> there;
     if (setting.wires) there.emplace(*setting.wires);
-    return BoardAccess(options.installation, options.port.address.board);
+    return BoardAccess(request.installation, request.port.address.board);
 }
 
-void tellReady(const BridgeOptions& options, const BridgeSetting& setting) {
+void tellReady(const BridgeRequest& request, const BridgeSetting& setting) {
     if (endRequested() != 0) return;
     if (setting.ready) return setting.ready();
-    notice("port " + options.port.address.text() + " and " + options.tap + " are bridged; end with Ctrl-C");
+    notice("port " + request.port.address.text() + " and " + request.tap + " are bridged; end with Ctrl-C");
 }
 
-/// What surrounds the bridge while it carries frames.
-struct Surroundings {
-    TapDevice& tap;
-    TapSettings& tapSettings;
-    TapQueueLosses& tapLosses;
-    const PortLosses& portLosses;
-    Ports& ports;
-    FaultWatch& faults;
+std::string progressText(const BridgeTotals& totals, std::uint64_t lostOutside) {
+    return fmt::format("to the port {} ({:.1f} MB), to the TAP {} ({:.1f} MB), dropped {}",
+                       grouped(totals.toPort.frames), static_cast<double>(totals.toPort.bytes) / 1e6,
+                       grouped(totals.toTap.frames), static_cast<double>(totals.toTap.bytes) / 1e6,
+                       grouped(totals.droppedFrames() + lostOutside));
+}
 
-    Drops losses() const {
-        Drops drops;
-        drops.add("of the host for which the TAP's queue had no room", tapLosses.frames());
-        portLosses.addTo(drops);
-        return drops;
-    }
-    void setUpTapAgain() const {
-        tapLosses.observe();
-        try {
-            tapSettings.apply();
-        } catch (const Failure& error) {
-            notice(error.what());
-        }
-    }
-};
-
-BridgeTotals carry(const Surroundings& around, const BridgeOptions& options, const BridgeSetting& setting) {
-    Bridge bridge(around.ports.at(options.port.address).interface(), around.tap,
+BridgeTotals carry(TrafficRun& traffic, TapEnd& tap, const PortLosses& portLosses,
+                   const BridgeRequest& request, const BridgeSetting& setting) {
+    Bridge bridge(traffic.port(request.port.address), tap.device(),
                   {.tell = notice,
-                   .tapRead = [&] { around.tapLosses.observe(); },
-                   .tapReturned = [&] { around.setUpTapAgain(); },
-                   .ending =
-                       [&] {
-                           around.faults.end();
-                           around.ports.stop();
-                       }});
-    tellReady(options, setting);
+                   .tapRead = [&] { tap.observe(); },
+                   .tapReturned = [&] { tap.setUpAgain(); },
+                   .ending = [&] { traffic.stop(); }});
+    tellReady(request, setting);
     std::optional<Progress> progress;
     if (!setting.ready)
-        progress.emplace([&] { return progressText(bridge.totals(), around.losses().frames()); });
+        progress.emplace(
+            [&] { return progressText(bridge.totals(), lossesOutside(tap, portLosses).frames()); });
     bridge.run();
     return bridge.totals();
 }
 
 } // namespace
 
-int runBridge(const BridgeOptions& options, const BridgeSetting& setting) {
-    options.installation.requireRealTime();
-    const auto address = options.port.address;
-    TapDevice tap(options.tap);
-    refuseTapAsWire(options);
-    TapQueueLosses tapLosses(options.tap);
-    TapSettings tapSettings(options);
-    tapSettings.apply();
-    const auto session = openSession(options, setting);
-    if (session.simulator) refuseTapAsWire(options, session.simulator->wire(address), !setting.wires);
-    requireFrameRegisters(session.libraries, address);
-    FaultWatch watch(session, options.installation, {address});
-    Ports ports(session, {address}, !options.port.noReset);
-    ports.openLive();
-    watch.begin();
+BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& setting) {
+    request.installation.requireRealTime();
+    const auto port = request.port.address;
+    TapEnd tap(request); // first: a name that no TAP can have is the better reason
+    for (const auto& option : request.installation.wires)
+        refuseTapAsWire(request.tap, option.wire, option.address(port.board) == port);
+    tap.setUp();
+    const auto access = accessBoards(request, setting);
+    if (access.simulator) refuseTapAsWire(request.tap, access.simulator->wire(port), !setting.wires);
+    requireFrameRegisters(access.libraries, port);
+    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    traffic.openLive();
 
-    BridgeReport report{.options = options};
-    const PortLosses portLosses(session, address);
-    const Surroundings around{tap, tapSettings, tapLosses, portLosses, ports, watch};
+    BridgeReport report{.request = request};
+    const PortLosses portLosses(access, port);
     const auto begin = Clock::now();
-    report.totals = carry(around, options, setting);
+    report.totals = carry(traffic, tap, portLosses, request, setting);
     report.duration = Clock::now() - begin;
-    tapLosses.observe();
-    report.statistics = ports.finish();
-    report.lostElsewhere = around.losses();
-    if (session.simulator) session.simulator->flushWires();
-    report.ledger = watch.settle(report.statistics, {hostCountOf(report)});
-    const bool isAccounted = printLedger(report.ledger);
-    options.json ? print(jsonOf(report)) : print(textOf(report));
-    return isAccounted ? Done : DifferencesFound;
+    tap.observe();
+    report.account = traffic.finish({hostCountOf(port, report.totals)});
+    report.drops = lossesOutside(tap, portLosses);
+    addOwnDrops(report);
+    return report;
+}
+
+std::string textOfBridge(const BridgeReport& report) {
+    const auto port = report.request.port.address.text();
+    const auto& tap = report.request.tap;
+    return countLine("to port", report.totals.toPort, "from " + tap + " to port " + port) +
+           countLine("to TAP", report.totals.toTap, "from port " + port + " to " + tap) +
+           report.drops.lines() + durationLine(report.duration) + statisticsText(report.account.statistics);
+}
+
+nlohmann::ordered_json jsonOfBridge(const BridgeReport& report) {
+    nlohmann::ordered_json document = {{"port", report.request.port.address.text()},
+                                       {"tap", report.request.tap},
+                                       {"toPort", jsonOfCount(report.totals.toPort)},
+                                       {"toTap", jsonOfCount(report.totals.toTap)},
+                                       {"dropped", report.drops.json()},
+                                       {"seconds", report.duration.count()}};
+    report.account.addTo(document);
+    return document;
 }
 
 } // namespace orvo::host

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
-// A bridge from its TAP to its report: a port as a network interface of Linux.
+// A bridge from the making of its TAP to its report: a port as a network interface of Linux.
 #pragma once
 
 #include "device/BoardAccess.h"
+#include "frames/FrameReport.h"
 #include "frames/Interface.h"
+#include "traffic/Bridge.h"
+#include "traffic/TrafficRun.h"
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -13,25 +17,34 @@ namespace orvo::host {
 
 class NetworkNamespace;
 
-struct BridgeOptions {
+struct BridgeRequest {
     std::string tap;
     bool setUp = false;
-    std::string addressText;
     std::optional<NetworkAddress> address; ///< of the TAP
-    bool json = false;
     PortOptions port;
     InstallationOptions installation;
 };
 
-/// What is different where the bridge is part of something larger.
+/// What is different when the bridge is part of a lab.
 struct BridgeSetting {
-    /// Where the interfaces of the board's wires are; null: in the calling thread's namespace, as the TAP is.
+    /// Where the interfaces of the board's wires are; null: in the calling thread's namespace, like the TAP.
     const NetworkNamespace* wires = nullptr;
-    /// Called once frames can pass, in place of telling the user so and of the line of live totals.
+    /// Called once frames can pass; there is no notice and no progress line then.
     std::function<void()> ready = {};
 };
 
-/// Bridges until a signal asks for the end, then prints the report; returns the exit code. Errors: Failure.
-int runBridge(const BridgeOptions& options, const BridgeSetting& setting = {});
+struct BridgeReport {
+    BridgeRequest request;
+    BridgeTotals totals = {};
+    Drops drops = {}; ///< all of them: at the TAP, in this program, in the plug-in, at the board
+    std::chrono::duration<double> duration = {};
+    TrafficAccount account = {};
+};
+
+/// Bridges until a signal asks for the end. Errors: Failure, UsageFailure.
+BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& setting = {});
+
+std::string textOfBridge(const BridgeReport& report);
+nlohmann::ordered_json jsonOfBridge(const BridgeReport& report);
 
 } // namespace orvo::host

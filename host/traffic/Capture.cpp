@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The capturing thread, and the one that waits for its end.
 #include "traffic/Capture.h"
 
 #include "base/Signals.h"
@@ -17,26 +16,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Whoever watches the output sees a frame at once if it comes alone, and otherwise after so long at most.
+// A reader of the output sees a single frame at once, and frames in a row after this time at most.
 constexpr auto showInterval = 50ms;
 constexpr double longestPollMs = 3'600'000;
 
 } // namespace
 
-const char* textOf(CaptureEnd end) {
-    switch (end) {
-    case CaptureEnd::Signal:
-        return "by a signal";
-    case CaptureEnd::Frames:
-        return "with the last frame wanted";
-    case CaptureEnd::Time:
-        return "when its time was over";
-    case CaptureEnd::ReaderGone:
-        return "because nobody reads on";
-    case CaptureEnd::Failure:
-        return "early, by a failure";
-    }
-    return "";
+const char* textOfCaptureEnd(CaptureEnd end) {
+    constexpr std::array texts = {"by a signal", "with the last frame wanted", "when its time was over",
+                                  "because nobody reads on", "early, by a failure"};
+    return texts[static_cast<std::size_t>(end)];
 }
 
 Capture::Capture(core::zume::PhysicalNetworkInterface& port, CaptureOutput& output, const FrameFilter* filter)
@@ -125,7 +114,7 @@ void Capture::closeOutput() noexcept {
     }
 }
 
-// A failure after a failure tells nothing new, and neither does a reader that was slow when the end came.
+// Only the first failure counts, and a reader that was slow when the end came is none.
 void Capture::noteFailure() noexcept {
     if (failure_ || ownEnd_ == CaptureEnd::ReaderGone) return;
     try {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Recording of what a port receives.
+// Recording of the frames that a port receives.
 #pragma once
 
 #include "base/FileDescriptor.h"
 #include "frames/CaptureOutput.h"
+#include "frames/FrameCount.h"
 #include "frames/FrameFilter.h"
-#include "frames/LiveCount.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
@@ -24,7 +24,7 @@ struct CaptureLimits {
 };
 
 enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure };
-const char* textOf(CaptureEnd end);
+const char* textOfCaptureEnd(CaptureEnd end);
 
 struct CaptureTotals {
     FrameCount received;
@@ -35,7 +35,7 @@ struct CaptureTotals {
 struct CaptureResult {
     CaptureTotals totals;
     CaptureEnd end = CaptureEnd::Signal;
-    std::exception_ptr failure; ///< what ended it, when a failure did
+    std::exception_ptr failure; ///< what ended the capture, if a failure did
 };
 
 /// Takes frames from a port on a thread of its own, and writes those that pass the filter.
@@ -43,12 +43,10 @@ class Capture {
 public:
     /// `filter` may be null; what is given must outlive the capture.
     Capture(core::zume::PhysicalNetworkInterface& port, CaptureOutput& output, const FrameFilter* filter);
-    Capture(const Capture&) = delete;
-    Capture& operator=(const Capture&) = delete;
 
-    /// Captures until a signal asks for the end, a limit is reached or nobody reads the output any more; then
-    /// calls `ending`, takes as long as one empty `receive` of the port, and closes the output. A reader that
-    /// does not read on has 50 ms for it then.
+    /// Captures until a signal asks for the end, a limit is reached or the output's reader is gone. Then
+    /// calls `ending`, waits for at most one empty `receive` of the port, and closes the output; a reader
+    /// that stalls has 50 ms for the rest.
     CaptureResult run(const CaptureLimits& limits, const std::function<void()>& ending);
 
     /// Any thread.
@@ -70,10 +68,10 @@ private:
     CaptureOutput& output_;
     const FrameFilter* const filter_;
     std::uint64_t framesLeft_ = 0; // to the limit
-    Clock::time_point shownAt_{};  // when the output was last flushed and its reader looked for
+    Clock::time_point shownAt_{};  // when the output was last flushed
     std::atomic<bool> stopRequested_{false};
     EventFd threadEnded_;
-    std::optional<CaptureEnd> ownEnd_; // the thread's, where it ends by itself; read after it has ended
+    std::optional<CaptureEnd> ownEnd_; // set by the thread when it ends by itself; read after it has ended
     std::exception_ptr failure_;       // likewise
 
     struct alignas(64) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The receiving thread.
 #include "traffic/FrameReceiver.h"
 
 #include "frames/FramePreparation.h"
@@ -7,16 +6,6 @@
 #include <utility>
 
 namespace orvo::host {
-namespace {
-
-// Counters with one writer need no read-modify-write. Nothing is published by most of them, so no order
-// either.
-void add(std::atomic<std::uint64_t>& counter, std::uint64_t amount,
-         std::memory_order order = std::memory_order_relaxed) noexcept {
-    counter.store(counter.load(std::memory_order_relaxed) + amount, order);
-}
-
-} // namespace
 
 FrameReceiver::FrameReceiver(core::zume::PhysicalNetworkInterface& port, PcapngWriter* file,
                              Verifier* verifier)
@@ -42,11 +31,10 @@ bool FrameReceiver::expect(const SentFrame& frame) {
     return !verifier_ || expected_.push(frame);
 }
 
-// Whoever sees a frame counted also sees its words counted: they go together in the window.
+// A reader that sees a frame counted also sees its words counted: the send window takes back both.
 Returned FrameReceiver::returned() const noexcept {
-    const auto frames = counters_.frames.load(std::memory_order_acquire);
-    return {frames, counters_.words.load(std::memory_order_relaxed),
-            counters_.quietPolls.load(std::memory_order_relaxed)};
+    const auto frames = counters_.frames.value(std::memory_order_acquire);
+    return {frames, counters_.words.value(), counters_.quietPolls.value()};
 }
 
 void FrameReceiver::run() noexcept {
@@ -64,19 +52,19 @@ void FrameReceiver::poll() {
     if (frame)
         take(frame->data());
     else
-        add(counters_.quietPolls, 1);
+        counters_.quietPolls.add(1);
 }
 
 void FrameReceiver::take(const QByteArray& bytes) {
     const auto size = static_cast<std::size_t>(bytes.size());
     if (file_) file_->write(bytes.constData(), size);
     if (verifier_) verifier_->receive(bytes);
-    add(counters_.bytes, size);
-    add(counters_.words, queueWords(size));
-    add(counters_.frames, 1, std::memory_order_release);
+    counters_.bytes.add(size);
+    counters_.words.add(queueWords(size));
+    counters_.frames.add(1, std::memory_order_release);
 }
 
-// A frame is announced before it is sent, so whatever has been received is among those passed on here.
+// A frame is announced before it is sent, so the announcement of a received frame is in the queue by now.
 void FrameReceiver::passOnExpected() {
     expected_.consume_all([this](SentFrame& frame) { verifier_->expect(std::move(frame)); });
 }

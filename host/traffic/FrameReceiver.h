@@ -2,6 +2,7 @@
 // The receiving side of a replay: a thread that takes frames from a port.
 #pragma once
 
+#include "frames/FrameCount.h"
 #include "frames/PcapngWriter.h"
 #include "frames/SendWindow.h"
 #include "frames/Verifier.h"
@@ -17,42 +18,35 @@
 
 namespace orvo::host {
 
-/// Takes frames from a port as they come, writes them to a file and has them verified. One thread, the
-/// owner's, calls all operations; port, file and verifier belong to the receiving thread between `start` and
-/// `stop`.
+/// Takes frames from a port as they come, writes them to a file and verifies them. The owner's thread calls
+/// all operations; port, file and verifier belong to the receiving thread between `start` and `stop`.
 class FrameReceiver {
 public:
     /// `file` and `verifier` may be null; what is given must outlive the receiver.
     FrameReceiver(core::zume::PhysicalNetworkInterface& port, PcapngWriter* file, Verifier* verifier);
     ~FrameReceiver();
-    FrameReceiver(const FrameReceiver&) = delete;
-    FrameReceiver& operator=(const FrameReceiver&) = delete;
 
     void start();
 
-    /// Asks the port once, on the calling thread: for an owner that starts no thread.
+    /// Asks the port once, on the calling thread, instead of `start`.
     void poll();
 
-    /// Ends the thread, if there is one, which takes as long as one empty `receive` of the port. Errors: what
-    /// ended the thread early, such as a full disk.
+    /// Ends the thread, if there is one; takes as long as one empty `receive` of the port. Errors: what ended
+    /// the thread early, such as a full disk.
     void stop();
 
-    /// Announces a frame to the verifier, before it is sent. False when there is no room at this moment; the
-    /// thread makes some within one `receive` of the port. Without verifier it does nothing.
+    /// Announces a frame to the verifier before it is sent. False while the queue is full; the thread empties
+    /// it within one `receive` of the port. Does nothing without a verifier.
     bool expect(const SentFrame& frame);
 
     bool failed() const noexcept { return failed_.load(std::memory_order_relaxed); }
     Returned returned() const noexcept;
-    std::uint64_t receivedBytes() const noexcept { return counters_.bytes.load(std::memory_order_relaxed); }
+    std::uint64_t receivedBytes() const noexcept { return counters_.bytes.value(); }
 
 private:
-    // On cache lines of their own: the receiving thread writes them with every frame, the sending one seldom
-    // reads.
+    // On a cache line of their own: the receiving thread writes them with every frame.
     struct alignas(64) Counters {
-        std::atomic<std::uint64_t> frames{0};
-        std::atomic<std::uint64_t> bytes{0};
-        std::atomic<std::uint64_t> words{0};
-        std::atomic<std::uint64_t> quietPolls{0};
+        LiveCounter frames, bytes, words, quietPolls;
     };
 
     void run() noexcept;

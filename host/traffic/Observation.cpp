@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The thread that reads, beside the one that waits or records.
 #include "traffic/Observation.h"
 
 #include "base/Output.h"
@@ -24,7 +23,7 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr Seconds shortestInterval{0.1};
 constexpr Seconds longestDiagnosis{10};
-constexpr double readingsAtMost = 400; // of the usual diagnosis and what follows
+constexpr double readingsAtMost = 400;
 constexpr std::size_t historyLength = 2000;
 
 void waitFor(Seconds time) {
@@ -35,7 +34,7 @@ void waitFor(Seconds time) {
              static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
 }
 
-/// Of a flag: what it shows now, if it did not at first.
+/// For a flag, its present value if it was not set at first.
 std::uint64_t growthOfTrouble(const PortHistory& track, Counter counter) {
     const auto& row = rowOf(counter);
     const auto& figure = track.of(counter);
@@ -48,10 +47,10 @@ std::uint64_t growthOfTrouble(const PortHistory& track, Counter counter) {
 
 } // namespace
 
-Observation::Observation(const BoardAccess& session, PortAddress port, Seconds time, std::string captureFile)
-    : session_(session), port_(port), time_(time),
+Observation::Observation(const BoardAccess& access, PortAddress port, Seconds time, std::string captureFile)
+    : access_(access), port_(port), time_(time),
       interval_(std::max(shortestInterval, (time + longestDiagnosis) / readingsAtMost)),
-      captureFile_(std::move(captureFile)), log_(session.installation), runLog_(log_),
+      captureFile_(std::move(captureFile)), log_(access.installation), runLog_(log_),
       track_(port, historyLength) {}
 
 Observation::~Observation() = default;
@@ -59,7 +58,7 @@ Observation::~Observation() = default;
 void Observation::begin(FrameReceiver& receiver) {
     const SignalShield handledElsewhere; // the threads inherit it
     receiver.start();
-    sampler_ = std::make_unique<Sampler>(session_, SamplerOptions{.board = port_.board});
+    sampler_ = std::make_unique<Sampler>(access_, SamplerOptions{.board = port_.board});
     readOnce(0);
     thread_ = std::jthread([this](const std::stop_token& stop) { read(stop); });
 }
@@ -75,13 +74,13 @@ void Observation::goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver
     throwIfEndRequested();
 }
 
-/// While frames are still taken from the port: those behind would be lost words.
+/// While frames are still taken from the port; otherwise lost words of the end would be read.
 void Observation::endReading() {
     thread_.request_stop();
     if (thread_.joinable()) thread_.join();
 }
 
-/// In real time, also where the board's own time is virtual.
+/// Reads in real time, even when the board's time is virtual.
 void Observation::read(const std::stop_token& stop) {
     std::mutex lock;
     std::condition_variable_any stopped;
@@ -90,7 +89,7 @@ void Observation::read(const std::stop_token& stop) {
     for (auto next = begin + interval_; !stop.stop_requested(); next += interval_) {
         stopped.wait_until(guard, stop, std::chrono::time_point_cast<Clock::duration>(next),
                            [] { return false; });
-        if (Clock::now() > next - interval_ / 2) // a rate over less would be one of chance
+        if (Clock::now() > next - interval_ / 2) // a rate over a shorter time would be noise
             readOnce(Seconds(Clock::now() - begin).count());
     }
 }
@@ -122,8 +121,8 @@ std::vector<Finding> Observation::findings() const {
     });
     if (risen.empty()) return {};
     return {
-        {Severity::Warning,
-         "counters of trouble rose while the port was watched, and frames were taken from it", risen,
+        {Severity::Warning, "counters of trouble rose while the port was watched and its frames were read",
+         risen,
          "the page's charts show when; where frames arrive damaged, try another cable; where words or "
          "frames were lost for lack of room, let the device send slower, or give this program more of the "
          "processor"}};

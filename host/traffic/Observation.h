@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What happens at a port while it is diagnosed, and for some time after.
+// Counters, messages and frames of a port during a diagnosis and for some time after it.
 #pragma once
 
 #include "device/BoardAccess.h"
@@ -22,27 +22,25 @@ namespace orvo::host {
 
 class Sampler;
 
-/// Reads a port's counters on a thread of its own, keeps the log, and records what the port receives. Until
-/// then, frames are taken from the port and dropped: they would fill its queue, and show as losses.
+/// Reads a port's counters on a thread of its own, keeps the plug-in's messages, and records what the port
+/// receives. Before the recording, frames are taken from the port and dropped: a full queue would show as
+/// loss.
 class Observation {
 public:
-    /// The log begins. What the port receives goes into `captureFile`, unless that is empty. The session must
-    /// outlive it.
-    Observation(const BoardAccess& session, PortAddress port, std::chrono::duration<double> time,
+    /// Keeps messages from now on. What the port receives later goes into `captureFile`, unless that is
+    /// empty. `access` must outlive the observation.
+    Observation(const BoardAccess& access, PortAddress port, std::chrono::duration<double> time,
                 std::string captureFile);
     ~Observation();
-    Observation(const Observation&) = delete;
-    Observation& operator=(const Observation&) = delete;
 
-    /// The receiver, the port's and nobody's before, starts; counters are read from now on. Errors: Failure
-    /// when the board is not there.
+    /// Starts the port's receiver and the reading of counters. Errors: Failure when the board is not there.
     void begin(FrameReceiver& receiver);
 
-    /// After the diagnosis: goes on for the time that was asked for. The receiver ends, before the record
-    /// begins where there is one. Errors: Interruption; Failure when the record cannot be written.
+    /// After the diagnosis: goes on for the time given to the constructor. A recording first ends the
+    /// receiver. Errors: Interruption; Failure when the recording cannot be written.
     void goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
 
-    /// After `goOn`: readings, what is wrong by them, frames taken from the port, messages.
+    /// After `goOn`: the readings, findings from them, frames taken from the port, messages.
     const PortHistory& track() const noexcept { return track_; }
     std::vector<Finding> findings() const;
     std::uint64_t receivedFrames() const noexcept { return receivedFrames_; }
@@ -54,7 +52,7 @@ private:
     void record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
     void endReading();
 
-    const BoardAccess& session_;
+    const BoardAccess& access_;
     const PortAddress port_;
     const std::chrono::duration<double> time_;
     const std::chrono::duration<double> interval_;

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-// The sending thread.
 #include "traffic/Replay.h"
 
 #include "base/Signals.h"
@@ -16,13 +15,13 @@ namespace {
 
 using core::zume::EthernetFrame;
 
-// Between two looks at what came back; a quarter of a window at full speed takes 0.5 ms.
-constexpr std::chrono::microseconds lookPause{50};
+// Between two readings of what came back; a quarter of the window takes 0.5 ms at full speed.
+constexpr std::chrono::microseconds observePause{50};
 
 constexpr std::int64_t wireNanoseconds = 8;   // a byte at 1000 Mbit/s
 constexpr std::size_t wireOverheadBytes = 24; // frame check sequence, preamble and gap
 constexpr std::chrono::seconds longestGap{1};
-constexpr int mostPolls = 1'000'000; // of a board that does not come back
+constexpr int mostPolls = 1'000'000; // bounds the loop when a board stays away
 
 } // namespace
 
@@ -46,7 +45,7 @@ ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
     try {
         sendAll(capture, times);
     } catch (...) {
-        failure = std::current_exception(); // of the capture; what is under way is still received
+        failure = std::current_exception(); // of the capture; frames in flight are still received
     }
     if (hooks_.allSent) hooks_.allSent();
     isInTurn() ? receiveAll() : awaitReturn();
@@ -60,7 +59,7 @@ ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
 void Replay::sendAll(CaptureReader& capture, std::uint64_t times) {
     sendOnce(capture);
     for (std::uint64_t done = 1, sentBefore = 0; done != times && !isEnding(); ++done) {
-        if (result_.sent.frames == sentBefore) return; // nothing in it can be sent
+        if (result_.sent.frames == sentBefore) return; // none of its frames can be sent
         sentBefore = result_.sent.frames;
         schedule_.beginAgain();
         CaptureReader again(capture.path());
@@ -88,7 +87,7 @@ void Replay::send(const CapturedFrame& frame) {
     if (isInTurn())
         passTime(frame);
     else if (!awaitTurn(frame, queueWords(size)))
-        return; // the end is asked for: what still waits is left where it is, as what is behind it
+        return; // a signal asked for the end: this frame and those after it are not sent
     if (!announce(bytes, frame.number)) return;
     result_.read.add(frame.length);
     hand(std::move(bytes));
@@ -102,7 +101,7 @@ bool Replay::announce(const QByteArray& bytes, std::uint64_t number) {
     if (!verifying_) return true;
     for (const SentFrame sent{number, bytes}; !receiver_.expect(sent);) {
         if (isEnding()) return false;
-        std::this_thread::sleep_for(lookPause);
+        std::this_thread::sleep_for(observePause);
     }
     return true;
 }
@@ -124,18 +123,18 @@ bool Replay::awaitTurn(const CapturedFrame& frame, std::uint64_t words) {
 }
 
 void Replay::awaitRoom(std::uint64_t words) {
-    if (!window_.holds()) observe(); // a frame that comes after all closes the window again
+    if (!window_.holds()) observe(); // a frame that comes back closes the window again
     if (window_.hasRoom(words)) return;
-    for (observe(); !window_.isHalfEmpty() && !isEnding(); observe()) std::this_thread::sleep_for(lookPause);
+    for (observe(); !window_.isHalfEmpty() && !isEnding(); observe())
+        std::this_thread::sleep_for(observePause);
 }
 
 void Replay::awaitReturn() {
-    for (observe(); window_.framesUnderWay() > 0 && !receiver_.failed(); observe())
-        std::this_thread::sleep_for(lookPause);
+    for (observe(); window_.framesInFlight() > 0 && !receiver_.failed(); observe())
+        std::this_thread::sleep_for(observePause);
 }
 
-// As much time as the capture has between this frame and the one before, and at least what the frame takes on
-// the wire.
+// The time between this frame and the previous one in the capture, and at least the frame's time on the wire.
 void Replay::passTime(const CapturedFrame& frame) {
     const auto recorded = frame.recordedAt - recordedBefore_;
     const std::chrono::nanoseconds onWire{wireNanoseconds * (frame.length + wireOverheadBytes)};
@@ -145,7 +144,7 @@ void Replay::passTime(const CapturedFrame& frame) {
         isFirst ? onWire : std::clamp(recorded, onWire, std::chrono::nanoseconds(longestGap))));
 }
 
-// At least once: what is not there may be so for a reason that the port tells.
+// At least once, because an empty receive may have a reason that the plug-in counts.
 void Replay::receiveAll() {
     int polls = 0;
     do receiver_.poll();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Sending of a capture through one port and receiving at the same or another one.
+// Sending a capture through one port and receiving at the same or another port.
 #pragma once
 
 #include "frames/CaptureReader.h"
@@ -23,34 +23,34 @@ struct ReplayResult {
     FrameCount received;                                  ///< padding included
     std::array<std::uint64_t, dropReasonCount> dropped{}; ///< frames that could not be sent, by DropReason
     std::chrono::nanoseconds duration{0}; ///< from the first frame sent to the last one sent or received
-    std::chrono::nanoseconds latest{0};   ///< the most that a frame was sent after its due time
+    std::chrono::nanoseconds latest{0};   ///< how late the latest frame was sent
 
     std::uint64_t droppedFrames() const noexcept;
-    /// Frames that were sent and did not come back, as far as counting tells.
+    /// Frames sent minus frames received.
     std::uint64_t missingFrames() const noexcept;
 };
 
-/// What a replay does besides.
+/// Calls out of a replay.
 struct ReplayHooks {
-    std::function<void()> allSent; ///< before it waits for what is under way
-    /// Both or none. With them, the replay sends and receives in turn on the calling thread: `pass` lets so
-    /// much time go by before a frame, `hasMore` tells whether the receiving port has something.
+    std::function<void()> allSent; ///< before the wait for frames in flight
+    /// Both or none. With them, the replay sends and receives in turn on the calling thread: `pass` lets time
+    /// pass before a frame, `hasMore` tells whether the receiving port has more frames.
     std::function<void(std::chrono::microseconds)> pass;
     std::function<bool()> hasMore;
 };
 
-/// One run over a capture, once or several times. Reads, prepares and sends on the calling thread, receives
-/// on another. At a pace, frames are sent when they are due, whatever became of those before; at the greatest
-/// speed, as fast as what returns has room.
+/// Sends a capture once or several times. Reads, prepares and sends on the calling thread, receives on
+/// another. With a pace, frames are sent when they are due, whether or not earlier ones came back; otherwise
+/// as fast as the send window allows.
 class Replay {
 public:
     /// `file` and `verifier` may be null.
     Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
            PcapngWriter* file, Verifier* verifier, const Pace& pace = {}, ReplayHooks hooks = {});
 
-    /// Sends all frames `times` times (0: until a signal ends it, or none can be sent) and waits until all
-    /// have come back or no more come; a signal ends it early, in order. More than once takes a regular file.
-    /// Errors: Failure of capture or file, once what is under way has come back.
+    /// Sends all frames `times` times (0: until a signal, or when no frame can be sent) and waits until all
+    /// have come back or no more come. A signal ends it early, after the frames in flight. Several times need
+    /// a regular file. Errors: Failure of capture or file, after the frames in flight have come back.
     ReplayResult run(CaptureReader& capture, std::uint64_t times = 1);
 
     /// For a progress line; any thread.

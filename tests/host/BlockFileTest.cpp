@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What remains of a file of blocks when writing it fails: whole blocks, and room for the one that closes it.
+// What remains of a file when writing fails: whole blocks, with room for the closing block.
 #include "frames/BlockFile.h"
 
 #include "TestFiles.h"
@@ -15,7 +15,7 @@ namespace {
 
 using namespace testing_support;
 
-// A full disk that needs no disk: the process may not make files any longer than this.
+// Acts like a full disk: the process may not make longer files than this.
 class FileSizeLimit {
 public:
     explicit FileSizeLimit(rlim_t bytes) {

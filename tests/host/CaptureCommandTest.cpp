@@ -200,7 +200,7 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
     }
     const auto closed = Process({"sh", "-c", R"("$0" capture --no-reset --write - >&-)", ORVO_GIGE}).wait();
     EXPECT_EQ(closed.exitCode, 1);
-    EXPECT_THAT(closed.err, HasSubstr("cannot write to standard output: Bad file descriptor; lead it"));
+    EXPECT_THAT(closed.err, HasSubstr("cannot write to standard output: Bad file descriptor; redirect it"));
 }
 
 TEST(FileRingTest, ReadsItsSizeAndNamesItsFiles) {

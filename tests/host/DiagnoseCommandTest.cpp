@@ -4,9 +4,9 @@
 #include "Process.h"
 
 #include "base/DynamicLibrary.h"
-#include "commands/DiagnoseCommand.h"
 #include "device/BoardAccess.h"
 #include "device/Installation.h"
+#include "traffic/DiagnosisRun.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -51,7 +51,7 @@ TEST(DiagnoseCommandTest, TellsASickLinkFromAHealthyOne) {
     Json diagnosis;
     for (unsigned port = 0; port < std::size(ports); ++port) {
         SCOPED_TRACE(port);
-        diagnosis = diagnose(session, {0, port}).document;
+        diagnosis = diagnose(session, {}, {0, port}).document;
         EXPECT_EQ(diagnosis["healthy"], ports[port].findings.empty());
         std::vector<std::string> findings;
         for (const auto& finding : diagnosis["findings"]) findings.push_back(finding["finding"]);

@@ -66,10 +66,10 @@ TEST(ExtcapTest, InstallsALinkAndTakesItAway) {
     EXPECT_EQ(call("remove") + call("remove"), 0);
     EXPECT_FALSE(std::filesystem::exists(link));
     writeFile(link, "somebody else's");
-    expectRefusal({"extcap", "install", "--folder", folder.file("extcap")}, 1, "not a link of ours");
+    expectRefusal({"extcap", "install", "--folder", folder.file("extcap")}, 1, "not a link to this program");
     std::filesystem::remove(link);
     std::filesystem::create_symlink("/opt/other", link);
-    expectRefusal({"extcap", "remove", "--folder", folder.file("extcap")}, 1, "not a link of ours");
+    expectRefusal({"extcap", "remove", "--folder", folder.file("extcap")}, 1, "not a link to this program");
 }
 
 TEST(ExtcapTest, InstallsWhereTheAnalyserSaysForTheWholeMachineOnlyAsRoot) {

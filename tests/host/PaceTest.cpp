@@ -32,7 +32,7 @@ TEST(Pace, FramesAreDueOnAnAbsoluteSchedule) {
     EXPECT_EQ(dueTimes("2x", recordedAt, 1), (Times{0us, 2000us, 2000us, 4500us}));
     EXPECT_EQ(dueTimes("0.5x", recordedAt, 1), (Times{0ms, 8ms, 8ms, 18ms}));
     EXPECT_EQ(dueTimes("recorded", {7s}, 3), Times(3, 0ns)) << "a single frame has no distance";
-    // A third of a second cannot be had in nanoseconds; the error must not add up.
+    // A third of a second is no whole number of nanoseconds; the rounding errors must not add up.
     const auto thirds = dueTimes("3", Times(4, 0ns), 75'000);
     EXPECT_EQ(thirds[1], 333'333'333ns);
     EXPECT_EQ(thirds[299'997], 99'999s);

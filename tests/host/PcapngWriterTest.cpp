@@ -32,7 +32,7 @@ TEST(PcapngWriterTest, WritesWhatReadersExpect) {
     const auto path = folder.file("out.pcapng");
     const std::vector<Frame> frames = {Frame(60, 'a'), Frame(61, 'b'), Frame(62, 'c'), Frame(63, 'd')};
     const auto earliest = now();
-    PcapngWriter writer(path, "name", "text");
+    PcapngWriter writer(path, {"name", "text"});
     writer.begin();
     for (const auto& frame : frames) writer.write(frame.data(), frame.size());
     EXPECT_EQ(writer.close(5), 4u);
@@ -56,12 +56,12 @@ TEST(PcapngWriterTest, WritesWhatReadersExpect) {
 TEST(PcapngWriterTest, ReplacesAFileOnlyWhenItBeginsAndClosesItOnEveryWayOut) {
     const TemporaryFolder folder;
     const auto path = folder.file("out.pcapng");
-    { PcapngWriter unused(path, "name", "text"); }
+    { PcapngWriter unused(path, {"name", "text"}); }
     EXPECT_FALSE(std::filesystem::exists(path));
     const std::string precious(100'000, 'x');
     writeFile(path, precious);
     {
-        PcapngWriter writer(path, "name", "text");
+        PcapngWriter writer(path, {"name", "text"});
         EXPECT_EQ(contentOf(path), precious);
         writer.begin();
         writer.write(Frame(60, 'a').data(), 60);

@@ -57,11 +57,12 @@ TEST_F(ReplayCommandTest, WritesWhatOtherToolsRead) {
     EXPECT_GT(std::count(seen.out.begin(), seen.out.end(), '\n'), 1000);
 }
 
-TEST_F(ReplayCommandTest, CountsWhatCannotBeSent) {
-    writeCapture(folder.file("in"),
-                 {Frame(60, 'a'), Frame(1515, 'b'), Frame(9000, 'c'), Frame(8, 'd'), Frame(70, 'e')});
-    const auto outcome = replay({folder.file("in"), "--verify", "--json"});
-    EXPECT_EQ(outcome.exitCode, 0);
+TEST_F(ReplayCommandTest, CountsWhatCannotBeSentAndVerifiesNoFileThatWasNotSentWhole) {
+    const auto input = folder.file("in");
+    writeCapture(input, {Frame(60, 'a'), Frame(1515, 'b'), Frame(9000, 'c'), Frame(8, 'd'), Frame(70, 'e')});
+    EXPECT_EQ(replay({input}).exitCode, 0) << "nobody demanded every frame";
+    const auto outcome = replay({input, "--verify", "--json"});
+    EXPECT_EQ(outcome.exitCode, 3);
     const auto report = json::parse(outcome.out);
     EXPECT_EQ(report["read"]["frames"], 5);
     EXPECT_EQ(report["sent"], json::parse(R"({"frames":2,"bytes":130})"));
@@ -70,6 +71,15 @@ TEST_F(ReplayCommandTest, CountsWhatCannotBeSent) {
     EXPECT_EQ(report["dropped"]["reasons"][0]["frames"], 2);
     EXPECT_THAT(report["dropped"]["reasons"][0]["reason"], HasSubstr("longer than 1514 bytes"));
     EXPECT_EQ(report["statistics"][0]["lines"][0], "Send - 2 frames (138 bytes)");
+    EXPECT_EQ(report["verification"]["passed"], false);
+    EXPECT_EQ(report["verification"]["unsent"], 3);
+
+    constexpr std::size_t snapLength = 64;
+    writeCapture(input, {Frame(60, 'a'), Frame(70, 'b')}, snapLength);
+    const auto cut = replay({input, "--verify"});
+    EXPECT_EQ(cut.exitCode, 3);
+    EXPECT_THAT(cut.out,
+                HasSubstr("DIFFERENT: 1 identical, 0 changed, 0 lost, 0 late, 0 foreign, 1 not sent"));
 }
 
 TEST_F(ReplayCommandTest, TellsWhatDidNotComeBack) {

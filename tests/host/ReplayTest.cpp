@@ -31,7 +31,7 @@ TEST_F(ReplayTest, BringsEverythingBackWithoutOverrunningTheQueue) {
     for (unsigned number = 0; number < 3000; ++number)
         frames.push_back(numberedFrame(number, 60 + number % 1455));
     writeCapture(input, frames);
-    PcapngWriter file(folder.file("out.pcapng"), "name", "text");
+    PcapngWriter file(folder.file("out.pcapng"), {"name", "text"});
     file.begin();
     const auto result = replay(input, &file);
     EXPECT_EQ(file.close(0), 3000u);

@@ -42,15 +42,15 @@ TEST_F(SendWindowTest, HoldsBackByFramesAndByWords) {
     comeBack(1);
     EXPECT_TRUE(window.isHalfEmpty());
 
-    send(1, 960); // 4 frames of 10 words are still under way
+    send(1, 960); // 4 frames of 10 words are still in flight
     EXPECT_FALSE(window.hasRoom(1));
     comeBack(5, 200);
-    EXPECT_EQ(window.framesUnderWay(), 0u);
-    EXPECT_TRUE(window.hasRoom(5000)) << "a frame larger than the window passes when nothing is under way";
+    EXPECT_EQ(window.framesInFlight(), 0u);
+    EXPECT_TRUE(window.hasRoom(5000)) << "a frame larger than the window passes when nothing is in flight";
 }
 
 TEST_F(SendWindowTest, GivesUpAfterTimeAndQuietPollsAndHoldsNobodyBackUntilAFrameComes) {
-    observeAfter(10s, 100); // nothing is under way: nothing to give up
+    observeAfter(10s, 100); // nothing is in flight: nothing to give up
     send(8);
     EXPECT_FALSE(observeAfter(10s, 100)) << "the wait begins here";
     EXPECT_FALSE(observeAfter(10s, 3)) << "the receiver was busy with something else";
@@ -58,12 +58,12 @@ TEST_F(SendWindowTest, GivesUpAfterTimeAndQuietPollsAndHoldsNobodyBackUntilAFram
     EXPECT_FALSE(observeAfter(1ms, 10)) << "a frame that comes begins the wait anew";
     EXPECT_FALSE(observeAfter(498ms, 4)) << "too early";
     EXPECT_TRUE(observeAfter(1ms, 0));
-    EXPECT_EQ(window.framesUnderWay(), 0u);
+    EXPECT_EQ(window.framesInFlight(), 0u);
 
     send(100);
     EXPECT_TRUE(window.hasRoom(10));
     comeBack(1);
-    EXPECT_EQ(window.framesUnderWay(), 99u);
+    EXPECT_EQ(window.framesInFlight(), 99u);
     EXPECT_FALSE(window.hasRoom(10));
     EXPECT_EQ(window.lastReturn(), now);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Verification finds each kind of fault, and only that one, and finds its way back.
+// Verification reports each kind of fault, and only that one, and goes on after it.
 #include "frames/Verifier.h"
 
 #include <gmock/gmock.h>
@@ -65,7 +65,7 @@ TEST(VerifierTest, SaysWhereTheDifferencesAre) {
         verify("ABCDEF", "AcF?D").differences,
         ElementsAre("frame 2: byte 40 was sent as 0x42 and came back as 0x43 (60 bytes sent, 60 received)",
                     "frames 3 to 5 did not come back",
-                    "received frame 4 (60 bytes) was not sent, or came back before",
+                    "received frame 4 (60 bytes) was not sent, or had come back before",
                     "frame 4 came back late"));
     EXPECT_THAT(verify("F", "!").differences,
                 ElementsAre("frame 1: the first 50 bytes are the same (60 bytes sent, 50 received)"));
@@ -75,7 +75,7 @@ TEST(VerifierTest, IsBoundedWhateverIsLost) {
     Verifier verifier;
     for (std::uint64_t number = 1; number <= 3 * Verifier::maxExpected; ++number)
         verifier.expect({number, QByteArray::number(static_cast<qulonglong>(number))});
-    verifier.receive(QByteArray("1")); // given up long ago, and forgotten
+    verifier.receive(QByteArray("1")); // given up so long ago that it is no longer remembered
     verifier.receive(QByteArray::number(qulonglong{3} * Verifier::maxExpected));
     for (int i = 0; i < 100; ++i) {
         verifier.receive(QByteArray("stranger"));

@@ -113,7 +113,7 @@ Checks runIsolated(const Check& blamed, const std::function<Checks()>& work,
     const MemoryFile result, output;
     const auto child = startChild([&] {
         isolate(output);
-        const auto document = textOf(checksJson(resultOf(blamed, work)));
+        const auto document = jsonText(checksJson(resultOf(blamed, work)));
         return write(result.descriptor(), document.data(), document.size()) < 0 ? Failed : Done;
     });
     setpgid(child.id, child.id); // the child does the same: either may run first

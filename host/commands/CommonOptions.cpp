@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Declaration and reading of the shared options.
-#include "commands/SharedOptions.h"
+#include "commands/CommonOptions.h"
 
-#include "base/Failure.h"
 #include "base/Numbers.h"
 
 #include <fmt/format.h>
@@ -28,42 +26,35 @@ std::chrono::duration<double> secondsFrom(const std::string& text, double least,
     throw WrongValue(fmt::format("{} is no number of seconds from {} to {:.0f}", quoted(text), least, most));
 }
 
-void addRootTo(CommandLine& line, std::string& root) {
+void addRootOption(CommandLine& line, std::string& root) {
     line.text("--root", "DIR", root, "Installation to use (default: the one this program belongs to)");
 }
 
-void addTo(CommandLine& line, InstallationOptions& options) {
-    addRootTo(line, options.root);
+void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
+    addRootOption(line, options.root);
     line.values(
         "--wire", "PORT=WIRE",
         [&options](const std::string& text) { options.wires.push_back(wireFrom(text)); },
         "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, "
-        "packet:IFNAME or "
-        "none; repeatable");
+        "packet:IFNAME or none; repeatable");
     line.choice(
         "--time", {"real", "virtual"},
         [&options](const std::string& text) { options.virtualTime = text == "virtual"; },
-        "Time of the simulated board: real (default), or virtual, where pauses advance it without waiting");
+        "Time of the simulated board: real (default), or virtual, where pauses take no real time");
 }
 
-void addFaultsTo(CommandLine& line, InstallationOptions& options) {
+void addFaultOptions(CommandLine& line, InstallationOptions& options) {
     const auto script =
         line.text("--faults", "FILE", options.faults,
-                  "Have the simulated board go wrong as this script says, and account for every frame")
+                  "Inject the faults of this script on the simulated board, and account for every frame")
             .notEmpty();
     line.number("--seed", options.seed, {}, "Seed of the script's random choices (default 0)").needs(script);
 }
 
-void addAddressTo(CommandLine& line, PortAddress& address) {
-    constexpr NumberRange fiveDigits{.most = 99'999}; // which there are is for the installation to say
+void addAddressOptions(CommandLine& line, PortAddress& address) {
+    constexpr NumberRange fiveDigits{.most = 99'999}; // the installation decides which ones exist
     line.number("--board", address.board, fiveDigits, "Board (default 0)");
     line.number("--port", address.port, fiveDigits, "GigE port of the board (default 0)");
-}
-
-void addTo(CommandLine& line, PortOptions& options) {
-    addAddressTo(line, options.address);
-    line.flag("--no-reset", options.noReset,
-              "Do not reset the board's GigE hardware first (it must be running)");
 }
 
 } // namespace orvo::host

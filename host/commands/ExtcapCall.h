@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Ports as capture interfaces of Wireshark and tshark, through their extcap protocol.
+// Ports as capture interfaces of Wireshark and tshark, through their extcap protocol: the analyser starts the
+// program once for each question and reads the answer from standard output.
 #pragma once
-
-#include "cli/Command.h"
-
-#include <string>
 
 namespace orvo::host {
 
@@ -14,16 +11,5 @@ bool isExtcapCall(int argc, const char* const* argv);
 /// Answers such a call: which ports there are, what they offer, or frames of one into a pipe. Returns the
 /// exit code. Errors: Failure, UsageFailure, Interruption.
 int answerExtcapCall(int argc, const char* const* argv);
-
-/// Subcommand `extcap`: puts the program where the analyser looks for capture interfaces.
-class ExtcapCommand : public Command {
-public:
-    explicit ExtcapCommand(Program& program);
-    int run() override;
-
-private:
-    std::string action_;
-    std::string folder_; ///< empty: where tshark says
-};
 
 } // namespace orvo::host

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+// Command-line options that several subcommands share.
+#pragma once
+
+#include "base/Failure.h"
+#include "cli/CommandLine.h"
+#include "device/BoardAccess.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+/// Adds --root.
+void addRootOption(CommandLine& line, std::string& root);
+
+/// Adds --root, --wire and --time.
+void addInstallationOptions(CommandLine& line, InstallationOptions& options);
+
+/// Adds --faults and --seed.
+void addFaultOptions(CommandLine& line, InstallationOptions& options);
+
+/// Adds --board and --port.
+void addAddressOptions(CommandLine& line, PortAddress& address);
+
+/// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
+/// --root,
+/// --wire, --time, --faults, --seed and --json.
+template <class Request> void addTrafficOptions(CommandLine& line, Request& request, bool& json) {
+    addAddressOptions(line, request.port.address);
+    line.flag("--no-reset", request.port.noReset,
+              "Do not reset the board's GigE hardware first (it must be running)");
+    addInstallationOptions(line, request.installation);
+    addFaultOptions(line, request.installation);
+    line.flag("--json", json, "Print the report as JSON");
+}
+
+/// What the text of an option was read as. Errors: WrongValue "TEXT is not of the form FORM" for nothing.
+template <class Value>
+Value parsed(const std::optional<Value>& value, const std::string& text, const std::string& form) {
+    if (value) return *value;
+    throw WrongValue(quoted(text) + " is not of the form " + form);
+}
+
+/// The value of an option in seconds, such as "2" or "0.5". Errors: WrongValue.
+std::chrono::duration<double> secondsFrom(const std::string& text, double least, double most);
+
+} // namespace orvo::host

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+// A capture from its request to its report.
+#pragma once
+
+#include "device/BoardAccess.h"
+#include "frames/CaptureOutput.h"
+#include "traffic/Capture.h"
+#include "traffic/TrafficRun.h"
+
+#include <deque>
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+struct CaptureRequest {
+    std::string output; ///< CaptureOutput::standardOutput is allowed
+    std::optional<FileRing> ring;
+    std::string filter; ///< empty: every frame passes
+    CaptureLimits limits;
+    PortOptions port;
+    InstallationOptions installation;
+};
+
+struct CaptureReport {
+    CaptureRequest request;
+    CaptureResult result = {};
+    std::deque<CaptureOutput::File> files = {}; ///< with the captured frames, oldest first
+    std::uint64_t overwrittenFrames = 0;        ///< of a ring
+    std::chrono::duration<double> duration = {};
+    TrafficAccount account = {};
+
+    std::uint64_t writtenFrames() const noexcept;
+    /// Frames that the output did not take: because writing failed, or because its reader was gone or slow.
+    std::uint64_t lostFrames() const noexcept { return result.failure ? unwrittenFrames() : 0; }
+    std::uint64_t unreadFrames() const noexcept { return result.failure ? 0 : unwrittenFrames(); }
+
+private:
+    std::uint64_t unwrittenFrames() const noexcept;
+};
+
+/// Captures until a signal asks for the end or a limit is reached. Errors: Failure and UsageFailure before
+/// the first frame; a later one is in the report.
+CaptureReport runCapture(const CaptureRequest& request);
+
+std::string textOfCapture(const CaptureReport& report);
+nlohmann::ordered_json jsonOfCapture(const CaptureReport& report);
+
+} // namespace orvo::host

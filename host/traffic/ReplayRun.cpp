@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: MIT
+// The order of a replay: the capture is checked first, then the output, then the board.
+#include "traffic/ReplayRun.h"
+
+#include "base/Failure.h"
+#include "base/Output.h"
+#include "base/OutputFile.h"
+#include "base/Progress.h"
+#include "base/Signals.h"
+#include "device/Board.h"
+#include "device/FileConflicts.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace orvo::host {
+namespace {
+
+void refuseSameFile(const ReplayRequest& request) {
+    if (isSameFile(request.input, request.output))
+        throw Failure(quoted(request.output) +
+                      " is the capture that is to be sent; name another file with --write");
+    if (isSameFile(request.output, "/dev/stdout"))
+        throw Failure(quoted(request.output) +
+                      " is standard output, where the report goes; name another file with --write");
+}
+
+void refuseUnfitting(const ReplayRequest& request, const CaptureReader& capture) {
+    if (request.times != 1 && !capture.isRegularFile())
+        throw UsageFailure(
+            quoted(request.input) +
+            " is no regular file and can be read only once; leave --loop out, or save it first");
+    if (request.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
+        throw UsageFailure("--pace waits in real time; leave --time virtual out");
+}
+
+/// Reads the whole capture, so that a damaged one is refused before anything is sent or replaced. Returns the
+/// number of frames to send; nothing when it is not known: for a pipe, which can be read only once, and for
+/// an endless loop.
+std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const ReplayRequest& request) {
+    if (!capture.isRegularFile()) return std::nullopt;
+    const auto& path = request.input;
+    const Progress progress([&] { return "checking " + path; });
+    CaptureReader reader(path);
+    std::uint64_t frames = 0;
+    Schedule schedule(request.pace);
+    std::chrono::nanoseconds lastDue{0};
+    for (CapturedFrame frame; reader.next(frame); ++frames) {
+        if (!dropReason(frame)) lastDue = schedule.next(frame.recordedAt);
+        throwIfEndRequested();
+    }
+    if (frames == 0) throw Failure(quoted(path) + " holds no frame; name a capture with frames in it");
+    if (request.times != 1 && request.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
+        throw Failure("no time passes between the frames of " + quoted(path) +
+                      ", so --loop has no pace to keep; give one in frames per second with --pace");
+    return request.times > 0 ? std::optional(frames * request.times) : std::nullopt;
+}
+
+std::unique_ptr<PcapngWriter> openOutput(const ReplayRequest& request, PortAddress receivingPort) {
+    if (request.output.empty()) return nullptr;
+    return std::make_unique<PcapngWriter>(request.output, captureInterface(receivingPort));
+}
+
+PortAddress receivingPortOf(const ReplayRequest& request, const BoardAccess& access) {
+    if (request.receivingPort) return *request.receivingPort;
+    const auto wire = access.simulator ? access.simulator->wire(request.port.address) : std::string();
+    const std::string prefix = "port:";
+    if (!wire.starts_with(prefix)) return request.port.address;
+    return PortAddress::parse(wire.substr(prefix.size())).value_or(request.port.address);
+}
+
+std::string progressText(const Replay& replay, std::optional<std::uint64_t> frames) {
+    return fmt::format("{}{} frames sent, {} received", grouped(replay.sentFrames()),
+                       frames ? " of " + grouped(*frames) : "", grouped(replay.receivedFrames()));
+}
+
+/// With faults in virtual time, this thread advances the clock, so that a run can be repeated exactly.
+bool drivesTime(const BoardAccess& access) {
+    return access.hasFaults && access.virtualTime;
+}
+
+/// The board's time since `begin`, counted from the year 2000, as in the simulated board's own captures.
+std::function<pcapng::Timestamp()> boardClock(const BoardAccess& access, std::uint64_t begin) {
+    constexpr pcapng::Timestamp year2000 = 946'684'800'000'000'000;
+    return [&access, begin] { return year2000 + 1000 * (access.simulator->microseconds() - begin); };
+}
+
+ReplayHooks hooksOf(const BoardAccess& access, PortAddress receivingPort, TrafficRun& traffic) {
+    ReplayHooks hooks{[&traffic] { traffic.endFaults(); }, {}, {}};
+    if (!drivesTime(access)) return hooks;
+    hooks.pass = [&access](std::chrono::microseconds time) {
+        access.simulator->advanceTime(static_cast<std::uint64_t>(time.count()));
+    };
+    hooks.hasMore = [&access, receivingPort] {
+        return access.simulator->state(receivingPort)->queuedWords != 0;
+    };
+    return hooks;
+}
+
+std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t late) {
+    const auto sendingPort = report.request.port.address, receivingPort = report.receivingPort;
+    const auto sent = report.result.sent.frames, received = report.result.received.frames;
+    if (sendingPort == receivingPort) return {{sendingPort, sent, received, late}};
+    return {{sendingPort, sent, std::nullopt, std::nullopt}, {receivingPort, std::nullopt, received, late}};
+}
+
+} // namespace
+
+ReplayReport runReplay(const ReplayRequest& request) {
+    CaptureReader capture(request.input);
+    refuseSameFile(request);
+    refuseUnfitting(request, capture);
+    const auto frames = checkCapture(capture, request);
+    const auto port = request.port.address;
+    const BoardAccess access(request.installation, port.board);
+    const auto beginOfTime = access.simulator ? access.simulator->microseconds() : 0;
+    if (access.simulator) refuseFilesOfWires({{request.input}, {request.output}}, *access.simulator);
+    ReplayReport report{.request = request, .receivingPort = receivingPortOf(request, access)};
+    const auto output = openOutput(request, report.receivingPort);
+    requireFrameRegisters(access.libraries, port);
+    TrafficRun traffic(access, request.installation, {port, report.receivingPort}, !request.port.noReset);
+    traffic.open();
+
+    if (output && drivesTime(access)) output->setClock(boardClock(access, beginOfTime));
+    if (output) output->begin();
+    Verifier verifier;
+    {
+        Replay replay(traffic.port(port), traffic.port(report.receivingPort), output.get(),
+                      request.verify || access.hasFaults ? &verifier : nullptr, request.pace,
+                      hooksOf(access, report.receivingPort, traffic));
+        const Progress progress([&] { return progressText(replay, frames); });
+        report.result = replay.run(capture, request.times);
+    }
+    report.interrupted = endRequested() != 0;
+    const auto& verification = verifier.finish();
+    if (request.verify) report.verification = verification;
+    if (output) report.writtenFrames = output->close(report.lostFrames());
+    report.account = traffic.finish(hostCountsOf(report, verification.late));
+    return report;
+}
+
+} // namespace orvo::host

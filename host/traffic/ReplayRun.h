@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// A replay from its request to its report.
+#pragma once
+
+#include "device/BoardAccess.h"
+#include "traffic/Replay.h"
+#include "traffic/TrafficRun.h"
+
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+struct ReplayRequest {
+    std::string input;
+    std::string output; ///< empty: none
+    bool verify = false;
+    Pace pace;
+    std::uint64_t times = 1; ///< that the capture is sent; 0: until a signal ends it
+    PortOptions port;
+    std::optional<PortAddress> receivingPort; ///< nothing: the port that the wire leads to
+    InstallationOptions installation;
+};
+
+struct ReplayReport {
+    ReplayRequest request;
+    PortAddress receivingPort = {};
+    ReplayResult result = {};
+    bool interrupted = false;
+    std::uint64_t writtenFrames = 0;                   ///< in the output, if there is one
+    std::optional<Verifier::Report> verification = {}; ///< with `verify`
+    TrafficAccount account = {};
+
+    /// Frames that were sent and did not come back.
+    std::uint64_t lostFrames() const noexcept;
+    /// Without `verify`, or when every frame of the capture was sent and came back unharmed.
+    bool passed() const noexcept;
+};
+
+/// Everything that can be refused is refused before a board is touched or a file replaced; a signal ends the
+/// replay early. Errors: Failure, UsageFailure; Interruption before the first frame.
+ReplayReport runReplay(const ReplayRequest& request);
+
+std::string textOfReplay(const ReplayReport& report);
+nlohmann::ordered_json jsonOfReplay(const ReplayReport& report);
+
+} // namespace orvo::host

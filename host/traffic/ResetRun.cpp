@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#include "traffic/ResetRun.h"
+
+#include "base/Progress.h"
+#include "base/Signals.h"
+#include "device/Phy.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace orvo::host {
+namespace {
+
+Link linkOf(const BoardAccess& access, PortAddress port) {
+    const auto board = Board::at(access.libraries, port.board);
+    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    return mdio ? readLink(*mdio, port.port) : Link::Unknown;
+}
+
+void reset(const BoardAccess& access, TrafficRun& traffic, ResetReport& report) {
+    report.before = linkOf(access, report.port);
+    const auto start = access.seconds();
+    {
+        const SignalShield noShortSleeps;
+        traffic.port(report.port).forceReset();
+    }
+    const auto afterReset = access.seconds();
+    throwIfEndRequested();
+    tryWaitForLink(access, report.port);
+    report.resetSeconds = afterReset - start;
+    report.linkSeconds = access.seconds() - afterReset;
+    report.after = linkOf(access, report.port);
+}
+
+} // namespace
+
+ResetReport resetPort(const InstallationOptions& installation, PortAddress port) {
+    const BoardAccess access(installation, port.board);
+    requirePhyRegisters(access.libraries, port);
+    TrafficRun traffic(access, installation, {port}, false);
+    const Progress progress([&] { return "resetting port " + port.text() + " (takes about 2 s)"; });
+    traffic.openAlone(port);
+    ResetReport report{.port = port};
+    reset(access, traffic, report);
+    traffic.endFaults();
+    report.account = traffic.finish({{.port = port}});
+    return report;
+}
+
+std::string textOfReset(const ResetReport& report) {
+    return fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
+                       report.port.text(), linkText(report.before), report.resetSeconds,
+                       linkText(report.after), report.linkSeconds);
+}
+
+nlohmann::ordered_json jsonOfReset(const ResetReport& report) {
+    nlohmann::ordered_json document = {{"port", report.port.text()},
+                                       {"linkBefore", linkText(report.before)},
+                                       {"resetSeconds", report.resetSeconds},
+                                       {"linkAfter", linkText(report.after)},
+                                       {"linkSeconds", report.linkSeconds}};
+    if (report.account.ledger) document["faults"] = ledgerJson(*report.account.ledger);
+    return document;
+}
+
+} // namespace orvo::host
