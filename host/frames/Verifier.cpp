@@ -53,6 +53,7 @@ void Verifier::expect(SentFrame frame) {
 void Verifier::receive(const QByteArray& bytes) {
     ++received_;
     if (skipTo(bytes)) {
+        lostRunBegin_ = 0;
         lastIdentical_ = expected_.front().number;
         expected_.pop_front();
         ++report_.identical;

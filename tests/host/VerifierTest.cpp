@@ -67,6 +67,8 @@ TEST(VerifierTest, SaysWhereTheDifferencesAre) {
                     "frames 3 to 5 did not come back",
                     "received frame 4 (60 bytes) was not sent, or had come back before",
                     "frame 4 came back late"));
+    EXPECT_THAT(verify("ABCDEFG", "ACDG").differences,
+                ElementsAre("frame 2 did not come back", "frames 5 to 6 did not come back"));
     EXPECT_THAT(verify("F", "!").differences,
                 ElementsAre("frame 1: the first 50 bytes are the same (60 bytes sent, 50 received)"));
 }

@@ -16,7 +16,7 @@ namespace orvo::sim {
 
 namespace {
 
-using Clock = std::chrono::steady_clock; // networks run in real time
+using SteadyClock = std::chrono::steady_clock; // networks run in real time
 
 // How long a frame waits for room in the interface's send queue.
 constexpr auto sendPatience = std::chrono::milliseconds{40};
@@ -141,7 +141,7 @@ int LiveWire::sendPatiently(WireBytes content) noexcept {
     if (error == 0) [[likely]]
         return 0;
     if (error == ENETDOWN) error = device_->send(content); // the first may report an error from before
-    for (const auto limit = Clock::now() + sendPatience; isFull(error) && Clock::now() < limit;) {
+    for (const auto limit = SteadyClock::now() + sendPatience; isFull(error) && SteadyClock::now() < limit;) {
         pollfd room{error == EAGAIN ? device_->descriptor() : -1, POLLOUT, 0};
         poll(&room, 1, 1);
         error = device_->send(content);
