@@ -88,7 +88,6 @@ class Scratch:
                 (root / name).symlink_to(source / name)
         (root / "sudo").write_text('#!/bin/sh\nexec "$@"\n')
         (root / "sudo").chmod(0o755)
-        (root / "capture.pcapng").write_bytes((source / "tests/data/gige-vision.pcapng").read_bytes())
         for name, text in files.items():
             (root / name).write_text(text)
         self.environment = dict(os.environ, HOME=str(root), USER="root" if os.geteuid() == 0 else "user",
