@@ -7,6 +7,11 @@ set(ORVO_PACKAGE_ROOT /opt/orvo)
 configure_file(packaging/orvo-gige-bridge@.service.in "${orvo_package}/orvo-gige-bridge@.service" @ONLY)
 configure_file(packaging/stage.cmake.in "${orvo_package}/stage.cmake" @ONLY)
 
+# What users read and try. It keeps the structure of docs/, so that links work.
+install(DIRECTORY docs/ DESTINATION share/doc/orvo-gige
+    FILES_MATCHING REGEX "[.](md|svg|png|toml)$" PATTERN man EXCLUDE)
+install(FILES tests/data/gige-vision.pcapng tests/data/mixed-lan.pcap DESTINATION share/doc/orvo-gige/examples)
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME orvo)
 set(CPACK_PACKAGE_VENDOR orvo)

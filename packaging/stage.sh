@@ -60,6 +60,7 @@ documented() { # PACKAGE
 
 stage_runtime() {
     moved $root/share/man usr/share/man
+    moved $root/share/doc/orvo-gige usr/share/doc/orvo-gige
     moved $root/share/bash-completion/completions usr/share/bash-completion/completions
     moved $root/share/zsh/site-functions usr/share/zsh/vendor-completions
     [ ! -d usr/share/man ] || find usr/share/man -type f -exec gzip -9n {} +

@@ -63,16 +63,21 @@ use_doctor() {
     ! grep -E '^(warning|bad|skipped)' "$root.log" | grep -vE "$except" >&2 || fails "doctor has something to mend"
 }
 
+# The package's own.
+guides=/usr/share/doc/orvo-gige
+capture=$guides/examples/gige-vision.pcapng
+
 use_program() {
     local begin
     begin=$(now)
     quietly apt-get install -y --no-install-recommends /packages/orvo-gige.deb
     installed=$(since "$begin")
     inside orvo-gige boards
-    inside orvo-gige replay /packages/capture.pcapng --verify | tee "$root.log"
+    inside orvo-gige replay $capture --verify | tee "$root.log"
     grep -q 'came back identical' "$root.log" || fails "not all frames came back"
     first_frames=$(since "$begin")
     use_doctor
+    inside test -s $guides/README.md
     inside test -s /usr/share/man/man1/orvo-gige.1.gz
     inside bash -n /usr/share/bash-completion/completions/orvo-gige
     inside test -s /usr/share/zsh/vendor-completions/_orvo-gige
@@ -96,7 +101,7 @@ build_examples() {
     developed=$(since "$begin")
     begin=$(now)
     # shellcheck disable=SC2016 # the inner shell's
-    quietly bash -ec '
+    quietly env capture=$capture bash -ec '
         cd /tmp
         for example in echo-host plugin-skeleton; do
             cmake -S /usr/share/doc/orvo-dev/examples/$example -B $example
@@ -105,7 +110,7 @@ build_examples() {
         c++ -std=c++17 /usr/share/doc/orvo-dev/examples/echo-host/main.cpp -o host $(pkg-config --cflags --libs orvo) \
             -Wl,-rpath,$(pkg-config --variable=libdir orvo)
         plugins=$(pkg-config --variable=plugindir orvo)
-        printf "[[board]]\n[board.wires]\n0 = \"pcap:/packages/capture.pcapng\"\n" >board.toml
+        printf "[[board]]\n[board.wires]\n0 = \"pcap:%s\"\n" "$capture" >board.toml
         export ORVO_SIMULATOR_CONFIG=/tmp/board.toml
         for host in ./host echo-host/echo-host; do
             $host $plugins/liborvo-plugin-zume-phy-gige.so 25 30
@@ -135,7 +140,6 @@ try_packages() { # ROOT, PACKAGES
     make_system "$root"
     mkdir "$root/packages"
     for name in orvo-gige orvo-dev; do cp "$2/$name"_*.deb "$root/packages/$name.deb"; done
-    cp "$here/../tests/data/gige-vision.pcapng" "$root/packages/capture.pcapng"
     quietly apt-get update
     list_files >"$root.before"
     echo "system    fresh Debian 12, $(wc -l <"$root.before") files, made in $(since "$begin") s"

@@ -22,7 +22,7 @@ Elf64_Ehdr headOf(const std::filesystem::path& path) {
     return file && std::memcmp(head.e_ident, ELFMAG, SELFMAG) == 0 ? head : Elf64_Ehdr{};
 }
 
-void* open(const std::filesystem::path& path) {
+void* openLibrary(const std::filesystem::path& path) {
     if (!std::filesystem::exists(path))
         throw Failure("there is no " + quoted(path.string()) +
                       "; the installation is incomplete, name a complete one with --root");
@@ -44,7 +44,7 @@ bool isForAnotherProcessor(const std::filesystem::path& library) {
            (differs(EI_CLASS) || differs(EI_DATA) || head.e_machine != own.e_machine);
 }
 
-DynamicLibrary::DynamicLibrary(const std::filesystem::path& path) : path_(path), handle_(open(path)) {}
+DynamicLibrary::DynamicLibrary(const std::filesystem::path& path) : path_(path), handle_(openLibrary(path)) {}
 
 void* DynamicLibrary::address(const char* name) const {
     return dlsym(handle_, name);

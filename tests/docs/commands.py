@@ -12,7 +12,7 @@ shows the source tree, with BUILD as build/release. A comment before a block say
     <!-- needs root -->            run by root only, in turn, in a network namespace of the document's own
     <!-- until Ctrl-C -->          each line gets SIGINT after some seconds, and must end with 0
     <!-- exits with N -->          exit code of the last line
-    <!-- file: NAME -->            the block, in any language, is a file for the commands of the document
+    <!-- file: NAME -->            the block, in any language, is a file that the text says to save: "Save this as `NAME`"
 
 One comment may have several, separated by semicolons."""
 import concurrent.futures
@@ -88,7 +88,6 @@ class Scratch:
                 (root / name).symlink_to(source / name)
         (root / "sudo").write_text('#!/bin/sh\nexec "$@"\n')
         (root / "sudo").chmod(0o755)
-        (root / "capture.pcapng").write_bytes((source / "tests/data/gige-vision.pcapng").read_bytes())
         for name, text in files.items():
             (root / name).write_text(text)
         self.environment = dict(os.environ, HOME=str(root), USER="root" if os.geteuid() == 0 else "user",
@@ -183,6 +182,8 @@ def chains_of(path, name, is_root):
             continue
         last = block
         if block.mark("file") is not None:
+            if f"Save this as `{block.mark('file')}`" not in path.read_text():
+                sys.exit(f"{block.place}: the text must say \"Save this as `{block.mark('file')}`\"")
             files[block.mark("file")] = "\n".join(block.lines) + "\n"
         elif block.language not in ("", "sh") or block.mark("output") is not None:
             continue
