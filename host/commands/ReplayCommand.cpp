@@ -24,7 +24,9 @@ public:
         : Command(program, "replay",
                   "Send every frame of a capture through a port, and receive what comes back") {
         line()
-            .text("IN", "", request_.input, "Capture to send: pcap or pcapng, with Ethernet frames")
+            .text("IN", "", request_.input,
+                  "Capture to send: pcap or pcapng, also gzip-compressed, with Ethernet frames; - is "
+                  "standard input")
             .required();
         line()
             .text("--write", "OUT", request_.output, "Write what the port receives to this file, as pcapng")

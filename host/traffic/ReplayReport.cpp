@@ -69,7 +69,7 @@ std::uint64_t ReplayReport::lostFrames() const noexcept {
 
 std::string textOfReplay(const ReplayReport& report) {
     const auto& result = report.result;
-    auto text = countLine("read", result.read, "from " + report.request.input);
+    auto text = countLine("read", result.read, "from " + report.request.inputName());
     text += countLine("sent", result.sent, "through port " + report.request.port.address.text());
     text += countLine("received", result.received, "at port " + report.receivingPort.text());
     text += dropsOf(report).lines();

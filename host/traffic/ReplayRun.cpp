@@ -12,13 +12,19 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace orvo::host {
 namespace {
 
+/// The capture's file, where it has one.
+std::string inputFile(const ReplayRequest& request) {
+    return request.input == CaptureStream::standardInput ? "/dev/stdin" : request.input;
+}
+
 void refuseSameFile(const ReplayRequest& request) {
-    if (isSameFile(request.input, request.output))
+    if (isSameFile(inputFile(request), request.output))
         throw Failure(quoted(request.output) +
                       " is the capture that is to be sent; name another file with --write");
     if (isSameFile(request.output, "/dev/stdout"))
@@ -26,10 +32,17 @@ void refuseSameFile(const ReplayRequest& request) {
                       " is standard output, where the report goes; name another file with --write");
 }
 
-void refuseUnfitting(const ReplayRequest& request, const CaptureReader& capture) {
-    if (request.times != 1 && !capture.isRegularFile())
+/// Whether the capture can be read several times.
+bool isRegularFile(const ReplayRequest& request) {
+    std::error_code unknown; // then reading gives the reason
+    return request.input != CaptureStream::standardInput &&
+           (std::filesystem::is_regular_file(request.input, unknown) || unknown);
+}
+
+void refuseUnfitting(const ReplayRequest& request) {
+    if (request.times != 1 && !isRegularFile(request))
         throw UsageFailure(
-            quoted(request.input) +
+            request.inputName() +
             " is no regular file and can be read only once; leave --loop out, or save it first");
     if (request.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
         throw UsageFailure("--pace waits in real time; leave --time virtual out");
@@ -38,8 +51,8 @@ void refuseUnfitting(const ReplayRequest& request, const CaptureReader& capture)
 /// Reads the whole capture, so that a damaged one is refused before anything is sent or replaced. Returns the
 /// number of frames to send; nothing when it is not known: for a pipe, which can be read only once, and for
 /// an endless loop.
-std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const ReplayRequest& request) {
-    if (!capture.isRegularFile()) return std::nullopt;
+std::optional<std::uint64_t> checkCapture(const ReplayRequest& request) {
+    if (!isRegularFile(request)) return std::nullopt;
     const auto& path = request.input;
     const Progress progress([&] { return "checking " + path; });
     CaptureReader reader(path);
@@ -110,12 +123,11 @@ std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t la
 ReplayReport runReplay(const ReplayRequest& request) {
     CaptureReader capture(request.input);
     refuseSameFile(request);
-    refuseUnfitting(request, capture);
-    const auto frames = checkCapture(capture, request);
+    const auto frames = checkCapture(request);
     const auto port = request.port.address;
     const BoardAccess access(request.installation, port.board);
     const auto beginOfTime = access.simulator ? access.simulator->microseconds() : 0;
-    if (access.simulator) refuseFilesOfWires({{request.input}, {request.output}}, *access.simulator);
+    if (access.simulator) refuseFilesOfWires({{inputFile(request)}, {request.output}}, *access.simulator);
     ReplayReport report{.request = request, .receivingPort = receivingPortOf(request, access)};
     const auto output = openOutput(request, report.receivingPort);
     requireFrameRegisters(access.libraries, port);
@@ -125,6 +137,7 @@ ReplayReport runReplay(const ReplayRequest& request) {
     if (output && drivesTime(access)) output->setClock(boardClock(access, beginOfTime));
     if (output) output->begin();
     Verifier verifier;
+    refuseUnfitting(request);
     {
         Replay replay(traffic.port(port), traffic.port(report.receivingPort), output.get(),
                       request.verify || access.hasFaults ? &verifier : nullptr, request.pace,

@@ -12,7 +12,7 @@
 namespace orvo::host {
 
 struct ReplayRequest {
-    std::string input;
+    std::string input;  ///< CaptureStream::standardInput is allowed
     std::string output; ///< empty: none
     bool verify = false;
     Pace pace;
@@ -21,6 +21,8 @@ struct ReplayRequest {
     std::optional<PortAddress> receivingPort; ///< nothing: the port that the wire leads to
     InstallationOptions installation;
 };
+
+    std::string inputName() const { return input == CaptureStream::standardInput ? "standard input" : input; }
 
 struct ReplayReport {
     ReplayRequest request;
