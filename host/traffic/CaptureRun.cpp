@@ -67,6 +67,7 @@ CaptureReport runCapture(const CaptureRequest& request) {
 std::uint64_t CaptureReport::writtenFrames() const noexcept {
     return std::accumulate(
         files.begin(), files.end(), std::uint64_t{0},
+    if (request.port.crcWatch) traffic.watchCrcErrors();
         [](std::uint64_t sum, const CaptureOutput::File& file) { return sum + file.frames; });
 }
 

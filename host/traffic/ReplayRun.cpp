@@ -44,7 +44,7 @@ void refuseUnfitting(const ReplayRequest& request) {
         throw UsageFailure(
             request.inputName() +
             " is no regular file and can be read only once; leave --loop out, or save it first");
-    if (request.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
+    if (request.sending.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
         throw UsageFailure("--pace waits in real time; leave --time virtual out");
 }
 
@@ -57,14 +57,14 @@ std::optional<std::uint64_t> checkCapture(const ReplayRequest& request) {
     const Progress progress([&] { return "checking " + path; });
     CaptureReader reader(path);
     std::uint64_t frames = 0;
-    Schedule schedule(request.pace);
+    Schedule schedule(request.sending.pace);
     std::chrono::nanoseconds lastDue{0};
     for (CapturedFrame frame; reader.next(frame); ++frames) {
         if (!dropReason(frame)) lastDue = schedule.next(frame.recordedAt);
         throwIfEndRequested();
     }
     if (frames == 0) throw Failure(quoted(path) + " holds no frame; name a capture with frames in it");
-    if (request.times != 1 && request.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
+    if (request.times != 1 && request.sending.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
         throw Failure("no time passes between the frames of " + quoted(path) +
                       ", so --loop has no pace to keep; give one in frames per second with --pace");
     return request.times > 0 ? std::optional(frames * request.times) : std::nullopt;
@@ -111,6 +111,23 @@ ReplayHooks hooksOf(const BoardAccess& access, PortAddress receivingPort, Traffi
     return hooks;
 }
 
+/// While it lives, this program appends the check sequence of every frame that the port sends.
+class HostChecksums {
+public:
+    explicit HostChecksums(core::zume::PhysicalNetworkInterface& port) : port_(port) {
+        port.enableCustomChecksum(true);
+        if (!port.isCustomChecksumEnabled())
+            throw Failure(
+                "the plug-in leaves the check sequence to the board; leave --fcs and --bad-fcs out");
+    }
+    ~HostChecksums() { port_.enableCustomChecksum(false); }
+    HostChecksums(const HostChecksums&) = delete;
+    HostChecksums& operator=(const HostChecksums&) = delete;
+
+private:
+    core::zume::PhysicalNetworkInterface& port_;
+};
+
 std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t late) {
     const auto sendingPort = report.request.port.address, receivingPort = report.receivingPort;
     const auto sent = report.result.sent.frames, received = report.result.received.frames;
@@ -121,6 +138,7 @@ std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t la
 } // namespace
 
 ReplayReport runReplay(const ReplayRequest& request) {
+    refuseUnfitting(request);
     CaptureReader capture(request.input);
     refuseSameFile(request);
     const auto frames = checkCapture(request);
@@ -131,16 +149,19 @@ ReplayReport runReplay(const ReplayRequest& request) {
     ReplayReport report{.request = request, .receivingPort = receivingPortOf(request, access)};
     const auto output = openOutput(request, report.receivingPort);
     requireFrameRegisters(access.libraries, port);
+    if (request.hostMakesFcs) requireChecksumRegister(access.libraries, port);
     TrafficRun traffic(access, request.installation, {port, report.receivingPort}, !request.port.noReset);
+    if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.open();
 
     if (output && drivesTime(access)) output->setClock(boardClock(access, beginOfTime));
     if (output) output->begin();
     Verifier verifier;
-    refuseUnfitting(request);
     {
+        std::optional<HostChecksums> checksums;
+        if (request.hostMakesFcs) checksums.emplace(traffic.port(port));
         Replay replay(traffic.port(port), traffic.port(report.receivingPort), output.get(),
-                      request.verify || access.hasFaults ? &verifier : nullptr, request.pace,
+                      request.verify || access.hasFaults ? &verifier : nullptr, request.sending,
                       hooksOf(access, report.receivingPort, traffic));
         const Progress progress([&] { return progressText(replay, frames); });
         report.result = replay.run(capture, request.times);
