@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 
 namespace orvo::host {
 namespace {
@@ -79,7 +80,9 @@ ssize_t CaptureStream::begin() noexcept {
     hasBegun_ = true;
     if (!isGzip(input_)) return 0;
     inflating_.reset(new (std::nothrow) z_stream{});
-    return inflating_ && inflateInit2(inflating_.get(), gzipFormat) == Z_OK ? 0 : fail("out of memory");
+    if (inflating_ && inflateInit2(inflating_.get(), gzipFormat) == Z_OK) return 0;
+    errno = ENOMEM;
+    return -1;
 }
 
 ssize_t CaptureStream::readRaw(Room room) const noexcept {
