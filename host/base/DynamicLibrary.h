@@ -15,9 +15,9 @@ public:
     /// Errors: Failure when the file is missing or cannot be loaded.
     explicit DynamicLibrary(const std::filesystem::path& path);
 
-    /// The function of this name and type; null when the library has none.
-    template <class Function> Function* find(const char* name) const {
-        return reinterpret_cast<Function*>(address(name));
+    /// The function or variable of this name and type; null when the library has none.
+    template <class Type> Type* find(const char* name) const {
+        return reinterpret_cast<Type*>(address(name));
     }
 
     /// Takes the type of the function pointer that it is assigned to.

@@ -15,27 +15,33 @@ constexpr double longestSeconds = 1e9; // 31 years
 class CaptureCommand : public Command {
 public:
     explicit CaptureCommand(Program& program)
-        : Command(program, "capture", "Write what a port receives as pcapng, until interrupted") {
-        line()
-            .text("--write", "OUT", request_.output, "File to write; - is standard output, for a pipe")
-            .required();
-        line().number("--count", request_.limits.frames, {.least = 1}, "End after so many frames written");
+        : Command(program, "capture", "Show what a port receives, or write it as pcapng, until interrupted") {
+        const auto output =
+            line()
+                .text("--write", "OUT", request_.output,
+                      "Write the frames to this file, as pcapng; - is standard output, for a pipe (default: "
+                      "print a line for each frame)")
+                .notEmpty();
+        line().number("--count", request_.limits.frames, {.least = 1},
+                      "End after so many frames written or shown");
         line().value(
             "--duration", "S",
             [this](const std::string& text) {
                 request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
             },
             "End after so many seconds");
-        line().value(
-            "--ring", "N:SIZE",
-            [this](const std::string& text) {
-                request_.ring =
-                    parsed(FileRing::parse(text), text,
-                           "FILES:SIZE with at least 2 files of at least 4096 bytes, such as 10:100M");
-            },
-            "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number");
+        line()
+            .value(
+                "--ring", "N:SIZE",
+                [this](const std::string& text) {
+                    request_.ring =
+                        parsed(FileRing::parse(text), text,
+                               "FILES:SIZE with at least 2 files of at least 4096 bytes, such as 10:100M");
+                },
+                "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number")
+            .needs(output);
         line().text("--filter", "EXPR", request_.filter,
-                    "Write only frames that match, in libpcap's filter language");
+                    "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);
     }
 
@@ -43,8 +49,8 @@ public:
         const auto report = runCapture(request_);
         const bool isAccounted = printLedger(report.account.ledger);
         const auto text = json_ ? jsonText(jsonOfCapture(report)) : textOfCapture(report);
-        if (request_.output == CaptureOutput::standardOutput)
-            std::fputs(text.c_str(), stderr); // standard output is the capture
+        if (request_.output.empty() || request_.output == FrameOutput::standardOutput)
+            std::fputs(text.c_str(), stderr); // standard output has the frames
         else
             print(text);
         if (report.result.failure) std::rethrow_exception(report.result.failure);

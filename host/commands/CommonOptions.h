@@ -25,12 +25,13 @@ void addFaultOptions(CommandLine& line, InstallationOptions& options);
 void addAddressOptions(CommandLine& line, PortAddress& address);
 
 /// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
-/// --root,
-/// --wire, --time, --faults, --seed and --json.
+/// --crc-watch, --root, --wire, --time, --faults, --seed and --json.
 template <class Request> void addTrafficOptions(CommandLine& line, Request& request, bool& json) {
     addAddressOptions(line, request.port.address);
     line.flag("--no-reset", request.port.noReset,
               "Do not reset the board's GigE hardware first (it must be running)");
+    line.flag("--crc-watch", request.port.crcWatch,
+              "Have the plug-in log frames with a wrong check sequence as they come (on standard error)");
     addInstallationOptions(line, request.installation);
     addFaultOptions(line, request.installation);
     line.flag("--json", json, "Print the report as JSON");

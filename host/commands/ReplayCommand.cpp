@@ -24,7 +24,9 @@ public:
         : Command(program, "replay",
                   "Send every frame of a capture through a port, and receive what comes back") {
         line()
-            .text("IN", "", request_.input, "Capture to send: pcap or pcapng, with Ethernet frames")
+            .text("IN", "", request_.input,
+                  "Capture to send: pcap or pcapng, also gzip-compressed, with Ethernet frames; - is "
+                  "standard input")
             .required();
         line()
             .text("--write", "OUT", request_.output, "Write what the port receives to this file, as pcapng")
@@ -33,7 +35,7 @@ public:
                     "Demand that every frame is sent and comes back identical and in order");
         line().value(
             "--pace", "recorded|Nx|PPS|max",
-            [this](const std::string& text) { request_.pace = paceFrom(text); },
+            [this](const std::string& text) { request_.sending.pace = paceFrom(text); },
             "Send as recorded, N times as fast (2x, 0.5x), at a rate in frames per second (1000), or as fast "
             "as the receiving side keeps up (max, default)");
         line().number("--loop", request_.times, {},
@@ -44,10 +46,20 @@ public:
                 request_.receivingPort = parsed(PortAddress::parse(text), text, "BOARD/PORT, such as 0/1");
             },
             "Port that receives (default: the one that the simulated wire leads to, else the sending one)");
+        line().choice(
+            "--fcs", {"board", "host"}, [this](const std::string& text) { fcsMaker_ = text; },
+            "Who makes the frame check sequences: the board (default), or this program");
+        line().number("--bad-fcs", request_.sending.spoiledEvery, {.least = 1},
+                      "Send every Nth frame with a wrong check sequence; implies --fcs host");
         addTrafficOptions(line(), request_, json_);
     }
 
     int run() override {
+        const bool spoils = request_.sending.spoiledEvery != 0;
+        if (spoils && fcsMaker_ == "board")
+            throw UsageFailure(
+                "the board makes right check sequences only; leave --fcs board or --bad-fcs out");
+        request_.hostMakesFcs = spoils || fcsMaker_ == "host";
         const auto report = runReplay(request_);
         const bool isAccounted = printLedger(report.account.ledger);
         json_ ? print(jsonOfReplay(report)) : print(textOfReplay(report));
@@ -57,6 +69,7 @@ public:
 
 private:
     ReplayRequest request_;
+    std::string fcsMaker_;
     bool json_ = false;
 };
 

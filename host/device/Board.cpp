@@ -59,10 +59,12 @@ std::optional<std::uint64_t> Board::lostWords(unsigned queue) const {
 
 namespace {
 
+constexpr auto otherPort = "load a firmware with GigE ports or choose another --board or --port";
+
 /// Errors: Failure naming the registers that the port's board lacks; `purpose` is "VERB ...", the port
 /// follows.
 void requireRegisters(const BoardLibraries& libraries, PortAddress address, const std::string& purpose,
-                      const std::vector<std::string>& names) {
+                      const std::vector<std::string>& names, const std::string& advice = otherPort) {
     const auto board = Board::at(libraries, address.board);
     if (!board || address.port >= board->gigePorts()) return;
     std::string missing;
@@ -71,8 +73,7 @@ void requireRegisters(const BoardLibraries& libraries, PortAddress address, cons
     if (missing.empty()) return;
     throw Failure("firmware " + board->firmware() + " of board " + std::to_string(address.board) +
                   " cannot " + purpose + " port " + std::to_string(address.port) +
-                  ": it lacks the register(s) " + missing +
-                  "; load a firmware with GigE ports or choose another --board or --port");
+                  ": it lacks the register(s) " + missing + "; " + advice);
 }
 
 } // namespace
@@ -81,6 +82,12 @@ void requireFrameRegisters(const BoardLibraries& libraries, PortAddress address)
     const auto port = std::to_string(address.port);
     requireRegisters(libraries, address, "send on",
                      {"GigeBufferReset" + port, "GigeWriteData" + port, "GigeWriteComplete" + port});
+}
+
+void requireChecksumRegister(const BoardLibraries& libraries, PortAddress address) {
+    requireRegisters(libraries, address, "take check sequences from the host at",
+                     {"GigeTxDisableCrcGeneration" + std::to_string(address.port)},
+                     "leave --fcs and --bad-fcs out, or choose another --board or --port");
 }
 
 void requirePhyRegisters(const BoardLibraries& libraries, PortAddress address) {

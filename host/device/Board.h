@@ -54,6 +54,8 @@ private:
 /// Errors: Failure naming those that the firmware lacks. A board or port that does not exist passes: the
 /// plug-in reports it.
 void requireFrameRegisters(const BoardLibraries& libraries, PortAddress address);
+/// The register that leaves the frame check sequence to the host.
+void requireChecksumRegister(const BoardLibraries& libraries, PortAddress address);
 void requirePhyRegisters(const BoardLibraries& libraries, PortAddress address);
 
 } // namespace orvo::host

@@ -34,10 +34,11 @@ struct InstallationOptions {
     void requireRealTime() const;
 };
 
-/// Which port, and whether its board is reset first.
+/// Which port, and how it is used.
 struct PortOptions {
     PortAddress address;
-    bool noReset = false;
+    bool noReset = false;  ///< do not reset its board first
+    bool crcWatch = false; ///< have the plug-in log receive errors
 };
 
 /// An installation's board libraries, opened, and its simulated board, if it has one, cabled.

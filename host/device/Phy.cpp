@@ -96,6 +96,12 @@ Link readLink(MdioMaster& mdio, unsigned port) {
     return (*status & statusLinkBit) != 0 ? Link::Up : Link::Down;
 }
 
+Link readLink(const BoardAccess& access, PortAddress port) {
+    const auto board = Board::at(access.libraries, port.board);
+    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    return mdio ? readLink(*mdio, port.port) : Link::Unknown;
+}
+
 bool tryWaitForLink(const BoardAccess& access, PortAddress port) {
     return access.simulator ? awaitSimulatedLink(access, port) : awaitRealLink(access, port);
 }

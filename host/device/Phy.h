@@ -40,6 +40,10 @@ const char* linkText(Link link);
 /// The link of a port as its PHY reports it now.
 Link readLink(MdioMaster& mdio, unsigned port);
 
+/// The same, for a board that nobody resets or dumps; takes half a second. Unknown where the firmware lacks
+/// the MDIO registers.
+Link readLink(const BoardAccess& access, PortAddress port);
+
 /// Waits up to 10 s for a port's link; returns at once where the firmware lacks the MDIO registers. A real
 /// board's PHY is read over MDIO, so the board must not be in a reset.
 /// Errors: Failure when the link stays down; Interruption.

@@ -4,10 +4,13 @@
 #include "base/DynamicLibrary.h"
 #include "base/Failure.h"
 
+#include <atomic>
 #include <new>
 
 namespace orvo::host {
 namespace {
+
+constexpr auto crcWatchFlag = "_ZN4orvo4core4zume20c_MONITOR_CRC_ERRORSE"; // a bool, by its linker name
 
 /// Runs one step of loading, and turns its errors into Failures.
 template <class Step> auto loading(const Installation& installation, Step step) {
@@ -43,6 +46,15 @@ boost::shared_ptr<core::zume::PhysicalNetworkInterface> Plugin::createInterface(
         throw Failure("plug-in " + quoted(library_.path()) +
                       " does not create a network interface; name another installation with --root");
     return interface;
+}
+
+void Plugin::watchCrcErrors() {
+    auto* const flag = DynamicLibrary(library_.path()).find<bool>(crcWatchFlag);
+    if (!flag)
+        throw Failure("plug-in " + quoted(library_.path()) +
+                      " has no watch for CRC errors; leave --crc-watch out or name another installation "
+                      "with --root");
+    std::atomic_ref(*flag).store(true, std::memory_order_relaxed);
 }
 
 } // namespace orvo::host

@@ -20,6 +20,10 @@ public:
 
     boost::shared_ptr<core::zume::PhysicalNetworkInterface> createInterface();
 
+    /// From now on, every interface compares the firmware's count of receive errors at each `receive`, and
+    /// logs when it grew. Errors: Failure when the plug-in has no such watch.
+    void watchCrcErrors();
+
 private:
     core::PluginLibrary library_;
 };

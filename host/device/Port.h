@@ -51,6 +51,9 @@ public:
     /// `address` is one of those given.
     Port& at(PortAddress address);
 
+    /// As Plugin::watchCrcErrors.
+    void watchCrcErrors() { plugin_.watchCrcErrors(); }
+
     /// Opens all ports and waits for their links. Errors: Failure when a port cannot be opened or has no
     /// link; Interruption.
     void open();

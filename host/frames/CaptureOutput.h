@@ -2,10 +2,10 @@
 // Where captured frames go: a file, standard output, or files in turn.
 #pragma once
 
+#include "frames/FrameOutput.h"
 #include "frames/PcapngWriter.h"
 
 #include <cstdint>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,47 +26,25 @@ struct FileRing {
     std::string fileName(const std::string& path, unsigned number) const;
 };
 
-/// Writes frames as pcapng. Every file is complete and readable however the program ends. One thread at a
-/// time.
-class CaptureOutput {
+/// Writes frames as pcapng. Every file is complete and readable however the program ends. A full ring
+/// overwrites its oldest file.
+class CaptureOutput final : public FrameOutput {
 public:
-    static constexpr auto standardOutput = "-"; ///< as path
-
     using Interface = pcapng::Interface;
 
-    /// Makes sure that the file, or the first of a ring, can be written. Errors: Failure, as in all that
-    /// follow.
+    /// Makes sure that the file, or the first of a ring, can be written. `path` may be standardOutput.
+    /// Errors: Failure.
     CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);
 
-    /// Files that may be written; none for standard output.
-    std::vector<std::string> paths() const;
-
-    /// From now on files are replaced.
-    void begin();
-
-    /// Adds a frame with the present time; a full ring overwrites its oldest file.
-    void write(const void* frame, std::size_t bytes);
-
-    /// Makes everything visible to readers of the file.
-    void flush() { writer_->flush(); }
-
-    /// Whether the pipe's reader closed it.
-    bool readerGone() const noexcept { return writer_->readerGone(); }
-
-    /// From now on, a reader that stalls is no longer waited for. Any thread.
-    void hurry() noexcept { ending_.raise(); }
-
-    /// Completes the file as far as possible.
-    void close();
-
-    struct File {
-        std::string path;
-        std::uint64_t frames = 0; ///< known once the file is complete
-    };
-    /// After `close`: the files with the captured frames, oldest first.
-    const std::deque<File>& files() const noexcept { return files_; }
-    /// After `close`: frames that a ring overwrote.
-    std::uint64_t overwrittenFrames() const noexcept { return overwrittenFrames_; }
+    std::vector<std::string> paths() const override;
+    void begin() override;
+    void write(const void* frame, std::size_t bytes) override;
+    void flush() override { writer_->flush(); }
+    bool readerGone() const noexcept override { return writer_->readerGone(); }
+    void hurry() noexcept override { ending_.raise(); }
+    void close() override;
+    const std::deque<File>& files() const noexcept override { return files_; }
+    std::uint64_t overwrittenFrames() const noexcept override { return overwrittenFrames_; }
 
 private:
     void open();

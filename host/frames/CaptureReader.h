@@ -2,6 +2,8 @@
 // Reading of capture files through libpcap.
 #pragma once
 
+#include "frames/CaptureStream.h"
+
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -22,10 +24,12 @@ struct CapturedFrame {
     std::chrono::nanoseconds recordedAt{0}; ///< since the epoch
 };
 
-/// Reads the frames of a pcap or pcapng file or pipe one by one, in constant memory. Ethernet only.
+/// Reads the frames of a pcap or pcapng file, pipe or standard input one by one, in constant memory, also
+/// gzip-compressed ones. Ethernet only.
 class CaptureReader {
 public:
-    /// Errors: Failure when the file is missing, unreadable, empty, not a capture, or of another link type.
+    /// CaptureStream::standardInput is allowed as path. Errors: Failure when the file is missing, unreadable,
+    /// empty, not a capture, or of another link type.
     explicit CaptureReader(std::string path);
     ~CaptureReader();
 
@@ -35,9 +39,6 @@ public:
 
     const std::string& path() const noexcept { return path_; }
 
-    /// Whether it is a regular file, which can be read twice.
-    bool isRegularFile() const noexcept { return regularFile_; }
-
 private:
     struct Close {
         void operator()(pcap* capture) const noexcept;
@@ -45,10 +46,11 @@ private:
 
     void open();
     void checkLinkType() const;
+    const std::string& name() const noexcept { return stream_.name(); }
+    std::string reasonOr(const char* reason) const;
 
     const std::string path_;
-    bool regularFile_ = false;
-    int descriptor_ = -1; // the capture's, which closes it
+    CaptureStream stream_;
     std::unique_ptr<pcap, Close> capture_;
     std::size_t fcsBytes_ = 0; // frame check sequence at the end of every frame, according to the file
     std::uint64_t frames_ = 0;

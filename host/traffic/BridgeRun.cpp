@@ -183,6 +183,7 @@ BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& settin
     if (access.simulator) refuseTapAsWire(request.tap, access.simulator->wire(port), !setting.wires);
     requireFrameRegisters(access.libraries, port);
     TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.openLive();
 
     BridgeReport report{.request = request};

@@ -2,12 +2,12 @@
 #include "traffic/Capture.h"
 
 #include "base/Signals.h"
+#include "frames/BlockFile.h"
 
 #include <poll.h>
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 #include <thread>
 
@@ -18,7 +18,9 @@ using namespace std::chrono_literals;
 
 // A reader of the output sees a single frame at once, and frames in a row after this time at most.
 constexpr auto showInterval = 50ms;
-constexpr double longestPollMs = 3'600'000;
+constexpr auto silenceLimit = 3s;
+constexpr std::chrono::milliseconds longestPoll = 1h;
+constexpr auto never = std::chrono::steady_clock::time_point::max();
 
 } // namespace
 
@@ -28,21 +30,21 @@ const char* textOfCaptureEnd(CaptureEnd end) {
     return texts[static_cast<std::size_t>(end)];
 }
 
-Capture::Capture(core::zume::PhysicalNetworkInterface& port, CaptureOutput& output, const FrameFilter* filter)
+Capture::Capture(core::zume::PhysicalNetworkInterface& port, FrameOutput& output, const FrameFilter* filter)
     : port_(port), output_(output), filter_(filter) {}
 
 CaptureTotals Capture::totals() const noexcept {
     return {counters_.received.value(), counters_.written.value(), counters_.filteredOut.value()};
 }
 
-CaptureResult Capture::run(const CaptureLimits& limits, const std::function<void()>& ending) {
+CaptureResult Capture::run(const CaptureLimits& limits, const Call& ending, const Call& silent) {
     framesLeft_ = limits.frames != 0 ? limits.frames : std::numeric_limits<std::uint64_t>::max();
     std::thread thread;
     {
         const SignalShield handledHere; // the thread inherits it
         thread = std::thread([this] { receiveAll(); });
     }
-    const auto end = awaitEnd(limits.time);
+    const auto end = awaitEnd(limits.time, silent);
     stopRequested_ = true;
     output_.hurry();
     ending();
@@ -51,20 +53,27 @@ CaptureResult Capture::run(const CaptureLimits& limits, const std::function<void
     return {totals(), ownEnd_.value_or(end), failure_};
 }
 
-CaptureEnd Capture::awaitEnd(std::chrono::duration<double> limit) const {
-    constexpr std::chrono::duration<double> noTime{0};
+CaptureEnd Capture::awaitEnd(std::chrono::duration<double> limit, const Call& silent) const {
     const auto begin = Clock::now();
+    const auto end = limit.count() > 0 ? begin + std::chrono::ceil<Clock::duration>(limit) : never;
+    const auto firstLook = begin + silenceLimit;
+    if (firstLook < end) {
+        if (awaitEndUntil(firstLook)) return CaptureEnd::Signal;
+        if (counters_.received.value().frames == 0 && silent) silent();
+    }
+    return awaitEndUntil(end) ? CaptureEnd::Signal : CaptureEnd::Time;
+}
+
+/// Returns whether a signal, or the receiving thread, ended the capture before `limit`.
+bool Capture::awaitEndUntil(Clock::time_point limit) const {
     std::array<pollfd, 2> sources = {{{endDescriptor(), POLLIN, 0}, {threadEnded_.descriptor(), POLLIN, 0}}};
     while (endRequested() == 0 && sources[1].revents == 0) {
-        int waitMs = -1;
-        if (limit > noTime) {
-            const std::chrono::duration<double, std::milli> left = limit - (Clock::now() - begin);
-            if (left <= noTime) return CaptureEnd::Time;
-            waitMs = static_cast<int>(std::ceil(std::min(left.count(), longestPollMs)));
-        }
-        if (poll(sources.data(), sources.size(), waitMs) < 0) sources[1].revents = 0; // a signal
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now());
+        if (left <= 0ms) return false;
+        if (poll(sources.data(), sources.size(), static_cast<int>(std::min(left, longestPoll).count())) < 0)
+            sources[1].revents = 0; // a signal
     }
-    return CaptureEnd::Signal;
+    return true;
 }
 
 void Capture::receiveAll() noexcept {

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
-#include "frames/CaptureOutput.h"
 #include "frames/FrameCount.h"
 #include "frames/FrameFilter.h"
+#include "frames/FrameOutput.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
@@ -42,12 +42,14 @@ struct CaptureResult {
 class Capture {
 public:
     /// `filter` may be null; what is given must outlive the capture.
-    Capture(core::zume::PhysicalNetworkInterface& port, CaptureOutput& output, const FrameFilter* filter);
+    Capture(core::zume::PhysicalNetworkInterface& port, FrameOutput& output, const FrameFilter* filter);
+
+    using Call = std::function<void()>; ///< on the thread that calls `run`
 
     /// Captures until a signal asks for the end, a limit is reached or the output's reader is gone. Then
     /// calls `ending`, waits for at most one empty `receive` of the port, and closes the output; a reader
-    /// that stalls has 50 ms for the rest.
-    CaptureResult run(const CaptureLimits& limits, const std::function<void()>& ending);
+    /// that stalls has 50 ms for the rest. Calls `silent` once if no frame came within the first 3 s.
+    CaptureResult run(const CaptureLimits& limits, const Call& ending, const Call& silent = {});
 
     /// Any thread.
     CaptureTotals totals() const noexcept;
@@ -55,7 +57,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    CaptureEnd awaitEnd(std::chrono::duration<double> limit) const;
+    CaptureEnd awaitEnd(std::chrono::duration<double> limit, const Call& silent) const;
+    bool awaitEndUntil(Clock::time_point limit) const;
     void receiveAll() noexcept;
     void receiveOne();
     void take(const QByteArray& frame);
@@ -65,7 +68,7 @@ private:
     void noteFailure() noexcept;
 
     core::zume::PhysicalNetworkInterface& port_;
-    CaptureOutput& output_;
+    FrameOutput& output_;
     const FrameFilter* const filter_;
     std::uint64_t framesLeft_ = 0; // to the limit
     Clock::time_point shownAt_{};  // when the output was last flushed

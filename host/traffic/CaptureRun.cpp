@@ -7,10 +7,13 @@
 #include "base/Progress.h"
 #include "base/Signals.h"
 #include "device/FileConflicts.h"
+#include "frames/FrameLines.h"
 #include "frames/FrameReport.h"
+#include "traffic/SilentPort.h"
 
 #include <fmt/format.h>
 
+#include <memory>
 #include <numeric>
 
 namespace orvo::host {
@@ -23,21 +26,33 @@ std::string progressText(const CaptureTotals& totals) {
                        static_cast<double>(totals.received.bytes) / 1e6, grouped(totals.written.frames));
 }
 
-CaptureResult record(const CaptureRequest& request, TrafficRun& traffic, CaptureOutput& output,
-                     const FrameFilter* filter) {
+std::unique_ptr<FrameOutput> openOutput(const CaptureRequest& request) {
+    if (request.output.empty()) return std::make_unique<FrameLines>();
+    return std::make_unique<CaptureOutput>(request.output, captureInterface(request.port.address),
+                                           request.ring);
+}
+
+CaptureResult record(const CaptureRequest& request, const BoardAccess& access, TrafficRun& traffic,
+                     FrameOutput& output, const FrameFilter* filter) {
     const auto port = request.port.address;
     output.begin();
     Capture capture(traffic.port(port), output, filter);
     if (endRequested() == 0) notice("capturing at port " + port.text() + "; end with Ctrl-C");
-    const Progress progress([&] { return progressText(capture.totals()); });
-    return capture.run(request.limits, [&] { traffic.stop(); });
+    std::optional<Progress> progress;
+    if (!request.output.empty()) // lines for people show the progress themselves
+        progress.emplace([&] { return progressText(capture.totals()); });
+    const auto explain = [&] {
+        notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(access, port));
+    };
+    return capture.run(
+        request.limits, [&] { traffic.stop(); }, explain);
 }
 
 std::string filesOf(const CaptureReport& report) {
     std::string text;
     for (const auto& file : report.files)
         text += (text.empty() ? "" : ", ") +
-                (file.path == CaptureOutput::standardOutput ? "standard output" : file.path);
+                (file.path == FrameOutput::standardOutput ? "standard output" : file.path);
     return text;
 }
 
@@ -48,18 +63,19 @@ CaptureReport runCapture(const CaptureRequest& request) {
     const auto port = request.port.address;
     std::optional<FrameFilter> filter;
     if (!request.filter.empty()) filter.emplace(request.filter);
-    CaptureOutput output(request.output, captureInterface(port), request.ring);
+    const auto output = openOutput(request);
     const BoardAccess access(request.installation, port.board);
-    if (access.simulator) refuseFilesOfWires({.written = output.paths()}, *access.simulator);
+    if (access.simulator) refuseFilesOfWires({.written = output->paths()}, *access.simulator);
     TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.openLive();
 
     CaptureReport report{.request = request};
     const auto begin = Clock::now();
-    report.result = record(request, traffic, output, filter ? &*filter : nullptr);
+    report.result = record(request, access, traffic, *output, filter ? &*filter : nullptr);
     report.duration = Clock::now() - begin;
-    report.files = output.files();
-    report.overwrittenFrames = output.overwrittenFrames();
+    report.files = output->files();
+    report.overwrittenFrames = output->overwrittenFrames();
     report.account = traffic.finish({{.port = port, .received = report.result.totals.received.frames}});
     return report;
 }
@@ -67,7 +83,7 @@ CaptureReport runCapture(const CaptureRequest& request) {
 std::uint64_t CaptureReport::writtenFrames() const noexcept {
     return std::accumulate(
         files.begin(), files.end(), std::uint64_t{0},
-        [](std::uint64_t sum, const CaptureOutput::File& file) { return sum + file.frames; });
+        [](std::uint64_t sum, const FrameOutput::File& file) { return sum + file.frames; });
 }
 
 std::uint64_t CaptureReport::unwrittenFrames() const noexcept {

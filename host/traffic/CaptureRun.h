@@ -14,7 +14,8 @@
 namespace orvo::host {
 
 struct CaptureRequest {
-    std::string output; ///< CaptureOutput::standardOutput is allowed
+    std::string
+        output; ///< FrameOutput::standardOutput is allowed; empty: lines for people on standard output
     std::optional<FileRing> ring;
     std::string filter; ///< empty: every frame passes
     CaptureLimits limits;
@@ -25,8 +26,8 @@ struct CaptureRequest {
 struct CaptureReport {
     CaptureRequest request;
     CaptureResult result = {};
-    std::deque<CaptureOutput::File> files = {}; ///< with the captured frames, oldest first
-    std::uint64_t overwrittenFrames = 0;        ///< of a ring
+    std::deque<FrameOutput::File> files = {}; ///< with the captured frames, oldest first
+    std::uint64_t overwrittenFrames = 0;      ///< of a ring
     std::chrono::duration<double> duration = {};
     TrafficAccount account = {};
 

@@ -18,6 +18,8 @@ using core::zume::EthernetFrame;
 // Between two readings of what came back; a quarter of the window takes 0.5 ms at full speed.
 constexpr std::chrono::microseconds observePause{50};
 
+constexpr unsigned wrongInEveryBit = 0xFFFF'FFFF; // error mask of a check sequence
+
 constexpr std::int64_t wireNanoseconds = 8;   // a byte at 1000 Mbit/s
 constexpr std::size_t wireOverheadBytes = 24; // frame check sequence, preamble and gap
 constexpr std::chrono::seconds longestGap{1};
@@ -30,13 +32,15 @@ std::uint64_t ReplayResult::droppedFrames() const noexcept {
 }
 
 std::uint64_t ReplayResult::missingFrames() const noexcept {
-    return sent.frames - std::min(sent.frames, received.frames);
+    const auto good = sent.frames - spoiled;
+    return good - std::min(good, received.frames);
 }
 
 Replay::Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
-               PcapngWriter* file, Verifier* verifier, const Pace& pace, ReplayHooks hooks)
-    : sender_(sender), verifying_(verifier), paced_(pace.kind != Pace::Kind::Max), hooks_(std::move(hooks)),
-      schedule_(pace), receiver_(receiver, file, verifier) {}
+               PcapngWriter* file, Verifier* verifier, const SendOptions& options, ReplayHooks hooks)
+    : sender_(sender), verifying_(verifier), paced_(options.pace.kind != Pace::Kind::Max),
+      spoiledEvery_(options.spoiledEvery), hooks_(std::move(hooks)), schedule_(options.pace),
+      receiver_(receiver, file, verifier) {}
 
 ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
     if (!isInTurn()) receiver_.start();
@@ -50,6 +54,7 @@ ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
     if (hooks_.allSent) hooks_.allSent();
     isInTurn() ? receiveAll() : awaitReturn();
     receiver_.stop();
+    if (result_.spoiled != 0) receiver_.poll(); // the plug-in's watch for CRC errors then sees the last ones
     if (failure && endRequested() == 0) std::rethrow_exception(failure);
     result_.received = {receiver_.returned().frames, receiver_.receivedBytes()};
     result_.duration = std::max(lastSend_, window_.lastReturn()) - begin_;
@@ -88,10 +93,11 @@ void Replay::send(const CapturedFrame& frame) {
         passTime(frame);
     else if (!awaitTurn(frame, queueWords(size)))
         return; // a signal asked for the end: this frame and those after it are not sent
-    if (!announce(bytes, frame.number)) return;
+    const bool isSpoiled = isNextSpoiled();
+    if (!isSpoiled && !announce(bytes, frame.number)) return;
     result_.read.add(frame.length);
-    hand(std::move(bytes));
-    window_.sent(queueWords(size));
+    hand(std::move(bytes), isSpoiled);
+    isSpoiled ? void(++result_.spoiled) : window_.sent(queueWords(size));
     result_.sent.add(size);
     sentFrames_.store(result_.sent.frames, std::memory_order_relaxed);
     if (isInTurn()) receiveAll();
@@ -106,8 +112,14 @@ bool Replay::announce(const QByteArray& bytes, std::uint64_t number) {
     return true;
 }
 
-void Replay::hand(QByteArray&& bytes) {
-    sender_.addToSendQueue(boost::make_shared<EthernetFrame>(std::move(bytes)));
+bool Replay::isNextSpoiled() const noexcept {
+    return spoiledEvery_ != 0 && (result_.sent.frames + 1) % spoiledEvery_ == 0;
+}
+
+void Replay::hand(QByteArray&& bytes, bool isSpoiled) {
+    auto frame = boost::make_shared<EthernetFrame>(std::move(bytes));
+    if (isSpoiled) frame->appendFcs(wrongInEveryBit);
+    sender_.addToSendQueue(std::move(frame));
     sender_.transmitSendQueue();
     lastSend_ = SendWindow::Clock::now();
 }

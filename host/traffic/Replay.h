@@ -20,14 +20,23 @@ namespace orvo::host {
 struct ReplayResult {
     FrameCount read;
     FrameCount sent;                                      ///< padding included
+    std::uint64_t spoiled = 0;                            ///< of these, with a wrong check sequence
     FrameCount received;                                  ///< padding included
     std::array<std::uint64_t, dropReasonCount> dropped{}; ///< frames that could not be sent, by DropReason
     std::chrono::nanoseconds duration{0}; ///< from the first frame sent to the last one sent or received
     std::chrono::nanoseconds latest{0};   ///< how late the latest frame was sent
 
     std::uint64_t droppedFrames() const noexcept;
-    /// Frames sent minus frames received.
+    /// Frames sent with a right check sequence, minus frames received.
     std::uint64_t missingFrames() const noexcept;
+};
+
+/// How frames are sent.
+struct SendOptions {
+    Pace pace;
+    /// Every frame of this number carries a wrong check sequence, so that the receiving end must drop it; 0:
+    /// none does. The sending port must have its custom checksum enabled.
+    std::uint64_t spoiledEvery = 0;
 };
 
 /// Calls out of a replay.
@@ -46,7 +55,7 @@ class Replay {
 public:
     /// `file` and `verifier` may be null.
     Replay(core::zume::PhysicalNetworkInterface& sender, core::zume::PhysicalNetworkInterface& receiver,
-           PcapngWriter* file, Verifier* verifier, const Pace& pace = {}, ReplayHooks hooks = {});
+           PcapngWriter* file, Verifier* verifier, const SendOptions& options = {}, ReplayHooks hooks = {});
 
     /// Sends all frames `times` times (0: until a signal, or when no frame can be sent) and waits until all
     /// have come back or no more come. A signal ends it early, after the frames in flight. Several times need
@@ -63,7 +72,8 @@ private:
     void send(const CapturedFrame& frame);
     bool awaitTurn(const CapturedFrame& frame, std::uint64_t words);
     bool announce(const QByteArray& bytes, std::uint64_t number);
-    void hand(QByteArray&& bytes);
+    bool isNextSpoiled() const noexcept;
+    void hand(QByteArray&& bytes, bool isSpoiled);
     void awaitRoom(std::uint64_t words);
     void awaitReturn();
     void observe();
@@ -75,6 +85,7 @@ private:
     core::zume::PhysicalNetworkInterface& sender_;
     const bool verifying_;
     const bool paced_;
+    const std::uint64_t spoiledEvery_;
     const ReplayHooks hooks_;
     std::chrono::nanoseconds recordedBefore_{0}; // the last frame
     Schedule schedule_;

@@ -32,10 +32,11 @@ Drops dropsOf(const ReplayReport& report) {
 
 std::string verificationLines(const ReplayReport& report) {
     const auto& found = *report.verification;
-    const auto unsent = report.result.droppedFrames();
+    const auto unsent = report.result.droppedFrames(), spoiled = report.result.spoiled;
     auto text = reportLine(
         "verified", report.passed()
-                        ? counted(found.identical, "frame") + " came back identical and in order"
+                        ? counted(found.identical, "frame") + " came back identical and in order" +
+                              (spoiled == 0 ? "" : ", those with a wrong check sequence did not")
                         : fmt::format("DIFFERENT: {} identical, {} changed, {} lost, {} late, {} foreign{}",
                                       grouped(found.identical), grouped(found.changed), grouped(found.lost),
                                       grouped(found.late), grouped(found.foreign),
@@ -69,8 +70,10 @@ std::uint64_t ReplayReport::lostFrames() const noexcept {
 
 std::string textOfReplay(const ReplayReport& report) {
     const auto& result = report.result;
-    auto text = countLine("read", result.read, "from " + report.request.input);
+    auto text = countLine("read", result.read, "from " + report.request.inputName());
     text += countLine("sent", result.sent, "through port " + report.request.port.address.text());
+    if (report.request.sending.spoiledEvery != 0)
+        text += framesLine("spoiled", result.spoiled, "of these, with a wrong check sequence");
     text += countLine("received", result.received, "at port " + report.receivingPort.text());
     text += dropsOf(report).lines();
     text += framesLine("lost", report.lostFrames());
@@ -80,9 +83,10 @@ std::string textOfReplay(const ReplayReport& report) {
                        fmt::format("{} frames/s, {:.1f} Mbit/s",
                                    grouped(static_cast<std::uint64_t>(perSecond(result.sent.frames, report))),
                                    megabitPerSecond(report)));
-    if (report.request.pace.kind != Pace::Kind::Max)
-        text += reportLine("pace", fmt::format("{}, no frame more than {:.1f} µs late",
-                                               report.request.pace.text(), 1e6 * secondsOf(result.latest)));
+    if (report.request.sending.pace.kind != Pace::Kind::Max)
+        text += reportLine("pace",
+                           fmt::format("{}, no frame more than {:.1f} µs late",
+                                       report.request.sending.pace.text(), 1e6 * secondsOf(result.latest)));
     if (!report.request.output.empty())
         text += framesLine("written", report.writtenFrames, "to " + report.request.output);
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
@@ -97,13 +101,15 @@ nlohmann::ordered_json jsonOfReplay(const ReplayReport& report) {
         {"receivingPort", report.receivingPort.text()},
         {"read", jsonOfCount(result.read)},
         {"sent", jsonOfCount(result.sent)},
+        {"checkSequence",
+         {{"madeBy", report.request.hostMakesFcs ? "host" : "board"}, {"wrong", result.spoiled}}},
         {"received", jsonOfCount(result.received)},
         {"dropped", dropsOf(report).json()},
         {"lost", report.lostFrames()},
         {"seconds", secondsOf(result.duration)},
         {"framesPerSecond", perSecond(result.sent.frames, report)},
         {"megabitPerSecond", megabitPerSecond(report)},
-        {"pace", report.request.pace.text()},
+        {"pace", report.request.sending.pace.text()},
         {"latestMicroseconds", 1e6 * secondsOf(result.latest)},
         {"interrupted", report.interrupted},
     };

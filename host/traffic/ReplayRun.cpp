@@ -12,13 +12,19 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <memory>
 
 namespace orvo::host {
 namespace {
 
+/// The capture's file, where it has one.
+std::string inputFile(const ReplayRequest& request) {
+    return request.input == CaptureStream::standardInput ? "/dev/stdin" : request.input;
+}
+
 void refuseSameFile(const ReplayRequest& request) {
-    if (isSameFile(request.input, request.output))
+    if (isSameFile(inputFile(request), request.output))
         throw Failure(quoted(request.output) +
                       " is the capture that is to be sent; name another file with --write");
     if (isSameFile(request.output, "/dev/stdout"))
@@ -26,32 +32,39 @@ void refuseSameFile(const ReplayRequest& request) {
                       " is standard output, where the report goes; name another file with --write");
 }
 
-void refuseUnfitting(const ReplayRequest& request, const CaptureReader& capture) {
-    if (request.times != 1 && !capture.isRegularFile())
+/// Whether the capture can be read several times.
+bool isRegularFile(const ReplayRequest& request) {
+    std::error_code unknown; // then reading gives the reason
+    return request.input != CaptureStream::standardInput &&
+           (std::filesystem::is_regular_file(request.input, unknown) || unknown);
+}
+
+void refuseUnfitting(const ReplayRequest& request) {
+    if (request.times != 1 && !isRegularFile(request))
         throw UsageFailure(
-            quoted(request.input) +
+            request.inputName() +
             " is no regular file and can be read only once; leave --loop out, or save it first");
-    if (request.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
+    if (request.sending.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
         throw UsageFailure("--pace waits in real time; leave --time virtual out");
 }
 
 /// Reads the whole capture, so that a damaged one is refused before anything is sent or replaced. Returns the
 /// number of frames to send; nothing when it is not known: for a pipe, which can be read only once, and for
 /// an endless loop.
-std::optional<std::uint64_t> checkCapture(const CaptureReader& capture, const ReplayRequest& request) {
-    if (!capture.isRegularFile()) return std::nullopt;
+std::optional<std::uint64_t> checkCapture(const ReplayRequest& request) {
+    if (!isRegularFile(request)) return std::nullopt;
     const auto& path = request.input;
     const Progress progress([&] { return "checking " + path; });
     CaptureReader reader(path);
     std::uint64_t frames = 0;
-    Schedule schedule(request.pace);
+    Schedule schedule(request.sending.pace);
     std::chrono::nanoseconds lastDue{0};
     for (CapturedFrame frame; reader.next(frame); ++frames) {
         if (!dropReason(frame)) lastDue = schedule.next(frame.recordedAt);
         throwIfEndRequested();
     }
     if (frames == 0) throw Failure(quoted(path) + " holds no frame; name a capture with frames in it");
-    if (request.times != 1 && request.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
+    if (request.times != 1 && request.sending.pace.kind == Pace::Kind::Recorded && lastDue.count() == 0)
         throw Failure("no time passes between the frames of " + quoted(path) +
                       ", so --loop has no pace to keep; give one in frames per second with --pace");
     return request.times > 0 ? std::optional(frames * request.times) : std::nullopt;
@@ -98,6 +111,23 @@ ReplayHooks hooksOf(const BoardAccess& access, PortAddress receivingPort, Traffi
     return hooks;
 }
 
+/// While it lives, this program appends the check sequence of every frame that the port sends.
+class HostChecksums {
+public:
+    explicit HostChecksums(core::zume::PhysicalNetworkInterface& port) : port_(port) {
+        port.enableCustomChecksum(true);
+        if (!port.isCustomChecksumEnabled())
+            throw Failure(
+                "the plug-in leaves the check sequence to the board; leave --fcs and --bad-fcs out");
+    }
+    ~HostChecksums() { port_.enableCustomChecksum(false); }
+    HostChecksums(const HostChecksums&) = delete;
+    HostChecksums& operator=(const HostChecksums&) = delete;
+
+private:
+    core::zume::PhysicalNetworkInterface& port_;
+};
+
 std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t late) {
     const auto sendingPort = report.request.port.address, receivingPort = report.receivingPort;
     const auto sent = report.result.sent.frames, received = report.result.received.frames;
@@ -108,26 +138,30 @@ std::vector<HostCount> hostCountsOf(const ReplayReport& report, std::uint64_t la
 } // namespace
 
 ReplayReport runReplay(const ReplayRequest& request) {
+    refuseUnfitting(request);
     CaptureReader capture(request.input);
     refuseSameFile(request);
-    refuseUnfitting(request, capture);
-    const auto frames = checkCapture(capture, request);
+    const auto frames = checkCapture(request);
     const auto port = request.port.address;
     const BoardAccess access(request.installation, port.board);
     const auto beginOfTime = access.simulator ? access.simulator->microseconds() : 0;
-    if (access.simulator) refuseFilesOfWires({{request.input}, {request.output}}, *access.simulator);
+    if (access.simulator) refuseFilesOfWires({{inputFile(request)}, {request.output}}, *access.simulator);
     ReplayReport report{.request = request, .receivingPort = receivingPortOf(request, access)};
     const auto output = openOutput(request, report.receivingPort);
     requireFrameRegisters(access.libraries, port);
+    if (request.hostMakesFcs) requireChecksumRegister(access.libraries, port);
     TrafficRun traffic(access, request.installation, {port, report.receivingPort}, !request.port.noReset);
+    if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.open();
 
     if (output && drivesTime(access)) output->setClock(boardClock(access, beginOfTime));
     if (output) output->begin();
     Verifier verifier;
     {
+        std::optional<HostChecksums> checksums;
+        if (request.hostMakesFcs) checksums.emplace(traffic.port(port));
         Replay replay(traffic.port(port), traffic.port(report.receivingPort), output.get(),
-                      request.verify || access.hasFaults ? &verifier : nullptr, request.pace,
+                      request.verify || access.hasFaults ? &verifier : nullptr, request.sending,
                       hooksOf(access, report.receivingPort, traffic));
         const Progress progress([&] { return progressText(replay, frames); });
         report.result = replay.run(capture, request.times);

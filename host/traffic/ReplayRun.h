@@ -12,14 +12,17 @@
 namespace orvo::host {
 
 struct ReplayRequest {
-    std::string input;
+    std::string input;  ///< CaptureStream::standardInput is allowed
     std::string output; ///< empty: none
     bool verify = false;
-    Pace pace;
-    std::uint64_t times = 1; ///< that the capture is sent; 0: until a signal ends it
+    SendOptions sending;
+    bool hostMakesFcs = false; ///< the frame check sequence, instead of the board
+    std::uint64_t times = 1;   ///< that the capture is sent; 0: until a signal ends it
     PortOptions port;
     std::optional<PortAddress> receivingPort; ///< nothing: the port that the wire leads to
     InstallationOptions installation;
+
+    std::string inputName() const { return input == CaptureStream::standardInput ? "standard input" : input; }
 };
 
 struct ReplayReport {
@@ -31,9 +34,10 @@ struct ReplayReport {
     std::optional<Verifier::Report> verification = {}; ///< with `verify`
     TrafficAccount account = {};
 
-    /// Frames that were sent and did not come back.
+    /// Frames that were sent with a right check sequence and did not come back.
     std::uint64_t lostFrames() const noexcept;
-    /// Without `verify`, or when every frame of the capture was sent and came back unharmed.
+    /// Without `verify`, or when every frame of the capture was sent, and exactly those with a right check
+    /// sequence came back, unharmed and in order.
     bool passed() const noexcept;
 };
 

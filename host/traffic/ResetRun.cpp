@@ -11,14 +11,8 @@
 namespace orvo::host {
 namespace {
 
-Link linkOf(const BoardAccess& access, PortAddress port) {
-    const auto board = Board::at(access.libraries, port.board);
-    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
-    return mdio ? readLink(*mdio, port.port) : Link::Unknown;
-}
-
 void reset(const BoardAccess& access, TrafficRun& traffic, ResetReport& report) {
-    report.before = linkOf(access, report.port);
+    report.before = readLink(access, report.port);
     const auto start = access.seconds();
     {
         const SignalShield noShortSleeps;
@@ -29,7 +23,7 @@ void reset(const BoardAccess& access, TrafficRun& traffic, ResetReport& report) 
     tryWaitForLink(access, report.port);
     report.resetSeconds = afterReset - start;
     report.linkSeconds = access.seconds() - afterReset;
-    report.after = linkOf(access, report.port);
+    report.after = readLink(access, report.port);
 }
 
 } // namespace

@@ -28,6 +28,9 @@ public:
                const std::vector<PortAddress>& ports, bool resetBoards)
         : access_(access), faults_(access, options, ports), ports_(access, ports, resetBoards) {}
 
+    /// The plug-in logs receive errors from now on. Errors: as of Plugin::watchCrcErrors.
+    void watchCrcErrors() { ports_.watchCrcErrors(); }
+
     /// Opens the ports and waits for their links. Errors: as of Ports::open.
     void open();
     /// Opens the ports for live traffic, which may begin without a link. Errors: as of Ports::openLive.

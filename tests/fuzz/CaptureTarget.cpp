@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Capture files, as `replay` reads them and as the simulated board plays them.
+// Capture files, compressed or not, as `replay` reads them and as the simulated board plays them.
 #include "base/Failure.h"
 #include "frames/CaptureReader.h"
 #include "fuzz/FuzzInput.h"

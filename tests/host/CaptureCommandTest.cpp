@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <deque>
 
 namespace orvo::host {
 namespace {
@@ -115,6 +116,46 @@ TEST_F(CaptureCommandTest, ShowsFramesToAReaderAtOnceAndEndsWithIt) {
     EXPECT_TRUE(framesOf(output) == sent);
 }
 
+TEST_F(CaptureCommandTest, WithoutAFilePrintsALineAFrame) {
+    const auto frame = "\xFF\xFF\xFF\xFF\xFF\xFF" + std::string("\x02\0\0\0\0\x07\x88\xB5", 8);
+    writeCapture(folder.file("in"),
+                 {frame + Frame(46, 'a'), frame + Frame(100, 'b'), frame + Frame(46, 'c')});
+    const auto line = [](unsigned bytes) {
+        return "[0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{6} 02:00:00:00:00:07 > ff:ff:ff:ff:ff:ff 0x88b5 " +
+               std::to_string(bytes) + "\n";
+    };
+    const auto two = runTool(capture({"--count", "2"}));
+    EXPECT_EQ(two.exitCode, 0);
+    EXPECT_THAT(two.out, testing::MatchesRegex(line(60) + line(114)));
+    EXPECT_THAT(two.err, HasSubstr("written   2 frames to standard output\n"));
+    const auto some = runTool(capture({"--count", "1", "--filter", "greater 100", "--json"}));
+    EXPECT_THAT(some.out, testing::MatchesRegex(line(114)));
+    EXPECT_THAT(some.err, HasSubstr("\"files\": "));
+
+    // A reader that goes away ends it, though nothing comes any more.
+    std::vector<std::string> command{"bash", "-c", R"("$0" "$@" | head -1; echo "${PIPESTATUS[0]}")",
+                                     ORVO_GIGE};
+    const auto rest = capture({});
+    command.insert(command.end(), rest.begin(), rest.end());
+    const auto head = Process(command).wait();
+    EXPECT_THAT(head.out, testing::MatchesRegex(line(60) + "0\n"));
+    EXPECT_THAT(head.err, HasSubstr("because nobody reads on"));
+}
+
+TEST_F(CaptureCommandTest, SaysOnceWhyNoFrameComes) {
+    const std::pair<const char*, const char*> cases[] = {{"0=loopback", "it has a loopback plug"},
+                                                         {"0=none", "nothing is plugged in"}};
+    std::deque<Process> processes; // at the same time, since each takes seconds
+    for (const auto& [wire, reason] : cases)
+        processes.emplace_back(std::vector<std::string>{ORVO_GIGE, "capture", "--no-reset", "--wire", wire});
+    for (std::size_t i = 0; i < processes.size(); ++i) {
+        const auto sentence = std::string("no frame has come to port 0/0 in 3 s: ") + cases[i].second;
+        processes[i].reaches([&] { return processes[i].errors().find(sentence) != std::string::npos; });
+        processes[i].signal(SIGTERM);
+        EXPECT_EQ(processes[i].wait().exitCode, 0);
+    }
+}
+
 TEST_F(CaptureCommandTest, AReaderThatStallsDoesNotKeepItFromEnding) {
     ReadingPipe fifo(folder.file("fifo")); // holds less than there is to write
     const auto outcome = Process(intoPipe(fifo.path(), {"--duration", "0.3"})).wait();
@@ -166,7 +207,8 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         int exitCode;
         std::string complaint;
     } cases[] = {
-        {{}, 2, "--write is required"},
+        {{"--ring", "2:1M"}, 2, "--ring requires --write"},
+        {{"--write", ""}, 2, "--write: the file name is empty"},
         {{"--write", output, "--filter", "udp and prt 3"},
          2,
          "'udp and prt 3' does not compile: syntax error"},

@@ -5,6 +5,8 @@
 #include "TestFiles.h"
 #include "base/Failure.h"
 
+#include <zlib.h>
+
 #include <gmock/gmock.h>
 
 #include <optional>
@@ -35,6 +37,33 @@ TEST(CaptureReaderTest, GivesTheFramesOfBothFormats) {
     }
 }
 
+/// A gzip file of one member.
+std::string compressed(const std::string& content) {
+    z_stream stream = {};
+    deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, 15 + 16, 9, Z_DEFAULT_STRATEGY);
+    std::string packed(deflateBound(&stream, content.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(content.data()));
+    stream.avail_in = static_cast<uInt>(content.size());
+    stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+    stream.avail_out = static_cast<uInt>(packed.size());
+    EXPECT_EQ(deflate(&stream, Z_FINISH), Z_STREAM_END);
+    packed.resize(stream.total_out);
+    deflateEnd(&stream);
+    return packed;
+}
+
+TEST(CaptureReaderTest, ReadsGzipByContentInOneMemberOrSeveral) {
+    const TemporaryFolder folder;
+    for (const char* file : {ORVO_TEST_DATA "/gige-vision.pcapng", ORVO_TEST_DATA "/mixed-lan.pcap"}) {
+        const auto content = contentOf(file), begin = content.substr(0, 1001), rest = content.substr(1001);
+        for (const auto& packed : {compressed(content), compressed(begin) + compressed(rest),
+                                   compressed(content) + compressed("")}) {
+            writeFile(folder.file("in.pcap"), packed);
+            EXPECT_TRUE(readAll(folder.file("in.pcap")) == framesOf(file)) << file;
+        }
+    }
+}
+
 TEST(CaptureReaderTest, TellsHowLongCutFramesWereAndLeavesAFrameCheckSequenceOut) {
     const TemporaryFolder folder;
     const auto path = folder.file("in");
@@ -51,6 +80,10 @@ TEST(CaptureReaderTest, TellsHowLongCutFramesWereAndLeavesAFrameCheckSequenceOut
 TEST(CaptureReaderTest, RefusesEachBadFileInOneSentence) {
     const TemporaryFolder folder;
     const auto good = contentOf(ORVO_TEST_DATA "/mixed-lan.pcap");
+    const auto packed = compressed(good), packedText = compressed("this is no capture file at all");
+    auto wrongSum = packed, wrongByte = packed;
+    wrongSum[packed.size() - 8] ^= 1;
+    wrongByte[10] = '\xFF'; // behind the header
     const auto goodNg = contentOf(ORVO_TEST_DATA "/gige-vision.pcapng");
     std::filesystem::create_directory(folder.file("directory"));
     const struct {
@@ -66,6 +99,17 @@ TEST(CaptureReaderTest, RefusesEachBadFileInOneSentence) {
         {"end in a frame", good.substr(0, good.size() - 7), "beyond frame 346: truncated"},
         {"end in a block", goodNg.substr(0, goodNg.size() - 7), "beyond frame 1399: "},
         {"nonsense length", good.substr(0, 24) + std::string(16, '\xFE'), "beyond frame 0"},
+        {"gzip without end", packed.substr(0, packed.size() - 1),
+         "compressed data is damaged (it ends early)"},
+        {"gzip cut in the middle", packed.substr(0, packed.size() / 2),
+         "compressed data is damaged (it ends"},
+        {"gzip header alone", packed.substr(0, 2), "': its compressed data is damaged (it ends early)"},
+        {"gzip with a wrong sum", wrongSum,
+         "beyond frame 347: its compressed data is damaged (incorrect data"},
+        {"gzip with a wrong byte", wrongByte, "': its compressed data is damaged (invalid block type)"},
+        {"gzip and more", packed + "more", "compressed data is damaged (incorrect header check)"},
+        {"gzip of a text", packedText, "unknown file format"},
+        {"gzip of nothing", compressed(""), "truncated"},
         {"IP packets", good.substr(0, 20) + '\x65' + good.substr(21), "link type RAW"},
     };
     for (const auto& row : cases) {

@@ -3,6 +3,9 @@
 // s.
 #include "Process.h"
 
+#include "base/Failure.h"
+#include "device/Plugin.h"
+
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
@@ -82,6 +85,63 @@ TEST_F(ReplayCommandTest, CountsWhatCannotBeSentAndVerifiesNoFileThatWasNotSentW
                 HasSubstr("DIFFERENT: 1 identical, 0 changed, 0 lost, 0 late, 0 foreign, 1 not sent"));
 }
 
+TEST_F(ReplayCommandTest, TheReceiverCountsExactlyTheFramesWithAWrongCheckSequence) {
+    const auto input = folder.file("in");
+    std::vector<Frame> frames;
+    for (unsigned number = 0; number < 1000; ++number)
+        frames.push_back(
+            numberedFrame(number, 20 + number * 7 % 1495)); // short and odd ones, and the longest
+    writeCapture(input, frames);
+    const struct {
+        std::vector<std::string> options;
+        unsigned wrong;
+    } cases[] = {
+        {{"--fcs", "host"}, 0}, {{"--bad-fcs", "10"}, 100}, {{"--bad-fcs", "1", "--fcs", "host"}, 1000}};
+    for (const auto& row : cases) {
+        SCOPED_TRACE(testing::PrintToString(row.options));
+        std::vector<std::string> options{input, "--verify", "--json", "--crc-watch", "--wire", "0=port:0/1"};
+        options.insert(options.end(), row.options.begin(), row.options.end());
+        const auto outcome = replay(options);
+        EXPECT_EQ(outcome.exitCode, 0);
+        const auto report = json::parse(outcome.out);
+        EXPECT_EQ(report["checkSequence"], json({{"madeBy", "host"}, {"wrong", row.wrong}}));
+        EXPECT_EQ(report["sent"]["frames"], 1000);
+        EXPECT_EQ(report["received"]["frames"], 1000 - row.wrong);
+        EXPECT_EQ(report["lost"], 0);
+        EXPECT_EQ(report["verification"]["identical"], 1000 - row.wrong);
+        const auto errors = ": " + std::to_string(row.wrong);
+        EXPECT_THAT(report["statistics"][1]["lines"].get<std::vector<std::string>>(),
+                    testing::Contains(testing::EndsWith("Hardware Packet Errors " + errors)));
+        unsigned watched = 0;
+        for (auto at = outcome.err.find("Detected "); at != std::string::npos;
+             at = outcome.err.find("Detected ", at + 1))
+            watched += static_cast<unsigned>(std::stoul(outcome.err.substr(at + 9)));
+        EXPECT_EQ(watched, row.wrong) << outcome.err;
+    }
+    EXPECT_THAT(replay({input, "--verify", "--bad-fcs", "10"}).out,
+                testing::AllOf(HasSubstr("spoiled   100 frames of these, with a wrong check sequence\n"),
+                               HasSubstr("900 frames came back identical and in order, those with a wrong")));
+    writeFile(folder.file("faults"),
+              "[[fault]]\nkind = 'fcs-flip'\nevery = 4\n[[fault]]\nkind = 'loss'\nevery = 7\n");
+    const auto faulty =
+        replay({input, "--bad-fcs", "10", "--faults", folder.file("faults"), "--time", "virtual"});
+    EXPECT_EQ(faulty.exitCode, 0) << faulty.err;
+}
+
+TEST_F(ReplayCommandTest, ReadsStandardInputAndCompressedCaptures) {
+    for (const char* command :
+         {"cat \"$1\" | \"$0\" replay --no-reset -", "\"$0\" replay --no-reset - < \"$1\"",
+          "gzip < \"$1\" | \"$0\" replay --no-reset -",
+          "gzip < \"$1\" > \"$2\"; \"$0\" replay --no-reset --loop 2 \"$2\" --verify"}) {
+        SCOPED_TRACE(command);
+        const auto outcome =
+            Process({"sh", "-c", command, ORVO_GIGE, visionCapture, folder.file("in")}).wait();
+        EXPECT_EQ(outcome.exitCode, 0);
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_THAT(outcome.out, testing::ContainsRegex("received  (1,400|2,800) frames"));
+    }
+}
+
 TEST_F(ReplayCommandTest, TellsWhatDidNotComeBack) {
     const auto outcome = replay({lanCapture, "--verify", "--receive", "0/2", "--json"});
     EXPECT_EQ(outcome.exitCode, 3);
@@ -103,6 +163,8 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
     std::filesystem::create_directory(pluginless);
     std::filesystem::copy(ORVO_BUILD_ROOT "/lib64", pluginless + "/lib64"); // without its folder plugins
 
+    const char* firmwareWithoutChecksums =
+        "[[firmware]]\nversion = \"1.0\"\nwithout = [\"GigeTxDisableCrcGeneration0\"]\n";
     const char* poorFirmware = "[[firmware]]\nversion = \"1.0\"\nwithout = [\"GigeWriteData0\"]\n";
 
     const struct {
@@ -131,6 +193,14 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture}, simulator + ":2: ", "[[board]]\nports = 9\n"},
         {1, {lanCapture}, "No GigE interface available", "[[board]]\ncamera_interface = \"CoaXPress\"\n"},
         {1, {lanCapture}, "lacks the register(s) GigeWriteData0", poorFirmware},
+        {1,
+         {lanCapture, "--fcs", "host"},
+         "lacks the register(s) GigeTxDisableCrc",
+         firmwareWithoutChecksums},
+        {1, {lanCapture, "--bad-fcs", "3"}, "leave --fcs and --bad-fcs out", firmwareWithoutChecksums},
+        {2, {lanCapture, "--bad-fcs", "3", "--fcs", "board"}, "leave --fcs board or --bad-fcs out"},
+        {2, {lanCapture, "--bad-fcs", "0"}, "--bad-fcs: '0' is not a whole number from 1"},
+        {2, {"-", "--loop", "2"}, "standard input is no regular file"},
         {2, {}, "IN is required"},
         {1, {timeless, "--pace", "recorded", "--loop", "0"}, "no time passes between the frames of"},
         {2, {lanCapture, "--board", "-1"}, "--board"},
@@ -210,6 +280,16 @@ TEST_F(ReplayCommandTest, ALoopOverWhatCannotBeSentEnds) {
     const auto outcome = replay({folder.file("in"), "--loop", "0"});
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.out, HasSubstr("sent      0 frames"));
+}
+
+TEST(PluginTest, WithoutAWatchForCrcErrorsSaysSo) {
+    const TemporaryFolder root;
+    std::filesystem::create_directories(root.file("lib64/plugins"));
+    const Installation installation(root.file(""));
+    std::filesystem::copy(ORVO_BUILD_ROOT "/tests/stubs/libstub-plugin.so", installation.plugin());
+    Plugin plugin(installation);
+    EXPECT_THAT([&] { plugin.watchCrcErrors(); }, testing::ThrowsMessage<Failure>(HasSubstr(
+                                                      "has no watch for CRC errors; leave --crc-watch out")));
 }
 
 TEST(CommandLineTest, HelpAndVersionAreAnswersAndMistakesAreNot) {
