@@ -13,9 +13,9 @@ const char* const pageStyle = R"(
 * { box-sizing: border-box; }
 body { margin: 0; background: var(--back); color: var(--text);
   font: 15px/1.5 system-ui, "Segoe UI", "DejaVu Sans", sans-serif; }
-main, header, footer { max-width: 72rem; margin: 0 auto; padding: 0 1.25rem; }
+main, header { max-width: 72rem; margin: 0 auto; padding: 0 1.25rem; }
 header { padding-top: 1.75rem; }
-footer { padding-bottom: 2rem; color: var(--soft); font-size: .85rem; }
+main { padding-bottom: 2rem; }
 h1 { margin: 0 0 .25rem; font-size: 1.7rem; line-height: 1.2; }
 h2 { margin: 0 0 .9rem; font-size: 1.15rem; }
 header p { margin: .2rem 0; color: var(--soft); overflow-wrap: anywhere; }
@@ -34,6 +34,7 @@ section { background: var(--card); border: 1px solid var(--line); border-radius:
 .text { font-weight: 600; } .evidence { color: var(--soft); }
 dl { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 11rem), 1fr)); gap: .8rem 1.5rem;
   margin: 0; }
+dl .long { grid-column: 1 / -1; }
 dt { color: var(--soft); font-size: .82rem; } dd { margin: 0; overflow-wrap: anywhere; }
 .charts { display: grid; grid-template-columns: repeat(auto-fit, minmax(min(100%, 26rem), 1fr)); gap: 1.2rem 1.8rem; }
 figure { margin: 0; min-width: 0; } figcaption { font-weight: 600; margin-bottom: .3rem; }
@@ -59,10 +60,12 @@ details { margin: .4rem 0; } summary { cursor: pointer; color: var(--soft); }
 figure details { font-size: .85rem; } figure .scroll { max-height: 18rem; overflow-y: auto; }
 pre { margin: .5rem 0 0; padding: .8rem; background: var(--back); border-radius: 6px; overflow-x: auto;
   font-size: .8rem; line-height: 1.45; }
-@media (max-width: 640px) { body { font-size: 14px; } main, header, footer { padding-left: .75rem;
+@media (max-width: 640px) { body { font-size: 14px; } main, header { padding-left: .75rem;
   padding-right: .75rem; } section { padding: .9rem .85rem; } svg text { font-size: 17px; }
-  th, td { padding-right: .6rem; } .scroll table { min-width: 46rem; }
-  details .scroll table { min-width: 0; } }
+  thead { display: none; } tr { display: flex; flex-wrap: wrap; gap: 0 1rem; padding: .3rem 0;
+  border-bottom: 1px solid var(--line); } td, td.number { border: 0; padding: 0; text-align: left;
+  overflow-wrap: anywhere; white-space: normal; } td:first-child { flex-basis: 100%; font-weight: 600; }
+  td:not(:first-child, :empty)::before { content: attr(data-heading) ": "; color: var(--soft); } }
 @media print { :root { --back: #fff; --card: #fff; --text: #000; --soft: #333; --line: #bbb; --first: #1f6fbf;
   --second: #c2570c; --good: #17693a; --note: #2a5fa8; --warning: #8a5a00; --fault: #b3261e; }
   body { font-size: 10pt; } section { border: 0; padding: .5rem 0; } figure, .finding, tr { break-inside: avoid; }

@@ -15,7 +15,9 @@ namespace orvo::host {
 
 /// One value of the configuration, as the page shows it.
 struct ReportedSetting {
-    std::string name, value, origin, meaning;
+    std::string name, value;
+    std::string origin; ///< "default" where nobody has set it
+    std::string meaning;
 };
 
 struct ReportedSettings {
