@@ -60,6 +60,7 @@ picture() { # NAME ALTERNATIVE-TEXT ARGUMENT...
 draw_page() {
     command -v chromium >/dev/null || apt-get install -y --no-install-recommends chromium fonts-dejavu-core >&2
     printf '[[fault]]\nkind = "fcs-flip"\ndirection = "received"\nrate = 0.03\n' >"$folder/cable.toml"
+    # shellcheck disable=SC2016  # the inner shell expands them
     quietly env program="$build/bin/orvo-gige" folder="$folder" unshare --net bash -euc '
         ip link add camera type veth peer name host
         ip link set camera up
