@@ -12,8 +12,7 @@ namespace orvo::host {
 namespace {
 
 Link linkOf(const BoardAccess& access, PortAddress port) {
-    const auto board = Board::at(access.libraries, port.board);
-    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    auto mdio = MdioMaster::at(access.libraries, port.board);
     return mdio ? readLink(*mdio, port.port) : Link::Unknown;
 }
 
