@@ -2,7 +2,7 @@
 // A report on a port: what it is made of, and its parts as text.
 #pragma once
 
-#include "inspect/report/RunLog.h"
+#include "device/PluginLog.h"
 #include "inspect/watch/PortHistory.h"
 
 #include <nlohmann/json.hpp>
