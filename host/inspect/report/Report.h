@@ -37,8 +37,15 @@ struct Report {
     ReportedSettings settings;
 };
 
+class ReplacedFile;
+
 /// One page that needs no other file and forbids the browser to load any.
 std::string pageOf(const Report& report);
+
+/// Writes a report and everything it was made from as one archive (tar, gzip): the page, the diagnosis and
+/// the readings as JSON, the plug-in's report and log, the configuration, and the capture at `capturePath`.
+/// Errors: Failure when the archive cannot be written or the capture cannot be read.
+void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath);
 
 std::string logText(const Report& report);
 std::string dumpText(const Report& report);
