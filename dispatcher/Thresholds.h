@@ -21,12 +21,12 @@ public:
     /// Reads "NAME=THRESHOLD,...". The name "*" stands for all names that are not given; white space around
     /// names and numbers is allowed; the later of two entries for one name wins; an empty text gives the
     /// default. Errors: std::invalid_argument with a text that says which part is wrong and why.
-    static Thresholds parse(std::string_view text);
+    static Thresholds parse(const std::string& text);
 
     std::uint32_t of(std::string_view loggerName) const;
 
 private:
-    void add(std::string_view entry);
+    void add(const std::string& entry);
 
     std::map<std::string, std::uint32_t, std::less<>> named_;
     std::uint32_t others_ = defaultThreshold;

@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# pictures.sh [--check] [BUILD]: draws the pictures of a terminal in docs/ from what the program in BUILD (build/release)
-# prints. With --check it changes nothing and fails when a picture no longer shows what the program prints, times aside.
+# pictures.sh [--check | --page] [BUILD]: draws the pictures of a terminal in docs/ from what the program in BUILD
+# (build/release) prints. With --check it changes nothing and fails when a picture no longer shows what the program prints,
+# times aside. With --page it makes docs/diagnosis.png instead, a picture of a real diagnosis page. That needs root, and Debian:
+# it installs Chromium if it is missing. It takes half a minute.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-check=false
-[ "${1-}" != --check ] || { check=true; shift; }
+check=false page=false
+case "${1-}" in
+    --check) check=true; shift ;;
+    --page) page=true; shift ;;
+esac
 build=$(realpath -m "${1:-build/release}")
 [ -x "$build/bin/orvo-gige" ] || { echo "pictures: no bin/orvo-gige in $build; run scripts/build.sh release" >&2; exit 1; }
 folder=$(mktemp -d)
@@ -50,5 +55,38 @@ picture() { # NAME ALTERNATIVE-TEXT ARGUMENT...
     fi
 }
 
+# Draws docs/diagnosis.png: the top of the page of a port that receives the bursts of a camera over a bad cable. The camera is
+# another simulated board, which replays a recording at the other end of a virtual cable.
+draw_page() {
+    command -v chromium >/dev/null || apt-get install -y --no-install-recommends chromium fonts-dejavu-core >&2
+    printf '[[fault]]\nkind = "fcs-flip"\ndirection = "received"\nrate = 0.03\n' >"$folder/cable.toml"
+    # shellcheck disable=SC2016  # the inner shell expands them
+    quietly env program="$build/bin/orvo-gige" folder="$folder" unshare --net bash -euc '
+        ip link add camera type veth peer name host
+        ip link set camera up
+        ip link set host up
+        "$program" replay tests/data/gige-vision.pcapng --pace recorded --loop 0 --wire 0=packet:camera &
+        sleep 6 # until the board of the camera is reset and sends
+        "$program" diagnose --seconds 6 --wire 0=packet:host --faults "$folder/cable.toml" --html "$folder/page.html"
+        kill $!
+        wait || true'
+    screenshot 1100 1620 docs/diagnosis.png
+}
+
+# A picture of the page, in a browser window of this size.
+screenshot() { # WIDTH HEIGHT FILE
+    quietly chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking \
+        --disable-component-update --disable-sync --hide-scrollbars --user-data-dir="$(mktemp -d -p "$folder")" \
+        --window-size="$1,$2" --screenshot="$folder/page.png" "file://$folder/page.html"
+    cp "$folder/page.png" "$3"
+}
+
+# Runs a command; only where it fails, its output is shown.
+quietly() { "$@" >"$folder/output" 2>&1 || { cat "$folder/output" >&2; exit 1; }; }
+
+if $page; then
+    draw_page
+    exit
+fi
 picture account "A replay through a bad cable, and the account of every frame" \
     replay tests/data/gige-vision.pcapng --faults docs/bad-cable.toml --verify --time virtual

@@ -28,7 +28,7 @@ struct ListedBoard {
 };
 
 std::vector<ListedPort> listPorts(const BoardAccess& access, const Board& board) {
-    auto mdio = MdioMaster::of(board);
+    auto mdio = MdioMaster::at(access.libraries, board.index());
     std::vector<ListedPort> ports(board.gigePorts());
     for (unsigned number = 0; number < ports.size(); ++number) {
         throwIfEndRequested();

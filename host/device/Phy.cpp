@@ -17,8 +17,6 @@ namespace {
 constexpr useconds_t selectPauseUs = 100'000; // after the PHY's address is written
 constexpr useconds_t readPauseUs = 50'000;    // before and after the result is taken
 
-constexpr unsigned statusRegister = 1;
-constexpr std::uint16_t statusLinkBit = 1 << 2;
 constexpr std::uint16_t noAnswer = 0xFFFF; // the idle bus reads so
 
 constexpr std::chrono::seconds linkLimit{10};
@@ -47,40 +45,41 @@ bool awaitSimulatedLink(const BoardAccess& access, PortAddress port) {
 }
 
 bool awaitRealLink(const BoardAccess& access, PortAddress port) {
-    const auto board = Board::at(access.libraries, port.board);
-    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    auto mdio = MdioMaster::at(access.libraries, port.board);
     return !mdio || waitUntil(access, [&] { return readLink(*mdio, port.port) == Link::Up; });
 }
 
 } // namespace
 
-MdioMaster::MdioMaster(const Board& board) : board_(&board) {
+MdioMaster::MdioMaster(Board board) : board_(std::move(board)) {
     constexpr const char* names[RegisterCount] = {"GigE_MdioPhyAddr", "GigE_MdioRegAddr", "GigE_MdioRD",
                                                   "MdioReadReg"};
     std::transform(std::begin(names), std::end(names), addresses_.begin(),
-                   [&](const char* name) { return board.registerAddress(name); });
+                   [&](const char* name) { return board_.registerAddress(name); });
 }
 
-std::optional<MdioMaster> MdioMaster::of(const Board& board) {
-    const MdioMaster master(board);
-    if (std::count(master.addresses_.begin(), master.addresses_.end(), 0u) != 0) return std::nullopt;
+std::optional<MdioMaster> MdioMaster::at(const BoardLibraries& libraries, unsigned index) {
+    auto board = Board::at(libraries, index);
+    if (!board) return std::nullopt;
+    MdioMaster master(std::move(*board));
+    if (std::ranges::count(master.addresses_, 0U) != 0) return std::nullopt;
     return master;
 }
 
 std::optional<std::uint16_t> MdioMaster::read(unsigned phy, unsigned phyRegister) {
     const SignalShield noShortSleeps;
     if (selectedPhy_ != phy) {
-        board_->write(addresses_[PhyAddress], phy);
+        board_.write(addresses_[PhyAddress], phy);
         usleep(selectPauseUs);
         selectedPhy_ = phy;
     }
-    board_->write(addresses_[RegisterAddress], phyRegister);
-    board_->write(addresses_[StartRead], 0);
+    board_.write(addresses_[RegisterAddress], phyRegister);
+    board_.write(addresses_[StartRead], 0);
     usleep(readPauseUs);
-    const auto value = board_->read(addresses_[ReadData]);
+    const auto value = board_.read(addresses_[ReadData]);
     usleep(readPauseUs);
-    if (!value) return std::nullopt;
-    return static_cast<std::uint16_t>(*value & 0xFFFF);
+    const auto content = static_cast<std::uint16_t>(value.value_or(noAnswer));
+    return content != noAnswer ? std::optional(content) : std::nullopt;
 }
 
 const char* linkText(Link link) {
@@ -88,12 +87,11 @@ const char* linkText(Link link) {
     return texts[static_cast<unsigned>(link)];
 }
 
-// The link bit latches low: the first read reports a loss since the last one, the second the present.
 Link readLink(MdioMaster& mdio, unsigned port) {
-    mdio.read(port, statusRegister);
-    const auto status = mdio.read(port, statusRegister);
-    if (!status || *status == noAnswer) return Link::Unknown;
-    return (*status & statusLinkBit) != 0 ? Link::Up : Link::Down;
+    mdio.read(port, phyStatusRegister);
+    const auto status = mdio.read(port, phyStatusRegister);
+    if (!status) return Link::Unknown;
+    return hasLink(*status) ? Link::Up : Link::Down;
 }
 
 Link readLink(const BoardAccess& access, PortAddress port) {

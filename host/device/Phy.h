@@ -15,22 +15,30 @@ namespace orvo::host {
 /// use it at the same time: neither a plug-in that resets or dumps this board, nor another thread.
 class MdioMaster {
 public:
-    /// Nothing when the firmware lacks one of the registers. `board` must outlive it.
-    static std::optional<MdioMaster> of(const Board& board);
+    /// Nothing when there is no such board, or its firmware lacks one of the registers. The libraries must
+    /// outlive it.
+    static std::optional<MdioMaster> at(const BoardLibraries& libraries, unsigned board);
 
-    /// The content of a PHY register (IEEE 802.3 clause 22), nothing when the read fails; takes about 200 ms.
-    /// The PHY of port p has the address p.
+    /// The content of a PHY register (IEEE 802.3 clause 22), nothing when the read fails or no PHY answers;
+    /// takes about 200 ms. The PHY of port p has the address p.
     std::optional<std::uint16_t> read(unsigned phy, unsigned phyRegister);
 
 private:
     enum Register { PhyAddress, RegisterAddress, StartRead, ReadData, RegisterCount };
 
-    explicit MdioMaster(const Board& board);
+    explicit MdioMaster(Board board);
 
-    const Board* board_;
+    Board board_;
     std::array<std::uint32_t, RegisterCount> addresses_{};
     std::optional<unsigned> selectedPhy_;
 };
+
+/// The PHY's status register and its link bit. The bit latches low: the first reading after a loss shows the
+/// loss, the second one the present.
+inline constexpr unsigned phyStatusRegister = 1;
+inline constexpr bool hasLink(std::uint16_t status) {
+    return (status & (1U << 2)) != 0;
+}
 
 enum class Link { Down, Up, Unknown };
 

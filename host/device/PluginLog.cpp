@@ -3,6 +3,8 @@
 
 #include "base/DynamicLibrary.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <utility>
@@ -25,25 +27,20 @@ PluginLog::PluginLog(const Installation& installation) {
     if (!unsubscribe_) subscribe_ = nullptr;
 }
 
-std::uint64_t PluginLog::subscribe(std::uint32_t level, OrvoLogCallback callback, void* context) const {
-    return subscribe_ ? subscribe_(interfaceLogger, level, callback, context) : 0;
-}
+LogSubscription::LogSubscription(const PluginLog& log, LogLevel level, OrvoLogCallback callback,
+                                 void* context)
+    : log_(log), id_(log.subscribe_ ? log.subscribe_(interfaceLogger, level, callback, context) : 0) {}
 
-void PluginLog::unsubscribe(std::uint64_t subscription) const {
-    if (subscription != 0) unsubscribe_(subscription);
+void LogSubscription::end() {
+    if (const auto id = std::exchange(id_, 0)) log_.unsubscribe_(id);
 }
 
 LogCollector::LogCollector(const PluginLog& log, LogLevel level)
-    : log_(log), level_(level), subscription_(log.subscribe(level, collect, this)) {}
+    : level_(level), subscription_(log, level, collect, this) {}
 
 LogCollector::~LogCollector() {
-    end();
+    subscription_.end();
     for (const auto& message : messages_) std::fprintf(stderr, "%s\n", message.c_str());
-}
-
-void LogCollector::end() {
-    log_.unsubscribe(subscription_);
-    subscription_ = 0;
 }
 
 int LogCollector::collect(void* context, const char*, std::uint32_t level, const char* message) {
@@ -54,7 +51,7 @@ int LogCollector::collect(void* context, const char*, std::uint32_t level, const
 }
 
 std::vector<std::string> LogCollector::take(const std::string& interfaceId) {
-    end();
+    subscription_.end();
     std::vector<std::string> taken;
     std::erase_if(messages_, [&](const std::string& message) {
         const auto text = textAbout(interfaceId, message);
@@ -65,18 +62,35 @@ std::vector<std::string> LogCollector::take(const std::string& interfaceId) {
 }
 
 std::vector<std::string> LogCollector::takeAll() {
-    end();
+    subscription_.end();
     return std::exchange(messages_, {});
 }
 
-MessageCounter::MessageCounter(const PluginLog& log, const std::vector<PortAddress>& ports) : log_(log) {
-    for (const auto port : ports) ports_.emplace_back().address = port;
-    subscription_ = log.subscribe(InformationLevel, take, this);
+std::string messageText(const LoggedMessage& message) {
+    constexpr std::array names = {"detail", "information", "warning", "error"};
+    const auto place = message.level - DetailLevel;
+    return fmt::format("{:9.3f} s  {:<11}  {}", message.seconds,
+                       place < names.size() ? names[place] : std::to_string(message.level), message.text);
 }
 
-MessageCounter::~MessageCounter() {
-    log_.unsubscribe(subscription_);
+RunLog::RunLog(const PluginLog& log) : subscription_(log, DetailLevel, keep, this) {}
+
+std::vector<LoggedMessage> RunLog::take() {
+    subscription_.end();
+    return std::exchange(messages_, {});
 }
+
+int RunLog::keep(void* context, const char*, std::uint32_t level, const char* message) {
+    auto& self = *static_cast<RunLog*>(context);
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - self.begin_;
+    std::string text(message);
+    text.erase(text.find_last_not_of("\n ") + 1);
+    self.messages_.push_back({passed.count(), level, std::move(text)});
+    return 0;
+}
+
+MessageCounter::MessageCounter(const PluginLog& log, const std::vector<PortAddress>& ports)
+    : ports_(ports.begin(), ports.end()), subscription_(log, InformationLevel, take, this) {}
 
 std::uint64_t MessageCounter::count(PortAddress port, CountedMessage message) const {
     const auto found = std::ranges::find(ports_, port, &Port::address);

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <string>
@@ -28,14 +29,27 @@ public:
 
     bool available() const noexcept { return subscribe_ != nullptr; }
 
-    /// Passes the interfaces' messages of `level` and above to `callback`. Returns the subscription, 0 when
-    /// there is none.
-    std::uint64_t subscribe(std::uint32_t level, OrvoLogCallback callback, void* context) const;
-    void unsubscribe(std::uint64_t subscription) const; ///< 0: does nothing
-
 private:
+    friend class LogSubscription;
+
     decltype(&::orvoLogSubscribe) subscribe_ = nullptr;
     decltype(&::orvoLogUnsubscribe) unsubscribe_ = nullptr;
+};
+
+/// While it lives, passes the interfaces' messages of `level` and above to `callback`.
+class LogSubscription {
+public:
+    LogSubscription(const PluginLog& log, LogLevel level, OrvoLogCallback callback, void* context);
+    ~LogSubscription() { end(); }
+    LogSubscription(const LogSubscription&) = delete;
+    LogSubscription& operator=(const LogSubscription&) = delete;
+
+    bool isOpen() const noexcept { return id_ != 0; } ///< false where nothing is received
+    void end();                                       ///< waits for a callback that runs
+
+private:
+    const PluginLog& log_;
+    std::uint64_t id_;
 };
 
 /// While it lives, collects the plug-in's messages of one level and keeps them from the console. Messages
@@ -44,8 +58,6 @@ class LogCollector {
 public:
     LogCollector(const PluginLog& log, LogLevel level);
     ~LogCollector();
-    LogCollector(const LogCollector&) = delete;
-    LogCollector& operator=(const LogCollector&) = delete;
 
     /// Stops collecting and returns the messages about the interface `interfaceId`, without their prefix.
     std::vector<std::string> take(const std::string& interfaceId);
@@ -55,12 +67,35 @@ public:
 
 private:
     static int collect(void* context, const char* loggerName, std::uint32_t level, const char* message);
-    void end();
 
-    const PluginLog& log_;
     const LogLevel level_;
-    std::vector<std::string> messages_; // written by the callback; read after `end`, which waits for it
-    std::uint64_t subscription_;
+    std::vector<std::string> messages_; // written by the callback, read after the subscription has ended
+    LogSubscription subscription_;      // last: its callback uses the others
+};
+
+struct LoggedMessage {
+    double seconds; ///< since the log began
+    std::uint32_t level;
+    std::string text;
+};
+
+/// "   1.234 s  warning  TEXT"
+std::string messageText(const LoggedMessage& message);
+
+/// While it lives, keeps every message of the interfaces. They still appear on the console.
+class RunLog {
+public:
+    explicit RunLog(const PluginLog& log);
+
+    /// Ends the subscription and returns the messages.
+    std::vector<LoggedMessage> take();
+
+private:
+    static int keep(void* context, const char* loggerName, std::uint32_t level, const char* message);
+
+    const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+    std::vector<LoggedMessage> messages_; // written in the callback, read after the subscription has ended
+    LogSubscription subscription_;        // last
 };
 
 /// While it lives, counts the messages of CountedMessage, and keeps those that only faults cause from the
@@ -68,22 +103,22 @@ private:
 class MessageCounter {
 public:
     MessageCounter(const PluginLog& log, const std::vector<PortAddress>& ports);
-    ~MessageCounter();
 
-    bool available() const noexcept { return subscription_ != 0; }
+    bool available() const noexcept { return subscription_.isOpen(); }
     /// `port` is one of those given.
     std::uint64_t count(PortAddress port, CountedMessage message) const;
 
 private:
     struct Port {
-        PortAddress address;
+        explicit Port(PortAddress place) : address(place) {}
+
+        const PortAddress address;
         std::array<std::atomic<std::uint64_t>, countedMessages> counts{};
     };
     static int take(void* context, const char* loggerName, std::uint32_t level, const char* message);
 
-    const PluginLog& log_;
-    std::deque<Port> ports_; // atomics cannot move
-    std::uint64_t subscription_ = 0;
+    std::deque<Port> ports_;       // atomics cannot move
+    LogSubscription subscription_; // last
 };
 
 } // namespace orvo::host

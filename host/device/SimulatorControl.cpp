@@ -33,6 +33,12 @@ std::string SimulatorControl::wire(PortAddress port) const {
     return getWire_(port.board, port.port, text.data(), text.size()) == 0 ? text.data() : "";
 }
 
+std::optional<PortAddress> SimulatorControl::farEnd(PortAddress port) const {
+    const std::string text = wire(port), cable = "port:";
+    if (text == "loopback") return port;
+    return text.starts_with(cable) ? PortAddress::parse(text.substr(cable.size())) : std::nullopt;
+}
+
 std::optional<OrvoSimPort> SimulatorControl::state(PortAddress port) const {
     OrvoSimPort found = {};
     if (readPort_(port.board, port.port, &found) != 0) return std::nullopt;

@@ -26,6 +26,10 @@ public:
     /// The wire's text; empty when there is no such port.
     std::string wire(PortAddress port) const;
 
+    /// The port at the other end of its wire, itself with a loopback plug; nothing where the wire leads out
+    /// of the simulation.
+    std::optional<PortAddress> farEnd(PortAddress port) const;
+
     /// What a port has done so far; nothing when there is no such port.
     std::optional<OrvoSimPort> state(PortAddress port) const;
 

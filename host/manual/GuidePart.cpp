@@ -3,6 +3,8 @@
 
 #include "cli/CommandPage.h"
 
+#include <boost/algorithm/string/trim.hpp>
+
 #include <algorithm>
 #include <regex>
 #include <sstream>
@@ -19,11 +21,7 @@ Cells cellsOf(const std::string& line) {
     Cells cells;
     if (!line.starts_with('|')) return cells;
     std::istringstream row(line.substr(1));
-    for (std::string cell; std::getline(row, cell, '|');) {
-        const auto begin = cell.find_first_not_of(' ');
-        const auto end = cell.find_last_not_of(' ');
-        cells.push_back(begin == std::string::npos ? "" : cell.substr(begin, end + 1 - begin));
-    }
+    for (std::string cell; std::getline(row, cell, '|');) cells.push_back(boost::algorithm::trim_copy(cell));
     return cells;
 }
 

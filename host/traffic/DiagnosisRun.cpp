@@ -14,10 +14,9 @@ namespace {
 /// Whether the link was down since the last reading: the PHY latches that (IEEE 802.3 clause 22, bit 1.2),
 /// and reading it makes the next reading show the present.
 bool wasLinkDown(const BoardAccess& access, PortAddress port) {
-    const auto board = Board::at(access.libraries, port.board);
-    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
-    const auto status = mdio ? mdio->read(port.port, 1) : std::nullopt;
-    return status && (*status & 4U) == 0;
+    auto mdio = MdioMaster::at(access.libraries, port.board);
+    const auto status = mdio ? mdio->read(port.port, phyStatusRegister) : std::nullopt;
+    return status && !hasLink(*status);
 }
 
 std::vector<std::string> readDump(core::zume::PhysicalNetworkInterface& port, const PluginLog& log) {

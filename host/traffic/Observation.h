@@ -3,8 +3,8 @@
 #pragma once
 
 #include "device/BoardAccess.h"
+#include "device/PluginLog.h"
 #include "inspect/diagnosis/Findings.h"
-#include "inspect/report/RunLog.h"
 #include "inspect/watch/PortHistory.h"
 #include "traffic/FrameReceiver.h"
 

@@ -77,10 +77,8 @@ std::unique_ptr<PcapngWriter> openOutput(const ReplayRequest& request, PortAddre
 
 PortAddress receivingPortOf(const ReplayRequest& request, const BoardAccess& access) {
     if (request.receivingPort) return *request.receivingPort;
-    const auto wire = access.simulator ? access.simulator->wire(request.port.address) : std::string();
-    const std::string prefix = "port:";
-    if (!wire.starts_with(prefix)) return request.port.address;
-    return PortAddress::parse(wire.substr(prefix.size())).value_or(request.port.address);
+    const auto sendingPort = request.port.address;
+    return access.simulator ? access.simulator->farEnd(sendingPort).value_or(sendingPort) : sendingPort;
 }
 
 std::string progressText(const Replay& replay, std::optional<std::uint64_t> frames) {

@@ -129,6 +129,10 @@ TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
     EXPECT_THAT(text, Not(HasSubstr("<script")));
     EXPECT_THAT(text, Not(testing::ContainsRegex(" src=| href=|@import|url\\(")));
     EXPECT_THAT(text, HasSubstr("content=\"default-src 'none';"));
+    EXPECT_THAT(textsOf(text, "p"), testing::Contains(testing::MatchesRegex(
+                                        "diagnosed on .+ by orvo-gige .+, ....-..-.. ..:..:.. UTC")));
+    for (const char* folded : {"29 registers, bit by bit", "Tuning values .*: [0-9]+ by default"})
+        EXPECT_THAT(textsOf(text, "summary"), testing::Contains(testing::MatchesRegex(folded)));
     EXPECT_EQ(textsOf(text, "desc").size(), 3u);
     EXPECT_THAT(textsOf(text, "td"),
                 testing::IsSupersetOf({"firmware register GigeRecvPktCnt1", "auto-negotiation", "default"}));

@@ -169,8 +169,7 @@ TEST(SamplerTest, SeesFailedReadsBoardsThatGoAndLinks) {
     simulator.require<decltype(::orvoSimSetPartner)>("orvoSimSetPartner")(0U, 1U, OrvoSimPartner100);
     simulator.require<decltype(::orvoSimSetIdleErrors)>("orvoSimSetIdleErrors")(0U, 0U, 5U);
     simulator.require<decltype(::orvoSimAdvanceTime)>("orvoSimAdvanceTime")(5'000'000U); // negotiation
-    const auto board = Board::at(session.libraries, 0);
-    auto mdio = MdioMaster::of(*board);
+    auto mdio = MdioMaster::at(session.libraries, 0);
     const auto look = readLink(*mdio, 0, {});
     EXPECT_EQ(look, (LinkReading{true, 1'000'000'000, 5}));
     EXPECT_EQ(readLink(*mdio, 0, look), look);

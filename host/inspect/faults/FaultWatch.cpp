@@ -23,12 +23,6 @@ template <class Condition> void waitUntil(const Condition& isDone) {
     while (!isDone() && std::chrono::steady_clock::now() < limit) std::this_thread::sleep_for(pollPause);
 }
 
-std::optional<PortAddress> farEnd(PortAddress port, const std::string& wire) {
-    const std::string cable = "port:";
-    if (wire == "loopback") return port;
-    return wire.starts_with(cable) ? PortAddress::parse(wire.substr(cable.size())) : std::nullopt;
-}
-
 OrvoSimPort growth(const OrvoSimPort& before, OrvoSimPort now) {
     for (const auto field :
          {&OrvoSimPort::sentFrames, &OrvoSimPort::unsentFrames, &OrvoSimPort::receivedFrames,
@@ -86,7 +80,7 @@ std::vector<PortCounts> FaultWatch::countsOf(const std::vector<PortStatistics>& 
     std::vector<PortCounts> all;
     for (const auto& [address, before] : before_) {
         PortCounts port{.address = address};
-        port.far = farEnd(address, access_.simulator->wire(address));
+        port.far = access_.simulator->farEnd(address);
         port.board = growth(before, access_.simulator->state(address).value_or(before));
         port.account = access_.simulator->account(address);
         for (const auto& entry : statistics)

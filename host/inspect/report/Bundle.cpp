@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "inspect/report/Bundle.h"
+#include "inspect/report/Report.h"
 
 #include "base/Failure.h"
 #include "base/Output.h"

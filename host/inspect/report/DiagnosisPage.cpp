@@ -7,6 +7,8 @@
 #include "inspect/report/Html.h"
 #include "inspect/report/PageStyle.h"
 
+#include <QString>
+#include <QSysInfo>
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
@@ -27,12 +29,12 @@ std::tm utcOf(std::chrono::system_clock::time_point time) {
 std::string headerOf(const Report& report) {
     const auto& diagnosis = report.diagnosis;
     const bool isHealthy = diagnosis["healthy"].get<bool>();
+    const auto board = fmt::format("{}, serial {}", valueText(diagnosis["board"]["name"]),
+                                   valueText(diagnosis["board"]["serial"]));
+    const auto making = fmt::format("diagnosed on {} by orvo-gige " ORVO_VERSION ", {:%Y-%m-%d %H:%M:%S} UTC",
+                                    QSysInfo::machineHostName().toStdString(), utcOf(report.time));
     return tag("header", tag("h1", escaped("Port " + valueText(diagnosis["port"]))) + "\n" +
-                             tag("p", escaped(fmt::format("{}, serial {}; {:%Y-%m-%d %H:%M:%S} UTC",
-                                                          valueText(diagnosis["board"]["name"]),
-                                                          valueText(diagnosis["board"]["serial"]),
-                                                          utcOf(report.time)))) +
-                             "\n" +
+                             tag("p", escaped(board)) + "\n" + tag("p", escaped(making)) + "\n" +
                              tag("p", {{"class", isHealthy ? "verdict healthy" : "verdict faulty"}},
                                  isHealthy ? "healthy: no fault found" : "not healthy")) +
            "\n";
@@ -132,19 +134,27 @@ std::string phyOf(const Json& registers) {
                                   valueText(field["value"]), valueText(field["meaning"])});
         content += table.rows.empty() ? tag("p", escaped(name)) + "\n" : html::details(name, tableOf(table));
     }
-    return section("PHY registers", content);
+    return section("PHY registers",
+                   html::details(fmt::format("{} registers, bit by bit", registers.size()), content));
 }
 
-html::Table settingsTable(const char* caption, const std::vector<ReportedSetting>& settings) {
-    html::Table table{caption, {"name", "value", "origin", "meaning"}, {}};
-    for (const auto& setting : settings)
-        table.rows.push_back({setting.name, setting.value, setting.origin, setting.meaning});
-    return table;
+/// Settings as a table, with those that nobody has changed folded away.
+std::string settingsOf(const char* caption, const std::vector<ReportedSetting>& settings) {
+    const html::Table heading{caption, {"name", "value", "origin", "meaning"}, {}};
+    auto changed = heading, defaults = heading;
+    for (const auto& [name, value, origin, meaning] : settings)
+        (origin == "default" ? defaults : changed).rows.push_back({name, value, origin, meaning});
+    std::string text;
+    if (!changed.rows.empty()) text += tableOf(changed);
+    if (!defaults.rows.empty())
+        text +=
+            html::details(fmt::format("{}: {} by default", caption, defaults.rows.size()), tableOf(defaults));
+    return text;
 }
 
 std::string configurationOf(const ReportedSettings& settings) {
-    auto content = tableOf(settingsTable("Tuning values of the plug-in", settings.properties)) +
-                   tableOf(settingsTable("Files and environment variables", settings.others));
+    auto content = settingsOf("Tuning values of the plug-in", settings.properties) +
+                   settingsOf("Files and environment variables", settings.others);
     std::string remarks;
     for (const auto& remark : settings.remarks) remarks += tag("li", escaped(remark));
     if (!remarks.empty()) content += tag("ul", remarks);
@@ -181,8 +191,7 @@ std::string pageOf(const Report& report) {
     return "<!DOCTYPE html>\n" +
            tag("html", {{"lang", "en"}, {"xmlns", "http://www.w3.org/1999/xhtml"}},
                "\n" + tag("head", "\n" + head) + "\n" +
-                   tag("body", "\n" + headerOf(report) + tag("main", "\n" + sections) + "\n" +
-                                   tag("footer", "Made by orvo-gige " ORVO_VERSION "."))) +
+                   tag("body", "\n" + headerOf(report) + tag("main", "\n" + sections) + "\n")) +
            "\n";
 }
 

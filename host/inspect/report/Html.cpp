@@ -8,6 +8,8 @@
 namespace orvo::host::html {
 namespace {
 
+constexpr std::size_t longText = 40; // bytes, from which a value has a line of its own
+
 /// Control characters that a page must not contain, and the two that are no characters in XML.
 bool isForbidden(QChar c) {
     return (c < u' ' && c != u'\n' && c != u'\t') || c == u'\x7F' || c >= u'\uFFFE';
@@ -19,7 +21,10 @@ std::string rowOf(const char* cell, const Table& table, const std::vector<std::s
         Attributes attributes;
         if (std::ranges::find(table.numbers, i) != table.numbers.end())
             attributes.emplace_back("class", "number");
-        if (std::string_view(cell) == "th") attributes.emplace_back("scope", "col");
+        if (std::string_view(cell) == "th")
+            attributes.emplace_back("scope", "col");
+        else
+            attributes.emplace_back("data-heading", table.heading[i]); // shown where the page is narrow
         row += tag(cell, attributes, escaped(texts[i]));
     }
     return tag("tr", row) + "\n";
@@ -56,7 +61,9 @@ std::string tableOf(const Table& table) {
 std::string listOf(const std::vector<std::pair<std::string, std::string>>& entries) {
     std::string content;
     for (const auto& [name, value] : entries)
-        content += tag("div", tag("dt", escaped(name)) + tag("dd", escaped(value))) + "\n";
+        content += tag("div", {{"class", value.size() > longText ? "long" : "short"}},
+                       tag("dt", escaped(name)) + tag("dd", escaped(value))) +
+                   "\n";
     return tag("dl", content) + "\n";
 }
 

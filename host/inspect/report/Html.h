@@ -19,8 +19,8 @@ using Attributes = std::vector<std::pair<const char*, std::string>>;
 std::string tag(const char* name, const Attributes& attributes, const std::string& content);
 std::string tag(const char* name, const std::string& content);
 
-/// A table that scrolls sideways where the page is narrow. Cells are text; columns listed in `numbers`,
-/// counted from 0, are aligned to the right.
+/// A table; where the page is narrow, each row becomes a paragraph. Cells are text; columns listed in
+/// `numbers`, counted from 0, are aligned to the right.
 struct Table {
     std::string caption; ///< empty: none
     std::vector<std::string> heading;

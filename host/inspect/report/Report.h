@@ -2,7 +2,7 @@
 // A report on a port: what it is made of, and its parts as text.
 #pragma once
 
-#include "inspect/report/RunLog.h"
+#include "device/PluginLog.h"
 #include "inspect/watch/PortHistory.h"
 
 #include <nlohmann/json.hpp>
@@ -15,7 +15,9 @@ namespace orvo::host {
 
 /// One value of the configuration, as the page shows it.
 struct ReportedSetting {
-    std::string name, value, origin, meaning;
+    std::string name, value;
+    std::string origin; ///< "default" where nobody has set it
+    std::string meaning;
 };
 
 struct ReportedSettings {
@@ -35,8 +37,15 @@ struct Report {
     ReportedSettings settings;
 };
 
+class ReplacedFile;
+
 /// One page that needs no other file and forbids the browser to load any.
 std::string pageOf(const Report& report);
+
+/// Writes a report and everything it was made from as one archive (tar, gzip): the page, the diagnosis and
+/// the readings as JSON, the plug-in's report and log, the configuration, and the capture at `capturePath`.
+/// Errors: Failure when the archive cannot be written or the capture cannot be read.
+void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath);
 
 std::string logText(const Report& report);
 std::string dumpText(const Report& report);

@@ -3,7 +3,6 @@
 
 #include "base/Failure.h"
 #include "device/FileConflicts.h"
-#include "inspect/report/Bundle.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -12,24 +12,14 @@
 namespace orvo::host {
 namespace {
 
-constexpr unsigned statusRegister = 1;
 constexpr unsigned gigabitStatusRegister = 10;
-constexpr std::uint16_t statusLinkBit = 1 << 2;
-
-bool isSilent(std::optional<std::uint16_t> content) {
-    return !content || *content == 0xFFFF;
-}
-
-bool isUp(std::uint16_t status) {
-    return (status & statusLinkBit) != 0;
-}
 
 /// The negotiated speed; nothing while it is unknown. Register 10 also has idle errors, which are added up.
 std::optional<std::uint64_t> readSpeed(MdioMaster& mdio, unsigned port, LinkReading& reading) {
     std::array<std::uint16_t, dumpedPhyRegisters> phy{};
-    for (const unsigned number : {0U, statusRegister, 4U, 5U, 9U, gigabitStatusRegister}) {
+    for (const unsigned number : {0U, phyStatusRegister, 4U, 5U, 9U, gigabitStatusRegister}) {
         const auto content = mdio.read(port, number);
-        if (isSilent(content)) return std::nullopt;
+        if (!content) return std::nullopt;
         phy[number] = *content;
     }
     const auto state = LinkState::from(phy);
@@ -41,12 +31,12 @@ std::optional<std::uint64_t> readSpeed(MdioMaster& mdio, unsigned port, LinkRead
 
 LinkReading readLink(MdioMaster& mdio, unsigned port, const LinkReading& before) {
     LinkReading reading{.idleErrors = before.idleErrors};
-    auto status = mdio.read(port, statusRegister);
-    if (isSilent(status)) return reading;
-    const bool wasDown = !isUp(*status); // at some time since the last reading: the bit latches
-    if (wasDown) status = mdio.read(port, statusRegister);
-    if (isSilent(status)) return reading;
-    reading.up = isUp(*status);
+    auto status = mdio.read(port, phyStatusRegister);
+    if (!status) return reading;
+    const bool wasDown = !hasLink(*status); // at some time since the last reading
+    if (wasDown) status = mdio.read(port, phyStatusRegister);
+    if (!status) return reading;
+    reading.up = hasLink(*status);
     if (!*reading.up) {
         reading.bitsPerSecond = 0;
     } else if (wasDown || before.bitsPerSecond.value_or(0) == 0) {
@@ -54,7 +44,7 @@ LinkReading readLink(MdioMaster& mdio, unsigned port, const LinkReading& before)
     } else {
         reading.bitsPerSecond = before.bitsPerSecond;
         const auto content = mdio.read(port, gigabitStatusRegister);
-        if (!isSilent(content)) reading.idleErrors += *content & 0xFFU;
+        if (content) reading.idleErrors += *content & 0xFFU;
     }
     return reading;
 }
@@ -85,8 +75,7 @@ void LinkPoller::poll(const std::stop_token& stop) {
 
 /// Where the board is gone, the links become unknown.
 void LinkPoller::readAll(const std::stop_token& stop) {
-    const auto board = Board::at(libraries_, board_);
-    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    auto mdio = MdioMaster::at(libraries_, board_);
     for (unsigned port = 0; port < readings_.size() && !stop.stop_requested(); ++port) {
         const auto before = at(port).value_or(LinkReading{});
         const auto reading =

@@ -18,7 +18,7 @@ constexpr std::array pointTexts = {
 
 constexpr std::array evidenceTexts = {
     // by OrvoSimEvidence
-    "nothing: whoever reads asks again or goes on, and no frame is lost",
+    "nothing: the read is repeated or skipped, and no frame is lost",
     "GigeRecvErrCnt of the port that the frame reaches",
     "frames that arrive, against those sent",
     "frames that come back late",

@@ -162,7 +162,7 @@ ORVO_EXPORT int orvoSimEndFaults(void);
 
 /// The counter or message that must change when a fault happens.
 enum OrvoSimEvidence {
-    OrvoSimNoEvidence = 0,       ///< nothing: whoever reads asks again or goes on, and no frame is lost
+    OrvoSimNoEvidence = 0,       ///< nothing: the read is repeated or skipped, and no frame is lost
     OrvoSimReceiveErrors = 1,    ///< receiveErrors of the port that the frame reaches
     OrvoSimArrivals = 2,         ///< frames that arrive, against those that were sent
     OrvoSimLateFrames = 3,       ///< frames that come back behind one that was sent later
