@@ -17,11 +17,11 @@ public:
     explicit CaptureCommand(Program& program)
         : Command(program, "capture", "Write what a port receives as pcapng, until interrupted") {
         line()
-            .text("--write", "OUT", request_.output, "File to write; - is standard output, for a pipe")
+            .text("-w,--write", "OUT", request_.output, "File to write; - is standard output, for a pipe")
             .required();
-        line().number("--count", request_.limits.frames, {.least = 1}, "End after so many frames written");
+        line().number("-c,--count", request_.limits.frames, {.least = 1}, "End after so many frames written");
         line().value(
-            "--duration", "S",
+            "-d,--duration", "S",
             [this](const std::string& text) {
                 request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
             },
@@ -46,7 +46,7 @@ public:
         if (request_.output == CaptureOutput::standardOutput)
             std::fputs(text.c_str(), stderr); // standard output is the capture
         else
-            print(text);
+            printReport(text);
         if (report.result.failure) std::rethrow_exception(report.result.failure);
         return isAccounted ? Done : DifferencesFound;
     }

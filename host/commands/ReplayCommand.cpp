@@ -27,7 +27,8 @@ public:
             .text("IN", "", request_.input, "Capture to send: pcap or pcapng, with Ethernet frames")
             .required();
         line()
-            .text("--write", "OUT", request_.output, "Write what the port receives to this file, as pcapng")
+            .text("-w,--write", "OUT", request_.output,
+                  "Write what the port receives to this file, as pcapng")
             .notEmpty();
         line().flag("--verify", request_.verify,
                     "Demand that every frame is sent and comes back identical and in order");
@@ -45,12 +46,13 @@ public:
             },
             "Port that receives (default: the one that the simulated wire leads to, else the sending one)");
         addTrafficOptions(line(), request_, json_);
+        addTimeOption(line(), request_.installation);
     }
 
     int run() override {
         const auto report = runReplay(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? print(jsonOfReplay(report)) : print(textOfReplay(report));
+        json_ ? printReport(jsonOfReplay(report)) : printReport(textOfReplay(report));
         if (report.interrupted) throw Interruption();
         return report.passed() && isAccounted ? Done : DifferencesFound;
     }
