@@ -45,9 +45,6 @@ constexpr struct {
 } openingFailures[] = {
     {"Error in OHalInitDevice",
      "there is no such board, or another program holds it: 'orvo-gige boards' lists boards"},
-    {"No GigE interface available",
-     "the board is for another kind of camera: choose one of 'orvo-gige boards'"},
-    {"Port id", "the board has fewer GigE ports: 'orvo-gige boards' lists them"},
     {"Error in KivFirmwareTrampoline", "the installation knows no firmware of the board's version: "
                                        "update the installation, or the firmware"},
     {"Error in OHalConfigureFpga",

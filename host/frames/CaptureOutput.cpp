@@ -83,7 +83,12 @@ std::vector<std::string> CaptureOutput::paths() const {
 }
 
 void CaptureOutput::begin() {
-    writer_->begin();
+    try {
+        writer_->begin();
+    } catch (const ReaderGone&) { // before the first frame
+        if (path_ == standardOutput) throw OutputClosed();
+        throw;
+    }
     files_.push_back({writer_->path()});
 }
 
