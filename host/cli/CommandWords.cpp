@@ -42,6 +42,15 @@ Words namesOfSubcommands(const CommandDescription& program) {
     return names;
 }
 
+/// The argument that takes all words that remain, such as a command to run; null where there is none.
+const OptionDescription* restOf(const CommandDescription& command) {
+    const auto isRest = [](const OptionDescription& option) {
+        return option.positional && option.repeatable;
+    };
+    const auto found = std::ranges::find_if(command.options, isRest);
+    return found == command.options.end() ? nullptr : &*found;
+}
+
 /// Walks over the words once: first those before the subcommand, then those behind it.
 class Walk {
 public:
@@ -90,9 +99,7 @@ private:
     void takeArgument(const std::string& word) {
         const auto& options = command_->options;
         const auto places = std::ranges::count_if(options, &OptionDescription::positional);
-        const bool hasRest = std::ranges::any_of(
-            options, [](const auto& option) { return option.positional && option.repeatable; });
-        if (!hasRest && ++arguments_ > places)
+        if (!restOf(*command_) && ++arguments_ > places)
             refuse("unexpected argument " + quoted(word) +
                    (places == 0 ? "" : " after " + quoted(ordered_.back())));
         ordered_.push_back(word);
@@ -148,7 +155,10 @@ private:
     }
 
     [[noreturn]] void refuseUnknown(const std::string& name) const {
-        refuse("unknown option " + quoted(name), nearestHint(name, longNamesOf(*command_)));
+        auto advice = nearestHint(name, longNamesOf(*command_));
+        if (const auto* const rest = restOf(*command_); rest && advice.empty())
+            advice = "; an option in " + rest->form + " stands behind '--'";
+        refuse("unknown option " + quoted(name), advice);
     }
 
     /// Without advice of its own, the help is advised.

@@ -64,6 +64,7 @@ TEST_F(HabitsTest, AnErrorNamesTheWrongWordAndTheNearestRightOne) {
         {{"capture", "-w", output, "--time", "virtual"}, "unknown option '--time'; see"}, // never possible
         {{"bridge", "--tap", "x", "--time", "virtual"}, "unknown option '--time'; see"},
         {{"watch", "--time", "virtual"}, "unknown option '--time'; see"},
+        {{"lab", "ls", "-l"}, "unknown option '-l'; an option in COMMAND... stands behind '--'"},
         {{"extcap", "instal"}, "'instal' is not one of install, remove; did you mean 'install'?"},
         {{"reset", "--time", "vitual"},
          "--time: 'vitual' is not one of real, virtual; did you mean 'virtual'?"},
