@@ -99,9 +99,7 @@ private:
     void takeArgument(const std::string& word) {
         const auto& options = command_->options;
         const auto places = std::ranges::count_if(options, &OptionDescription::positional);
-        if (!restOf(*command_) && ++arguments_ > places)
-            refuse("unexpected argument " + quoted(word) +
-                   (places == 0 ? "" : " after " + quoted(ordered_.back())));
+        if (!restOf(*command_) && ++arguments_ > places) refuse("unexpected argument " + quoted(word));
         ordered_.push_back(word);
     }
 

@@ -74,8 +74,8 @@ TEST_F(HabitsTest, AnErrorNamesTheWrongWordAndTheNearestRightOne) {
          "but '--json' follows; if that is the value, write '--write=--json'"},
         {{"replay", "--write=", lanCapture}, "--write: the file name is empty"}, // takes no neighbour
         {{"boards", "--json=yes"}, "option '--json' takes no value, but '--json=yes'"},
-        {{"replay", lanCapture, "other"}, "unexpected argument 'other' after '"},
-        {{"replay", "--", "-a", "--json"}, "unexpected argument '--json' after '-a'"},
+        {{"replay", lanCapture, "other"}, "unexpected argument 'other'; see"},
+        {{"replay", "--", "-a", "--json"}, "unexpected argument '--json'; see"},
         {{"boards", "boards"}, "unexpected argument 'boards'"},
         {{"reset", "--board", "1", "-b", "2"}, "option '-b' is given twice, the second time with '2'"},
         {{"reset", "-b", "1", "-p", "0/2"}, "--port: '0/2' is on board 0, but --board is 1"},
