@@ -35,7 +35,7 @@ public:
     using Interface = pcapng::Interface;
 
     /// Makes sure that the file, or the first of a ring, can be written. Errors: Failure, as in all that
-    /// follow.
+    /// follow; OutputClosed when nobody reads standard output.
     CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);
 
     /// Files that may be written; none for standard output.
