@@ -25,7 +25,7 @@ void addTimeOption(CommandLine& line, InstallationOptions& options);
 /// Adds --faults and --seed.
 void addFaultOptions(CommandLine& line, InstallationOptions& options);
 
-/// Adds --board. `--port BOARD/PORT` is another way to name one, see `addAddressOptions`.
+/// Adds --board.
 void addBoardOption(CommandLine& line, const std::function<void(unsigned)>& take, const char* description);
 
 /// Adds --board and --port; the latter may name the board too, unless --board names another one.
