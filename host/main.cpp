@@ -20,6 +20,8 @@ template <class Work> int runGuarded(const Work& work) {
         return work();
     } catch (const Interruption&) {
         return EndedBySignal + endRequested();
+    } catch (const OutputClosed&) {
+        return Done;
     } catch (const UsageFailure& error) {
         notice(error.what());
         return WrongUsage;
@@ -45,14 +47,11 @@ void holdClosedStreams() {
 
 int main(int argc, char** argv) {
     holdClosedStreams();
-    if (isExtcapCall(argc, argv)) {
-        installSignalHandlers();
-        return runGuarded([&] { return answerExtcapCall(argc, argv); });
-    }
+    installSignalHandlers();
+    if (isExtcapCall(argc, argv)) return runGuarded([&] { return answerExtcapCall(argc, argv); });
     HostProgram program;
     return runGuarded([&]() -> int {
         if (!program.line.parse(argc, argv)) return Done;
-        installSignalHandlers();
         return program.chosen().run();
     });
 }

@@ -27,6 +27,13 @@ public:
     using Failure::Failure;
 };
 
+/// The reader of standard output closed it. The program ends with Done and without a message: nobody reads
+/// on, as with `| head -1`.
+class OutputClosed : public std::exception {
+public:
+    const char* what() const noexcept override { return "standard output is closed"; }
+};
+
 /// A signal asked the program to end.
 class Interruption : public std::exception {
 public:

@@ -16,8 +16,20 @@ namespace orvo::host {
 void print(const std::string& text) {
     if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
     const int reason = errno;
+    if (reason == EPIPE) throw OutputClosed();
     throw Failure("cannot write to standard output: " + systemError(reason) +
                   "; the results are incomplete, write them to another place");
+}
+
+void printReport(const std::string& text) {
+    try {
+        print(text);
+    } catch (const OutputClosed&) { // the report has no reader
+    }
+}
+
+void printReport(const nlohmann::ordered_json& document) {
+    printReport(jsonText(document));
 }
 
 std::string jsonText(const nlohmann::ordered_json& document) {

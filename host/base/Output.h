@@ -10,11 +10,17 @@
 
 namespace orvo::host {
 
-/// Writes to standard output. Errors: Failure when that fails (a full disk, a closed pipe).
+/// Writes to standard output. Errors: Failure when that fails (a full disk); OutputClosed when its reader has
+/// gone.
 void print(const std::string& text);
 inline void print(const char* text) {
     print(std::string(text));
 }
+
+/// Writes what a command reports after its work. A reader that has gone misses it, and nothing else changes:
+/// the exit code still tells how the work ended. Errors: Failure, as of `print`.
+void printReport(const std::string& text);
+void printReport(const nlohmann::ordered_json& document);
 
 /// A JSON document, indented, with names in the order in which they were added.
 std::string jsonText(const nlohmann::ordered_json& document);

@@ -3,6 +3,10 @@
 
 #include "base/Failure.h"
 #include "base/Numbers.h"
+#include "base/Output.h"
+#include "cli/CommandWords.h"
+#include "cli/HelpText.h"
+#include "cli/Nearest.h"
 
 #include <CLI/CLI.hpp>
 
@@ -12,12 +16,12 @@
 namespace orvo::host {
 namespace {
 
-/// Turns a refused value into the parser's own error.
-template <class Call> void refusing(const char* name, const Call& call) {
+/// Turns a refused value into the parser's own error, which names the option by its long name.
+template <class Call> void refusing(const std::string& names, const Call& call) {
     try {
         call();
     } catch (const WrongValue& error) {
-        throw CLI::ValidationError(name, error.what());
+        throw CLI::ValidationError(names.substr(names.find(',') + 1), error.what());
     }
 }
 
@@ -108,14 +112,15 @@ Option CommandLine::text(const char* name, const char* form, std::string& variab
 }
 
 Option CommandLine::value(const char* name, const char* form, Take take, const std::string& description) {
-    const auto read = [name, take = std::move(take)](const std::string& text) {
+    const auto read = [name = std::string(name), take = std::move(take)](const std::string& text) {
         refusing(name, [&] { take(text); });
     };
     return Option(*app_->add_option_function<std::string>(name, read, description)->type_name(form));
 }
 
 Option CommandLine::values(const char* name, const char* form, Take take, const std::string& description) {
-    const auto read = [name, take = std::move(take)](const std::vector<std::string>& texts) {
+    const auto read = [name = std::string(name),
+                       take = std::move(take)](const std::vector<std::string>& texts) {
         for (const auto& text : texts) refusing(name, [&] { take(text); });
     };
     auto* const option = app_->add_option_function<std::vector<std::string>>(name, read, description);
@@ -127,7 +132,8 @@ Option CommandLine::choice(const char* name, const std::vector<std::string>& cho
                            const std::string& description) {
     const auto read = [choices, take = std::move(take)](const std::string& text) {
         if (std::ranges::find(choices, text) == choices.end())
-            throw WrongValue(quoted(text) + " is not one of " + joined(choices, ", "));
+            throw WrongValue(quoted(text) + " is not one of " + joined(choices, ", ") +
+                             nearestHint(text, choices));
         take(text);
     };
     return value(name, joined(choices, "|").c_str(), read, description);
@@ -158,6 +164,17 @@ Program::~Program() = default;
 void Program::haveSubcommands(const std::string& version) {
     app_->set_version_flag("--version", version);
     app_->require_subcommand(1);
+    hasSubcommands_ = true;
+}
+
+void Program::shareFlag(const char* name, const char* description) {
+    app_->add_flag(name)->description(description);
+}
+
+void Program::shareOption(const char* name, const char* form, const char* description) {
+    app_->add_option_function<std::string>(
+            name, [](const std::string&) {}, description)
+        ->type_name(form);
 }
 
 CommandLine Program::subcommand(const char* name, const char* description) {
@@ -170,13 +187,21 @@ CommandLine Program::options() {
 }
 
 bool Program::parse(int argc, const char* const* argv, const std::string& advice) {
+    std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+    if (hasSubcommands_) words = orderedWords(description(), words);
+    std::ranges::reverse(words); // as the parser wants them
     try {
-        app_->parse(argc, argv);
-    } catch (const CLI::Success& request) { // help or version, which exit prints
-        app_->exit(request);
+        app_->parse(words);
+    } catch (const CLI::CallForVersion& version) {
+        print(std::string(version.what()) + "\n");
+        return false;
+    } catch (const CLI::CallForHelp&) {
+        printHelp();
         return false;
     } catch (const CLI::ParseError& error) {
-        throw UsageFailure(mistake(error.what()) + "; " + (advice.empty() ? ownAdvice() : advice));
+        const std::string what = error.what();
+        throw UsageFailure(what.ends_with('?') ? what
+                                               : what + "; " + (advice.empty() ? ownAdvice() : advice));
     }
     return true;
 }
@@ -185,11 +210,13 @@ CommandDescription Program::description() const {
     return descriptionOf(*app_);
 }
 
-std::string Program::mistake(const std::string& what) const {
-    const auto unknown = app_->remaining();
-    return app_->get_subcommands().empty() && !unknown.empty()
-               ? "there is no subcommand " + quoted(unknown[0])
-               : what;
+void Program::printHelp() const {
+    const auto program = description();
+    const auto chosen = app_->get_subcommands();
+    const auto* command = &program;
+    if (!chosen.empty())
+        command = &*std::ranges::find(program.subcommands, chosen[0]->get_name(), &CommandDescription::name);
+    print(helpText(program, *command, helpWidth()));
 }
 
 std::string Program::ownAdvice() const {

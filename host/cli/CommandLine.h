@@ -46,7 +46,8 @@ private:
     CLI::Option* option_;
 };
 
-/// Options of the program or of one subcommand. A name without dashes declares a positional argument. `form`
+/// Options of the program or of one subcommand. A name is "--long", or "-s,--long" for an option that has a
+/// short name too; one without dashes declares a positional argument. `form`
 /// is the value's placeholder in the help. Variables must live until the command line is parsed; an option
 /// that is not given leaves its variable alone.
 class CommandLine {
@@ -92,21 +93,27 @@ public:
     void haveSubcommands(const std::string& version);
     CommandLine subcommand(const char* name, const char* description);
 
+    /// Options of subcommands that may also stand before the subcommand, with the same meaning.
+    void shareFlag(const char* name, const char* description);
+    void shareOption(const char* name, const char* form, const char* description);
+
     /// Options of the program itself; unknown ones are then ignored.
     CommandLine options();
 
     /// False when the user asked for help or the version, which has then been printed.
-    /// Errors: UsageFailure with what is wrong and `advice`, or, where that is empty, which help to read.
+    /// Errors: UsageFailure with what is wrong and `advice`, or, where that is empty, what is probably meant
+    /// or which help to read; OutputClosed.
     bool parse(int argc, const char* const* argv, const std::string& advice = "");
 
     /// Everything declared so far.
     CommandDescription description() const;
 
 private:
-    std::string mistake(const std::string& what) const;
+    void printHelp() const;
     std::string ownAdvice() const;
 
     const std::unique_ptr<CLI::App> app_;
+    bool hasSubcommands_ = false;
 };
 
 } // namespace orvo::host

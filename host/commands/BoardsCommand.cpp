@@ -102,6 +102,7 @@ public:
     explicit BoardsCommand(Program& program)
         : Command(program, "boards", "List the boards and their ports, with the link of each port") {
         addInstallationOptions(line(), installation_);
+        addTimeOption(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of a table");
     }
 
@@ -112,7 +113,7 @@ public:
             printJson(access, boards);
         else if (!boards.empty())
             printTable(access, boards);
-        if (boards.empty()) fmt::print(stderr, "orvo-gige: no boards found\n");
+        if (boards.empty()) notice("no boards found");
         return Done;
     }
 

@@ -26,7 +26,7 @@ public:
     int run() override {
         const auto report = runBridge(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? print(jsonOfBridge(report)) : print(textOfBridge(report));
+        json_ ? printReport(jsonOfBridge(report)) : printReport(textOfBridge(report));
         return isAccounted ? Done : DifferencesFound;
     }
 

@@ -18,14 +18,14 @@ public:
         : Command(program, "capture", "Show what a port receives, or write it as pcapng, until interrupted") {
         const auto output =
             line()
-                .text("--write", "OUT", request_.output,
+                .text("-w,--write", "OUT", request_.output,
                       "Write the frames to this file, as pcapng; - is standard output, for a pipe (default: "
                       "print a line for each frame)")
                 .notEmpty();
-        line().number("--count", request_.limits.frames, {.least = 1},
+        line().number("-c,--count", request_.limits.frames, {.least = 1},
                       "End after so many frames written or shown");
         line().value(
-            "--duration", "S",
+            "-d,--duration", "S",
             [this](const std::string& text) {
                 request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
             },
@@ -52,7 +52,7 @@ public:
         if (request_.output.empty() || request_.output == FrameOutput::standardOutput)
             std::fputs(text.c_str(), stderr); // standard output has the frames
         else
-            print(text);
+            printReport(text);
         if (report.result.failure) std::rethrow_exception(report.result.failure);
         return isAccounted ? Done : DifferencesFound;
     }

@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <memory>
+
 namespace orvo::host {
 namespace {
 
@@ -18,6 +20,19 @@ WireOption wireFrom(const std::string& text) {
     return option;
 }
 
+/// "N" or "B/N". `givenBoard` is that of --board.
+PortAddress portFrom(const std::string& text, std::optional<unsigned> givenBoard) {
+    const auto full = PortAddress::parse(text);
+    const auto port = full ? full : PortAddress::parse("0/" + text);
+    if (!port)
+        throw WrongValue(quoted(text) +
+                         " is not of the form PORT or BOARD/PORT, such as 1 or 0/1, each up to 99999");
+    if (full && givenBoard && full->board != *givenBoard)
+        throw WrongValue(fmt::format("{} is on board {}, but --board is {}; leave --board out", quoted(text),
+                                     full->board, *givenBoard));
+    return {full ? full->board : givenBoard.value_or(0), port->port};
+}
+
 } // namespace
 
 std::chrono::duration<double> secondsFrom(const std::string& text, double least, double most) {
@@ -27,7 +42,8 @@ std::chrono::duration<double> secondsFrom(const std::string& text, double least,
 }
 
 void addRootOption(CommandLine& line, std::string& root) {
-    line.text("--root", "DIR", root, "Installation to use (default: the one this program belongs to)");
+    line.text("--root", "DIR", root, "Installation to use (default: the one this program belongs to)")
+        .notEmpty();
 }
 
 void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
@@ -37,6 +53,9 @@ void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
         [&options](const std::string& text) { options.wires.push_back(wireFrom(text)); },
         "Cable a port of the simulated board: loopback, port:BOARD/PORT, pcap:IN[,OUT], tap:NAME, "
         "packet:IFNAME or none; repeatable");
+}
+
+void addTimeOption(CommandLine& line, InstallationOptions& options) {
     line.choice(
         "--time", {"real", "virtual"},
         [&options](const std::string& text) { options.virtualTime = text == "virtual"; },
@@ -51,10 +70,21 @@ void addFaultOptions(CommandLine& line, InstallationOptions& options) {
     line.number("--seed", options.seed, {}, "Seed of the script's random choices (default 0)").needs(script);
 }
 
-void addAddressOptions(CommandLine& line, PortAddress& address) {
+void addBoardOption(CommandLine& line, const std::function<void(unsigned)>& take, const char* description) {
     constexpr NumberRange fiveDigits{.most = 99'999}; // the installation decides which ones exist
-    line.number("--board", address.board, fiveDigits, "Board (default 0)");
-    line.number("--port", address.port, fiveDigits, "GigE port of the board (default 0)");
+    line.number(
+        "-b,--board", [take](std::uint64_t number) { take(static_cast<unsigned>(number)); }, fiveDigits,
+        description);
+}
+
+// The parser reads options in the order of their declaration: the board is known before the port.
+void addAddressOptions(CommandLine& line, PortAddress& address) {
+    const auto board = std::make_shared<std::optional<unsigned>>();
+    addBoardOption(
+        line, [&address, board](unsigned number) { *board = address.board = number; }, "Board (default 0)");
+    line.value(
+        "-p,--port", "PORT", [&address, board](const std::string& text) { address = portFrom(text, *board); },
+        "GigE port: its number on the board, or BOARD/PORT (default 0)");
 }
 
 } // namespace orvo::host

@@ -7,6 +7,7 @@
 #include "device/BoardAccess.h"
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -15,17 +16,23 @@ namespace orvo::host {
 /// Adds --root.
 void addRootOption(CommandLine& line, std::string& root);
 
-/// Adds --root, --wire and --time.
+/// Adds --root and --wire.
 void addInstallationOptions(CommandLine& line, InstallationOptions& options);
+
+/// Adds --time, for subcommands that can do without the real time.
+void addTimeOption(CommandLine& line, InstallationOptions& options);
 
 /// Adds --faults and --seed.
 void addFaultOptions(CommandLine& line, InstallationOptions& options);
 
-/// Adds --board and --port.
+/// Adds --board.
+void addBoardOption(CommandLine& line, const std::function<void(unsigned)>& take, const char* description);
+
+/// Adds --board and --port; the latter may name the board too, unless --board names another one.
 void addAddressOptions(CommandLine& line, PortAddress& address);
 
 /// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
-/// --crc-watch, --root, --wire, --time, --faults, --seed and --json.
+/// --crc-watch, --root, --wire, --faults, --seed and --json.
 template <class Request> void addTrafficOptions(CommandLine& line, Request& request, bool& json) {
     addAddressOptions(line, request.port.address);
     line.flag("--no-reset", request.port.noReset,

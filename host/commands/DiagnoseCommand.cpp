@@ -59,6 +59,7 @@ public:
         : Command(program, "diagnose", "Show the state of a port and its link, and what is wrong with them") {
         addAddressOptions(line(), port_);
         addInstallationOptions(line(), installation_);
+        addTimeOption(line(), installation_);
         addFaultOptions(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of text");
         line().text("--diff", "OLD.json", oldFile_,
@@ -113,9 +114,10 @@ private:
         if (const auto& ledger = found.account.ledger)
             found.document["faults"] = changesJson["faults"] = ledgerJson(*ledger);
         if (json_)
-            print(oldFile_.empty() ? found.document : changesJson);
+            printReport(oldFile_.empty() ? found.document : changesJson);
         else
-            print(oldFile_.empty() ? textOfDiagnosis(found.document) : textOfChanges(changes, oldFile_));
+            printReport(oldFile_.empty() ? textOfDiagnosis(found.document)
+                                         : textOfChanges(changes, oldFile_));
     }
 
     InstallationOptions installation_;

@@ -25,7 +25,7 @@ public:
 
     int run() override {
         const auto checks = examine(root_, port_);
-        json_ ? print(checksJson(checks)) : print(checksText(checks, styleOfOutput()));
+        json_ ? printReport(checksJson(checks)) : printReport(checksText(checks, styleOfOutput()));
         return std::ranges::any_of(checks, isBad) ? DifferencesFound : Done;
     }
 

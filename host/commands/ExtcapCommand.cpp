@@ -40,7 +40,9 @@ public:
                 "ACTION", {"install", "remove"}, [this](const std::string& action) { action_ = action; },
                 "Install or remove the link to this program")
             .required();
-        line().text("--folder", "DIR", folder_, "Extcap folder (default: as 'tshark -G folders' says)");
+        line()
+            .text("--folder", "DIR", folder_, "Extcap folder (default: as 'tshark -G folders' says)")
+            .notEmpty();
     }
 
     int run() override {

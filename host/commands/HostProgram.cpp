@@ -9,6 +9,8 @@ namespace orvo::host {
 HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
+    line.shareFlag("--json", "Print JSON; the same as behind the subcommand");
+    line.shareOption("--root", "DIR", "Installation to use; the same as behind the subcommand");
     for (auto* const make : {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand,
                              makeExtcapCommand, makeLabCommand, makeDiagnoseCommand, makeResetCommand,
                              makeWatchCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})

@@ -29,7 +29,8 @@ public:
                   "standard input")
             .required();
         line()
-            .text("--write", "OUT", request_.output, "Write what the port receives to this file, as pcapng")
+            .text("-w,--write", "OUT", request_.output,
+                  "Write what the port receives to this file, as pcapng")
             .notEmpty();
         line().flag("--verify", request_.verify,
                     "Demand that every frame is sent and comes back identical and in order");
@@ -52,6 +53,7 @@ public:
         line().number("--bad-fcs", request_.sending.spoiledEvery, {.least = 1},
                       "Send every Nth frame with a wrong check sequence; implies --fcs host");
         addTrafficOptions(line(), request_, json_);
+        addTimeOption(line(), request_.installation);
     }
 
     int run() override {
@@ -62,7 +64,7 @@ public:
         request_.hostMakesFcs = spoils || fcsMaker_ == "host";
         const auto report = runReplay(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? print(jsonOfReplay(report)) : print(textOfReplay(report));
+        json_ ? printReport(jsonOfReplay(report)) : printReport(textOfReplay(report));
         if (report.interrupted) throw Interruption();
         return report.passed() && isAccounted ? Done : DifferencesFound;
     }

@@ -16,6 +16,7 @@ public:
         : Command(program, "reset", "Reset the PHY of a port, and wait for its link") {
         addAddressOptions(line(), port_);
         addInstallationOptions(line(), installation_);
+        addTimeOption(line(), installation_);
         addFaultOptions(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of text");
     }
@@ -23,7 +24,7 @@ public:
     int run() override {
         const auto report = resetPort(installation_, port_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? print(jsonOfReset(report)) : print(textOfReset(report));
+        json_ ? printReport(jsonOfReset(report)) : printReport(textOfReset(report));
         if (!isAccounted) return DifferencesFound;
         if (report.lostLink())
             throw Failure("port " + port_.text() +

@@ -96,9 +96,8 @@ class WatchCommand : public Command {
 public:
     explicit WatchCommand(Program& program)
         : Command(program, "watch", "Show what all ports do, live, without taking part") {
-        line().number(
-            "--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); },
-            {.most = 99'999}, "Only this board (default: all)");
+        addBoardOption(
+            line(), [this](unsigned number) { board_ = number; }, "Only this board (default: all)");
         line().value(
             "--interval", "S", [this](const std::string& text) { interval_ = intervalFrom(text); },
             "Seconds between two readings (default 1)");
@@ -106,7 +105,7 @@ public:
             "--link-interval", "S",
             [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : intervalFrom(text); },
             "Seconds between two readings of the links over MDIO (default 10); 0: none");
-        line().number("--count", count_, {.least = 1}, "End after so many readings");
+        line().number("-c,--count", count_, {.least = 1}, "End after so many readings");
         line().flag("--json", json_, "Print a JSON document a line for each reading");
         line()
             .text("--prometheus", "FILE", prometheusFile_, "Rewrite FILE with metrics at each reading")
@@ -120,7 +119,6 @@ public:
             json_ ? print(counterTableJson()) : print(counterTableText());
             return Done;
         }
-        installation_.requireRealTime();
         const BoardAccess access(installation_, board_.value_or(0));
         Sampler sampler(access, {board_, linkInterval_});
         PortHistories tracks(historyLength);

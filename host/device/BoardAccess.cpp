@@ -2,6 +2,7 @@
 #include "device/BoardAccess.h"
 
 #include "base/Failure.h"
+#include "device/Board.h"
 
 #include <chrono>
 
@@ -10,12 +11,6 @@ namespace orvo::host {
 PortAddress WireOption::address(unsigned defaultBoard) const {
     const auto full = PortAddress::parse(port);
     return full ? *full : PortAddress::parse(std::to_string(defaultBoard) + "/" + port).value();
-}
-
-void InstallationOptions::requireRealTime() const {
-    if (virtualTime)
-        throw UsageFailure("live traffic runs in real time; leave --time virtual out (--no-reset skips the "
-                           "board's reset)");
 }
 
 BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoard)
@@ -34,6 +29,18 @@ void BoardAccess::requireSimulator(const std::string& option) const {
     if (!simulator)
         throw Failure(option + " needs a simulated board, and the one of " +
                       quoted(installation.root().string()) + " is real; leave the option out");
+}
+
+void BoardAccess::requirePort(PortAddress port) const {
+    const auto board = Board::at(libraries, port.board);
+    const auto name = "board " + std::to_string(port.board);
+    const auto advice = "; 'orvo-gige boards' lists boards and ports";
+    if (!board) throw Failure("there is no " + name + ", or another program holds it" + advice);
+    const auto ports = board->gigePorts();
+    if (ports == 0) throw Failure(name + " has no GigE ports, it is for another kind of camera" + advice);
+    if (port.port >= ports)
+        throw Failure("there is no port " + std::to_string(port.port) + " on " + name +
+                      ", whose ports are 0 to " + std::to_string(ports - 1) + advice);
 }
 
 double BoardAccess::seconds() const {

@@ -29,9 +29,6 @@ struct InstallationOptions {
     bool virtualTime = false; ///< sleeps advance the simulated board's clock instead of waiting
     std::string faults;       ///< file of a fault script for the simulated board; empty: none
     std::uint64_t seed = 0;   ///< of the script's random choices
-
-    /// For live traffic. Errors: UsageFailure when virtual time is asked for.
-    void requireRealTime() const;
 };
 
 /// Which port, and how it is used.
@@ -52,6 +49,10 @@ struct BoardAccess {
     std::optional<SimulatorControl> simulator; ///< nothing: the board is real
     bool virtualTime;
     bool hasFaults; ///< a script runs; in virtual time, the thread that made this object drives the clock
+
+    /// Errors: Failure when there is no such board or port. Opening it may still fail, as when another
+    /// program holds it.
+    void requirePort(PortAddress port) const;
 
     /// The board's clock, in seconds from an arbitrary start.
     double seconds() const;

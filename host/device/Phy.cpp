@@ -95,8 +95,7 @@ Link readLink(MdioMaster& mdio, unsigned port) {
 }
 
 Link readLink(const BoardAccess& access, PortAddress port) {
-    const auto board = Board::at(access.libraries, port.board);
-    auto mdio = board ? MdioMaster::of(*board) : std::nullopt;
+    auto mdio = MdioMaster::at(access.libraries, port.board);
     return mdio ? readLink(*mdio, port.port) : Link::Unknown;
 }
 

@@ -23,19 +23,42 @@ constexpr MessageRow messageRows[] = {
 };
 
 constexpr struct {
+    const char* key; // as in the documents of `watch` where that has the same counter
+    std::string_view words;
+} figureRows[] = {
+    {"zeroSizeTransmissions", " zerosize transmissions : "},
+    {"invalidEots", " invalid EOTs : "},
+    {"invalidTransmissionSizes", " invalid transmission sizes : "},
+    {"readErrors", " UIQ read errors : "},
+    {"lostWords", " UIQ lost words : "},
+    {"receivedPackets", " Hardware Packet Count : "},
+    {"receiveErrors", " Hardware Packet Errors : "},
+    {"controlPacketsReceived", " Ctrl Packet Recv Count : "},
+    {"controlPacketsQueued", " Ctrl Packet Send UIQ Count : "},
+    {"streamFifoOverflow", " GVSP FIFO overflow : "},
+    {"controlFifoNotEmpty", " GVCP FIFO not empty : "},
+};
+
+constexpr struct {
     std::string_view reason;
     const char* advice;
 } openingFailures[] = {
     {"Error in OHalInitDevice",
      "there is no such board, or another program holds it: 'orvo-gige boards' lists boards"},
-    {"No GigE interface available",
-     "the board is for another kind of camera: choose one of 'orvo-gige boards'"},
-    {"Port id", "the board has fewer GigE ports: 'orvo-gige boards' lists them"},
     {"Error in KivFirmwareTrampoline", "the installation knows no firmware of the board's version: "
                                        "update the installation, or the firmware"},
     {"Error in OHalConfigureFpga",
      "the FPGA did not take its applet: power-cycle the board, then update its firmware"},
 };
+
+/// The number that `text` begins with: decimal, or hexadecimal behind "0x" as the plug-in writes flags.
+std::optional<std::uint64_t> numberAt(std::string_view text) {
+    const bool isHexadecimal = text.starts_with("0x");
+    if (isHexadecimal) text.remove_prefix(2);
+    std::uint64_t value = 0;
+    const auto read = std::from_chars(text.data(), text.data() + text.size(), value, isHexadecimal ? 16 : 10);
+    return read.ec == std::errc{} ? std::optional(value) : std::nullopt;
+}
 
 } // namespace
 
@@ -68,12 +91,16 @@ std::optional<std::uint64_t> numberBehind(const std::string& words, const std::v
     for (const auto& line : lines) {
         const auto found = line.find(words);
         if (found == std::string::npos) continue;
-        std::uint64_t value = 0;
-        const auto* const digits = line.data() + found + words.size();
-        const auto read = std::from_chars(digits, line.data() + line.size(), value);
-        return read.ec == std::errc{} ? std::optional(value) : std::nullopt;
+        return numberAt(std::string_view(line).substr(found + words.size()));
     }
     return std::nullopt;
+}
+
+std::vector<NamedFigure> figuresOf(const std::vector<std::string>& lines) {
+    std::vector<NamedFigure> figures;
+    for (const auto& [key, words] : figureRows)
+        if (const auto value = numberBehind(std::string(words), lines)) figures.push_back({key, *value});
+    return figures;
 }
 
 std::string openingAdvice(const std::string& reason) {

@@ -38,6 +38,15 @@ bool isCausedByFaultsOnly(CountedMessage message) noexcept;
 /// The number behind `words` in the first line of the plug-in's statistics that has them.
 std::optional<std::uint64_t> numberBehind(const std::string& words, const std::vector<std::string>& lines);
 
+struct NamedFigure {
+    const char* key; ///< its name in JSON
+    std::uint64_t value;
+};
+
+/// What the plug-in's statistics count besides the frames moved, in their order. A figure that is missing, or
+/// that is no count, as the lost words of a queue that does not tell, is left out.
+std::vector<NamedFigure> figuresOf(const std::vector<std::string>& lines);
+
 /// What to do about the reason that the plug-in logged for a port that it could not open.
 std::string openingAdvice(const std::string& reason);
 

@@ -1,9 +1,31 @@
 // SPDX-License-Identifier: MIT
 #include "device/PortStatistics.h"
 
+#include "frames/FrameReport.h"
+
 #include <fmt/format.h>
 
 namespace orvo::host {
+namespace {
+
+nlohmann::ordered_json jsonOfPort(const PortStatistics& statistics) {
+    nlohmann::ordered_json entry = {{"port", statistics.port.text()}};
+    for (const auto& [name, direction] : {std::pair("sent", "Send"), std::pair("received", "Recv")})
+        if (const auto count = statistics.count(direction)) entry[name] = jsonOfCount(*count);
+    for (const auto& [key, value] : figuresOf(statistics.lines)) entry[key] = value;
+    return entry;
+}
+
+} // namespace
+
+std::optional<FrameCount> PortStatistics::count(const std::string& direction) const {
+    for (const auto& line : lines) {
+        const auto frames = numberBehind(direction + " - ", {line});
+        const auto bytes = numberBehind(" frames (", {line});
+        if (frames && bytes) return FrameCount{*frames, *bytes};
+    }
+    return std::nullopt;
+}
 
 std::string statisticsText(const std::vector<PortStatistics>& statistics) {
     std::string text;
@@ -18,8 +40,7 @@ std::string statisticsText(const std::vector<PortStatistics>& statistics) {
 
 nlohmann::ordered_json statisticsJson(const std::vector<PortStatistics>& statistics) {
     auto list = nlohmann::ordered_json::array();
-    for (const auto& entry : statistics)
-        list.push_back({{"port", entry.port.text()}, {"lines", entry.lines}});
+    for (const auto& entry : statistics) list.push_back(jsonOfPort(entry));
     return list;
 }
 

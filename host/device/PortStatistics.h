@@ -4,6 +4,7 @@
 #include "device/PluginMessages.h"
 #include "device/PortAddress.h"
 #include "frames/CaptureOutput.h"
+#include "frames/FrameCount.h"
 
 #include <nlohmann/json.hpp>
 
@@ -19,7 +20,9 @@ struct PortStatistics {
     PortAddress port;
     std::vector<std::string> lines; ///< as the plug-in logged them; none when they are not available
 
-    /// Its number of frames; `direction` is "Send" or "Recv".
+    /// Its frames and bytes; `direction` is "Send" or "Recv".
+    std::optional<FrameCount> count(const std::string& direction) const;
+    /// Its number of frames.
     std::optional<std::uint64_t> frames(const std::string& direction) const {
         return numberBehind(direction + " - ", lines);
     }

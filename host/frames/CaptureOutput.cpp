@@ -69,7 +69,12 @@ void CaptureOutput::open() {
     const auto path = ring_ ? ring_->fileName(path_, number_) : path_;
     const auto target =
         path_ == standardOutput ? BlockFile::Target::StandardOutput : BlockFile::Target::NamedFile;
-    writer_ = std::make_unique<PcapngWriter>(path, interface_, target);
+    try {
+        writer_ = std::make_unique<PcapngWriter>(path, interface_, target);
+    } catch (const ReaderGone&) {
+        if (path_ == standardOutput) throw OutputClosed();
+        throw;
+    }
     writer_->endOn(ending_);
 }
 

@@ -32,8 +32,8 @@ class CaptureOutput final : public FrameOutput {
 public:
     using Interface = pcapng::Interface;
 
-    /// Makes sure that the file, or the first of a ring, can be written. `path` may be standardOutput.
-    /// Errors: Failure.
+    /// Makes sure that the file, or the first of a ring, can be written. `path` may be standardOutput. Errors:
+    /// Failure, as in all that follow; OutputClosed when nobody reads standard output.
     CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);
 
     std::vector<std::string> paths() const override;

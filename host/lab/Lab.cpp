@@ -112,7 +112,7 @@ int Lab::bridge() const {
         setLinkUp(hostInterface);
         kill(getppid(), SIGUSR1);
     };
-    print(textOfBridge(runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp})));
+    printReport(textOfBridge(runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp})));
     return Done;
 }
 

@@ -173,7 +173,6 @@ BridgeTotals carry(TrafficRun& traffic, TapEnd& tap, const PortLosses& portLosse
 } // namespace
 
 BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& setting) {
-    request.installation.requireRealTime();
     const auto port = request.port.address;
     TapEnd tap(request); // first: a name that no TAP can have is the better reason
     for (const auto& option : request.installation.wires)

@@ -28,6 +28,8 @@ offers() {
 
 offers "replay reset" re
 offers "--version" --v
+offers "boards bridge" --json --root captures b
+offers "captures" --root ca
 offers "--help" boards --h
 offers "--write --wire" replay --w
 offers "real virtual" replay --time ""

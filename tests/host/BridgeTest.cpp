@@ -114,16 +114,15 @@ TEST_F(BridgeTest, CarriesEveryFrameOrNamesWhyNot) {
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 0);
     const auto report = json::parse(outcome.out);
-    const auto lines = report["statistics"][0]["lines"];
+    const auto statistics = report["statistics"][0];
     const std::uint64_t handed = report["toPort"]["frames"], delivered = report["toTap"]["frames"];
     const auto down = droppedFrames(report, "while the TAP was down");
     const auto gone = droppedFrames(report, "while the TAP was gone");
     EXPECT_EQ(droppedFrames(report, "longer than 1514 bytes"), 2u);
     EXPECT_GE(down, 1u);
     EXPECT_GE(gone, 1u);
-    EXPECT_THAT(lines[0].get<std::string>(), HasSubstr("Send - " + std::to_string(handed) + " frames ("));
-    EXPECT_THAT(lines[1].get<std::string>(),
-                HasSubstr("Recv - " + std::to_string(delivered + down + gone) + " frames ("));
+    EXPECT_EQ(statistics["sent"]["frames"], handed);
+    EXPECT_EQ(statistics["received"]["frames"], delivered + down + gone);
     for (const auto* news :
          {"TAP 'orvo0' is down", "TAP 'orvo0' is up again", "TAP 'orvo0' is gone", "TAP 'orvo0' is back"})
         EXPECT_THAT(outcome.err, HasSubstr(news));
@@ -214,8 +213,7 @@ TEST_F(BridgeTest, RefusesBadInputInOneLine) {
         {{"--tap", "orvo0", "--address", "10.0.0.1"}, 2, "'10.0.0.1' is not of the form ADDRESS/PREFIX"},
         {{"--tap", "orvo0", "--wire", "0=packet:orvo0"}, 2, "leads back to the bridge's own TAP"},
         {{"--tap", "orvo0", "--wire", "1=tap:orvo0"}, 2, "'tap:orvo0' would be the TAP of the bridge itself"},
-        {{"--tap", "orvo0", "--time", "virtual"}, 2, "runs in real time"},
-        {{"--tap", "orvo0", "--port", "9"}, 1, "Port id '9' not available"},
+        {{"--tap", "orvo0", "--port", "9"}, 1, "there is no port 9 on board 0"},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(testing::PrintToString(row.options));

@@ -80,8 +80,7 @@ TEST_F(CaptureCommandTest, WritesWhatPassesUntilItsLimit) {
         EXPECT_EQ(found["written"], row.expected.size());
         EXPECT_EQ(found["filteredOut"], row.received - row.expected.size());
         EXPECT_EQ(found["ended"], row.ended);
-        EXPECT_THAT(found["statistics"][0]["lines"][1].get<std::string>(),
-                    HasSubstr("Recv - " + std::to_string(row.received) + " frames ("));
+        EXPECT_EQ(found["statistics"][0]["received"]["frames"], row.received);
     }
 }
 
@@ -220,10 +219,8 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {{"--write", output, "--duration", "inf"}, 2, "--duration"},
         {{"--write", output, "--ring", "3"}, 2, "'3' is not of the form FILES:SIZE"},
         {{"--write", "-", "--ring", "2:1M"}, 2, "--ring needs files"},
-        {{"--write", output, "--time", "virtual"}, 2, "runs in real time"},
         {{"--write", folder.file("no/out")}, 1, "No such file"},
         {{"--write", "/dev/full"}, 1, "No space left on device"},
-        {{"--write", output, "--port", "4"}, 1, "Port id '4' not available"},
         {{"--write", folder.file("./in")}, 1, "the wire of port 0/0 plays '" + folder.file("in")},
         {{"--write", output, "--wire", "1=pcap:" + folder.file("in") + "," + output},
          1,

@@ -105,15 +105,11 @@ TEST(DiagnoseCommandTest, RefusesInOneLine) {
     const auto none = folder.file("none"), other = folder.file("other"), broken = folder.file("broken");
     writeFile(other, R"({"document": "something else", "version": 1})");
     writeFile(broken, R"({"document": )");
-    expectRefusal({"diagnose", "--diff", none}, 2, "cannot read '" + none + "': No such file");
-    expectRefusal({"diagnose", "--diff", other}, 2, "'" + other + "' is no diagnosis; ");
-    expectRefusal({"diagnose", "--diff", broken}, 2, "'" + broken + "' is no diagnosis; ");
+    expectRefusal({"diagnose", "--diff", none}, 1, "cannot read '" + none + "': No such file");
+    expectRefusal({"diagnose", "--diff", other}, 1, "'" + other + "' is no diagnosis; ");
+    expectRefusal({"diagnose", "--diff", broken}, 1, "'" + broken + "' is no diagnosis; ");
     expectRefusal({"diagnose", "--time", "slow"}, 2, "--time");
     expectRefusal({"diagnose", "--seconds", "2"}, 2, "--seconds is for a page or bundle");
-    for (const char* command : {"diagnose", "reset"})
-        expectRefusal({command, "--port", "4"}, 1,
-                      "port 0/4 cannot be opened: Port id '4' not available for board id '0'; "
-                      "the board has fewer GigE ports");
 }
 
 TEST(ResetCommandTest, ResetsThePhyAndWaitsForItsLink) {

@@ -73,7 +73,7 @@ TEST_F(ReplayCommandTest, CountsWhatCannotBeSentAndVerifiesNoFileThatWasNotSentW
     EXPECT_EQ(report["dropped"]["frames"], 3);
     EXPECT_EQ(report["dropped"]["reasons"][0]["frames"], 2);
     EXPECT_THAT(report["dropped"]["reasons"][0]["reason"], HasSubstr("longer than 1514 bytes"));
-    EXPECT_EQ(report["statistics"][0]["lines"][0], "Send - 2 frames (138 bytes)");
+    EXPECT_EQ(report["statistics"][0]["sent"], json::parse(R"({"frames":2,"bytes":138})"));
     EXPECT_EQ(report["verification"]["passed"], false);
     EXPECT_EQ(report["verification"]["unsent"], 3);
 
@@ -153,9 +153,9 @@ TEST_F(ReplayCommandTest, TellsWhatDidNotComeBack) {
 }
 
 TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
-    const auto none = folder.file("none"), cut = folder.file("cut"), copy = folder.file("copy"),
-               empty = folder.file("empty"), pluginless = folder.file("pluginless"),
-               timeless = folder.file("timeless"), simulator = folder.file("simulator.toml");
+    const auto cut = folder.file("cut"), copy = folder.file("copy"), empty = folder.file("empty"),
+               pluginless = folder.file("pluginless"), timeless = folder.file("timeless"),
+               simulator = folder.file("simulator.toml");
     writeFile(cut, contentOf(lanCapture).substr(0, 100'000));
     writeCapture(timeless, {Frame(60, 'a'), Frame(60, 'b')});
     std::filesystem::copy(lanCapture, copy);
@@ -182,16 +182,11 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1,
          {copy, "--wire", "0=pcap:" + lanCapture + "," + copy},
          "the wire of port 0/0 records into '" + copy},
-        {1, {lanCapture, "--board", "7"}, "7/0 cannot be opened: Error in OHalInitDevice(...)"},
-        {1, {lanCapture, "--receive", "0/9"}, "Port id '9' not available for board id '0'"},
-        {1, {lanCapture, "--wire", "0=rope"}, "'rope'"},
         {1, {lanCapture, "--board", "7", "--wire", "2=none"}, "7/2"},
         {1, {lanCapture, "--wire", "0=none"}, "0/0 has no link: nothing is plugged in"},
-        {1, {lanCapture, "--root", none}, "none' as installation: No such"},
         {1, {lanCapture, "--root", empty}, "liborvo_hal.so'"},
         {1, {lanCapture, "--root", pluginless}, "liborvo-plugin-zume-phy-gige.so'"},
-        {1, {lanCapture}, simulator + ":2: ", "[[board]]\nports = 9\n"},
-        {1, {lanCapture}, "No GigE interface available", "[[board]]\ncamera_interface = \"CoaXPress\"\n"},
+        {1, {lanCapture}, "board 0 has no GigE ports", "[[board]]\ncamera_interface = \"CoaXPress\"\n"},
         {1, {lanCapture}, "lacks the register(s) GigeWriteData0", poorFirmware},
         {1,
          {lanCapture, "--fcs", "host"},
@@ -207,7 +202,6 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {2, {lanCapture, "--loop", "-1"}, "--loop: '-1' is not a whole number"},
         {2, {lanCapture, "--pace", "1e-300x"}, "a factor such as 2x (0.000001x to 1000000x)"},
         {2, {lanCapture, "--receive", "1"}, "'1' is not of the form BOARD/PORT"},
-        {2, {lanCapture, "--wire", "loopback"}, "'loopback' is not of the form"},
         {2, {lanCapture, "--wire", "0="}, "'0=' is not of the form"},
     };
     writeFile(output, "precious");
@@ -302,7 +296,6 @@ TEST(CommandLineTest, HelpAndVersionAreAnswersAndMistakesAreNot) {
         EXPECT_EQ(outcome.err, "");
     }
     expectRefusal({}, 2, "A subcommand is required; see 'orvo-gige --help'");
-    expectRefusal({"reply"}, 2, "reply");
 }
 
 } // namespace

@@ -153,10 +153,10 @@ TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
 TEST_F(ReportTest, LeavesFilesAloneUnlessItCanReplaceThem) {
     writeFile(page, "old");
     writeFile(bundle, "old");
-    expectRefusal(command("4"), 1, "port 0/4 cannot be opened");
+    expectRefusal(command("4"), 1, "there is no port 4 on board 0");
     EXPECT_THAT(files(), testing::UnorderedElementsAre("page.html", "bundle.tar.gz"));
     EXPECT_EQ(contentOf(page) + contentOf(bundle), "oldold");
-    expectRefusal({"diagnose", "--html", page, "--bundle", page}, 2, "are both to be");
+    expectRefusal({"diagnose", "--html", page, "--bundle", page}, 1, "are both to be");
     expectRefusal({"diagnose", "--html", folder.file("")}, 1, "it is not a regular file");
     writeCapture(page, {});
     expectRefusal({"diagnose", "--html", page, "--wire", "0=pcap:" + page}, 1, "which is to be written");

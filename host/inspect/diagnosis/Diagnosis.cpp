@@ -190,12 +190,12 @@ Json readDiagnosis(const std::string& path) {
     std::error_code reason;
     if (const auto kind = std::filesystem::status(path, reason).type();
         kind != std::filesystem::file_type::regular)
-        throw UsageFailure("cannot read " + quoted(path) + ": " +
-                           (reason ? reason.message() : "it is not a regular file") + advice);
+        throw Failure("cannot read " + quoted(path) + ": " +
+                      (reason ? reason.message() : "it is not a regular file") + advice);
     std::ifstream file(path);
-    if (!file) throw UsageFailure("cannot read " + quoted(path) + ": " + systemError(errno) + advice);
+    if (!file) throw Failure("cannot read " + quoted(path) + ": " + systemError(errno) + advice);
     const auto document = parseBounded(file);
-    if (!isDiagnosis(document)) throw UsageFailure(quoted(path) + " is no diagnosis" + advice);
+    if (!isDiagnosis(document)) throw Failure(quoted(path) + " is no diagnosis" + advice);
     return document;
 }
 

@@ -31,7 +31,7 @@ using Facts = std::vector<std::pair<std::string, std::string>>;
 Facts linkFacts(const nlohmann::ordered_json& diagnosis);
 Facts boardFacts(const nlohmann::ordered_json& diagnosis);
 
-/// Reads a diagnosis from a file. Errors: UsageFailure when it cannot be read, or holds something else.
+/// Reads a diagnosis from a file. Errors: Failure when it cannot be read, or holds something else.
 nlohmann::ordered_json readDiagnosis(const std::string& path);
 
 /// One difference between two diagnoses.

@@ -27,7 +27,7 @@ std::string makeFile(std::string pattern) {
 
 ReportFiles::ReportFiles(const std::string& page, const std::string& bundle) {
     if (isSameFile(page, bundle))
-        throw UsageFailure("page and bundle are both to be " + host::quoted(page) + "; name two files");
+        throw Failure("page and bundle are both to be " + host::quoted(page) + "; name two files");
     if (!page.empty()) page_.emplace(page);
     if (bundle.empty()) return;
     bundle_.emplace(bundle);

@@ -14,7 +14,7 @@ namespace orvo::host {
 /// at its end, so that a bad name is refused at once and a failed run leaves the old files.
 class ReportFiles {
 public:
-    /// An empty name: not wanted. Errors: UsageFailure when both are the same file; Failure when one cannot
+    /// An empty name: not wanted. Errors: Failure when both are the same file, or when one cannot
     /// be written.
     ReportFiles(const std::string& page, const std::string& bundle);
     ~ReportFiles();
