@@ -27,13 +27,15 @@ void addAddressOptions(CommandLine& line, PortAddress& address);
 /// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
 /// --root,
 /// --wire, --time, --faults, --seed and --json.
-template <class Request> void addTrafficOptions(CommandLine& line, Request& request, bool& json) {
+template <class Request>
+void addTrafficOptions(CommandLine& line, Request& request, bool& json,
+                       const char* jsonMeaning = "Print the report as JSON") {
     addAddressOptions(line, request.port.address);
     line.flag("--no-reset", request.port.noReset,
               "Do not reset the board's GigE hardware first (it must be running)");
     addInstallationOptions(line, request.installation);
     addFaultOptions(line, request.installation);
-    line.flag("--json", json, "Print the report as JSON");
+    line.flag("--json", json, jsonMeaning);
 }
 
 /// What the text of an option was read as. Errors: WrongValue "TEXT is not of the form FORM" for nothing.

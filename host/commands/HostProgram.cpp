@@ -9,9 +9,10 @@ namespace orvo::host {
 HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
-    for (auto* const make : {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand,
-                             makeExtcapCommand, makeLabCommand, makeDiagnoseCommand, makeResetCommand,
-                             makeWatchCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
+    for (auto* const make :
+         {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand, makeExtcapCommand,
+          makeLabCommand, makeDiagnoseCommand, makeResetCommand, makeReinitializeCommand, makeEventsCommand,
+          makeWatchCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
         commands.push_back(make(line));
 }
 
