@@ -8,9 +8,14 @@
 #include "base/Signals.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sched.h>
+#include <spawn.h>
 #include <sys/mount.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -37,6 +42,19 @@ void mountSys() {
                       "; run it on the machine itself, or in a container that was started with --privileged");
 }
 
+/// For exec: pointers into the texts, and a null pointer.
+std::vector<char*> argumentsOf(std::vector<std::string>& command) {
+    std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
+    for (auto& argument : command) arguments.push_back(argument.data());
+    arguments.push_back(nullptr);
+    return arguments;
+}
+
+std::string startFailure(const std::string& program, int reason) {
+    return "cannot start " + host::quoted(program) + ": " + systemError(reason) + "; name another program";
+}
+
 void giveForegroundToOwnGroup() {
     std::signal(SIGTTOU, SIG_IGN); // it would stop a process that is not in the foreground yet
     tcsetpgrp(STDIN_FILENO, getpgrp());
@@ -59,6 +77,40 @@ ChildProcess startChild(const std::function<int()>& work) {
     _exit(code);
 }
 
+ChildProcess startProgram(std::vector<std::string> command) {
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    const auto ignored = signalsToRestore();
+    posix_spawnattr_setsigdefault(&attributes, &ignored);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_adddup2(&files, STDERR_FILENO, STDOUT_FILENO);
+    ChildProcess child;
+    const int reason = posix_spawnp(&child.id, command[0].c_str(), &files, &attributes,
+                                    argumentsOf(command).data(), environ);
+    posix_spawn_file_actions_destroy(&files);
+    posix_spawnattr_destroy(&attributes);
+    if (reason != 0) throw Failure(startFailure(command[0], reason));
+    return child;
+}
+
+void awaitChild(ChildProcess& child) {
+    const FileDescriptor ended(static_cast<int>(
+        syscall(SYS_pidfd_open, child.id, 0))); // where there is none, poll skips it, and waitpid waits
+    std::array<pollfd, 2> sources = {{{ended.get(), POLLIN, 0}, {endDescriptor(), POLLIN, 0}}};
+    while (ended.get() >= 0 && sources[0].revents == 0) {
+        poll(sources.data(), sources.size(), -1);
+        if (sources[1].revents == 0) continue;
+        sources[1] = {-1, 0, 0}; // once
+        if (endRequested() != SIGINT) kill(child.id, endRequested());
+    }
+    int status = 0;
+    while (waitpid(child.id, &status, 0) < 0 && errno == EINTR) {
+    }
+    child.exitCode = exitCodeOf(status);
+}
+
 void leaveTerminal() {
     setpgid(0, 0);
     const FileDescriptor nothing(open("/dev/null", O_RDONLY | O_CLOEXEC));
@@ -68,15 +120,11 @@ void leaveTerminal() {
 int becomeProgram(std::vector<std::string> command, const NetworkNamespace& place) {
     place.enter();
     mountSys();
-    std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (auto& argument : command) arguments.push_back(argument.data());
-    arguments.push_back(nullptr);
+    const auto arguments = argumentsOf(command);
     resetSignals();
     execvp(arguments[0], arguments.data());
     const int reason = errno;
-    notice("cannot start " + host::quoted(command[0]) + ": " + systemError(reason) +
-           "; name another program");
+    notice(startFailure(command[0], reason));
     return reason == ENOENT ? notFound : notExecutable;
 }
 

@@ -24,6 +24,14 @@ struct ChildProcess {
 /// printed on standard error and makes the code 1. Errors: Failure.
 ChildProcess startChild(const std::function<int()>& work);
 
+/// Starts a program that writes its output to standard error, as standard output holds this program's
+/// results. Errors: Failure with the reason.
+ChildProcess startProgram(std::vector<std::string> command);
+
+/// Waits until the child has ended. SIGTERM and SIGHUP that ask this process to end are passed on to it; a
+/// key press on the terminal reaches it anyway.
+void awaitChild(ChildProcess& child);
+
 /// For a child's work: leaves the terminal's process group, so that no key reaches it, and empties its input.
 void leaveTerminal();
 

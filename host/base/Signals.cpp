@@ -100,6 +100,10 @@ void unblockAwaitedSignals() {
     pthread_sigmask(SIG_SETMASK, &maskAtStart, nullptr);
 }
 
+sigset_t signalsToRestore() {
+    return setOf(writeSignals);
+}
+
 void resetSignals() {
     for (const int number : writeSignals) std::signal(number, SIG_DFL);
     std::signal(SIGTTOU, SIG_DFL); // ignored by `becomeForegroundGroup`

@@ -61,6 +61,9 @@ std::optional<Signal> awaitSignal(timespec atMost);
 /// In a child: signals are delivered as before `blockAwaitedSignals`.
 void unblockAwaitedSignals();
 
+/// Signals that this program ignores, and that another program expects with their default action.
+sigset_t signalsToRestore();
+
 /// In a child that becomes another program: unblocks, and restores the default action of signals that this
 /// program ignores.
 void resetSignals();

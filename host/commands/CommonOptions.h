@@ -33,7 +33,9 @@ void addAddressOptions(CommandLine& line, PortAddress& address);
 
 /// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
 /// --crc-watch, --root, --wire, --faults, --seed and --json.
-template <class Request> void addTrafficOptions(CommandLine& line, Request& request, bool& json) {
+template <class Request>
+void addTrafficOptions(CommandLine& line, Request& request, bool& json,
+                       const char* jsonMeaning = "Print the report as JSON") {
     addAddressOptions(line, request.port.address);
     line.flag("--no-reset", request.port.noReset,
               "Do not reset the board's GigE hardware first (it must be running)");
@@ -41,7 +43,7 @@ template <class Request> void addTrafficOptions(CommandLine& line, Request& requ
               "Have the plug-in log frames with a wrong check sequence as they come (on standard error)");
     addInstallationOptions(line, request.installation);
     addFaultOptions(line, request.installation);
-    line.flag("--json", json, "Print the report as JSON");
+    line.flag("--json", json, jsonMeaning);
 }
 
 /// What the text of an option was read as. Errors: WrongValue "TEXT is not of the form FORM" for nothing.

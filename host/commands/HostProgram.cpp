@@ -11,9 +11,10 @@ HostProgram::HostProgram()
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
     line.shareFlag("--json", "Print JSON; the same as behind the subcommand");
     line.shareOption("--root", "DIR", "Installation to use; the same as behind the subcommand");
-    for (auto* const make : {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand,
-                             makeExtcapCommand, makeLabCommand, makeDiagnoseCommand, makeResetCommand,
-                             makeWatchCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
+    for (auto* const make :
+         {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand, makeExtcapCommand,
+          makeLabCommand, makeDiagnoseCommand, makeResetCommand, makeReinitializeCommand, makeEventsCommand,
+          makeWatchCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
         commands.push_back(make(line));
 }
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "base/Failure.h"
 #include "base/Output.h"
-#include "base/OutputFile.h"
 #include "base/Signals.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
 #include "device/BoardAccess.h"
 #include "device/CounterTable.h"
+#include "inspect/watch/MetricsFile.h"
 #include "inspect/watch/PrometheusText.h"
 #include "inspect/watch/QueueDrain.h"
 #include "inspect/watch/Sampler.h"
@@ -37,32 +37,6 @@ constexpr std::chrono::milliseconds viewPause = 200ms; // between two checks for
 Seconds intervalFrom(const std::string& text) {
     return secondsFrom(text, shortestSeconds, longestSeconds);
 }
-
-/// A metrics file that is rewritten with each reading. Only the first time must succeed: a full disk may have
-/// room again later.
-class MetricsFile {
-public:
-    explicit MetricsFile(std::string path) : path_(std::move(path)) {}
-
-    void renew(const WatchState& state) {
-        if (path_.empty()) return;
-        try {
-            replaceFile(path_, prometheusTextOf(state));
-            if (fails_) notice("writing " + quoted(path_) + " works again");
-            fails_ = false;
-        } catch (const Failure& failure) {
-            if (!worked_) throw;
-            if (!fails_) notice(failure.what());
-            fails_ = true;
-        }
-        worked_ = true;
-    }
-
-private:
-    const std::string path_;
-    bool worked_ = false;
-    bool fails_ = false;
-};
 
 std::unique_ptr<WatchView> viewFor(bool json) {
     if (json) return makeJsonView();
@@ -134,7 +108,7 @@ public:
                                    sampler.takeNews()};
             if (state.ports.empty())
                 throw Failure("no board has GigE ports; 'orvo-gige boards' lists the boards");
-            metrics.renew(state);
+            if (metrics.isWanted()) metrics.renew(prometheusTextOf(state));
             view->show(state);
             if (!receiver) receiver.emplace(access, addressesOf(state.ports));
             if (readings != count_) waitUntil(nextOf(begin, interval_), state, *view);

@@ -13,6 +13,13 @@
 namespace orvo::host {
 namespace {
 
+/// ": FIRST, SECOND", or nothing.
+std::string joined(const std::vector<std::string>& causes) {
+    std::string text;
+    for (const auto& line : causes) text += (text.empty() ? ": " : ", ") + line;
+    return text;
+}
+
 std::string progressText() {
     return endRequested() == 0 ? "preparing the ports (resetting a board takes about 5 s)"
                                : "ending as soon as the board's reset is over";
@@ -44,11 +51,30 @@ void Port::open() {
 }
 
 void Port::fail(const std::vector<std::string>& causes) const {
-    std::string cause;
-    for (const auto& line : causes) cause += (cause.empty() ? ": " : ", ") + line;
+    auto cause = joined(causes);
     if (cause.empty() && !log_.available())
         cause = ", and this installation's log dispatcher does not provide the reason";
     throw Failure("port " + address_.text() + " cannot be opened" + cause + "; " + openingAdvice(cause));
+}
+
+std::optional<std::string> Port::reinitialize(core::zume::ReinitializationPhase phase) {
+    const SignalShield noShortSleeps;
+    LogCollector errors(log_, ErrorLevel);
+    if (interface_->reinitialize(phase)) return std::nullopt;
+    return joined(errors.take(address_.text()));
+}
+
+void Port::releaseDevice() {
+    if (const auto cause = reinitialize(core::zume::ReleaseDevice))
+        throw Failure("the device of port " + address_.text() + " was not released" + *cause +
+                      "; try again once no operation of the port is running");
+}
+
+std::optional<std::string> Port::reopenDevice() {
+    const auto cause = reinitialize(core::zume::ReopenDevice);
+    if (!cause) return std::nullopt;
+    return "the device of port " + address_.text() + " cannot be opened again" + *cause +
+           "; trying again every second until Ctrl-C";
 }
 
 PortStatistics Port::finish() {

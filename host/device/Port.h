@@ -8,6 +8,7 @@
 #include "device/PortStatistics.h"
 
 #include <list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,12 +30,20 @@ public:
     /// Errors: Failure with the reason that the plug-in logged.
     void open();
 
+    /// Releases the device of an open port, so that another program can use the board. Takes 100 ms.
+    /// Errors: Failure with the reason that the plug-in logged; the device is then still open.
+    void releaseDevice();
+    /// Opens it again; frames that the board queued meanwhile are dropped. Returns why that failed, nothing
+    /// when it did not.
+    std::optional<std::string> reopenDevice();
+
     /// Stops the port and returns the plug-in's statistics. The plug-in then forgets which boards it has
     /// reset, so open no port afterwards.
     PortStatistics finish();
 
 private:
     [[noreturn]] void fail(const std::vector<std::string>& causes) const;
+    std::optional<std::string> reinitialize(core::zume::ReinitializationPhase phase);
 
     const PluginLog& log_;
     const PortAddress address_;
@@ -53,6 +62,7 @@ public:
 
     /// As Plugin::watchCrcErrors.
     void watchCrcErrors() { plugin_.watchCrcErrors(); }
+    std::list<Port>& all() noexcept { return ports_; }
 
     /// Opens all ports and waits for their links. Errors: Failure when a port cannot be opened or has no
     /// link; Interruption.

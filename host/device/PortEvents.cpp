@@ -3,7 +3,9 @@
 
 #include "base/Signals.h"
 
+#include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 namespace orvo::host {
 namespace {
@@ -15,10 +17,30 @@ using templates::platform::SynchronizedQueueInterruptException;
 constexpr auto lookInterval = std::chrono::milliseconds{100};
 constexpr std::uint32_t actionCommandTimeout = 8;
 
+std::string typeText(std::uint32_t type) {
+    return type == actionCommandTimeout ? "action command time-out" : fmt::format("type {}", type);
+}
+
+std::string timeText(std::chrono::system_clock::time_point time) {
+    const auto since = std::chrono::duration_cast<std::chrono::microseconds>(time.time_since_epoch());
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
+    return fmt::format("{:%Y-%m-%dT%H:%M:%S}.{:06}Z", fmt::gmtime(static_cast<std::time_t>(seconds.count())),
+                       (since - seconds).count());
+}
+
 } // namespace
 
-std::string eventTypeName(std::uint32_t type) {
-    return type == actionCommandTimeout ? "action command time-out" : fmt::format("type {}", type);
+std::string eventText(const PortEvent& event) {
+    return fmt::format("{} port {}: {}, count {}", timeText(event.time), event.port.text(),
+                       typeText(event.type), event.count);
+}
+
+std::string eventJsonLine(const PortEvent& event) {
+    const nlohmann::ordered_json document = {{"time", timeText(event.time)},
+                                             {"port", event.port.text()},
+                                             {"type", typeText(event.type)},
+                                             {"count", event.count}};
+    return document.dump() + "\n";
 }
 
 PortEvents::PortEvents(core::zume::PhysicalNetworkInterface& interface, PortAddress port, Take take)

@@ -23,12 +23,15 @@ struct PortEvent {
     std::uint16_t count; ///< of the firmware's report
 };
 
-/// "action command time-out", or the number of another kind.
-std::string eventTypeName(std::uint32_t type);
+/// "TIME port PORT: TYPE, count N"; the time is UTC, with microseconds.
+std::string eventText(const PortEvent& event);
+/// A line of its own, with the time in ISO 8601.
+std::string eventJsonLine(const PortEvent& event);
 
 /// Enables a port's event queue and takes its events on a thread of its own, so that a full queue never holds
-/// the plug-in's thread up for long. The queue is disabled, and nothing more is taken, when this is
-/// destroyed; events that were queued before the port's `stop` are still taken.
+/// the plug-in's thread up for long. It may be made before the port is started, so that no report is missed.
+/// The queue is disabled, and nothing more is taken, when this is destroyed; events that were queued before
+/// the port's `stop` are still taken by `finish`.
 class PortEvents {
 public:
     using Take = std::function<void(const PortEvent&)>; ///< on the thread of its own; must not throw
@@ -39,6 +42,8 @@ public:
     ~PortEvents();
     PortEvents(const PortEvents&) = delete;
     PortEvents& operator=(const PortEvents&) = delete;
+
+    PortAddress port() const noexcept { return port_; }
 
     /// Call it after the port's `stop`: waits until all events that were queued are taken.
     void finish();

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <numeric>
 #include <utility>
 
 namespace orvo::host {
@@ -25,9 +26,10 @@ std::size_t closingBlockBytes() {
 
 } // namespace
 
-PcapngWriter::PcapngWriter(std::string path, pcapng::Interface interface, BlockFile::Target target)
-    : path_(std::move(path)), clock_(systemTime), interface_(std::move(interface)),
-      file_(path_, closingBlockBytes(), target) {
+PcapngWriter::PcapngWriter(std::string path, BlockFile::Target target,
+                           std::vector<pcapng::Interface> interfaces)
+    : path_(std::move(path)), clock_(systemTime), interfaces_(std::move(interfaces)),
+      file_(path_, interfaces_.size() * closingBlockBytes(), target), frames_(interfaces_.size()) {
     if (!file_.replacesFile()) writeHeader(); // a full disk or device fails before anything else happens
 }
 
@@ -42,7 +44,7 @@ PcapngWriter::~PcapngWriter() {
 
 void PcapngWriter::writeHeader() {
     file_.add(pcapng::sectionHeader("orvo-gige " ORVO_VERSION));
-    file_.add(pcapng::interfaceDescription(interface_));
+    for (const auto& interface : interfaces_) file_.add(pcapng::interfaceDescription(interface));
     file_.flush();
     headerWritten_ = true;
 }
@@ -57,15 +59,15 @@ void PcapngWriter::begin() {
     begin_ = clock_();
 }
 
-void PcapngWriter::write(const void* frame, std::size_t bytes) {
-    const auto time = clock_();
+void PcapngWriter::write(const void* frame, std::size_t bytes, pcapng::Timestamp time,
+                         std::uint32_t interface) {
     auto* block = file_.add(pcapng::enhancedPacketBytes(bytes));
-    pcapng::putEnhancedPacket(block, 0, time, frame, bytes);
-    ++frames_;
+    pcapng::putEnhancedPacket(block, interface, time, frame, bytes);
+    ++frames_[interface];
 }
 
 std::uint64_t PcapngWriter::closedBytesWith(std::size_t frameBytes) const noexcept {
-    return file_.size() + pcapng::enhancedPacketBytes(frameBytes) + closingBlockBytes();
+    return file_.size() + pcapng::enhancedPacketBytes(frameBytes) + interfaces_.size() * closingBlockBytes();
 }
 
 std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
@@ -76,16 +78,22 @@ std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
     } catch (const Failure&) {
         failure = std::current_exception();
     }
-    framesInFile_ = frames_ - std::min(frames_, file_.lostBlocks());
-    file_.add(statisticsBlock(framesInFile_, droppedFrames));
+    const auto frames = std::accumulate(frames_.begin(), frames_.end(), std::uint64_t{0});
+    framesInFile_ = frames - std::min(frames, file_.lostBlocks());
+    addStatistics(droppedFrames);
     file_.close();
     if (failure) std::rethrow_exception(failure);
     return framesInFile_;
 }
 
-std::vector<std::uint8_t> PcapngWriter::statisticsBlock(std::uint64_t frames,
-                                                        std::optional<std::uint64_t> droppedFrames) const {
-    return pcapng::interfaceStatistics({0, begin_, std::max(begin_, clock_()), frames, droppedFrames});
+/// Which interface lost frames is not known, so with several of them only complete numbers are written.
+void PcapngWriter::addStatistics(std::optional<std::uint64_t> droppedFrames) {
+    const auto end = std::max(begin_, clock_());
+    if (interfaces_.size() == 1)
+        file_.add(pcapng::interfaceStatistics({0, begin_, end, framesInFile_, droppedFrames}));
+    else if (file_.lostBlocks() == 0)
+        for (std::uint32_t i = 0; i < interfaces_.size(); ++i)
+            file_.add(pcapng::interfaceStatistics({i, begin_, end, frames_[i], std::nullopt}));
 }
 
 } // namespace orvo::host

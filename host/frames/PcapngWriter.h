@@ -9,17 +9,22 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace orvo::host {
 
-/// One file with one interface. Its last block, the statistics, is written by `close` or else by the
-/// destructor, so that the file is complete however the program ends. One thread at a time.
+/// One file, usually with one interface. Its last blocks, the statistics, are written by `close` or else by
+/// the destructor, so that the file is complete however the program ends. One thread at a time.
 class PcapngWriter {
 public:
     /// Makes sure that `path` can be written. An existing file keeps its content until `begin`; a new one is
     /// removed again when `begin` is never called. Errors: Failure when it cannot be written.
     PcapngWriter(std::string path, pcapng::Interface interface,
-                 BlockFile::Target target = BlockFile::Target::NamedFile);
+                 BlockFile::Target target = BlockFile::Target::NamedFile)
+        : PcapngWriter(std::move(path), target, {std::move(interface)}) {}
+    /// With interfaces that are numbered from 0.
+    PcapngWriter(std::string path, BlockFile::Target target, std::vector<pcapng::Interface> interfaces);
     ~PcapngWriter();
 
     const std::string& path() const noexcept { return path_; }
@@ -32,7 +37,8 @@ public:
     void begin();
 
     /// Adds a frame with the present time.
-    void write(const void* frame, std::size_t bytes);
+    void write(const void* frame, std::size_t bytes) { write(frame, bytes, clock_(), 0); }
+    void write(const void* frame, std::size_t bytes, pcapng::Timestamp time, std::uint32_t interface);
 
     /// As in BlockFile.
     void endOn(const EventFd& ending) noexcept { file_.endOn(ending); }
@@ -54,17 +60,16 @@ public:
 
 private:
     void writeHeader();
-    std::vector<std::uint8_t> statisticsBlock(std::uint64_t frames,
-                                              std::optional<std::uint64_t> droppedFrames) const;
+    void addStatistics(std::optional<std::uint64_t> droppedFrames);
 
     const std::string path_;
     std::function<pcapng::Timestamp()> clock_;
-    const pcapng::Interface interface_;
+    const std::vector<pcapng::Interface> interfaces_;
     BlockFile file_;
     bool headerWritten_ = false;
     bool open_ = false; // between begin and close
     pcapng::Timestamp begin_ = 0;
-    std::uint64_t frames_ = 0; // handed to the file
+    std::vector<std::uint64_t> frames_; // handed to the file, by interface
     std::uint64_t framesInFile_ = 0;
 };
 

@@ -102,7 +102,7 @@ std::string textOfCapture(const CaptureReport& report) {
     if (const auto frames = report.unreadFrames())
         text += framesLine("unread", frames, "that the reader did not take any more");
     return text + durationLine(report.duration) + reportLine("ended", textOfCaptureEnd(end)) +
-           statisticsText(report.account.statistics);
+           report.account.text();
 }
 
 nlohmann::ordered_json jsonOfCapture(const CaptureReport& report) {

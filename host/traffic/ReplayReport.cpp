@@ -90,7 +90,7 @@ std::string textOfReplay(const ReplayReport& report) {
     if (!report.request.output.empty())
         text += framesLine("written", report.writtenFrames, "to " + report.request.output);
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
-    return text + statisticsText(report.account.statistics);
+    return text + report.account.text();
 }
 
 nlohmann::ordered_json jsonOfReplay(const ReplayReport& report) {

@@ -3,30 +3,46 @@
 #pragma once
 
 #include "device/Port.h"
+#include "device/PortEvents.h"
 #include "inspect/faults/FaultWatch.h"
 
+#include <list>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace orvo::host {
 
-/// What the plug-in counted during a run, and where every frame went when faults were injected.
+struct EventCount {
+    PortAddress port;
+    std::uint64_t events = 0;
+};
+
+/// What the plug-in counted and reported during a run, and where every frame went when faults were injected.
 struct TrafficAccount {
     std::vector<PortStatistics> statistics; ///< one entry a port
+    std::vector<EventCount> events;         ///< likewise
     std::optional<Ledger> ledger;           ///< with a fault script
 
-    /// Adds "statistics" and, if there is a ledger, "faults" to a report.
+    /// Ports with events, and the statistics: the last lines of a report.
+    std::string text() const;
+    /// Adds "statistics", "events" and, if there is a ledger, "faults" to a report.
     void addTo(nlohmann::ordered_json& document) const;
 };
 
-/// Opens the ports of a run and ends them. Construct it, call one of the `open` functions, move frames, call
-/// `endFaults` or `stop`, then `finish`. One thread; `access` must outlive it.
+/// Prints an event as a notice. Any thread.
+void tellEvent(const PortEvent& event);
+
+/// Opens the ports of a run, takes their events on threads of their own, and ends them. Construct it, call
+/// one of the `open` functions, move frames, call `endFaults` or `stop`, then `finish`. One thread; `access`
+/// must outlive it.
 class TrafficRun {
 public:
-    /// Errors: Failure when faults are asked for and the plug-in's messages cannot be read.
+    /// `takeEvent` as in PortEvents. Errors: Failure when faults are asked for and the plug-in's messages
+    /// cannot be read.
     TrafficRun(const BoardAccess& access, const InstallationOptions& options,
-               const std::vector<PortAddress>& ports, bool resetBoards)
-        : access_(access), faults_(access, options, ports), ports_(access, ports, resetBoards) {}
+               const std::vector<PortAddress>& ports, bool resetBoards,
+               const PortEvents::Take& takeEvent = tellEvent);
 
     /// The plug-in logs receive errors from now on. Errors: as of Plugin::watchCrcErrors.
     void watchCrcErrors() { ports_.watchCrcErrors(); }
@@ -38,7 +54,11 @@ public:
     /// Opens one port and does not look at its link. Errors: as of Port::open.
     void openAlone(PortAddress port);
 
-    core::zume::PhysicalNetworkInterface& port(PortAddress address) { return ports_.at(address).interface(); }
+    core::zume::PhysicalNetworkInterface& port(PortAddress address) { return device(address).interface(); }
+    Port& device(PortAddress address) { return ports_.at(address); }
+
+    /// Any thread.
+    std::vector<EventCount> events() const;
 
     /// No fault is injected any more. Frames may still move.
     void endFaults() { faults_.end(); }
@@ -52,6 +72,7 @@ private:
     const BoardAccess& access_;
     FaultWatch faults_; // sees the ports before they are opened
     Ports ports_;
+    std::list<PortEvents> events_;
 };
 
 } // namespace orvo::host

@@ -18,6 +18,7 @@ commands = [
     f"replay {capture} --time virtual --verify --write out.pcapng --faults {faults}",
     "diagnose --time virtual",
     "reset --time virtual",
+    "reinitialize",
     "capture --write written.pcapng --no-reset --duration 0.1",
     "watch --count 1",
     "watch --list",
