@@ -22,6 +22,7 @@ constexpr unsigned snapshotPauseUs = 1'000'000;
 } // namespace
 
 void OrvoGbePhysicalNetworkInterface::triggerDebugOutput() {
+    logger();                              // its dispatcher is asked for it while no lock is held
     const tools::logging::HeldLines lines; // sent after board and gate are free again
     const std::lock_guard turn(
         OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->boardSequence(d->boardId));
