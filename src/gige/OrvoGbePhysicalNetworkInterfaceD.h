@@ -117,7 +117,8 @@ public:
     // Of this implementation alone.
     WordBuffer receivedWords;
     DeviceGate gate;
-    std::mutex reinitializing; // one phase at a time
+    std::mutex reinitializing;    // one phase at a time
+    std::mutex switchingChecksum; // its register and its flag change together
 
 private:
     bool refuseDevice();

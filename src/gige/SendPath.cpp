@@ -114,6 +114,7 @@ void OrvoGbePhysicalNetworkInterface::enableCustomChecksum(bool enable) {
     const auto pass = d->gate.enterControl();
     if (!pass) return; // the device is released: neither register nor flag change, so that they agree
     if (d->regGigeTxDisableCrcGeneration == 0) return; // inside: a reopening may find another firmware
+    const std::lock_guard guard(d->switchingChecksum);
     OHalRegisterWrite(d->device, d->regGigeTxDisableCrcGeneration, enable ? 1 : 0);
     d->customChecksumEnabled = enable;
 }
