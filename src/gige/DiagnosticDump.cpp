@@ -5,6 +5,8 @@
 #include "gige/RegisterAccess.h"
 #include "hal/OrvoHal.h"
 
+#include <boost/format.hpp>
+
 #include <unistd.h>
 
 namespace orvo::core::zume {
@@ -20,6 +22,15 @@ constexpr std::uint32_t lastDumpedPhyRegister = 28;
 constexpr unsigned snapshotPauseUs = 1'000'000;
 
 } // namespace
+
+std::string PortState::phyContentToString(unsigned short value) {
+    std::string text = (boost::format("0x%04x") % value).str() + " [ ";
+    for (int bit = 15; bit >= 0; --bit) {
+        text += (value >> bit) & 1 ? '1' : '0';
+        if (bit % 4 == 0 && bit != 0) text += '_';
+    }
+    return text + " ] ";
+}
 
 void OrvoGbePhysicalNetworkInterface::triggerDebugOutput() {
     logger();                              // its dispatcher is asked for it while no lock is held

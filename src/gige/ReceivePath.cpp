@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // One frame from the receive queue to the framework.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
+#include "gige/ReceivedWords.h"
 #include "gige/RegisterAccess.h"
-#include "gige/Transmission.h"
 #include "hal/OrvoHal.h"
 
 #include <boost/make_shared.hpp>
