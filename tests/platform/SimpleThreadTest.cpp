@@ -19,8 +19,8 @@ namespace orvo::test {
 namespace {
 
 std::atomic<bool> namingIsSupported = true;
-std::atomic<int> joins; // of threads, by the code under test
-std::function<void()> afterJoin;
+std::atomic<int> joins;                                        // of threads, by the code under test
+std::function<void(const std::function<void()>& join)> onJoin; // does the next one
 
 } // namespace
 } // namespace orvo::test
@@ -34,9 +34,13 @@ extern "C" void* __wrap_dlsym(void* library, const char* symbol) { // NOLINT(bug
 }
 extern "C" int __real_pthread_join(pthread_t thread, void** result);  // NOLINT(bugprone-reserved-identifier)
 extern "C" int __wrap_pthread_join(pthread_t thread, void** result) { // NOLINT(bugprone-reserved-identifier)
-    const int outcome = __real_pthread_join(thread, result);
+    int outcome = 0;
+    const auto join = [&] { outcome = __real_pthread_join(thread, result); };
     ++orvo::test::joins;
-    if (const auto action = std::exchange(orvo::test::afterJoin, {})) action();
+    if (const auto action = std::exchange(orvo::test::onJoin, {}))
+        action(join);
+    else
+        join();
     return outcome;
 }
 
@@ -129,14 +133,17 @@ TEST_F(SimpleThreadTest, ThreadStartedWhileTheLastIsBeingJoinedIsJoinedToo) {
     joins = 0;
     {
         Worker worker;
+        mayEnd = false;
         worker.start();
-        afterJoin = [&worker] { // within `join`, before it has its mutex again
+        onJoin = [&worker](const auto& join) {
+            mayEnd = true;
+            join();
             while (begun < 3) {
                 worker.start();
                 std::this_thread::yield();
             }
         };
-        worker.join();
+        worker.join(); // has its mutex again after all this
     }
     EXPECT_EQ(joins, 3);
 }
