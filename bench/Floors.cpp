@@ -2,7 +2,7 @@
 // The lean receive and send.
 #include "Floors.h"
 
-#include "gige/Transmission.h"
+#include "gige/ReceivedWords.h"
 #include "hal/OrvoHal.h"
 
 #include <boost/make_shared.hpp>

@@ -123,25 +123,29 @@ void Dispatcher::forgetEnded() noexcept {
     }
 }
 
-/// The first logger, from `handle` on, whose threshold has changed since the facilities were told; marks it
-/// as told.
-std::optional<Dispatcher::Logger> Dispatcher::nextChange(std::uint64_t handle) {
+/// The first logger, from `handle` on, whose threshold the readers have changed; takes the new one over.
+std::optional<std::uint64_t> Dispatcher::nextChange(std::uint64_t handle) {
     const std::lock_guard lock(stateLock_);
     for (; handle < entries_.size(); ++handle) {
         auto& entry = entries_[handle];
         const auto wanted = wantedThreshold(entry);
-        if (std::exchange(entry.threshold, wanted) != wanted) return Logger{handle, wanted};
+        if (std::exchange(entry.threshold, wanted) != wanted) return handle;
     }
     return std::nullopt;
 }
 
-/// Tells the facilities the changed thresholds; `facilitiesLock_` is held. It keeps no iterator across a
-/// callback, which may attach, detach and look up.
+std::uint32_t Dispatcher::thresholdOf(std::uint64_t handle) {
+    const std::lock_guard lock(stateLock_);
+    return entries_[handle].threshold;
+}
+
+/// Tells the facilities the changed thresholds; `facilitiesLock_` is held. It keeps neither iterator nor
+/// threshold across a callback, which may attach, detach, look up, and subscribe.
 void Dispatcher::updateThresholds() {
-    for (auto change = nextChange(0); change; change = nextChange(change->handle + 1))
+    for (auto handle = nextChange(0); handle; handle = nextChange(*handle + 1))
         for (auto each = facilities_.begin(); each != facilities_.end();) {
             const auto [facility, entries] = *each;
-            if (entries.setLevel) entries.setLevel(change->handle, change->threshold);
+            if (entries.setLevel) entries.setLevel(*handle, thresholdOf(*handle));
             each = facilities_.upper_bound(facility);
         }
 }

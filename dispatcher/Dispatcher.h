@@ -61,7 +61,7 @@ private:
     struct Entry {
         std::string name;
         std::uint32_t outputThreshold; // of console and log file
-        std::uint32_t threshold;       // as the facilities were told
+        std::uint32_t threshold;       // lowest of all readers, which look-ups answer and facilities are told
         std::unique_ptr<Lines> lines;
     };
     struct Facility {
@@ -72,7 +72,8 @@ private:
 
     void addEntry(const std::string& name);
     std::uint32_t wantedThreshold(const Entry& entry) const;
-    std::optional<Logger> nextChange(std::uint64_t handle);
+    std::optional<std::uint64_t> nextChange(std::uint64_t handle);
+    std::uint32_t thresholdOf(std::uint64_t handle);
     void updateThresholds();
     std::shared_ptr<Subscriptions> openSubscriptions() const;
     void forgetEnded() noexcept;

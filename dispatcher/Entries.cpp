@@ -33,8 +33,8 @@ template <class Operation> void contained(Operation operation) noexcept {
 extern "C" {
 
 void lookupLogger(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
-    *handle = 0; // with the highest threshold: the answer if memory runs out
-    *threshold = highestThreshold;
+    *handle = 0; // the answer if memory runs out
+    *threshold = noMemory;
     contained([&] {
         const auto logger = dispatcher().lookup(name);
         *handle = logger.handle;

@@ -7,9 +7,8 @@ namespace orvo::templates::platform {
 
 /// Reads the lines of one properties file in their order. A '#' starts a comment anywhere in a line. "[name]"
 /// begins a section; in a section "key = value" defines the full key "section::key". The value may hold
-/// further
-/// '='; white space around key and value is removed. Lines before the first section and lines of any other
-/// form are meaningless. The global locale decides about upper case and white space.
+/// further '='; white space around key and value is removed. Lines before the first section and lines of any
+/// other form are meaningless. The global locale decides about upper case and white space.
 class PropertiesLines {
 public:
     enum class Line { Blank, Section, Entry, Meaningless };

@@ -4,6 +4,8 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -30,6 +32,16 @@ inline std::optional<std::string> optionValue(const std::string& argument, const
     if (!boost::algorithm::iequals(argument.substr(nameStart, equals - nameStart), option))
         return std::nullopt;
     return argument.substr(equals + 1);
+}
+
+inline constexpr const char* preSendWaitVariable = "ORVO_PRE_SEND_WAIT_TIME";
+
+/// The time that a port waits before each frame: milliseconds, as the variable's text says; nothing when
+/// there is none (null), or when it does not begin with a number from 0 to 4294967295.
+inline std::optional<std::uint32_t> preSendWaitMs(const char* text) {
+    const auto waitMs = text ? converted<long long>(text) : std::nullopt;
+    if (!waitMs || *waitMs < 0 || *waitMs > std::numeric_limits<std::uint32_t>::max()) return std::nullopt;
+    return static_cast<std::uint32_t>(*waitMs);
 }
 
 } // namespace orvo::templates::platform

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Action command time-outs, from the firmware's reports to events.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
-#include "gige/Transmission.h"
+#include "gige/ReceivedWords.h"
 #include "hal/OrvoHal.h"
 
 #include <boost/make_shared.hpp>

@@ -42,6 +42,7 @@ void OrvoGbePhysicalNetworkInterface::forceReset() {
 }
 
 void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool force) {
+    logger(); // its dispatcher is asked for it while no lock is held
     auto* const statics = OrvoGbePhysicalNetworkInterfaceStatics::getInstance();
     const int driverClassMask = driverClassPortMask();
     const tools::logging::HeldLines lines; // sent after board and gate are free again

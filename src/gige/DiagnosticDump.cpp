@@ -5,6 +5,8 @@
 #include "gige/RegisterAccess.h"
 #include "hal/OrvoHal.h"
 
+#include <boost/format.hpp>
+
 #include <unistd.h>
 
 namespace orvo::core::zume {
@@ -21,7 +23,17 @@ constexpr unsigned snapshotPauseUs = 1'000'000;
 
 } // namespace
 
+std::string PortState::phyContentToString(unsigned short value) {
+    std::string text = (boost::format("0x%04x") % value).str() + " [ ";
+    for (int bit = 15; bit >= 0; --bit) {
+        text += (value >> bit) & 1 ? '1' : '0';
+        if (bit % 4 == 0 && bit != 0) text += '_';
+    }
+    return text + " ] ";
+}
+
 void OrvoGbePhysicalNetworkInterface::triggerDebugOutput() {
+    logger();                              // its dispatcher is asked for it while no lock is held
     const tools::logging::HeldLines lines; // sent after board and gate are free again
     const std::lock_guard turn(
         OrvoGbePhysicalNetworkInterfaceStatics::getInstance()->boardSequence(d->boardId));

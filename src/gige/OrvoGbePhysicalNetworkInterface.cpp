@@ -51,12 +51,16 @@ void OrvoGbePhysicalNetworkInterface::D::close() {
     device = nullptr;
 }
 
+Logger* OrvoGbePhysicalNetworkInterface::D::logger() {
+    return fetchedOnce(logger_);
+}
+
 LogLine OrvoGbePhysicalNetworkInterface::D::line(LogLevel level) {
-    return LogLine(fetchedOnce(logger_), level);
+    return LogLine(logger(), level);
 }
 
 LogLine OrvoGbePhysicalNetworkInterface::D::line(LogLevel level, const std::string& id) {
-    return LogLine(fetchedOnce(logger_), level, id);
+    return LogLine(logger(), level, id);
 }
 
 OrvoGbePhysicalNetworkInterface::OrvoGbePhysicalNetworkInterface() : d(new D()) {}

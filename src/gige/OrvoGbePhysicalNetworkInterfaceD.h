@@ -21,7 +21,8 @@ template <class T> using Relaxed = templates::platform::Relaxed<T>;
 ///
 /// Who writes: injection what it names; `setup` and `reinitialize` handles and addresses, the handles only
 /// while the gate is closed or no traffic runs; each counter and report flag the one path that it belongs to.
-/// `waitForTermination` and the report read what others write. `device` is touched only behind the gate.
+/// `waitForTermination` and the report read what others write. `device` is used by traffic, resets and
+/// reports only inside the gate; by `setup` and `close` while no other call runs.
 /// Released in this order: leecher thread (joined if it runs), applet, device, event queue.
 class OrvoGbePhysicalNetworkInterface::D {
 public:
@@ -45,6 +46,8 @@ public:
     /// "0x9140 [ 1001_0001_0100_0000 ] " for 0x9140.
     static std::string phyContentToString(unsigned short value);
 
+    /// Null while there is no memory for one. The first call asks the dispatcher: hold no lock then.
+    tools::logging::Logger* logger();
     tools::logging::LogLine line(tools::logging::LogLevel level);
     tools::logging::LogLine line(tools::logging::LogLevel level, const std::string& id);
 
@@ -114,7 +117,8 @@ public:
     // Of this implementation alone.
     WordBuffer receivedWords;
     DeviceGate gate;
-    std::mutex reinitializing; // one phase at a time
+    std::mutex reinitializing;    // one phase at a time
+    std::mutex switchingChecksum; // its register and its flag change together
 
 private:
     bool refuseDevice();

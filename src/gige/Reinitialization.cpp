@@ -14,6 +14,8 @@ constexpr auto releaseLimit = std::chrono::milliseconds{10'000};
 } // namespace
 
 bool OrvoGbePhysicalNetworkInterface::reinitialize(ReinitializationPhase phase) {
+    logger(); // their dispatcher is asked for both while no lock is held
+    d->logger();
     const tools::logging::HeldLines lines; // sent after the lock is free
     const std::lock_guard guard(d->reinitializing);
     if (phase == ReleaseDevice) return releaseDevice();

@@ -1,19 +1,26 @@
 // SPDX-License-Identifier: MIT
-// One frame from the framework into the port's transmit buffer.
+// One frame from the framework into the port's transmit buffer, once the transmitter is idle.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
-#include "gige/Transmitter.h"
 #include "hal/OrvoHal.h"
 
 #include <unistd.h>
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cstring>
 #include <limits>
 
 namespace orvo::core::zume {
 
 using tools::logging::Hex;
+
+enum class TransmitterState { Idle, Unexpected, Late };
+
+struct TransmitterReading {
+    TransmitterState state;
+    std::uint64_t value; // what the register read last
+};
 
 namespace {
 
@@ -24,6 +31,23 @@ constexpr auto turnLimit = 2 * transmitterLimit; // the sender inside gives up a
 
 static_assert(std::endian::native == std::endian::little,
               "a unit's first byte must be its low one in memory");
+
+/// Waits until the port's transmitter can take a frame. One lasts at most 12.3 us on the wire, so this polls.
+/// Idle, Unexpected (the low byte read 0xFF: the board does not answer) or Late (still busy after the limit);
+/// writes nothing to the board. A failed read counts as busy. Threads: the sender's only.
+TransmitterReading awaitTransmitter(void* device, std::uint32_t txTransferActive) {
+    std::uint64_t value = 1;
+    OHalRegisterRead(device, txTransferActive, &value);
+    if (value == 0) return {TransmitterState::Idle, value}; // the usual case, which needs no clock
+    const auto deadline = std::chrono::steady_clock::now() + transmitterLimit;
+    for (bool isLate = false;;) {
+        if ((value & 0xFF) == 0xFF) return {TransmitterState::Unexpected, value};
+        if (value == 0) return {TransmitterState::Idle, value};
+        if (isLate) return {TransmitterState::Late, value};
+        isLate = std::chrono::steady_clock::now() >= deadline; // before the read, which may be the last
+        OHalRegisterRead(device, txTransferActive, &value);    // failed: keeps the value, which is not 0
+    }
+}
 
 /// In several sleeps where the microseconds do not fit the 32 bits that `usleep` takes.
 void waitBeforeSending(std::uint32_t waitMs) {
@@ -66,7 +90,7 @@ void OrvoGbePhysicalNetworkInterface::sendFrame(const QByteArray& bytes, std::si
     auto answer = DeviceGate::Answer::Inside;
     if (const auto turn = d->gate.enterSend(turnLimit)) {
         if (d->regGigeTxTransferActive != 0)
-            transmitter = awaitTransmitter(d->device, d->regGigeTxTransferActive, transmitterLimit);
+            transmitter = awaitTransmitter(d->device, d->regGigeTxTransferActive);
         if (transmitter.state == TransmitterState::Idle) {
             const auto available = std::min(frameBytes, static_cast<std::size_t>(bytes.size()));
             writeFrame(*d, reinterpret_cast<const unsigned char*>(bytes.constData()), available / 2);
@@ -114,6 +138,7 @@ void OrvoGbePhysicalNetworkInterface::enableCustomChecksum(bool enable) {
     const auto pass = d->gate.enterControl();
     if (!pass) return; // the device is released: neither register nor flag change, so that they agree
     if (d->regGigeTxDisableCrcGeneration == 0) return; // inside: a reopening may find another firmware
+    const std::lock_guard guard(d->switchingChecksum);
     OHalRegisterWrite(d->device, d->regGigeTxDisableCrcGeneration, enable ? 1 : 0);
     d->customChecksumEnabled = enable;
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Turns an injected interface into one that can move frames.
-#include "config/PreSendWait.h"
+#include "config/TweakText.h"
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/PortRegisters.h"
 #include "gige/RegisterAccess.h"

@@ -9,6 +9,7 @@
 #include <mutex>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace orvo::hal {
 
@@ -24,13 +25,31 @@ template <auto& variable> void storeEntry(void* address) {
     variable.store(reinterpret_cast<Function>(address), std::memory_order_release);
 }
 
+/// Keeps a flag up while it lives.
+class Raised {
+public:
+    explicit Raised(bool& flag) noexcept : flag_(flag), wasUp_(std::exchange(flag, true)) {}
+    Raised(const Raised&) = delete;
+    Raised& operator=(const Raised&) = delete;
+    ~Raised() { flag_ = wasUp_; }
+    bool wasUp() const noexcept { return wasUp_; }
+
+private:
+    bool& flag_;
+    const bool wasUp_;
+};
+
 /// Opens `libraryName` and stores the address of each of its entries, null for one that it lacks; the entry
 /// named `probeName` comes last. False when the library cannot be opened.
 ///
 /// Threads: any. One at a time stores; the loader, which has a lock of its own and runs the library's
-/// initialiser, is asked before. An initialiser may therefore call a forwarding function.
+/// initialiser, is asked before. An initialiser may therefore call a forwarding function. It then gets every
+/// entry but the probe, so that other threads wait in the loader until the library is initialised.
 template <std::size_t count>
 bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], std::string_view probeName) {
+    // Reserved when the thread is made, because allocation on first use ends the process if it fails.
+    [[gnu::tls_model("initial-exec")]] static constinit thread_local bool isLoading = false;
+    const Raised loading(isLoading);
     const auto library = loadLibrary(libraryName, nullptr);
     if (!library) return false;
     void* addresses[count];
@@ -43,7 +62,7 @@ bool bindLibrary(const char* libraryName, const EntryRow (&rows)[count], std::st
             probe = i;
         else
             rows[i].store(addresses[i]);
-    rows[probe].store(addresses[probe]);
+    if (!loading.wasUp()) rows[probe].store(addresses[probe]);
     return true;
 }
 

@@ -23,7 +23,15 @@ struct Logging::D {
     std::map<std::uint64_t, std::unique_ptr<Logger>> loggers;     // by handle, under `loggersLock`
     std::unique_ptr<hal::SharedLibrary> library;
     ReadWriteLock loggersLock;
+    std::atomic<std::uint64_t> levelsWithoutLogger{0}; // levels set for handles that have none
 };
+
+namespace {
+
+/// A dispatcher that sets a level during each look-up must not keep `getLogger` busy for ever.
+constexpr int maxLookups = 3;
+
+} // namespace
 
 Logging::Logging() : d_(std::make_unique<D>()) {}
 
@@ -60,14 +68,19 @@ void Logging::postConstruct() {
 Logger* Logging::getLogger(const char* name) {
     D& d = *getInstance()->d_;
     if (!d.descriptor.load() || !d.lookup) return &d.rootLogger;
-    std::uint64_t handle = 0;
-    std::uint32_t threshold = 0;
-    d.lookup(name, &handle, &threshold);
-    if (handle == 0 && threshold == highestThreshold) throw std::bad_alloc(); // the dispatcher's
-    const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Exclusive);
-    const auto known = d.loggers.find(handle);
-    if (known != d.loggers.end()) return known->second.get();
-    return d.loggers.emplace(handle, std::make_unique<Logger>(handle, threshold)).first->second.get();
+    for (int lookups = 1;; ++lookups) {
+        const auto levelsBefore = d.levelsWithoutLogger.load();
+        std::uint64_t handle = 0;
+        std::uint32_t threshold = 0;
+        d.lookup(name, &handle, &threshold);
+        if (handle == 0 && threshold == noMemory) throw std::bad_alloc(); // the dispatcher's
+        const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Exclusive);
+        const auto known = d.loggers.find(handle);
+        if (known != d.loggers.end()) return known->second.get();
+        // A level that came since the look-up was perhaps this logger's, and the answer is out of date.
+        if (d.levelsWithoutLogger != levelsBefore && lookups < maxLookups) continue;
+        return d.loggers.emplace(handle, std::make_unique<Logger>(handle, threshold)).first->second.get();
+    }
 }
 
 void Logging::emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a,
@@ -84,7 +97,10 @@ void Logging::setLoggerLevel(std::uint64_t handle, std::uint32_t threshold) {
     D& d = *getInstance()->d_;
     const ReadWriteLockGuard guard(&d.loggersLock, ReadWriteLockGuard::Access::Shared);
     const auto logger = d.loggers.find(handle);
-    if (logger != d.loggers.end()) logger->second->setLevel(threshold);
+    if (logger != d.loggers.end())
+        logger->second->setLevel(threshold);
+    else
+        ++d.levelsWithoutLogger;
 }
 
 } // namespace orvo::tools::logging

@@ -3,6 +3,8 @@
 
 #include <dlfcn.h>
 
+#include <utility>
+
 namespace orvo::templates::platform {
 
 SimpleThread::~SimpleThread() {
@@ -25,13 +27,13 @@ void SimpleThread::start() {
 
 void SimpleThread::join() {
     RecursiveMutexGuard guard(&mutex_);
-    if (!running_ || finished_) return;
+    if (!running_ || finished_ || handle_ == 0) return;
     ++joiners_;
-    const pthread_t handle = handle_;
-    guard.unlock(); // the finishing thread needs the mutex
+    const pthread_t handle = std::exchange(handle_, 0); // the next thread's may come while this one is joined
+    guard.unlock();                                     // the finishing thread needs the mutex
     pthread_join(handle, nullptr);
     guard.relock();
-    if (joiners_-- == 1 && finished_) handle_ = 0;
+    --joiners_;
 }
 
 void* SimpleThread::ThreadFunction(void* self) {
@@ -48,7 +50,7 @@ void SimpleThread::finish() {
 
 void SimpleThread::reclaim() {
     RecursiveMutexGuard guard(&mutex_);
-    if (handle_ == 0 || joiners_ > 0) return;
+    if (handle_ == 0) return;
     pthread_join(handle_, nullptr); // past its last use of the mutex
     handle_ = 0;
 }

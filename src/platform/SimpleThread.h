@@ -40,7 +40,7 @@ private:
     /// Releases a thread that ended while nobody was joining it; it may be on its last instructions.
     void reclaim();
 
-    pthread_t handle_ = 0; // 0 when there is none to join; this and the next three under mutex_
+    pthread_t handle_ = 0; // 0 when none is left to join; this and the next three under mutex_
     bool running_ = false;
     bool finished_ = true;
     std::uint32_t joiners_ = 0;

@@ -73,7 +73,7 @@ TEST(PropertiesFile, SecondFileAddsOrReplaces) {
     }
 }
 
-TEST(PropertiesFile, SectionsAndCaseCanBeHadOtherwise) {
+TEST(PropertiesFile, SectionsMayBeIgnoredAndKeysMayBeCaseSensitive) {
     const TemporaryFolder folder;
     const auto path = folder.write("rt.conf", "a=1\n[s]\nA=2\n[x=3\n");
     PropertiesFile flat(false, false), exact(true, true);

@@ -95,6 +95,22 @@ TEST_F(DispatcherTest, TellsFacilitiesTheLowestThresholdThatAnybodyWants) {
     EXPECT_EQ(detachments, 1);
 }
 
+TEST_F(DispatcherTest, FacilitiesAreToldTheNewestThresholdLast) {
+    static std::function<void()> onChange;
+    static std::vector<std::uint32_t> told;
+    told.clear();
+    onChange = [this] { subscribe("other", 1); };
+    char addresses[2] = {};
+    for (char& address : addresses)
+        dispatcher.attach(reinterpret_cast<Logging*>(&address), nullptr,
+                          [](std::uint64_t, std::uint32_t threshold) {
+                              told.push_back(threshold);
+                              if (const auto action = std::exchange(onChange, {})) action();
+                          });
+    subscribe("other", 3);
+    EXPECT_THAT(told, ElementsAre(3, 1, 1, 1)) << "the first facility subscribes when it is told";
+}
+
 TEST_F(DispatcherTest, EachReaderAppliesItsOwnThresholdUntilItEndsItself) {
     const auto id = subscribe("other", 3);
     EXPECT_EQ(emitted(other, 2, "for nobody"), "");

@@ -3,7 +3,7 @@
 // leecher's passes, reset, report, reinitialisation, statistics.
 #include "fuzz/FuzzInput.h"
 #include "gige/OrvoGbePhysicalNetworkInterface.h"
-#include "gige/Transmission.h"
+#include "gige/ReceivedWords.h"
 #include "hal/KivRuntime.h"
 #include "hal/OrvoHal.h"
 #include "support/RecordedLog.h"

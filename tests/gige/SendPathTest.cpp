@@ -94,6 +94,20 @@ TEST_F(SendPathTest, CustomChecksumIsAppendedOnceByTheHost) {
     EXPECT_THAT(board.takeJournal(), ElementsAre("write GigeTxDisableCrcGeneration2 0"));
 }
 
+TEST_F(SendPathTest, ChecksumIsSwitchedByOneThreadAtATime) {
+    setUpPort();
+    std::future<void> other;
+    bool isFirst = true;
+    board.onWrite = [&](const std::string&) {
+        if (!std::exchange(isFirst, false)) return;
+        other = inBackground([&] { port.enableCustomChecksum(false); });
+        EXPECT_TRUE(isWaiting(other)) << "between register and flag of the first";
+    };
+    port.enableCustomChecksum(true);
+    other.get();
+    EXPECT_FALSE(port.isCustomChecksumEnabled()) << "as the register was written last";
+}
+
 TEST_F(SendPathTest, FrameIsWrittenWithoutALookAtItsRegisters) {
     board.lacking = {"GigeBufferReset2", "GigeWriteData2", "GigeWriteComplete2"};
     setUpPort();

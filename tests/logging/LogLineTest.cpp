@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <limits>
 
 namespace orvo::test {
@@ -63,6 +64,65 @@ TEST_F(LogLineTest, NothingIsEvaluatedBehindARefusedLevel) {
     EXPECT_EQ(evaluated, 0);
     write(LogLevel::Information);
     EXPECT_THAT(takeMessages(), ElementsAre("3 1", "3 PHY Id 'id2"));
+}
+
+TEST_F(LogLineTest, HeldLinesAreSentInTheirOrderAfterTheOutermostEnds) {
+    const auto write = [this](const char* text) { LogLine(logger, LogLevel::Warning, "") << text; };
+    bool isCalledBack = false;
+    const struct {
+        const char* what;
+        std::function<void()> work;
+        const char* order;
+    } rows[] = {{"nested",
+                 [&] {
+                     const HeldLines outer;
+                     write("1");
+                     {
+                         const HeldLines inner;
+                         write("2");
+                     }
+                     write("3");
+                     EXPECT_THAT(takeRecords(), testing::IsEmpty());
+                 },
+                 "123"},
+                {"left by an exception",
+                 [&] {
+                     try {
+                         const HeldLines lines;
+                         write("1");
+                         throw 0;
+                     } catch (int) {
+                         write("2");
+                     }
+                 },
+                 "12"},
+                {"written by a callback while they are sent",
+                 [&] {
+                     onEmit([&] {
+                         if (!std::exchange(isCalledBack, true)) write("2");
+                     });
+                     {
+                         const HeldLines lines;
+                         write("1");
+                         write("3");
+                     }
+                     onEmit({});
+                 },
+                 "123"},
+                {"of one thread only",
+                 [&] {
+                     const HeldLines lines;
+                     write("2");
+                     inBackground([&] { write("1"); }).get();
+                 },
+                 "12"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        row.work();
+        std::string order;
+        for (const auto& message : takeMessages()) order += message.back();
+        EXPECT_EQ(order, row.order);
+    }
 }
 
 } // namespace

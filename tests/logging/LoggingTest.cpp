@@ -90,12 +90,43 @@ TEST_F(LoggingTest, EachHandleHasOneLoggerWhoseThresholdTheDispatcherSets) {
     EXPECT_NE(loggers[1], logger);
 }
 
-TEST_F(LoggingTest, LookupThatTheDispatcherHadNoMemoryForIsAskedAgain) {
-    refuseLookups(true);
-    EXPECT_THROW(Logging::getLogger("unlucky"), std::bad_alloc);
-    refuseLookups(false);
-    Logging::getLogger("unlucky")->log(5, "under its own name", 0, 0);
-    EXPECT_EQ(takeRecords().back().logger, "unlucky");
+TEST_F(LoggingTest, EveryAnswerMakesALoggerExceptThatThereWasNoMemory) {
+    using tools::logging::noMemory;
+    const struct {
+        std::uint64_t handle;
+        std::uint32_t threshold;
+        bool makesLogger;
+    } rows[] = {{0, noMemory, false}, {0, 7, true}, {1'000'000, noMemory, true}};
+    for (const auto& row : rows) {
+        onLookup([&row](auto& handle, auto& threshold) {
+            handle = row.handle;
+            threshold = row.threshold;
+        });
+        if (row.makesLogger)
+            EXPECT_FALSE(Logging::getLogger("any")->isEnabled(6));
+        else
+            EXPECT_THROW(Logging::getLogger("any"), std::bad_alloc);
+        onLookup({});
+    }
+    attachment().setLevel(0, 5);
+    onLookup([](auto& handle, auto&) { handle = 0; });
+    EXPECT_TRUE(Logging::getLogger("any")->isEnabled(5)) << "handle 0 is as good as any";
+    onLookup({});
+    Logging::getLogger("any")->log(5, "under its own name", 0, 0);
+    EXPECT_EQ(takeRecords().back().logger, "any");
+}
+
+TEST_F(LoggingTest, LevelThatIsSetDuringTheLookUpCounts) {
+    int lookups = 0;
+    onLookup([&lookups](auto& handle, auto& threshold) {
+        attachment().setLevel(handle, 5); // the answer is older than this
+        if (++lookups > 1) threshold = 5;
+    });
+    Logger* const late = Logging::getLogger("late");
+    onLookup({});
+    EXPECT_FALSE(late->isEnabled(4));
+    EXPECT_TRUE(late->isEnabled(5));
+    EXPECT_LT(lookups, 10) << "a dispatcher that always does so is not asked for ever";
 }
 
 TEST_F(LoggingTest, AfterTheDispatcherLeftOnlyMessagesAreLost) {

@@ -8,24 +8,40 @@
 
 #include <atomic>
 #include <fstream>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 
 namespace orvo::test {
 namespace {
 
 std::atomic<bool> namingIsSupported = true;
+std::atomic<int> joins;                                        // of threads, by the code under test
+std::function<void(const std::function<void()>& join)> onJoin; // does the next one
 
 } // namespace
 } // namespace orvo::test
 
-// Every look-up of this program comes here; the linker calls the C library's function by the other name.
+// Every look-up and every join of this program come here; the linker calls the C library's functions by the
+// other names.
 extern "C" void* __real_dlsym(void* library, const char* symbol);  // NOLINT(bugprone-reserved-identifier)
 extern "C" void* __wrap_dlsym(void* library, const char* symbol) { // NOLINT(bugprone-reserved-identifier)
     if (!orvo::test::namingIsSupported && std::string_view(symbol) == "pthread_setname_np") return nullptr;
     return __real_dlsym(library, symbol);
+}
+extern "C" int __real_pthread_join(pthread_t thread, void** result);  // NOLINT(bugprone-reserved-identifier)
+extern "C" int __wrap_pthread_join(pthread_t thread, void** result) { // NOLINT(bugprone-reserved-identifier)
+    int outcome = 0;
+    const auto join = [&] { outcome = __real_pthread_join(thread, result); };
+    ++orvo::test::joins;
+    if (const auto action = std::exchange(orvo::test::onJoin, {}))
+        action(join);
+    else
+        join();
+    return outcome;
 }
 
 namespace orvo::test {
@@ -111,6 +127,25 @@ TEST_F(SimpleThreadTest, NothingStaysOfThreadsThatNobodyJoins) {
     const long before = addressSpaceMiB();
     runTo(320);
     EXPECT_LT(addressSpaceMiB() - before, 400) << "300 stacks of 8 MiB would be 2400";
+}
+
+TEST_F(SimpleThreadTest, ThreadStartedWhileTheLastIsBeingJoinedIsJoinedToo) {
+    joins = 0;
+    {
+        Worker worker;
+        mayEnd = false;
+        worker.start();
+        onJoin = [&worker](const auto& join) {
+            mayEnd = true;
+            join();
+            while (begun < 3) {
+                worker.start();
+                std::this_thread::yield();
+            }
+        };
+        worker.join(); // has its mutex again after all this
+    }
+    EXPECT_EQ(joins, 3);
 }
 
 TEST_F(SimpleThreadTest, FailedStartCountsAsEnded) {

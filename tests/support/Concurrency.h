@@ -3,6 +3,8 @@
 #pragma once
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <latch>
 #include <thread>
@@ -32,6 +34,14 @@ template <class Action> std::jthread repeating(Action action) {
 /// Runs `work` on a thread of its own.
 template <class Work> std::future<void> inBackground(Work work) {
     return std::async(std::launch::async, std::move(work));
+}
+
+/// Runs `work` on a thread of its own to its end; ends the process if that never comes.
+template <class Work> void finishInBackground(Work work) {
+    const auto background = inBackground(std::move(work));
+    if (background.wait_for(std::chrono::seconds{30}) == std::future_status::ready) return;
+    std::fputs("deadlock: the work in the background does not end\n", stderr);
+    std::abort(); // its thread cannot be ended
 }
 
 /// Whether what runs in the background has not come to its end after a moment. A slow machine can only make

@@ -55,7 +55,10 @@ void fillTrafficEntries() {
         return board->readRegister(address, value);
     };
     m_POHalRegisterWrite = [](void*, std::uint32_t address, std::uint64_t value) {
-        return board->note("write " + board->nameOf(address) + " " + hex(value));
+        const auto name = board->nameOf(address);
+        board->note("write " + name + " " + hex(value));
+        if (board->onWrite) board->onWrite(name);
+        return 0;
     };
     m_POHalDataQueueReadBufferLong = [](void*, std::uint32_t queue, void* buffer, std::uint64_t bytes,
                                         std::uint32_t timeoutMs) {

@@ -34,8 +34,9 @@ public:
     /// Two answers of a queue that make one transmission of this frame.
     static std::vector<QueueAnswer> transmission(const std::vector<std::uint8_t>& frame);
 
-    /// Called inside the board for every read of a register or queue, on the calling thread, without a lock.
-    std::function<void(const std::string& what)> onRead;
+    /// Called inside the board for every read of a register or queue, and after every write of a register, on
+    /// the calling thread, without a lock.
+    std::function<void(const std::string&what)> onRead, onWrite;
 
     /// Everything since the last call.
     Journal takeJournal();

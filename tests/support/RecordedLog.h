@@ -44,8 +44,9 @@ ORVO_EXPORT Attachment attachment();
 /// What the dispatcher does from within each attach from now on, on the attaching thread; empty: nothing.
 ORVO_EXPORT void onAttach(std::function<void(const Attachment&)> action);
 
-/// Whether the dispatcher has no memory to answer look-ups with.
-ORVO_EXPORT void refuseLookups(bool refuse);
+/// What the dispatcher does in each look-up from now on, on the calling thread, with its answer: handle and
+/// threshold, which it may change; empty: nothing.
+ORVO_EXPORT void onLookup(std::function<void(std::uint64_t&, std::uint32_t&)> action);
 
 /// What the dispatcher does with each message from now on, after it is recorded, on the logging thread;
 /// empty: nothing.

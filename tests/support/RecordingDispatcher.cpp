@@ -15,9 +15,9 @@ std::mutex lock; // of everything below
 std::vector<LogRecord> records;
 std::map<std::string, std::uint64_t> handles;
 std::uint32_t currentThreshold = 2;
-bool refusesLookups = false;
 Attachment current;
 std::function<void(const Attachment&)> attachAction;
+std::function<void(std::uint64_t&, std::uint32_t&)> lookupAction;
 std::function<void()> emitAction;
 
 std::uint64_t handleOf(const std::string& name) {
@@ -31,9 +31,14 @@ std::string nameOf(std::uint64_t handle) {
 }
 
 void lookup(const char* name, std::uint64_t* handle, std::uint32_t* threshold) {
-    const std::lock_guard guard(lock);
-    *handle = refusesLookups ? 0 : handleOf(name);
-    *threshold = refusesLookups ? tools::logging::highestThreshold : currentThreshold;
+    std::function<void(std::uint64_t&, std::uint32_t&)> action;
+    {
+        const std::lock_guard guard(lock);
+        *handle = handleOf(name);
+        *threshold = currentThreshold;
+        action = lookupAction;
+    }
+    if (action) action(*handle, *threshold);
 }
 
 void emit(std::uint64_t handle, std::uint32_t level, const char* message, std::uint32_t a, std::uint64_t b) {
@@ -105,9 +110,9 @@ void onAttach(std::function<void(const Attachment&)> action) {
     attachAction = std::move(action);
 }
 
-void refuseLookups(bool refuse) {
+void onLookup(std::function<void(std::uint64_t&, std::uint32_t&)> action) {
     const std::lock_guard guard(lock);
-    refusesLookups = refuse;
+    lookupAction = std::move(action);
 }
 
 void onEmit(std::function<void()> action) {

@@ -4,8 +4,8 @@
 #include "base/Failure.h"
 
 #include <Thresholds.h>
-#include <config/PreSendWait.h>
 #include <config/PropertiesLocations.h>
+#include <config/TweakText.h>
 
 #include <unistd.h>
 

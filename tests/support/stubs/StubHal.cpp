@@ -8,7 +8,7 @@
 
 namespace {
 
-char handle = 0;
+[[gnu::tls_model("initial-exec")]] thread_local char handle = 0;
 
 template <class Result> Result answer() {
     if constexpr (requires { static_cast<Result>(4711); })

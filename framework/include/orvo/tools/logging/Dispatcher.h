@@ -10,6 +10,8 @@
 
 namespace orvo::tools::logging {
 
+inline constexpr std::uint32_t noMemory = 0xFFFF'FFFF; ///< in an answer to a look-up, see LookupLogger
+
 class Logging; ///< a logging facility; the dispatcher sees only its address
 
 extern "C" {
@@ -20,9 +22,8 @@ using DispatcherDetached = void (*)();
 /// In the facility: the logger of this handle gets a new threshold. Ignores unknown handles.
 using SetLoggerLevel = void (*)(std::uint64_t handle, std::uint32_t threshold);
 
-/// In the dispatcher: the handle (not 0) and threshold (0 to highestThreshold) of a name. The same name
-/// always gets the same handle. Handle 0 with the highest threshold means that there was no memory; ask
-/// again.
+/// In the dispatcher: the handle and threshold of a name. The same name always gets the same handle. Handle 0
+/// with the threshold `noMemory` means that there was no memory; ask again.
 using LookupLogger = void (*)(const char* name, std::uint64_t* handle, std::uint32_t* threshold);
 
 /// In the dispatcher: takes one message. `message` is NUL-terminated and valid during the call only.

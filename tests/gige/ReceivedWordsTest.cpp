@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "gige/Transmission.h"
+#include "gige/ReceivedWords.h"
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 namespace orvo::test {
 namespace {
 
-TEST(TransmissionTest, EveryNumberOfWordsIsUnpackedToItsBytesAndNoMore) {
+TEST(ReceivedWordsTest, EveryNumberOfWordsIsUnpackedToItsBytesAndNoMore) {
     constexpr std::size_t most = 100; // several of the widest vectors, and every rest
     constexpr unsigned char untouched = 0xA5;
     std::vector<std::uint32_t> words(most + 1);

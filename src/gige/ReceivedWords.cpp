@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "gige/Transmission.h"
+#include "gige/ReceivedWords.h"
 
 #include <bit>
 #include <cstring>
