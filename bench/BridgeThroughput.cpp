@@ -5,9 +5,9 @@
 #include "BareBridge.h"
 #include "TcpPeers.h"
 
-#include "network/Interface.h"
-#include "network/NetworkNamespace.h"
-#include "network/VirtualCable.h"
+#include "frames/Interface.h"
+#include "base/NetworkNamespace.h"
+#include "frames/VirtualCable.h"
 
 #include <nlohmann/json.hpp>
 

@@ -2,9 +2,9 @@
 // The pair and its sockets.
 #include "PacketPair.h"
 
-#include "network/Interface.h"
-#include "network/NetworkNamespace.h"
-#include "network/VirtualCable.h"
+#include "frames/Interface.h"
+#include "base/NetworkNamespace.h"
+#include "frames/VirtualCable.h"
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>

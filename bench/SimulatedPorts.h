@@ -3,10 +3,10 @@
 // with 3.
 #pragma once
 
-#include "board/Plugin.h"
-#include "board/PluginLog.h"
-#include "board/Port.h"
-#include "board/Session.h"
+#include "device/Plugin.h"
+#include "device/PluginLog.h"
+#include "device/Port.h"
+#include "device/BoardAccess.h"
 
 #include <orvo/core/zume/EthernetFrame.h>
 
@@ -28,7 +28,7 @@ public:
     core::zume::PhysicalNetworkInterface& operator[](std::size_t port) { return ports_[port]->interface(); }
 
 private:
-    host::Session session_;
+    host::BoardAccess session_;
     host::Plugin plugin_;
     host::PluginLog log_;
     std::array<std::optional<host::Port>, count> ports_;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Capture files, as `replay` reads them and as the simulated board plays them.
-#include "app/Failure.h"
-#include "capture/CaptureReader.h"
+#include "base/Failure.h"
+#include "frames/CaptureReader.h"
 #include "fuzz/FuzzInput.h"
 #include "wire/CaptureFile.h"
 #include "wire/WireSpec.h"

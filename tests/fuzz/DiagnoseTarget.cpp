@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // What `diagnose` makes of a PHY's registers, of the plug-in's report, and of a diagnosis that was kept: the
 // first byte says of which.
-#include "app/Failure.h"
-#include "diagnosis/Diagnosis.h"
-#include "diagnosis/PhyFields.h"
+#include "base/Failure.h"
+#include "inspect/diagnosis/Diagnosis.h"
+#include "inspect/diagnosis/PhyFields.h"
 #include "fuzz/FuzzInput.h"
 
 using namespace orvo::host;

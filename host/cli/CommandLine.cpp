@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: MIT
+// The parser behind the command line.
+#include "cli/CommandLine.h"
+
+#include "base/Failure.h"
+#include "base/Numbers.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+namespace orvo::host {
+namespace {
+
+/// Refusals in the parser's own form.
+template <class Call> void refusing(const char* name, const Call& call) {
+    try {
+        call();
+    } catch (const WrongValue& error) {
+        throw CLI::ValidationError(name, error.what());
+    }
+}
+
+std::string joined(const std::vector<std::string>& words, const char* separator) {
+    std::string text;
+    for (const auto& word : words) text += (text.empty() ? "" : separator) + word;
+    return text;
+}
+
+std::vector<std::string> namesOf(const CLI::Option& option) {
+    if (option.get_positional()) return {option.get_single_name()};
+    std::vector<std::string> names;
+    for (const auto& name : option.get_snames()) names.push_back("-" + name);
+    for (const auto& name : option.get_lnames()) names.push_back("--" + name);
+    return names;
+}
+
+std::string formOf(const CLI::Option& option) {
+    if (option.get_items_expected_max() == 0) return "";
+    const auto form = option.get_type_name();
+    return form.empty() ? option.get_single_name() : form;
+}
+
+OptionDescription descriptionOf(const CLI::Option& option) {
+    const auto form = formOf(option);
+    return {.names = namesOf(option),
+            .form = form,
+            .choices = choicesOf(form),
+            .description = option.get_description(),
+            .required = option.get_required(),
+            .repeatable = option.get_items_expected_max() > 1 ||
+                          option.get_multi_option_policy() == CLI::MultiOptionPolicy::TakeAll,
+            .positional = option.get_positional()};
+}
+
+CommandDescription descriptionOf(const CLI::App& app) {
+    CommandDescription description{app.get_name(), app.get_description(), {}, {}};
+    for (const auto* option : app.get_options()) description.options.push_back(descriptionOf(*option));
+    for (const auto* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        description.subcommands.push_back(descriptionOf(*command));
+    return description;
+}
+
+} // namespace
+
+Option& Option::required() {
+    option_->required();
+    return *this;
+}
+
+Option& Option::notEmpty() {
+    option_->check(
+        CLI::Validator([](const std::string& text) { return text.empty() ? "it names no file" : ""; }, ""));
+    return *this;
+}
+
+Option& Option::needs(const Option& other) {
+    option_->needs(other.option_);
+    return *this;
+}
+
+Option& Option::optionalValue() {
+    option_->expected(0, 1);
+    return *this;
+}
+
+bool CommandLine::isChosen() const {
+    return app_->parsed();
+}
+
+void CommandLine::flag(const char* name, bool& variable, const char* description) {
+    app_->add_flag(name, variable, description);
+}
+
+Option CommandLine::text(const char* name, const char* form, std::string& variable,
+                         const std::string& description) {
+    return Option(*app_->add_option(name, variable, description)->type_name(form));
+}
+
+Option CommandLine::value(const char* name, const char* form, Take take, const std::string& description) {
+    const auto read = [name, take = std::move(take)](const std::string& text) {
+        refusing(name, [&] { take(text); });
+    };
+    return Option(*app_->add_option_function<std::string>(name, read, description)->type_name(form));
+}
+
+Option CommandLine::values(const char* name, const char* form, Take take, const std::string& description) {
+    const auto read = [name, take = std::move(take)](const std::vector<std::string>& texts) {
+        for (const auto& text : texts) refusing(name, [&] { take(text); });
+    };
+    auto* const option = app_->add_option_function<std::vector<std::string>>(name, read, description);
+    option->type_name(form)->expected(1)->take_all(); // one each time
+    return Option(*option);
+}
+
+Option CommandLine::choice(const char* name, const std::vector<std::string>& choices, Take take,
+                           const std::string& description) {
+    const auto read = [choices, take = std::move(take)](const std::string& text) {
+        if (std::ranges::find(choices, text) == choices.end())
+            throw WrongValue(quoted(text) + " is none of " + joined(choices, ", "));
+        take(text);
+    };
+    return value(name, joined(choices, "|").c_str(), read, description);
+}
+
+Option CommandLine::rest(const char* name, const char* form, std::vector<std::string>& variable,
+                         const char* description) {
+    return Option(*app_->add_option(name, variable, description)->type_name(form));
+}
+
+Option CommandLine::number(const char* name, const std::function<void(std::uint64_t)>& take,
+                           NumberRange range, const char* description) {
+    const auto read = [take, range](const std::string& text) {
+        const auto number = wholeNumber(text);
+        if (!number || *number < range.least || *number > range.most)
+            throw WrongValue(quoted(text) + " is no whole number from " + std::to_string(range.least) +
+                             " to " + std::to_string(range.most));
+        take(*number);
+    };
+    return value(name, "N", read, description);
+}
+
+Program::Program(const std::string& name, const std::string& description)
+    : app_(std::make_unique<CLI::App>(description, name)) {}
+
+Program::~Program() = default;
+
+void Program::haveSubcommands(const std::string& version) {
+    app_->set_version_flag("--version", version);
+    app_->require_subcommand(1);
+}
+
+CommandLine Program::subcommand(const char* name, const char* description) {
+    return CommandLine(*app_->add_subcommand(name, description));
+}
+
+CommandLine Program::options() {
+    app_->allow_extras();
+    return CommandLine(*app_);
+}
+
+bool Program::parse(int argc, const char* const* argv, const std::string& advice) {
+    try {
+        app_->parse(argc, argv);
+    } catch (
+        const CLI::Success& wish) { // help and version are no errors, although the parser reports them so
+        app_->exit(wish);
+        return false;
+    } catch (const CLI::ParseError& error) {
+        throw UsageFailure(mistake(error.what()) + "; " + (advice.empty() ? ownAdvice() : advice));
+    }
+    return true;
+}
+
+CommandDescription Program::description() const {
+    return descriptionOf(*app_);
+}
+
+std::string Program::mistake(const std::string& what) const {
+    const auto unknown = app_->remaining();
+    return app_->get_subcommands().empty() && !unknown.empty()
+               ? "there is no subcommand " + quoted(unknown[0])
+               : what;
+}
+
+std::string Program::ownAdvice() const {
+    const auto chosen = app_->get_subcommands();
+    return "see '" + app_->get_name() + " " + (chosen.empty() ? "" : chosen[0]->get_name() + " ") + "--help'";
+}
+
+} // namespace orvo::host

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+// Listing of boards, as a table or as JSON.
+#include "commands/BoardsCommand.h"
+
+#include "base/Failure.h"
+#include "base/Output.h"
+#include "base/Progress.h"
+#include "base/Signals.h"
+#include "device/Board.h"
+#include "device/BoardAccess.h"
+#include "device/Phy.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <atomic>
+
+namespace orvo::host {
+namespace {
+
+struct ListedPort {
+    Link link = Link::Unknown;
+    std::string wire; // empty on a real board
+};
+
+struct ListedBoard {
+    Board board;
+    std::vector<ListedPort> ports;
+};
+
+std::vector<ListedPort> listPorts(const BoardAccess& session, const Board& board) {
+    auto mdio = MdioMaster::of(board);
+    std::vector<ListedPort> ports(board.gigePorts());
+    for (unsigned number = 0; number < ports.size(); ++number) {
+        throwIfEndRequested();
+        auto& port = ports[number];
+        if (mdio) port.link = readLink(*mdio, number);
+        if (session.simulator) port.wire = session.simulator->wire({board.index(), number});
+    }
+    return ports;
+}
+
+std::vector<ListedBoard> listBoards(const BoardAccess& session) {
+    std::atomic<unsigned> index{0};
+    const Progress progress([&] { return fmt::format("reading the PHYs of board {}", index.load()); });
+    std::vector<ListedBoard> boards;
+    for (; index < Board::indexLimit; ++index) {
+        auto board = Board::at(session.libraries, index);
+        if (!board) continue;
+        auto ports = listPorts(session, *board);
+        boards.push_back({std::move(*board), std::move(ports)});
+    }
+    return boards;
+}
+
+nlohmann::ordered_json jsonOf(const ListedBoard& listed) {
+    auto ports = nlohmann::ordered_json::array();
+    for (const auto& port : listed.ports) {
+        nlohmann::ordered_json entry = {{"port", ports.size()}, {"link", textOf(port.link)}};
+        if (!port.wire.empty()) entry["wire"] = port.wire;
+        ports.push_back(std::move(entry));
+    }
+    const auto& board = listed.board;
+    return {{"board", board.index()}, {"serial", board.serial()},     {"type", board.type()},
+            {"name", board.name()},   {"firmware", board.firmware()}, {"ports", std::move(ports)}};
+}
+
+void printJson(const BoardAccess& session, const std::vector<ListedBoard>& boards) {
+    auto list = nlohmann::ordered_json::array();
+    for (const auto& board : boards) list.push_back(jsonOf(board));
+    print(nlohmann::ordered_json{{"root", session.installation.root().string()},
+                                 {"simulated", session.simulator.has_value()},
+                                 {"boards", std::move(list)}});
+}
+
+using Rows = std::vector<std::vector<std::string>>;
+
+void addRows(Rows& rows, const ListedBoard& listed) {
+    const auto& board = listed.board;
+    std::vector<std::string> row = {std::to_string(board.index()), std::to_string(board.serial()),
+                                    fmt::format("0x{:x}", board.type()), board.name(), board.firmware()};
+    if (listed.ports.empty()) {
+        row.emplace_back("no GigE ports");
+        rows.push_back(row);
+    }
+    for (std::size_t number = 0; number < listed.ports.size(); ++number) {
+        const auto& port = listed.ports[number];
+        row.insert(row.end(), {std::to_string(number), textOf(port.link), port.wire});
+        rows.push_back(row);
+        row.assign(row.size() - 3, ""); // the board is named once
+    }
+}
+
+void printTable(const BoardAccess& session, const std::vector<ListedBoard>& boards) {
+    Rows rows = {{"BOARD", "SERIAL", "TYPE", "NAME", "FIRMWARE", "PORT", "LINK"}};
+    if (session.simulator) rows.front().emplace_back("WIRE");
+    for (const auto& board : boards) addRows(rows, board);
+    print(table(rows));
+}
+
+} // namespace
+
+BoardsCommand::BoardsCommand(Program& program)
+    : Command(program, "boards", "List the boards and their ports, with the link of each port") {
+    addTo(line(), installation_);
+    line().flag("--json", json_, "Print JSON instead of a table");
+}
+
+int BoardsCommand::run() {
+    const BoardAccess session(installation_, 0);
+    const auto boards = listBoards(session);
+    if (json_)
+        printJson(session, boards);
+    else if (!boards.empty())
+        printTable(session, boards);
+    if (boards.empty()) fmt::print(stderr, "orvo-gige: no boards found\n");
+    return Done;
+}
+
+} // namespace orvo::host

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: MIT
+// Opening and replacing.
+#include "inspect/report/ReportFiles.h"
+
+#include "base/Failure.h"
+#include "device/FileConflicts.h"
+#include "inspect/report/Bundle.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace orvo::host {
+namespace {
+
+/// An empty file that nobody else has. Errors: Failure.
+std::string makeFile(std::string pattern) {
+    const int descriptor = mkostemp(pattern.data(), O_CLOEXEC);
+    if (descriptor < 0)
+        throw Failure("cannot make " + host::quoted(pattern) + ": " + systemError(errno) +
+                      "; name another place");
+    close(descriptor);
+    return pattern;
+}
+
+} // namespace
+
+ReportFiles::ReportFiles(const std::string& page, const std::string& bundle) {
+    if (isSameFile(page, bundle))
+        throw UsageFailure("page and bundle are both to be " + host::quoted(page) + "; name two files");
+    if (!page.empty()) page_.emplace(page);
+    if (bundle.empty()) return;
+    bundle_.emplace(bundle);
+    capturePath_ = makeFile(bundle_->aside() + "-capture-XXXXXX");
+}
+
+ReportFiles::~ReportFiles() {
+    if (!capturePath_.empty()) unlink(capturePath_.c_str());
+}
+
+void ReportFiles::write(const Report& report) {
+    if (page_) page_->write(pageOf(report));
+    if (bundle_) writeBundle(*bundle_, report, capturePath_);
+    if (page_) page_->putInPlace();
+    if (bundle_) bundle_->putInPlace();
+}
+
+} // namespace orvo::host

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// A line for each port and reading, for pipes, files and journals.
+#include "base/Notice.h"
+#include "base/Output.h"
+#include "inspect/watch/WatchView.h"
+
+#include <fmt/format.h>
+
+namespace orvo::host {
+namespace {
+
+std::string rateText(const PortTrack& port, Counter frames, Counter bytes) {
+    const auto rate = port.of(frames).perSecond;
+    if (!rate) return "unknown";
+    const auto mbit = mbitPerSecond(port.of(bytes));
+    return fmt::format("{:.0f}/s", *rate) + (mbit ? fmt::format(" {:.1f} Mbit/s", *mbit) : "");
+}
+
+std::string linkWithSpeed(const PortTrack& port) {
+    std::string text = linkText(port);
+    const auto speed = port.of(Counter::LinkSpeed).value.value_or(0);
+    return speed == 0 ? text : fmt::format("{} {} Mbit/s", text, speed / 1'000'000);
+}
+
+/// What is wrong, or was since the watching began; "*" marks what has risen since the last line.
+std::string troubleText(const PortTrack& port) {
+    std::string text;
+    forEachCounter([&](Counter counter, const CounterRow& row) {
+        const auto& figure = port.of(counter);
+        const auto count = row.isCount() ? figure.sinceStart : figure.value;
+        if (!row.isTrouble() || count.value_or(0) == 0) return;
+        text +=
+            fmt::format("{}{} {}{}", text.empty() ? "" : ", ", row.name, *count, figure.hasRisen ? "*" : "");
+    });
+    return text.empty() ? "none" : text;
+}
+
+std::string lineOf(const WatchState& state, const PortTrack& port) {
+    return fmt::format("{} port {} link {}; received {}; sent {}; trouble {}\n", timeText(state.time),
+                       port.port().text(), linkWithSpeed(port),
+                       rateText(port, Counter::ReceivedPackets, Counter::WireReceivedBytes),
+                       rateText(port, Counter::WireSentFrames, Counter::WireSentBytes), troubleText(port));
+}
+
+class LinesView : public WatchView {
+public:
+    void show(const WatchState& state) override {
+        for (const auto& news : state.news) notice(news);
+        std::string text;
+        for (const auto& port : state.ports) text += lineOf(state, port);
+        print(text);
+    }
+};
+
+} // namespace
+
+std::unique_ptr<WatchView> makeLinesView() {
+    return std::make_unique<LinesView>();
+}
+
+} // namespace orvo::host

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+// The thread that reads, beside the one that waits or records.
+#include "traffic/Observation.h"
+
+#include "base/Output.h"
+#include "base/Progress.h"
+#include "base/Signals.h"
+#include "device/PortStatistics.h"
+#include "inspect/watch/Sampler.h"
+#include "traffic/Capture.h"
+
+#include <fmt/format.h>
+
+#include <poll.h>
+
+#include <algorithm>
+#include <condition_variable>
+
+namespace orvo::host {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Seconds = std::chrono::duration<double>;
+
+constexpr Seconds shortestInterval{0.1};
+constexpr Seconds longestDiagnosis{10};
+constexpr double readingsAtMost = 400; // of the usual diagnosis and what follows
+constexpr std::size_t historyLength = 2000;
+
+void waitFor(Seconds time) {
+    pollfd source{endDescriptor(), POLLIN, 0};
+    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(time);
+    while (Clock::now() < end && endRequested() == 0)
+        poll(&source, 1,
+             static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
+}
+
+/// Of a flag: what it shows now, if it did not at first.
+std::uint64_t growthOfTrouble(const PortTrack& track, Counter counter) {
+    const auto& row = rowOf(counter);
+    const auto& figure = track.of(counter);
+    if (row.kind == CounterKind::TroubleCount) return figure.sinceStart.value_or(0);
+    if (row.kind != CounterKind::TroubleFlag) return 0;
+    const auto& history = track.history(counter);
+    const auto first = std::ranges::find_if(history, [](const auto& value) { return value.has_value(); });
+    return first != history.end() && *first == 0. ? figure.value.value_or(0) : 0;
+}
+
+} // namespace
+
+Observation::Observation(const BoardAccess& session, PortAddress port, Seconds time, std::string captureFile)
+    : session_(session), port_(port), time_(time),
+      interval_(std::max(shortestInterval, (time + longestDiagnosis) / readingsAtMost)),
+      captureFile_(std::move(captureFile)), log_(session.installation), runLog_(log_),
+      track_(port, historyLength) {}
+
+Observation::~Observation() = default;
+
+void Observation::begin(FrameReceiver& receiver) {
+    const SignalShield handledElsewhere; // the threads inherit it
+    receiver.start();
+    sampler_ = std::make_unique<Sampler>(session_, SamplerOptions{.board = port_.board});
+    readOnce(0);
+    thread_ = std::jthread([this](const std::stop_token& stop) { read(stop); });
+}
+
+void Observation::goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
+    {
+        const Progress progress([] { return "watching the port"; });
+        captureFile_.empty() ? waitFor(time_) : record(port, receiver);
+    }
+    endReading();
+    receiver.stop();
+    receivedFrames_ += receiver.returned().frames;
+    throwIfEndRequested();
+}
+
+/// While frames are still taken from the port: those behind would be lost words.
+void Observation::endReading() {
+    thread_.request_stop();
+    if (thread_.joinable()) thread_.join();
+}
+
+/// In real time, also where the board's own time is virtual.
+void Observation::read(const std::stop_token& stop) {
+    std::mutex lock;
+    std::condition_variable_any stopped;
+    std::unique_lock guard(lock);
+    const auto begin = Clock::now();
+    for (auto next = begin + interval_; !stop.stop_requested(); next += interval_) {
+        stopped.wait_until(guard, stop, std::chrono::time_point_cast<Clock::duration>(next),
+                           [] { return false; });
+        if (Clock::now() > next - interval_ / 2) // a rate over less would be one of chance
+            readOnce(Seconds(Clock::now() - begin).count());
+    }
+}
+
+void Observation::readOnce(double seconds) {
+    for (auto& [port, sample] : sampler_->take()) {
+        if (port != port_) continue;
+        sample.seconds = seconds;
+        track_.add(sample);
+    }
+}
+
+void Observation::record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
+    CaptureOutput output(captureFile_, captureInterface(port_), std::nullopt);
+    output.begin();
+    receiver.stop();
+    const auto result = Capture(port, output, nullptr).run({.time = time_}, [this] { endReading(); });
+    receivedFrames_ = result.totals.received.frames;
+    if (result.failure) std::rethrow_exception(result.failure);
+}
+
+std::vector<Finding> Observation::findings() const {
+    std::string risen;
+    forEachCounter([&](Counter counter, const CounterRow& row) {
+        const auto growth = growthOfTrouble(track_, counter);
+        if (growth == 0) return;
+        risen += fmt::format("{}{} by {} ({})", risen.empty() ? "" : ", ", row.name, grouped(growth),
+                             row.sourceOf(std::to_string(port_.port)));
+    });
+    if (risen.empty()) return {};
+    return {
+        {Severity::Warning,
+         "counters of trouble rose while the port was watched, and frames were taken from it", risen,
+         "the page's charts show when; where frames arrive damaged, try another cable; where words or "
+         "frames were lost for lack of room, let the device send slower, or give this program more of the "
+         "processor"}};
+}
+
+} // namespace orvo::host

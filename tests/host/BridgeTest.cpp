@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: MIT
+// `orvo-gige bridge` on a live network: two namespaces, joined by a virtual Ethernet cable whose one end is
+// the wire of the simulated board, and the port's TAP as the only way to the other one.
+#include "PipeReader.h"
+#include "Process.h"
+
+#include "frames/Interface.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <map>
+#include <sstream>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+class BridgeTest : public testing::Test {
+protected:
+    void SetUp() override {
+        if (geteuid() != 0) GTEST_SKIP() << "network namespaces need root";
+        const auto made =
+            run("ip netns add " + host + " && ip netns add " + camera + " && ip -n " + host +
+                " link add wire type veth peer name eth netns " + camera + " && ip -n " + host +
+                " link set wire up && ip -n " + camera + " link set eth up && ip -n " + camera +
+                " address add 10.77.0.2/24 dev eth && ip -n " + host + " tuntap add probe mode tap");
+        if (made.exitCode != 0) GTEST_SKIP() << "network namespaces cannot be made here: " << made.err;
+    }
+    void TearDown() override { run("ip netns delete " + host + "; ip netns delete " + camera); }
+
+    static Outcome run(const std::string& command) { return Process({"sh", "-c", command}).wait(); }
+    Outcome onHost(const std::string& command) const { return run("ip netns exec " + host + " " + command); }
+
+    /// The arguments of a bridge that needs no reset of the board.
+    std::vector<std::string> bridge(const std::vector<std::string>& options) const {
+        std::vector<std::string> command = {"ip",     "netns",      "exec",   host,           ORVO_GIGE,
+                                            "bridge", "--no-reset", "--wire", "0=packet:wire"};
+        command.insert(command.end(), options.begin(), options.end());
+        return command;
+    }
+
+    /// Until the bridge has set the link of its TAP up.
+    void awaitLink(const std::string& tap, Process& bridge) const {
+        bridge.reaches(
+            [&] { return onHost("ip -br link show dev " + tap).out.find("LOWER_UP") != std::string::npos; });
+    }
+
+    /// Until both ends know each other, and frames pass.
+    void awaitAnswer() const {
+        EXPECT_THAT(onHost("ping -q -c 1 -w 20 -i 0.2 10.77.0.2").out, HasSubstr(" 1 received"));
+    }
+
+    /// Echo requests of the host side without a reply, as its kernel counts them.
+    long unanswered() const {
+        std::map<std::string, long> counts;
+        std::istringstream lines(onHost("grep ^Icmp: /proc/net/snmp").out);
+        std::string names, values, name, value;
+        std::getline(lines, names);
+        std::getline(lines, values);
+        for (std::istringstream n(names), v(values); n >> name && v >> value;)
+            if (name != "Icmp:") counts[name] = std::stol(value);
+        return counts.at("OutEchos") - counts.at("InEchoReps");
+    }
+
+    /// Pings that must all be answered; the counts are looked at, since ping itself has little patience.
+    void expectAnswers(const std::string& options) const {
+        SCOPED_TRACE(options);
+        const auto before = unanswered();
+        onHost("ping -q -W 5 " + options + " 10.77.0.2");
+        for (int i = 0; i < 500 && unanswered() > before; ++i) usleep(10'000);
+        EXPECT_EQ(unanswered(), before);
+    }
+
+    const std::string host = "orvo-host-" + std::to_string(getpid());
+    const std::string camera = "orvo-camera-" + std::to_string(getpid());
+};
+
+std::uint64_t droppedFrames(const json& report, const std::string& reason) {
+    for (const auto& entry : report["dropped"]["reasons"])
+        if (entry["reason"].get<std::string>().find(reason) != std::string::npos) return entry["frames"];
+    return 0;
+}
+
+TEST_F(BridgeTest, CarriesEveryFrameOrNamesWhyNot) {
+    Process process(bridge({"--tap", "orvo0", "--address", "10.77.0.1/24", "--json"}));
+    awaitLink("orvo0", process);
+    awaitAnswer();
+    for (const auto* size : {"0", "1", "17", "18", "19", "101", "1471", "1472", "9000"})
+        expectAnswers(std::string("-c 3 -i 0.002 -s ") + size);
+    expectAnswers("-f -c 5000");
+
+    run("ip -n " + host + " link set orvo0 mtu 4000");
+    EXPECT_THAT(onHost("ping -c 2 -W 0.1 -i 0.01 -M do -s 3000 10.77.0.2").out, HasSubstr(" 0 received"));
+    run("ip -n " + host + " link set orvo0 down");
+    run("ip netns exec " + camera + " ping -c 2 -W 0.1 -i 0.01 10.77.0.1");
+    run("ip -n " + host + " link set orvo0 up");
+    expectAnswers("-c 2 -i 0.002");
+    run("ip -n " + host + " link delete orvo0");
+    run("ip netns exec " + camera + " ping -c 2 -W 0.1 -i 0.01 10.77.0.1");
+    run("ip -n " + host + " tuntap add orvo0 mode tap");
+    awaitLink("orvo0", process);
+    awaitAnswer();
+
+    process.signal(SIGTERM);
+    const auto outcome = process.wait();
+    EXPECT_EQ(outcome.exitCode, 0);
+    const auto report = json::parse(outcome.out);
+    const auto lines = report["statistics"][0]["lines"];
+    const std::uint64_t handed = report["toPort"]["frames"], delivered = report["toTap"]["frames"];
+    const auto down = droppedFrames(report, "while the TAP was down");
+    const auto gone = droppedFrames(report, "while the TAP was gone");
+    EXPECT_EQ(droppedFrames(report, "longer than 1514 bytes"), 2u);
+    EXPECT_GE(down, 1u);
+    EXPECT_GE(gone, 1u);
+    EXPECT_THAT(lines[0].get<std::string>(), HasSubstr("Send - " + std::to_string(handed) + " frames ("));
+    EXPECT_THAT(lines[1].get<std::string>(),
+                HasSubstr("Recv - " + std::to_string(delivered + down + gone) + " frames ("));
+    for (const auto* news :
+         {"TAP 'orvo0' is down", "TAP 'orvo0' is up again", "TAP 'orvo0' is gone", "TAP 'orvo0' is back"})
+        EXPECT_THAT(outcome.err, HasSubstr(news));
+}
+
+TEST_F(BridgeTest, NamesWhatIsLostBeyondThePortAndInTheTapsQueue) {
+    onHost("ip address add 10.88.0.1/31 dev probe");
+    const std::vector<std::string> options = {"--tap", "probe", "--address", "10.77.0.1/24", "--json"};
+    {
+        Process process(bridge(options));
+        awaitLink("probe", process);
+        awaitAnswer();
+        onHost("ip link set wire down");
+        process.reaches([&] { return process.errors().find("'wire' is down") != std::string::npos; });
+        onHost("ping -q -c 5 -W 0.1 -i 0.01 10.77.0.2");
+        onHost("ip link set wire up");
+        awaitAnswer();
+        process.signal(SIGSTOP); // and so the TAP's queue of 1000 frames fills
+        onHost("ping -q -c 2500 -l 2500 -W 0.1 10.77.0.2");
+        process.signal(SIGCONT);
+        awaitAnswer();
+        process.signal(SIGTERM);
+        const auto report = json::parse(process.wait().out);
+        EXPECT_GE(droppedFrames(report, "could not leave the port"), 5u);
+        EXPECT_GE(droppedFrames(report, "TAP's queue had no room"), 1000u);
+        const auto addresses = onHost("ip -br -4 address show dev probe").out;
+        EXPECT_THAT(addresses, HasSubstr("10.88.0.1/31"));
+        EXPECT_THAT(addresses, testing::Not(HasSubstr("10.77.0.1"))) << "what was added goes again";
+    }
+    Process process(bridge(options)); // the TAP's own count is not 0 now; that of the next one is
+    awaitLink("probe", process);
+    onHost("ip link delete probe");
+    onHost("ip tuntap add probe mode tap");
+    awaitLink("probe", process);
+    process.signal(SIGTERM);
+    EXPECT_EQ(droppedFrames(json::parse(process.wait().out), "TAP's queue had no room"), 0u);
+}
+
+// Frames that do not pass the filter come all the time, and not one pause of 100 ms between them.
+TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes) {
+    const TemporaryFolder folder;
+    ReadingPipe pipe(folder.file("pipe"));
+    run("ip -n " + camera + " neighbour add 10.77.0.1 lladdr 02:00:00:00:00:01 dev eth");
+    Process capture(
+        {"ip", "netns", "exec", host, "sh", "-c",
+         R"(exec "$0" capture --no-reset --wire 0=packet:wire --filter 'greater 1000' --write - >"$1")",
+         ORVO_GIGE, pipe.path()});
+    const Process flood({"ip", "netns", "exec", camera, "ping", "-q", "-i", "0.001", "10.77.0.1"});
+    capture.reaches([&] { return capture.errors().find("capturing at port") != std::string::npos; });
+    run("ip netns exec " + camera +
+        " sh -c 'for i in ee ff; do ping -c 1 -W 0.1 -s 1002 -p $i 10.77.0.1 & done; wait'");
+    for (const char pattern : {'\xee', '\xff'}) pipe.readUntil(std::string(900, pattern), capture);
+    pipe.close();
+    EXPECT_THAT(capture.wait().err, HasSubstr("because nobody reads on"));
+}
+
+TEST_F(BridgeTest, EndsSoonOnASignalAndTakesItsTapAlongUnlessItWasReadyMade) {
+    for (const auto* tap : {"orvo0", "probe"})
+        for (const int number : {SIGINT, SIGTERM}) {
+            SCOPED_TRACE(std::string(tap) + " " + strsignal(number));
+            Process process(bridge({"--tap", tap, "--up"}));
+            awaitLink(tap, process);
+            process.signal(number);
+            const auto begin = std::chrono::steady_clock::now();
+            EXPECT_EQ(process.wait().exitCode, 0);
+            EXPECT_LT(std::chrono::steady_clock::now() - begin,
+                      std::chrono::seconds(5)); // 0.2 s, unless others compute
+            EXPECT_EQ(onHost(std::string("ip link show dev ") + tap).exitCode == 0,
+                      std::string(tap) == "probe");
+        }
+}
+
+TEST_F(BridgeTest, RefusesBadInputInOneLine) {
+    run("ip -n " + host + " tuntap add tunnel mode tun");
+    Process other(bridge({"--tap", "busy", "--up"}));
+    awaitLink("busy", other);
+    const struct {
+        std::vector<std::string> options;
+        int exitCode;
+        std::string complaint;
+    } cases[] = {
+        {{}, 2, "--tap is required"},
+        {{"--tap", "sixteen-letters-"}, 2, "has at most 15"},
+        {{"--tap", "a/b"}, 2, "cannot be called 'a/b'"},
+        {{"--tap", "wire"}, 1, "'wire' is an interface of another kind"},
+        {{"--tap", "tunnel"}, 1, "'tunnel' is an interface of another kind"},
+        {{"--tap", "busy"}, 1, "'busy' is in use by another program"},
+        {{"--tap", "orvo0", "--address", "10.0.0.1"}, 2, "'10.0.0.1' is not of the form ADDRESS/PREFIX"},
+        {{"--tap", "orvo0", "--wire", "0=packet:orvo0"}, 2, "leads back to the bridge's own TAP"},
+        {{"--tap", "orvo0", "--wire", "1=tap:orvo0"}, 2, "'tap:orvo0' would be the TAP of the bridge itself"},
+        {{"--tap", "orvo0", "--time", "virtual"}, 2, "keeps real time"},
+        {{"--tap", "orvo0", "--port", "9"}, 1, "Port id '9' not available"},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(testing::PrintToString(row.options));
+        const auto outcome = Process(bridge(row.options)).wait();
+        EXPECT_EQ(outcome.exitCode, row.exitCode);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_THAT(outcome.err, MatchesRegex("orvo-gige: [^\n]*\n"));
+        EXPECT_THAT(outcome.err, HasSubstr(row.complaint));
+    }
+    other.signal(SIGTERM);
+    other.wait();
+}
+
+TEST(NetworkAddressTest, ReadsBothFamiliesAndRefusesTheRest) {
+    const struct {
+        const char* text;
+        int family; // 0: refused
+        unsigned prefixBits;
+    } cases[] = {
+        {"192.168.7.1/24", AF_INET, 24}, {"0.0.0.0/0", AF_INET, 0},
+        {"fd00::1/64", AF_INET6, 64},    {"::1/128", AF_INET6, 128},
+        {"192.168.7.1", 0, 0},           {"192.168.7.1/33", 0, 0},
+        {"192.168.7/24", 0, 0},          {"192.168.7.1/24x", 0, 0},
+        {"fd00::1/129", 0, 0},           {"/24", 0, 0},
+        {"192.168.7.1/-1", 0, 0},        {"host/24", 0, 0},
+    };
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.text);
+        const auto address = NetworkAddress::parse(row.text);
+        EXPECT_EQ(address ? address->family : 0, row.family);
+        EXPECT_EQ(address ? address->prefixBits : 0, row.prefixBits);
+    }
+    using Bytes = std::array<std::uint8_t, 4>;
+    EXPECT_EQ(NetworkAddress::parse("10.1.2.3/22")->broadcast(), (Bytes{10, 1, 3, 255}));
+    EXPECT_EQ(NetworkAddress::parse("10.1.2.3/0")->broadcast(), (Bytes{255, 255, 255, 255}));
+    for (const auto* text : {"10.1.2.3/31", "10.1.2.3/32", "fd00::1/64"})
+        EXPECT_FALSE(NetworkAddress::parse(text)->broadcast()) << text;
+}
+
+} // namespace
+} // namespace orvo::host

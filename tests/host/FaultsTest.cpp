@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: MIT
+// Faults by script through the host program: the ledger, the account of every frame, and the same run again.
+#include "Process.h"
+
+#include "device/BoardAccess.h"
+#include "device/Ports.h"
+#include "inspect/faults/FaultWatch.h"
+
+#include <boost/make_shared.hpp>
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <cstdlib>
+#include <deque>
+#include <filesystem>
+#include <thread>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using Json = nlohmann::ordered_json;
+using testing::HasSubstr;
+
+const std::string mixedLan = ORVO_TEST_DATA "/mixed-lan.pcap";
+const std::string everyKind = ORVO_FAULT_EXAMPLE;
+
+std::string fault(const std::string& kind, const std::string& more = "") {
+    return "[[fault]]\nkind = '" + kind + "'\n" + more + "\n";
+}
+
+class FaultsTest : public testing::Test {
+protected:
+    /// Replays with a script. Without the board's reset, unless `more` says something of it.
+    Outcome replay(const std::string& script, const std::vector<std::string>& more = {}) {
+        writeFile(folder.file("faults.toml"), script);
+        std::vector<std::string> arguments{
+            "replay", mixedLan, "--time", "virtual", "--no-reset", "--faults", folder.file("faults.toml")};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return runTool(arguments);
+    }
+    TemporaryFolder folder;
+};
+
+TEST_F(FaultsTest, EveryKindMovesWhatItMustAndEveryFrameIsAccountedFor) {
+    std::string bytes;
+    for (const char* seed : {"7", "7", "8"}) {
+        const auto written = folder.file("out.pcapng");
+        const auto outcome = runTool({"replay", mixedLan, "--loop", "4", "--time", "virtual", "--write",
+                                      written, "--faults", everyKind, "--seed", seed, "--json"});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        EXPECT_THAT(outcome.err, testing::Not(HasSubstr("DIFFERENT")));
+        const auto ledger = Json::parse(outcome.out)["faults"];
+        EXPECT_EQ(ledger["passed"], true);
+        for (const auto& entry : ledger["injected"]) EXPECT_GT(entry["times"], 0) << entry;
+        for (const auto& entry : ledger["moved"]) EXPECT_TRUE(entry.contains("moved")) << entry;
+        EXPECT_EQ(ledger["conserved"].size(), 5U);
+        const bool isAgain = std::string(seed) == "7" && !bytes.empty();
+        EXPECT_EQ(contentOf(written) == bytes, isAgain) << "seed " << seed;
+        bytes = contentOf(written);
+    }
+}
+
+TEST_F(FaultsTest, LedgerAndReportAreToldAtTheEnd) {
+    const auto outcome = replay(fault("loss", "at = 3") + fault("fcs-flip", "every = 100\nport = 1"),
+                                {"--wire", "0=port:0/1"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("received  346 frames"));
+    EXPECT_EQ(outcome.err,
+              "faults    " + folder.file("faults.toml") +
+                  ", seed 0\n"
+                  "          LINE  FAULT     WHERE     INJECTED\n"
+                  "          2     loss      0/0 sent  1\n"
+                  "          5     fcs-flip  0/1 sent  never happened\n"
+                  "moved     frames that arrive, against those sent (0/1): 346, as must be\n"
+                  "          GigeRecvErrCnt of the port that the frame reaches (0/0): 0, as must be\n"
+                  "conserved 0/0 plug-in: 347 sent = 347 left by the wire\n"
+                  "          0/0 sent: 347 handed over = 347 left by the wire\n"
+                  "          0/0 wire: 347 left = 346 arrived at 0/1 + 1 lost\n"
+                  "          0/1 received: 346 arrived = 346 delivered\n"
+                  "          0/1 host: 346 delivered = 346 taken by the host\n");
+    EXPECT_EQ(replay(fault("loss", "at = 3"), {"--verify"}).exitCode, 3) << "not all came back";
+    EXPECT_EQ(replay("", {"--verify"}).exitCode, 0) << "nothing goes wrong, and the account is kept";
+}
+
+TEST_F(FaultsTest, FaultsThatMeetAreJudgedTogether) {
+    const std::string received = "\ndirection = 'received'", busy = "register = 'GigeTxTransferActive0'\n";
+    const auto recorded = "0=pcap:" + mixedLan + "," + folder.file("sent.pcap");
+    const std::tuple<std::string, const char*, std::vector<std::string>> cases[] = {
+        // of a script, what the ledger says; more arguments
+        {fault("runt", "every = 7") + fault("reorder", "every = 2" + received), "late (0/0): 124, as", {}},
+        {fault("bit-error", "at = 347") + fault("reorder", "at = 346" + received), "late (0/0): 0, as", {}},
+        {fault("reorder", "every = 2") + fault("reorder", "every = 3" + received), "late (0/0): 116, as", {}},
+        {fault("reorder", "at = 9") + fault("loss", "from = 10\nto = 200"), "late (0/0): 0, as", {}},
+        {fault("bit-error", "every = 2") + fault("bit-error", "every = 2" + received), "346, as must be", {}},
+        {fault("busy-stuck", "at = 5") + fault("busy-ff", "every = 3") +
+             fault("register-failed", busy + "every = 2"),
+         "Transmitter still busy\" (0/0): 1, as must be: 1 to 175",
+         {}},
+        {fault("action-storm", "every = 10\ntimes = 3\nreports = 20"),
+         "detected\" (0/0): 60, as must be",
+         {}},
+        {fault("loss", "every = 12") + fault("duplicate", "every = 50"),
+         "0/0 wire: 347 left + 6 doubled = 325 on the wire + 28 lost",
+         {"--wire", recorded}},
+    };
+    for (const auto& [script, line, more] : cases) {
+        const auto outcome = replay(script, more);
+        EXPECT_EQ(outcome.exitCode, 0) << script << outcome.err;
+        EXPECT_THAT(outcome.err, HasSubstr(line));
+    }
+    writeFile(folder.file("faults.toml"), fault("slow-negotiation") + fault("slow-negotiation"));
+    const auto reset = runTool({"reset", "--time", "virtual", "--faults", folder.file("faults.toml")});
+    EXPECT_EQ(reset.exitCode, 0) << reset.err << "both slow the same reset down";
+}
+
+TEST_F(FaultsTest, FailuresDoNotHideFaults) {
+    const auto script = folder.file("faults.toml");
+    writeFile(script, fault("reset-endless"));
+    const auto cut = runTool({"replay", mixedLan, "--time", "virtual", "--faults", script});
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_THAT(cut.err, HasSubstr("reset-endless  0/0    1\norvo-gige: port 0/0 has no link"));
+    const auto root = std::filesystem::path(folder.file("root"));
+    std::filesystem::create_directory(root);
+    std::filesystem::copy(std::filesystem::path(ORVO_BUILD_ROOT) / "lib64", root / "lib64",
+                          std::filesystem::copy_options::recursive);
+    std::filesystem::remove(root / "lib64/libcommon-logging-dispatcher.so");
+    expectRefusal({"replay", mixedLan, "--root", root, "--faults", script}, 1,
+                  "--faults needs the plug-in's messages");
+    std::filesystem::copy_file(ORVO_STUB_ENDING, root / "lib64/libcommon-logging-dispatcher.so");
+    expectRefusal({"replay", mixedLan, "--root", root, "--no-reset"}, 1,
+                  "dispatcher.so' has no function 'logging_dispatcher_descriptor'");
+}
+
+TEST_F(FaultsTest, OtherCommandsKeepTheLedgerToo) {
+    writeFile(folder.file("faults.toml"),
+              fault("mdio-failed", "every = 3") + fault("reset-endless", "port = 1"));
+    for (const char* command : {"reset", "diagnose"}) {
+        const auto outcome = runTool(
+            {command, "--port", "1", "--time", "virtual", "--json", "--faults", folder.file("faults.toml")});
+        const auto ledger = Json::parse(outcome.out)["faults"];
+        EXPECT_EQ(ledger["passed"], true) << outcome.err;
+        EXPECT_EQ(ledger["moved"][0]["moved"], command == std::string("reset") ? 1 : 0);
+    }
+    writeFile(folder.file("faults.toml"), fault("end-missing", "every = 10"));
+    const auto outcome =
+        runTool({"capture", "--write", folder.file("out.pcapng"), "--no-reset", "--wire",
+                 "0=pcap:" + mixedLan, "--count", "313", "--faults", folder.file("faults.toml")});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.err, HasSubstr("invalid EOTs (0/0): 34, as must be"));
+    EXPECT_EQ(framesOf(folder.file("out.pcapng")).size(), 313U);
+}
+
+TEST_F(FaultsTest, BadScriptsAreRefusedInOneLineBeforeAnythingHappens) {
+    const auto script = folder.file("faults.toml"), output = folder.file("out.pcapng");
+    writeFile(output, "precious");
+    writeFile(script, "[[fault]]\nkind = 'loss'\nport = 9\n");
+    expectRefusal({"replay", mixedLan, "--write", output, "--faults", script}, 1,
+                  script + ":3: 'port' in [[fault]]");
+    expectRefusal({"reset", "--faults", folder.file("none")}, 1, "none: cannot be read: No such file");
+    expectRefusal({"capture", "--write", output, "--seed", "3"}, 2, "--seed requires --faults");
+    expectRefusal({"replay", mixedLan, "--faults", script, "--seed", "-1"}, 2, "--seed");
+    EXPECT_EQ(contentOf(output), "precious");
+}
+
+/// What the environment says, for a long run; else the number for everyday.
+std::uint64_t numberFrom(const char* variable, std::uint64_t everyday) {
+    const char* const text = std::getenv(variable);
+    return text ? std::strtoull(text, nullptr, 10) : everyday;
+}
+
+/// What one thread sends and another one receives at a port.
+class Exchange {
+public:
+    explicit Exchange(Port& port)
+        : port_(port), receiver_([this](const std::stop_token& stop) {
+              while (!stop.stop_requested())
+                  if (port_.interface().receive(nullptr)) ++received_;
+          }) {}
+    void send(unsigned frames) {
+        for (unsigned number = 0; number < frames; ++number, ++handed_) {
+            const auto frame = numberedFrame(number, 60 + number % 200 * 2);
+            port_.interface().addToSendQueue(boost::make_shared<core::zume::EthernetFrame>(
+                QByteArray(frame.data(), static_cast<int>(frame.size()))));
+        }
+    }
+    HostCount finish() {
+        receiver_.request_stop();
+        receiver_.join();
+        return {.port = port_.address(), .handed = handed_, .received = received_};
+    }
+
+private:
+    Port& port_;
+    std::uint64_t handed_ = 0, received_ = 0;
+    std::jthread receiver_;
+};
+
+TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
+    std::string script;
+    for (const char* port : {"port = 0", "port = 1", "port = 2", "port = 3"}) {
+        const auto often = std::string(port) + "\nrate = 0.01\n";
+        for (const char* kind : {"fcs-flip", "bit-error", "runt", "giant", "loss", "duplicate", "overflow",
+                                 "size-zero", "size-wild", "size-long", "size-short", "end-missing",
+                                 "read-short", "read-torn", "read-long", "busy-ff"})
+            script += fault(kind, often);
+        for (const char* kind : {"loss", "duplicate", "reorder"})
+            script += fault(kind, often + "direction = 'received'");
+        script += fault("read-failed", std::string(port) + "\nevery = 1000");
+        script += fault("action-storm", std::string(port) + "\nevery = 1000");
+    }
+    script += fault("link-flap", "at = 2500\nfor_ms = 5") +
+              fault("board-gone", "at = 4000\nfor_ms = 250\nport = 3");
+    writeFile(folder.file("faults.toml"), script);
+    InstallationOptions options;
+    options.root = ORVO_BUILD_ROOT;
+    options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
+    options.faults = folder.file("faults.toml");
+    options.seed = numberFrom("ORVO_FAULT_SEED", 0);
+    const DynamicLibrary simulator(Installation(options.root).library("orvo_hal"));
+    const auto preset = simulator.require<decltype(::orvoSimPresetCounters)>("orvoSimPresetCounters");
+    const std::vector<PortAddress> addresses{{0, 0}, {0, 1}, {0, 2}, {0, 3}};
+    for (const auto port : addresses) preset(port.board, port.port, 0x1'0000'0000 - 1000);
+    const BoardAccess session(options, 0);
+    FaultWatch watch(session, options, addresses);
+    Ports ports(session, addresses, false);
+    ports.open();
+    watch.begin();
+
+    std::deque<Exchange> exchanges;
+    for (const auto port : addresses) exchanges.emplace_back(ports.at(port));
+    for (unsigned frames : {1500U, 4500U}) { // all ports pass the limit before the first one loses its link
+        std::vector<std::jthread> senders;
+        senders.reserve(exchanges.size());
+        for (auto& exchange : exchanges) senders.emplace_back([&exchange, frames] { exchange.send(frames); });
+    }
+    watch.end();
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    for (const auto port : addresses)
+        while (session.simulator->account(port).leftFrames != 0 && std::chrono::steady_clock::now() < limit)
+            std::this_thread::yield();
+    std::vector<HostCount> counts;
+    counts.reserve(exchanges.size());
+    for (auto& exchange : exchanges) counts.push_back(exchange.finish());
+    const auto ledger = watch.settle(ports.finish(), counts);
+    EXPECT_TRUE(ledger->passed()) << textOf(*ledger);
+    EXPECT_EQ(ledger->statements.size(), 4U * 5);
+    for (const auto port : addresses) EXPECT_GT(session.simulator->state(port)->sentFrames, 0x1'0000'0000U);
+}
+
+TEST_F(FaultsTest, APairOfPortsKeepsItsAccountsForAsManyFramesAsAsked) {
+    const auto frames = numberFrom("ORVO_CONSERVATION_FRAMES", 4000);
+    const auto often =
+        "rate = " + std::to_string(std::min<std::uint64_t>(1'000'000, 500'000'000'000 / frames)) + "e-9\n";
+    writeFile(folder.file("faults.toml"), fault("loss", often) + fault("fcs-flip", often));
+    InstallationOptions options;
+    options.root = ORVO_BUILD_ROOT;
+    options.wires = {{"0", "port:0/1"}};
+    options.faults = folder.file("faults.toml");
+    const BoardAccess session(options, 0);
+    FaultWatch watch(session, options, {{0, 0}, {0, 1}});
+    Ports ports(session, {{0, 0}, {0, 1}}, false);
+    ports.open();
+    watch.begin();
+    auto& sender = ports.at({0, 0}).interface();
+    auto& receiver = ports.at({0, 1}).interface();
+    const auto frame = boost::make_shared<core::zume::EthernetFrame>(QByteArray(60, 'x'));
+    std::uint64_t handed = 0, received = 0;
+    for (; handed < frames; ++handed) {
+        sender.addToSendQueue(frame);
+        if (receiver.receive(nullptr)) ++received;
+    }
+    watch.end();
+    const auto ledger = watch.settle(
+        ports.finish(), {{.port = {0, 0}, .handed = handed}, {.port = {0, 1}, .received = received}});
+    EXPECT_TRUE(ledger->passed()) << textOf(*ledger);
+    EXPECT_EQ(handed, frames);
+    if (std::getenv("ORVO_CONSERVATION_FRAMES")) std::cout << textOf(*ledger);
+}
+
+TEST(LedgerTest, ShowsADifference) {
+    Ledger ledger{"x.toml", 3, {}, {{"size", {0, 1}, 2, 4, 5}, {"end", {0, 1}, 1, 1}}, {}};
+    EXPECT_FALSE(ledger.passed());
+    EXPECT_THAT(textOf(ledger), HasSubstr("size (0/1): 5, DIFFERENT: must be 2 to 4\n"));
+    EXPECT_THAT(textOf(ledger), HasSubstr("end (0/1): not seen here\n"));
+    ledger.movements = {{"size", {0, 1}, 2, Movement::anyNumber, 2}};
+    EXPECT_TRUE(ledger.passed());
+    EXPECT_THAT(textOf(ledger), HasSubstr("size (0/1): 2, as must be: 2 or more\n"));
+    ledger.movements = {{"end", {0, 1}, 0, 0, std::nullopt, true}};
+    EXPECT_FALSE(ledger.passed()) << "what should have been seen was not";
+    ledger.movements.clear();
+    ledger.statements.emplace_back().missing = "that the plug-in sent";
+    EXPECT_FALSE(ledger.passed());
+    ledger.statements = {{"0/1 sent", {"handed over", 10}, {{"left", 7}, {"busy", 2}, {"late", 0}}, {}}};
+    EXPECT_FALSE(ledger.passed());
+    EXPECT_THAT(textOf(ledger), HasSubstr("0/1 sent: 10 handed over = 7 left + 2 busy, DIFFERENT by -1\n"));
+    EXPECT_EQ(jsonOf(ledger)["conserved"][0]["holds"], false);
+}
+
+} // namespace
+} // namespace orvo::host
