@@ -13,6 +13,8 @@
 #include "commands/LabCommand.h"
 #include "commands/ReplayCommand.h"
 #include "commands/ResetCommand.h"
+#include "commands/SimCommand.h"
+#include "commands/SimulateCommand.h"
 #include "commands/WatchCommand.h"
 
 #include <algorithm>
@@ -30,8 +32,8 @@ HostProgram::HostProgram()
     : line("orvo-gige", "Moves Ethernet frames through the GigE ports of a frame-grabber board.") {
     line.haveSubcommands("orvo-gige " ORVO_VERSION);
     declare<BoardsCommand, ReplayCommand, CaptureCommand, BridgeCommand, ExtcapCommand, LabCommand,
-            DiagnoseCommand, ResetCommand, WatchCommand, DoctorCommand, ConfigCommand, CompletionCommand>(
-        *this);
+            DiagnoseCommand, ResetCommand, WatchCommand, SimulateCommand, SimCommand, DoctorCommand,
+            ConfigCommand, CompletionCommand>(*this);
 }
 
 Command& HostProgram::chosen() const {

@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <optional>
 
+#include <sys/types.h>
+
 using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint32_t>;
 
@@ -120,6 +122,19 @@ inline int inject(unsigned board, unsigned port, const Bytes& frame, std::uint32
 struct TemporaryFolder {
     ~TemporaryFolder() { std::filesystem::remove_all(path); }
     const std::filesystem::path path = mkdtemp((testing::TempDir() + "simulator-XXXXXX").data());
+};
+
+/// A process that serves the boards to others, with a socket of its own; ends with this object, or when this
+/// process does.
+struct BoardServer {
+    BoardServer();
+    ~BoardServer();
+    BoardServer(const BoardServer&) = delete;
+
+    const TemporaryFolder folder;
+    const std::string socket;
+    pid_t process = 0;
+    int lifeline = -1;
 };
 
 /// Runs in virtual time, and finds boards 0, 3 and 4 present, cabled as configured, up since a reset, and all

@@ -11,6 +11,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 namespace orvo::sim {
@@ -20,6 +21,7 @@ class BoardFaults;
 inline constexpr unsigned allPorts = (1U << maxPorts) - 1;
 inline constexpr std::uint32_t registerOffsets = 0x7C; // see registerBit
 inline constexpr unsigned firstActionQueue = 8;
+inline constexpr int queueNotReady = -2199; // never leaves the library
 
 /// Threads: any, except that one thread reads a queue and one writes a port's transmit buffer. Errors are
 /// OrvoSimHalError codes.
@@ -68,18 +70,26 @@ public:
     DataQueue* queue(unsigned number) noexcept;
     /// 0, or an error. Threads: `readQueue` is the queue's reader's.
     int clearQueue(unsigned number);
-    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
+    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
+        return readQueue(number, out, words, timeoutMs, Waiting::Here);
+    }
+    /// The same for a reader in another process, which waits there: `queueNotReady`, with nothing taken,
+    /// while the queue holds less than asked for and there is time left. In virtual time it waits here.
+    int readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
 
     void countStaleAccess() noexcept { staleAccesses_.add(1); }
     /// Fills in the counters and state of a port that the board has.
     void report(unsigned port, OrvoSimPort& out);
 
 private:
-    std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
-                           std::uint32_t timeoutMs);
+    enum class Waiting { Here, Elsewhere };
+    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs,
+                  Waiting waiting);
+    std::optional<std::size_t> fetchWords(DataQueue& source, unsigned number, std::uint32_t* out,
+                                          std::size_t words, std::uint32_t timeoutMs, Waiting waiting);
     int reported(unsigned number, int bytes);
     int readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
-                     std::uint32_t timeoutMs);
+                     std::uint32_t timeoutMs, Waiting waiting);
     std::uint64_t selectedPhy(std::uint32_t address);
     int writeTroubled(std::uint32_t address, std::uint64_t value) noexcept;
     int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;

@@ -44,9 +44,11 @@ int Board::clearQueue(unsigned number) {
     return 0;
 }
 
-std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
-                              std::uint32_t timeoutMs) {
+/// Nothing when the reader is to wait elsewhere and ask again.
+std::optional<std::size_t> Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t* out,
+                                             std::size_t words, std::uint32_t timeoutMs, Waiting waiting) {
     if (number < maxPorts && source.words() == 0) ports_[number].playWire();
+    if (waiting == Waiting::Elsewhere && timeoutMs != 0 && source.words() < words) return std::nullopt;
     awaitWords(source, words, std::chrono::milliseconds(timeoutMs));
     return source.take(out, words);
 }
@@ -58,20 +60,27 @@ int Board::reported(unsigned number, int bytes) {
     return fault ? bytes + fault->result : bytes;
 }
 
-int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
+int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs,
+                     Waiting waiting) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
     if (!condition_.isGood()) [[unlikely]]
-        return readTroubled(*source, number, out, words, timeoutMs);
+        return readTroubled(*source, number, out, words, timeoutMs, waiting);
     if (words == 0) return 0;
-    const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
+    const auto count = fetchWords(*source, number, out, words, timeoutMs, waiting);
+    if (!count) return queueNotReady;
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
-    return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
+    return *count != 0 ? reported(number, bytesOf(*count)) : static_cast<int>(HalTimeout);
+}
+
+int Board::readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
+    return readQueue(number, out, words, timeoutMs,
+                     simClock.isVirtual() ? Waiting::Here : Waiting::Elsewhere);
 }
 
 /// A read while the board is in trouble, or a script accounts for every word.
 int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
-                        std::uint32_t timeoutMs) {
+                        std::uint32_t timeoutMs, Waiting waiting) {
     passScript();
     BoardFaults* const rules = condition_.has(Trouble::Script) ? script() : nullptr;
     QueueFaults* const frames = rules && number < maxPorts ? &rules->queue(number) : nullptr;
@@ -84,9 +93,11 @@ int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, 
     if (frames)
         if (const auto result = frames->readStaged(out, words)) return *result;
     if (rules && !frames) rules->noteActionRead(number - firstActionQueue);
-    const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
-    if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
-    return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));
+    const auto count = fetchWords(source, number, out, words, timeoutMs, waiting);
+    if (!count) return queueNotReady;
+    if (*count == 0)
+        return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
+    return reported(number, frames ? frames->delivered(source, out, words, *count) : bytesOf(*count));
 }
 
 } // namespace orvo::sim

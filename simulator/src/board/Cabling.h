@@ -18,6 +18,9 @@ void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTi
 /// Negotiates the port's link anew, for both ends of a cable, from what their PHYs and the cabling are now.
 void renegotiate(Port& port) noexcept;
 
+/// Pulls the port's plug out of its cable or puts it back, and renegotiates.
+void setPlugged(Port& port, bool plugged, SimTime now) noexcept;
+
 /// Replaces the far end's offer from the moment `since` on, and renegotiates.
 void setPartner(Port& port, OrvoSimPartner partner, SimTime since) noexcept;
 

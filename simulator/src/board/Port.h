@@ -28,6 +28,7 @@ struct PortCabling {
     class Port* far = nullptr; ///< the port at the other end of a cable; null for other wires
     SimTime pluggedAt = always;
     OrvoSimPartner partner = OrvoSimPartner1000;
+    bool isPlugged = true; ///< false while somebody has pulled the plug; the wire stays
 };
 
 class FaultySink;

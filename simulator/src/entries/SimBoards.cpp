@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Control entries: boards, their ports and PHYs, and the clock.
+#include "entries/OwnEntries.h"
 #include "process/Process.h"
 
 #include <chrono>
@@ -17,6 +18,8 @@ int pushInto(unsigned board, unsigned queue, std::span<const std::uint32_t> word
 }
 
 } // namespace
+
+namespace orvo::sim::own {
 
 const char* orvoSimConfigurationError() {
     return takeConfigurationError();
@@ -96,3 +99,5 @@ int orvoSimAdvanceTime(uint64_t microseconds) {
 uint64_t orvoSimTime() {
     return static_cast<uint64_t>(std::chrono::floor<std::chrono::microseconds>(simClock.now()).count());
 }
+
+} // namespace orvo::sim::own

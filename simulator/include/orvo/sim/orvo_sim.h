@@ -23,13 +23,14 @@ enum OrvoSimResult {
     OrvoSimNoSuchPlace = -1, ///< no such board, port or queue
     OrvoSimBadValue = -2,    ///< a text that is no wire, a frame of impossible size, a null pointer
     OrvoSimFull = -3,        ///< the queue has no room; what was lost is counted as lost words
-    OrvoSimNotWritten = -4   ///< a wire's file could not be written
+    OrvoSimNotWritten = -4,  ///< a wire's file could not be written
+    OrvoSimServerGone = -5   ///< the server that holds the boards has ended
 };
 
 /// What the simulated hardware access layer answers where it refuses a call.
 enum OrvoSimHalError {
     OrvoSimHalBadHandle = -2001,   ///< a device handle that is null, foreign or was released before
-    OrvoSimHalBoardGone = -2002,   ///< the board was removed
+    OrvoSimHalBoardGone = -2002,   ///< the board was removed, or the server that holds it has ended
     OrvoSimHalNoRegister = -2003,  ///< this board's firmware has no register at the address
     OrvoSimHalNoQueue = -2004,     ///< the board has no data queue of this number
     OrvoSimHalBadArgument = -2005, ///< a null pointer, or a key that is unknown
@@ -109,6 +110,12 @@ enum OrvoSimPartner {
 };
 /// Decides what the far end of a port is.
 ORVO_EXPORT int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner);
+
+/// Pulls the plug of a port's cable (0) or puts it back (1), as a hand would: the wire stays where it leads,
+/// and the link is down at both its ends in between.
+ORVO_EXPORT int orvoSimSetPlugged(unsigned board, unsigned port, int plugged);
+/// 1 while the plug is in, 0 while it is pulled.
+ORVO_EXPORT int orvoSimIsPlugged(unsigned board, unsigned port);
 
 /// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7, which stop at 255).
 ORVO_EXPORT int orvoSimSetIdleErrors(unsigned board, unsigned port, unsigned count);
@@ -261,6 +268,19 @@ struct OrvoSimRegisterMap {
 /// The register map of the `number`th firmware version, counted from 0, that a board runs; null beyond the
 /// last. A pointer to it is the applet that OHalConfigureFpga takes. Owned by the library, for good.
 ORVO_EXPORT const struct OrvoSimRegisterMap* orvoSimRegisterMap(unsigned number);
+
+/// Lets other programs use the boards of this process, as they would one real board: each that runs with the
+/// environment variable ORVO_BOARD set to `name`, and without it where `name` is "default" and the
+/// installation the same. `name` is a name, the path of a socket, or null for "default". To be called before
+/// every other function of this library; ORVO_BOARD does not count for this process. On failure
+/// (OrvoSimBadValue) `error`, if not null, receives one sentence (NUL-terminated, cut to `errorBytes`).
+ORVO_EXPORT int orvoSimServe(const char* name, char* error, size_t errorBytes);
+/// Ends that: for the other programs the boards are gone then.
+ORVO_EXPORT void orvoSimStopServing(void);
+
+/// The socket of the server whose boards this process uses or serves; null for boards of its own. Owned by
+/// the library, for good.
+ORVO_EXPORT const char* orvoSimServer(void);
 
 #ifdef __cplusplus
 } // extern "C"
