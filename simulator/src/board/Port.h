@@ -2,6 +2,7 @@
 // One GigE port: its registers, its data queues, its PHY and what it is cabled with.
 #pragma once
 
+#include "board/BoardPage.h"
 #include "firmware/RegisterTable.h"
 #include "mac/DataQueue.h"
 #include "mac/PortGate.h"
@@ -42,6 +43,8 @@ public:
         std::uint32_t registers = 0; ///< register bits that the firmware has for this port
         std::size_t receiveQueueWords = 0;
         std::size_t actionQueueWords = 0;
+        PortPage* page = nullptr; ///< outlives the port
+        std::array<QueueWindow*, queuesPerPort> windows{};
     };
     explicit Port(const Setup& setup);
     ~Port();
@@ -57,6 +60,10 @@ public:
         transmitter_.append(unit);
         return true;
     }
+
+    /// A frame that another program wrote: what it appended to the transmit buffer, emptied before if it
+    /// `begins` one. One thread at a time.
+    Transmitter& transmitter() noexcept { return transmitter_; }
 
     DataQueue& receiveQueue() noexcept { return receiveQueue_; }
     DataQueue& actionQueue() noexcept { return actionQueue_; }
@@ -97,6 +104,7 @@ private:
 
     const PortPlace place_;
     const std::uint32_t registers_;
+    PortPage& page_;
 
     PortGate gate_;
     Transmitter transmitter_{gate_};
@@ -115,7 +123,6 @@ private:
     PortCabling cabling_;
     std::mutex playing_;         // held while the receive thread plays the wire, so that it stays
     std::unique_ptr<Wire> wire_; // changed under both mutexes
-    std::atomic<bool> isPlayed_{false};
     WireFaults* sentFaults_ = nullptr;
     std::unique_ptr<FaultySink> faultySink_;
 };

@@ -8,11 +8,9 @@
 namespace orvo::sim::own {
 
 #define ENTRY(Result, name, gone, parameters, arguments) Result name parameters;
-#define HOT_ENTRY ENTRY
-#define INNER_ENTRY ENTRY
+#define HAND_ENTRY ENTRY
 #include "entries/Entries.def"
-#undef INNER_ENTRY
-#undef HOT_ENTRY
+#undef HAND_ENTRY
 #undef ENTRY
 
 int OHalDataQueueReadBufferLong(void* device, uint32_t queue, void* buffer, uint64_t bytes,

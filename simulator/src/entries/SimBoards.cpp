@@ -86,6 +86,8 @@ int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t
 int orvoSimUseVirtualTime(int clock) {
     if (clock < OrvoSimRealTime || clock > OrvoSimDrivenTime) return OrvoSimBadValue;
     simClock.useVirtual(clock != OrvoSimRealTime, clock == OrvoSimDrivenTime);
+    for (const auto& board : simulation().boards())
+        board->memory().page().isVirtual.store(clock != OrvoSimRealTime ? 1 : 0, std::memory_order_relaxed);
     return 0;
 }
 

@@ -10,9 +10,7 @@ using namespace orvo::sim;
         if (Remote* const server = remote()) return server->call(EntryId::name, gone, &own::name) arguments; \
         return own::name arguments;                                                                          \
     }
-#define HOT_ENTRY(Result, name, gone, parameters, arguments)   // HotEntries.cpp
-#define INNER_ENTRY(Result, name, gone, parameters, arguments) // PointerEntries.cpp
+#define HAND_ENTRY(Result, name, gone, parameters, arguments) // other files here
 #include "entries/Entries.def"
-#undef INNER_ENTRY
-#undef HOT_ENTRY
+#undef HAND_ENTRY
 #undef ENTRY

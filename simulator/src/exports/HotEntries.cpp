@@ -3,37 +3,33 @@
 #include "board/Board.h"
 #include "entries/OwnEntries.h"
 #include "exports/Choice.h"
-
-#include <algorithm>
-#include <chrono>
-
-#include <unistd.h>
+#include "exports/RemoteReads.h"
 
 using namespace orvo::sim;
 
 namespace {
 
-[[gnu::noinline]] int writeAnyRegister(void* device, uint32_t address, uint64_t value) {
-    if (!openBoardOf(device))
-        if (Remote* const server = remote())
-            return server->call(EntryId::OHalRegisterWrite, OrvoSimHalBoardGone,
-                                &own::OHalRegisterWrite)(device, address, value);
-    return own::OHalRegisterWrite(device, address, value);
+/// The server's board of an open handle; null for every other handle.
+RemoteBoard* remoteBoardOf(void* device) {
+    const auto handle = reinterpret_cast<HandleBits>(device);
+    const bool isOpen = placeOf(handle).noted.load(std::memory_order_acquire) == ~handle;
+    return isOpen ? remote()->board(device) : nullptr;
 }
 
-int readRemoteQueue(Remote& server, void* device, uint32_t queue, void* buffer, uint64_t lengthBytes,
-                    uint32_t timeoutMs) {
-    const auto read = server.call(EntryId::readQueueBriefly, OrvoSimHalBoardGone, &own::readQueueBriefly);
-    const auto bytes = static_cast<uint32_t>(std::min<uint64_t>(lengthBytes, maxBlockBytes));
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    for (;;) {
-        const auto left =
-            std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        const int result = read(device, queue, buffer, bytes,
-                                static_cast<uint32_t>(std::max<std::int64_t>(left.count(), 0)));
-        if (result != queueNotReady) return result;
-        usleep(500);
-    }
+[[gnu::noinline]] int writeAnyRegister(void* device, uint32_t address, uint64_t value) {
+    Remote* const server = openBoardOf(device) ? nullptr : remote();
+    if (!server) return own::OHalRegisterWrite(device, address, value);
+    RemoteBoard* const board = remoteBoardOf(device);
+    if (board && board->write(address, value)) return server->isGone() ? OrvoSimHalBoardGone : 0;
+    return server->call(EntryId::OHalRegisterWrite, OrvoSimHalBoardGone,
+                        &own::OHalRegisterWrite)(device, address, value);
+}
+
+[[gnu::noinline]] int readRemoteRegister(void* device, uint32_t address, uint64_t* value) {
+    const RemoteBoard* const board = value ? remoteBoardOf(device) : nullptr;
+    if (board && !remote()->isGone() && board->read(address, *value)) return 0;
+    return remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
+                          &own::OHalRegisterRead)(device, address, value);
 }
 
 } // namespace
@@ -47,19 +43,19 @@ int OHalRegisterWrite(void* device, uint32_t address, uint64_t value) {
 }
 
 int OHalRegisterRead(void* device, uint32_t address, uint64_t* value) {
-    if (!openBoardOf(device))
-        if (Remote* const server = remote())
-            return server->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
-                                &own::OHalRegisterRead)(device, address, value);
+    if (!openBoardOf(device) && remote()) return readRemoteRegister(device, address, value);
     return own::OHalRegisterRead(device, address, value);
 }
 
 int OHalDataQueueReadBufferLong(void* device, uint32_t queue, void* buffer, uint64_t lengthBytes,
                                 uint32_t timeoutMs) {
-    if (!openBoardOf(device))
-        if (Remote* const server = remote())
-            return readRemoteQueue(*server, device, queue, buffer, lengthBytes, timeoutMs);
-    return own::OHalDataQueueReadBufferLong(device, queue, buffer, lengthBytes, timeoutMs);
+    if (openBoardOf(device) || !remote())
+        return own::OHalDataQueueReadBufferLong(device, queue, buffer, lengthBytes, timeoutMs);
+    if (RemoteBoard* const board = remoteBoardOf(device))
+        return RemoteRead(*remote(), *board, device, queue).read(buffer, lengthBytes, timeoutMs);
+    return remote()->call(EntryId::OHalDataQueueGetNrOfWords, OrvoSimHalBoardGone,
+                          &own::OHalDataQueueGetNrOfWords)(device,
+                                                           queue); // says what is wrong with the handle
 }
 
 int OHalDataQueueReadBuffer(void* device, uint32_t queue, void* buffer, uint32_t lengthBytes,

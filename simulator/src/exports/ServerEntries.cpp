@@ -26,6 +26,7 @@ void serve(const std::string& name) {
     if (!chooseOwnBoards())
         throw std::runtime_error(
             "this process uses the boards of a server already; serve before any other call");
+    shareOwnBoards();
     if (serving().server) throw std::runtime_error("this process serves its boards already");
     if (!configurationError().empty()) throw std::runtime_error(takeConfigurationError());
     serving().server = std::make_unique<Server>(name);

@@ -6,11 +6,13 @@
 #include "mac/PortGate.h"
 #include "wire/Wire.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace orvo::sim {
 
@@ -33,6 +35,16 @@ public:
         const auto bytes = static_cast<std::uint16_t>(unit);
         if (at < bufferBytes / 2) std::memcpy(buffer_.data() + 2 * at, &bytes, sizeof bytes);
         units_.store(at + 1, std::memory_order_relaxed);
+    }
+
+    /// The same for many: `units` were appended, of which `bytes` are those that have room in an empty
+    /// buffer.
+    void load(bool begins, std::span<const std::uint8_t> bytes, std::size_t units) noexcept {
+        if (begins) begin();
+        const auto at = units_.load(std::memory_order_relaxed);
+        const auto room = bufferBytes - 2 * std::min(at, bufferBytes / 2);
+        std::memcpy(buffer_.data() + bufferBytes - room, bytes.data(), std::min(bytes.size(), room));
+        units_.store(at + units, std::memory_order_relaxed);
     }
 
     /// Sends the frame in the buffer, which stays there.

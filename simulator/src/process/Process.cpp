@@ -18,7 +18,8 @@ struct Process {
 
 const char anchor = 0; // an address inside this library
 
-std::string refusal; // set before the process is made
+std::string refusal; // this and the next are set before the process is made
+bool isShared = false;
 
 /// From the file that ORVO_SIMULATOR_CONFIG names, else from "simulator.toml" in the directory above that of
 /// this library, if it is there.
@@ -36,7 +37,7 @@ Process* makeProcess() {
     auto process = std::make_unique<Process>();
     try {
         if (!refusal.empty()) throw std::runtime_error(refusal);
-        process->simulation = std::make_unique<Simulation>(loadUsualConfiguration());
+        process->simulation = std::make_unique<Simulation>(loadUsualConfiguration(), isShared);
     } catch (const std::runtime_error& error) { // of the configuration, or the refusal
         process->error = error.what();
         process->simulation = std::make_unique<Simulation>(Configuration{});
@@ -63,6 +64,10 @@ std::filesystem::path installationRoot() {
 
 void refuseOwnBoards(std::string reason) {
     refusal = std::move(reason);
+}
+
+void shareOwnBoards() {
+    isShared = true;
 }
 
 Simulation& simulation() {

@@ -15,6 +15,8 @@ Simulation& simulation();
 /// Has no board appear in this process, and `reason` reported as the configuration's error. Before the first
 /// use.
 void refuseOwnBoards(std::string reason);
+/// Has the boards of this process lie in memory that others can map. Before the first use.
+void shareOwnBoards();
 /// The directory above that of this library.
 std::filesystem::path installationRoot();
 

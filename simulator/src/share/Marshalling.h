@@ -150,7 +150,7 @@ public:
     template <class Call, std::integral Size, class... Rest>
     bool serve(Call call, ParameterList<void*, Size, Rest...>) {
         const bool isThere = takeFlag();
-        std::vector<std::uint64_t> room((takeRoom() + 7) / 8); // aligned for whatever the entry stores
+        std::vector<std::uint64_t> room(takeRoom() / 8 + 1); // aligned for whatever the entry stores
         const Size bytes = static_cast<Size>(room_);
         const bool served =
             serve([&](Rest... rest) { return call(isThere ? room.data() : nullptr, bytes, rest...); },

@@ -21,20 +21,19 @@ inline constexpr std::chrono::milliseconds replyLimit{5000};
 /// A request: entry and number, then its arguments. A reply: the number, then result and what was written.
 enum class EntryId : std::uint32_t {
 #define ENTRY(Result, name, gone, parameters, arguments) name,
-#define HOT_ENTRY ENTRY
-#define INNER_ENTRY ENTRY
+#define HAND_ENTRY ENTRY
 #include "entries/Entries.def"
-#undef INNER_ENTRY
-#undef HOT_ENTRY
+#undef HAND_ENTRY
 #undef ENTRY
-    count
+    attachBoard, ///< device handle; answer: 0, with the descriptors of the board's page and of a channel
+    claimQueue,  ///< device handle, queue number; answer: 0 or an error
 };
 
 /// The first message of each side.
 struct Greeting {
     std::array<char, 8> name = protocolName;
     std::uint32_t version = protocolVersion;
-    std::int32_t process = 0; ///< of the sender
+    std::uint32_t number = 0; ///< of the program, given by the server; 0 from a program
 
     bool isOurs() const noexcept { return name == protocolName && version == protocolVersion; }
 };

@@ -2,8 +2,10 @@
 // Boards that a server holds, as a program uses them.
 #pragma once
 
+#include "board/DeviceHandles.h"
 #include "share/Marshalling.h"
 #include "share/Protocol.h"
+#include "share/RemoteBoard.h"
 #include "share/Socket.h"
 
 #include <orvo/sim/orvo_sim.h>
@@ -40,11 +42,30 @@ public:
         };
     }
 
+    /// The board of a handle that `noteOpened` got; null without a server.
+    RemoteBoard* board(void* device) {
+        RemoteBoard* const found = boards_[indexOf(device)].load(std::memory_order_acquire);
+        return found ? found : attach(device);
+    }
+    /// Has the server let this program read the queue. 0 or an error.
+    int claim(void* device, unsigned queue);
+    void noteOpened(void* device);
+    std::uint32_t number() const noexcept { return number_; } ///< of this program, among the server's
+
     /// The server has ended, or does not answer any more.
     bool isGone() const noexcept { return isGone_.load(std::memory_order_relaxed); }
+    /// The same, looking at the connection.
+    bool findGone() noexcept;
 
 private:
-    Remote(MessageSocket socket, std::string path, std::filesystem::path root);
+    Remote(MessageSocket socket, std::string path, std::filesystem::path root, std::uint32_t number);
+
+    static unsigned indexOf(void* device) noexcept {
+        return static_cast<unsigned>(reinterpret_cast<HandleBits>(device) >> 40) % maxBoards;
+    }
+    RemoteBoard* attach(void* device);
+    /// Waits until the frames that this program wrote have left, so that requests come after them.
+    void drain() noexcept;
 
     struct Packer : ArgumentPacker {
         explicit Packer(MessageWriter& to) noexcept : ArgumentPacker(to), out(to) {}
@@ -60,10 +81,11 @@ private:
 
     template <class Result, class Arguments>
     Result exchange(EntryId id, Result gone, const Arguments& withArguments) {
+        drain();
         const std::lock_guard turn(turn_);
         MessageWriter request;
         request.put(id);
-        request.put(++number_);
+        request.put(++requests_);
         Packer packer(request);
         withArguments(packer);
         auto reply = ask(request.bytes());
@@ -73,16 +95,20 @@ private:
         withArguments(unpacker);
         return result;
     }
-    std::optional<MessageReader> ask(MessageBytes request) noexcept;
+    /// The reply to request number `requests_`; nothing when the server is gone. Under `turn_`.
+    std::optional<MessageReader> ask(MessageBytes request,
+                                     std::vector<Descriptor>* descriptors = nullptr) noexcept;
 
     const MessageSocket socket_;
     const std::string path_;
     const std::filesystem::path root_;
+    const std::uint32_t number_;
     const pid_t process_; // a child of fork must not speak on the parent's connection
     std::atomic<bool> isGone_{false};
     std::mutex turn_; // guards what follows: one request at a time
-    std::uint32_t number_ = 0;
+    std::uint32_t requests_ = 0;
     std::vector<std::byte> room_;
+    std::array<std::atomic<RemoteBoard*>, maxBoards> boards_{}; // made under it, and never destroyed
 };
 
 } // namespace orvo::sim

@@ -9,8 +9,9 @@
 
 namespace orvo::sim {
 
-ServedClient::ServedClient(Descriptor socket, std::function<void()> ended)
-    : socket_(std::move(socket)), ended_(std::move(ended)), thread_(startThread([this] { run(); })) {}
+ServedClient::ServedClient(Descriptor socket, std::uint32_t number, std::function<void()> ended)
+    : socket_(std::move(socket)), number_(number), ended_(std::move(ended)),
+      thread_(startThread([this] { run(); })) {}
 
 ServedClient::~ServedClient() {
     socket_.shutDown();
@@ -36,17 +37,17 @@ bool ServedClient::greet(std::span<std::byte> room) const {
     const auto greeting = in.take<Greeting>();
     if (!in.isWhole() || greeting.name != protocolName) return false;
     MessageWriter out;
-    out.put(Greeting{.process = getpid()});
+    out.put(Greeting{.number = number_});
     const std::string root = installationRoot().string();
     out.putBlock(root.data(), root.size());
     return socket_.send(out.bytes()) && greeting.isOurs();
 }
 
 void ServedClient::serve(std::span<std::byte> room) {
-    Session session;
+    Session session(number_);
     while (const auto request = socket_.receive(room)) {
         MessageWriter reply;
-        if (!session.answer(*request, reply) || !socket_.send(reply.bytes())) return;
+        if (!session.answer(*request, reply) || !socket_.send(reply.bytes(), session.descriptors())) return;
     }
 }
 

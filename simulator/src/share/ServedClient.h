@@ -13,8 +13,9 @@ namespace orvo::sim {
 
 class ServedClient {
 public:
-    /// `ended` is called by the client's thread at its end. Throws std::system_error when that cannot start.
-    ServedClient(Descriptor socket, std::function<void()> ended);
+    /// `number` tells programs apart; not 0. `ended` is called by the client's thread at its end. Throws
+    /// std::system_error when that cannot start.
+    ServedClient(Descriptor socket, std::uint32_t number, std::function<void()> ended);
     /// Ends the connection.
     ~ServedClient();
     ServedClient(const ServedClient&) = delete;
@@ -29,6 +30,7 @@ private:
     void serve(std::span<std::byte> room);
 
     const MessageSocket socket_;
+    const std::uint32_t number_;
     const std::function<void()> ended_;
     std::atomic<bool> hasEnded_{false};
     std::thread thread_;

@@ -103,7 +103,7 @@ void Server::admit() {
     Descriptor socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket.get() < 0) return; // it has left again
     try {
-        clients_.emplace_back(std::move(socket), [this] { eventfd_write(bell_.get(), 1); });
+        clients_.emplace_back(std::move(socket), ++lastNumber_, [this] { eventfd_write(bell_.get(), 1); });
     } catch (const std::system_error&) {
         // No thread for it: its connection closes, and it finds no server.
     }

@@ -33,7 +33,8 @@ private:
     const std::filesystem::path path_;
     const Descriptor socket_;
     const Descriptor bell_;           // a client has ended, or the server is to
-    std::list<ServedClient> clients_; // the thread's
+    std::list<ServedClient> clients_; // this and the next are the thread's
+    std::uint32_t lastNumber_ = 0;
     std::atomic<bool> isEnding_{false};
     std::thread thread_;
 };

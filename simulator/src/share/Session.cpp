@@ -7,6 +7,8 @@
 #include "share/Marshalling.h"
 #include "share/Protocol.h"
 
+#include <algorithm>
+
 namespace orvo::sim {
 
 namespace {
@@ -37,11 +39,9 @@ constexpr Answer answers[] = {
     [](Session& session, MessageReader& in, MessageWriter& out) {                                            \
         return serve(session, in, out, &own::name);                                                          \
     },
-#define HOT_ENTRY ENTRY
-#define INNER_ENTRY ENTRY
+#define HAND_ENTRY ENTRY
 #include "entries/Entries.def"
-#undef INNER_ENTRY
-#undef HOT_ENTRY
+#undef HAND_ENTRY
 #undef ENTRY
 };
 
@@ -55,7 +55,56 @@ bool Session::answer(MessageBytes request, MessageWriter& reply) {
     MessageReader in(request);
     const auto entry = in.take<std::uint32_t>();
     reply.put(in.take<std::uint32_t>());
+    descriptors_.clear();
+    switch (static_cast<EntryId>(entry)) {
+    case EntryId::attachBoard:
+        return answerAttach(in, reply);
+    case EntryId::claimQueue:
+        return answerClaim(in, reply);
+    case EntryId::readQueueBriefly:
+        if (!mayRead(in)) return false;
+        break;
+    default:
+        break;
+    }
     return entry < std::size(answers) && answers[entry](*this, in, reply);
+}
+
+Board* Session::ownBoard(void* handle) const noexcept {
+    return handles_.contains(handle) ? openBoardOf(handle) : nullptr;
+}
+
+Attachment* Session::attachment(void* handle) const noexcept {
+    const auto found = attachments_.find(ownBoard(handle));
+    return found != attachments_.end() ? const_cast<Attachment*>(&found->second) : nullptr;
+}
+
+bool Session::answerAttach(MessageReader& in, MessageWriter& reply) {
+    Board* const board = ownBoard(in.take<void*>());
+    if (!in.isWhole()) return false;
+    reply.put(board ? 0 : static_cast<int>(OrvoSimHalBadHandle));
+    if (!board) return true;
+    const auto& made = attachments_.try_emplace(board, *board).first->second;
+    descriptors_ = {made.pageDescriptor(), made.channelDescriptor()};
+    return true;
+}
+
+bool Session::answerClaim(MessageReader& in, MessageWriter& reply) {
+    Attachment* const memory = attachment(in.take<void*>());
+    const auto queue = in.take<std::uint32_t>();
+    if (!in.isWhole()) return false;
+    reply.put(memory && memory->claim(queue, number_) ? 0 : static_cast<int>(OrvoSimHalNoQueue));
+    return true;
+}
+
+/// Words go to the program that claimed the queue, and to no other.
+bool Session::mayRead(MessageReader in) const noexcept {
+    void* const handle = in.take<void*>();
+    const auto queue = in.take<std::uint32_t>();
+    Board* const board = ownBoard(handle);
+    if (!board || !board->queue(queue)) return true; // refused by the entry
+    const Attachment* const memory = attachment(handle);
+    return memory && memory->reads(queue, number_);
 }
 
 void* Session::checked(void* handle) const noexcept {
@@ -66,8 +115,11 @@ void Session::noteOpened(void* handle) {
     if (handle) handles_.insert(handle);
 }
 
-void Session::noteUsed(void* handle) noexcept {
-    if (!openBoardOf(handle)) handles_.erase(handle);
+void Session::noteUsed(void* handle) {
+    if (openBoardOf(handle) || handles_.erase(handle) == 0) return;
+    for (auto& [board, memory] : attachments_) // the board's last handle takes the claims on its queues along
+        if (std::ranges::none_of(handles_, [board](void* other) { return openBoardOf(other) == board; }))
+            memory.releaseQueues();
 }
 
 } // namespace orvo::sim

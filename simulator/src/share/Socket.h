@@ -23,17 +23,27 @@ public:
     bool isOpen() const noexcept { return socket_.get() >= 0; }
 
     /// False when the peer is gone or does not take it.
-    bool send(MessageBytes message) const noexcept;
+    bool send(MessageBytes message, std::span<const int> descriptors = {}) const noexcept;
     /// Waits for a message, for ever without a limit. Its bytes lie in `room`; none when the peer is gone,
     /// the time is over or the message is longer than the room.
     std::optional<MessageBytes> receive(std::span<std::byte> room,
                                         std::optional<std::chrono::milliseconds> limit = {}) const noexcept;
+    /// Takes the descriptors that come with the message, too; any others are never received.
+    std::optional<MessageBytes> receive(std::span<std::byte> room,
+                                        std::optional<std::chrono::milliseconds> limit,
+                                        std::vector<Descriptor>& descriptors) const;
     /// Whether the peer has closed its end.
     bool isPeerGone() const noexcept;
     /// Wakes a thread in `receive`, which finds the peer gone.
     void shutDown() const noexcept;
 
+    static constexpr std::size_t maxDescriptors = 2; ///< with one message
+
 private:
+    template <class Take>
+    std::optional<MessageBytes> receiveBy(std::span<std::byte> room,
+                                          std::optional<std::chrono::milliseconds> limit,
+                                          const Take& take) const;
     Descriptor socket_;
 };
 

@@ -34,7 +34,8 @@ enum OrvoSimHalError {
     OrvoSimHalNoRegister = -2003,  ///< this board's firmware has no register at the address
     OrvoSimHalNoQueue = -2004,     ///< the board has no data queue of this number
     OrvoSimHalBadArgument = -2005, ///< a null pointer, or a key that is unknown
-    OrvoSimHalNoApplet = -2006     ///< the FPGA holds no applet, or the applet is of another firmware version
+    OrvoSimHalNoApplet = -2006,    ///< the FPGA holds no applet, or the applet is of another firmware version
+    OrvoSimHalQueueTaken = -2007   ///< another program reads this data queue now
 };
 
 /// Why no board appeared, as "FILE:LINE: REASON" (line 1 where the file as a whole is meant), or null when
