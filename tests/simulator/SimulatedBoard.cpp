@@ -37,25 +37,49 @@ int serve(const char* socket) {
     return 0;
 }
 
+/// As another program: "once" passes a frame, "traffic" passes frames until the board is gone, "wait" reads
+/// an empty queue until then. 0 when that went well.
+int useBoards(const std::string& how) {
+    const Device device(0);
+    const unsigned port = how == "wait" ? 1 : 0;
+    std::uint32_t word = 0;
+    device.send(port, frameOf(1000));
+    if (!device.receive(port, 5000) || write(STDOUT_FILENO, &word, 1) != 1) return 1;
+    if (how == "once") return testing::Test::HasFailure() ? 1 : 0;
+    for (int result = 0; result != OrvoSimHalBoardGone;) {
+        if (how == "traffic" && result != HalTimeout)
+            for (const char* name : {"GigeBufferReset0", "GigeWriteData0", "GigeWriteComplete0"})
+                OHalRegisterWrite(device.handle, device.address(name), 7);
+        result = OHalDataQueueReadBufferLong(device.handle, port, &word, 4, how == "wait" ? 600'000 : 100);
+        if (result < 0 && result != HalTimeout && result != OrvoSimHalBoardGone) return 1;
+    }
+    std::_Exit(0); // the device cannot be closed any more
+}
+
 } // namespace
 
-BoardServer::BoardServer() : socket((folder.path / "boards.sock").string()) {
+pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input) {
     int in[2], out[2];
     char byte = 0;
     EXPECT_TRUE(pipe2(in, O_CLOEXEC) == 0 && pipe2(out, O_CLOEXEC) == 0);
-    process = fork();
+    const pid_t process = fork();
     if (process == 0) {
         dup2(in[0], STDIN_FILENO);
         dup2(out[1], STDOUT_FILENO);
-        execl("/proc/self/exe", "simulator_test", "--serve", socket.c_str(), nullptr);
+        setenv("ORVO_BOARD", board.c_str(), 1);
+        execl("/proc/self/exe", "simulator_test", mode, argument.c_str(), nullptr);
         _exit(127);
     }
     close(in[0]);
     close(out[1]);
-    lifeline = in[1];
-    EXPECT_EQ(read(out[0], &byte, 1), 1) << "the server does not start";
+    input = in[1];
+    EXPECT_EQ(read(out[0], &byte, 1), 1) << mode << " does not start";
     close(out[0]);
+    return process;
 }
+
+BoardServer::BoardServer(const std::filesystem::path& folder)
+    : socket(folder / "boards.sock"), process(startSelf("--serve", socket, "own", lifeline)) {}
 
 BoardServer::~BoardServer() {
     close(lifeline);
@@ -66,11 +90,14 @@ BoardServer::~BoardServer() {
 int main(int argc, char** argv) {
     setenv("ORVO_SIMULATOR_CONFIG", SIMULATOR_BOARDS, 1); // before the library is used first
     if (argc == 3 && std::string(argv[1]) == "--serve") return serve(argv[2]);
+    if (argc == 3 && std::string(argv[1]) == "--client") return useBoards(argv[2]);
     testing::InitGoogleMock(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // a child runs this main again, with a library of its own
+    std::optional<TemporaryFolder> folder;
     std::optional<BoardServer> server;
     if (std::getenv("SIMULATOR_SERVED") && !GTEST_FLAG_GET(list_tests)) {
-        server.emplace();
+        folder.emplace();
+        server.emplace(folder->path);
         setenv("ORVO_BOARD", server->socket.c_str(), 1);
     }
     return RUN_ALL_TESTS();

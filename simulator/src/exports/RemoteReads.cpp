@@ -25,7 +25,8 @@ int RemoteRead::read(void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs)
         if (const int refused = claim(); refused != 0) return refused;
     if (!queue_ || !buffer || words == 0) return ask(buffer, words, 0); // which says what is wrong
     auto* const out = static_cast<std::uint32_t*>(buffer);
-    if (board_.isPlain() && queue_->holds(words)) return bytesOf(queue_->take(out, words));
+    if (!server_.isGone() && board_.isPlain() && queue_->holds(words))
+        return bytesOf(queue_->take(out, words));
     return readPatiently(out, words, timeoutMs);
 }
 

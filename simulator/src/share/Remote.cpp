@@ -70,7 +70,7 @@ RemoteBoard* Remote::attach(void* device) {
         const auto pageBytes = std::filesystem::file_size("/proc/self/fd/" + std::to_string(memory[0].get()));
         auto page = MappedMemory::of(std::move(memory[0]), pageBytes, Access::ReadOnly);
         auto channel = MappedMemory::of(std::move(memory[1]), sizeof(Channel), Access::ReadWrite);
-        place.store(new RemoteBoard(std::move(page), std::move(channel)), std::memory_order_release);
+        place.store(new RemoteBoard(std::move(page), std::move(channel), *this), std::memory_order_release);
     } catch (const std::system_error&) { // no memory: the board cannot be used
     }
     return place.load(std::memory_order_acquire);

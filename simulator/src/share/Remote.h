@@ -18,7 +18,7 @@
 
 namespace orvo::sim {
 
-class Remote {
+class Remote final : private ServerWatch {
 public:
     /// Null when nobody answers at the socket. Throws std::runtime_error, one sentence, when whoever answers
     /// speaks another protocol.
@@ -55,7 +55,7 @@ public:
     /// The server has ended, or does not answer any more.
     bool isGone() const noexcept { return isGone_.load(std::memory_order_relaxed); }
     /// The same, looking at the connection.
-    bool findGone() noexcept;
+    bool findGone() noexcept override;
 
 private:
     Remote(MessageSocket socket, std::string path, std::filesystem::path root, std::uint32_t number);

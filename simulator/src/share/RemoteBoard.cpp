@@ -15,12 +15,12 @@ using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds patience{5}; // with a server that takes no frames
 
-/// Gives the processor up until `holds()`; false when it does not within `limit`.
-template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, Holds holds) {
+/// Gives the processor up until `holds()`; false when it does not within `limit`, or the server is gone.
+template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWatch& server, Holds holds) {
     if (holds()) return true;
     const auto end = SteadyClock::now() + limit;
     while (!comesSoon(holds)) {
-        if (SteadyClock::now() >= end) return false;
+        if (SteadyClock::now() >= end || server.findGone()) return false;
         usleep(20);
     }
     return true;
@@ -29,7 +29,7 @@ template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, Holds ho
 } // namespace
 
 TransmitSlot& RemoteTransmitter::openNext() noexcept {
-    slot_ = comesWithin(patience, [this] { return !isFull(); })
+    slot_ = comesWithin(patience, server_, [this] { return !isFull(); })
                 ? &ring_.slot[ring_.published.load(std::memory_order_relaxed) % TransmitRing::slots]
                 : &lost_;
     slot_->units.store(0, std::memory_order_relaxed);
@@ -49,7 +49,7 @@ void RemoteTransmitter::complete() noexcept {
 
 bool RemoteTransmitter::drain(std::chrono::milliseconds limit) const noexcept {
     const auto published = ring_.published.load(std::memory_order_acquire);
-    return comesWithin(limit, [&] {
+    return comesWithin(limit, server_, [&] {
         return static_cast<std::int32_t>(published - ring_.consumed.load(std::memory_order_acquire)) <= 0;
     });
 }
@@ -83,12 +83,12 @@ void RemoteQueue::await(std::size_t wanted, std::chrono::nanoseconds limit) noex
     wordsKeepComing_ = SteadyClock::now() - begin < soon + wakeTime;
 }
 
-RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel)
+RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& server)
     : page_(std::move(page)),
-      channel_(std::move(channel)), transmitters_{RemoteTransmitter(this->channel().rings[0]),
-                                                  RemoteTransmitter(this->channel().rings[1]),
-                                                  RemoteTransmitter(this->channel().rings[2]),
-                                                  RemoteTransmitter(this->channel().rings[3])} {
+      channel_(std::move(channel)), transmitters_{RemoteTransmitter(this->channel().rings[0], server),
+                                                  RemoteTransmitter(this->channel().rings[1], server),
+                                                  RemoteTransmitter(this->channel().rings[2], server),
+                                                  RemoteTransmitter(this->channel().rings[3], server)} {
     for (unsigned port = 0; port < maxPorts; ++port)
         for (unsigned kind = 0; kind < queuesPerPort; ++kind)
             if (const auto* const window = this->page().window(port, kind))

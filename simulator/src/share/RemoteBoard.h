@@ -12,10 +12,19 @@
 
 namespace orvo::sim {
 
+/// Looks whether the server is still there.
+class ServerWatch {
+public:
+    virtual bool findGone() noexcept = 0;
+
+protected:
+    ~ServerWatch() = default;
+};
+
 /// The program's end of a transmit ring. Threads: the port's sender; `isIdle` any.
 class RemoteTransmitter {
 public:
-    explicit RemoteTransmitter(TransmitRing& ring) noexcept : ring_(ring) {}
+    RemoteTransmitter(TransmitRing& ring, ServerWatch& server) noexcept : ring_(ring), server_(server) {}
 
     void begin() noexcept {
         TransmitSlot& slot = open();
@@ -37,7 +46,8 @@ public:
         return ring_.published.load(std::memory_order_relaxed) -
                ring_.consumed.load(std::memory_order_acquire);
     }
-    /// Waits until what was handed over before this call has left; false when it does not within `limit`.
+    /// Waits until what was handed over before this call has left; false when it does not within `limit`, or
+    /// the server is gone.
     bool drain(std::chrono::milliseconds limit) const noexcept;
 
 private:
@@ -45,6 +55,7 @@ private:
     TransmitSlot& openNext() noexcept;
 
     TransmitRing& ring_;
+    ServerWatch& server_;
     TransmitSlot* slot_ = nullptr; // the open one; null: the next
     TransmitSlot lost_;            // takes what a server that does not go on has no room for
 };
@@ -78,7 +89,8 @@ private:
 
 class RemoteBoard {
 public:
-    RemoteBoard(MappedMemory page, MappedMemory channel);
+    /// `server` outlives it.
+    RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& server);
 
     /// Carries out a write to a transmit buffer. False, with nothing done, for all others and where the board
     /// does not take it.
