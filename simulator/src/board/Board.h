@@ -12,7 +12,6 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <optional>
 #include <span>
 
 namespace orvo::sim {
@@ -79,9 +78,7 @@ public:
     DataQueue* queue(unsigned number) noexcept;
     /// 0, or an error. Threads: `readQueue` is the queue's reader's.
     int clearQueue(unsigned number);
-    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
-        return readQueue(number, out, words, timeoutMs, Waiting::Here);
-    }
+    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
     /// The same for a reader in another process, which waits there: `queueNotReady`, with nothing taken,
     /// while the queue holds less than asked for and there is time left. In virtual time it waits here.
     int readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
@@ -92,10 +89,9 @@ public:
 
 private:
     enum class Waiting { Here, Elsewhere };
-    int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs,
-                  Waiting waiting);
-    std::optional<std::size_t> fetchWords(DataQueue& source, unsigned number, std::uint32_t* out,
-                                          std::size_t words, std::uint32_t timeoutMs, Waiting waiting);
+    std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                           std::uint32_t timeoutMs);
+    bool isReady(const DataQueue& source, unsigned number, std::size_t words, std::uint32_t timeoutMs);
     int reported(unsigned number, int bytes);
     int readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                      std::uint32_t timeoutMs, Waiting waiting);

@@ -44,11 +44,9 @@ int Board::clearQueue(unsigned number) {
     return 0;
 }
 
-/// Nothing when the reader is to wait elsewhere and ask again.
-std::optional<std::size_t> Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t* out,
-                                             std::size_t words, std::uint32_t timeoutMs, Waiting waiting) {
+std::size_t Board::fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
+                              std::uint32_t timeoutMs) {
     if (number < maxPorts && source.words() == 0) ports_[number].playWire();
-    if (waiting == Waiting::Elsewhere && timeoutMs != 0 && source.words() < words) return std::nullopt;
     awaitWords(source, words, std::chrono::milliseconds(timeoutMs));
     return source.take(out, words);
 }
@@ -60,22 +58,28 @@ int Board::reported(unsigned number, int bytes) {
     return fault ? bytes + fault->result : bytes;
 }
 
-int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs,
-                     Waiting waiting) {
+int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
     if (!condition_.isGood()) [[unlikely]]
-        return readTroubled(*source, number, out, words, timeoutMs, waiting);
+        return readTroubled(*source, number, out, words, timeoutMs, Waiting::Here);
     if (words == 0) return 0;
-    const auto count = fetchWords(*source, number, out, words, timeoutMs, waiting);
-    if (!count) return queueNotReady;
+    const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
-    return *count != 0 ? reported(number, bytesOf(*count)) : static_cast<int>(HalTimeout);
+    return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
+}
+
+/// For a reader that waits elsewhere: whether to read now.
+bool Board::isReady(const DataQueue& source, unsigned number, std::size_t words, std::uint32_t timeoutMs) {
+    if (number < maxPorts && source.words() == 0) ports_[number].playWire();
+    return timeoutMs == 0 || source.words() >= words;
 }
 
 int Board::readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
-    return readQueue(number, out, words, timeoutMs,
-                     simClock.isVirtual() ? Waiting::Here : Waiting::Elsewhere);
+    DataQueue* const source = queue(number);
+    if (!source || words == 0 || simClock.isVirtual()) return readQueue(number, out, words, timeoutMs);
+    if (!condition_.isGood()) return readTroubled(*source, number, out, words, timeoutMs, Waiting::Elsewhere);
+    return isReady(*source, number, words, timeoutMs) ? readQueue(number, out, words, 0) : queueNotReady;
 }
 
 /// A read while the board is in trouble, or a script accounts for every word.
@@ -93,11 +97,10 @@ int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, 
     if (frames)
         if (const auto result = frames->readStaged(out, words)) return *result;
     if (rules && !frames) rules->noteActionRead(number - firstActionQueue);
-    const auto count = fetchWords(source, number, out, words, timeoutMs, waiting);
-    if (!count) return queueNotReady;
-    if (*count == 0)
-        return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
-    return reported(number, frames ? frames->delivered(source, out, words, *count) : bytesOf(*count));
+    if (waiting == Waiting::Elsewhere && !isReady(source, number, words, timeoutMs)) return queueNotReady;
+    const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
+    if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
+    return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));
 }
 
 } // namespace orvo::sim

@@ -164,8 +164,7 @@ void DataQueue::release(const ReaderPlace& place) {
     window_.reader.store(0, std::memory_order_release);
 }
 
-void DataQueue::follow() const noexcept {
-    if (!place_.load(std::memory_order_relaxed)) return;
+void DataQueue::followReader() const noexcept {
     const std::lock_guard lock(producers_);
     followLocked();
 }
@@ -183,7 +182,22 @@ void DataQueue::followLocked() const noexcept {
 }
 
 std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
-    follow();
+    if (place_.load(std::memory_order_relaxed)) [[unlikely]]
+        return takeForReader(out, most);
+    return takeHere(out, most);
+}
+
+/// Words that are taken here for a consumer in another process, which learns how far.
+std::size_t DataQueue::takeForReader(std::uint32_t* out, std::size_t most) noexcept {
+    followReader();
+    const std::size_t count = takeHere(out, most);
+    const std::lock_guard lock(producers_);
+    if (ReaderPlace* const place = place_.load(std::memory_order_relaxed))
+        place->position.store(head_.load(std::memory_order_relaxed) >> 1, std::memory_order_release);
+    return count;
+}
+
+std::size_t DataQueue::takeHere(std::uint32_t* out, std::size_t most) noexcept {
     auto head = head_.load(std::memory_order_relaxed);
     std::uint64_t from = 0;
     do {
@@ -202,16 +216,7 @@ std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
     std::memcpy(out, ring_ + at, untilWrap * sizeof *out);
     std::memcpy(out + untilWrap, ring_, (count - untilWrap) * sizeof *out);
     head_.store((from + count) << 1, std::memory_order_release);
-    if (place_.load(std::memory_order_relaxed)) [[unlikely]]
-        tellReader(from + count);
     return count;
-}
-
-/// Words were taken here for a consumer in another process.
-void DataQueue::tellReader(std::uint64_t position) noexcept {
-    const std::lock_guard lock(producers_);
-    if (ReaderPlace* const place = place_.load(std::memory_order_relaxed))
-        place->position.store(position, std::memory_order_release);
 }
 
 /// Whether the consumer can take `wanted` words.
@@ -261,7 +266,8 @@ void DataQueue::clear() noexcept {
 }
 
 std::size_t DataQueue::words() const noexcept {
-    follow();
+    if (place_.load(std::memory_order_relaxed)) [[unlikely]]
+        followReader();
     const auto head = head_.load(std::memory_order_acquire) >> 1;
     const auto from = std::max(head, window_.clearTo.load(std::memory_order_acquire));
     return window_.tail.load(std::memory_order_seq_cst) - from;

@@ -105,9 +105,10 @@ private:
     bool holds(std::size_t wanted) noexcept;
     bool sleep(std::size_t wanted, std::chrono::milliseconds limit);
     bool catchUp(std::uint64_t& head) noexcept;
-    void follow() const noexcept;
+    [[gnu::noinline]] void followReader() const noexcept;
+    [[gnu::noinline]] std::size_t takeForReader(std::uint32_t* out, std::size_t most) noexcept;
+    std::size_t takeHere(std::uint32_t* out, std::size_t most) noexcept;
     void followLocked() const noexcept;
-    void tellReader(std::uint64_t position) noexcept;
 
     const std::size_t capacityWords_;
     const std::size_t ringWords_;

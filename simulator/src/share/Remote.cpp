@@ -7,6 +7,8 @@
 
 namespace orvo::sim {
 
+constinit std::array<std::atomic<RemoteBoard*>, maxBoards> Remote::boards_{};
+
 std::unique_ptr<Remote> Remote::connect(const std::filesystem::path& path) {
     auto socket = MessageSocket::connect(path);
     if (!socket.isOpen()) return nullptr;

@@ -44,8 +44,12 @@ public:
 
     /// The board of a handle that `noteOpened` got; null without a server.
     RemoteBoard* board(void* device) {
-        RemoteBoard* const found = boards_[indexOf(device)].load(std::memory_order_acquire);
+        RemoteBoard* const found = knownBoard(device);
         return found ? found : attach(device);
+    }
+    /// The same where this program has used the board before; else null.
+    static RemoteBoard* knownBoard(void* device) noexcept {
+        return boards_[indexOf(device)].load(std::memory_order_acquire);
     }
     /// Has the server let this program read the queue. 0 or an error.
     int claim(void* device, unsigned queue);
@@ -108,7 +112,8 @@ private:
     std::mutex turn_; // guards what follows: one request at a time
     std::uint32_t requests_ = 0;
     std::vector<std::byte> room_;
-    std::array<std::atomic<RemoteBoard*>, maxBoards> boards_{}; // made under it, and never destroyed
+    // Of the one server that a program uses; made under the mutex, and never destroyed.
+    static std::array<std::atomic<RemoteBoard*>, maxBoards> boards_;
 };
 
 } // namespace orvo::sim

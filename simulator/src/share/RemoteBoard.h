@@ -32,11 +32,17 @@ public:
         slot.begins.store(1, std::memory_order_relaxed);
     }
     void append(std::uint64_t unit) noexcept {
-        TransmitSlot& slot = open();
-        const auto at = slot.units.load(std::memory_order_relaxed);
+        open();
+        appendToOpen(unit);
+    }
+    /// The same where a frame is open; else false.
+    bool appendToOpen(std::uint64_t unit) noexcept {
+        if (!slot_) return false;
+        const auto at = slot_->units.load(std::memory_order_relaxed);
         const auto bytes = static_cast<std::uint16_t>(unit);
-        if (at < slot.bytes.size() / 2) std::memcpy(slot.bytes.data() + 2 * at, &bytes, sizeof bytes);
-        slot.units.store(at + 1, std::memory_order_relaxed);
+        if (at < slot_->bytes.size() / 2) std::memcpy(slot_->bytes.data() + 2 * at, &bytes, sizeof bytes);
+        slot_->units.store(at + 1, std::memory_order_relaxed);
+        return true;
     }
     /// Hands the frame over; wakes the server only where it sleeps.
     void complete() noexcept;
@@ -92,6 +98,11 @@ public:
     /// `server` outlives it.
     RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& server);
 
+    /// The fast path of `write`: a unit of a frame that was begun. False, with nothing done, for all others.
+    bool append(std::uint32_t address, std::uint64_t value) noexcept {
+        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) &&
+               transmitters_[portOf(address)].appendToOpen(value);
+    }
     /// Carries out a write to a transmit buffer. False, with nothing done, for all others and where the board
     /// does not take it.
     bool write(std::uint32_t address, std::uint64_t value) noexcept {
