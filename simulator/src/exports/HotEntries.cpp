@@ -12,8 +12,8 @@ namespace {
 /// The server's board of an open handle; null for every other handle.
 RemoteBoard* remoteBoardOf(void* device) {
     const auto handle = reinterpret_cast<HandleBits>(device);
-    const bool isOpen = placeOf(handle).noted.load(std::memory_order_acquire) == ~handle;
-    if (!isOpen) return nullptr;
+    const HandleBits noted = placeOf(handle).noted.load(std::memory_order_acquire);
+    if (noted != ~handle || noted == 0) return nullptr; // 0: no handle was ever open there
     RemoteBoard* const known = Remote::knownBoard(device);
     return known ? known : remote()->board(device);
 }
