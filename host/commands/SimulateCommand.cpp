@@ -5,6 +5,7 @@
 #include "base/DynamicLibrary.h"
 #include "base/Failure.h"
 #include "base/Signals.h"
+#include "device/Board.h"
 #include "device/BoardAccess.h"
 
 #include <fmt/format.h>
@@ -42,6 +43,12 @@ DynamicLibrary simulatedBoards(const Installation& installation) {
     return hal;
 }
 
+void setLineRate(const DynamicLibrary& hal, bool negotiated) {
+    const auto set = hal.require<decltype(::orvoSimSetLineRate)>("orvoSimSetLineRate");
+    for (unsigned board = 0; board < Board::indexLimit; ++board)
+        set(board, negotiated ? 1 : 0); // fails where there is no board
+}
+
 void awaitEnd() {
     while (endRequested() == 0) {
         pollfd end{endDescriptor(), POLLIN, 0};
@@ -61,6 +68,9 @@ SimulateCommand::SimulateCommand(Program& program)
         .text("--config", "FILE", config_,
               "Configuration of the boards (default: simulator.toml of the installation)")
         .notEmpty();
+    line().choice(
+        "--line-rate", {"negotiated", "none"}, [this](const std::string& text) { lineRate_ = text; },
+        "Time that frames take on the wire: that of the negotiated speed, or none (default: as configured)");
     addTo(line(), installation_);
     addFaultsTo(line(), installation_);
 }
@@ -71,6 +81,7 @@ int SimulateCommand::run() {
     const auto hal = simulatedBoards(Installation(installation_.root));
     const Service service(hal, name_);
     const BoardAccess boards(installation_, 0); // the same library
+    if (!lineRate_.empty()) setLineRate(hal, lineRate_ == "negotiated");
     const auto socket = hal.require<decltype(::orvoSimServer)>("orvoSimServer");
     fmt::print(stderr, "orvo-gige: simulated boards are ready at {}; Ctrl-C ends them\n", socket());
     awaitEnd();

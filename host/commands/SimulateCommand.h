@@ -17,6 +17,7 @@ private:
     InstallationOptions installation_;
     std::string name_ = "default";
     std::string config_;
+    std::string lineRate_; // empty: as configured
 };
 
 } // namespace orvo::host

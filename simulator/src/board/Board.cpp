@@ -35,7 +35,10 @@ Board::Board(const BoardConfiguration& configuration, bool isShared)
                                                    Port(portSetup(configuration, 3, memory_))} {
     {
         const std::lock_guard lock(benchMutex);
-        for (Port& port : ports()) port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
+        for (Port& port : ports()) {
+            port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
+            port.setLineRate(configuration.hasLineRate);
+        }
         stored(Register::GigE_Reset) = allPorts; // PHYs power up by themselves, out of reset
         setEnables(true);                        // as a host that ran before left the board
     }
@@ -111,6 +114,7 @@ int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
 void Board::transmitFrame(unsigned port, bool begins, std::span<const std::uint8_t> bytes,
                           std::size_t units) noexcept {
     const std::lock_guard turn(sending_[port]);
+    ports_[port].transmitter().line().await(); // as the bus holds writes back
     if (condition_.isGood()) {
         ports_[port].transmitter().load(begins, bytes, units);
         ports_[port].transmitter().transmit();

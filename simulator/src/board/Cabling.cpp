@@ -76,7 +76,8 @@ void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTi
             throw WireError("port " + toText(place) + " cannot be cabled to itself; use loopback");
         plugCable(port, far, now);
     } else {
-        auto wire = makeWire(spec, port.sink(), nullptr);
+        const bool isLoopback = spec.kind == WireSpec::Kind::Loopback; // paced by its sender
+        auto wire = makeWire(spec, isLoopback ? port.sink() : port.outsideSink(), nullptr);
         dropFarEnd(port, now);
         install(port, spec, nullptr, std::move(wire), now);
     }

@@ -17,6 +17,13 @@ Port::Port(const Setup& setup)
 
 Port::~Port() = default;
 
+void Port::updateLineRate() noexcept {
+    const unsigned mbit = hasLineRate_ ? phy_.link().mbit : 0;
+    transmitter_.line().setMbit(mbit);
+    outside_.setMbit(mbit);
+    page_.hasLineRate.store(mbit != 0 ? 1 : 0, std::memory_order_relaxed);
+}
+
 FrameSink& Port::sink() noexcept {
     if (faultySink_) return *faultySink_;
     return receiver_;

@@ -5,6 +5,7 @@
 #include "board/BoardPage.h"
 #include "firmware/RegisterTable.h"
 #include "mac/DataQueue.h"
+#include "mac/PacedSink.h"
 #include "mac/PortGate.h"
 #include "mac/Receiver.h"
 #include "mac/Transmitter.h"
@@ -70,6 +71,8 @@ public:
     Receiver& receiver() noexcept { return receiver_; }
     /// Where wires deliver: the receiver, or the faults in front of it.
     FrameSink& sink() noexcept;
+    /// The same for wires that end outside the simulation.
+    FrameSink& outsideSink() noexcept { return outside_; }
     /// Sets the counters of frames and bytes, except those of the receive queue.
     void presetCounters(std::uint64_t value) noexcept;
 
@@ -91,7 +94,15 @@ public:
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
     /// Opens or closes the gate as the PHY says.
-    void updateGate() noexcept { gate_.setPassesFrom(phy_.passesFramesFrom()); }
+    void updateGate() noexcept {
+        gate_.setPassesFrom(phy_.passesFramesFrom());
+        updateLineRate();
+    }
+    /// Whether frames take the time on the wire that the link's speed says.
+    void setLineRate(bool on) noexcept {
+        hasLineRate_ = on;
+        updateLineRate();
+    }
     void setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept;
     void setTransmitterStart(bool on) noexcept;
     void report(OrvoSimPort& out, SimTime now) noexcept;
@@ -101,16 +112,18 @@ private:
     std::uint64_t content(Register of) const noexcept;
     bool farEndChanged() noexcept override;
     void updateEnables() noexcept;
+    void updateLineRate() noexcept;
 
     const PortPlace place_;
     const std::uint32_t registers_;
     PortPage& page_;
 
     PortGate gate_;
-    Transmitter transmitter_{gate_};
+    Transmitter transmitter_{gate_, page_.busyUntil};
     DataQueue receiveQueue_;
     DataQueue actionQueue_;
     Receiver receiver_{gate_, receiveQueue_};
+    PacedSink<Port> outside_{*this};
 
     std::atomic<bool> transmitterStart_{false};
     std::atomic<std::uint64_t> actionCommandConfig_{0};
@@ -118,6 +131,7 @@ private:
     bool boardTransmits_ = false; // these three under the bench mutex
     bool boardReceives_ = false;
     bool outOfReset_ = false;
+    bool hasLineRate_ = false; // the same
 
     Phy phy_;
     PortCabling cabling_;

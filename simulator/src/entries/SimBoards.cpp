@@ -62,6 +62,14 @@ int orvoSimSetPhyTimes(unsigned board, unsigned port, uint32_t resetMs, uint32_t
     });
 }
 
+int orvoSimSetLineRate(unsigned board, int negotiated) {
+    return atBoard(board, [=](Board& found) {
+        const std::lock_guard lock(benchMutex);
+        for (Port& port : found.ports()) port.setLineRate(negotiated != 0);
+        return 0;
+    });
+}
+
 int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out) {
     return atPort(board, port, [=](Port&) -> int {
         if (!out) return OrvoSimBadValue;

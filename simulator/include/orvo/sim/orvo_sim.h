@@ -118,6 +118,10 @@ ORVO_EXPORT int orvoSimSetPlugged(unsigned board, unsigned port, int plugged);
 /// 1 while the plug is in, 0 while it is pulled.
 ORVO_EXPORT int orvoSimIsPlugged(unsigned board, unsigned port);
 
+/// Has the frames of a board's ports take their time on the wire (1), preamble and gap included, at the speed
+/// that the link negotiated, or none (0). In real time only.
+ORVO_EXPORT int orvoSimSetLineRate(unsigned board, int negotiated);
+
 /// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7, which stop at 255).
 ORVO_EXPORT int orvoSimSetIdleErrors(unsigned board, unsigned port, unsigned count);
 
