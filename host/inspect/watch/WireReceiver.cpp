@@ -37,10 +37,16 @@ void receive(const std::stop_token& stop, const BoardLibraries& libraries, PortA
     }
 }
 
+/// Other programs use these boards too, and read their own frames.
+bool isShared(const BoardLibraries& libraries) {
+    const auto server = libraries.hal().find<decltype(::orvoSimServer)>("orvoSimServer");
+    return server && server();
+}
+
 } // namespace
 
 WireReceiver::WireReceiver(const BoardAccess& session, const std::vector<PortAddress>& ports) {
-    if (!session.simulator) return;
+    if (!session.simulator || isShared(session.libraries)) return;
     const SignalShield handledElsewhere; // the threads inherit it
     for (const auto port : ports)
         if (bringsFrames(session.simulator->wire(port)))
