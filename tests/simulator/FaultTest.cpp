@@ -136,6 +136,27 @@ TEST_F(FaultTest, RegistersAndPhysMisbehaveAsTold) {
     EXPECT_EQ(portState(0, 2).linkUp, 1);
 }
 
+TEST_F(FaultTest, SingleFaultsComeBeforeThoseOfTheScript) {
+    const char* const name = "GigeRecvPktCnt1";
+    EXPECT_EQ(orvoSimOverrideRegister(0, name, -7, 0, 1), 0);
+    EXPECT_EQ(orvoSimOverrideRegister(0, name, 0, 42, 1), 0);
+    EXPECT_EQ(orvoSimFailReads(0, 1, -8, 5), 0);
+    EXPECT_EQ(orvoSimFailReads(0, 1, -9, 1), 0) << "replaces the first";
+    load(
+        fault("register-failed", "port = 1\ntimes = 1\nregister = '" + std::string(name) + "'\nresult = -6"));
+    std::uint64_t value = 0;
+    std::vector<int> results;
+    for (int i = 0; i < 4; ++i)
+        results.push_back(OHalRegisterRead(device.handle, device.address(name), &value));
+    EXPECT_THAT(results, ElementsAre(-7, 0, -6, 0));
+    passMs(1000);
+    inject(0, 1, frameOf(60, 3));
+    std::uint32_t word = 0;
+    EXPECT_EQ(OHalDataQueueReadBufferLong(device.handle, 1, &word, 4, 0), -9);
+    EXPECT_EQ(device.receive(1), frameOf(60, 3)) << "which no single fault loses";
+    EXPECT_EQ(account(1).failedFrames, 0U);
+}
+
 TEST_F(FaultTest, CablesAndBoardsComeAndGo) {
     load(fault("link-flap", "at_ms = 10\nevery_ms = 1000\ntimes = 2\nfor_ms = 20") +
          fault("board-gone", "at = 2\nport = 1\nfor_ms = 50") +

@@ -11,11 +11,11 @@ namespace orvo::sim {
 /// The port at a place, null where there is none.
 using FindPort = std::function<Port*(PortPlace)>;
 
-/// Unplugs the wire of the port at a place and plugs in another; a cable gets both its ends plugged. Throws
-/// WireError, with everything as it was.
+/// Unplugs the wire of the port at a place and plugs in another; a cable gets both its ends plugged in. On
+/// WireError nothing has changed.
 void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTime now);
 
-/// Negotiates the port's link anew, for both ends of a cable, from what their PHYs and the cabling are now.
+/// Negotiates the port's link again, for both ends of a cable, from the present state of PHYs and cabling.
 void renegotiate(Port& port) noexcept;
 
 /// Pulls the port's plug out of its cable or puts it back, and renegotiates.

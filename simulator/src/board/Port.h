@@ -90,7 +90,7 @@ public:
     bool hasWireFaults() const noexcept;
     /// Lets frames go on that faults hold back.
     void releaseFrames() noexcept;
-    /// Whether there is a wire and somebody at its far end.
+    /// Whether there is a wire, and its far end is up.
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
     /// Opens or closes the gate as the PHY says.

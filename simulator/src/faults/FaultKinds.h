@@ -84,10 +84,10 @@ struct FaultKindRow {
     FaultKind kind;
     const char* name;
     FaultPoint point;
-    unsigned parameters;
-    std::uint32_t usualMs;
-    OrvoSimEvidence evidence;
-    const char* does;
+    unsigned parameters = 0;
+    std::uint32_t usualMs = 0;
+    OrvoSimEvidence evidence = OrvoSimNoEvidence;
+    const char* does = "";
 };
 
 #define ORVO_SIM_ROW(kind, name, point, parameters, usualMs, evidence, does)                                 \
@@ -97,8 +97,7 @@ inline constexpr FaultKindRow faultKindRows[] = {ORVO_SIM_FAULT_KINDS(ORVO_SIM_R
 #undef ORVO_SIM_FAULT_KINDS
 
 /// The kind of the faults that single calls of orvo_sim.h arm; scripts cannot name it.
-inline constexpr FaultKindRow calledFault = {FaultKind::Called, "", FaultPoint::Access, 0, 0,
-                                             OrvoSimNoEvidence, ""};
+inline constexpr FaultKindRow calledFault{FaultKind::Called, "", FaultPoint::Access};
 
 /// Null when there is no such kind.
 const FaultKindRow* findFaultKind(std::string_view name) noexcept;

@@ -42,7 +42,7 @@ std::string reasonOf(int error, const std::string& name) {
         return "the name is taken by an interface that is no TAP, or a TAP with several queues; name another";
     case EPERM:
         if (if_nametoindex(name.c_str()) == 0) return "no permission to make it; have it made by: " + add;
-        return "the TAP belongs to another user; have it made anew by: sudo ip tuntap del " + name +
+        return "the TAP belongs to another user; have it made again by: sudo ip tuntap del " + name +
                " mode tap && " + add;
     default:
         return std::strerror(error);

@@ -17,7 +17,7 @@ class FrameSink {
 public:
     virtual Arrival deliver(WireBytes frame) noexcept = 0;
     /// A frame without its check sequence, which is known to be right, and perhaps without its padding. Saves
-    /// computing the sequence where nobody needs it.
+    /// computing a sequence that is not needed.
     virtual Arrival deliverUnsealed(WireBytes content) noexcept = 0;
     /// Frames of unknown length were lost before they could be delivered.
     virtual void countLost(std::uint64_t frames) noexcept = 0;
@@ -57,7 +57,7 @@ public:
     /// The same for a padded frame without its check sequence, which is right.
     virtual bool transmitUnsealed(WireBytes content) noexcept = 0;
 
-    /// Whether somebody is at the far end. Any thread.
+    /// Whether the far end is up. Any thread.
     virtual bool hasCarrier() const noexcept { return true; }
 
     /// A wire played on demand delivers some frames by `play` whenever the host reads the port's empty

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Control of the simulated board: what a hand at the real one would do. Cables, frames from the far end,
-// faults, and what happened at a port. Exported by the simulated hardware access layer (liborvo_hal.so); the
-// real one has none of these, so look a function up at run time when the program must also run on a real
-// installation.
+// Control of the simulated board: cables, frames from the far end, faults, and counters of what happened at a
+// port. Exported by the simulated hardware access layer (liborvo_hal.so). The real one has none of these
+// functions, so look them up at run time when the program must also run on a real installation.
 //
-// Conventions: a board is named by its index (0 to 31), a port by its number (0 to 3). Functions return 0 on
-// success and a negative OrvoSimResult on failure. Any thread, at any time. Texts are copied, nothing is
-// owned across the boundary, unless a comment says otherwise.
+// Conventions, unless a comment says otherwise: a board is named by its index (0 to 31), a port by its number
+// (0 to 3). Functions return 0 on success and a negative OrvoSimResult on failure: OrvoSimNoSuchPlace for a
+// board or port that does not exist, OrvoSimBadValue for an argument out of its range or a null pointer where
+// a result goes. Call them from any thread at any time. Arguments are copied and stay the caller's.
 #pragma once
 
 #include <orvo/Export.h>
@@ -21,8 +21,8 @@ extern "C" {
 /// Why a call of this interface failed; 0 where it did not.
 enum OrvoSimResult {
     OrvoSimNoSuchPlace = -1, ///< no such board, port or queue
-    OrvoSimBadValue = -2,    ///< a text that is no wire, a frame of impossible size, a null pointer
-    OrvoSimFull = -3,        ///< the queue has no room; what was lost is counted as lost words
+    OrvoSimBadValue = -2,    ///< a text that is no wire or script, a value out of range, a null pointer
+    OrvoSimFull = -3,        ///< the queue had no room; the words are counted as lost
     OrvoSimNotWritten = -4,  ///< a wire's file could not be written
     OrvoSimServerGone = -5   ///< the server that holds the boards has ended
 };
@@ -38,35 +38,35 @@ enum OrvoSimHalError {
     OrvoSimHalQueueTaken = -2007   ///< another program reads this data queue now
 };
 
-/// Why no board appeared, as "FILE:LINE: REASON" (line 1 where the file as a whole is meant), or null when
-/// the configuration was good (or there was none). Reading it takes over the duty to report it; otherwise the
-/// first call of OHalInitDevice, OHalGetDevice or OHalGetDeviceCount writes it to standard error, once. Owned
-/// by the library.
+/// Why no board appeared, as "FILE:LINE: REASON", or "FILE: REASON" for the file as a whole; null when the
+/// configuration is good or there is no file. The caller reports it from now on; otherwise the first call of
+/// OHalInitLibraries, OHalInitDevice, OHalGetDevice or OHalGetDeviceCount writes it to standard error, once.
+/// The text belongs to the library and stays valid.
 ORVO_EXPORT const char* orvoSimConfigurationError(void);
 
-/// Number of simulated boards, removed ones included; 0 when the configuration is bad.
+/// The number of simulated boards, including removed ones; 0 when the configuration is bad.
 ORVO_EXPORT int orvoSimBoardCount(void);
 
-/// Cables a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]", "tap:NAME", "packet:IFNAME" or "none". A
-/// wire that is there is unplugged first (its OUT file is complete then), and the link goes down and comes up
-/// again by negotiation, at once on a port whose PHY was never reset. "port:" cables both ends; the far
-/// port's wire is unplugged too, and so is the cable's other end wherever a cable is taken away. "tap:" and
-/// "packet:" reach the interfaces of the caller's network namespace. Relative paths start at the working
-/// directory. On failure (OrvoSimNoSuchPlace, OrvoSimBadValue) the old wire stays and `error`, if not null,
-/// receives one sentence (NUL-terminated, cut to `errorBytes`).
+/// Plugs a wire into a port: "loopback", "port:BOARD/PORT", "pcap:IN[,OUT]", "tap:NAME", "packet:IFNAME" or
+/// "none". The present wire is unplugged first, which completes its OUT file. The link goes down, and comes
+/// up by negotiation: at once on a port whose PHY was never reset. "port:" plugs in both ends of a cable, and
+/// unplugs the far port's wire too; unplugging one end of a cable unplugs the other. "tap:" and "packet:"
+/// reach interfaces of the calling thread's network namespace. Relative paths start at the working directory.
+/// On failure (OrvoSimNoSuchPlace, OrvoSimBadValue) the old wire stays and `error`, if not null, receives one
+/// sentence, NUL-terminated and cut to `errorBytes` bytes.
 ORVO_EXPORT int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error,
                                size_t errorBytes);
 
-/// The wire of a port in the form above, NUL-terminated, cut to `textBytes`.
+/// Writes the wire of a port to `text` in the form above, NUL-terminated and cut to `textBytes` bytes.
 ORVO_EXPORT int orvoSimGetWire(unsigned board, unsigned port, char* text, size_t textBytes);
 
-/// Brings what wires have written to files onto the disk. OrvoSimNotWritten when one of them failed to.
+/// Writes what wires have recorded to their files. OrvoSimNotWritten when one of them is incomplete.
 ORVO_EXPORT int orvoSimFlushWires(void);
 
-/// The far end sends a frame (without frame check sequence, 1 to 1514 bytes; it is padded to 60 bytes and
-/// gets a correct one, exclusive-or'ed with `fcsErrorMask`: 0 keeps it correct). Arrives as from any wire:
-/// nothing when the link is down or the receiver is off, an error count when the sequence is wrong,
-/// OrvoSimFull when the receive queue has no room.
+/// Sends a frame from the far end: 1 to 1514 bytes without frame check sequence. It is padded to 60 bytes and
+/// gets a correct sequence, exclusive-or'ed with `fcsErrorMask` (0 keeps it correct). As from any wire, the
+/// port ignores it while the link is down or the receiver is off, and counts an error when the sequence is
+/// wrong; both return 0. OrvoSimFull when the receive queue has no room.
 ORVO_EXPORT int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t bytes,
                                    uint32_t fcsErrorMask);
 
@@ -74,42 +74,43 @@ ORVO_EXPORT int orvoSimInjectFrame(unsigned board, unsigned port, const void* fr
 /// the port's action command queue.
 ORVO_EXPORT int orvoSimReportActionCommandTimeout(unsigned board, unsigned port, uint16_t count);
 
-/// Puts words into a data queue just as given, whatever they mean; all or none. Queue 0 to 3: received frames
-/// of that port, 8 to 11: action command reports of port queue - 8.
+/// Appends `count` words to a data queue as they are: all of them, or none and OrvoSimFull. Queue 0 to 3
+/// holds received frames of that port, queue 8 to 11 action command reports of port 0 to 3.
 ORVO_EXPORT int orvoSimPushWords(unsigned board, unsigned queue, const uint32_t* words, size_t count);
 
-/// The next `times` reads of a data queue deliver nothing and return `result` (negative: an error code). A
-/// second call replaces what is left of the first; 0 `times` ends it.
+/// Has the next `times` reads of a data queue deliver nothing and return `result`, an error code if negative.
+/// A second call replaces what is left of the first; 0 `times` ends it.
 ORVO_EXPORT int orvoSimFailReads(unsigned board, unsigned queue, int result, unsigned times);
 
-/// The next `times` deliveries of a data queue claim `extraBytes` more (less if negative) than they contain.
-/// A second call replaces what is left of the first; 0 `times` ends it.
+/// Has the next `times` reads that deliver words from a data queue report `extraBytes` more, or fewer if
+/// negative. A second call replaces what is left of the first; 0 `times` ends it.
 ORVO_EXPORT int orvoSimMisreportReads(unsigned board, unsigned queue, int extraBytes, unsigned times);
 
-/// The next `times` reads of the register of this name (port number included) fail with `result`, or, when
-/// `result` is 0, give `value`. Calls for one register queue up and are served in order; 0 `times` takes all
-/// of them back. OrvoSimBadValue when the board's firmware has no such register.
+/// Has the next `times` reads of a register, named with its port number, fail with `result`, or give `value`
+/// when `result` is 0. Calls for one register take effect one after the other; 0 `times` takes all of them
+/// back. OrvoSimBadValue when the board's firmware has no such register.
 ORVO_EXPORT int orvoSimOverrideRegister(unsigned board, const char* name, int result, uint64_t value,
                                         unsigned times);
 
-/// The next `times` openings of the board fail: OHalInitDevice returns null.
+/// Has the next `times` calls of OHalInitDevice for the board return null. A second call replaces the first.
 ORVO_EXPORT int orvoSimFailOpen(unsigned board, unsigned times);
 
-/// The next `times` calls of OHalConfigureFpga return `result`.
+/// Has the next `times` calls of OHalConfigureFpga for the board return `result` and do nothing. A second
+/// call replaces the first.
 ORVO_EXPORT int orvoSimFailConfigure(unsigned board, int result, unsigned times);
 
-/// Removes the board (0) or puts it back (1). While it is away every call on it fails, open handles included,
-/// and its links are down. Put back, it is as it was before, except that its PHYs were reset by the power-up.
+/// Removes the board (0) or puts it back (1). While it is away, its links are down and every call on it
+/// fails, by open handles too. When it is back, it is as before, except that the power-up has reset its PHYs.
 ORVO_EXPORT int orvoSimSetBoardPresent(unsigned board, int present);
 
-/// What the far end of a port's cable offers in auto-negotiation; a port at the far end offers no more than
-/// its own PHY does. Setting it renegotiates the link.
+/// What the far end of a port's cable offers in auto-negotiation.
 enum OrvoSimPartner {
     OrvoSimPartner1000 = 0, ///< 10, 100 and 1000 Mbit/s
     OrvoSimPartner100 = 1,  ///< 10 and 100 Mbit/s
     OrvoSimPartnerDown = 2  ///< switched off: no link
 };
-/// Decides what the far end of a port is.
+/// Sets what the far end of a port offers, and renegotiates the link. Where the far end is a port, it offers
+/// what both this value and its own PHY allow.
 ORVO_EXPORT int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner);
 
 /// Pulls the plug of a port's cable (0) or puts it back (1), as a hand would: the wire stays where it leads,
@@ -122,11 +123,11 @@ ORVO_EXPORT int orvoSimIsPlugged(unsigned board, unsigned port);
 /// that the link negotiated, or none (0). In real time only.
 ORVO_EXPORT int orvoSimSetLineRate(unsigned board, int negotiated);
 
-/// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7, which stop at 255).
+/// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7); more than 255 counts as 255.
 ORVO_EXPORT int orvoSimSetIdleErrors(unsigned board, unsigned port, unsigned count);
 
-/// How long a PHY holds its reset bit after a reset, and how long auto-negotiation takes, in milliseconds,
-/// from the next reset or negotiation on. A reset time of UINT32_MAX never ends.
+/// Sets how long later resets hold the PHY's reset bit, and how long later negotiations take, in
+/// milliseconds. A reset of UINT32_MAX milliseconds never ends.
 ORVO_EXPORT int orvoSimSetPhyTimes(unsigned board, unsigned port, uint32_t resetMs, uint32_t negotiationMs);
 
 /// What a port did since the library was loaded.
@@ -151,27 +152,27 @@ struct OrvoSimPort {
     int linkMbit;            ///< its speed in Mbit/s, 0 while down
     int crcGeneration;       ///< 1 while the transmitter appends the frame check sequence
 };
-/// Reads that.
+/// Reads the counters and state of a port into `out`.
 ORVO_EXPORT int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out);
 
-/// Sets the counters of a port that count frames and bytes on the wire (sent, unsent, received, errors,
-/// ignored), so that their further way can be watched from there; those of the receive queue stay.
+/// Sets a port's counters of frames and bytes on the wire (sent, unsent, received, errors, ignored) to
+/// `value`, to test what happens when they are large. The counters of the receive queue stay.
 ORVO_EXPORT int orvoSimPresetCounters(unsigned board, unsigned port, uint64_t value);
 
-/// Has the faults of a script happen from now on (docs/faults.md of the source tree has the form of scripts).
-/// Every random choice follows from `seed`: the same script, seed and traffic give the same faults. A script
-/// that was loaded before ends, and the accounts begin anew. To be called while no frame is under way; wires
-/// of ports with faults on the wire are plugged in anew. On failure (OrvoSimBadValue) everything stays as it
-/// was, and `error`, if not null, receives "FILE:LINE: REASON" (NUL-terminated, cut to `errorBytes`).
+/// Loads a fault script, whose faults happen from now on (docs/faults.md of the source tree describes
+/// scripts). Every random choice follows from `seed`: the same script, seed and traffic give the same faults.
+/// An earlier script ends, and the accounts start at 0. Call it while no frame is being sent or received;
+/// wires with faults are unplugged and plugged in again. On failure (OrvoSimBadValue) everything stays as it
+/// was, and `error`, if not null, receives "FILE:LINE: REASON", NUL-terminated and cut to `errorBytes` bytes.
 ORVO_EXPORT int orvoSimLoadFaults(const char* file, uint64_t seed, char* error, size_t errorBytes);
-/// The same from a text; FILE in messages is "script".
+/// Loads a fault script from a text; messages call the file "script".
 ORVO_EXPORT int orvoSimLoadFaultText(const char* text, uint64_t seed, char* error, size_t errorBytes);
 
-/// Ends the faults: none happens any more, what is under way is over (a board comes back, a cable is plugged
-/// in again), and frames that were held back go on. The ledger and the accounts can still be read.
+/// Ends the script's faults: boards come back, cables are plugged in again, and frames that were held back go
+/// on. The ledger and the accounts can still be read.
 ORVO_EXPORT int orvoSimEndFaults(void);
 
-/// What a fault must move, as far as anybody can see.
+/// The counter or message that must change when a fault happens.
 enum OrvoSimEvidence {
     OrvoSimNoEvidence = 0,       ///< nothing: whoever reads asks again or goes on, and no frame is lost
     OrvoSimReceiveErrors = 1,    ///< receiveErrors of the port that the frame reaches
@@ -190,57 +191,57 @@ enum OrvoSimEvidence {
     OrvoSimActionReports = 14    ///< the plug-in's message "Action command timeout detected"
 };
 
-/// One entry of the script that was loaded last. Texts are the library's own, for good.
+/// One entry of the script that was loaded last. Its texts belong to the library and stay valid.
 struct OrvoSimFault {
     const char* kind;  ///< as in the script
     unsigned line;     ///< of the script
-    unsigned board;    ///< that it befalls
+    unsigned board;    ///< where it happens
     unsigned port;     ///< of that board
     int received;      ///< 1: at the port, 0: away from it
-    uint32_t forMs;    ///< how long it lasts; 0: that has no meaning for it
+    uint32_t forMs;    ///< how long it lasts, in milliseconds; 0 for kinds without a duration
     uint64_t injected; ///< how often it happened
-    uint64_t effects;  ///< of action command storms, reports that found room; of slow negotiations, the least
-                       ///< time without link that the last one must have made until now, in microseconds
+    uint64_t effects;  ///< of action command storms: reports that found room; of slow negotiations: the time
+                       ///< without link that the last one has caused at least until now, in microseconds
     enum OrvoSimEvidence evidence; ///< what shows it
     const char* mustMove;          ///< the evidence, in words
 };
-/// The `number`th entry, counted from 0 in the order of the script; OrvoSimNoSuchPlace beyond the last.
+/// Reads an entry by its number, from 0 in the order of the script. OrvoSimNoSuchPlace beyond the last.
 ORVO_EXPORT int orvoSimReadFault(unsigned number, struct OrvoSimFault* out);
 
-/// What became of a port's frames since the script was loaded, beyond what OrvoSimPort counts. Sent: what
-/// left the port, less `sentLost` and `sentHeld` and plus `sentAdded`, is on the wire. Received: what the
-/// wire brings, with the same three, is what the port's receiver counts. Queue: the frames that entered the
-/// receive queue were taken or cleared, or are left in it.
+/// What happened to a port's frames since the script was loaded, beyond OrvoSimPort; all of it balances.
+/// Sent: what left the port, less `sentLost` and `sentHeld`, plus `sentAdded`, is on the wire. Received: what
+/// the wire brings, less and plus the same three, is what the receiver counts. Queue: what entered the
+/// receive queue was taken or cleared, or is left in it.
 struct OrvoSimPortAccount {
-    uint64_t refusedFrames;        ///< handed over while the board did not answer
-    uint64_t sentPassed;           ///< that the wire took, where faults of a script may befall them
-    uint64_t sentLost;             ///< behind the port, by faults on the wire
-    uint64_t sentAdded;            ///< as above
-    uint64_t sentHeld;             ///< as above, and not yet let go
-    uint64_t receivedLost;         ///< before the port, by faults on the wire
-    uint64_t receivedAdded;        ///< as above
-    uint64_t receivedHeld;         ///< as above, and not yet let go
+    uint64_t refusedFrames;        ///< handed over by the host while the board did not answer
+    uint64_t sentPassed;           ///< taken by the wire; counted on ports with faults on what they send
+    uint64_t sentLost;             ///< lost behind the port, by faults on the wire
+    uint64_t sentAdded;            ///< added behind the port, by faults on the wire
+    uint64_t sentHeld;             ///< held back behind the port now
+    uint64_t receivedLost;         ///< lost before the port, by faults on the wire
+    uint64_t receivedAdded;        ///< added before the port, by faults on the wire
+    uint64_t receivedHeld;         ///< held back before the port now
     uint64_t takenFrames;          ///< transmissions that the host began to read
     uint64_t failedFrames;         ///< those of them that a failing read lost
-    uint64_t clearedFrames;        ///< that the host dropped by clearing the queue
-    uint64_t leftFrames;           ///< in the queue now
+    uint64_t clearedFrames;        ///< dropped by the host, which cleared the queue
+    uint64_t leftFrames;           ///< in the receive queue now
     uint64_t leftReports;          ///< words in the action command queue now
     uint64_t linkLosses;           ///< times that the link went down
-    uint64_t linkDownMicroseconds; ///< how long it was down, all in all
+    uint64_t linkDownMicroseconds; ///< how long it was down in total
     int hasActionReader;           ///< 1: the host has read the action command queue
 };
-/// OrvoSimNoSuchPlace also before the first script.
+/// Reads a port's account into `out`. OrvoSimNoSuchPlace also before the first script.
 ORVO_EXPORT int orvoSimReadPortAccount(unsigned board, unsigned port, struct OrvoSimPortAccount* out);
 
-/// The content of a PHY register (0 to 31), as an MDIO read would give it, without side effects. 0xFFFF while
-/// the PHY does not answer.
+/// Reads a PHY register (0 to 31) as an MDIO read would, but without its side effects. 0xFFFF while the PHY
+/// does not answer.
 ORVO_EXPORT int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t* value);
 
-/// The clock that PHY times, the moments of fault scripts and the time stamps of captures run on; it never
-/// goes back. Virtual time stands still unless orvoSimAdvanceTime or a queue read advances it: a read that
-/// finds fewer words than it asks for waits at most 1 ms of real time for them and then advances the clock by
-/// its time-out. Driven time is virtual time that orvoSimAdvanceTime alone advances, so that one thread
-/// decides what time it is; time stamps then count from 2000-01-01 UTC.
+/// The clock of PHY times, of moments in fault scripts and of time stamps in captures. It never goes back.
+/// Virtual time stands still until orvoSimAdvanceTime or a queue read advances it: a read that finds fewer
+/// words than it asks for waits at most 1 ms of real time for them, then advances the clock by its time-out.
+/// Driven time is virtual time that only orvoSimAdvanceTime advances, so that one thread decides what time it
+/// is; its time stamps start at 2000-01-01 UTC.
 enum OrvoSimClock {
     OrvoSimRealTime = 0, ///< at the start
     OrvoSimVirtualTime = 1,
@@ -250,7 +251,7 @@ enum OrvoSimClock {
 /// Chooses one of OrvoSimClock.
 ORVO_EXPORT int orvoSimUseVirtualTime(int clock);
 
-/// Advances virtual time, to 146 years at most. OrvoSimBadValue in real time.
+/// Advances virtual time, which ends after 146 years. OrvoSimBadValue in real time.
 ORVO_EXPORT int orvoSimAdvanceTime(uint64_t microseconds);
 
 /// The clock, in microseconds from an arbitrary start.
@@ -270,8 +271,8 @@ struct OrvoSimRegisterMap {
     const struct OrvoSimRegister* registers; ///< `count` of them
 };
 
-/// The register map of the `number`th firmware version, counted from 0, that a board runs; null beyond the
-/// last. A pointer to it is the applet that OHalConfigureFpga takes. Owned by the library, for good.
+/// The register map of a firmware version that a board runs, by its number from 0; null beyond the last. The
+/// pointer is the applet that OHalConfigureFpga takes. The map belongs to the library and stays valid.
 ORVO_EXPORT const struct OrvoSimRegisterMap* orvoSimRegisterMap(unsigned number);
 
 /// Lets other programs use the boards of this process, as they would one real board: each that runs with the
