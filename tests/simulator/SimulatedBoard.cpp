@@ -2,6 +2,12 @@
 // What tests find, and the program's main.
 #include "SimulatedBoard.h"
 
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 void SimulatedBoard::SetUp() {
     orvoSimUseVirtualTime(1);
     for (unsigned board : {0U, 3U, 4U}) {
@@ -17,9 +23,83 @@ void SimulatedBoard::SetUp() {
     passMs(1000);
 }
 
+namespace {
+
+/// Serves the boards until standard input ends, as it does with the program at the other end of the pipe.
+int serve(const char* socket) {
+    char error[512] = "";
+    if (orvoSimServe(socket, error, sizeof error) != 0) return std::fprintf(stderr, "%s\n", error), 1;
+    char byte = '\n';
+    if (write(STDOUT_FILENO, &byte, 1) == 1)
+        while (read(STDIN_FILENO, &byte, 1) > 0) {
+        }
+    orvoSimStopServing();
+    return 0;
+}
+
+/// As another program: "once" passes a frame, "traffic" passes frames until the board is gone, "wait" reads
+/// an empty queue until then. 0 when that went well.
+int useBoards(const std::string& how) {
+    const Device device(0);
+    const unsigned port = how == "wait" ? 1 : 0;
+    std::uint32_t word = 0;
+    OHalDataQueueClear(device.handle, port); // of what a killed program left half read
+    device.send(port, frameOf(1000));
+    if (!device.receive(port, 5000) || write(STDOUT_FILENO, &word, 1) != 1) return 1;
+    if (how == "once") return testing::Test::HasFailure() ? 1 : 0;
+    for (int result = 0; result != OrvoSimHalBoardGone;) {
+        if (how == "traffic" && result != HalTimeout)
+            for (const char* name : {"GigeBufferReset0", "GigeWriteData0", "GigeWriteComplete0"})
+                OHalRegisterWrite(device.handle, device.address(name), 7);
+        result = OHalDataQueueReadBufferLong(device.handle, port, &word, 4, how == "wait" ? 600'000 : 100);
+        if (result < 0 && result != HalTimeout && result != OrvoSimHalBoardGone) return 1;
+    }
+    std::_Exit(0); // the device cannot be closed any more
+}
+
+} // namespace
+
+pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input) {
+    int in[2], out[2];
+    char byte = 0;
+    EXPECT_TRUE(pipe2(in, O_CLOEXEC) == 0 && pipe2(out, O_CLOEXEC) == 0);
+    const pid_t process = fork();
+    if (process == 0) {
+        dup2(in[0], STDIN_FILENO);
+        dup2(out[1], STDOUT_FILENO);
+        setenv("ORVO_BOARD", board.c_str(), 1);
+        execl("/proc/self/exe", "simulator_test", mode, argument.c_str(), nullptr);
+        _exit(127);
+    }
+    close(in[0]);
+    close(out[1]);
+    input = in[1];
+    EXPECT_EQ(read(out[0], &byte, 1), 1) << mode << " does not start";
+    close(out[0]);
+    return process;
+}
+
+BoardServer::BoardServer(const std::filesystem::path& folder)
+    : socket(folder / "boards.sock"), process(startSelf("--serve", socket, "own", lifeline)) {}
+
+BoardServer::~BoardServer() {
+    close(lifeline);
+    waitpid(process, nullptr, 0);
+}
+
+/// With SIMULATOR_SERVED in the environment, the tests run on the boards of a server.
 int main(int argc, char** argv) {
     setenv("ORVO_SIMULATOR_CONFIG", SIMULATOR_BOARDS, 1); // before the library is used first
+    if (argc == 3 && std::string(argv[1]) == "--serve") return serve(argv[2]);
+    if (argc == 3 && std::string(argv[1]) == "--client") return useBoards(argv[2]);
     testing::InitGoogleMock(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe"); // a child runs this main again, with a library of its own
+    std::optional<TemporaryFolder> folder;
+    std::optional<BoardServer> server;
+    if (std::getenv("SIMULATOR_SERVED") && !GTEST_FLAG_GET(list_tests)) {
+        folder.emplace();
+        server.emplace(folder->path);
+        setenv("ORVO_BOARD", server->socket.c_str(), 1);
+    }
     return RUN_ALL_TESTS();
 }

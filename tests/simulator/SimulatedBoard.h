@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <optional>
 
+#include <sys/types.h>
+
 using Bytes = std::vector<std::uint8_t>;
 using Words = std::vector<std::uint32_t>;
 
@@ -121,6 +123,22 @@ struct TemporaryFolder {
     ~TemporaryFolder() { std::filesystem::remove_all(path); }
     const std::filesystem::path path = mkdtemp((testing::TempDir() + "simulator-XXXXXX").data());
 };
+
+/// A process that serves the boards to others, with a socket of its own; ends with this object, or when this
+/// process does.
+struct BoardServer {
+    explicit BoardServer(const std::filesystem::path& folder);
+    ~BoardServer();
+    BoardServer(const BoardServer&) = delete;
+
+    const std::string socket;
+    int lifeline = -1; // before the process, whose start sets it
+    const pid_t process;
+};
+
+/// This program as another process; returns once it has written its first byte. `input` is the other end of
+/// its standard input. The environment variable ORVO_BOARD is `board`.
+pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input);
 
 /// Runs in virtual time, and finds boards 0, 3 and 4 present, cabled as configured, up since a reset, and all
 /// their queues empty.

@@ -36,10 +36,16 @@ void drain(const std::stop_token& stop, const BoardLibraries& libraries, PortAdd
     }
 }
 
+/// Other programs use these boards too, and read their own frames.
+bool isShared(const BoardLibraries& libraries) {
+    const auto server = libraries.hal().find<decltype(::orvoSimServer)>("orvoSimServer");
+    return server && server();
+}
+
 } // namespace
 
 QueueDrain::QueueDrain(const BoardAccess& access, const std::vector<PortAddress>& ports) {
-    if (!access.simulator) return;
+    if (!access.simulator || isShared(access.libraries)) return;
     const SignalShield handledElsewhere; // the threads inherit it
     for (const auto port : ports)
         if (bringsFrames(access.simulator->wire(port)))

@@ -11,9 +11,11 @@ namespace orvo::sim {
 
 namespace {
 
-Port::Setup portSetup(const BoardConfiguration& board, unsigned number) {
+Port::Setup portSetup(const BoardConfiguration& board, unsigned number, BoardMemory& memory) {
     const std::uint32_t registers = number < board.ports ? board.profile->portRegisters(number) : 0;
-    return {{board.index, number}, registers, board.receiveQueueWords, board.actionQueueWords};
+    return {{board.index, number},       registers,
+            board.receiveQueueWords,     board.actionQueueWords,
+            &memory.page().port[number], {memory.window(number, 0), memory.window(number, 1)}};
 }
 
 /// The bits of a board register that the host can write.
@@ -25,15 +27,18 @@ constexpr std::uint64_t writableBits(Register written) noexcept {
 
 } // namespace
 
-Board::Board(const BoardConfiguration& configuration)
-    : configuration_(configuration),
-      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, 0)),
-                                                   Port(portSetup(configuration, 1)),
-                                                   Port(portSetup(configuration, 2)),
-                                                   Port(portSetup(configuration, 3))} {
+Board::Board(const BoardConfiguration& configuration, bool isShared)
+    : configuration_(configuration), memory_(configuration, isShared), condition_(memory_.page().troubles),
+      handles_(*this, configuration.index), ports_{Port(portSetup(configuration, 0, memory_)),
+                                                   Port(portSetup(configuration, 1, memory_)),
+                                                   Port(portSetup(configuration, 2, memory_)),
+                                                   Port(portSetup(configuration, 3, memory_))} {
     {
         const std::lock_guard lock(benchMutex);
-        for (Port& port : ports()) port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
+        for (Port& port : ports()) {
+            port.phy().setTimes(configuration.phyResetMs, configuration.negotiationMs);
+            port.setLineRate(configuration.hasLineRate);
+        }
         stored(Register::GigE_Reset) = allPorts; // PHYs power up by themselves, out of reset
         setEnables(true);                        // as a host that ran before left the board
     }
@@ -104,6 +109,33 @@ int Board::writeUsual(std::uint32_t address, std::uint64_t value) noexcept {
 
 int Board::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
     return condition_.isGood() ? writeUsual(address, value) : writeTroubled(address, value);
+}
+
+void Board::transmitFrame(unsigned port, bool begins, std::span<const std::uint8_t> bytes,
+                          std::size_t units) noexcept {
+    const std::lock_guard turn(sending_[port]);
+    ports_[port].transmitter().line().await(); // as the bus holds writes back
+    if (condition_.isGood()) {
+        ports_[port].transmitter().load(begins, bytes, units);
+        ports_[port].transmitter().transmit();
+        return;
+    }
+    const auto address = [port](Register base) {
+        return static_cast<std::uint32_t>(base) | port << portShift;
+    };
+    if (begins) writeRegister(address(Register::GigeBufferReset), 0);
+    for (std::size_t unit = 0; unit < units; ++unit) {
+        const bool hasRoom = 2 * unit + 1 < bytes.size();
+        const int pair = hasRoom ? bytes[2 * unit] | bytes[2 * unit + 1] << 8 : 0;
+        writeRegister(address(Register::GigeWriteData), static_cast<std::uint64_t>(pair));
+    }
+    writeRegister(address(Register::GigeWriteComplete), 0);
+}
+
+void Board::loadFrame(unsigned port, bool begins, std::span<const std::uint8_t> bytes,
+                      std::size_t units) noexcept {
+    const std::lock_guard turn(sending_[port]);
+    ports_[port].transmitter().load(begins, bytes, units);
 }
 
 /// The PHY address in the MDIO master; needed, and read, only where the result of an MDIO read is read.

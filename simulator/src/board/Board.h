@@ -2,6 +2,7 @@
 // One simulated frame-grabber board: what the host reaches through a device handle.
 #pragma once
 
+#include "board/BoardMemory.h"
 #include "board/DeviceHandles.h"
 #include "board/Port.h"
 #include "config/Configuration.h"
@@ -19,19 +20,21 @@ class BoardFaults;
 
 inline constexpr unsigned allPorts = (1U << maxPorts) - 1;
 inline constexpr std::uint32_t registerOffsets = 0x7C; // see registerBit
-inline constexpr unsigned firstActionQueue = 8;
+inline constexpr int queueNotReady = -2199;            // never leaves the library
 
 /// Threads: any, except that one thread reads a queue and one writes a port's transmit buffer. Errors are
 /// OrvoSimHalError codes.
 class Board {
 public:
     /// The configuration's firmware must outlive the board. No port is cabled yet.
-    explicit Board(const BoardConfiguration& configuration);
+    /// Throws std::system_error where there is no memory to share with other processes.
+    explicit Board(const BoardConfiguration& configuration, bool isShared = false);
 
     const BoardConfiguration& configuration() const noexcept { return configuration_; }
     const FirmwareProfile& firmware() const noexcept { return *configuration_.profile; }
     /// As many as the configuration says.
     std::span<Port> ports() noexcept { return std::span(ports_).first(configuration_.ports); }
+    BoardMemory& memory() noexcept { return memory_; }
     DeviceHandles& handles() noexcept { return handles_; }
     AccessFaults& accessFaults() noexcept { return accessFaults_; }
 
@@ -60,6 +63,13 @@ public:
             return false;
         return ports_[portOf(address)].appendToFrame(value);
     }
+    /// The writes of a whole frame by another program, which appended `units` to the transmit buffer, emptied
+    /// before if it `begins` one; `bytes` are those that have room in it. Any thread.
+    void transmitFrame(unsigned port, bool begins, std::span<const std::uint8_t> bytes,
+                       std::size_t units) noexcept;
+    /// The same for a frame that it did not complete.
+    void loadFrame(unsigned port, bool begins, std::span<const std::uint8_t> bytes,
+                   std::size_t units) noexcept;
     int writeRegister(std::uint32_t address, std::uint64_t value) noexcept;
     int readRegister(std::uint32_t address, std::uint64_t& value);
 
@@ -69,17 +79,22 @@ public:
     /// 0, or an error. Threads: `readQueue` is the queue's reader's.
     int clearQueue(unsigned number);
     int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
+    /// The same for a reader in another process, which waits there: `queueNotReady`, with nothing taken,
+    /// while the queue holds less than asked for and there is time left. In virtual time it waits here.
+    int readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
 
     void countStaleAccess() noexcept { staleAccesses_.add(1); }
     /// Fills in the counters and state of a port that the board has.
     void report(unsigned port, OrvoSimPort& out);
 
 private:
+    enum class Waiting { Here, Elsewhere };
     std::size_t fetchWords(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
                            std::uint32_t timeoutMs);
+    bool isReady(const DataQueue& source, unsigned number, std::size_t words, std::uint32_t timeoutMs);
     int reported(unsigned number, int bytes);
     int readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
-                     std::uint32_t timeoutMs);
+                     std::uint32_t timeoutMs, Waiting waiting);
     std::uint64_t selectedPhy(std::uint32_t address);
     int writeTroubled(std::uint32_t address, std::uint64_t value) noexcept;
     int writeUsual(std::uint32_t address, std::uint64_t value) noexcept;
@@ -97,12 +112,14 @@ private:
     }
 
     const BoardConfiguration configuration_;
+    BoardMemory memory_;
     BoardCondition condition_;
     AccessFaults accessFaults_{condition_};
     std::atomic<BoardFaults*> script_{nullptr};
     DeviceHandles handles_;
     SharedCounter staleAccesses_;
     std::array<Port, maxPorts> ports_;
+    std::array<std::mutex, maxPorts> sending_; // frames of other programs, one at a time
 
     std::array<std::uint64_t, registerOffsets / 4 + 1> boardRegisters_{}; // under the bench mutex
 };

@@ -62,16 +62,29 @@ int Board::readQueue(unsigned number, std::uint32_t* out, std::size_t words, std
     DataQueue* const source = queue(number);
     if (!source) return OrvoSimHalNoQueue;
     if (!condition_.isGood()) [[unlikely]]
-        return readTroubled(*source, number, out, words, timeoutMs);
+        return readTroubled(*source, number, out, words, timeoutMs, Waiting::Here);
     if (words == 0) return 0;
     const std::size_t count = fetchWords(*source, number, out, words, timeoutMs);
     if (condition_.has(Trouble::Gone)) return OrvoSimHalBoardGone;
     return count != 0 ? reported(number, bytesOf(count)) : static_cast<int>(HalTimeout);
 }
 
+/// For a reader that waits elsewhere: whether to read now.
+bool Board::isReady(const DataQueue& source, unsigned number, std::size_t words, std::uint32_t timeoutMs) {
+    if (number < maxPorts && source.words() == 0) ports_[number].playWire();
+    return timeoutMs == 0 || source.words() >= words;
+}
+
+int Board::readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
+    DataQueue* const source = queue(number);
+    if (!source || words == 0 || simClock.isVirtual()) return readQueue(number, out, words, timeoutMs);
+    if (!condition_.isGood()) return readTroubled(*source, number, out, words, timeoutMs, Waiting::Elsewhere);
+    return isReady(*source, number, words, timeoutMs) ? readQueue(number, out, words, 0) : queueNotReady;
+}
+
 /// A read while the board is in trouble, or a script accounts for every word.
 int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, std::size_t words,
-                        std::uint32_t timeoutMs) {
+                        std::uint32_t timeoutMs, Waiting waiting) {
     passScript();
     BoardFaults* const rules = condition_.has(Trouble::Script) ? script() : nullptr;
     QueueFaults* const frames = rules && number < maxPorts ? &rules->queue(number) : nullptr;
@@ -84,6 +97,7 @@ int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, 
     if (frames)
         if (const auto result = frames->readStaged(out, words)) return *result;
     if (rules && !frames) rules->noteActionRead(number - firstActionQueue);
+    if (waiting == Waiting::Elsewhere && !isReady(source, number, words, timeoutMs)) return queueNotReady;
     const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
     if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
     return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));

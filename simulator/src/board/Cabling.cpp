@@ -18,6 +18,7 @@ void install(Port& port, const WireSpec& spec, Port* far, std::unique_ptr<Wire> 
     cabling.spec = spec;
     cabling.far = far;
     cabling.pluggedAt = now;
+    cabling.isPlugged = true;
 }
 
 /// Unplugs the other end of a port's cable.
@@ -40,7 +41,9 @@ void plugCable(Port& port, Port& far, SimTime now) {
     install(far, toPort, &port, std::move(farWire), now);
 }
 
-LinkEnd limited(LinkEnd end, OrvoSimPartner offer) noexcept {
+/// What reaches the port of the far end's signal.
+LinkEnd limited(LinkEnd end, const PortCabling& cabling) noexcept {
+    const OrvoSimPartner offer = cabling.isPlugged ? cabling.partner : OrvoSimPartnerDown;
     if (offer == OrvoSimPartner100)
         end.gigabit &= static_cast<std::uint16_t>(~(gigabit::full | gigabit::half));
     if (offer == OrvoSimPartnerDown) end.activeSince = never;
@@ -73,7 +76,8 @@ void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTi
             throw WireError("port " + toText(place) + " cannot be cabled to itself; use loopback");
         plugCable(port, far, now);
     } else {
-        auto wire = makeWire(spec, port.sink(), nullptr);
+        const bool isLoopback = spec.kind == WireSpec::Kind::Loopback; // paced by its sender
+        auto wire = makeWire(spec, isLoopback ? port.sink() : port.outsideSink(), nullptr);
         dropFarEnd(port, now);
         install(port, spec, nullptr, std::move(wire), now);
     }
@@ -85,17 +89,24 @@ void renegotiate(Port& port) noexcept {
     const PortCabling& cabling = port.cabling();
     const LinkEnd own = port.phy().end();
     if (!cabling.far) {
-        const LinkEnd partner = limited(outsidePartner(port), cabling.partner);
+        const LinkEnd partner = limited(outsidePartner(port), cabling);
         setLink(port, negotiate(own, partner, cabling.pluggedAt, false), now);
         return;
     }
     Port& far = *cabling.far;
-    const LinkEnd ownSeen = limited(own, far.cabling().partner);
-    const LinkEnd farSeen = limited(far.phy().end(), cabling.partner);
+    const LinkEnd ownSeen = limited(own, far.cabling());
+    const LinkEnd farSeen = limited(far.phy().end(), cabling);
     const bool wins = port.place() < far.place();
     setLink(port, negotiate(ownSeen, farSeen, cabling.pluggedAt, wins), now);
     // NOLINTNEXTLINE(readability-suspicious-call-argument): the same from the far end
     setLink(far, negotiate(farSeen, ownSeen, cabling.pluggedAt, !wins), now);
+}
+
+void setPlugged(Port& port, bool plugged, SimTime now) noexcept {
+    if (plugged == port.cabling().isPlugged) return;
+    port.cabling().isPlugged = plugged;
+    port.cabling().pluggedAt = now;
+    renegotiate(port);
 }
 
 void setPartner(Port& port, OrvoSimPartner partner, SimTime since) noexcept {

@@ -18,6 +18,9 @@ void plug(PortPlace place, const WireSpec& spec, const FindPort& findPort, SimTi
 /// Negotiates the port's link again, for both ends of a cable, from the present state of PHYs and cabling.
 void renegotiate(Port& port) noexcept;
 
+/// Pulls the port's plug out of its cable or puts it back, and renegotiates.
+void setPlugged(Port& port, bool plugged, SimTime now) noexcept;
+
 /// Replaces the far end's offer from the moment `since` on, and renegotiates.
 void setPartner(Port& port, OrvoSimPartner partner, SimTime since) noexcept;
 

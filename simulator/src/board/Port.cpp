@@ -11,10 +11,18 @@ namespace orvo::sim {
 constinit std::mutex benchMutex;
 
 Port::Port(const Setup& setup)
-    : place_(setup.place), registers_(setup.registers), receiveQueue_(setup.receiveQueueWords),
-      actionQueue_(setup.actionQueueWords) {}
+    : place_(setup.place), registers_(setup.registers), page_(*setup.page),
+      receiveQueue_(setup.receiveQueueWords, setup.windows[0]),
+      actionQueue_(setup.actionQueueWords, setup.windows[1]) {}
 
 Port::~Port() = default;
+
+void Port::updateLineRate() noexcept {
+    const unsigned mbit = hasLineRate_ ? phy_.link().mbit : 0;
+    transmitter_.line().setMbit(mbit);
+    outside_.setMbit(mbit);
+    page_.hasLineRate.store(mbit != 0 ? 1 : 0, std::memory_order_relaxed);
+}
 
 FrameSink& Port::sink() noexcept {
     if (faultySink_) return *faultySink_;
@@ -104,7 +112,7 @@ bool Port::readRegister(std::uint32_t address, std::uint64_t& value) const noexc
 }
 
 void Port::playWire() noexcept {
-    if (!isPlayed_.load(std::memory_order_relaxed) || !gate_.canReceive()) return;
+    if (page_.isPlayed.load(std::memory_order_relaxed) == 0 || !gate_.canReceive()) return;
     const std::lock_guard lock(playing_);
     if (wire_) wire_->play();
 }
@@ -117,7 +125,7 @@ void Port::setWire(std::unique_ptr<Wire> wire) noexcept {
     wire_ = std::move(wire);
     if (wire_) wire_->plugged(*this);
     transmitter_.setWire(wire_.get());
-    isPlayed_.store(wire_ && wire_->isPlayedOnDemand(), std::memory_order_relaxed);
+    page_.isPlayed.store(wire_ && wire_->isPlayedOnDemand() ? 1 : 0, std::memory_order_relaxed);
 }
 
 bool Port::farEndChanged() noexcept {

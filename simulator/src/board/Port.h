@@ -2,8 +2,10 @@
 // One GigE port: its registers, its data queues, its PHY and what it is cabled with.
 #pragma once
 
+#include "board/BoardPage.h"
 #include "firmware/RegisterTable.h"
 #include "mac/DataQueue.h"
+#include "mac/PacedSink.h"
 #include "mac/PortGate.h"
 #include "mac/Receiver.h"
 #include "mac/Transmitter.h"
@@ -28,6 +30,7 @@ struct PortCabling {
     class Port* far = nullptr; ///< the port at the other end of a cable; null for other wires
     SimTime pluggedAt = always;
     OrvoSimPartner partner = OrvoSimPartner1000;
+    bool isPlugged = true; ///< false while somebody has pulled the plug; the wire stays
 };
 
 class FaultySink;
@@ -41,6 +44,8 @@ public:
         std::uint32_t registers = 0; ///< register bits that the firmware has for this port
         std::size_t receiveQueueWords = 0;
         std::size_t actionQueueWords = 0;
+        PortPage* page = nullptr; ///< outlives the port
+        std::array<QueueWindow*, queuesPerPort> windows{};
     };
     explicit Port(const Setup& setup);
     ~Port();
@@ -57,11 +62,17 @@ public:
         return true;
     }
 
+    /// A frame that another program wrote: what it appended to the transmit buffer, emptied before if it
+    /// `begins` one. One thread at a time.
+    Transmitter& transmitter() noexcept { return transmitter_; }
+
     DataQueue& receiveQueue() noexcept { return receiveQueue_; }
     DataQueue& actionQueue() noexcept { return actionQueue_; }
     Receiver& receiver() noexcept { return receiver_; }
     /// Where wires deliver: the receiver, or the faults in front of it.
     FrameSink& sink() noexcept;
+    /// The same for wires that end outside the simulation.
+    FrameSink& outsideSink() noexcept { return outside_; }
     /// Sets the counters of frames and bytes, except those of the receive queue.
     void presetCounters(std::uint64_t value) noexcept;
 
@@ -83,7 +94,15 @@ public:
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
     /// Opens or closes the gate as the PHY says.
-    void updateGate() noexcept { gate_.setPassesFrom(phy_.passesFramesFrom()); }
+    void updateGate() noexcept {
+        gate_.setPassesFrom(phy_.passesFramesFrom());
+        updateLineRate();
+    }
+    /// Whether frames take the time on the wire that the link's speed says.
+    void setLineRate(bool on) noexcept {
+        hasLineRate_ = on;
+        updateLineRate();
+    }
     void setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept;
     void setTransmitterStart(bool on) noexcept;
     void report(OrvoSimPort& out, SimTime now) noexcept;
@@ -93,15 +112,18 @@ private:
     std::uint64_t content(Register of) const noexcept;
     bool farEndChanged() noexcept override;
     void updateEnables() noexcept;
+    void updateLineRate() noexcept;
 
     const PortPlace place_;
     const std::uint32_t registers_;
+    PortPage& page_;
 
     PortGate gate_;
-    Transmitter transmitter_{gate_};
+    Transmitter transmitter_{gate_, page_.busyUntil};
     DataQueue receiveQueue_;
     DataQueue actionQueue_;
     Receiver receiver_{gate_, receiveQueue_};
+    PacedSink<Port> outside_{*this};
 
     std::atomic<bool> transmitterStart_{false};
     std::atomic<std::uint64_t> actionCommandConfig_{0};
@@ -109,12 +131,12 @@ private:
     bool boardTransmits_ = false; // these three under the bench mutex
     bool boardReceives_ = false;
     bool outOfReset_ = false;
+    bool hasLineRate_ = false; // the same
 
     Phy phy_;
     PortCabling cabling_;
     std::mutex playing_;         // held while the receive thread plays the wire, so that it stays
     std::unique_ptr<Wire> wire_; // changed under both mutexes
-    std::atomic<bool> isPlayed_{false};
     WireFaults* sentFaults_ = nullptr;
     std::unique_ptr<FaultySink> faultySink_;
 };

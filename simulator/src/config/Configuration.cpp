@@ -36,6 +36,14 @@ void readNumber(TomlTable& table, const char* key, Number& field, std::uint64_t 
     field = static_cast<Number>(table.integer(key, least, most, field));
 }
 
+bool readLineRate(TomlTable& table) {
+    const std::string text = table.text("line_rate", "none");
+    if (text != "negotiated" && text != "none")
+        table.refuse(table.lineOf("line_rate"),
+                     "'" + text + "' is no line rate; write \"negotiated\" or \"none\"");
+    return text == "negotiated";
+}
+
 bool isVersion(const std::unique_ptr<FirmwareProfile>& profile, FirmwareVersion version) {
     return profile && profile->version() == version;
 }
@@ -105,6 +113,7 @@ private:
                    largestQueueWords);
         readNumber(table, "action_queue_words", board.actionQueueWords, smallestQueueWords,
                    largestQueueWords);
+        board.hasLineRate = readLineRate(table);
         readNumber(table, "phy_reset_ms", board.phyResetMs, 0, longestTimeMs);
         readNumber(table, "negotiation_ms", board.negotiationMs, 0, longestTimeMs);
         readWires(table, board);

@@ -40,6 +40,7 @@ struct BoardConfiguration {
     bool cold = false; ///< just powered up, without an applet in its FPGA
     std::size_t receiveQueueWords = 262'144;
     std::size_t actionQueueWords = 1'024;
+    bool hasLineRate = false; ///< frames take their time on the wire
     std::uint32_t phyResetMs = 50;
     std::uint32_t negotiationMs = 400;
 };

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Entries of the hardware access layer: firmware registers and data queues.
+#include "entries/OwnEntries.h"
 #include "process/Process.h"
 
 #include <algorithm>
@@ -10,18 +11,6 @@ using namespace orvo::sim;
 namespace {
 
 constexpr std::size_t wordBytes = sizeof(std::uint32_t);
-
-[[gnu::noinline]] int writeAnyRegister(void* device, uint32_t address, uint64_t value) {
-    return withHandle(device, [=](Board& board) { return board.writeRegister(address, value); });
-}
-
-int readQueue(void* device, uint32_t queue, void* buffer, std::size_t lengthBytes, uint32_t timeoutMs) {
-    return withHandle(device, [=](Board& board) -> int {
-        if (!buffer) return OrvoSimHalBadArgument;
-        return board.readQueue(queue, static_cast<std::uint32_t*>(buffer), lengthBytes / wordBytes,
-                               timeoutMs);
-    });
-}
 
 /// The result of `answer(queue)`, or why the host cannot reach the queue.
 template <class Answer> int ofQueue(void* device, uint32_t queue, Answer answer) {
@@ -49,28 +38,33 @@ int writeQueue(void* device, uint32_t queue, const void* buffer, std::size_t len
 
 } // namespace
 
+namespace orvo::sim::own {
+
 int OHalRegisterRead(void* device, uint32_t address, uint64_t* value) {
     return withHandle(device, [=](Board& board) -> int {
         return value ? board.readRegister(address, *value) : static_cast<int>(OrvoSimHalBadArgument);
     });
 }
 
-/// Tests for the words of a frame first and without a call, so that the compiler saves no registers for them.
 int OHalRegisterWrite(void* device, uint32_t address, uint64_t value) {
-    Board* const board = openBoardOf(device);
-    if (board && board->appendToFrame(address, value)) [[likely]]
-        return 0;
-    return writeAnyRegister(device, address, value);
+    return withHandle(device, [=](Board& board) { return board.writeRegister(address, value); });
 }
 
 int OHalDataQueueReadBufferLong(void* device, uint32_t queue, void* buffer, uint64_t lengthBytes,
                                 uint32_t timeoutMs) {
-    return readQueue(device, queue, buffer, lengthBytes, timeoutMs);
+    return withHandle(device, [=](Board& board) -> int {
+        if (!buffer) return OrvoSimHalBadArgument;
+        return board.readQueue(queue, static_cast<std::uint32_t*>(buffer), lengthBytes / wordBytes,
+                               timeoutMs);
+    });
 }
 
-int OHalDataQueueReadBuffer(void* device, uint32_t queue, void* buffer, uint32_t lengthBytes,
-                            uint32_t timeoutMs) {
-    return readQueue(device, queue, buffer, lengthBytes, timeoutMs);
+int readQueueBriefly(void* device, uint32_t queue, void* buffer, uint32_t lengthBytes, uint32_t timeoutMs) {
+    return withHandle(device, [=](Board& board) -> int {
+        if (!buffer) return OrvoSimHalBadArgument;
+        return board.readQueueBriefly(queue, static_cast<std::uint32_t*>(buffer), lengthBytes / wordBytes,
+                                      timeoutMs);
+    });
 }
 
 int OHalDataQueueWriteBufferLong(void* device, uint32_t queue, const void* buffer, uint32_t lengthBytes,
@@ -111,3 +105,5 @@ int OHalDataQueueClear(void* device, uint32_t queue) {
 int OHalDataQueueFlush(void* device, uint32_t queue) {
     return ofQueue(device, queue, [](DataQueue&) { return 0; });
 }
+
+} // namespace orvo::sim::own

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Entries of the hardware access layer: devices and their FPGA.
+#include "entries/OwnEntries.h"
 #include "process/Process.h"
 
 #include <string_view>
@@ -31,6 +32,8 @@ int infoOf(const BoardConfiguration& info, std::string_view key) {
 }
 
 } // namespace
+
+namespace orvo::sim::own {
 
 int OHalInitLibraries() {
     reportConfigurationError();
@@ -103,3 +106,5 @@ const char* OHalGetBoardInfoString(void* device, const char* key) {
     if (name == "board/name") return board->configuration().name.c_str();
     return nullptr;
 }
+
+} // namespace orvo::sim::own

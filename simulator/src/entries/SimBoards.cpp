@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Control entries: boards, their ports and PHYs, and the clock.
+#include "entries/OwnEntries.h"
 #include "process/Process.h"
 
 #include <chrono>
@@ -17,6 +18,8 @@ int pushInto(unsigned board, unsigned queue, std::span<const std::uint32_t> word
 }
 
 } // namespace
+
+namespace orvo::sim::own {
 
 const char* orvoSimConfigurationError() {
     return takeConfigurationError();
@@ -59,6 +62,14 @@ int orvoSimSetPhyTimes(unsigned board, unsigned port, uint32_t resetMs, uint32_t
     });
 }
 
+int orvoSimSetLineRate(unsigned board, int negotiated) {
+    return atBoard(board, [=](Board& found) {
+        const std::lock_guard lock(benchMutex);
+        for (Port& port : found.ports()) port.setLineRate(negotiated != 0);
+        return 0;
+    });
+}
+
 int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out) {
     return atPort(board, port, [=](Port&) -> int {
         if (!out) return OrvoSimBadValue;
@@ -83,6 +94,8 @@ int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t
 int orvoSimUseVirtualTime(int clock) {
     if (clock < OrvoSimRealTime || clock > OrvoSimDrivenTime) return OrvoSimBadValue;
     simClock.useVirtual(clock != OrvoSimRealTime, clock == OrvoSimDrivenTime);
+    for (const auto& board : simulation().boards())
+        board->memory().page().isVirtual.store(clock != OrvoSimRealTime ? 1 : 0, std::memory_order_relaxed);
     return 0;
 }
 
@@ -96,3 +109,5 @@ int orvoSimAdvanceTime(uint64_t microseconds) {
 uint64_t orvoSimTime() {
     return static_cast<uint64_t>(std::chrono::floor<std::chrono::microseconds>(simClock.now()).count());
 }
+
+} // namespace orvo::sim::own

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Control entries: faults one at a time and by script, the ledger, and the accounts of ports.
 #include "base/Text.h"
+#include "entries/OwnEntries.h"
 #include "process/Process.h"
 
 #include <algorithm>
@@ -40,6 +41,8 @@ std::uint64_t effectsOf(const ScriptedFault& fault) noexcept {
 }
 
 } // namespace
+
+namespace orvo::sim::own {
 
 int orvoSimFailReads(unsigned board, unsigned queue, int result, unsigned times) {
     return armAtQueue(board, queue, queueReads, result, times);
@@ -105,3 +108,5 @@ int orvoSimReadPortAccount(unsigned board, unsigned port, struct OrvoSimPortAcco
         return 0;
     });
 }
+
+} // namespace orvo::sim::own

@@ -2,12 +2,13 @@
 // Control entries: cables, frames from the far end, and the far end's PHY.
 #include "base/Text.h"
 #include "board/Cabling.h"
+#include "entries/OwnEntries.h"
 #include "process/Process.h"
 
 #include <array>
 #include <cstring>
 
-using namespace orvo::sim;
+namespace orvo::sim::own {
 
 int orvoSimSetWire(unsigned board, unsigned port, const char* wire, char* error, size_t errorBytes) {
     const PortPlace place{board, port};
@@ -51,6 +52,20 @@ int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t 
     });
 }
 
+int orvoSimSetPlugged(unsigned board, unsigned port, int plugged) {
+    return atPort(board, port, [=](Port& found) {
+        const std::lock_guard lock(benchMutex);
+        return setPlugged(found, plugged != 0, simClock.now()), 0;
+    });
+}
+
+int orvoSimIsPlugged(unsigned board, unsigned port) {
+    return atPort(board, port, [](Port& found) -> int {
+        const std::lock_guard lock(benchMutex);
+        return found.cabling().isPlugged ? 1 : 0;
+    });
+}
+
 int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner) {
     return atPort(board, port, [=](Port& found) -> int {
         if (partner < OrvoSimPartner1000 || partner > OrvoSimPartnerDown) return OrvoSimBadValue;
@@ -59,3 +74,5 @@ int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner
         return 0;
     });
 }
+
+} // namespace orvo::sim::own

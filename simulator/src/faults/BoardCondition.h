@@ -17,12 +17,14 @@ enum class Trouble : std::uint32_t {
 /// Any thread. A call that runs during a change sees the old or the new condition.
 class BoardCondition {
 public:
+    /// `published` always has the same value, for other processes.
+    explicit BoardCondition(std::atomic<std::uint32_t>& published) noexcept : published_(published) {}
+
     void set(Trouble trouble, bool on) noexcept {
         const auto bit = static_cast<std::uint32_t>(trouble);
-        if (on)
-            troubles_.fetch_or(bit, std::memory_order_relaxed);
-        else
-            troubles_.fetch_and(~bit, std::memory_order_relaxed);
+        for (auto* const word : {&troubles_, &published_})
+            on ? word->fetch_or(bit, std::memory_order_relaxed)
+               : word->fetch_and(~bit, std::memory_order_relaxed);
     }
     bool isGood() const noexcept { return troubles_.load(std::memory_order_relaxed) == 0; }
     bool has(Trouble trouble) const noexcept {
@@ -30,7 +32,8 @@ public:
     }
 
 private:
-    std::atomic<std::uint32_t> troubles_{0};
+    std::atomic<std::uint32_t> troubles_{0}; // the board's own, on a cache line with what it reads anyway
+    std::atomic<std::uint32_t>& published_;
 };
 
 } // namespace orvo::sim

@@ -2,10 +2,11 @@
 // The ring of a data queue.
 #include "mac/DataQueue.h"
 
+#include "base/Patience.h"
+
 #include <algorithm>
-#include <bit>
 #include <cstring>
-#include <thread>
+#include <new>
 
 namespace orvo::sim {
 
@@ -14,17 +15,6 @@ namespace {
 constexpr std::uint64_t copying = 1; // in head_
 
 using SteadyClock = std::chrono::steady_clock;
-
-constexpr std::chrono::microseconds soon{15};     // a full frame at line rate takes 12.3
-constexpr std::chrono::microseconds wakeTime{15}; // from waking a sleeper until it runs
-constexpr int looksAtOnce = 32;
-
-/// Gives the processor core's other thread precedence.
-void relax() noexcept {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#endif
-}
 
 /// The words from number `first` on of the transmission that carries the frame; word 0 is the size word.
 void packFrame(WireBytes frame, std::size_t first, std::span<std::uint32_t> out) noexcept {
@@ -46,25 +36,40 @@ void packFrame(WireBytes frame, std::size_t first, std::span<std::uint32_t> out)
 
 } // namespace
 
-DataQueue::DataQueue(std::size_t capacityWords)
-    : capacityWords_(capacityWords), ringWords_(std::bit_ceil(capacityWords)),
-      ring_(std::make_unique_for_overwrite<std::uint32_t[]>(ringWords_)) {}
+std::size_t DataQueue::windowBytes(std::size_t capacityWords) noexcept {
+    const std::size_t bytes =
+        sizeof(QueueWindow) + QueueWindow::ringWords(capacityWords) * sizeof(std::uint32_t);
+    return (bytes + sizeof(CacheLine) - 1) / sizeof(CacheLine) * sizeof(CacheLine);
+}
+
+DataQueue::DataQueue(std::size_t capacityWords, QueueWindow* window)
+    : capacityWords_(capacityWords), ringWords_(QueueWindow::ringWords(capacityWords)),
+      ownMemory_(window ? nullptr
+                        : std::make_unique_for_overwrite<CacheLine[]>(windowBytes(capacityWords) /
+                                                                      sizeof(CacheLine))),
+      window_(*new (window ? static_cast<void*>(window) : ownMemory_.get()) QueueWindow),
+      ring_(reinterpret_cast<std::uint32_t*>(&window_ + 1)) {
+    window_.capacityWords = static_cast<std::uint32_t>(capacityWords);
+    window_.ringOffset = sizeof window_;
+}
 
 /// `fill(first, out)` writes the words from number `first` on; called once, or twice where the ring wraps.
 template <class Fill> bool DataQueue::appendLocked(std::size_t count, Fill fill) {
-    const auto tail = tail_.load(std::memory_order_relaxed);
+    const auto tail = window_.tail.load(std::memory_order_relaxed);
     if (!hasRoom(tail, count)) {
         lostWords_.add(count);
         return false;
     }
     const std::size_t at = tail & (ringWords_ - 1);
     const std::size_t untilWrap = std::min(count, ringWords_ - at);
-    fill(std::size_t{0}, std::span(ring_.get() + at, untilWrap));
-    if (untilWrap < count) fill(untilWrap, std::span(ring_.get(), count - untilWrap));
+    fill(std::size_t{0}, std::span(ring_ + at, untilWrap));
+    if (untilWrap < count) fill(untilWrap, std::span(ring_, count - untilWrap));
     transfers_.add(1);
     // Sequentially consistent with `sleepers_`: either the consumer sees the words before it sleeps, or this
     // thread sees the consumer.
-    tail_.store(tail + count, std::memory_order_seq_cst);
+    window_.tail.store(tail + count, std::memory_order_seq_cst);
+    if (const ReaderPlace* const place = place_.load(std::memory_order_relaxed)) // stays under the lock
+        if (place->isAsleep.load(std::memory_order_seq_cst) != 0) wakeSleepers(window_.bell());
     return true;
 }
 
@@ -124,6 +129,7 @@ void DataQueue::countLoss(std::uint64_t frames, std::uint64_t words) noexcept {
 bool DataQueue::hasRoom(std::uint64_t tail, std::size_t count) noexcept {
     if (count > capacityWords_) return false;
     if (fits(tail, count)) return true;
+    followLocked();
     seenHead_ =
         head_.load(std::memory_order_acquire); // acquire: the consumer has copied out what is overwritten now
     if (fits(tail, count)) return true;
@@ -135,31 +141,80 @@ bool DataQueue::hasRoom(std::uint64_t tail, std::size_t count) noexcept {
 /// Moves `head_` to where the last clear put it. False when it is there already, or when the consumer is
 /// copying and will do it. `head` is the value seen last.
 bool DataQueue::catchUp(std::uint64_t& head) noexcept {
-    const auto target = clearTo_.load(std::memory_order_acquire);
+    const auto target = window_.clearTo.load(std::memory_order_acquire);
     if ((head & copying) != 0 || head >> 1 >= target) return false;
     if (head_.compare_exchange_weak(head, target << 1, std::memory_order_acq_rel, std::memory_order_acquire))
         head = target << 1;
     return true;
 }
 
+void DataQueue::claim(ReaderPlace& place, std::uint32_t reader) {
+    const std::lock_guard lock(producers_);
+    followLocked();
+    place.position.store(head_.load(std::memory_order_acquire) >> 1, std::memory_order_release);
+    place_.store(&place, std::memory_order_relaxed);
+    window_.reader.store(reader, std::memory_order_release);
+}
+
+void DataQueue::release(const ReaderPlace& place) {
+    const std::lock_guard lock(producers_);
+    if (place_.load(std::memory_order_relaxed) != &place) return;
+    followLocked();
+    place_.store(nullptr, std::memory_order_relaxed);
+    window_.reader.store(0, std::memory_order_release);
+}
+
+void DataQueue::followReader() const noexcept {
+    const std::lock_guard lock(producers_);
+    followLocked();
+}
+
+/// Takes over the position of a consumer in another process: forward, and not beyond the newest word.
+void DataQueue::followLocked() const noexcept {
+    const ReaderPlace* const place = place_.load(std::memory_order_relaxed);
+    if (!place) return;
+    const auto position = place->position.load(std::memory_order_acquire);
+    auto head = head_.load(std::memory_order_relaxed);
+    if ((head & copying) != 0 || position <= head >> 1 ||
+        position > window_.tail.load(std::memory_order_relaxed))
+        return;
+    head_.compare_exchange_strong(head, position << 1, std::memory_order_acq_rel, std::memory_order_relaxed);
+}
+
 std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
+    if (place_.load(std::memory_order_relaxed)) [[unlikely]]
+        return takeForReader(out, most);
+    return takeHere(out, most);
+}
+
+/// Words that are taken here for a consumer in another process, which learns how far.
+std::size_t DataQueue::takeForReader(std::uint32_t* out, std::size_t most) noexcept {
+    followReader();
+    const std::size_t count = takeHere(out, most);
+    const std::lock_guard lock(producers_);
+    if (ReaderPlace* const place = place_.load(std::memory_order_relaxed))
+        place->position.store(head_.load(std::memory_order_relaxed) >> 1, std::memory_order_release);
+    return count;
+}
+
+std::size_t DataQueue::takeHere(std::uint32_t* out, std::size_t most) noexcept {
     auto head = head_.load(std::memory_order_relaxed);
     std::uint64_t from = 0;
     do {
         if ((head & copying) != 0) return 0; // a second consumer at the same time finds nothing
-        from = std::max(head >> 1, clearTo_.load(std::memory_order_acquire));
+        from = std::max(head >> 1, window_.clearTo.load(std::memory_order_acquire));
     } while (!head_.compare_exchange_weak(head, from << 1 | copying, std::memory_order_acquire,
                                           std::memory_order_relaxed));
     auto tail = seenTail_.load(std::memory_order_acquire);
     if (tail < from + most) {
-        tail = tail_.load(std::memory_order_acquire);
+        tail = window_.tail.load(std::memory_order_acquire);
         seenTail_.store(tail, std::memory_order_release);
     }
     const std::size_t count = std::min<std::size_t>(most, tail - from);
     const std::size_t at = from & (ringWords_ - 1);
     const std::size_t untilWrap = std::min(count, ringWords_ - at);
-    std::memcpy(out, ring_.get() + at, untilWrap * sizeof *out);
-    std::memcpy(out + untilWrap, ring_.get(), (count - untilWrap) * sizeof *out);
+    std::memcpy(out, ring_ + at, untilWrap * sizeof *out);
+    std::memcpy(out + untilWrap, ring_, (count - untilWrap) * sizeof *out);
     head_.store((from + count) << 1, std::memory_order_release);
     return count;
 }
@@ -167,9 +222,9 @@ std::size_t DataQueue::take(std::uint32_t* out, std::size_t most) noexcept {
 /// Whether the consumer can take `wanted` words.
 bool DataQueue::holds(std::size_t wanted) noexcept {
     const auto from =
-        std::max(head_.load(std::memory_order_relaxed) >> 1, clearTo_.load(std::memory_order_acquire));
+        std::max(head_.load(std::memory_order_relaxed) >> 1, window_.clearTo.load(std::memory_order_acquire));
     if (seenTail_.load(std::memory_order_acquire) >= from + wanted) return true;
-    const auto tail = tail_.load(std::memory_order_seq_cst);
+    const auto tail = window_.tail.load(std::memory_order_seq_cst);
     seenTail_.store(tail, std::memory_order_release);
     return tail >= from + wanted;
 }
@@ -177,23 +232,12 @@ bool DataQueue::holds(std::size_t wanted) noexcept {
 bool DataQueue::await(std::size_t wanted, std::chrono::milliseconds limit) {
     if (holds(wanted)) return true;
     if (limit.count() == 0) return false;
-    if (wordsKeepComing_.load(std::memory_order_relaxed) && comesSoon(wanted)) return true;
+    if (wordsKeepComing_.load(std::memory_order_relaxed) && comesSoon([&] { return holds(wanted); }))
+        return true;
     const auto begin = SteadyClock::now();
     const bool inTime = sleep(wanted, limit);
     wordsKeepComing_.store(inTime && SteadyClock::now() - begin < soon + wakeTime, std::memory_order_relaxed);
     return inTime;
-}
-
-bool DataQueue::comesSoon(std::size_t wanted) noexcept {
-    const auto end = SteadyClock::now() + soon;
-    do {
-        for (int look = 0; look < looksAtOnce; ++look) {
-            if (holds(wanted)) return true;
-            relax();
-        }
-        std::this_thread::yield(); // the producer may be waiting for this processor
-    } while (SteadyClock::now() < end);
-    return false;
 }
 
 bool DataQueue::sleep(std::size_t wanted, std::chrono::milliseconds limit) {
@@ -211,10 +255,10 @@ void DataQueue::wakeIfAsleep() {
 }
 
 void DataQueue::clear() noexcept {
-    const auto target = tail_.load(std::memory_order_acquire);
-    auto before = clearTo_.load(std::memory_order_relaxed);
-    while (before < target && !clearTo_.compare_exchange_weak(before, target, std::memory_order_acq_rel,
-                                                              std::memory_order_relaxed)) {
+    const auto target = window_.tail.load(std::memory_order_acquire);
+    auto before = window_.clearTo.load(std::memory_order_relaxed);
+    while (before < target && !window_.clearTo.compare_exchange_weak(
+                                  before, target, std::memory_order_acq_rel, std::memory_order_relaxed)) {
     }
     auto head = head_.load(std::memory_order_acquire);
     while (catchUp(head)) {
@@ -222,9 +266,11 @@ void DataQueue::clear() noexcept {
 }
 
 std::size_t DataQueue::words() const noexcept {
+    if (place_.load(std::memory_order_relaxed)) [[unlikely]]
+        followReader();
     const auto head = head_.load(std::memory_order_acquire) >> 1;
-    const auto from = std::max(head, clearTo_.load(std::memory_order_acquire));
-    return tail_.load(std::memory_order_seq_cst) - from;
+    const auto from = std::max(head, window_.clearTo.load(std::memory_order_acquire));
+    return window_.tail.load(std::memory_order_seq_cst) - from;
 }
 
 } // namespace orvo::sim

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/Counter.h"
+#include "mac/QueueWindow.h"
 #include "wire/WireFrame.h"
 
 #include <atomic>
@@ -27,16 +28,29 @@ constexpr std::size_t wordsOfFrame(std::size_t frameBytes) noexcept {
 /// Threads: any number of producers, which share a lock; one consumer, which takes a lock only to sleep
 /// (`await`); `clear` and the counts from any thread.
 ///
-/// Positions count words since the queue was made. `tail_` is the producers'. `head_` is the consumer's:
-/// twice its position, plus 1 while it copies words out. A clear stores how far to drop (`clearTo_`), and
-/// moves `head_` there unless the consumer is copying; then the consumer, or the next producer that needs the
-/// room, does.
+/// Positions count words since the queue was made. The window's tail is the producers'. `head_` is the
+/// consumer's: twice its position, plus 1 while it copies words out. A clear stores how far to drop
+/// (`clearTo`), and moves `head_` there unless the consumer is copying; then the consumer, or the next
+/// producer that needs the room, does.
+///
+/// The consumer may be another process. Then `head_` follows its position, which only counts where it can be
+/// true, whenever this process wants to know it.
 ///
 /// Each side writes to cache lines of its own, and reads the other side's position only when the one that it
 /// saw last does not suffice.
 class DataQueue {
 public:
-    explicit DataQueue(std::size_t capacityWords);
+    /// `window` with its ring behind it lies in memory of zeros that outlives the queue; null: memory of its
+    /// own.
+    explicit DataQueue(std::size_t capacityWords, QueueWindow* window = nullptr);
+    /// The bytes of such a window and ring.
+    static std::size_t windowBytes(std::size_t capacityWords) noexcept;
+
+    /// Makes another process the consumer, until `release` or the next call. `place`, which nobody need
+    /// trust, stays that long. Any thread.
+    void claim(ReaderPlace& place, std::uint32_t reader);
+    void release(const ReaderPlace& place);
+    std::uint32_t reader() const noexcept { return window_.reader.load(std::memory_order_acquire); }
 
     /// Appends the words. False when there is no room for all of them; they are counted as lost then.
     bool push(std::span<const std::uint32_t> words);
@@ -77,6 +91,9 @@ public:
     void presetFrameCounts(std::uint64_t value) noexcept;
 
 private:
+    struct alignas(64) CacheLine {
+        std::byte bytes[64];
+    };
     template <class Fill> bool appendLocked(std::size_t count, Fill fill);
     void wakeIfAsleep();
     bool hasRoom(std::uint64_t tail, std::size_t count) noexcept;
@@ -86,24 +103,28 @@ private:
     void countFrames(std::uint64_t frames, std::size_t frameBytes) noexcept;
     void countLoss(std::uint64_t frames, std::uint64_t words) noexcept;
     bool holds(std::size_t wanted) noexcept;
-    bool comesSoon(std::size_t wanted) noexcept;
     bool sleep(std::size_t wanted, std::chrono::milliseconds limit);
     bool catchUp(std::uint64_t& head) noexcept;
+    [[gnu::noinline]] void followReader() const noexcept;
+    [[gnu::noinline]] std::size_t takeForReader(std::uint32_t* out, std::size_t most) noexcept;
+    std::size_t takeHere(std::uint32_t* out, std::size_t most) noexcept;
+    void followLocked() const noexcept;
 
     const std::size_t capacityWords_;
-    const std::size_t ringWords_; // the power of two that holds the capacity
-    const std::unique_ptr<std::uint32_t[]> ring_;
+    const std::size_t ringWords_;
+    const std::unique_ptr<CacheLine[]> ownMemory_;
+    QueueWindow& window_;
+    std::uint32_t* const ring_;
 
-    alignas(64) std::mutex producers_; // guards the next five
+    alignas(64) mutable std::mutex producers_; // guards the next six
     std::uint64_t seenHead_ = 0;
+    std::atomic<ReaderPlace*> place_{nullptr}; // of a consumer in another process
     Counter lostWords_;
     Counter transfers_;
     alignas(64) FrameCounts frameCounts_;
-    alignas(64) std::atomic<std::uint64_t> tail_{0};
 
-    alignas(64) std::atomic<std::uint64_t> head_{0};
-    std::atomic<std::uint64_t> clearTo_{0};
-    std::atomic<std::uint64_t> seenTail_{0};  // this and the next are the consumer's
+    alignas(64) mutable std::atomic<std::uint64_t> head_{0}; // follows a consumer in another process
+    std::atomic<std::uint64_t> seenTail_{0};                 // this and the next are the consumer's
     std::atomic<bool> wordsKeepComing_{true}; // in the last wait they came before it slept, or soon after
 
     alignas(64) std::atomic<unsigned> sleepers_{0};

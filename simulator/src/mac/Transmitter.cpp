@@ -23,12 +23,13 @@ void Transmitter::transmit() noexcept {
 
 bool Transmitter::send() noexcept {
     const auto units = units_.load(std::memory_order_relaxed);
-    if (units == 0 || units > bufferBytes / 2 || !gate_.canTransmit()) return false;
+    if (units == 0 || units > bufferBytes / 2 || !gate_.canTransmit() || line_.isBusy()) return false;
     Wire* const wire = wire_.load(std::memory_order_seq_cst);
     if (!wire) return false;
     const bool addsFcs = crcGeneration();
     const WireBytes frame = padded(2 * units, addsFcs ? minFrameBytes : minWireBytes);
     if (!(addsFcs ? wire->transmitUnsealed(frame) : wire->transmit(frame))) return false;
+    if (line_.hasRate()) line_.occupy(frame.size() + (addsFcs ? fcsBytes : 0));
     sentFrames_.add(1);
     sentBytes_.add(frame.size() + (addsFcs ? fcsBytes : 0));
     return true;

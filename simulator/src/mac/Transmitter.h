@@ -3,24 +3,29 @@
 #pragma once
 
 #include "base/Counter.h"
+#include "mac/Line.h"
 #include "mac/PortGate.h"
 #include "wire/Wire.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <span>
 
 namespace orvo::sim {
 
-/// Threads: the buffer and `transmit` belong to the port's sender thread; everything else any. A frame takes
-/// no time on the wire, so the transmitter is busy only while the far end receives it.
+/// Threads: the buffer and `transmit` belong to the port's sender thread; everything else any. Without a line
+/// rate a frame takes no time on the wire, and the transmitter is busy only while the far end receives it.
 class Transmitter {
 public:
     static constexpr std::size_t bufferBytes = 2048;
 
-    explicit Transmitter(const PortGate& gate) noexcept : gate_(gate) {}
+    /// `busyUntil` outlives it.
+    Transmitter(const PortGate& gate, std::atomic<std::int64_t>& busyUntil) noexcept
+        : gate_(gate), line_(busyUntil, std::chrono::microseconds(25)) {}
 
     void begin() noexcept {
         writesBefore_.add(units_.load(std::memory_order_relaxed) + 1);
@@ -35,10 +40,23 @@ public:
         units_.store(at + 1, std::memory_order_relaxed);
     }
 
+    /// The same for many: `units` were appended, of which `bytes` are those that have room in an empty
+    /// buffer.
+    void load(bool begins, std::span<const std::uint8_t> bytes, std::size_t units) noexcept {
+        if (begins) begin();
+        const auto at = units_.load(std::memory_order_relaxed);
+        const auto room = bufferBytes - 2 * std::min(at, bufferBytes / 2);
+        std::memcpy(buffer_.data() + bufferBytes - room, bytes.data(), std::min(bytes.size(), room));
+        units_.store(at + units, std::memory_order_relaxed);
+    }
+
     /// Sends the frame in the buffer, which stays there.
     void transmit() noexcept;
 
-    bool isBusy() const noexcept { return (turns_.load(std::memory_order_relaxed) & 1) != 0; }
+    bool isBusy() const noexcept {
+        return (turns_.load(std::memory_order_relaxed) & 1) != 0 || line_.isBusy();
+    }
+    Line& line() noexcept { return line_; }
 
     void setCrcGeneration(bool on) noexcept { crcGeneration_.store(on, std::memory_order_relaxed); }
     bool crcGeneration() const noexcept { return crcGeneration_.load(std::memory_order_relaxed); }
@@ -65,6 +83,7 @@ private:
     bool send() noexcept;
 
     const PortGate& gate_;
+    Line line_;
     std::atomic<Wire*> wire_{nullptr};
     std::atomic<bool> crcGeneration_{true};
     std::atomic<std::uint64_t> turns_{0}; // odd while a frame is being sent

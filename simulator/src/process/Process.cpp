@@ -18,13 +18,8 @@ struct Process {
 
 const char anchor = 0; // an address inside this library
 
-std::filesystem::path installationRoot() {
-    Dl_info library{};
-    if (dladdr(&anchor, &library) == 0 || !library.dli_fname) return {};
-    std::error_code failed; // then the name is used as it is
-    const auto file = std::filesystem::canonical(library.dli_fname, failed);
-    return (failed ? std::filesystem::path(library.dli_fname) : file).parent_path().parent_path();
-}
+std::string refusal; // this and the next are set before the process is made
+bool isShared = false;
 
 /// From the file that ORVO_SIMULATOR_CONFIG names, else from "simulator.toml" in the directory above that of
 /// this library, if it is there.
@@ -41,8 +36,9 @@ Configuration loadUsualConfiguration() {
 Process* makeProcess() {
     auto process = std::make_unique<Process>();
     try {
-        process->simulation = std::make_unique<Simulation>(loadUsualConfiguration());
-    } catch (const ConfigurationError& error) {
+        if (!refusal.empty()) throw std::runtime_error(refusal);
+        process->simulation = std::make_unique<Simulation>(loadUsualConfiguration(), isShared);
+    } catch (const std::runtime_error& error) { // of the configuration, or the refusal
         process->error = error.what();
         process->simulation = std::make_unique<Simulation>(Configuration{});
     }
@@ -57,6 +53,22 @@ Process& process() {
 constinit std::atomic<bool> isReported{false};
 
 } // namespace
+
+std::filesystem::path installationRoot() {
+    Dl_info library{};
+    if (dladdr(&anchor, &library) == 0 || !library.dli_fname) return {};
+    std::error_code failed; // then the name is used as it is
+    const auto file = std::filesystem::canonical(library.dli_fname, failed);
+    return (failed ? std::filesystem::path(library.dli_fname) : file).parent_path().parent_path();
+}
+
+void refuseOwnBoards(std::string reason) {
+    refusal = std::move(reason);
+}
+
+void shareOwnBoards() {
+    isShared = true;
+}
 
 Simulation& simulation() {
     return *process().simulation;

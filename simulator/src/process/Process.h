@@ -12,6 +12,14 @@ namespace orvo::sim {
 /// call the library until the process has ended. There are none when the file is bad.
 Simulation& simulation();
 
+/// Has no board appear in this process, and `reason` reported as the configuration's error. Before the first
+/// use.
+void refuseOwnBoards(std::string reason);
+/// Has the boards of this process lie in memory that others can map. Before the first use.
+void shareOwnBoards();
+/// The directory above that of this library.
+std::filesystem::path installationRoot();
+
 /// What was wrong with the configuration file; empty when nothing was.
 const std::string& configurationError();
 /// Writes the configuration error, if there is one, to standard error; once, and not after it was taken.

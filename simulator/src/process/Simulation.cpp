@@ -6,8 +6,10 @@
 
 namespace orvo::sim {
 
-Simulation::Simulation(Configuration configuration) : firmwares_(std::move(configuration.firmwares)) {
-    for (const auto& board : configuration.boards) boards_.push_back(std::make_unique<Board>(board));
+Simulation::Simulation(Configuration configuration, bool isShared)
+    : firmwares_(std::move(configuration.firmwares)) {
+    for (const auto& board : configuration.boards)
+        boards_.push_back(std::make_unique<Board>(board, isShared));
     for (const auto& wire : configuration.wires) {
         try {
             plug(wire.place, wire.wire, always);

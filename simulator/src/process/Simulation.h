@@ -14,7 +14,8 @@ namespace orvo::sim {
 class Simulation {
 public:
     /// Builds and cables the boards. Throws ConfigurationError when a wire cannot be made.
-    explicit Simulation(Configuration configuration);
+    /// `isShared`: their memory can be mapped by other processes; std::system_error where there is none.
+    explicit Simulation(Configuration configuration, bool isShared = false);
 
     Board* board(unsigned index) noexcept; ///< null where there is none
     Port* port(PortPlace place) noexcept;  ///< null where there is none

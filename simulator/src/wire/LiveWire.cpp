@@ -2,13 +2,14 @@
 // The thread of a live wire, and sending through it.
 #include "wire/LiveWire.h"
 
+#include "base/Threads.h"
+
 #include <poll.h>
 #include <sys/eventfd.h>
 
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 
@@ -59,18 +60,14 @@ void LiveWire::plugged(LinkListener& listener) noexcept {
     listener_ = &listener;
     toldCarrier_ = hasCarrier();
     if (state_ != InterfaceState::Up) report(state_);
-    sigset_t all, before; // signals are for the program's own threads
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before); // which the new thread inherits
     try {
-        thread_ = std::thread([this] { run(); });
+        thread_ = startThread([this] { run(); });
     } catch (const std::system_error& error) {
         state_ = InterfaceState::Absent;
         std::fprintf(stderr,
                      "simulated board: interface '%s' carries no frames, as its thread cannot start: %s\n",
                      watch_.name().c_str(), error.what());
     }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 void LiveWire::run() noexcept {

@@ -23,17 +23,19 @@ enum OrvoSimResult {
     OrvoSimNoSuchPlace = -1, ///< no such board, port or queue
     OrvoSimBadValue = -2,    ///< a text that is no wire or script, a value out of range, a null pointer
     OrvoSimFull = -3,        ///< the queue had no room; the words are counted as lost
-    OrvoSimNotWritten = -4   ///< a wire's file could not be written
+    OrvoSimNotWritten = -4,  ///< a wire's file could not be written
+    OrvoSimServerGone = -5   ///< the server that holds the boards has ended
 };
 
 /// What the simulated hardware access layer answers where it refuses a call.
 enum OrvoSimHalError {
     OrvoSimHalBadHandle = -2001,   ///< a device handle that is null, foreign or was released before
-    OrvoSimHalBoardGone = -2002,   ///< the board was removed
+    OrvoSimHalBoardGone = -2002,   ///< the board was removed, or the server that holds it has ended
     OrvoSimHalNoRegister = -2003,  ///< this board's firmware has no register at the address
     OrvoSimHalNoQueue = -2004,     ///< the board has no data queue of this number
     OrvoSimHalBadArgument = -2005, ///< a null pointer, or a key that is unknown
-    OrvoSimHalNoApplet = -2006     ///< the FPGA holds no applet, or the applet is of another firmware version
+    OrvoSimHalNoApplet = -2006,    ///< the FPGA holds no applet, or the applet is of another firmware version
+    OrvoSimHalQueueTaken = -2007   ///< another program reads this data queue now
 };
 
 /// Why no board appeared, as "FILE:LINE: REASON", or "FILE: REASON" for the file as a whole; null when the
@@ -110,6 +112,16 @@ enum OrvoSimPartner {
 /// Sets what the far end of a port offers, and renegotiates the link. Where the far end is a port, it offers
 /// what both this value and its own PHY allow.
 ORVO_EXPORT int orvoSimSetPartner(unsigned board, unsigned port, enum OrvoSimPartner partner);
+
+/// Pulls the plug of a port's cable (0) or puts it back (1), as a hand would: the wire stays where it leads,
+/// and the link is down at both its ends in between.
+ORVO_EXPORT int orvoSimSetPlugged(unsigned board, unsigned port, int plugged);
+/// 1 while the plug is in, 0 while it is pulled.
+ORVO_EXPORT int orvoSimIsPlugged(unsigned board, unsigned port);
+
+/// Has the frames of a board's ports take their time on the wire (1), preamble and gap included, at the speed
+/// that the link negotiated, or none (0). In real time only.
+ORVO_EXPORT int orvoSimSetLineRate(unsigned board, int negotiated);
 
 /// Sets the PHY's idle error count (IEEE 802.3 register 10, bits 0 to 7); more than 255 counts as 255.
 ORVO_EXPORT int orvoSimSetIdleErrors(unsigned board, unsigned port, unsigned count);
@@ -262,6 +274,19 @@ struct OrvoSimRegisterMap {
 /// The register map of a firmware version that a board runs, by its number from 0; null beyond the last. The
 /// pointer is the applet that OHalConfigureFpga takes. The map belongs to the library and stays valid.
 ORVO_EXPORT const struct OrvoSimRegisterMap* orvoSimRegisterMap(unsigned number);
+
+/// Lets other programs use the boards of this process, as they would one real board: each that runs with the
+/// environment variable ORVO_BOARD set to `name`, and without it where `name` is "default" and the
+/// installation the same. `name` is a name, the path of a socket, or null for "default". To be called before
+/// every other function of this library; ORVO_BOARD does not count for this process. On failure
+/// (OrvoSimBadValue) `error`, if not null, receives one sentence (NUL-terminated, cut to `errorBytes`).
+ORVO_EXPORT int orvoSimServe(const char* name, char* error, size_t errorBytes);
+/// Ends that: for the other programs the boards are gone then.
+ORVO_EXPORT void orvoSimStopServing(void);
+
+/// The socket of the server whose boards this process uses or serves; null for boards of its own. Owned by
+/// the library, for good.
+ORVO_EXPORT const char* orvoSimServer(void);
 
 #ifdef __cplusplus
 } // extern "C"

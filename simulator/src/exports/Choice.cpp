@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+#include "exports/Choice.h"
+
+#include "process/Process.h"
+#include "share/SocketPath.h"
+
+#include <stdexcept>
+
+namespace orvo::sim {
+
+namespace {
+
+constinit std::atomic<bool> ownIsChosen{false};
+
+/// Nobody has asked for the default server, so one that cannot be used is none.
+std::unique_ptr<Remote> findDefault() {
+    try {
+        auto found = Remote::connect(socketPath(std::string(defaultServer)));
+        return found && found->root() == installationRoot() ? std::move(found) : nullptr;
+    } catch (const std::runtime_error&) {
+        return nullptr;
+    }
+}
+
+std::unique_ptr<Remote> findNamed(const std::string& name) {
+    try {
+        const auto path = socketPath(name);
+        if (auto found = Remote::connect(path)) return found;
+        refuseOwnBoards("no server of boards answers at '" + path.string() +
+                        "', which ORVO_BOARD chooses; start it: orvo-gige simulate --name " + name);
+    } catch (const std::runtime_error& reason) {
+        refuseOwnBoards(reason.what());
+    }
+    return nullptr;
+}
+
+Remote* choose() {
+    if (ownIsChosen.load()) return nullptr;
+    const auto choice = chosenBoards();
+    if (choice.kind == BoardChoice::Kind::Own) return nullptr;
+    auto found = choice.kind == BoardChoice::Kind::Server ? findNamed(choice.name) : findDefault();
+    return found.release(); // other threads may call the library until the process has ended
+}
+
+} // namespace
+
+Remote* remote() {
+    static Remote* const chosen = choose();
+    return chosen;
+}
+
+bool chooseOwnBoards() {
+    ownIsChosen.store(true);
+    return !remote();
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+// The C entries that do the same on own boards and on a server's.
+#include "entries/OwnEntries.h"
+#include "exports/Choice.h"
+
+using namespace orvo::sim;
+
+#define ENTRY(Result, name, gone, parameters, arguments)                                                     \
+    Result name parameters {                                                                                 \
+        if (Remote* const server = remote()) return server->call(EntryId::name, gone, &own::name) arguments; \
+        return own::name arguments;                                                                          \
+    }
+#define HAND_ENTRY(Result, name, gone, parameters, arguments) // other files here
+#include "entries/Entries.def"
+#undef HAND_ENTRY
+#undef ENTRY

@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+#include "exports/RemoteReads.h"
+
+#include "board/Board.h"
+#include "entries/OwnEntries.h"
+
+#include <algorithm>
+
+namespace orvo::sim {
+
+namespace {
+
+constexpr std::chrono::milliseconds goneInterval{500}; // at which a sleeper looks whether the server is there
+constexpr std::chrono::milliseconds troubledInterval{5}; // at which it asks while faults may be due
+
+int bytesOf(std::size_t words) noexcept {
+    return static_cast<int>(words * sizeof(std::uint32_t));
+}
+
+} // namespace
+
+int RemoteRead::read(void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs) {
+    const std::size_t words = bytes / sizeof(std::uint32_t);
+    if (queue_ && queue_->reader() != server_.number())
+        if (const int refused = claim(); refused != 0) return refused;
+    if (!queue_ || !buffer || words == 0) return ask(buffer, words, 0); // which says what is wrong
+    auto* const out = static_cast<std::uint32_t*>(buffer);
+    if (!server_.isGone() && board_.isPlain() && queue_->holds(words))
+        return bytesOf(queue_->take(out, words));
+    return readPatiently(out, words, timeoutMs);
+}
+
+/// The program that claimed a queue last reads it; one that lost it so reads no more until it opens the board
+/// again, or the other leaves.
+int RemoteRead::claim() {
+    if (queue_->isClaimed && queue_->reader() != 0) return OrvoSimHalQueueTaken;
+    const int result = server_.claim(device_, number_);
+    queue_->isClaimed = result == 0;
+    return result;
+}
+
+int RemoteRead::readPatiently(std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
+    const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        const auto leftMs = static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0));
+        if (server_.findGone()) return OrvoSimHalBoardGone;
+        const int result = readNow(out, words, leftMs);
+        if (result != queueNotReady) return result;
+        queue_->await(words, std::min(board_.isPlain() ? goneInterval : troubledInterval, left));
+    }
+}
+
+/// `queueNotReady` while there is time left to wait for words.
+int RemoteRead::readNow(std::uint32_t* out, std::size_t words, std::uint32_t leftMs) {
+    if (!board_.isPlain() || (board_.isPlayed(number_) && !queue_->holds(1))) return ask(out, words, leftMs);
+    if (leftMs != 0 && !queue_->holds(words)) return queueNotReady;
+    if (!queue_->holds(words)) board_.drain(replyLimit); // frames of this program may be on their way here
+    const std::size_t count = queue_->take(out, words);
+    return count != 0 ? bytesOf(count) : static_cast<int>(HalTimeout);
+}
+
+int RemoteRead::ask(void* out, std::size_t words, std::uint32_t leftMs) {
+    const auto bytes = std::min(words * sizeof(std::uint32_t), maxBlockBytes);
+    return server_.call(EntryId::readQueueBriefly, OrvoSimHalBoardGone, &own::readQueueBriefly)(
+        device_, number_, out, static_cast<std::uint32_t>(bytes), leftMs);
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: MIT
+#include "share/Remote.h"
+
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace orvo::sim {
+
+constinit std::array<std::atomic<RemoteBoard*>, maxBoards> Remote::boards_{};
+
+std::unique_ptr<Remote> Remote::connect(const std::filesystem::path& path) {
+    auto socket = MessageSocket::connect(path);
+    if (!socket.isOpen()) return nullptr;
+    MessageWriter out;
+    out.put(Greeting{});
+    std::vector<std::byte> room(maxMessageBytes);
+    const auto message = socket.send(out.bytes()) ? socket.receive(room, replyLimit) : std::nullopt;
+    if (!message) return nullptr;
+    MessageReader in(*message);
+    const auto greeting = in.take<Greeting>();
+    const std::string root(in.takeText());
+    if (!in.isWhole() || !greeting.isOurs())
+        throw std::runtime_error("the server at '" + path.string() +
+                                 "' is of another version of this software; start one of this installation");
+    return std::unique_ptr<Remote>(new Remote(std::move(socket), path.string(), root, greeting.number));
+}
+
+Remote::Remote(MessageSocket socket, std::string path, std::filesystem::path root, std::uint32_t number)
+    : socket_(std::move(socket)), path_(std::move(path)), root_(std::move(root)), number_(number),
+      process_(getpid()), room_(maxMessageBytes) {}
+
+std::optional<MessageReader> Remote::ask(MessageBytes request,
+                                         std::vector<Descriptor>* descriptors) noexcept {
+    if (isGone() || getpid() != process_) return std::nullopt;
+    std::vector<Descriptor> none;
+    const auto message = socket_.send(request)
+                             ? socket_.receive(room_, replyLimit, descriptors ? *descriptors : none)
+                             : std::nullopt;
+    if (message)
+        if (MessageReader reply(*message); reply.take<std::uint32_t>() == requests_) return reply;
+    isGone_.store(true, std::memory_order_relaxed);
+    socket_.shutDown();
+    return std::nullopt;
+}
+
+bool Remote::findGone() noexcept {
+    if (!isGone() && socket_.isPeerGone()) isGone_.store(true, std::memory_order_relaxed);
+    return isGone();
+}
+
+void Remote::drain() noexcept {
+    if (isGone()) return;
+    for (const auto& board : boards_)
+        if (const RemoteBoard* const attached = board.load(std::memory_order_acquire))
+            attached->drain(replyLimit);
+}
+
+RemoteBoard* Remote::attach(void* device) {
+    const std::lock_guard turn(turn_);
+    auto& place = boards_[indexOf(device)];
+    if (RemoteBoard* const found = place.load(std::memory_order_acquire)) return found;
+    MessageWriter request;
+    request.put(EntryId::attachBoard);
+    request.put(++requests_);
+    request.put(device);
+    std::vector<Descriptor> memory;
+    auto reply = ask(request.bytes(), &memory);
+    if (!reply || reply->take<int>() != 0 || memory.size() != MessageSocket::maxDescriptors) return nullptr;
+    try {
+        using Access = MappedMemory::Access;
+        const auto pageBytes = std::filesystem::file_size("/proc/self/fd/" + std::to_string(memory[0].get()));
+        auto page = MappedMemory::of(std::move(memory[0]), pageBytes, Access::ReadOnly);
+        auto channel = MappedMemory::of(std::move(memory[1]), sizeof(Channel), Access::ReadWrite);
+        place.store(new RemoteBoard(std::move(page), std::move(channel), *this), std::memory_order_release);
+    } catch (const std::system_error&) { // no memory: the board cannot be used
+    }
+    return place.load(std::memory_order_acquire);
+}
+
+int Remote::claim(void* device, unsigned queue) {
+    const std::lock_guard turn(turn_);
+    MessageWriter request;
+    request.put(EntryId::claimQueue);
+    request.put(++requests_);
+    request.put(device);
+    request.put(queue);
+    auto reply = ask(request.bytes());
+    return reply ? reply->take<int>() : static_cast<int>(OrvoSimHalBoardGone);
+}
+
+/// A program that opens the board anew may read the queues that another took from it.
+void Remote::noteOpened(void* device) {
+    if (RemoteBoard* const known = boards_[indexOf(device)].load(std::memory_order_acquire))
+        known->forgetClaims();
+}
+
+} // namespace orvo::sim

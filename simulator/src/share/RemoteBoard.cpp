@@ -1,0 +1,133 @@
+// SPDX-License-Identifier: MIT
+#include "share/RemoteBoard.h"
+
+#include "base/Patience.h"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace orvo::sim {
+
+namespace {
+
+using SteadyClock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds patience{5}; // with a server that takes no frames
+
+/// Gives the processor up until `holds()`; false when it does not within `limit`, or the server is gone.
+template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWatch& server, Holds holds) {
+    if (holds()) return true;
+    const auto end = SteadyClock::now() + limit;
+    while (!comesSoon(holds)) {
+        if (SteadyClock::now() >= end || server.findGone()) return false;
+        usleep(20);
+    }
+    return true;
+}
+
+} // namespace
+
+TransmitSlot& RemoteTransmitter::openNext() noexcept {
+    slot_ = comesWithin(patience, server_, [this] { return !isFull(); })
+                ? &ring_.slot[ring_.published.load(std::memory_order_relaxed) % TransmitRing::slots]
+                : &lost_;
+    slot_->units.store(0, std::memory_order_relaxed);
+    slot_->begins.store(0, std::memory_order_relaxed);
+    return *slot_;
+}
+
+void RemoteTransmitter::complete() noexcept {
+    const bool isLost = &open() == &lost_;
+    slot_ = nullptr;
+    if (isLost) return;
+    // Sequentially consistent with the server's flag: either it sees the frame before it sleeps, or this
+    // thread sees that it sleeps.
+    ring_.published.store(ring_.published.load(std::memory_order_relaxed) + 1, std::memory_order_seq_cst);
+    if (ring_.isAsleep.load(std::memory_order_seq_cst) != 0) wakeSleepers(&ring_.published);
+}
+
+bool RemoteTransmitter::drain(std::chrono::milliseconds limit) const noexcept {
+    const auto published = ring_.published.load(std::memory_order_acquire);
+    return comesWithin(limit, server_, [&] {
+        return static_cast<std::int32_t>(published - ring_.consumed.load(std::memory_order_acquire)) <= 0;
+    });
+}
+
+std::size_t RemoteQueue::take(std::uint32_t* out, std::size_t most) noexcept {
+    const std::size_t mask = QueueWindow::ringWords(window_.capacityWords) - 1;
+    for (;;) {
+        const auto begin = from();
+        const auto count =
+            std::min<std::uint64_t>(most, window_.tail.load(std::memory_order_acquire) - begin);
+        const std::size_t at = begin & mask;
+        const std::size_t untilWrap = std::min<std::size_t>(count, mask + 1 - at);
+        std::memcpy(out, window_.ring() + at, untilWrap * sizeof *out);
+        std::memcpy(out + untilWrap, window_.ring(), (count - untilWrap) * sizeof *out);
+        std::atomic_thread_fence(std::memory_order_acquire);
+        if (window_.clearTo.load(std::memory_order_relaxed) > begin)
+            continue; // perhaps overwritten meanwhile
+        place_.position.store(begin + count, std::memory_order_release);
+        return count;
+    }
+}
+
+void RemoteQueue::await(std::size_t wanted, std::chrono::nanoseconds limit) noexcept {
+    const auto isThere = [&] { return holds(wanted); };
+    if (wordsKeepComing_ && comesSoon(isThere)) return;
+    const auto begin = SteadyClock::now();
+    place_.isAsleep.store(1, std::memory_order_seq_cst);
+    const auto tail = static_cast<std::uint32_t>(window_.tail.load(std::memory_order_seq_cst));
+    if (!holds(wanted)) sleepOn(window_.bell(), tail, limit);
+    place_.isAsleep.store(0, std::memory_order_relaxed);
+    wordsKeepComing_ = SteadyClock::now() - begin < soon + wakeTime;
+}
+
+RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& server)
+    : page_(std::move(page)),
+      channel_(std::move(channel)), transmitters_{RemoteTransmitter(this->channel().rings[0], server),
+                                                  RemoteTransmitter(this->channel().rings[1], server),
+                                                  RemoteTransmitter(this->channel().rings[2], server),
+                                                  RemoteTransmitter(this->channel().rings[3], server)} {
+    for (unsigned port = 0; port < maxPorts; ++port)
+        for (unsigned kind = 0; kind < queuesPerPort; ++kind)
+            if (const auto* const window = this->page().window(port, kind))
+                queues_[port][kind].emplace(*window, this->channel().readers[port][kind]);
+}
+
+bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexcept {
+    if (static_cast<Register>(address & ~portBits) != Register::GigeTxTransferActive || !takes(address) ||
+        !page().isPlain())
+        return false;
+    const auto& port = page().port[portOf(address)];
+    const auto& transmitter = transmitters_[portOf(address)];
+    if (port.hasLineRate.load(std::memory_order_relaxed) == 0) {
+        value = transmitter.isFull() ? 1 : 0;
+    } else {
+        const auto now = SteadyClock::now().time_since_epoch();
+        value = transmitter.underway() != 0 || std::chrono::nanoseconds(port.busyUntil.load()) > now ? 1 : 0;
+    }
+    return true;
+}
+
+RemoteQueue* RemoteBoard::queue(unsigned number) noexcept {
+    const unsigned port = number % firstActionQueue, kind = number / firstActionQueue;
+    if (port >= maxPorts || kind >= queuesPerPort || !queues_[port][kind]) return nullptr;
+    return &*queues_[port][kind];
+}
+
+bool RemoteBoard::isPlayed(unsigned queue) const noexcept {
+    return queue < maxPorts && page().port[queue].isPlayed.load(std::memory_order_relaxed) != 0;
+}
+
+bool RemoteBoard::drain(std::chrono::milliseconds limit) const noexcept {
+    return std::ranges::all_of(transmitters_, [limit](const auto& one) { return one.drain(limit); });
+}
+
+void RemoteBoard::forgetClaims() noexcept {
+    for (auto& port : queues_)
+        for (auto& queue : port)
+            if (queue) queue->isClaimed = false;
+}
+
+} // namespace orvo::sim

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+// Serves the boards of this process to other programs.
+#pragma once
+
+#include "base/Descriptor.h"
+#include "share/ServedClient.h"
+
+#include <filesystem>
+#include <list>
+#include <string>
+#include <thread>
+
+namespace orvo::sim {
+
+class Server {
+public:
+    static constexpr std::size_t maxClients = 64;
+
+    /// Listens at the socket of that name; replaces one that a server left behind when it was killed. Throws
+    /// std::runtime_error, one sentence, when another server lives there, or the socket cannot be made.
+    explicit Server(const std::string& name);
+    /// Removes the socket and ends all connections.
+    ~Server();
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+
+    const std::filesystem::path& path() const noexcept { return path_; }
+
+private:
+    void run() noexcept;
+    void admit();
+
+    const std::filesystem::path path_;
+    const Descriptor socket_;
+    const Descriptor bell_;           // a client has ended, or the server is to
+    std::list<ServedClient> clients_; // this and the next are the thread's
+    std::uint32_t lastNumber_ = 0;
+    std::atomic<bool> isEnding_{false};
+    std::thread thread_;
+};
+
+} // namespace orvo::sim

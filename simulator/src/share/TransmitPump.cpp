@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#include "share/TransmitPump.h"
+
+#include "base/Patience.h"
+#include "base/Threads.h"
+
+#include <algorithm>
+
+namespace orvo::sim {
+
+namespace {
+
+constexpr std::chrono::hours noLimit{1}; // of a sleep, which ends when frames come
+
+constexpr std::size_t mostUnits = 4096; // a port counts no more writes of one frame, which is too long anyway
+
+} // namespace
+
+SlotContent::SlotContent(const TransmitSlot& slot) noexcept
+    : begins(slot.begins.load(std::memory_order_relaxed) != 0),
+      units(std::min<std::size_t>(slot.units.load(std::memory_order_relaxed), mostUnits)),
+      count(2 * std::min(units, bytes.size() / 2)) {
+    std::memcpy(bytes.data(), slot.bytes.data(), count);
+}
+
+TransmitPump::TransmitPump(Board& board, unsigned port, TransmitRing& ring)
+    : board_(board), port_(port), ring_(ring), thread_(startThread([this] { run(); })) {}
+
+/// Rings until the thread has heard it: the word that it sleeps on belongs to the program.
+TransmitPump::~TransmitPump() {
+    isEnding_.store(true);
+    while (!hasEnded_.load()) {
+        wakeSleepers(&ring_.published);
+        usleep(100);
+    }
+    thread_.join();
+}
+
+void TransmitPump::run() noexcept {
+    while (!isEnding_.load(std::memory_order_relaxed)) {
+        carry();
+        awaitFrames();
+    }
+    carry();
+    const SlotContent open(ring_.slot[consumed_ % TransmitRing::slots]);
+    if (open.begins || open.units != 0) board_.loadFrame(port_, open.begins, open.content(), open.units);
+    hasEnded_.store(true);
+}
+
+/// At most a ring of frames: a position further ahead is none.
+void TransmitPump::carry() noexcept {
+    const auto published = ring_.published.load(std::memory_order_acquire);
+    if (published - consumed_ > TransmitRing::usable) consumed_ = published;
+    while (consumed_ != published) {
+        const SlotContent frame(ring_.slot[consumed_ % TransmitRing::slots]);
+        board_.transmitFrame(port_, frame.begins, frame.content(), frame.units);
+        ring_.consumed.store(++consumed_, std::memory_order_release);
+    }
+    ring_.consumed.store(consumed_, std::memory_order_release);
+}
+
+bool TransmitPump::hasWork() const noexcept {
+    return ring_.published.load(std::memory_order_seq_cst) != consumed_ ||
+           isEnding_.load(std::memory_order_relaxed);
+}
+
+void TransmitPump::awaitFrames() noexcept {
+    if (hasWork() || (framesKeepComing_ && comesSoon([this] { return hasWork(); }))) return;
+    const auto begin = std::chrono::steady_clock::now();
+    ring_.isAsleep.store(1, std::memory_order_seq_cst);
+    if (!hasWork()) sleepOn(&ring_.published, consumed_, noLimit);
+    ring_.isAsleep.store(0, std::memory_order_relaxed);
+    framesKeepComing_ = std::chrono::steady_clock::now() - begin < soon + wakeTime;
+}
+
+} // namespace orvo::sim

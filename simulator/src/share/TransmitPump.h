@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+// Carries one program's frames for one port from its ring into the port's transmitter.
+#pragma once
+
+#include "board/Board.h"
+#include "share/Channel.h"
+
+#include <atomic>
+#include <thread>
+
+namespace orvo::sim {
+
+/// A thread of its own, so that programs and ports do not wait for each other. Whatever the program writes
+/// into the ring, frames of its own are the worst that comes of it.
+class TransmitPump {
+public:
+    TransmitPump(Board& board, unsigned port, TransmitRing& ring);
+    /// Sends what was published, and leaves a frame that was begun in the port's transmit buffer.
+    ~TransmitPump();
+    TransmitPump(const TransmitPump&) = delete;
+    TransmitPump& operator=(const TransmitPump&) = delete;
+
+private:
+    void run() noexcept;
+    void carry() noexcept;
+    void awaitFrames() noexcept;
+    bool hasWork() const noexcept;
+
+    Board& board_;
+    const unsigned port_;
+    TransmitRing& ring_;
+    std::uint32_t consumed_ = 0; // the ring's copy of it is the program's to read, and may lie
+    bool framesKeepComing_ = true;
+    std::atomic<bool> isEnding_{false};
+    std::atomic<bool> hasEnded_{false};
+    std::thread thread_;
+};
+
+/// What a slot holds, each number read once and in its bounds.
+struct SlotContent {
+    explicit SlotContent(const TransmitSlot& slot) noexcept;
+    bool begins;
+    std::size_t units;
+    std::array<std::uint8_t, Transmitter::bufferBytes> bytes; ///< a copy that the program cannot change
+    std::size_t count = 0;                                    ///< of bytes
+    std::span<const std::uint8_t> content() const noexcept { return std::span(bytes).first(count); }
+};
+
+} // namespace orvo::sim
