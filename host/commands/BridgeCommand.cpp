@@ -4,6 +4,8 @@
 #include "commands/HostProgram.h"
 #include "traffic/BridgeRun.h"
 
+#include <cstdio>
+
 namespace orvo::host {
 namespace {
 
@@ -20,13 +22,24 @@ public:
                                           "ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
             },
             "Give the TAP an IP address, and set its link up");
+        line()
+            .text("-w,--write", "FILE", request_.recording,
+                  "Record both directions as pcapng; - is standard output, for a pipe")
+            .notEmpty();
+        line()
+            .text("--prometheus", "FILE", request_.metricsFile, "Rewrite FILE with metrics once a second")
+            .notEmpty();
         addTrafficOptions(line(), request_, json_);
     }
 
     int run() override {
         const auto report = runBridge(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? print(jsonOfBridge(report)) : print(textOfBridge(report));
+        const auto text = json_ ? jsonText(jsonOfBridge(report)) : textOfBridge(report);
+        if (request_.recording == CaptureOutput::standardOutput)
+            std::fputs(text.c_str(), stderr); // standard output is the recording
+        else
+            print(text);
         return isAccounted ? Done : DifferencesFound;
     }
 

@@ -9,6 +9,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <csignal>
 #include <numeric>
 
 namespace orvo::host {
@@ -20,10 +21,7 @@ constexpr std::size_t bufferBytes = 65'536; // a TAP's MTU is at most 65,521 byt
 constexpr int returnPauseMs = 200;          // between two attempts to attach to a TAP that is gone
 constexpr int framesAtOnce = 1024;          // read from the TAP before other events are polled
 constexpr std::chrono::seconds observeInterval{1};
-
-template <std::size_t count> std::uint64_t sumOf(const std::array<std::uint64_t, count>& numbers) noexcept {
-    return std::accumulate(numbers.begin(), numbers.end(), std::uint64_t{0});
-}
+constexpr std::chrono::seconds reopenInterval{1};
 
 template <std::size_t count>
 std::array<std::uint64_t, count> valuesOf(const std::array<LiveCounter, count>& counters) {
@@ -42,16 +40,18 @@ const char* textOfTapDrop(TapDrop reason) {
     return texts[static_cast<std::size_t>(reason)];
 }
 
-std::uint64_t BridgeTotals::droppedFrames() const noexcept {
-    return sumOf(unsendable) + sumOf(undelivered);
+std::uint64_t BridgeTotals::takenFromPort() const noexcept {
+    return std::accumulate(undelivered.begin(), undelivered.end(), toTap.frames);
 }
 
-Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, Hooks hooks)
-    : port_(port), tap_(tap), hooks_(std::move(hooks)), buffer_(bufferBytes) {}
+Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
+               BridgeRecording* recording, Hooks hooks)
+    : port_(port), tap_(tap), requests_(requests), recording_(recording), hooks_(std::move(hooks)),
+      buffer_(bufferBytes) {}
 
 BridgeTotals Bridge::totals() const {
     return {toPort_.sent.value(), toTap_.delivered.value(), valuesOf(toPort_.dropped),
-            valuesOf(toTap_.dropped)};
+            valuesOf(toTap_.dropped), toPort_.whileReleased.value()};
 }
 
 void Bridge::run() {
@@ -68,19 +68,24 @@ void Bridge::run() {
         failure = std::current_exception();
     }
     stopRequested_ = true;
+    letReceive(true);
     portThread.join();
     if (failure_) failure = failure_;
     if (failure) std::rethrow_exception(failure);
 }
 
 void Bridge::carryToPort() {
-    std::array<pollfd, 3> sources = {{{tap_.descriptor(), POLLIN, 0},
+    std::array<pollfd, 4> sources = {{{tap_.descriptor(), POLLIN, 0},
                                       {endDescriptor(), POLLIN, 0},
-                                      {portFailed_.descriptor(), POLLIN, 0}}};
-    const auto& [tap, ended, failed] = sources;
+                                      {portFailed_.descriptor(), POLLIN, 0},
+                                      {requests_.descriptor(), POLLIN, 0}}};
+    const auto& [tap, ended, failed, asked] = sources;
     while (endRequested() == 0) {
-        if (poll(sources.data(), sources.size(), -1) < 0) continue; // a signal: the loop checks for it
+        if (poll(sources.data(), sources.size(), pollLimitMs()) < 0)
+            continue; // a signal: the loop checks for it
         if (ended.revents != 0 || failed.revents != 0) break;
+        if (asked.revents != 0) answerRequests();
+        if (device_ == Device::Reopening) attemptReopening();
         if ((tap.revents & POLLERR) != 0)
             awaitTap();
         else {
@@ -105,7 +110,51 @@ void Bridge::sendWaiting() {
     }
 }
 
+int Bridge::pollLimitMs() const noexcept {
+    constexpr std::chrono::milliseconds limit = reopenInterval;
+    return device_ == Device::Reopening ? static_cast<int>(limit.count()) : -1;
+}
+
+void Bridge::answerRequests() {
+    while (const auto request = requests_.next())
+        if (*request == SIGUSR1)
+            hooks_.report();
+        else
+            switchDevice();
+}
+
+void Bridge::switchDevice() {
+    if (device_ != Device::Open) {
+        device_ = Device::Reopening;
+        return;
+    }
+    letReceive(false);
+    if (hooks_.release())
+        device_ = Device::Released;
+    else
+        letReceive(true);
+}
+
+void Bridge::attemptReopening() {
+    const auto now = std::chrono::steady_clock::now();
+    if (now < nextAttempt_) return;
+    nextAttempt_ = now + reopenInterval;
+    if (!hooks_.reopen()) return;
+    nextAttempt_ = {};
+    device_ = Device::Open;
+    letReceive(true);
+}
+
+void Bridge::letReceive(bool on) noexcept {
+    receives_ = on;
+    receives_.notify_one();
+}
+
 void Bridge::send(std::size_t bytes) {
+    if (device_ != Device::Open) {
+        toPort_.whileReleased.add(1);
+        return;
+    }
     CapturedFrame frame;
     frame.bytes = buffer_.data();
     frame.length = frame.originalLength = bytes;
@@ -115,6 +164,7 @@ void Bridge::send(std::size_t bytes) {
     }
     const auto padded = paddedFrame(frame);
     toPort_.sent.add(static_cast<std::size_t>(padded.size()));
+    if (recording_) recording_->add(BridgeRecording::Direction::ToPort, padded);
     port_.addToSendQueue(boost::make_shared<EthernetFrame>(padded));
     port_.transmitSendQueue();
 }
@@ -124,7 +174,11 @@ void Bridge::awaitTap() {
     hooks_.tell("TAP " + quoted(tap_.name()) + " is gone; frames are dropped until there is a TAP " +
                 "of that name again");
     pollfd ended{endDescriptor(), POLLIN, 0};
-    while (endRequested() == 0 && !tap_.takeAgain()) poll(&ended, 1, returnPauseMs);
+    while (endRequested() == 0 && !tap_.takeAgain()) {
+        poll(&ended, 1, returnPauseMs);
+        answerRequests();
+        if (device_ == Device::Reopening) attemptReopening();
+    }
     if (endRequested() != 0) return;
     hooks_.tapReturned();
     change(TapState::Gone, TapState::Working, "is back");
@@ -132,8 +186,10 @@ void Bridge::awaitTap() {
 
 void Bridge::carryToTap() noexcept {
     try {
-        while (!stopRequested_.load(std::memory_order_relaxed) && endRequested() == 0)
+        while (!stopRequested_.load(std::memory_order_relaxed) && endRequested() == 0) {
+            receives_.wait(false, std::memory_order_relaxed);
             if (const auto frame = port_.receive(nullptr)) deliver(frame->data());
+        }
     } catch (...) {
         failure_ = std::current_exception();
         portFailed_.raise();
@@ -142,6 +198,7 @@ void Bridge::carryToTap() noexcept {
 
 void Bridge::deliver(const QByteArray& frame) {
     const auto bytes = static_cast<std::size_t>(frame.size());
+    if (recording_) recording_->add(BridgeRecording::Direction::ToTap, frame);
     const auto drop = tap_.write(frame.constData(), bytes);
     const auto state = tapState_.load(std::memory_order_relaxed);
     if (!drop) {

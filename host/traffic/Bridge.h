@@ -3,9 +3,11 @@
 #pragma once
 
 #include "base/FileDescriptor.h"
+#include "base/RequestSignals.h"
 #include "frames/FrameCount.h"
 #include "frames/FramePreparation.h"
 #include "frames/TapDevice.h"
+#include "traffic/BridgeRecording.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
@@ -28,12 +30,14 @@ struct BridgeTotals {
     FrameCount toTap;
     std::array<std::uint64_t, dropReasonCount> unsendable{}; ///< frames of the TAP, by DropReason
     std::array<std::uint64_t, tapDropCount> undelivered{};   ///< frames of the port, by TapDrop
+    std::uint64_t whileReleased = 0;                         ///< frames of the TAP while there was no device
 
-    std::uint64_t droppedFrames() const noexcept;
+    std::uint64_t takenFromPort() const noexcept;
 };
 
 /// Carries frames from the TAP to the port on the calling thread, and from the port to the TAP on a thread of
-/// its own. Both sleep while there is no traffic.
+/// its own. Both sleep while there is no traffic. On SIGUSR2, traffic pauses and the device is released; on
+/// the next one it is opened again.
 class Bridge {
 public:
     struct Hooks {
@@ -41,10 +45,14 @@ public:
         std::function<void()> tapRead;     ///< about once a second while the TAP has frames; calling thread
         std::function<void()> tapReturned; ///< a deleted TAP is there again, and not set up; calling thread
         std::function<void()> ending;      ///< no more frames go to the port; calling thread
+        std::function<void()> report;      ///< SIGUSR1; calling thread
+        std::function<bool()> release;     ///< of the device; false when it failed; calling thread
+        std::function<bool()> reopen;      ///< one attempt, while nothing is received; calling thread
     };
 
-    /// Port and TAP must outlive it.
-    Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, Hooks hooks);
+    /// `recording` may be null; what is given must outlive the bridge. `requests` are SIGUSR1 and SIGUSR2.
+    Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
+           BridgeRecording* recording, Hooks hooks);
 
     /// Carries frames until a signal asks for the end; ending takes as long as one empty `receive` of the
     /// port. Errors: what the port throws.
@@ -55,6 +63,7 @@ public:
 
 private:
     enum class TapState { Working, Down, Gone };
+    enum class Device { Open, Released, Reopening };
 
     void carryToPort();
     void sendWaiting();
@@ -62,17 +71,28 @@ private:
     void send(std::size_t bytes);
     void awaitTap();
 
+    void answerRequests();
+    void switchDevice();
+    void attemptReopening();
+    int pollLimitMs() const noexcept;
+    void letReceive(bool on) noexcept;
+
     void carryToTap() noexcept;
     void deliver(const QByteArray& frame);
     void change(TapState from, TapState to, const std::string& news);
 
     core::zume::PhysicalNetworkInterface& port_;
     TapDevice& tap_;
+    const RequestSignals& requests_;
+    BridgeRecording* const recording_;
     const Hooks hooks_;
     std::vector<std::uint8_t> buffer_; // one frame of the TAP
     std::atomic<TapState> tapState_{TapState::Working};
     std::atomic<bool> stopRequested_{false};
-    std::chrono::steady_clock::time_point observedAt_{}; // the calling thread's
+    std::atomic<bool> receives_{true}; // false: the port's thread waits
+    Device device_ = Device::Open;     // this and the next two are the calling thread's
+    std::chrono::steady_clock::time_point nextAttempt_{};
+    std::chrono::steady_clock::time_point observedAt_{};
     EventFd portFailed_;
     std::exception_ptr failure_; // written by the port's thread, read after it has ended
 
@@ -80,6 +100,7 @@ private:
     struct alignas(64) {
         LiveFrameCount sent;
         std::array<LiveCounter, dropReasonCount> dropped;
+        LiveCounter whileReleased;
     } toPort_;
     struct alignas(64) {
         LiveFrameCount delivered;

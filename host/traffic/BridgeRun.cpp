@@ -7,91 +7,28 @@
 #include "base/NetworkNamespace.h"
 #include "base/Output.h"
 #include "base/Progress.h"
+#include "base/RequestSignals.h"
 #include "base/Signals.h"
 #include "device/Board.h"
+#include "device/FileConflicts.h"
+#include "inspect/watch/MetricsFile.h"
+#include "traffic/PortLosses.h"
+#include "traffic/ReinitializationRun.h"
+#include "traffic/TapEnd.h"
 
 #include <fmt/format.h>
 
-#include <numeric>
+#include <condition_variable>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <thread>
 
 namespace orvo::host {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-/// The bridge's TAP, with its address and link, and the frames of the host that its queue had no room for.
-class TapEnd {
-public:
-    explicit TapEnd(const BridgeRequest& request) : request_(request), device_(request.tap) {}
-    ~TapEnd() {
-        if (addressAdded_) removeAddress(request_.tap, *request_.address);
-    }
-    TapEnd(const TapEnd&) = delete;
-    TapEnd& operator=(const TapEnd&) = delete;
-
-    TapDevice& device() noexcept { return device_; }
-
-    void setUp() {
-        const auto& address = request_.address;
-        if (address) addressAdded_ = addAddress(request_.tap, *address);
-        if (request_.setUp || address) setLinkUp(request_.tap);
-    }
-
-    /// After the TAP went and came back.
-    void setUpAgain() {
-        observe();
-        try {
-            setUp();
-        } catch (const Failure& error) {
-            notice(error.what());
-        }
-    }
-
-    /// Reads the kernel's count of frames without room. The count ends with the interface: what was added
-    /// after the last reading is then unknown.
-    void observe() {
-        const auto now = unsentFrames(request_.tap);
-        if (now && seen_ && now->index == seen_->index) lost_.add(now->frames - seen_->frames); // modulo 2^32
-        seen_ = now;
-    }
-    /// Any thread.
-    std::uint64_t lostFrames() const noexcept { return lost_.value(); }
-
-private:
-    const BridgeRequest& request_;
-    TapDevice device_;
-    bool addressAdded_ = false; // and so to be removed in the end
-    std::optional<UnsentFrames> seen_ = unsentFrames(request_.tap);
-    LiveCounter lost_;
-};
-
-/// Frames that went no further at a port of the simulated board. On a real board only the plug-in's
-/// statistics show them.
-class PortLosses {
-public:
-    PortLosses(const BoardAccess& access, PortAddress port)
-        : access_(access), port_(port), before_(counts()) {}
-
-    /// Any thread.
-    void addTo(Drops& drops) const {
-        const auto now = counts();
-        drops.add("of the TAP that could not leave the port, its link being down or its wire busy",
-                  now.unsentFrames - before_.unsentFrames);
-        drops.add("of the wire while the port had no link", now.ignoredFrames - before_.ignoredFrames);
-        drops.add("of the wire for which the port's queue had no room",
-                  now.overflowFrames - before_.overflowFrames);
-        drops.add("of the wire that were damaged or too long", now.receiveErrors - before_.receiveErrors);
-    }
-
-private:
-    OrvoSimPort counts() const {
-        return access_.simulator ? access_.simulator->state(port_).value_or(OrvoSimPort{}) : OrvoSimPort{};
-    }
-
-    const BoardAccess& access_;
-    const PortAddress port_;
-    const OrvoSimPort before_;
-};
 
 Drops lossesOutside(const TapEnd& tap, const PortLosses& port) {
     Drops drops;
@@ -100,27 +37,8 @@ Drops lossesOutside(const TapEnd& tap, const PortLosses& port) {
     return drops;
 }
 
-/// Frames handed over that the plug-in did not send; its log names each of them.
-std::uint64_t unsentByPlugin(const BridgeReport& report) {
-    const auto sent = report.account.statistics.front().frames("Send");
-    const auto handed = report.totals.toPort.frames;
-    return sent && *sent < handed ? handed - *sent : 0;
-}
-
-void addOwnDrops(BridgeReport& report) {
-    const auto& totals = report.totals;
-    for (std::size_t i = 0; i < dropReasonCount; ++i)
-        report.drops.add(std::string("of the TAP ") + textOfDropReason(static_cast<DropReason>(i)),
-                         totals.unsendable[i]);
-    report.drops.add("of the TAP that the plug-in did not send", unsentByPlugin(report));
-    for (std::size_t i = 0; i < tapDropCount; ++i)
-        report.drops.add(textOfTapDrop(static_cast<TapDrop>(i)), totals.undelivered[i]);
-}
-
 HostCount hostCountOf(PortAddress port, const BridgeTotals& totals) {
-    const auto received =
-        std::accumulate(totals.undelivered.begin(), totals.undelivered.end(), totals.toTap.frames);
-    return {.port = port, .handed = totals.toPort.frames, .received = received};
+    return {.port = port, .handed = totals.toPort.frames, .received = totals.takenFromPort()};
 }
 
 /// The wire of a port must not end in the bridge's own TAP.
@@ -147,27 +65,142 @@ void tellReady(const BridgeRequest& request, const BridgeSetting& setting) {
     notice("port " + request.port.address.text() + " and " + request.tap + " are bridged; end with Ctrl-C");
 }
 
-std::string progressText(const BridgeTotals& totals, std::uint64_t lostOutside) {
-    return fmt::format("to the port {} ({:.1f} MB), to the TAP {} ({:.1f} MB), dropped {}",
-                       grouped(totals.toPort.frames), static_cast<double>(totals.toPort.bytes) / 1e6,
-                       grouped(totals.toTap.frames), static_cast<double>(totals.toTap.bytes) / 1e6,
-                       grouped(totals.droppedFrames() + lostOutside));
+/// Calls `work` once a second on a thread of its own.
+class EverySecond {
+public:
+    explicit EverySecond(std::function<void()> work)
+        : work_(std::move(work)), thread_([this](const std::stop_token& stop) { run(stop); }) {}
+
+private:
+    void run(const std::stop_token& stop) const {
+        std::mutex lock;
+        std::condition_variable_any stopped;
+        std::unique_lock guard(lock);
+        while (!stop.stop_requested()) {
+            work_();
+            stopped.wait_for(guard, stop, std::chrono::seconds{1}, [] { return false; });
+        }
+    }
+
+    const std::function<void()> work_;
+    std::jthread thread_; // last: it uses the other
+};
+
+/// A bridge with everything that a user sees of it while it runs.
+class LiveBridge {
+public:
+    LiveBridge(const BridgeRequest& request, const BoardAccess& access, TrafficRun& traffic, TapEnd& tap,
+               const RequestSignals& requests, BridgeRecording* recording)
+        : request_(request), traffic_(traffic), tap_(tap), losses_(access, request.port.address),
+          reopening_(traffic.device(request.port.address)),
+          bridge_(traffic.port(request.port.address), tap.device(), requests, recording, hooks()) {}
+
+    void run(const BridgeSetting& setting, MetricsFile& metrics) {
+        tellReady(request_, setting);
+        std::optional<EverySecond> writing;
+        std::optional<Progress> progress;
+        {
+            const SignalShield handledHere; // the threads inherit it
+            if (metrics.isWanted()) writing.emplace([&] { metrics.renew(metricsOfBridge(report())); });
+            if (!setting.ready) progress.emplace([this] { return progressText(); });
+        }
+        bridge_.run();
+        duration_ = Clock::now() - begin_;
+    }
+
+    /// The report so far. Any thread.
+    BridgeReport report() const {
+        BridgeReport report{
+            .request = request_, .totals = bridge_.totals(), .drops = lossesOutside(tap_, losses_)};
+        report.duration = duration_.count() != 0 ? duration_ : Clock::now() - begin_;
+        report.account.events = traffic_.events();
+        report.addOwnDrops();
+        return report;
+    }
+
+    /// The report of the whole bridge. Call it once, after `run`.
+    BridgeReport finish() {
+        tap_.observe();
+        auto report = this->report();
+        if (isReleased_) losses_.noteRelease(report.totals.takenFromPort(), false);
+        report.account = traffic_.finish({hostCountOf(request_.port.address, report.totals)});
+        report.drops = lossesOutside(tap_, losses_);
+        report.addOwnDrops();
+        return report;
+    }
+
+private:
+    Bridge::Hooks hooks() {
+        return {.tell = notice,
+                .tapRead = [this] { tap_.observe(); },
+                .tapReturned = [this] { tap_.setUpAgain(); },
+                .ending = [this] { traffic_.stop(); },
+                .report = [this] { std::fputs(textOfBridge(report()).c_str(), stderr); },
+                .release = [this] { return release(); },
+                .reopen = [this] { return reopen(); }};
+    }
+
+    std::string progressText() const {
+        const auto now = report();
+        const auto &toPort = now.totals.toPort, &toTap = now.totals.toTap;
+        return fmt::format("to the port {} ({:.1f} MB), to the TAP {} ({:.1f} MB), dropped {}",
+                           grouped(toPort.frames), static_cast<double>(toPort.bytes) / 1e6,
+                           grouped(toTap.frames), static_cast<double>(toTap.bytes) / 1e6,
+                           grouped(now.drops.frames()));
+    }
+
+    bool release() {
+        try {
+            traffic_.device(request_.port.address).releaseDevice();
+        } catch (const Failure& error) {
+            notice(error.what());
+            return false;
+        }
+        isReleased_ = true;
+        releasedAt_ = Clock::now();
+        lostOfTap_ = bridge_.totals().whileReleased;
+        notice("the device of port " + request_.port.address.text() +
+               " is released, and traffic pauses; SIGUSR2 opens it again");
+        return true;
+    }
+
+    bool reopen() {
+        if (!reopening_.attempt()) return false;
+        isReleased_ = false;
+        const auto totals = bridge_.totals();
+        const auto lostOfWire = losses_.noteRelease(totals.takenFromPort(), true);
+        const std::chrono::duration<double> time = Clock::now() - releasedAt_;
+        notice(fmt::format(
+            "the device of port {} is open again after {:.1f} s; lost meanwhile: {} of the TAP, {}",
+            request_.port.address.text(), time.count(), counted(totals.whileReleased - lostOfTap_, "frame"),
+            losses_.areKnown() ? counted(lostOfWire, "frame") + " of the wire"
+                               : "and what came from the wire"));
+        return true;
+    }
+
+    const BridgeRequest& request_;
+    TrafficRun& traffic_;
+    TapEnd& tap_;
+    PortLosses losses_;
+    DeviceReopening reopening_;
+    const Clock::time_point begin_ = Clock::now();
+    std::chrono::duration<double> duration_{0}; // once it has ended
+    bool isReleased_ = false;
+    Clock::time_point releasedAt_{};
+    std::uint64_t lostOfTap_ = 0; // until the release
+    Bridge bridge_;
+};
+
+/// Null when none is asked for. Errors: Failure when its file cannot be written.
+std::unique_ptr<BridgeRecording> openRecording(const BridgeRequest& request) {
+    if (request.recording.empty()) return nullptr;
+    return std::make_unique<BridgeRecording>(request.recording, request.port.address.text(), request.tap);
 }
 
-BridgeTotals carry(TrafficRun& traffic, TapEnd& tap, const PortLosses& portLosses,
-                   const BridgeRequest& request, const BridgeSetting& setting) {
-    Bridge bridge(traffic.port(request.port.address), tap.device(),
-                  {.tell = notice,
-                   .tapRead = [&] { tap.observe(); },
-                   .tapReturned = [&] { tap.setUpAgain(); },
-                   .ending = [&] { traffic.stop(); }});
-    tellReady(request, setting);
-    std::optional<Progress> progress;
-    if (!setting.ready)
-        progress.emplace(
-            [&] { return progressText(bridge.totals(), lossesOutside(tap, portLosses).frames()); });
-    bridge.run();
-    return bridge.totals();
+void refuseWires(const BridgeRequest& request, const BridgeSetting& setting,
+                 const SimulatorControl& simulator) {
+    refuseTapAsWire(request.tap, simulator.wire(request.port.address), !setting.wires);
+    if (!request.recording.empty()) refuseFilesOfWires({.written = {request.recording}}, simulator);
 }
 
 } // namespace
@@ -175,45 +208,29 @@ BridgeTotals carry(TrafficRun& traffic, TapEnd& tap, const PortLosses& portLosse
 BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& setting) {
     request.installation.requireRealTime();
     const auto port = request.port.address;
+    const RequestSignals requests{SIGUSR1, SIGUSR2};
     TapEnd tap(request); // first: a name that no TAP can have is the better reason
     for (const auto& option : request.installation.wires)
         refuseTapAsWire(request.tap, option.wire, option.address(port.board) == port);
+    const auto recording = openRecording(request);
+    MetricsFile metrics(request.metricsFile);
+    metrics.renew(metricsOfBridge({.request = request}));
     tap.setUp();
     const auto access = accessBoards(request, setting);
-    if (access.simulator) refuseTapAsWire(request.tap, access.simulator->wire(port), !setting.wires);
+    if (access.simulator) refuseWires(request, setting, *access.simulator);
     requireFrameRegisters(access.libraries, port);
     TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
     traffic.openLive();
 
-    BridgeReport report{.request = request};
-    const PortLosses portLosses(access, port);
-    const auto begin = Clock::now();
-    report.totals = carry(traffic, tap, portLosses, request, setting);
-    report.duration = Clock::now() - begin;
-    tap.observe();
-    report.account = traffic.finish({hostCountOf(port, report.totals)});
-    report.drops = lossesOutside(tap, portLosses);
-    addOwnDrops(report);
+    if (recording) recording->begin();
+    LiveBridge bridge(request, access, traffic, tap, requests, recording.get());
+    bridge.run(setting, metrics);
+    if (recording) recording->finish();
+    auto report = bridge.finish();
+    if (recording)
+        report.recording = BridgeRecordingReport{recording->recordedFrames(), recording->omittedFrames()};
+    metrics.renew(metricsOfBridge(report));
     return report;
-}
-
-std::string textOfBridge(const BridgeReport& report) {
-    const auto port = report.request.port.address.text();
-    const auto& tap = report.request.tap;
-    return countLine("to port", report.totals.toPort, "from " + tap + " to port " + port) +
-           countLine("to TAP", report.totals.toTap, "from port " + port + " to " + tap) +
-           report.drops.lines() + durationLine(report.duration) + statisticsText(report.account.statistics);
-}
-
-nlohmann::ordered_json jsonOfBridge(const BridgeReport& report) {
-    nlohmann::ordered_json document = {{"port", report.request.port.address.text()},
-                                       {"tap", report.request.tap},
-                                       {"toPort", jsonOfCount(report.totals.toPort)},
-                                       {"toTap", jsonOfCount(report.totals.toTap)},
-                                       {"dropped", report.drops.json()},
-                                       {"seconds", report.duration.count()}};
-    report.account.addTo(document);
-    return document;
 }
 
 } // namespace orvo::host

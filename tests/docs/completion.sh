@@ -26,7 +26,7 @@ offers() {
     failed=1
 }
 
-offers "replay reset" re
+offers "replay reset reinitialize" re
 offers "--version" --v
 offers "--help" boards --h
 offers "--write --wire" replay --w

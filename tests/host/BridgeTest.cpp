@@ -188,12 +188,62 @@ TEST_F(BridgeTest, EndsSoonOnASignalAndTakesItsTapAlongUnlessItWasReadyMade) {
             awaitLink(tap, process);
             process.signal(number);
             const auto begin = std::chrono::steady_clock::now();
-            EXPECT_EQ(process.wait().exitCode, 0);
+            const auto outcome = process.wait();
+            EXPECT_EQ(outcome.exitCode, 0);
+            EXPECT_THAT(outcome.err,
+                        MatchesRegex("(orvo-gige: port 0/0 and [a-z0-9]+ are bridged[^\n]*\n)?"));
             EXPECT_LT(std::chrono::steady_clock::now() - begin,
                       std::chrono::seconds(5)); // 0.2 s, unless others compute
             EXPECT_EQ(onHost(std::string("ip link show dev ") + tap).exitCode == 0,
                       std::string(tap) == "probe");
         }
+}
+
+TEST_F(BridgeTest, ReleasesTheDeviceOnASignalAndNamesWhatIsLostMeanwhile) {
+    const TemporaryFolder folder;
+    const auto recording = folder.file("both.pcapng"), metrics = folder.file("metrics.prom");
+    Process process(bridge({"--tap", "orvo0", "--address", "10.77.0.1/24", "--json", "--write", recording,
+                            "--prometheus", metrics}));
+    const auto says = [&](const std::string& text) {
+        process.reaches([&] { return process.errors().find(text) != std::string::npos; });
+    };
+    awaitLink("orvo0", process);
+    awaitAnswer();
+    says("are bridged");
+    process.signal(SIGUSR1);
+    says("to TAP    ");
+
+    process.signal(SIGUSR2);
+    says("is released");
+    onHost("ping -q -c 7 -W 0.1 -i 0.01 10.77.0.2");
+    run("ip -n " + camera + " neighbour replace 10.77.0.1 lladdr 02:00:00:00:00:01 dev eth");
+    run("ip netns exec " + camera + " ping -q -c 5 -W 0.1 -i 0.01 10.77.0.1");
+    process.signal(SIGUSR2);
+    says("is open again");
+    run("ip -n " + camera + " neighbour delete 10.77.0.1 dev eth");
+    expectAnswers("-c 3 -i 0.002");
+
+    process.signal(SIGUSR2); // it ends as soon while the device is released
+    process.reaches(
+        [&] { return process.errors().find("is released") != process.errors().rfind("is released"); });
+    process.signal(SIGTERM);
+    const auto outcome = process.wait();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    const auto report = json::parse(outcome.out);
+    EXPECT_GE(droppedFrames(report, "of the TAP while the device was released"), 7u);
+    EXPECT_GE(droppedFrames(report, "of the wire while the device was released"), 5u);
+    EXPECT_THAT(
+        outcome.err,
+        MatchesRegex("(.|\n)*lost meanwhile: [0-9]+ frames of the TAP, [0-9]+ frames of the wire(.|\n)*"));
+
+    const std::uint64_t sent = report["toPort"]["frames"], received = report["toTap"]["frames"];
+    EXPECT_EQ(report["recording"]["omitted"], 0);
+    EXPECT_EQ(report["recording"]["frames"], sent + received);
+    EXPECT_EQ(framesOf(recording).size(), sent + received);
+    EXPECT_THAT(contentOf(recording), AllOf(HasSubstr("to port 0/0"), HasSubstr("from port 0/0")));
+    EXPECT_THAT(contentOf(metrics),
+                HasSubstr("orvo_gige_bridge_frames_total{board=\"0\",port=\"0\",direction=\"to_port\"} " +
+                          std::to_string(sent) + "\n"));
 }
 
 TEST_F(BridgeTest, RefusesBadInputInOneLine) {
@@ -215,6 +265,8 @@ TEST_F(BridgeTest, RefusesBadInputInOneLine) {
         {{"--tap", "orvo0", "--wire", "0=packet:orvo0"}, 2, "leads back to the bridge's own TAP"},
         {{"--tap", "orvo0", "--wire", "1=tap:orvo0"}, 2, "'tap:orvo0' would be the TAP of the bridge itself"},
         {{"--tap", "orvo0", "--time", "virtual"}, 2, "runs in real time"},
+        {{"--tap", "orvo0", "--write", "/no/such/folder/file"}, 1, "'/no/such/folder/file'"},
+        {{"--tap", "orvo0", "--prometheus", "/no/such/folder/file"}, 1, "'/no/such/folder/file'"},
         {{"--tap", "orvo0", "--port", "9"}, 1, "Port id '9' not available"},
     };
     for (const auto& row : cases) {

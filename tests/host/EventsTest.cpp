@@ -55,7 +55,7 @@ TEST_F(EventsTest, PrintsEachReportUntilTheCountOrADurationOrASignal) {
         EXPECT_EQ(event["count"], i);
     }
 
-    const auto timed = runTool({"events", "--no-reset", "-d", "0.2", "--faults", storm(2)});
+    const auto timed = runTool({"events", "--no-reset", "-d", "1.5", "--faults", storm(2)});
     EXPECT_EQ(timed.exitCode, 0) << timed.err;
     EXPECT_THAT(timed.out,
                 MatchesRegex("(" + timePattern + " port 0/0: action command time-out, count [01]\n){2}"));
@@ -70,7 +70,7 @@ TEST_F(EventsTest, PrintsEachReportUntilTheCountOrADurationOrASignal) {
 
 TEST_F(EventsTest, OtherRunsTellAndCountThem) {
     const auto outcome = runTool({"capture", "--no-reset", "--write", folder.file("out.pcapng"), "--duration",
-                                  "0.3", "--json", "--faults", storm(1000)});
+                                  "1.5", "--json", "--faults", storm(1000)});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_EQ(json::parse(outcome.out)["events"], json::parse(R"([{"port": "0/0", "count": 1000}])"));
     EXPECT_THAT(outcome.err, HasSubstr("Z port 0/0: action command time-out, count 999\n"));
