@@ -9,6 +9,7 @@
 #include "device/PluginMessages.h"
 
 #include <algorithm>
+#include <cstdio>
 
 namespace orvo::host {
 namespace {
@@ -19,6 +20,43 @@ std::string joined(const std::vector<std::string>& causes) {
     for (const auto& line : causes) text += (text.empty() ? ": " : ", ") + line;
     return text;
 }
+
+bool has(const std::string& message, const char* text) {
+    return message.find(text) != std::string::npos;
+}
+
+/// While it lives, keeps the plug-in's warning from the console that frames wait in the port's queue: that is
+/// normal where the far end sends already, and the opening drops them. An overflow is printed.
+class FilledQueueWarning {
+public:
+    explicit FilledQueueWarning(const PluginLog& log)
+        : log_(log), subscription_(log.subscribe(WarningLevel, collect, this)) {}
+    ~FilledQueueWarning() {
+        log_.unsubscribe(subscription_);
+        if (overflowed_)
+            for (const auto& line : lines_) std::fprintf(stderr, "%s\n", line.c_str());
+    }
+    FilledQueueWarning(const FilledQueueWarning&) = delete;
+    FilledQueueWarning& operator=(const FilledQueueWarning&) = delete;
+
+private:
+    static int collect(void* context, const char*, std::uint32_t level, const char* message) {
+        auto& self = *static_cast<FilledQueueWarning*>(context);
+        const std::string line = message;
+        const bool isOverflow = has(line, " GVSP FIFO overflow: ");
+        if (level != WarningLevel || !(isOverflow || has(line, "Firmware fifo debug registers") ||
+                                       has(line, " GVCP FIFO not empty: ")))
+            return 0;
+        self.overflowed_ = self.overflowed_ || (isOverflow && !line.ends_with(": 0"));
+        self.lines_.push_back(line);
+        return 1;
+    }
+
+    const PluginLog& log_;
+    std::vector<std::string> lines_; // written by the callback; read once `unsubscribe` has waited for it
+    bool overflowed_ = false;        // likewise
+    std::uint64_t subscription_;     // last: the callback uses the others
+};
 
 std::string progressText() {
     return endRequested() == 0 ? "preparing the ports (resetting a board takes about 5 s)"
@@ -45,6 +83,7 @@ Port::~Port() {
 void Port::open() {
     const SignalShield noShortSleeps;
     LogCollector errors(log_, ErrorLevel);
+    const FilledQueueWarning frames(log_);
     if (!interface_->setup()) fail(errors.take(address_.text()));
     interface_->start();
     running_ = true;

@@ -30,6 +30,7 @@ BridgeRecording::BridgeRecording(const std::string& path, const std::string& por
              {"from port " + port, "frames of port " + port + " that go to " + tap}}) {}
 
 void BridgeRecording::begin() {
+    file_.endOn(ending_);
     file_.begin();
     isOpen_ = true;
     const SignalShield handledElsewhere; // the thread inherits it
@@ -48,6 +49,7 @@ std::uint64_t BridgeRecording::omittedFrames() const noexcept {
 void BridgeRecording::finish() noexcept {
     if (!isOpen_) return;
     isOpen_ = false;
+    ending_.raise();
     thread_.request_stop();
     thread_.join();
     try {

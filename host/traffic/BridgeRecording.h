@@ -2,6 +2,7 @@
 // Recording of a bridge: both directions in one file, each as an interface of its own.
 #pragma once
 
+#include "base/FileDescriptor.h"
 #include "frames/FrameCount.h"
 #include "frames/PcapngWriter.h"
 
@@ -59,6 +60,7 @@ private:
     void note(const char* failure) noexcept;
 
     const std::unique_ptr<std::array<Queue, directions>> queues_;
+    EventFd ending_;    // raised once a stalled reader of a pipe is no longer waited for
     PcapngWriter file_; // the thread's, while there is one
     bool isOpen_ = false;
     bool failed_ = false; // the thread's, while there is one

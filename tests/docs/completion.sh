@@ -26,7 +26,7 @@ offers() {
     failed=1
 }
 
-offers "replay reset" re
+offers "replay reset reinitialize" re
 offers "--version" --v
 offers "boards bridge" --json --root captures b
 offers "captures" --root ca

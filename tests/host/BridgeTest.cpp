@@ -219,7 +219,7 @@ TEST_F(BridgeTest, ReleasesTheDeviceOnASignalAndNamesWhatIsLostMeanwhile) {
     run("ip netns exec " + camera + " ping -q -c 5 -W 0.1 -i 0.01 10.77.0.1");
     process.signal(SIGUSR2);
     says("is open again");
-    run("ip -n " + camera + " neighbour flush dev eth");
+    run("ip -n " + camera + " neighbour delete 10.77.0.1 dev eth");
     expectAnswers("-c 3 -i 0.002");
 
     process.signal(SIGUSR2); // it ends as soon while the device is released
