@@ -4,6 +4,7 @@
 #include "base/Patience.h"
 
 #include <algorithm>
+#include <thread>
 
 #include <unistd.h>
 
@@ -101,12 +102,11 @@ bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexce
         return false;
     const auto& port = page().port[portOf(address)];
     const auto& transmitter = transmitters_[portOf(address)];
-    if (port.hasLineRate.load(std::memory_order_relaxed) == 0) {
-        value = transmitter.isFull() ? 1 : 0;
-    } else {
-        const auto now = SteadyClock::now().time_since_epoch();
-        value = transmitter.underway() != 0 || std::chrono::nanoseconds(port.busyUntil.load()) > now ? 1 : 0;
-    }
+    const bool hasRate = port.hasLineRate.load(std::memory_order_relaxed) != 0;
+    const bool isBehind = hasRate ? transmitter.underway() != 0 : transmitter.isFull();
+    if (isBehind) std::this_thread::yield(); // hosts poll, and the server may need this processor
+    const auto nowNs = [] { return std::chrono::nanoseconds(SteadyClock::now().time_since_epoch()).count(); };
+    value = isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
     return true;
 }
 
