@@ -29,10 +29,9 @@ bool has(const std::string& message, const char* text) {
 /// normal where the far end sends already, and the opening drops them. An overflow is printed.
 class FilledQueueWarning {
 public:
-    explicit FilledQueueWarning(const PluginLog& log)
-        : log_(log), subscription_(log.subscribe(WarningLevel, collect, this)) {}
+    explicit FilledQueueWarning(const PluginLog& log) : subscription_(log, WarningLevel, collect, this) {}
     ~FilledQueueWarning() {
-        log_.unsubscribe(subscription_);
+        subscription_.end();
         if (overflowed_)
             for (const auto& line : lines_) std::fprintf(stderr, "%s\n", line.c_str());
     }
@@ -52,10 +51,9 @@ private:
         return 1;
     }
 
-    const PluginLog& log_;
-    std::vector<std::string> lines_; // written by the callback; read once `unsubscribe` has waited for it
+    std::vector<std::string> lines_; // written by the callback; read after the subscription's end
     bool overflowed_ = false;        // likewise
-    std::uint64_t subscription_;     // last: the callback uses the others
+    LogSubscription subscription_;   // last: the callback uses the others
 };
 
 std::string progressText() {

@@ -191,8 +191,8 @@ TEST_F(HabitsTest, OptionsHaveTheSameShortNamesAndHelpKeepsToTheWidth) {
     }
     expectWidth(program, 60);
     EXPECT_THAT(runTool({"--help"}, {"COLUMNS=60"}).out,
-                HasSubstr("\n  replay      Send every frame of a capture through a port,\n"
-                          "              and receive what comes back\n"));
+                HasSubstr("\n  replay        Send every frame of a capture through a\n"
+                          "                port, and receive what comes back\n"));
 }
 
 // Standard output is a pipe without reader, so that the first write finds it gone.

@@ -109,9 +109,7 @@ TEST_F(ReplayCommandTest, TheReceiverCountsExactlyTheFramesWithAWrongCheckSequen
         EXPECT_EQ(report["received"]["frames"], 1000 - row.wrong);
         EXPECT_EQ(report["lost"], 0);
         EXPECT_EQ(report["verification"]["identical"], 1000 - row.wrong);
-        const auto errors = ": " + std::to_string(row.wrong);
-        EXPECT_THAT(report["statistics"][1]["lines"].get<std::vector<std::string>>(),
-                    testing::Contains(testing::EndsWith("Hardware Packet Errors " + errors)));
+        EXPECT_EQ(report["statistics"][1]["receiveErrors"], row.wrong);
         unsigned watched = 0;
         for (auto at = outcome.err.find("Detected "); at != std::string::npos;
              at = outcome.err.find("Detected ", at + 1))
