@@ -29,6 +29,9 @@ void serve(const std::string& name) {
     shareOwnBoards();
     if (serving().server) throw std::runtime_error("this process serves its boards already");
     if (!configurationError().empty()) throw std::runtime_error(takeConfigurationError());
+    for (const auto& board : simulation().boards())
+        if (board->memory().descriptor() < 0)
+            throw std::runtime_error("this process has used its boards already; serve before any other call");
     serving().server = std::make_unique<Server>(name);
     serving().path = serving().server->path();
 }
