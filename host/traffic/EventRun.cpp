@@ -15,7 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds longestPoll{60'000};
+constexpr std::chrono::milliseconds longestWait{60'000};
 
 /// Counts events down to a limit, on the thread that takes them.
 class EventPrinter {
@@ -56,8 +56,8 @@ void awaitEnd(const EventPrinter& printer, std::chrono::duration<double> time) {
     while (endRequested() == 0 && sources[1].revents == 0) {
         const auto left = time - (Clock::now() - begin);
         if (time.count() != 0 && left.count() <= 0) return;
-        const auto pause = time.count() == 0 || left > longestPoll
-                               ? longestPoll
+        const auto pause = time.count() == 0 || left > longestWait
+                               ? longestWait
                                : std::chrono::ceil<std::chrono::milliseconds>(left);
         poll(sources.data(), sources.size(), static_cast<int>(pause.count()));
     }

@@ -68,10 +68,10 @@ RemoteBoard* Remote::attach(void* device) {
     auto reply = ask(request.bytes(), &memory);
     if (!reply || reply->take<int>() != 0 || memory.size() != MessageSocket::maxDescriptors) return nullptr;
     try {
-        using Access = MappedMemory::Access;
         const auto pageBytes = std::filesystem::file_size("/proc/self/fd/" + std::to_string(memory[0].get()));
-        auto page = MappedMemory::of(std::move(memory[0]), pageBytes, Access::ReadOnly);
-        auto channel = MappedMemory::of(std::move(memory[1]), sizeof(Channel), Access::ReadWrite);
+        auto page = MappedMemory::of(std::move(memory[0]), pageBytes, MappedMemory::Access::ReadOnly);
+        auto channel =
+            MappedMemory::of(std::move(memory[1]), sizeof(Channel), MappedMemory::Access::ReadWrite);
         place.store(new RemoteBoard(std::move(page), std::move(channel), *this), std::memory_order_release);
     } catch (const std::system_error&) { // no memory: the board cannot be used
     }

@@ -15,7 +15,7 @@ namespace orvo::sim {
 namespace {
 
 // Frames to deliver before the wire looks at other events: some milliseconds' worth.
-constexpr int framesAtOnce = 4096;
+constexpr int framesInARow = 4096;
 
 [[noreturn]] void refuse(const std::string& name, const std::string& reason) {
     throw WireError("wire 'tap:" + name + "' cannot be used: " + reason);
@@ -72,7 +72,7 @@ int TapDevice::attach(int) noexcept {
 }
 
 void TapDevice::receive(FrameSink& port) noexcept {
-    for (int i = 0; i < framesAtOnce; ++i) {
+    for (int i = 0; i < framesInARow; ++i) {
         const ssize_t bytes = read(device_.get(), buffer_.data(), buffer_.size());
         if (bytes <= 0) return; // nothing more, or the TAP is gone
         const auto frameBytes = static_cast<std::size_t>(bytes);
