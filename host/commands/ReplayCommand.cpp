@@ -64,7 +64,7 @@ public:
         request_.hostMakesFcs = spoils || fcsMaker_ == "host";
         const auto report = runReplay(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? printReport(jsonOfReplay(report)) : printReport(textOfReplay(report));
+        json_ ? printReport(replayJson(report)) : printReport(replayText(report));
         if (report.interrupted) throw Interruption();
         return report.passed() && isAccounted ? Done : DifferencesFound;
     }

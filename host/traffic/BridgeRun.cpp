@@ -135,7 +135,7 @@ private:
                 .tapRead = [this] { tap_.observe(); },
                 .tapReturned = [this] { tap_.setUpAgain(); },
                 .ending = [this] { traffic_.stop(); },
-                .report = [this] { std::fputs(textOfBridge(report()).c_str(), stderr); },
+                .report = [this] { std::fputs(bridgeText(report()).c_str(), stderr); },
                 .release = [this] { return release(); },
                 .reopen = [this] { return reopen(); }};
     }

@@ -24,7 +24,7 @@ constexpr auto never = std::chrono::steady_clock::time_point::max();
 
 } // namespace
 
-const char* textOfCaptureEnd(CaptureEnd end) {
+const char* captureEndText(CaptureEnd end) {
     constexpr std::array texts = {"by a signal", "with the last frame wanted", "when its time was over",
                                   "because nobody reads on", "early, by a failure"};
     return texts[static_cast<std::size_t>(end)];

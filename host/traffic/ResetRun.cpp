@@ -41,13 +41,13 @@ ResetReport resetPort(const InstallationOptions& installation, PortAddress port)
     return report;
 }
 
-std::string textOfReset(const ResetReport& report) {
+std::string resetText(const ResetReport& report) {
     return fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
                        report.port.text(), linkText(report.before), report.resetSeconds,
                        linkText(report.after), report.linkSeconds);
 }
 
-nlohmann::ordered_json jsonOfReset(const ResetReport& report) {
+nlohmann::ordered_json resetJson(const ResetReport& report) {
     nlohmann::ordered_json document = {{"port", report.port.text()},
                                        {"linkBefore", linkText(report.before)},
                                        {"resetSeconds", report.resetSeconds},
