@@ -121,8 +121,7 @@ std::vector<Finding> Observation::findings() const {
     });
     if (risen.empty()) return {};
     return {
-        {Severity::Warning, "counters of trouble rose while the port was watched and its frames were read",
-         risen,
+        {Severity::Warning, "error counters rose while the port was watched and its frames were read", risen,
          "the page's charts show when; where frames arrive damaged, try another cable; where words or "
          "frames were lost for lack of room, let the device send slower, or give this program more of the "
          "processor"}};
