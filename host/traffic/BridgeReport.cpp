@@ -39,10 +39,10 @@ private:
 
 void BridgeReport::addOwnDrops() {
     for (std::size_t i = 0; i < dropReasonCount; ++i)
-        drops.add(std::string("of the TAP ") + dropReasonText(static_cast<DropReason>(i)),
+        drops.add(std::string("from the TAP: ") + dropReasonText(static_cast<DropReason>(i)),
                   totals.unsendable[i]);
-    drops.add("of the TAP while the device was released", totals.whileReleased);
-    drops.add("of the TAP that the plug-in did not send", unsentByPlugin(*this));
+    drops.add("from the TAP: device was released", totals.whileReleased);
+    drops.add("from the TAP: plug-in did not send it", unsentByPlugin(*this));
     for (std::size_t i = 0; i < tapDropCount; ++i)
         drops.add(tapDropText(static_cast<TapDrop>(i)), totals.undelivered[i]);
 }
