@@ -76,7 +76,7 @@ using Rows = std::vector<std::vector<std::string>>;
 
 void addRows(Rows& rows, const ListedBoard& listed) {
     const auto& board = listed.board;
-    std::vector<std::string> row = {std::to_string(board.index()), std::to_string(board.serial()),
+    std::vector<std::string> row = {std::to_string(board.index()), fmt::format("0x{:x}", board.serial()),
                                     fmt::format("0x{:x}", board.type()), board.name(), board.firmware()};
     if (listed.ports.empty()) {
         row.emplace_back("no GigE ports");
