@@ -23,8 +23,8 @@ std::uint32_t thresholdFrom(const std::string& digits, const std::string& name) 
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
     if (error == std::errc{} && end == digits.data() + digits.size() && value <= highestThreshold)
         return value;
-    throw std::invalid_argument("the threshold '" + digits + "' of '" + name + "' is no number from 0 to " +
-                                std::to_string(highestThreshold));
+    throw std::invalid_argument("the threshold '" + digits + "' of '" + name +
+                                "' is not a number from 0 to " + std::to_string(highestThreshold));
 }
 
 } // namespace

@@ -199,7 +199,8 @@ bool Program::parse(int argc, const char* const* argv, const std::string& advice
         printHelp();
         return false;
     } catch (const CLI::ParseError& error) {
-        const std::string what = error.what();
+        std::string what = error.what();
+        if (what.starts_with("A subcommand")) what.front() = 'a'; // as all errors begin
         throw UsageFailure(what.ends_with('?') ? what
                                                : what + "; " + (advice.empty() ? ownAdvice() : advice));
     }

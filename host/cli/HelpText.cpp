@@ -26,22 +26,37 @@ struct Entry {
 };
 using Entries = std::vector<Entry>;
 
+/// The words of `text`. One longer than `room` comes in pieces that end with a '|'.
+std::vector<std::string> wordsOf(const std::string& text, std::size_t room) {
+    std::vector<std::string> words;
+    std::istringstream stream(text);
+    for (std::string word; stream >> word; words.push_back(word))
+        while (word.size() > room) {
+            const auto bar = word.rfind('|', room - 1);
+            if (bar == std::string::npos) break;
+            words.push_back(word.substr(0, bar + 1));
+            word.erase(0, bar + 1);
+        }
+    return words;
+}
+
 /// `text` from column `indent` on; the first line has reached `column` already.
 std::string wrapped(const std::string& text, std::size_t column, std::size_t indent, std::size_t width) {
-    std::istringstream words(text);
     std::string result(column < indent ? indent - column : 0, ' ');
     column = std::max(column, indent);
     bool isFirst = true;
-    for (std::string word; words >> word; isFirst = false) {
-        if (!isFirst && column + 1 + word.size() > width) {
+    for (const auto& word : wordsOf(text, width - indent)) {
+        const bool continues = result.ends_with('|');
+        if (!isFirst && column + (continues ? 0 : 1) + word.size() > width) {
             result += "\n" + std::string(indent, ' ');
             column = indent;
-        } else if (!isFirst) {
+        } else if (!isFirst && !continues) {
             result += ' ';
             ++column;
         }
         result += word;
         column += word.size();
+        isFirst = false;
     }
     return result + "\n";
 }
@@ -55,7 +70,7 @@ std::string entriesText(const char* heading, const Entries& entries, std::size_t
     std::string text = std::string("\n") + heading + ":\n";
     for (const auto& [left, description] : entries) {
         const bool fits = left.size() + 4 <= indent;
-        text += "  " + left + (fits ? "" : "\n");
+        text += fits ? "  " + left : wrapped(left, 0, 2, width);
         text += wrapped(description, fits ? left.size() + 2 : 0, indent, width);
     }
     return text;

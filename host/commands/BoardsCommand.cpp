@@ -52,7 +52,7 @@ std::vector<ListedBoard> listBoards(const BoardAccess& access) {
     return boards;
 }
 
-nlohmann::ordered_json jsonOfBoard(const ListedBoard& listed) {
+nlohmann::ordered_json boardJson(const ListedBoard& listed) {
     auto ports = nlohmann::ordered_json::array();
     for (const auto& port : listed.ports) {
         nlohmann::ordered_json entry = {{"port", ports.size()}, {"link", linkText(port.link)}};
@@ -66,7 +66,7 @@ nlohmann::ordered_json jsonOfBoard(const ListedBoard& listed) {
 
 void printJson(const BoardAccess& access, const std::vector<ListedBoard>& boards) {
     auto list = nlohmann::ordered_json::array();
-    for (const auto& board : boards) list.push_back(jsonOfBoard(board));
+    for (const auto& board : boards) list.push_back(boardJson(board));
     print(nlohmann::ordered_json{{"root", access.installation.root().string()},
                                  {"simulated", access.simulator.has_value()},
                                  {"boards", std::move(list)}});
@@ -76,7 +76,7 @@ using Rows = std::vector<std::vector<std::string>>;
 
 void addRows(Rows& rows, const ListedBoard& listed) {
     const auto& board = listed.board;
-    std::vector<std::string> row = {std::to_string(board.index()), std::to_string(board.serial()),
+    std::vector<std::string> row = {std::to_string(board.index()), fmt::format("0x{:x}", board.serial()),
                                     fmt::format("0x{:x}", board.type()), board.name(), board.firmware()};
     if (listed.ports.empty()) {
         row.emplace_back("no GigE ports");

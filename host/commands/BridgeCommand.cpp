@@ -35,7 +35,7 @@ public:
     int run() override {
         const auto report = runBridge(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        const auto text = json_ ? jsonText(jsonOfBridge(report)) : textOfBridge(report);
+        const auto text = json_ ? jsonText(bridgeJson(report)) : bridgeText(report);
         if (request_.recording == CaptureOutput::standardOutput)
             std::fputs(text.c_str(), stderr); // standard output is the recording
         else

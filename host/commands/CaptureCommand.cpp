@@ -48,7 +48,7 @@ public:
     int run() override {
         const auto report = runCapture(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        const auto text = json_ ? jsonText(jsonOfCapture(report)) : textOfCapture(report);
+        const auto text = json_ ? jsonText(captureJson(report)) : captureText(report);
         if (request_.output.empty() || request_.output == FrameOutput::standardOutput)
             std::fputs(text.c_str(), stderr); // standard output has the frames
         else

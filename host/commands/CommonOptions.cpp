@@ -38,7 +38,8 @@ PortAddress portFrom(const std::string& text, std::optional<unsigned> givenBoard
 std::chrono::duration<double> secondsFrom(const std::string& text, double least, double most) {
     const auto seconds = decimalNumber(text);
     if (seconds && *seconds >= least && *seconds <= most) return std::chrono::duration<double>(*seconds);
-    throw WrongValue(fmt::format("{} is no number of seconds from {} to {:.0f}", quoted(text), least, most));
+    throw WrongValue(
+        fmt::format("{} is not a number of seconds from {} to {:.0f}", quoted(text), least, most));
 }
 
 void addRootOption(CommandLine& line, std::string& root) {

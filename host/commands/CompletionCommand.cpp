@@ -12,8 +12,7 @@ namespace {
 class CompletionCommand : public Command {
 public:
     explicit CompletionCommand(Program& program)
-        : Command(program, "completion", "Print the script with which a shell completes this command line"),
-          program_(program) {
+        : Command(program, "completion", "Print a completion script for bash or zsh"), program_(program) {
         line()
             .choice(
                 "SHELL", {"bash", "zsh"}, [this](const std::string& shell) { shell_ = shell; },

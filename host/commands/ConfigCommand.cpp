@@ -16,8 +16,7 @@ namespace {
 class ConfigCommand : public Command {
 public:
     explicit ConfigCommand(Program& program)
-        : Command(program, "config",
-                  "Show what is set for the plug-in, the libraries and this program, and where") {
+        : Command(program, "config", "Show every setting, its value, and where it comes from") {
         line()
             .choice(
                 "ACTION", {"show"}, [](const std::string&) {}, "Every value, with where it comes from")

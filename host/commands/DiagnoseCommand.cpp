@@ -22,14 +22,14 @@ constexpr double leastSeconds = 0.1; // of watching
 constexpr double mostSeconds = 3600;
 constexpr std::chrono::seconds usualTime{5};
 
-Json jsonOfChanges(const Changes& changes, const std::string& since) {
+Json changesJson(const Changes& changes, const std::string& since) {
     auto list = Json::array();
     for (const auto& change : changes)
         list.push_back({{"what", change.what}, {"before", change.before}, {"after", change.after}});
     return {{"since", since}, {"changes", std::move(list)}};
 }
 
-std::string textOfChanges(const Changes& changes, const std::string& since) {
+std::string changesText(const Changes& changes, const std::string& since) {
     std::string text = changes.empty() ? "nothing changed since " + since + "\n" : "";
     for (const auto& change : changes)
         text += fmt::format("{}: {} -> {}\n", oneLine(change.what),
@@ -100,7 +100,7 @@ public:
         publish(found, before);
         if (observation)
             files.write({time, access.installation.root().string(), std::move(found.document),
-                         std::move(found.dump), observation->track(), observation->takeLog(),
+                         std::move(found.dump), observation->history(), observation->takeLog(),
                          reported(readSettings(installation_.root))});
         return isAccounted ? Done : DifferencesFound;
     }
@@ -110,14 +110,13 @@ private:
     /// after the comparison.
     void publish(Diagnosed& found, const Json& before) const {
         const auto changes = oldFile_.empty() ? Changes() : changesBetween(before, found.document);
-        auto changesJson = jsonOfChanges(changes, oldFile_);
+        auto document = changesJson(changes, oldFile_);
         if (const auto& ledger = found.account.ledger)
-            found.document["faults"] = changesJson["faults"] = ledgerJson(*ledger);
+            found.document["faults"] = document["faults"] = ledgerJson(*ledger);
         if (json_)
-            printReport(oldFile_.empty() ? found.document : changesJson);
+            printReport(oldFile_.empty() ? found.document : document);
         else
-            printReport(oldFile_.empty() ? textOfDiagnosis(found.document)
-                                         : textOfChanges(changes, oldFile_));
+            printReport(oldFile_.empty() ? diagnosisText(found.document) : changesText(changes, oldFile_));
     }
 
     InstallationOptions installation_;

@@ -17,7 +17,7 @@ namespace {
 class DoctorCommand : public Command {
 public:
     explicit DoctorCommand(Program& program)
-        : Command(program, "doctor", "Find out whether this installation works, and what mends it if not") {
+        : Command(program, "doctor", "Check that this installation works, and show how to fix it") {
         addRootOption(line(), root_);
         addAddressOptions(line(), port_);
         line().flag("--json", json_, "Print JSON instead of text");

@@ -34,7 +34,7 @@ fs::path folderFor(const std::string& given) {
 class ExtcapCommand : public Command {
 public:
     explicit ExtcapCommand(Program& program)
-        : Command(program, "extcap", "Make the ports capture interfaces of Wireshark and tshark") {
+        : Command(program, "extcap", "Let Wireshark and tshark capture from the ports") {
         line()
             .choice(
                 "ACTION", {"install", "remove"}, [this](const std::string& action) { action_ = action; },

@@ -25,7 +25,7 @@ public:
     int run() override {
         const auto report = reinitializePort(installation_, port_, command_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? print(jsonOfReinitialization(report)) : print(textOfReinitialization(report));
+        json_ ? print(reinitializationJson(report)) : print(reinitializationText(report));
         if (report.exitCode != 0)
             throw Failure(host::quoted(command_[0]) + " ended with exit code " +
                           std::to_string(report.exitCode) +

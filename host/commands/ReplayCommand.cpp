@@ -12,8 +12,8 @@ namespace {
 Pace paceFrom(const std::string& text) {
     if (const auto pace = Pace::parse(text)) return *pace;
     throw WrongValue(
-        fmt::format("{} is none of recorded, max, a factor such as 2x ({:.6f}x to {:.0f}x), and frames "
-                    "per second such as 1000 ({} to {:.0f})",
+        fmt::format("{} is not a pace: give recorded, max, a factor such as 2x ({:.6f}x to {:.0f}x), or "
+                    "frames per second such as 1000 ({} to {:.0f})",
                     quoted(text), Pace::leastFactor, Pace::mostFactor, Pace::leastFramesPerSecond,
                     Pace::mostFramesPerSecond));
 }
@@ -64,7 +64,7 @@ public:
         request_.hostMakesFcs = spoils || fcsMaker_ == "host";
         const auto report = runReplay(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? printReport(jsonOfReplay(report)) : printReport(textOfReplay(report));
+        json_ ? printReport(replayJson(report)) : printReport(replayText(report));
         if (report.interrupted) throw Interruption();
         return report.passed() && isAccounted ? Done : DifferencesFound;
     }

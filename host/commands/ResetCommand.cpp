@@ -24,7 +24,7 @@ public:
     int run() override {
         const auto report = resetPort(installation_, port_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? printReport(jsonOfReset(report)) : printReport(textOfReset(report));
+        json_ ? printReport(resetJson(report)) : printReport(resetText(report));
         if (!isAccounted) return DifferencesFound;
         if (report.lostLink())
             throw Failure("port " + port_.text() +

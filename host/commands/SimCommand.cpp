@@ -35,7 +35,7 @@ struct Request {
     }
     PortAddress port() const {
         if (const auto address = PortAddress::parse(arguments.front())) return *address;
-        throw UsageFailure(quoted(arguments.front()) + " is no port; write BOARD/PORT, such as 0/1");
+        throw UsageFailure(quoted(arguments.front()) + " is not a port; write BOARD/PORT, such as 0/1");
     }
 };
 
@@ -130,7 +130,7 @@ void reportActionTimeouts(const Request& request) {
     const auto port = request.port();
     const auto count = request.arguments.size() > 1 ? wholeNumber(request.arguments[1]) : 1;
     if (!count || *count < 1 || *count > 0xFFFF)
-        throw UsageFailure(quoted(request.arguments[1]) + " is no count from 1 to 65535");
+        throw UsageFailure(quoted(request.arguments[1]) + " is not a count from 1 to 65535");
     const auto report =
         request.entry<decltype(::orvoSimReportActionCommandTimeout)>("orvoSimReportActionCommandTimeout");
     const int result = report(port.board, port.port, static_cast<std::uint16_t>(*count));

@@ -69,7 +69,7 @@ std::vector<PortAddress> addressesOf(const std::vector<PortHistory>& tracks) {
 class WatchCommand : public Command {
 public:
     explicit WatchCommand(Program& program)
-        : Command(program, "watch", "Show what all ports do, live, without taking part") {
+        : Command(program, "watch", "Show live counters of all ports without disturbing them") {
         addBoardOption(
             line(), [this](unsigned number) { board_ = number; }, "Only this board (default: all)");
         line().value(

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One board, read beside the plug-in: its description and its registers.
+// One board, accessed directly, without the plug-in: its description and its registers.
 #pragma once
 
 #include "device/BoardLibraries.h"

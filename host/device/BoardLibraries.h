@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The functions of the hardware access layer and the applet runtime that this program calls itself, beside
-// the plug-in.
+// The functions of the hardware access layer and the applet runtime that this program calls directly,
+// without the plug-in.
 #pragma once
 
 #include "base/DynamicLibrary.h"

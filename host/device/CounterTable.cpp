@@ -17,7 +17,7 @@ constexpr double bytesPerSecond = 1e9 / 8;
 constexpr unsigned firstActionQueue = 8;
 
 // In the order of CounterKind and CounterSource.
-constexpr const char* kindNames[] = {"state", "flag of trouble", "count", "count of trouble"};
+constexpr const char* kindNames[] = {"state", "error flag", "count", "error counter"};
 constexpr const char* sourceNames[] = {"hardware access layer", "PHY", "firmware register", "data queue",
                                        "simulated board"};
 

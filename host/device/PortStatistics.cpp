@@ -8,10 +8,10 @@
 namespace orvo::host {
 namespace {
 
-nlohmann::ordered_json jsonOfPort(const PortStatistics& statistics) {
+nlohmann::ordered_json portJson(const PortStatistics& statistics) {
     nlohmann::ordered_json entry = {{"port", statistics.port.text()}};
     for (const auto& [name, direction] : {std::pair("sent", "Send"), std::pair("received", "Recv")})
-        if (const auto count = statistics.count(direction)) entry[name] = jsonOfCount(*count);
+        if (const auto count = statistics.count(direction)) entry[name] = countJson(*count);
     for (const auto& [key, value] : figuresOf(statistics.lines)) entry[key] = value;
     return entry;
 }
@@ -40,7 +40,7 @@ std::string statisticsText(const std::vector<PortStatistics>& statistics) {
 
 nlohmann::ordered_json statisticsJson(const std::vector<PortStatistics>& statistics) {
     auto list = nlohmann::ordered_json::array();
-    for (const auto& entry : statistics) list.push_back(jsonOfPort(entry));
+    for (const auto& entry : statistics) list.push_back(portJson(entry));
     return list;
 }
 

@@ -38,8 +38,8 @@ public:
     void empty();
     void keep() noexcept { kept_ = true; }
 
-    /// Once `ending` is raised, a slow reader is waited for no longer than after a signal. `ending` must
-    /// outlive the file.
+    /// Once `ending` is raised, waits for a slow reader only as long as after a signal. `ending` must outlive
+    /// the file.
     void endOn(const EventFd& ending) noexcept { ending_ = ending.descriptor(); }
 
     /// Returns room for one block of this size, to be filled before the next call. Errors: as `flush`.

@@ -7,7 +7,7 @@
 
 namespace orvo::host {
 
-const char* textOfDropReason(DropReason reason) {
+const char* dropReasonText(DropReason reason) {
     constexpr std::array<const char*, dropReasonCount> texts = {
         "longer than 1514 bytes (1518 with frame check sequence)", "cut short by the capture's snap length",
         "shorter than an Ethernet header (14 bytes)"};

@@ -18,7 +18,7 @@ inline constexpr std::size_t ethernetHeaderBytes = 14;
 enum class DropReason { TooLong, CutShort, TooShort };
 inline constexpr std::size_t dropReasonCount = 3;
 
-const char* textOfDropReason(DropReason reason);
+const char* dropReasonText(DropReason reason);
 
 /// Why a frame cannot be sent; nothing when it can.
 std::optional<DropReason> dropReason(const CapturedFrame& frame) noexcept;

@@ -20,7 +20,7 @@ std::string countLine(const std::string& name, const FrameCount& count, const st
                       counted(count.frames, "frame") + ", " + counted(count.bytes, "byte") + " " + where);
 }
 
-nlohmann::ordered_json jsonOfCount(const FrameCount& count) {
+nlohmann::ordered_json countJson(const FrameCount& count) {
     return {{"frames", count.frames}, {"bytes", count.bytes}};
 }
 

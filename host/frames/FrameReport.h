@@ -21,7 +21,7 @@ std::string framesLine(const std::string& name, std::uint64_t frames, const std:
 
 /// "NAME      N frames, N bytes WHERE".
 std::string countLine(const std::string& name, const FrameCount& count, const std::string& where);
-nlohmann::ordered_json jsonOfCount(const FrameCount& count);
+nlohmann::ordered_json countJson(const FrameCount& count);
 
 std::string durationLine(std::chrono::duration<double> time);
 

@@ -18,7 +18,7 @@ struct GigeStreamPacket;
 class FrameDescriber {
 public:
     /// "SOURCE > DESTINATION TYPE LENGTH DETAILS"; addresses are the frame's own, the length is in bytes
-    /// without frame check sequence. Nothing of the frame's text reaches the line but addresses and numbers.
+    /// without frame check sequence. Of the frame's content, the line shows only addresses and numbers.
     std::string describe(Bytes frame);
 
 private:

@@ -74,7 +74,7 @@ enum class GigeForm : std::uint8_t {
 /// A packet of a stream. A block is an image or another piece of data: leader, payload packets from 1,
 /// trailer.
 struct GigeStreamPacket {
-    std::uint16_t status; ///< 0, 0x0100 resent, from 0x8000 on there is no data
+    std::uint16_t status; ///< 0, 0x0100 resent, 0x8000 and above: without data
     bool hasExtendedIds;
     std::uint64_t block; ///< 16 bits without extended ids, counted from 1
     GigeForm form;
@@ -85,8 +85,8 @@ struct GigeStreamPacket {
     bool isUnavailable() const noexcept { return (status & 0x8000u) != 0; }
 };
 
-/// Reads by form alone: any datagram that could be one. Whether a flow is a stream is for its leaders or its
-/// control traffic to say.
+/// Accepts any datagram that has the form of a stream packet. Only a flow's leaders or its control traffic
+/// show whether it really is a stream.
 std::optional<GigeStreamPacket> readGigeStream(Bytes datagram) noexcept;
 
 /// What a leader says of the image that follows.
@@ -95,7 +95,7 @@ struct GigeImage {
     std::uint32_t pixelFormat;
     std::uint32_t width, height; ///< pixels
 };
-/// Nothing for another kind of data, too.
+/// Nothing when the leader announces anything but an image.
 std::optional<GigeImage> readGigeImage(const GigeStreamPacket& leader) noexcept;
 
 /// Names for people: "read register", "access denied", "leader"; others by number.

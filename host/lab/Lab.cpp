@@ -112,7 +112,7 @@ int Lab::bridge() const {
         setLinkUp(hostInterface);
         kill(getppid(), SIGUSR1);
     };
-    printReport(textOfBridge(runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp})));
+    printReport(bridgeText(runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp})));
     return Done;
 }
 

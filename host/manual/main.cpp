@@ -46,7 +46,7 @@ std::string counterList() {
         list += fmt::format(
             ".It Li \"{}\"\n{}; {}{}, read from: {}, in JSON\n.Ql {} ,\nas metric\n.Ql {} .\n", row.name,
             roffText(row.meaning), *row.unit ? row.unit : "a flag",
-            row.isTrouble() ? ", a sign of trouble" : "", roffText(row.sourceOf("N")), row.key, row.metric());
+            row.isTrouble() ? ", an error if not 0" : "", roffText(row.sourceOf("N")), row.key, row.metric());
     });
     return list + ".El\n";
 }

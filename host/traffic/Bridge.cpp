@@ -33,10 +33,10 @@ std::array<std::uint64_t, count> valuesOf(const std::array<LiveCounter, count>& 
 
 } // namespace
 
-const char* textOfTapDrop(TapDrop reason) {
+const char* tapDropText(TapDrop reason) {
     constexpr std::array<const char*, tapDropCount> texts = {
-        "of the port for which the TAP had no room", "of the port while the TAP was down",
-        "of the port while the TAP was gone", "of the port that the TAP refused"};
+        "from the port: TAP queue full", "from the port: TAP down", "from the port: TAP gone",
+        "from the port: TAP refused it"};
     return texts[static_cast<std::size_t>(reason)];
 }
 

@@ -23,7 +23,7 @@
 
 namespace orvo::host {
 
-const char* textOfTapDrop(TapDrop reason);
+const char* tapDropText(TapDrop reason);
 
 struct BridgeTotals {
     FrameCount toPort; ///< padding included

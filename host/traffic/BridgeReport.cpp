@@ -39,15 +39,15 @@ private:
 
 void BridgeReport::addOwnDrops() {
     for (std::size_t i = 0; i < dropReasonCount; ++i)
-        drops.add(std::string("of the TAP ") + textOfDropReason(static_cast<DropReason>(i)),
+        drops.add(std::string("from the TAP: ") + dropReasonText(static_cast<DropReason>(i)),
                   totals.unsendable[i]);
-    drops.add("of the TAP while the device was released", totals.whileReleased);
-    drops.add("of the TAP that the plug-in did not send", unsentByPlugin(*this));
+    drops.add("from the TAP: device was released", totals.whileReleased);
+    drops.add("from the TAP: plug-in did not send it", unsentByPlugin(*this));
     for (std::size_t i = 0; i < tapDropCount; ++i)
-        drops.add(textOfTapDrop(static_cast<TapDrop>(i)), totals.undelivered[i]);
+        drops.add(tapDropText(static_cast<TapDrop>(i)), totals.undelivered[i]);
 }
 
-std::string textOfBridge(const BridgeReport& report) {
+std::string bridgeText(const BridgeReport& report) {
     const auto port = report.request.port.address.text();
     const auto& tap = report.request.tap;
     auto text = countLine("to port", report.totals.toPort, "from " + tap + " to port " + port) +
@@ -61,11 +61,11 @@ std::string textOfBridge(const BridgeReport& report) {
     return text + durationLine(report.duration) + report.account.text();
 }
 
-nlohmann::ordered_json jsonOfBridge(const BridgeReport& report) {
+nlohmann::ordered_json bridgeJson(const BridgeReport& report) {
     nlohmann::ordered_json document = {{"port", report.request.port.address.text()},
                                        {"tap", report.request.tap},
-                                       {"toPort", jsonOfCount(report.totals.toPort)},
-                                       {"toTap", jsonOfCount(report.totals.toTap)},
+                                       {"toPort", countJson(report.totals.toPort)},
+                                       {"toTap", countJson(report.totals.toTap)},
                                        {"dropped", report.drops.json()},
                                        {"seconds", report.duration.count()}};
     if (report.recording)

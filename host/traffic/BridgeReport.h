@@ -42,8 +42,8 @@ struct BridgeReport {
     void addOwnDrops();
 };
 
-std::string textOfBridge(const BridgeReport& report);
-nlohmann::ordered_json jsonOfBridge(const BridgeReport& report);
+std::string bridgeText(const BridgeReport& report);
+nlohmann::ordered_json bridgeJson(const BridgeReport& report);
 /// In Prometheus' text exposition format.
 std::string metricsOfBridge(const BridgeReport& report);
 

@@ -32,7 +32,7 @@ using Clock = std::chrono::steady_clock;
 
 Drops lossesOutside(const TapEnd& tap, const PortLosses& port) {
     Drops drops;
-    drops.add("of the host for which the TAP's queue had no room", tap.lostFrames());
+    drops.add("from the host: TAP queue full", tap.lostFrames());
     port.addTo(drops);
     return drops;
 }
@@ -135,7 +135,7 @@ private:
                 .tapRead = [this] { tap_.observe(); },
                 .tapReturned = [this] { tap_.setUpAgain(); },
                 .ending = [this] { traffic_.stop(); },
-                .report = [this] { std::fputs(textOfBridge(report()).c_str(), stderr); },
+                .report = [this] { std::fputs(bridgeText(report()).c_str(), stderr); },
                 .release = [this] { return release(); },
                 .reopen = [this] { return reopen(); }};
     }
@@ -171,9 +171,9 @@ private:
         const auto lostOfWire = losses_.noteRelease(totals.takenFromPort(), true);
         const std::chrono::duration<double> time = Clock::now() - releasedAt_;
         notice(fmt::format(
-            "the device of port {} is open again after {:.1f} s; lost meanwhile: {} of the TAP, {}",
+            "the device of port {} is open again after {:.1f} s; lost meanwhile: {} from the TAP, {}",
             request_.port.address.text(), time.count(), counted(totals.whileReleased - lostOfTap_, "frame"),
-            losses_.areKnown() ? counted(lostOfWire, "frame") + " of the wire"
+            losses_.areKnown() ? counted(lostOfWire, "frame") + " from the wire"
                                : "and what came from the wire"));
         return true;
     }

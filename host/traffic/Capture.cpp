@@ -24,9 +24,10 @@ constexpr auto never = std::chrono::steady_clock::time_point::max();
 
 } // namespace
 
-const char* textOfCaptureEnd(CaptureEnd end) {
-    constexpr std::array texts = {"by a signal", "with the last frame wanted", "when its time was over",
-                                  "because nobody reads on", "early, by a failure"};
+const char* captureEndText(CaptureEnd end) {
+    constexpr std::array texts = {"by a signal", "after the requested number of frames",
+                                  "after the requested time", "because the reader closed the pipe",
+                                  "early, because of an error"};
     return texts[static_cast<std::size_t>(end)];
 }
 

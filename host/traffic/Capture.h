@@ -24,7 +24,7 @@ struct CaptureLimits {
 };
 
 enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure };
-const char* textOfCaptureEnd(CaptureEnd end);
+const char* captureEndText(CaptureEnd end);
 
 struct CaptureTotals {
     FrameCount received;

@@ -89,7 +89,7 @@ std::uint64_t CaptureReport::unwrittenFrames() const noexcept {
     return result.totals.received.frames - result.totals.filteredOut - writtenFrames() - overwrittenFrames;
 }
 
-std::string textOfCapture(const CaptureReport& report) {
+std::string captureText(const CaptureReport& report) {
     const auto& [totals, end, failure] = report.result;
     const auto& request = report.request;
     auto text = countLine("received", totals.received, "at port " + request.port.address.text());
@@ -101,16 +101,16 @@ std::string textOfCapture(const CaptureReport& report) {
         text += framesLine("lost", frames, "that could not be written");
     if (const auto frames = report.unreadFrames())
         text += framesLine("unread", frames, "that the reader did not take any more");
-    return text + durationLine(report.duration) + reportLine("ended", textOfCaptureEnd(end)) +
+    return text + durationLine(report.duration) + reportLine("ended", captureEndText(end)) +
            report.account.text();
 }
 
-nlohmann::ordered_json jsonOfCapture(const CaptureReport& report) {
+nlohmann::ordered_json captureJson(const CaptureReport& report) {
     const auto& [totals, end, failure] = report.result;
     auto files = nlohmann::ordered_json::array();
     for (const auto& file : report.files) files.push_back({{"file", file.path}, {"frames", file.frames}});
     nlohmann::ordered_json document = {{"port", report.request.port.address.text()},
-                                       {"received", jsonOfCount(totals.received)},
+                                       {"received", countJson(totals.received)},
                                        {"filteredOut", totals.filteredOut},
                                        {"written", report.writtenFrames()},
                                        {"overwritten", report.overwrittenFrames},
@@ -118,7 +118,7 @@ nlohmann::ordered_json jsonOfCapture(const CaptureReport& report) {
                                        {"unread", report.unreadFrames()},
                                        {"files", std::move(files)},
                                        {"seconds", report.duration.count()},
-                                       {"ended", textOfCaptureEnd(end)}};
+                                       {"ended", captureEndText(end)}};
     report.account.addTo(document);
     return document;
 }

@@ -44,7 +44,7 @@ private:
 /// the first frame; a later one is in the report.
 CaptureReport runCapture(const CaptureRequest& request);
 
-std::string textOfCapture(const CaptureReport& report);
-nlohmann::ordered_json jsonOfCapture(const CaptureReport& report);
+std::string captureText(const CaptureReport& report);
+nlohmann::ordered_json captureJson(const CaptureReport& report);
 
 } // namespace orvo::host

@@ -35,12 +35,12 @@ void waitFor(Seconds time) {
 }
 
 /// For a flag, its present value if it was not set at first.
-std::uint64_t growthOfTrouble(const PortHistory& track, Counter counter) {
+std::uint64_t growthOfTrouble(const PortHistory& port, Counter counter) {
     const auto& row = rowOf(counter);
-    const auto& figure = track.of(counter);
+    const auto& figure = port.of(counter);
     if (row.kind == CounterKind::TroubleCount) return figure.sinceStart.value_or(0);
     if (row.kind != CounterKind::TroubleFlag) return 0;
-    const auto& history = track.series(counter);
+    const auto& history = port.series(counter);
     const auto first = std::ranges::find_if(history, [](const auto& value) { return value.has_value(); });
     return first != history.end() && *first == 0. ? figure.value.value_or(0) : 0;
 }
@@ -51,7 +51,7 @@ Observation::Observation(const BoardAccess& access, PortAddress port, Seconds ti
     : access_(access), port_(port), time_(time),
       interval_(std::max(shortestInterval, (time + longestDiagnosis) / readingsAtMost)),
       captureFile_(std::move(captureFile)), log_(access.installation), runLog_(log_),
-      track_(port, historyLength) {}
+      history_(port, historyLength) {}
 
 Observation::~Observation() = default;
 
@@ -98,7 +98,7 @@ void Observation::readOnce(double seconds) {
     for (auto& [port, sample] : sampler_->take()) {
         if (port != port_) continue;
         sample.seconds = seconds;
-        track_.add(sample);
+        history_.add(sample);
     }
 }
 
@@ -114,15 +114,14 @@ void Observation::record(core::zume::PhysicalNetworkInterface& port, FrameReceiv
 std::vector<Finding> Observation::findings() const {
     std::string risen;
     forEachCounter([&](Counter counter, const CounterRow& row) {
-        const auto growth = growthOfTrouble(track_, counter);
+        const auto growth = growthOfTrouble(history_, counter);
         if (growth == 0) return;
         risen += fmt::format("{}{} by {} ({})", risen.empty() ? "" : ", ", row.name, grouped(growth),
                              row.sourceOf(std::to_string(port_.port)));
     });
     if (risen.empty()) return {};
     return {
-        {Severity::Warning, "counters of trouble rose while the port was watched and its frames were read",
-         risen,
+        {Severity::Warning, "error counters rose while the port was watched and its frames were read", risen,
          "the page's charts show when; where frames arrive damaged, try another cable; where words or "
          "frames were lost for lack of room, let the device send slower, or give this program more of the "
          "processor"}};

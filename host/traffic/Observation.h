@@ -41,7 +41,7 @@ public:
     void goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
 
     /// After `goOn`: the readings, findings from them, frames taken from the port, messages.
-    const PortHistory& track() const noexcept { return track_; }
+    const PortHistory& history() const noexcept { return history_; }
     std::vector<Finding> findings() const;
     std::uint64_t receivedFrames() const noexcept { return receivedFrames_; }
     std::vector<LoggedMessage> takeLog() { return runLog_.take(); }
@@ -61,7 +61,7 @@ private:
     const PluginLog log_;
     RunLog runLog_;
     std::unique_ptr<Sampler> sampler_;
-    PortHistory track_;   // the thread's, while there is one
+    PortHistory history_; // the thread's, while there is one
     std::jthread thread_; // last: it uses the others
 };
 

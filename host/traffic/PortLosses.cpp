@@ -10,13 +10,11 @@ PortLosses::PortLosses(const BoardAccess& access, PortAddress port)
 
 void PortLosses::addTo(Drops& drops) const {
     const auto now = counts();
-    drops.add("of the TAP that could not leave the port, its link being down or its wire busy",
-              now.unsentFrames - before_.unsentFrames);
-    drops.add("of the wire while the port had no link", now.ignoredFrames - before_.ignoredFrames);
-    drops.add("of the wire for which the port's queue had no room",
-              now.overflowFrames - before_.overflowFrames);
-    drops.add("of the wire that were damaged or too long", now.receiveErrors - before_.receiveErrors);
-    drops.add("of the wire while the device was released", whileReleased_.value());
+    drops.add("from the TAP: port had no link or wire was busy", now.unsentFrames - before_.unsentFrames);
+    drops.add("from the wire: port had no link", now.ignoredFrames - before_.ignoredFrames);
+    drops.add("from the wire: receive queue full", now.overflowFrames - before_.overflowFrames);
+    drops.add("from the wire: damaged or too long", now.receiveErrors - before_.receiveErrors);
+    drops.add("from the wire: device was released", whileReleased_.value());
 }
 
 std::uint64_t PortLosses::noteRelease(std::uint64_t taken, bool isReopened) {

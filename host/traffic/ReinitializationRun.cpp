@@ -74,7 +74,7 @@ ReinitializationReport reinitializePort(const InstallationOptions& installation,
     return report;
 }
 
-std::string textOfReinitialization(const ReinitializationReport& report) {
+std::string reinitializationText(const ReinitializationReport& report) {
     const auto command =
         report.command.empty()
             ? std::string()
@@ -84,7 +84,7 @@ std::string textOfReinitialization(const ReinitializationReport& report) {
                        counted(report.attempts, "attempt"));
 }
 
-nlohmann::ordered_json jsonOfReinitialization(const ReinitializationReport& report) {
+nlohmann::ordered_json reinitializationJson(const ReinitializationReport& report) {
     nlohmann::ordered_json document = {{"port", report.port.text()},
                                        {"releaseSeconds", report.releaseSeconds}};
     if (!report.command.empty())

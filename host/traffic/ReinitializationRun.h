@@ -46,7 +46,7 @@ struct ReinitializationReport {
 ReinitializationReport reinitializePort(const InstallationOptions& installation, PortAddress port,
                                         const std::vector<std::string>& command);
 
-std::string textOfReinitialization(const ReinitializationReport& report);
-nlohmann::ordered_json jsonOfReinitialization(const ReinitializationReport& report);
+std::string reinitializationText(const ReinitializationReport& report);
+nlohmann::ordered_json reinitializationJson(const ReinitializationReport& report);
 
 } // namespace orvo::host

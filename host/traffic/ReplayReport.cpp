@@ -26,7 +26,7 @@ double megabitPerSecond(const ReplayReport& report) {
 Drops dropsOf(const ReplayReport& report) {
     Drops drops;
     for (std::size_t i = 0; i < dropReasonCount; ++i)
-        drops.add(textOfDropReason(static_cast<DropReason>(i)), report.result.dropped[i]);
+        drops.add(dropReasonText(static_cast<DropReason>(i)), report.result.dropped[i]);
     return drops;
 }
 
@@ -46,7 +46,7 @@ std::string verificationLines(const ReplayReport& report) {
     return text;
 }
 
-nlohmann::ordered_json jsonOfVerification(const ReplayReport& report) {
+nlohmann::ordered_json verificationJson(const ReplayReport& report) {
     const auto& found = *report.verification;
     return {{"passed", report.passed()},
             {"identical", found.identical},
@@ -68,7 +68,7 @@ std::uint64_t ReplayReport::lostFrames() const noexcept {
     return verification ? verification->lost : result.missingFrames();
 }
 
-std::string textOfReplay(const ReplayReport& report) {
+std::string replayText(const ReplayReport& report) {
     const auto& result = report.result;
     auto text = countLine("read", result.read, "from " + report.request.inputName());
     text += countLine("sent", result.sent, "through port " + report.request.port.address.text());
@@ -93,17 +93,17 @@ std::string textOfReplay(const ReplayReport& report) {
     return text + report.account.text();
 }
 
-nlohmann::ordered_json jsonOfReplay(const ReplayReport& report) {
+nlohmann::ordered_json replayJson(const ReplayReport& report) {
     const auto& result = report.result;
     nlohmann::ordered_json document = {
         {"input", report.request.input},
         {"sendingPort", report.request.port.address.text()},
         {"receivingPort", report.receivingPort.text()},
-        {"read", jsonOfCount(result.read)},
-        {"sent", jsonOfCount(result.sent)},
+        {"read", countJson(result.read)},
+        {"sent", countJson(result.sent)},
         {"checkSequence",
          {{"madeBy", report.request.hostMakesFcs ? "host" : "board"}, {"wrong", result.spoiled}}},
-        {"received", jsonOfCount(result.received)},
+        {"received", countJson(result.received)},
         {"dropped", dropsOf(report).json()},
         {"lost", report.lostFrames()},
         {"seconds", secondsOf(result.duration)},
@@ -115,7 +115,7 @@ nlohmann::ordered_json jsonOfReplay(const ReplayReport& report) {
     };
     if (!report.request.output.empty())
         document["output"] = {{"file", report.request.output}, {"frames", report.writtenFrames}};
-    if (report.verification) document["verification"] = jsonOfVerification(report);
+    if (report.verification) document["verification"] = verificationJson(report);
     report.account.addTo(document);
     return document;
 }

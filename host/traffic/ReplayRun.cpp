@@ -43,7 +43,7 @@ void refuseUnfitting(const ReplayRequest& request) {
     if (request.times != 1 && !isRegularFile(request))
         throw UsageFailure(
             request.inputName() +
-            " is no regular file and can be read only once; leave --loop out, or save it first");
+            " is not a regular file and can be read only once; leave --loop out, or save it first");
     if (request.sending.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
         throw UsageFailure("--pace waits in real time; leave --time virtual out");
 }

@@ -45,7 +45,7 @@ struct ReplayReport {
 /// replay early. Errors: Failure, UsageFailure; Interruption before the first frame.
 ReplayReport runReplay(const ReplayRequest& request);
 
-std::string textOfReplay(const ReplayReport& report);
-nlohmann::ordered_json jsonOfReplay(const ReplayReport& report);
+std::string replayText(const ReplayReport& report);
+nlohmann::ordered_json replayJson(const ReplayReport& report);
 
 } // namespace orvo::host

@@ -26,6 +26,11 @@ void reset(const BoardAccess& access, TrafficRun& traffic, ResetReport& report) 
     report.after = readLink(access, report.port);
 }
 
+const char* afterwards(const ResetReport& report) {
+    if (report.after == Link::Up) return report.before == Link::Up ? "link up again" : "link up";
+    return report.after == Link::Down ? "link still down" : "link unknown";
+}
+
 } // namespace
 
 ResetReport resetPort(const InstallationOptions& installation, PortAddress port) {
@@ -41,13 +46,12 @@ ResetReport resetPort(const InstallationOptions& installation, PortAddress port)
     return report;
 }
 
-std::string textOfReset(const ResetReport& report) {
-    return fmt::format("port {}: link {} before, reset took {:.1f} s, link {} after {:.1f} s more\n",
-                       report.port.text(), linkText(report.before), report.resetSeconds,
-                       linkText(report.after), report.linkSeconds);
+std::string resetText(const ResetReport& report) {
+    return fmt::format("port {}: link was {}; reset took {:.1f} s; {} after {:.1f} s\n", report.port.text(),
+                       linkText(report.before), report.resetSeconds, afterwards(report), report.linkSeconds);
 }
 
-nlohmann::ordered_json jsonOfReset(const ResetReport& report) {
+nlohmann::ordered_json resetJson(const ResetReport& report) {
     nlohmann::ordered_json document = {{"port", report.port.text()},
                                        {"linkBefore", linkText(report.before)},
                                        {"resetSeconds", report.resetSeconds},

@@ -24,7 +24,7 @@ struct ResetReport {
 /// Resets the PHY of a port, about 2 s, and waits for its link. Errors: Failure, Interruption.
 ResetReport resetPort(const InstallationOptions& installation, PortAddress port);
 
-std::string textOfReset(const ResetReport& report);
-nlohmann::ordered_json jsonOfReset(const ResetReport& report);
+std::string resetText(const ResetReport& report);
+nlohmann::ordered_json resetJson(const ResetReport& report);
 
 } // namespace orvo::host

@@ -30,7 +30,7 @@ TEST(ThresholdsTest, EachNameHasItsOwnAndTheRestTheDefaultOrTheTextIsRefused) {
         {"guard.library", "'guard.library' is not of the form NAME=THRESHOLD"},
         {"=4", "'=4' is not of the form"},
         {"*=4,", "'' is not of the form"},
-        {"a=8", "'8' of 'a' is no number from 0 to 7"},
+        {"a=8", "'8' of 'a' is not a number from 0 to 7"},
         {"a=-1", "'-1' of 'a'"},
         {"a=", "'' of 'a'"},
         {"a=4x", "'4x' of 'a'"},

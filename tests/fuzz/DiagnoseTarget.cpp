@@ -13,7 +13,7 @@ namespace {
 void showAll(const DumpReport& report) {
     for (const bool wasDown : {false, true}) {
         const auto diagnosis = diagnosisOf(report, "0/1", wasDown);
-        orvo::test::demand(!textOfDiagnosis(diagnosis).empty());
+        orvo::test::demand(!diagnosisText(diagnosis).empty());
         orvo::test::demand(changesBetween(diagnosis, diagnosis).empty());
         diagnosis.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     }
@@ -47,7 +47,7 @@ void readKept(const std::string& text) {
     const orvo::test::MemoryFile file(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
     const auto diagnosis = readDiagnosis(file.path());
     changesBetween(diagnosis, diagnosisOf({}, "0/1", false));
-    textOfDiagnosis(diagnosisOf({}, "0/1", false));
+    diagnosisText(diagnosisOf({}, "0/1", false));
 }
 
 } // namespace

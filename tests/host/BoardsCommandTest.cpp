@@ -39,7 +39,7 @@ TEST(BoardsCommandTest, ListsBoardsPortsLinksAndWires) {
     const auto text = runTool({"boards"}, environment).out;
     EXPECT_THAT(text, testing::StartsWith("BOARD  SERIAL    TYPE"));
     EXPECT_THAT(text,
-                testing::ContainsRegex("0 +77 +0xa40 +First +1.0 +0 +up +loopback\n +1 +down +none\n4 "));
+                testing::ContainsRegex("0 +0x4d +0xa40 +First +1.0 +0 +up +loopback\n +1 +down +none\n4 "));
 }
 
 TEST(BoardsCommandTest, KnowsARealBoardFromASimulatedOne) {

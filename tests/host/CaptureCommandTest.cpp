@@ -65,10 +65,13 @@ TEST_F(CaptureCommandTest, WritesWhatPassesUntilItsLimit) {
         std::uint64_t received;
         std::string ended;
     } cases[] = {
-        {{"--duration", "0.3"}, sent, 500, "when its time was over"},
-        {{"--duration", "0.3", "--filter", "greater 1000"}, longOnes, 500, "when its time was over"},
-        {{"--count", "7"}, {sent.begin(), sent.begin() + 7}, 7, "with the last frame wanted"},
-        {{"--count", "2", "--filter", "greater 1000"}, {sent[1], sent[3]}, 4, "with the last frame wanted"},
+        {{"--duration", "0.3"}, sent, 500, "after the requested time"},
+        {{"--duration", "0.3", "--filter", "greater 1000"}, longOnes, 500, "after the requested time"},
+        {{"--count", "7"}, {sent.begin(), sent.begin() + 7}, 7, "after the requested number of frames"},
+        {{"--count", "2", "--filter", "greater 1000"},
+         {sent[1], sent[3]},
+         4,
+         "after the requested number of frames"},
     };
     for (const auto& row : cases) {
         SCOPED_TRACE(testing::PrintToString(row.options));
@@ -110,7 +113,7 @@ TEST_F(CaptureCommandTest, ShowsFramesToAReaderAtOnceAndEndsWithIt) {
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_THAT(outcome.err, HasSubstr("written   500 frames to standard output"));
-    EXPECT_THAT(outcome.err, HasSubstr("because nobody reads on"));
+    EXPECT_THAT(outcome.err, HasSubstr("because the reader closed the pipe"));
     writeFile(output, seen);
     EXPECT_TRUE(framesOf(output) == sent);
 }
@@ -138,7 +141,7 @@ TEST_F(CaptureCommandTest, WithoutAFilePrintsALineAFrame) {
     command.insert(command.end(), rest.begin(), rest.end());
     const auto head = Process(command).wait();
     EXPECT_THAT(head.out, testing::MatchesRegex(line(60) + "0\n"));
-    EXPECT_THAT(head.err, HasSubstr("because nobody reads on"));
+    EXPECT_THAT(head.err, HasSubstr("because the reader closed the pipe"));
 }
 
 TEST_F(CaptureCommandTest, SaysOnceWhyNoFrameComes) {
@@ -159,7 +162,7 @@ TEST_F(CaptureCommandTest, AReaderThatStallsDoesNotKeepItFromEnding) {
     ReadingPipe fifo(folder.file("fifo")); // holds less than there is to write
     const auto outcome = Process(intoPipe(fifo.path(), {"--duration", "0.3"})).wait();
     EXPECT_EQ(outcome.exitCode, 0);
-    EXPECT_THAT(outcome.err, HasSubstr("ended     when its time was over"));
+    EXPECT_THAT(outcome.err, HasSubstr("ended     after the requested time"));
     EXPECT_THAT(outcome.err, testing::ContainsRegex("unread    [0-9]+ frames"));
     ReadingPipe other(folder.file("other"));
     Process process(intoPipe(other.path(), {}));
@@ -214,7 +217,7 @@ TEST_F(CaptureCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {{"--write", output, "--count", "0"}, 2, "--count: '0' is not a whole number from 1"},
         {{"--write", output, "--count=-1"}, 2, "--count: '-1' is no"},
         {{"--write", output, "--count", "99999999999999999999999"}, 2, "--count"},
-        {{"--write", output, "--duration", "-1"}, 2, "--duration: '-1' is no number of seconds"},
+        {{"--write", output, "--duration", "-1"}, 2, "--duration: '-1' is not a number of seconds"},
         {{"--write", output, "--duration", "nan"}, 2, "--duration"},
         {{"--write", output, "--duration", "inf"}, 2, "--duration"},
         {{"--write", output, "--ring", "3"}, 2, "'3' is not of the form FILES:SIZE"},

@@ -106,8 +106,8 @@ TEST(DiagnoseCommandTest, RefusesInOneLine) {
     writeFile(other, R"({"document": "something else", "version": 1})");
     writeFile(broken, R"({"document": )");
     expectRefusal({"diagnose", "--diff", none}, 1, "cannot read '" + none + "': No such file");
-    expectRefusal({"diagnose", "--diff", other}, 1, "'" + other + "' is no diagnosis; ");
-    expectRefusal({"diagnose", "--diff", broken}, 1, "'" + broken + "' is no diagnosis; ");
+    expectRefusal({"diagnose", "--diff", other}, 1, "'" + other + "' is not a diagnosis; ");
+    expectRefusal({"diagnose", "--diff", broken}, 1, "'" + broken + "' is not a diagnosis; ");
     expectRefusal({"diagnose", "--time", "slow"}, 2, "--time");
     expectRefusal({"diagnose", "--seconds", "2"}, 2, "--seconds is for a page or bundle");
 }
@@ -122,7 +122,7 @@ TEST(ResetCommandTest, ResetsThePhyAndWaitsForItsLink) {
               1.29); // two pulses, the PHY's address, nine writes, two reads at least
     EXPECT_THAT(runTool({"reset", "--time", "virtual", "--wire", "0=none"}).out,
                 testing::MatchesRegex(
-                    "port 0/0: link down before, reset took [0-9.]+ s, link down after [0-9.]+ s more\n"));
+                    "port 0/0: link was down; reset took [0-9.]+ s; link still down after [0-9.]+ s\n"));
 }
 
 } // namespace

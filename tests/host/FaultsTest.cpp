@@ -92,8 +92,8 @@ TEST_F(FaultsTest, PrintsLedgerAndReportAtTheEnd) {
                                "          2     loss      0/0 sent  1\n"
                                "          5     fcs-flip  0/1 sent  never happened\n"
                                "moved     GigeRecvErrCnt of the port that the frame reaches (0/0): 0\n"
-                               "conserved 0/0 plug-in: 347 sent = 347 left by the wire\n"
-                               "          0/0 sent: 347 handed over = 347 left by the wire\n"
+                               "conserved 0/0 plug-in: 347 sent = 347 put on the wire\n"
+                               "          0/0 sent: 347 handed over = 347 put on the wire\n"
                                "          0/0 wire: 347 left = 346 arrived at 0/1 + 1 lost\n"
                                "          0/1 received: 346 arrived = 346 delivered\n"
                                "          0/1 host: 346 delivered = 346 taken by the host\n");

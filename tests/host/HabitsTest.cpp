@@ -56,7 +56,7 @@ TEST_F(HabitsTest, AnErrorNamesTheWrongWordAndTheNearestRightOne) {
         {{"brigde"}, "unknown subcommand 'brigde'; did you mean 'bridge'?"},
         {{"xyz"}, "unknown subcommand 'xyz'; see 'orvo-gige --help'"},
         {{"--jsn", "boards"}, "unknown option '--jsn'; did you mean '--json'?"},
-        {{"--root", "boards"}, "A subcommand is required"},
+        {{"--root", "boards"}, "a subcommand is required"},
         {{"--json", "completion", "bash"}, "unknown option '--json'; see 'orvo-gige completion --help'"},
         {{"replay", lanCapture, "--prot", "1"}, "unknown option '--prot'; did you mean '--port'?"},
         {{"replay", lanCapture, "--prot=1"}, "unknown option '--prot'; did you mean '--port'?"},
@@ -84,7 +84,7 @@ TEST_F(HabitsTest, AnErrorNamesTheWrongWordAndTheNearestRightOne) {
         {{"reset", "-p", "0/"}, "--port: '0/' is not of the form"},
         {{"reset", "-p", "-1"}, "--port: '-1' is not of the form"},
         {{"capture", "-w", output, "-c", "10k"}, "--count: '10k' is not a whole number"},
-        {{"capture", "-w", output, "-d", "5s"}, "--duration: '5s' is no number of seconds"},
+        {{"capture", "-w", output, "-d", "5s"}, "--duration: '5s' is not a number of seconds"},
         {{"capture", "-w", output, "--filter", "udp and prt 3"}, "'udp and prt 3' does not compile"},
         {{"capture", "-w", output, "--seed", "3"}, "--seed requires --faults"},
         {{"reset", "--wire", "rope"}, "--wire: 'rope' is not of the form"},
@@ -148,7 +148,7 @@ TEST_F(HabitsTest, BadFilesAreRefusedBeforeTheReset) {
         {{"diagnose", "--html", copy, "--bundle", copy}, "are both to be '" + copy},
         {{"diagnose", "--diff", none}, "cannot read '" + none + "': No such file"},
         {{"diagnose", "--diff", directory}, "cannot read '" + directory},
-        {{"diagnose", "--diff", copy}, "'" + copy + "' is no diagnosis"},
+        {{"diagnose", "--diff", copy}, "'" + copy + "' is not a diagnosis"},
     };
     for (const auto& [words, complaint] : cases) expectEarlyRefusal(words, Failed, complaint);
     EXPECT_TRUE(contentOf(copy) == contentOf(lanCapture));

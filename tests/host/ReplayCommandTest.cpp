@@ -193,7 +193,7 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         {1, {lanCapture, "--bad-fcs", "3"}, "leave --fcs and --bad-fcs out", firmwareWithoutChecksums},
         {2, {lanCapture, "--bad-fcs", "3", "--fcs", "board"}, "leave --fcs board or --bad-fcs out"},
         {2, {lanCapture, "--bad-fcs", "0"}, "--bad-fcs: '0' is not a whole number from 1"},
-        {2, {"-", "--loop", "2"}, "standard input is no regular file"},
+        {2, {"-", "--loop", "2"}, "standard input is not a regular file"},
         {2, {}, "IN is required"},
         {1, {timeless, "--pace", "recorded", "--loop", "0"}, "no time passes between the frames of"},
         {2, {lanCapture, "--board", "-1"}, "--board"},
@@ -293,7 +293,7 @@ TEST(CommandLineTest, HelpAndVersionAreAnswersAndMistakesAreNot) {
         EXPECT_THAT(outcome.out, HasSubstr(answer));
         EXPECT_EQ(outcome.err, "");
     }
-    expectRefusal({}, 2, "A subcommand is required; see 'orvo-gige --help'");
+    expectRefusal({}, 2, "a subcommand is required; see 'orvo-gige --help'");
 }
 
 } // namespace

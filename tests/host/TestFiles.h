@@ -20,7 +20,7 @@ using Frame = std::string; // any bytes
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "orvo-tools-XXXXXX").string();
+        std::string pattern = (std::filesystem::temp_directory_path() / "orvo-host-XXXXXX").string();
         path_ = mkdtemp(pattern.data());
     }
     ~TemporaryFolder() { std::filesystem::remove_all(path_); }

@@ -161,7 +161,7 @@ TEST_F(LiveWireTest, RefusedWiresTellWhy) {
         {"packet:sixteen-letters-", "a name has at most 15 characters, this has 16"},
         {"tap:tap%d", "a name has no space, '/', ':' or '%'"},
         {"packet:absent0", "interface 'absent0' does not exist; `ip link` shows those that do"},
-        {"tap:far0", "the name is taken by an interface that is no TAP"},
+        {"tap:far0", "the name is taken by an interface that is not a TAP"},
     };
     for (const auto& [wire, reason] : cases)
         EXPECT_THAT(setWire(0, 0, wire, OrvoSimBadValue), HasSubstr(reason)) << wire;

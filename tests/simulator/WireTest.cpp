@@ -77,7 +77,7 @@ TEST_F(WireTest, RefusedWiresLeaveTheOldOneInPlace) {
         {"pcap:", "wire 'pcap:' names no file to play"},
         {"pcap:x,", "wire 'pcap:x,' names no file after the comma"},
         {"pcap:" + at("absent"), "absent' cannot be played: No such file"},
-        {"pcap:" + at("text"), "text' is no pcap or pcapng file: "},
+        {"pcap:" + at("text"), "text' is not a pcap or pcapng file: "},
         {"pcap:" + at(""), "' cannot be played: it is not a regular file"},
         {"pcap:" + record("raw.pcap", {}, DLT_RAW),
          "raw.pcap' holds no Ethernet frames: its link type is RAW"},

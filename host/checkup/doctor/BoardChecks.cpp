@@ -78,15 +78,10 @@ Check boardsCheck(const std::vector<Board>& boards) {
     return {boardsTitle, Verdict::Good, fmt::format("{}", fmt::join(found, ", "))};
 }
 
-/// Checks a port that exists, or has its configuration give the simulated board some.
-std::string mendForPort(const std::vector<Board>& boards, PortAddress wanted, const Setting& configuration,
-                        bool isSimulated) {
-    const auto usable = [&](const Board& board) { return board.gigePorts() != 0; };
-    auto board = std::ranges::find_if(
-        boards, [&](const Board& each) { return each.index() == wanted.board && usable(each); });
-    if (board == boards.end()) board = std::ranges::find_if(boards, usable);
-    if (board != boards.end())
-        return fmt::format("{} doctor --board {} --port 0", ownProgram(), board->index());
+/// Where no board has ports, the simulated board's configuration can give it some.
+std::string mendForPort(const std::vector<Board>& boards, const Setting& configuration, bool isSimulated) {
+    if (std::ranges::any_of(boards, [](const Board& board) { return board.gigePorts() != 0; }))
+        return "choose a port that 'orvo-gige boards' lists";
     return isSimulated ? commandToCorrect(configuration.value)
                        : "put a board that has GigE ports into this machine";
 }
@@ -126,7 +121,7 @@ Checks checksOf(const Installation& installation, const Setting& configuration, 
     const auto boards = allBoards(libraries);
     Checks checks = {simulationCheck(isSimulated, installation, configuration), boardsCheck(boards)};
     if (isBad(checks.back())) return checks;
-    checks.push_back(portCheck(boards, port, mendForPort(boards, port, configuration, isSimulated)));
+    checks.push_back(portCheck(boards, port, mendForPort(boards, configuration, isSimulated)));
     if (!isBad(checks.back())) checks.push_back(registersCheck(libraries, port));
     return checks;
 }

@@ -39,7 +39,7 @@ std::string commandToCheck(const fs::path& root) {
 Check emptyRoot(const Installation& installation, bool isGiven) {
     const auto& root = installation.root();
     const auto above = rootAbove(root);
-    return badInstallation(quoted(root.string()) + " is no installation: there is no lib64 in it",
+    return badInstallation(quoted(root.string()) + " is not an installation: it has no lib64",
                            isGiven || !above.empty() ? commandToCheck(above)
                                                      : commandToRestore(installation, installation.plugin()));
 }
@@ -63,7 +63,7 @@ Check installationCheck(const std::string& root) {
         if (!isRoot(installation.root())) return emptyRoot(installation, !root.empty());
         return {installationTitle, Verdict::Good,
                 fmt::format("{} ({})", installation.root().string(),
-                            root.empty() ? "where this program lies" : "option --root")};
+                            root.empty() ? "this program's own" : "option --root")};
     } catch (const Failure& failure) {
         return badInstallation(withoutAdvice(failure.what()),
                                commandToCheck(rootAbove(fs::path(root).lexically_normal())));

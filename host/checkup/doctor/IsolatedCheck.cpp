@@ -95,7 +95,7 @@ std::optional<int> awaitEnd(pid_t child, std::chrono::milliseconds limit) {
 std::string endingOf(std::optional<int> status, std::chrono::milliseconds limit) {
     if (!status) return fmt::format("it did not finish within {} ms", limit.count());
     if (WIFSIGNALED(*status))
-        return fmt::format("it ended the process by a signal ({})", strsignal(WTERMSIG(*status)));
+        return fmt::format("it crashed the process with signal {}", strsignal(WTERMSIG(*status)));
     return fmt::format("it ended the process with exit code {}", WEXITSTATUS(*status));
 }
 

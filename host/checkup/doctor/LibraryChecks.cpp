@@ -76,8 +76,8 @@ Check completenessOf(const DynamicLibrary& loaded, const Library& library, const
                            fmt::format("lacks functions that are called: {}", fmt::join(missing, ", ")));
     const auto called = std::ranges::count_if(library.functions, &Function::isCalled);
     return {blamed.name, Verdict::Good,
-            fmt::format("loads, with all that is called ({})",
-                        counted(static_cast<std::uint64_t>(called), "function")),
+            called == 1 ? "loads, and has the function that is called"
+                        : fmt::format("loads, and has all {} functions that are called", called),
             "", uncalled};
 }
 

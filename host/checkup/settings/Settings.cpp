@@ -121,10 +121,11 @@ std::vector<Setting> otherSettings(const Installation& installation, const std::
         variable("ORVO_LOG", "*=" + std::to_string(dispatcher::defaultThreshold),
                  "thresholds by logger: 2 details, 3 information, 4 warnings, 5 errors", readThresholds),
         variable("ORVO_LOG_FILE", "", "file that log lines go to as well", readLogFile),
-        variable("ORVODIR5_64", "", "installation root for a plug-in file outside any; this one needs none"),
-        variable("ORVODIR5", "", "the same, where ORVODIR5_64 is not set"),
+        variable("ORVODIR5_64", "",
+                 "installation root if the plug-in cannot find its own path; not needed here"),
+        variable("ORVODIR5", "", "used if ORVODIR5_64 is not set"),
         variable("SHELL", "/bin/sh", "what 'orvo-gige lab' runs when no command is given"),
-        variable("NO_COLOR", "", "set: no colours on a terminal"),
+        variable("NO_COLOR", "", "any value turns colours off"),
     };
 }
 

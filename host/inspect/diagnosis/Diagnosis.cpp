@@ -195,7 +195,7 @@ Json readDiagnosis(const std::string& path) {
     std::ifstream file(path);
     if (!file) throw Failure("cannot read " + quoted(path) + ": " + systemError(errno) + advice);
     const auto document = parseBounded(file);
-    if (!isDiagnosis(document)) throw Failure(quoted(path) + " is no diagnosis" + advice);
+    if (!isDiagnosis(document)) throw Failure(quoted(path) + " is not a diagnosis" + advice);
     return document;
 }
 

@@ -19,7 +19,7 @@ nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& 
                                    std::vector<Finding> others = {});
 
 /// The document as text for people.
-std::string textOfDiagnosis(const nlohmann::ordered_json& diagnosis);
+std::string diagnosisText(const nlohmann::ordered_json& diagnosis);
 
 /// A value of the document, and a list of values, for people: on one line, without control characters. An
 /// empty list is "nothing".

@@ -92,7 +92,7 @@ Facts boardFacts(const Json& diagnosis) {
     return facts;
 }
 
-std::string textOfDiagnosis(const Json& diagnosis) {
+std::string diagnosisText(const Json& diagnosis) {
     return "port " + valueText(diagnosis["port"]) + "\n" + findingsText(diagnosis) +
            section("link", linkFacts(diagnosis)) + countersText(diagnosis) +
            section("board", boardFacts(diagnosis)) + phyText(diagnosis["phy"]);

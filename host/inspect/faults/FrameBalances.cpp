@@ -12,7 +12,7 @@ using Parts = std::vector<Balance::Part>;
 
 /// Where the frames went that the plug-in sent.
 Parts boardParts(const PortCounts& port) {
-    return {{"left by the wire", port.board.sentFrames},
+    return {{"put on the wire", port.board.sentFrames},
             {"without link or transmitter", port.board.unsentFrames},
             {"to a board that did not answer", port.account.refusedFrames}};
 }
@@ -82,7 +82,7 @@ void addReceived(const PortCounts& port, Balances& balances) {
     balance.parts.push_back({"while the receiver was off or without link", port.board.ignoredFrames});
     balance.parts.push_back({"without room in the queue", port.board.overflowFrames});
     balance.parts.push_back({"cleared from the queue", port.account.clearedFrames});
-    balance.parts.push_back({"left in the queue", port.account.leftFrames});
+    balance.parts.push_back({"still in the queue", port.account.leftFrames});
     if (port.arrived() == 0 && !balance.differs()) return; // a port that was not used
     balances.push_back(std::move(balance));
     if (delivered && port.host.received)

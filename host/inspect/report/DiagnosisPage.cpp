@@ -77,7 +77,7 @@ Chart emptyChart(const PortHistory& history, const char* id, const char* title, 
 /// The style sheet has as many line styles.
 constexpr std::size_t mostSeries = 6;
 
-/// The counters of trouble of one unit that have risen.
+/// The error counters of one unit that have risen.
 Chart troubleChart(const PortHistory& history, const char* id, const char* title, std::string_view unit) {
     auto chart = emptyChart(history, id, title, "per second");
     forEachCounter([&](Counter counter, const CounterRow& row) {

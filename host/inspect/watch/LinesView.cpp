@@ -9,7 +9,7 @@ namespace {
 
 std::string rateText(const PortHistory& port, Counter frames, Counter bytes) {
     const auto rate = port.of(frames).perSecond;
-    if (!rate) return "unknown";
+    if (!rate) return "-";
     const auto mbit = mbitPerSecond(port.of(bytes));
     return fmt::format("{:.0f}/s", *rate) + (mbit ? fmt::format(" {:.1f} Mbit/s", *mbit) : "");
 }
@@ -20,8 +20,8 @@ std::string linkWithSpeed(const PortHistory& port) {
     return mbit == 0 ? text : fmt::format("{} {} Mbit/s", text, mbit);
 }
 
-/// Trouble since the start; "*" marks counters that have risen since the last line.
-std::string troubleText(const PortHistory& port) {
+/// Errors since the start; "*" marks counters that have risen since the last line.
+std::string errorText(const PortHistory& port) {
     std::string text;
     forEachCounter([&](Counter counter, const CounterRow& row) {
         const auto& figure = port.of(counter);
@@ -34,10 +34,10 @@ std::string troubleText(const PortHistory& port) {
 }
 
 std::string lineOf(const WatchState& state, const PortHistory& port) {
-    return fmt::format("{} port {} link {}; received {}; sent {}; trouble {}\n", timeText(state.time),
+    return fmt::format("{} port {} link {}; received {}; sent {}; errors {}\n", timeText(state.time),
                        port.port().text(), linkWithSpeed(port),
                        rateText(port, Counter::ReceivedPackets, Counter::WireReceivedBytes),
-                       rateText(port, Counter::WireSentFrames, Counter::WireSentBytes), troubleText(port));
+                       rateText(port, Counter::WireSentFrames, Counter::WireSentBytes), errorText(port));
 }
 
 class LinesView : public WatchView {

@@ -77,7 +77,7 @@ bool isKnown(const PortHistory& port, Counter counter) {
     return port.of(counter).value || port.of(counter).sinceStart;
 }
 
-/// Whether the condition is true of any counter of trouble.
+/// Whether the condition is true of any error counter or flag.
 template <class Condition> bool anyTrouble(const Condition& condition) {
     bool found = false;
     forEachCounter([&](Counter counter, const CounterRow& row) {
@@ -90,7 +90,7 @@ bool hasTrouble(const PortHistory& port) {
     return anyTrouble([&](Counter counter) { return shownValue(port, counter) != 0; });
 }
 
-Cell troubleCell(const PortHistory& port) {
+Cell errorCell(const PortHistory& port) {
     if (anyTrouble([&](Counter counter) { return port.of(counter).hasRisen; })) return {"rising", red};
     return hasTrouble(port) ? Cell{"some", yellow} : Cell{"none"};
 }
@@ -157,7 +157,7 @@ std::vector<Column> portColumns(const ScreenForm& form) {
         {"", 8, false, 3, history},
         {"SENT/s", 10, true, 5, rate(Counter::WireSentFrames)},
         {"Mbit/s", 7, true, 2, mbit(Counter::WireSentBytes)},
-        {"TROUBLE", 7, false, 7, [](const auto& port, std::size_t) { return troubleCell(port); }},
+        {"ERRORS", 6, false, 7, [](const auto& port, std::size_t) { return errorCell(port); }},
     };
     while (columns.size() > 1 && widthOf(columns) > form.columns)
         columns.erase(std::ranges::min_element(columns, {}, &Column::importance));
@@ -207,7 +207,7 @@ Ports portsByImportance(const WatchState& state) {
     return ports;
 }
 
-/// Counters that some port has: those of trouble that are not 0, others that are not 0, the rest.
+/// Counters that some port has: error counters that are not 0, others that are not 0, the rest.
 Counters countersByImportance(const Ports& ports) {
     Counters counters;
     forEachCounter([&](Counter counter, const CounterRow& row) {

@@ -23,8 +23,8 @@ class Board;
 
 /// Where a handle is noted while it is open.
 struct HandlePlace {
-    /// The complement of the open handle. After closing, the handle itself; at first 0: neither is the
-    /// complement of a handle that belongs here.
+    /// The complement of the open handle. 0 before the first opening, and the handle itself after closing:
+    /// neither equals the complement of a handle that belongs here.
     std::atomic<HandleBits> noted{0};
     std::atomic<Board*> board{nullptr}; ///< set before the first one was opened
 };

@@ -26,7 +26,7 @@ FirmwareVersion readVersion(TomlTable& table, const char* key, const std::string
     if (!hasDot || minor.ec != std::errc{} || minor.ptr != end || version.major > 255 || version.minor > 255)
         table.refuse(table.lineOf(key),
                      "'" + text +
-                         "' is no firmware version; write MAJOR.MINOR, each from 0 to 255, in quotes");
+                         "' is not a firmware version; write MAJOR.MINOR, each from 0 to 255, in quotes");
     return version;
 }
 
@@ -40,7 +40,7 @@ bool readLineRate(TomlTable& table) {
     const std::string text = table.text("line_rate", "none");
     if (text != "negotiated" && text != "none")
         table.refuse(table.lineOf("line_rate"),
-                     "'" + text + "' is no line rate; write \"negotiated\" or \"none\"");
+                     "'" + text + "' is not a line rate; write \"negotiated\" or \"none\"");
     return text == "negotiated";
 }
 

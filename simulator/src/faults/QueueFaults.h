@@ -17,8 +17,7 @@ public:
     /// The faults must outlive it. What the queue holds now counts as taken.
     QueueFaults(std::vector<ScriptedFault*> faults, const DataQueue& queue);
 
-    /// The result of a read of `words` in the middle of a faulted transmission; nothing in the middle of
-    /// none.
+    /// The result of a read of `words` in the middle of a faulted transmission; nothing outside one.
     std::optional<int> readStaged(std::uint32_t* out, std::size_t words);
     /// The result of a read of `words` that took `count` words from the queue; a fault may begin here.
     int delivered(DataQueue& queue, std::uint32_t* out, std::size_t words, std::size_t count);

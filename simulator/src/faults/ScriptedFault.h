@@ -42,9 +42,9 @@ public:
     std::uint64_t random(std::uint64_t limit);
 
     void countInjection(SimTime now) noexcept;
-    /// Something else ends the effect of the last injection early.
+    /// Called when another event ends the last injection's effect early.
     void supersede(SimTime now) noexcept;
-    /// When that was; `never` if it was not.
+    /// When the last injection's effect was ended early; `never` if it was not.
     SimTime supersededAt() const noexcept { return supersededAt_.load(); }
     /// Counts what an injection produced, such as reports.
     void countEffects(std::uint64_t by) noexcept { effects_.fetch_add(by); }

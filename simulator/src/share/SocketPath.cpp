@@ -48,7 +48,7 @@ std::filesystem::path socketPath(const std::string& name) {
     if (!isPlain(name) || name == "own")
         throw std::runtime_error(
             "'" + name +
-            "' is no name for a server of boards; use letters, digits, '-', '_' and '.', "
+            "' is not a name for a server of boards; use letters, digits, '-', '_' and '.', "
             "or the path of a socket");
     return runtimeDirectory() / (name + ".sock");
 }

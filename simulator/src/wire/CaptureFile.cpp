@@ -41,7 +41,7 @@ CaptureReader::CaptureReader(const std::filesystem::path& path) : path_(path) {
     auto opened = openFile(path, O_RDONLY, "rb", "played");
     char reason[PCAP_ERRBUF_SIZE] = "";
     file_.reset(pcap_fopen_offline(opened.get(), reason));
-    if (!file_) refuse(path, std::string("is no pcap or pcapng file: ") + reason);
+    if (!file_) refuse(path, std::string("is not a pcap or pcapng file: ") + reason);
     static_cast<void>(opened.release()); // pcap owns it from now on
     const int linkType = pcap_datalink(file_.get());
     if (linkType == DLT_EN10MB) return;

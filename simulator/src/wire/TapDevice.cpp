@@ -39,7 +39,8 @@ std::string reasonOf(int error, const std::string& name) {
     case EBUSY:
         return "another program uses this TAP; end that program, or name another TAP";
     case EINVAL:
-        return "the name is taken by an interface that is no TAP, or a TAP with several queues; name another";
+        return "the name is taken by an interface that is not a TAP, or a TAP with several queues; name "
+               "another";
     case EPERM:
         if (if_nametoindex(name.c_str()) == 0) return "no permission to make it; have it made by: " + add;
         return "the TAP belongs to another user; have it made again by: sudo ip tuntap del " + name +
