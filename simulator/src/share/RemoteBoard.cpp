@@ -12,6 +12,15 @@ namespace orvo::sim {
 
 namespace {
 
+/// Keeps the copying of words before what follows.
+inline void copied() noexcept {
+#ifdef __SANITIZE_THREAD__ // which does not model fences, and warns of each
+    std::atomic_signal_fence(std::memory_order_acquire);
+#else
+    std::atomic_thread_fence(std::memory_order_acquire);
+#endif
+}
+
 using SteadyClock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds patience{5}; // with a server that takes no frames
@@ -65,7 +74,7 @@ std::size_t RemoteQueue::take(std::uint32_t* out, std::size_t most) noexcept {
         const std::size_t untilWrap = std::min<std::size_t>(count, mask + 1 - at);
         std::memcpy(out, window_.ring() + at, untilWrap * sizeof *out);
         std::memcpy(out + untilWrap, window_.ring(), (count - untilWrap) * sizeof *out);
-        std::atomic_thread_fence(std::memory_order_acquire);
+        copied(); // before the next load, which tells whether the copy is good
         if (window_.clearTo.load(std::memory_order_relaxed) > begin)
             continue; // perhaps overwritten meanwhile
         place_.position.store(begin + count, std::memory_order_release);
