@@ -34,7 +34,8 @@ protected:
 TEST_F(BoardServerTest, ProgramsSayWhoseBoardsTheyUse) {
     startServer();
     const auto kindOf = [](const Outcome& doctor) {
-        for (const auto& check : nlohmann::json::parse(doctor.out)["checks"])
+        const auto report = nlohmann::json::parse(doctor.out);
+        for (const auto& check : report["checks"])
             if (check["check"] == "kind of board") return check["found"].get<std::string>();
         return std::string();
     };
