@@ -4,7 +4,9 @@
 
 set(orvo_package "${CMAKE_BINARY_DIR}/package")
 set(ORVO_PACKAGE_ROOT /opt/orvo)
-configure_file(packaging/orvo-gige-bridge@.service.in "${orvo_package}/orvo-gige-bridge@.service" @ONLY)
+foreach(unit orvo-gige-bridge@ orvo-board@)
+    configure_file(packaging/${unit}.service.in "${orvo_package}/${unit}.service" @ONLY)
+endforeach()
 configure_file(packaging/stage.cmake.in "${orvo_package}/stage.cmake" @ONLY)
 
 # What users read and try. It keeps the structure of docs/, so that links work.

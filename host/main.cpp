@@ -5,6 +5,7 @@
 #include "base/Signals.h"
 #include "commands/ExtcapCall.h"
 #include "commands/HostProgram.h"
+#include "device/BoardServer.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,23 +16,32 @@ namespace {
 
 using namespace orvo::host;
 
-template <class Work> int runGuarded(const Work& work) {
+struct End {
+    int exitCode;
+    std::string error = {};
+};
+
+template <class Work> End endOf(const Work& work) {
     try {
-        return work();
+        return {work()};
     } catch (const Interruption&) {
-        return EndedBySignal + endRequested();
+        return {EndedBySignal + endRequested()};
     } catch (const OutputClosed&) {
-        return Done;
+        return {Done};
     } catch (const UsageFailure& error) {
-        notice(error.what());
-        return WrongUsage;
+        return {WrongUsage, error.what()};
     } catch (const std::bad_alloc&) {
-        notice("out of memory; free some and try again");
-        return Failed;
+        return {Failed, "out of memory; free some and try again"};
     } catch (const std::exception& error) {
-        notice(error.what());
-        return Failed;
+        return {Failed, error.what()};
     }
+}
+
+template <class Work> int runGuarded(const Work& work) {
+    auto end = endOf(work);
+    if (ServerWatch::hasLostServer()) end = {Failed, ServerWatch::lossText()};
+    if (!end.error.empty()) notice(end.error);
+    return end.exitCode;
 }
 
 /// Opens /dev/null, for reading only, in place of standard streams that are closed. The next file that is

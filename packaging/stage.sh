@@ -66,7 +66,7 @@ stage_runtime() {
     [ ! -d usr/share/man ] || find usr/share/man -type f -exec gzip -9n {} +
     mkdir -p usr/bin lib/systemd/system etc/orvo usr/share/doc/orvo-gige/examples
     ln -sf /$root/bin/orvo-gige usr/bin/orvo-gige
-    cp "$generated/orvo-gige-bridge@.service" lib/systemd/system/
+    cp "$generated"/orvo-{gige-bridge,board}@.service lib/systemd/system/
     cp "$here/bridge.conf" usr/share/doc/orvo-gige/examples/
     documented orvo-gige
 }

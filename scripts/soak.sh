@@ -115,6 +115,12 @@ conservation() {
         "4 ports, $((runs * 24000)) frames, seeds 1 to $((runs + findings))"
 }
 
+# deaths KILLS: programs and servers of shared boards, killed at random moments.
+deaths() {
+    timed "deaths on shared boards" "$1" deaths.log env SIMULATOR_KILLS="$1" \
+        build/release/tests/bin/simulator_test --gtest_filter='ShareTest.*'
+}
+
 # fuzz TARGET SECONDS
 fuzz() {
     local target=$1 log=$out/fuzz-$1.log status=0 cover edges
@@ -171,6 +177,7 @@ if [ "$minutes" -eq 0 ]; then
     lives 100
     counted "stop in real time" stop.log build/release/tests/bin/orvo-stop-times 3
     conservation 5
+    deaths 20
     for preset in asan tsan; do storms "$preset" 0; done
     for target in "${targets[@]}"; do corpus "$target"; done
     exit
@@ -188,6 +195,7 @@ sweeps "$every" $((every * 11))
 lives 1000
 counted "stop in real time" stop.log build/release/tests/bin/orvo-stop-times 20
 conservation $((seconds / 5))
+deaths 200
 
 # Of the remaining time, a third goes to threads and two thirds to fuzzers, at least 10 s for each practice.
 rest=$((seconds - (SECONDS - started)))

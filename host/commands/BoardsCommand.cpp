@@ -67,9 +67,11 @@ nlohmann::ordered_json boardJson(const ListedBoard& listed) {
 void printJson(const BoardAccess& access, const std::vector<ListedBoard>& boards) {
     auto list = nlohmann::ordered_json::array();
     for (const auto& board : boards) list.push_back(boardJson(board));
-    print(nlohmann::ordered_json{{"root", access.installation.root().string()},
-                                 {"simulated", access.simulator.has_value()},
-                                 {"boards", std::move(list)}});
+    nlohmann::ordered_json document = {{"root", access.installation.root().string()},
+                                       {"simulated", access.simulator.has_value()}};
+    if (!access.server.empty()) document["server"] = access.server;
+    document["boards"] = std::move(list);
+    print(document);
 }
 
 using Rows = std::vector<std::vector<std::string>>;

@@ -187,8 +187,7 @@ public:
     int run() override {
         const DynamicLibrary hal(Installation(root_).library("orvo_hal"));
         const auto simulator = SimulatorControl::find(hal);
-        const auto server = simulator ? hal.find<decltype(::orvoSimServer)>("orvoSimServer") : nullptr;
-        if (!server || !server())
+        if (!simulator || simulator->server().empty())
             throw Failure("sim acts on boards that programs share, and none are found; start them: orvo-gige "
                           "simulate (ORVO_BOARD chooses others than 'default')");
         actions().at(action_)({hal, *simulator, arguments_, board_, seed_, json_});

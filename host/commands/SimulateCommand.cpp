@@ -80,10 +80,11 @@ public:
         if (!config_.empty()) setenv("ORVO_SIMULATOR_CONFIG", config_.c_str(), 1);
         const auto hal = simulatedBoards(Installation(installation_.root));
         const Service service(hal, name_);
+        installation_.isServer = true;
         const BoardAccess boards(installation_, 0); // the same library
         if (!lineRate_.empty()) setLineRate(hal, lineRate_ == "negotiated");
-        const auto socket = hal.require<decltype(::orvoSimServer)>("orvoSimServer");
-        fmt::print(stderr, "orvo-gige: simulated boards are ready at {}; Ctrl-C ends them\n", socket());
+        fmt::print(stderr, "orvo-gige: simulated boards are ready at {}; Ctrl-C ends them\n",
+                   boards.simulator->server());
         awaitEnd();
         return Done;
     }

@@ -2,6 +2,7 @@
 #include "device/BoardAccess.h"
 
 #include "base/Failure.h"
+#include "base/Output.h"
 #include "device/Board.h"
 
 #include <chrono>
@@ -15,7 +16,12 @@ PortAddress WireOption::address(unsigned defaultBoard) const {
 
 BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoard)
     : installation(options.root), libraries(installation), simulator(SimulatorControl::find(libraries.hal())),
-      virtualTime(options.virtualTime), hasFaults(!options.faults.empty()) {
+      virtualTime(options.virtualTime), server(simulator && !options.isServer ? simulator->server() : ""),
+      hasFaults(!options.faults.empty()) {
+    if (!server.empty()) {
+        notice("using the simulated boards of " + serverText(server));
+        watch_.emplace(*simulator);
+    }
     if (!options.wires.empty()) requireSimulator("--wire");
     if (virtualTime) requireSimulator("--time virtual");
     if (hasFaults) requireSimulator("--faults");

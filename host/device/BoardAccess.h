@@ -3,6 +3,7 @@
 #pragma once
 
 #include "device/BoardLibraries.h"
+#include "device/BoardServer.h"
 #include "device/Installation.h"
 #include "device/PortAddress.h"
 #include "device/SimulatorControl.h"
@@ -29,6 +30,7 @@ struct InstallationOptions {
     bool virtualTime = false; ///< sleeps advance the simulated board's clock instead of waiting
     std::string faults;       ///< file of a fault script for the simulated board; empty: none
     std::uint64_t seed = 0;   ///< of the script's random choices
+    bool isServer = false;    ///< this process holds the boards that others use
 };
 
 /// Which port, and how it is used.
@@ -41,14 +43,16 @@ struct PortOptions {
 /// An installation's board libraries, opened, and its simulated board, if it has one, cabled.
 struct BoardAccess {
     /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or an
-    /// option that needs a simulated board where the board is real.
+    /// option that needs a simulated board where the board is real. Tells the user of a server; when that
+    /// ends later, so does the program.
     BoardAccess(const InstallationOptions& options, unsigned defaultBoard);
 
     Installation installation;
     BoardLibraries libraries;
     std::optional<SimulatorControl> simulator; ///< nothing: the board is real
     bool virtualTime;
-    bool hasFaults; ///< a script runs; in virtual time, the thread that made this object drives the clock
+    std::string server; ///< the socket of the server whose boards these are; empty: they are nobody else's
+    bool hasFaults;     ///< a script runs; in virtual time, the thread that made this object drives the clock
 
     /// Errors: Failure when there is no such board or port. Opening it may still fail, as when another
     /// program holds it.
@@ -59,6 +63,8 @@ struct BoardAccess {
 
 private:
     void requireSimulator(const std::string& option) const;
+
+    std::optional<ServerWatch> watch_;
 };
 
 } // namespace orvo::host

@@ -3,6 +3,7 @@
 
 #include "base/Failure.h"
 #include "base/Pacing.h"
+#include "device/BoardServer.h"
 
 #include <array>
 
@@ -12,9 +13,21 @@ std::optional<SimulatorControl> SimulatorControl::find(const DynamicLibrary& hal
     if (!hal.find<decltype(::orvoSimConfigurationError)>("orvoSimConfigurationError")) return std::nullopt;
     const SimulatorControl control(hal);
     if (const char* error = control.configurationError_())
-        throw Failure(std::string(error) +
-                      "; correct the simulated board's configuration, until then it has no boards");
+        throw Failure(isServerChosen()
+                          ? error
+                          : std::string(error) + "; correct the simulated board's configuration, "
+                                                 "until then it has no boards");
     return control;
+}
+
+std::string SimulatorControl::server() const {
+    const char* const socket = server_();
+    return socket ? socket : "";
+}
+
+bool SimulatorControl::isServerGone() const noexcept {
+    OrvoSimPort unused = {};
+    return readPort_(0, 0, &unused) == OrvoSimServerGone;
 }
 
 void SimulatorControl::setWire(PortAddress port, const std::string& wire) const {

@@ -17,8 +17,14 @@ namespace orvo::host {
 class SimulatorControl {
 public:
     /// Nothing when `hal` is the hardware access layer of a real board.
-    /// Errors: Failure when the simulator's configuration file is bad.
+    /// Errors: Failure when the simulator's configuration file is bad, or the server that the environment
+    /// names does not answer.
     static std::optional<SimulatorControl> find(const DynamicLibrary& hal);
+
+    /// The socket of the server whose boards these are, or to which this process is the server; empty for
+    /// boards of its own.
+    std::string server() const;
+    bool isServerGone() const noexcept;
 
     /// Errors: Failure when there is no such port or `wire` is malformed.
     void setWire(PortAddress port, const std::string& wire) const;
@@ -57,6 +63,7 @@ private:
 
     DynamicLibrary hal_;
     decltype(&::orvoSimConfigurationError) configurationError_ = hal_.require("orvoSimConfigurationError");
+    decltype(&::orvoSimServer) server_ = hal_.require("orvoSimServer");
     decltype(&::orvoSimSetWire) setWire_ = hal_.require("orvoSimSetWire");
     decltype(&::orvoSimGetWire) getWire_ = hal_.require("orvoSimGetWire");
     decltype(&::orvoSimReadPort) readPort_ = hal_.require("orvoSimReadPort");

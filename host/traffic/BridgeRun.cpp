@@ -7,6 +7,7 @@
 #include "base/NetworkNamespace.h"
 #include "base/Output.h"
 #include "base/Progress.h"
+#include "base/Repetition.h"
 #include "base/RequestSignals.h"
 #include "base/Signals.h"
 #include "device/Board.h"
@@ -18,12 +19,9 @@
 
 #include <fmt/format.h>
 
-#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <memory>
-#include <mutex>
-#include <thread>
 
 namespace orvo::host {
 namespace {
@@ -65,27 +63,6 @@ void tellReady(const BridgeRequest& request, const BridgeSetting& setting) {
     notice("port " + request.port.address.text() + " and " + request.tap + " are bridged; end with Ctrl-C");
 }
 
-/// Calls `work` once a second on a thread of its own.
-class EverySecond {
-public:
-    explicit EverySecond(std::function<void()> work)
-        : work_(std::move(work)), thread_([this](const std::stop_token& stop) { run(stop); }) {}
-
-private:
-    void run(const std::stop_token& stop) const {
-        std::mutex lock;
-        std::condition_variable_any stopped;
-        std::unique_lock guard(lock);
-        while (!stop.stop_requested()) {
-            work_();
-            stopped.wait_for(guard, stop, std::chrono::seconds{1}, [] { return false; });
-        }
-    }
-
-    const std::function<void()> work_;
-    std::jthread thread_; // last: it uses the other
-};
-
 /// A bridge with everything that a user sees of it while it runs.
 class LiveBridge {
 public:
@@ -97,11 +74,12 @@ public:
 
     void run(const BridgeSetting& setting, MetricsFile& metrics) {
         tellReady(request_, setting);
-        std::optional<EverySecond> writing;
+        std::optional<Repetition> writing;
         std::optional<Progress> progress;
         {
             const SignalShield handledHere; // the threads inherit it
-            if (metrics.isWanted()) writing.emplace([&] { metrics.renew(metricsOfBridge(report())); });
+            if (metrics.isWanted())
+                writing.emplace(std::chrono::seconds{1}, [&] { metrics.renew(metricsOfBridge(report())); });
             if (!setting.ready) progress.emplace([this] { return progressText(); });
         }
         bridge_.run();

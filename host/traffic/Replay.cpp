@@ -2,6 +2,7 @@
 #include "traffic/Replay.h"
 
 #include "base/Signals.h"
+#include "device/BoardServer.h"
 
 #include <boost/make_shared.hpp>
 
@@ -142,8 +143,10 @@ void Replay::awaitRoom(std::uint64_t words) {
 }
 
 void Replay::awaitReturn() {
-    for (observe(); window_.framesInFlight() > 0 && !receiver_.failed(); observe())
-        std::this_thread::sleep_for(observePause);
+    const auto canReturn = [this] {
+        return window_.framesInFlight() > 0 && !receiver_.failed() && !ServerWatch::hasLostServer();
+    };
+    for (observe(); canReturn(); observe()) std::this_thread::sleep_for(observePause);
 }
 
 // The time between this frame and the previous one in the capture, and at least the frame's time on the wire.

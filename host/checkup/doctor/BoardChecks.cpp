@@ -6,6 +6,7 @@
 #include "checkup/doctor/IsolatedCheck.h"
 #include "checkup/doctor/Repair.h"
 #include "device/Board.h"
+#include "device/BoardServer.h"
 #include "device/SimulatorControl.h"
 
 #include <fmt/format.h>
@@ -45,14 +46,17 @@ Check badConfiguration(const std::string& reason, const Setting& configuration) 
                                : commandToCorrect(configuration.value, lineIn(reason, configuration.value))};
 }
 
-Check simulationCheck(bool isSimulated, const Installation& installation, const Setting& configuration) {
-    if (!isSimulated) return {boardKind, Verdict::Good, "real"};
+Check simulationCheck(const std::optional<SimulatorControl>& simulator, const Installation& installation,
+                      const Setting& configuration) {
+    if (!simulator) return {boardKind, Verdict::Good, "real"};
+    if (const auto server = simulator->server(); !server.empty())
+        return {boardKind, Verdict::Good, "simulated, held by " + serverText(server)};
     if (!configuration.value.empty())
-        return {
-            boardKind, Verdict::Good,
-            fmt::format("simulated, as {} says ({})", configuration.value, originText(configuration.origin))};
+        return {boardKind, Verdict::Good,
+                fmt::format("simulated, own, as {} says ({})", configuration.value,
+                            originText(configuration.origin))};
     return {boardKind, Verdict::Good,
-            fmt::format("simulated, by default (no real board); {} can describe another",
+            fmt::format("simulated, own, by default (no real board); {} can describe another",
                         usualSimulatorFile(installation).string())};
 }
 
@@ -111,17 +115,19 @@ Check registersCheck(const BoardLibraries& libraries, PortAddress port) {
 /// Stops at the first bad check: those after it depend on it.
 Checks checksOf(const Installation& installation, const Setting& configuration, PortAddress port) {
     const BoardLibraries libraries(installation);
-    bool isSimulated = false;
+    std::optional<SimulatorControl> simulator;
     try {
-        isSimulated = SimulatorControl::find(libraries.hal()).has_value();
+        simulator = SimulatorControl::find(libraries.hal());
     } catch (const Failure& failure) {
-        return {badConfiguration(withoutAdvice(failure.what()), configuration),
+        const auto reason = withoutAdvice(failure.what());
+        return {isServerChosen() ? Check{boardKind, Verdict::Bad, reason, adviceIn(failure.what())}
+                                 : badConfiguration(reason, configuration),
                 {boardsTitle, Verdict::Skipped, "no board appears before that"}};
     }
     const auto boards = allBoards(libraries);
-    Checks checks = {simulationCheck(isSimulated, installation, configuration), boardsCheck(boards)};
+    Checks checks = {simulationCheck(simulator, installation, configuration), boardsCheck(boards)};
     if (isBad(checks.back())) return checks;
-    checks.push_back(portCheck(boards, port, mendForPort(boards, configuration, isSimulated)));
+    checks.push_back(portCheck(boards, port, mendForPort(boards, configuration, simulator.has_value())));
     if (!isBad(checks.back())) checks.push_back(registersCheck(libraries, port));
     return checks;
 }

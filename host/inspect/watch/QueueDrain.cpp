@@ -36,16 +36,11 @@ void drain(const std::stop_token& stop, const BoardLibraries& libraries, PortAdd
     }
 }
 
-/// Other programs use these boards too, and read their own frames.
-bool isShared(const BoardLibraries& libraries) {
-    const auto server = libraries.hal().find<decltype(::orvoSimServer)>("orvoSimServer");
-    return server && server();
-}
-
 } // namespace
 
 QueueDrain::QueueDrain(const BoardAccess& access, const std::vector<PortAddress>& ports) {
-    if (!access.simulator || isShared(access.libraries)) return;
+    if (!access.simulator || !access.server.empty())
+        return;                          // programs of shared boards read their own frames
     const SignalShield handledElsewhere; // the threads inherit it
     for (const auto port : ports)
         if (bringsFrames(access.simulator->wire(port)))

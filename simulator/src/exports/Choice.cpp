@@ -26,8 +26,9 @@ std::unique_ptr<Remote> findNamed(const std::string& name) {
     try {
         const auto path = socketPath(name);
         if (auto found = Remote::connect(path)) return found;
-        refuseOwnBoards("no server of boards answers at '" + path.string() +
-                        "', which ORVO_BOARD chooses; start it: orvo-gige simulate --name " + name);
+        const bool isPath = name == path.string();
+        refuseOwnBoards("no server" + (isPath ? "" : " '" + name + "'") + " answers at " + path.string() +
+                        "; start it with: orvo-gige simulate --name " + name + ", or set ORVO_BOARD=own");
     } catch (const std::runtime_error& reason) {
         refuseOwnBoards(reason.what());
     }
