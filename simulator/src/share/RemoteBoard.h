@@ -7,6 +7,7 @@
 #include "share/Channel.h"
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <optional>
 
@@ -81,7 +82,8 @@ public:
     /// sleeps.
     void await(std::size_t wanted, std::chrono::nanoseconds limit) noexcept;
 
-    bool isClaimed = false; ///< this program has claimed it before
+    std::atomic<bool> isClaimed{
+        false}; ///< this program has claimed it before; written by openings and readers
 
 private:
     std::uint64_t from() const noexcept {
