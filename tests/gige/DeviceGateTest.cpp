@@ -62,7 +62,7 @@ TEST(DeviceGateTest, NobodyIsInsideAClosedGate) {
         [](auto& gate) { return gate.enterSend(10s); }, [](auto& gate) { return gate.enterControl(); }};
     for (const auto& enter : paths) {
         DeviceGate gate;
-        int device = 1; // guarded by the gate: whoever is inside reads 1
+        int device = 1; // guarded by the gate: a thread inside reads 1
         std::atomic<int> passes{0};
         const auto traffic = repeating([&] {
             for (int i = 0; i < 20; ++i) {

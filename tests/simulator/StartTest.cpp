@@ -58,7 +58,7 @@ TEST_F(StartTest, BadFilesAreReportedOnceAndNoBoardAppears) {
         EXPECT_THAT(orvoSimConfigurationError(), testing::HasSubstr("five.toml:2: "));
         expectNoBoard();
     };
-    EXPECT_EXIT(run(five, readError), ExitedWithCode(0), "^$") << "whoever reads the error has it";
+    EXPECT_EXIT(run(five, readError), ExitedWithCode(0), "^$") << "the reader of the error has it";
 }
 
 } // namespace

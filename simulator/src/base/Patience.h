@@ -23,7 +23,7 @@ template <class Holds> bool comesSoon(Holds holds) {
             __builtin_ia32_pause(); // gives the processor core's other thread precedence
 #endif
         }
-        std::this_thread::yield(); // whoever is waited for may need this processor
+        std::this_thread::yield(); // the thread waited for may need this processor
     } while (std::chrono::steady_clock::now() < end);
     return false;
 }

@@ -20,8 +20,8 @@ namespace orvo::sim {
 
 class Remote final : private ServerWatch {
 public:
-    /// Null when nobody answers at the socket. Throws std::runtime_error, one sentence, when whoever answers
-    /// speaks another protocol.
+    /// Null when nobody answers at the socket. Throws std::runtime_error, one sentence, when the process that
+    /// answers speaks another protocol.
     static std::unique_ptr<Remote> connect(const std::filesystem::path& path);
 
     const std::string& path() const noexcept { return path_; }
