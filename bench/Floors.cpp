@@ -2,11 +2,12 @@
 // The lean receive and send.
 #include "Floors.h"
 
-#include "gige/ReceivedWords.h"
 #include "hal/OrvoHal.h"
+#include "platform/SeveralProcessors.h"
 
 #include <boost/make_shared.hpp>
 
+#include <cstring>
 #include <memory>
 
 namespace orvo::bench {
@@ -23,11 +24,18 @@ std::uint32_t readSize() {
     return frameBytes;
 }
 
+ORVO_FOR_SEVERAL_PROCESSORS
+void packWords(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
+    for (std::size_t k = 0; k < wordCount; ++k) {
+        const auto unit = static_cast<std::uint16_t>(words[k]);
+        std::memcpy(frame + 2 * k, &unit, sizeof unit);
+    }
+}
+
 boost::shared_ptr<EthernetFrame> readFrame(std::uint32_t* words, std::uint32_t frameBytes) {
     const int delivered = readEntry()(nullptr, 0, words, std::uint64_t{2} * frameBytes, 100);
     QByteArray bytes(delivered / 2, Qt::Uninitialized);
-    core::zume::unpackFrame(words, static_cast<std::size_t>(delivered) / 4,
-                            reinterpret_cast<unsigned char*>(bytes.data()));
+    packWords(words, static_cast<std::size_t>(delivered) / 4, reinterpret_cast<unsigned char*>(bytes.data()));
     return boost::make_shared<EthernetFrame>(bytes);
 }
 
