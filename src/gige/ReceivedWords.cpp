@@ -30,7 +30,7 @@ void takeBlocks(std::uint32_t* words, std::size_t wordCount, unsigned char* fram
         std::memcpy(frame + 2 * k, units, sizeof units);
         std::memset(words + k, 0, blockWords * sizeof *words);
     }
-    takeWords(words + k, wordCount - k, frame + 2 * k);
+    if (k != wordCount) takeWords(words + k, wordCount - k, frame + 2 * k);
 }
 
 } // namespace
