@@ -8,7 +8,6 @@
 #include <boost/make_shared.hpp>
 
 #include <cstring>
-#include <memory>
 
 namespace orvo::bench {
 
@@ -32,30 +31,29 @@ void packWords(const std::uint32_t* words, std::size_t wordCount, unsigned char*
     }
 }
 
-boost::shared_ptr<EthernetFrame> readFrame(std::uint32_t* words, std::uint32_t frameBytes) {
+} // namespace
+
+boost::shared_ptr<EthernetFrame> leanReceive() {
+    static std::uint32_t words[1024];
+    const std::uint32_t frameBytes = readSize();
     const int delivered = readEntry()(nullptr, 0, words, std::uint64_t{2} * frameBytes, 100);
     QByteArray bytes(delivered / 2, Qt::Uninitialized);
     packWords(words, static_cast<std::size_t>(delivered) / 4, reinterpret_cast<unsigned char*>(bytes.data()));
     return boost::make_shared<EthernetFrame>(bytes);
 }
 
-} // namespace
-
-boost::shared_ptr<EthernetFrame> leanReceive() {
-    const std::uint32_t frameBytes = readSize();
-    const auto words = std::make_unique_for_overwrite<std::uint32_t[]>(frameBytes / 2);
-    return readFrame(words.get(), frameBytes);
-}
-
-boost::shared_ptr<EthernetFrame> leanReceiveWithKeptBuffer() {
-    static std::uint32_t words[1024];
-    return readFrame(words, readSize());
-}
-
 void leanSend(const unsigned char* bytes, std::size_t frameBytes) {
-    for (std::size_t k = 0; k < frameBytes / 2; ++k)
-        m_POHalRegisterWrite.load(std::memory_order_relaxed)(nullptr, 8,
-                                                             bytes[2 * k] + 256U * bytes[2 * k + 1]);
+    const auto write = m_POHalRegisterWrite.load(std::memory_order_relaxed);
+    std::uint64_t busy = 0;
+    m_POHalRegisterRead.load(std::memory_order_relaxed)(nullptr, 8, &busy);
+    write(nullptr, 8, 0);
+#pragma GCC unroll 4
+    for (std::size_t k = 0; k < frameBytes / 2; ++k) {
+        std::uint16_t unit = 0;
+        std::memcpy(&unit, bytes + 2 * k, sizeof unit);
+        write(nullptr, 8, unit);
+    }
+    write(nullptr, 8, 0);
 }
 
 } // namespace orvo::bench
