@@ -2,12 +2,12 @@
 // The lean receive and send.
 #include "Floors.h"
 
-#include "gige/ReceivedWords.h"
 #include "hal/OrvoHal.h"
+#include "platform/SeveralProcessors.h"
 
 #include <boost/make_shared.hpp>
 
-#include <memory>
+#include <cstring>
 
 namespace orvo::bench {
 
@@ -23,31 +23,37 @@ std::uint32_t readSize() {
     return frameBytes;
 }
 
-boost::shared_ptr<EthernetFrame> readFrame(std::uint32_t* words, std::uint32_t frameBytes) {
-    const int delivered = readEntry()(nullptr, 0, words, std::uint64_t{2} * frameBytes, 100);
-    QByteArray bytes(delivered / 2, Qt::Uninitialized);
-    core::zume::unpackFrame(words, static_cast<std::size_t>(delivered) / 4,
-                            reinterpret_cast<unsigned char*>(bytes.data()));
-    return boost::make_shared<EthernetFrame>(bytes);
+ORVO_FOR_SEVERAL_PROCESSORS
+void packWords(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame) {
+    for (std::size_t k = 0; k < wordCount; ++k) {
+        const auto unit = static_cast<std::uint16_t>(words[k]);
+        std::memcpy(frame + 2 * k, &unit, sizeof unit);
+    }
 }
 
 } // namespace
 
 boost::shared_ptr<EthernetFrame> leanReceive() {
-    const std::uint32_t frameBytes = readSize();
-    const auto words = std::make_unique_for_overwrite<std::uint32_t[]>(frameBytes / 2);
-    return readFrame(words.get(), frameBytes);
-}
-
-boost::shared_ptr<EthernetFrame> leanReceiveWithKeptBuffer() {
     static std::uint32_t words[1024];
-    return readFrame(words, readSize());
+    const std::uint32_t frameBytes = readSize();
+    const int delivered = readEntry()(nullptr, 0, words, std::uint64_t{2} * frameBytes, 100);
+    QByteArray bytes(delivered / 2, Qt::Uninitialized);
+    packWords(words, static_cast<std::size_t>(delivered) / 4, reinterpret_cast<unsigned char*>(bytes.data()));
+    return boost::make_shared<EthernetFrame>(bytes);
 }
 
 void leanSend(const unsigned char* bytes, std::size_t frameBytes) {
-    for (std::size_t k = 0; k < frameBytes / 2; ++k)
-        m_POHalRegisterWrite.load(std::memory_order_relaxed)(nullptr, 8,
-                                                             bytes[2 * k] + 256U * bytes[2 * k + 1]);
+    const auto write = m_POHalRegisterWrite.load(std::memory_order_relaxed);
+    std::uint64_t busy = 0;
+    m_POHalRegisterRead.load(std::memory_order_relaxed)(nullptr, 8, &busy);
+    write(nullptr, 8, 0);
+#pragma GCC unroll 4
+    for (std::size_t k = 0; k < frameBytes / 2; ++k) {
+        std::uint16_t unit = 0;
+        std::memcpy(&unit, bytes + 2 * k, sizeof unit);
+        write(nullptr, 8, unit);
+    }
+    write(nullptr, 8, 0);
 }
 
 } // namespace orvo::bench

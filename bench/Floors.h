@@ -11,14 +11,13 @@
 
 namespace orvo::bench {
 
-/// Receive: two calls through the entry table, which copy the words; one buffer for them; the words packed
-/// with the widest vector instructions that the processor has; one QByteArray; one frame in one shared
-/// allocation.
+/// Receive: two calls through the entry table, which copy the words into a buffer that is kept, and neither
+/// cleared nor checked; the words packed with the widest vector instructions that the processor has; one
+/// QByteArray; one frame in one shared allocation. Frames of at most 2,048 bytes.
 boost::shared_ptr<core::zume::EthernetFrame> leanReceive();
-/// The same with a buffer that is kept, and neither cleared nor checked.
-boost::shared_ptr<core::zume::EthernetFrame> leanReceiveWithKeptBuffer();
 
-/// Send: one call of a bound entry for each 16 bits of the frame.
+/// Send: the board's protocol by calls of a bound entry: one read of the busy flag, the write that begins a
+/// frame, one for each 16 bits in an unrolled loop, and the one that ends it.
 void leanSend(const unsigned char* bytes, std::size_t frameBytes);
 
 } // namespace orvo::bench

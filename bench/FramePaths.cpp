@@ -42,12 +42,6 @@ void receiveFloor(benchmark::State& state) {
 }
 BENCHMARK(receiveFloor)->Apply(frameSizes);
 
-void keptBufferReceiveFloor(benchmark::State& state) {
-    orvo::bench::useNullBoard(0, static_cast<std::uint32_t>(state.range(0)));
-    for (auto _ : state) benchmark::DoNotOptimize(orvo::bench::leanReceiveWithKeptBuffer());
-}
-BENCHMARK(keptBufferReceiveFloor)->Apply(frameSizes);
-
 void send(benchmark::State& state) {
     Port port(64);
     EthernetFrame frame(QByteArray(static_cast<int>(state.range(0)), 'x'));

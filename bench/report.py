@@ -72,8 +72,7 @@ def print_table(figures):
 def print_others(figures):
     print("\nothers, ns, with their spread")
     for part, names in (("paths", [f"{path}/{size}" for path in ("receiveFloor", "sendFloor") for size in SIZES] +
-                         ["keptBufferReceiveFloor/64", "keptBufferReceiveFloor/1518", "gateOfReceive", "gateOfSend",
-                          "countersAndFlags", "refusedMessage"]),
+                         ["gateOfReceive", "gateOfSend", "countersAndFlags", "refusedMessage"]),
                         ("pipeline", [f"packetPair/{size}" for size in SIZES]),
                         ("scale", [f"interfaces/{count}" for count in (1, 4, 16, 64)])):
         for name in names:

@@ -90,7 +90,7 @@ private:
     void noteZeroSize(const Reception& reception);
     void noteMissingEnd(const Reception& reception);
     void noteWrongSize(const Reception& reception);
-    boost::shared_ptr<EthernetFrame> makeFrame(const std::uint32_t* words, std::uint32_t deliveredBytes);
+    boost::shared_ptr<EthernetFrame> makeFrame(std::uint32_t* words, std::uint32_t deliveredBytes);
     int lostWords(); // of the receive queue
 
     void sendFrame(const QByteArray& bytes, std::size_t frameBytes);

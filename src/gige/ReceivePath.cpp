@@ -36,10 +36,10 @@ struct OrvoGbePhysicalNetworkInterface::Reception {
     enum class Outcome { Nothing, Frame, ReadError, ZeroSize, NoEnd, WrongSize };
 
     Outcome outcome = Outcome::Nothing;
-    std::uint32_t requestedBytes = 0;     // of the read that the outcome is about
-    int result = 0;                       // of that read
-    int lostWords = 0;                    // asked for only where a message needs it
-    const std::uint32_t* words = nullptr; // of the transmission, in the word buffer
+    std::uint32_t requestedBytes = 0; // of the read that the outcome is about
+    int result = 0;                   // of that read
+    int lostWords = 0;                // asked for only where a message needs it
+    std::uint32_t* words = nullptr;   // of the transmission, in the word buffer
 };
 
 boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::receive(bool* received) {
@@ -189,12 +189,13 @@ void OrvoGbePhysicalNetworkInterface::noteWrongSize(const Reception& reception) 
     d->invalidTransmissionSizes += 1;
 }
 
-boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::makeFrame(const std::uint32_t* words,
+boost::shared_ptr<EthernetFrame> OrvoGbePhysicalNetworkInterface::makeFrame(std::uint32_t* words,
                                                                             std::uint32_t deliveredBytes) {
     const std::uint32_t frameBytes = deliveredBytes / 2;
     QByteArray bytes(static_cast<int>(frameBytes), Qt::Uninitialized);
     auto* const data = reinterpret_cast<unsigned char*>(bytes.data());
-    unpackFrame(words, deliveredBytes / 4, data);
+    takeFrame(words, deliveredBytes / 4, data);
+    d->receivedWords.noteTaken(deliveredBytes / 4);
     if (frameBytes % 2 != 0) data[frameBytes - 1] = 0; // no word holds the last byte of an odd length
     d->receivedFrames += 1;
     d->receivedBytes += frameBytes;

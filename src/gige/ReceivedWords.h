@@ -31,7 +31,7 @@ inline TransmissionVerdict checkTransmission(const std::uint32_t* words, std::ui
 }
 
 /// Packs bits 0 to 15 of each word into two bytes of the frame, low byte first; everything else in a word is
-/// dropped. `frame` has room for 2 * `wordCount` bytes.
-void unpackFrame(const std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
+/// dropped. Sets the words to zero. `frame` has room for 2 * `wordCount` bytes.
+void takeFrame(std::uint32_t* words, std::size_t wordCount, unsigned char* frame);
 
 } // namespace orvo::core::zume

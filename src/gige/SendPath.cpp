@@ -63,6 +63,8 @@ void writeFrame(const PortState& d, const unsigned char* bytes, std::size_t unit
     void* const device = d.device;
     const std::uint32_t writeData = d.regGigeWriteData;
     write(device, d.regGigeBufferReset, 0);
+    // A write takes three branches: call, return and the loop's own, most of which unrolling saves.
+#pragma GCC unroll 4
     for (std::size_t k = 0; k < unitCount; ++k) {
         std::uint16_t unit = 0;
         std::memcpy(&unit, bytes + 2 * k, sizeof unit);

@@ -4,6 +4,8 @@
 
 #include <orvo/tools/logging/Logger.h>
 
+#include <climits>
+
 namespace orvo::test {
 namespace {
 
@@ -59,6 +61,30 @@ TEST_F(ReceivePathTest, DeliveryThatHoldsLessThanItClaimsShowsNothingOfEarlierFr
     Bytes shown(sent.begin(), sent.begin() + 14);
     shown.resize(20);
     EXPECT_EQ(receive(), shown);
+}
+
+TEST_F(ReceivePathTest, NothingOfAFrameStaysBehindWhateverItsReadReturns) {
+    setUpPort();
+    setThreshold(6);
+    const std::uint32_t sizes[] = {2, 61, 64, 66, 127, 1518}; // whole blocks of vectors, and parts of one
+    const auto test = [this](std::uint32_t frameBytes, int result, std::uint32_t laterBytes) {
+        SCOPED_TRACE(testing::Message()
+                     << frameBytes << " bytes, result " << result << ", then " << laterBytes);
+        // The first read stores every word; the second claims to, but stores only the last.
+        board.queues[receiveQueue] = {{4, {frameBytes}},
+                                      {result, std::vector<std::uint32_t>((frameBytes + 1) / 2, 0xFFFF'EEEE)},
+                                      {4, {laterBytes}},
+                                      {static_cast<int>(2 * laterBytes), {0x1'0000}, laterBytes / 2 - 1}};
+        receive();
+        EXPECT_EQ(receive(), Bytes(laterBytes, 0));
+    };
+    for (const auto frameBytes : sizes) {
+        const int asked = static_cast<int>(2 * frameBytes);
+        const int results[] = {asked, asked - 1, asked - 2, asked - 4, asked + 1, asked + 4, asked / 2, 4, 3,
+                               0,     -1,        -asked,    -2120,     -2130,     INT_MAX,   INT_MIN};
+        for (const int result : results)
+            for (const auto laterBytes : sizes) test(frameBytes, result, laterBytes);
+    }
 }
 
 /// What a bad transmission must lead to.

@@ -160,8 +160,10 @@ int FakeBoard::readQueue(std::uint32_t queue, void* buffer, std::uint64_t bytes,
     if (pending.empty()) return HalTimeout;
     const QueueAnswer next = pending.front();
     pending.erase(pending.begin());
+    const std::uint64_t skipped = std::min<std::uint64_t>(bytes, 4 * next.skippedWords);
     if (!next.words.empty())
-        std::memcpy(buffer, next.words.data(), std::min<std::size_t>(bytes, 4 * next.words.size()));
+        std::memcpy(static_cast<char*>(buffer) + skipped, next.words.data(),
+                    std::min<std::size_t>(bytes - skipped, 4 * next.words.size()));
     return next.result;
 }
 

@@ -16,10 +16,11 @@ namespace orvo::test {
 /// Every call of the plug-in, one line each: "write GigE_Reset 0xb", "sleep 100000", "find GigeWriteData2".
 using Journal = std::vector<std::string>;
 
-/// What one read of a data queue gives: the result, and the words that it stores.
+/// What one read of a data queue gives: the result, and the words that it stores, after some it leaves alone.
 struct QueueAnswer {
     int result;
     std::vector<std::uint32_t> words;
+    std::size_t skippedWords = 0;
 };
 
 /// Fills the entry tables for as long as it lives; one at a time. The clock is held meanwhile. Any thread may
