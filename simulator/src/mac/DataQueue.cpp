@@ -149,6 +149,7 @@ bool DataQueue::catchUp(std::uint64_t& head) noexcept {
 }
 
 void DataQueue::claim(ReaderPlace& place, std::uint32_t reader) {
+    const std::lock_guard turn(claims_);
     const std::lock_guard lock(producers_);
     followLocked();
     place.position.store(head_.load(std::memory_order_acquire) >> 1, std::memory_order_release);
