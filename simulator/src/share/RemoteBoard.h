@@ -29,7 +29,7 @@ public:
 
     void begin() noexcept {
         TransmitSlot& slot = open();
-        slot.units.store(0, std::memory_order_relaxed);
+        slot.empty();
         slot.begins.store(1, std::memory_order_relaxed);
     }
     void append(std::uint64_t unit) noexcept {
@@ -76,7 +76,8 @@ public:
     bool holds(std::size_t wanted) const noexcept {
         return window_.tail.load(std::memory_order_acquire) >= from() + wanted;
     }
-    /// Up to `most` words, as many as there are.
+    /// Up to `most` words, as many as there are. Good only if this program is the reader afterwards: words
+    /// that another has taken are overwritten.
     std::size_t take(std::uint32_t* out, std::size_t most) noexcept;
     /// Waits for words; may return early. While words keep coming it looks for some microseconds before it
     /// sleeps.

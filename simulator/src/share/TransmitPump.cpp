@@ -10,7 +10,9 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::chrono::hours noLimit{1}; // of a sleep, which ends when frames come
+/// Of a sleep, which ends when frames come. A program can move the sleeper to a word of its own, where the
+/// pump's end would not wake it.
+constexpr std::chrono::seconds longestSleep{10};
 
 constexpr std::size_t mostUnits = 4096; // a port counts no more writes of one frame, which is too long anyway
 
@@ -42,7 +44,7 @@ void TransmitPump::run() noexcept {
         awaitFrames();
     }
     carry();
-    const SlotContent open(ring_.slot[consumed_ % TransmitRing::slots]);
+    const SlotContent open(ring_.at(consumed_));
     if (open.begins || open.units != 0) board_.loadFrame(port_, open.begins, open.content(), open.units);
     hasEnded_.store(true);
 }
@@ -52,7 +54,7 @@ void TransmitPump::carry() noexcept {
     const auto published = ring_.published.load(std::memory_order_acquire);
     if (published - consumed_ > TransmitRing::usable) consumed_ = published;
     while (consumed_ != published) {
-        const SlotContent frame(ring_.slot[consumed_ % TransmitRing::slots]);
+        const SlotContent frame(ring_.at(consumed_));
         board_.transmitFrame(port_, frame.begins, frame.content(), frame.units);
         ring_.consumed.store(++consumed_, std::memory_order_release);
     }
@@ -68,7 +70,7 @@ void TransmitPump::awaitFrames() noexcept {
     if (hasWork() || (framesKeepComing_ && comesSoon([this] { return hasWork(); }))) return;
     const auto begin = std::chrono::steady_clock::now();
     ring_.isAsleep.store(1, std::memory_order_seq_cst);
-    if (!hasWork()) sleepOn(&ring_.published, consumed_, noLimit);
+    if (!hasWork()) sleepOn(&ring_.published, consumed_, longestSleep);
     ring_.isAsleep.store(0, std::memory_order_relaxed);
     framesKeepComing_ = std::chrono::steady_clock::now() - begin < soon + wakeTime;
 }
