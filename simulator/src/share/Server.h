@@ -28,7 +28,7 @@ public:
 
 private:
     void run() noexcept;
-    void admit();
+    bool admit();
 
     const std::filesystem::path path_;
     const Descriptor socket_;
