@@ -29,7 +29,7 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
         return 0;
     Remote* const server = remote();
     if (!server) return own::OHalRegisterWrite(device, address, value);
-    if (board && board->write(address, value)) return server->isGone() ? OrvoSimHalBoardGone : 0;
+    if (board && board->write(address, value)) return server->noticesGone() ? OrvoSimHalBoardGone : 0;
     return requestWrite(*server, device, address, value);
 }
 
@@ -42,7 +42,7 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
 [[gnu::noinline]] int readRemoteRegister(void* device, uint32_t address, uint64_t* value) {
     if (!remote()) return own::OHalRegisterRead(device, address, value);
     const RemoteBoard* const board = value ? remoteBoardOf(device) : nullptr;
-    if (board && !remote()->isGone() && board->read(address, *value)) return 0;
+    if (board && !remote()->noticesGone() && board->read(address, *value)) return 0;
     return remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
                           &own::OHalRegisterRead)(device, address, value);
 }
@@ -52,9 +52,10 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
     if (!remote()) return own::OHalDataQueueReadBufferLong(device, queue, buffer, lengthBytes, timeoutMs);
     if (RemoteBoard* const board = remoteBoardOf(device))
         return RemoteRead(*remote(), *board, device, queue).read(buffer, lengthBytes, timeoutMs);
-    return remote()->call(EntryId::OHalDataQueueGetNrOfWords, OrvoSimHalBoardGone,
-                          &own::OHalDataQueueGetNrOfWords)(device,
-                                                           queue); // says what is wrong with the handle
+    const auto ask = remote()->call(EntryId::OHalDataQueueGetNrOfWords, OrvoSimHalBoardGone,
+                                    &own::OHalDataQueueGetNrOfWords);
+    const int result = ask(device, queue);                              // says what is wrong with the handle
+    return result < 0 ? result : static_cast<int>(OrvoSimHalBoardGone); // no memory to share
 }
 
 } // namespace
