@@ -78,6 +78,8 @@ int useBoards(const std::string& how) {
     const unsigned port = how == "wait" ? 1 : 0;
     for (unsigned i = 0; i < 100 && how != "again"; ++i) // more than are on their way at once
         device.send(port, frameOf(100, i));
+    std::uint32_t word = 0;
+    OHalDataQueueReadBufferLong(device.handle, port, &word, 4, 0); // this program reads from now on
     OHalDataQueueClear(device.handle, port); // also of what a killed program left half read
     if (how == "fork" && !isRefusedAfterFork(device)) return 1;
     if (how == "again")

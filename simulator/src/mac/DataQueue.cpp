@@ -274,4 +274,19 @@ std::size_t DataQueue::words() const noexcept {
     return window_.tail.load(std::memory_order_seq_cst) - from;
 }
 
+std::size_t DataQueue::transmissions() const noexcept {
+    const std::lock_guard lock(producers_);
+    followLocked();
+    const auto from =
+        std::max(head_.load(std::memory_order_acquire) >> 1, window_.clearTo.load(std::memory_order_acquire));
+    const auto ends = [this](std::uint64_t at) {
+        return (ring_[at & (ringWords_ - 1)] & endOfTransmission) != 0;
+    };
+    const auto tail = window_.tail.load(std::memory_order_relaxed);
+    std::size_t count = 0;
+    for (auto at = from; at != tail; ++at) count += ends(at) ? 1U : 0U;
+    const bool isBegun = from != 0 && tail - from < ringWords_ && !ends(from - 1);
+    return isBegun && count != 0 ? count - 1 : count;
+}
+
 } // namespace orvo::sim

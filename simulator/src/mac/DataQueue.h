@@ -75,6 +75,8 @@ public:
     void clear() noexcept;
 
     std::size_t words() const noexcept;
+    /// Those in the queue that the consumer has not begun to read.
+    std::size_t transmissions() const noexcept;
     std::size_t roomWords() const noexcept { return capacityWords_ - words(); }
     std::uint64_t lostWords() const noexcept { return lostWords_.value(); }
     /// Pushes that had room.
