@@ -42,7 +42,10 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
 [[gnu::noinline]] int readRemoteRegister(void* device, uint32_t address, uint64_t* value) {
     if (!remote()) return own::OHalRegisterRead(device, address, value);
     const RemoteBoard* const board = value ? remoteBoardOf(device) : nullptr;
-    if (board && !remote()->noticesGone() && board->read(address, *value)) return 0;
+    if (board && !remote()->noticesGone()) {
+        if (RemoteBoard::isCounter(address)) remote()->drain();
+        if (board->read(address, *value)) return 0;
+    }
     return remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
                           &own::OHalRegisterRead)(device, address, value);
 }

@@ -51,6 +51,8 @@ public:
     static RemoteBoard* knownBoard(void* device) noexcept {
         return boards_[indexOf(device)].load(std::memory_order_acquire);
     }
+    /// Waits until the frames that this program wrote have left, so that what follows comes after them.
+    void drain() noexcept;
     /// Has the server let this program read the queue. 0 or an error.
     int claim(void* device, unsigned queue);
     void noteOpened(void* device);
@@ -73,8 +75,6 @@ private:
         return static_cast<unsigned>(reinterpret_cast<HandleBits>(device) >> 40) % maxBoards;
     }
     RemoteBoard* attach(void* device);
-    /// Waits until the frames that this program wrote have left, so that requests come after them.
-    void drain() noexcept;
 
     struct Packer : ArgumentPacker {
         explicit Packer(MessageWriter& to) noexcept : ArgumentPacker(to), out(to) {}

@@ -106,17 +106,21 @@ RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& s
 }
 
 bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexcept {
-    if (static_cast<Register>(address & ~portBits) != Register::GigeTxTransferActive || !takes(address) ||
-        !page().isPlain())
-        return false;
-    const auto& port = page().port[portOf(address)];
-    const auto& transmitter = transmitters_[portOf(address)];
+    const bool isFlag = static_cast<Register>(address & ~portBits) == Register::GigeTxTransferActive;
+    if ((!isFlag && !isCounter(address)) || !takes(address) || !page().isPlain()) return false;
+    const unsigned port = portOf(address);
+    value = isFlag ? busyFlag(port) : page().port[port].receiveErrors.value();
+    return true;
+}
+
+std::uint64_t RemoteBoard::busyFlag(unsigned number) const noexcept {
+    const auto& port = page().port[number];
+    const auto& transmitter = transmitters_[number];
     const bool hasRate = port.hasLineRate.load(std::memory_order_relaxed) != 0;
     const bool isBehind = hasRate ? transmitter.underway() != 0 : transmitter.isFull();
     if (isBehind) std::this_thread::yield(); // hosts poll, and the server may need this processor
     const auto nowNs = [] { return std::chrono::nanoseconds(SteadyClock::now().time_since_epoch()).count(); };
-    value = isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
-    return true;
+    return isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
 }
 
 RemoteQueue* RemoteBoard::queue(unsigned number) noexcept {

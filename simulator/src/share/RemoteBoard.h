@@ -122,7 +122,11 @@ public:
             return false;
         }
     }
-    /// The busy flag of a transmitter. False for all other registers.
+    /// A counter that lies in shared memory: counts all frames that have left this program's rings.
+    static bool isCounter(std::uint32_t address) noexcept {
+        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeRecvErrCnt);
+    }
+    /// A counter or the busy flag of a transmitter. False for all other registers.
     bool read(std::uint32_t address, std::uint64_t& value) const noexcept;
 
     RemoteQueue* queue(unsigned number) noexcept; ///< null where there is none
@@ -134,6 +138,7 @@ public:
     void forgetClaims() noexcept;
 
 private:
+    std::uint64_t busyFlag(unsigned port) const noexcept;
     BoardPage& page() const noexcept { return *reinterpret_cast<BoardPage*>(page_.data()); }
     Channel& channel() const noexcept { return *reinterpret_cast<Channel*>(channel_.data()); }
     bool takes(std::uint32_t address) const noexcept {
