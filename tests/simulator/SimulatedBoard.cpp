@@ -67,7 +67,8 @@ int useUntilGone(const std::string& how, const Device& device, unsigned port) {
         if (result == OrvoSimHalQueueTaken) return 3;
         if (result < 0 && result != HalTimeout && result != OrvoSimHalBoardGone) return 1;
     }
-    std::_Exit(0); // the device cannot be closed any more
+    // The device cannot be closed any more.
+    std::_Exit(device.read("GigeTxTransferActive0") == 0xFFFF'FFFF ? 0 : 1);
 }
 
 /// As another program, alone at the port: "once" passes a frame, "again" has the last one sent again, "fork"

@@ -9,6 +9,10 @@ using namespace orvo::sim;
 
 namespace {
 
+/// Read from a bus on which nothing answers. A host takes a busy flag that it cannot read for a busy one, and
+/// would wait for it.
+constexpr std::uint64_t pulledCard = 0xFFFF'FFFF;
+
 /// The server's board of an open handle; null for every other handle.
 RemoteBoard* remoteBoardOf(void* device) {
     const auto handle = reinterpret_cast<HandleBits>(device);
@@ -46,8 +50,10 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
         if (RemoteBoard::isCounter(address)) remote()->drain();
         if (board->read(address, *value)) return 0;
     }
-    return remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
-                          &own::OHalRegisterRead)(device, address, value);
+    const int result = remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
+                                      &own::OHalRegisterRead)(device, address, value);
+    const bool isLostFlag = board && remote()->isGone() && RemoteBoard::isBusyFlag(address);
+    return isLostFlag ? *value = pulledCard, 0 : result;
 }
 
 [[gnu::noinline]] int readRemoteQueue(void* device, uint32_t queue, void* buffer, uint64_t lengthBytes,

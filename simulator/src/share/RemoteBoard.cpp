@@ -106,7 +106,7 @@ RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& s
 }
 
 bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexcept {
-    const bool isFlag = static_cast<Register>(address & ~portBits) == Register::GigeTxTransferActive;
+    const bool isFlag = isBusyFlag(address);
     if ((!isFlag && !isCounter(address)) || !takes(address) || !page().isPlain()) return false;
     const unsigned port = portOf(address);
     value = isFlag ? busyFlag(port) : page().port[port].receiveErrors.value();

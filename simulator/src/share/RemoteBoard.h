@@ -126,6 +126,9 @@ public:
     static bool isCounter(std::uint32_t address) noexcept {
         return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeRecvErrCnt);
     }
+    static bool isBusyFlag(std::uint32_t address) noexcept {
+        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeTxTransferActive);
+    }
     /// A counter or the busy flag of a transmitter. False for all other registers.
     bool read(std::uint32_t address, std::uint64_t& value) const noexcept;
 
