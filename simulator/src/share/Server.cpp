@@ -73,16 +73,23 @@ Descriptor listenAt(const std::filesystem::path& path, const std::string& name) 
     return socket;
 }
 
+/// 0 where there is nothing.
+std::uint64_t inodeAt(const std::filesystem::path& path) noexcept {
+    struct stat found {};
+    return stat(path.c_str(), &found) == 0 ? found.st_ino : 0;
+}
+
 } // namespace
 
 Server::Server(const std::string& name)
     : path_(std::filesystem::absolute(socketPath(name))), socket_(listenAt(path_, name)),
-      bell_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), thread_(startThread([this] { run(); })) {}
+      inode_(inodeAt(path_)), bell_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      thread_(startThread([this] { run(); })) {}
 
 Server::~Server() {
     isEnding_.store(true);
     std::error_code none; // somebody removed it
-    std::filesystem::remove(path_, none);
+    if (inodeAt(path_) == inode_) std::filesystem::remove(path_, none);
     eventfd_write(bell_.get(), 1);
     thread_.join();
 }
