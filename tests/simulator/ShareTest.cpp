@@ -47,8 +47,8 @@ std::string contentOf(pid_t process, const char* file) {
 
 /// Resident memory in KiB, but for what the boards' own queues have filled so far.
 int residentKib(const BoardServer& server) {
-    const std::string status = contentOf(server.process, "status"), name = "RssAnon:";
-    return std::atoi(status.c_str() + status.find(name) + name.size());
+    const std::string text = contentOf(server.process, "status"), name = "RssAnon:";
+    return std::atoi(text.c_str() + text.find(name) + name.size());
 }
 
 /// Descriptors, threads and shared memory of a server.
