@@ -33,7 +33,12 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
         return 0;
     Remote* const server = remote();
     if (!server) return own::OHalRegisterWrite(device, address, value);
-    if (board && board->write(address, value)) return server->noticesGone() ? OrvoSimHalBoardGone : 0;
+    if (board && board->write(address, value)) {
+        const bool isGone = isRegister(address, Register::GigeWriteComplete)
+                                ? server->noticesGone() // once a frame
+                                : server->isGone();
+        return isGone ? OrvoSimHalBoardGone : 0;
+    }
     return requestWrite(*server, device, address, value);
 }
 
@@ -44,15 +49,17 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
 }
 
 [[gnu::noinline]] int readRemoteRegister(void* device, uint32_t address, uint64_t* value) {
-    if (!remote()) return own::OHalRegisterRead(device, address, value);
+    Remote* const server = remote();
+    if (!server) return own::OHalRegisterRead(device, address, value);
     const RemoteBoard* const board = value ? remoteBoardOf(device) : nullptr;
-    if (board && !remote()->noticesGone()) {
-        if (RemoteBoard::isCounter(address)) remote()->drain();
-        if (board->read(address, *value)) return 0;
+    if (board && !server->isGone()) {
+        if (isRegister(address, Register::GigeRecvErrCnt)) server->drain();
+        std::uint64_t found = 0;
+        if (board->read(address, found) && (found == 0 || !server->noticesGone())) return *value = found, 0;
     }
-    const int result = remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
-                                      &own::OHalRegisterRead)(device, address, value);
-    const bool isLostFlag = board && remote()->isGone() && RemoteBoard::isBusyFlag(address);
+    const int result = server->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
+                                    &own::OHalRegisterRead)(device, address, value);
+    const bool isLostFlag = board && server->isGone() && isRegister(address, Register::GigeTxTransferActive);
     return isLostFlag ? *value = pulledCard, 0 : result;
 }
 

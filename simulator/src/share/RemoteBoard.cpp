@@ -106,8 +106,9 @@ RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& s
 }
 
 bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexcept {
-    const bool isFlag = isBusyFlag(address);
-    if ((!isFlag && !isCounter(address)) || !takes(address) || !page().isPlain()) return false;
+    const bool isFlag = isRegister(address, Register::GigeTxTransferActive);
+    if ((!isFlag && !isRegister(address, Register::GigeRecvErrCnt)) || !takes(address) || !page().isPlain())
+        return false;
     const unsigned port = portOf(address);
     value = isFlag ? busyFlag(port) : page().port[port].receiveErrors.value();
     return true;

@@ -13,6 +13,11 @@
 
 namespace orvo::sim {
 
+/// Whether it is this register of some port.
+constexpr bool isRegister(std::uint32_t address, Register base) noexcept {
+    return (address & ~portBits) == static_cast<std::uint32_t>(base);
+}
+
 /// Looks whether the server is still there.
 class ServerWatch {
 public:
@@ -103,7 +108,7 @@ public:
 
     /// The fast path of `write`: a unit of a frame that was begun. False, with nothing done, for all others.
     bool append(std::uint32_t address, std::uint64_t value) noexcept {
-        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) &&
+        return isRegister(address, Register::GigeWriteData) &&
                transmitters_[portOf(address)].appendToOpen(value);
     }
     /// Carries out a write to a transmit buffer. False, with nothing done, for all others and where the board
@@ -122,14 +127,8 @@ public:
             return false;
         }
     }
-    /// A counter that lies in shared memory: counts all frames that have left this program's rings.
-    static bool isCounter(std::uint32_t address) noexcept {
-        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeRecvErrCnt);
-    }
-    static bool isBusyFlag(std::uint32_t address) noexcept {
-        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeTxTransferActive);
-    }
-    /// A counter or the busy flag of a transmitter. False for all other registers.
+    /// The busy flag of a transmitter, or GigeRecvErrCnt, which counts the frames that have left this
+    /// program's rings. False for all other registers.
     bool read(std::uint32_t address, std::uint64_t& value) const noexcept;
 
     RemoteQueue* queue(unsigned number) noexcept; ///< null where there is none
