@@ -28,8 +28,8 @@ struct TransmitSlot {
 /// Frames of one port, in order. Positions count frames.
 struct TransmitRing {
     static constexpr std::uint32_t slots = 64;
-    static constexpr std::uint32_t usable =
-        slots - 1; // one is open for the next frame, empty until it begins
+    /// One is open for the next frame, and empty until it begins.
+    static constexpr std::uint32_t usable = slots - 1;
 
     alignas(64) std::atomic<std::uint32_t> published{0}; ///< the program's; the server sleeps on it
     alignas(64) std::atomic<std::uint32_t> consumed{0};  ///< the server's

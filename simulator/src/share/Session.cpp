@@ -109,10 +109,11 @@ bool Session::answerRead(MessageReader& in, MessageWriter& reply) {
     return true;
 }
 
-/// A released handle is let through, so that the board counts the access; it is never opened again.
+/// A released handle is let through, so that the board counts the access; it is never opened again. One that
+/// another program is given between the two looks was not open at the first.
 void* Session::checked(void* handle) const noexcept {
     const bool isReleased =
-        !openBoardOf(handle) && DeviceHandles::wasOpen(reinterpret_cast<HandleBits>(handle));
+        DeviceHandles::wasOpen(reinterpret_cast<HandleBits>(handle)) && !openBoardOf(handle);
     return isReleased || handles_.contains(handle) ? handle : nullptr;
 }
 
