@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Fault scripts: what they say, what is said about bad ones, and whose turn it is.
-#include "faults/ScriptedFault.h"
+#include "process/Simulation.h"
 
 #include <gmock/gmock.h>
 
@@ -99,6 +99,47 @@ TEST(FaultScriptTest, GuideHasEveryKindAndItsExampleIsAScript) {
     const auto begin = text.find("```toml\n") + 8;
     EXPECT_GT(
         parseFaultScript(text.substr(begin, text.find("```", begin) - begin), FAULT_GUIDE).faults.size(), 4U);
+}
+
+/// Programs read queues from shared memory only while the board is plain.
+TEST(FaultScriptTest, ABoardIsPlainOnceItsScriptIsOverAndTheAccountStaysRight) {
+    Simulation simulation(defaultConfiguration());
+    Board& board = *simulation.board(0);
+    std::uint64_t value = 0;
+    std::uint32_t words[64];
+    const auto isPlain = [&] { return board.memory().page().isPlain(); };
+    const auto load = [&](const std::string& fault) {
+        simulation.loadFaults(parseFaultScript("[[fault]]\nat = 2\nkind = " + fault, "script"), 1);
+        EXPECT_FALSE(isPlain());
+    };
+    load("'register-failed'\nregister = 'GigeRecvPktCnt0'\nresult = -9");
+    for (const int result : {0, -9, 0}) {
+        EXPECT_FALSE(isPlain());
+        EXPECT_EQ(board.readRegister(board.firmware().addressOf("GigeRecvPktCnt0"), value), result);
+    }
+    EXPECT_TRUE(isPlain());
+
+    load("'size-long'");
+    const auto read = [&](std::size_t count) { return board.readQueue(0, words, count, 0); };
+    const auto taken = [&] {
+        OrvoSimPortAccount account{};
+        board.script()->catchUp(0);
+        const std::lock_guard lock(benchMutex);
+        board.script()->account(0, account);
+        return std::vector{account.takenFrames, account.leftFrames, account.clearedFrames};
+    };
+    const std::uint8_t frame[60] = {};
+    for (int i = 0; i < 6; ++i) board.ports()[0].receiveQueue().pushFrame(frame);
+    for (const std::size_t count : {1U, 30U, 1U}) EXPECT_EQ(read(count), static_cast<int>(4 * count));
+    EXPECT_EQ(words[0], 68U);
+    simulation.endFaults();
+    EXPECT_FALSE(isPlain()) << "the rest of the frame is not in the queue any more";
+    EXPECT_EQ(read(34), 120);
+    EXPECT_EQ(read(31 + 1), 128);
+    EXPECT_TRUE(isPlain());
+    EXPECT_THAT(taken(), ElementsAre(4, 2, 0)) << "the fourth is half read";
+    board.clearQueue(0);
+    EXPECT_THAT(taken(), ElementsAre(4, 0, 2));
 }
 
 } // namespace

@@ -37,29 +37,67 @@ int serve(const char* socket) {
     return 0;
 }
 
-/// As another program: "once" passes a frame, "traffic" passes frames until the board is gone, "wait" reads
-/// an empty queue until then. 0 when that went well.
+/// A child of fork gets nothing of its parent's boards.
+bool isRefusedAfterFork(const Device& device) {
+    int status = -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        std::uint32_t word = 0;
+        const int results[] = {OHalRegisterWrite(device.handle, device.address("GigeBufferReset0"), 0),
+                               OHalRegisterWrite(device.handle, device.address("GigeWriteComplete0"), 0),
+                               OHalDataQueueReadBufferLong(device.handle, 0, &word, 4, 0),
+                               OHalFreeDevice(device.handle)};
+        std::_Exit(std::ranges::all_of(results, [](int one) { return one == OrvoSimHalBoardGone; }) ? 0 : 1);
+    }
+    return waitpid(child, &status, 0) == child && status == 0;
+}
+
+/// Sends and reads as `how` says until the board is gone; 3 when another program reads the queue.
+int useUntilGone(const std::string& how, const Device& device, unsigned port) {
+    std::uint32_t word = 0;
+    for (int result = 0; result != OrvoSimHalBoardGone;) {
+        if (how != "wait" && result != HalTimeout)
+            for (const char* name : {"GigeBufferReset0", "GigeWriteData0", "GigeWriteComplete0"})
+                result = OHalRegisterWrite(device.handle, device.address(name), 7);
+        if (how == "pace")
+            usleep(100'000);
+        else
+            result =
+                OHalDataQueueReadBufferLong(device.handle, port, &word, 4, how == "wait" ? 600'000 : 100);
+        if (result == OrvoSimHalQueueTaken) return 3;
+        if (result < 0 && result != HalTimeout && result != OrvoSimHalBoardGone) return 1;
+    }
+    // The device cannot be closed any more.
+    std::_Exit(device.read("GigeTxTransferActive0") == 0xFFFF'FFFF ? 0 : 1);
+}
+
+/// As another program, alone at the port: "once" passes a frame, "again" has the last one sent again, "fork"
+/// has a child first, "traffic" and "pace" pass frames until the board is gone, "wait" reads an empty queue
+/// until then. 0 when that went well.
 int useBoards(const std::string& how) {
     const Device device(0);
     const unsigned port = how == "wait" ? 1 : 0;
+    for (unsigned i = 0; i < 100 && how != "again"; ++i) // more than are on their way at once
+        device.send(port, frameOf(100, i));
     std::uint32_t word = 0;
-    OHalDataQueueClear(device.handle, port); // of what a killed program left half read
-    device.send(port, frameOf(1000));
-    if (!device.receive(port, 5000) || write(STDOUT_FILENO, &word, 1) != 1) return 1;
-    if (how == "once") return testing::Test::HasFailure() ? 1 : 0;
-    for (int result = 0; result != OrvoSimHalBoardGone;) {
-        if (how == "traffic" && result != HalTimeout)
-            for (const char* name : {"GigeBufferReset0", "GigeWriteData0", "GigeWriteComplete0"})
-                OHalRegisterWrite(device.handle, device.address(name), 7);
-        result = OHalDataQueueReadBufferLong(device.handle, port, &word, 4, how == "wait" ? 600'000 : 100);
-        if (result < 0 && result != HalTimeout && result != OrvoSimHalBoardGone) return 1;
-    }
-    std::_Exit(0); // the device cannot be closed any more
+    OHalDataQueueReadBufferLong(device.handle, port, &word, 4, 0); // this program reads from now on
+    OHalDataQueueClear(device.handle, port); // also of what a killed program left half read
+    if (how == "fork" && !isRefusedAfterFork(device)) return 1;
+    if (how == "again")
+        device.write("GigeWriteComplete0", 0);
+    else
+        device.send(port, frameOf(1000));
+    const char byte = '\n';
+    if (device.receive(port, 5000) != frameOf(1000) || write(STDOUT_FILENO, &byte, 1) != 1) return 1;
+    if (how == "traffic" || how == "pace" || how == "wait") return useUntilGone(how, device, port);
+    const bool isFirst = (reinterpret_cast<std::uintptr_t>(device.handle) >> 32 & 0xFF) == 0;
+    return testing::Test::HasFailure() || !isFirst ? 1 : 0; // first: no handle of an earlier one is left
 }
 
 } // namespace
 
-pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input) {
+pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input,
+                bool waits) {
     int in[2], out[2];
     char byte = 0;
     EXPECT_TRUE(pipe2(in, O_CLOEXEC) == 0 && pipe2(out, O_CLOEXEC) == 0);
@@ -74,7 +112,7 @@ pid_t startSelf(const char* mode, const std::string& argument, const std::string
     close(in[0]);
     close(out[1]);
     input = in[1];
-    EXPECT_EQ(read(out[0], &byte, 1), 1) << mode << " does not start";
+    EXPECT_TRUE(!waits || read(out[0], &byte, 1) == 1) << mode << " does not start";
     close(out[0]);
     return process;
 }

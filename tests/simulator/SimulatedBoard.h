@@ -136,9 +136,10 @@ struct BoardServer {
     const pid_t process;
 };
 
-/// This program as another process; returns once it has written its first byte. `input` is the other end of
-/// its standard input. The environment variable ORVO_BOARD is `board`.
-pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input);
+/// This program as another process; with `waits`, returns once it has written its first byte. `input` is the
+/// other end of its standard input. The environment variable ORVO_BOARD is `board`.
+pid_t startSelf(const char* mode, const std::string& argument, const std::string& board, int& input,
+                bool waits = true);
 
 /// Runs in virtual time, and finds boards 0, 3 and 4 present, cabled as configured, up since a reset, and all
 /// their queues empty.

@@ -28,12 +28,10 @@ MappedMemory MappedMemory::shareable(const char* name, std::size_t bytes, Access
     return mapped;
 }
 
-MappedMemory MappedMemory::of(Descriptor memory, std::size_t bytes, Access access) {
+MappedMemory MappedMemory::of(Descriptor memory, Access access) {
     struct stat status {};
     require(fstat(memory.get(), &status) == 0);
-    errno = EINVAL;
-    require(status.st_size >= static_cast<off_t>(bytes));
-    return {std::move(memory), bytes, access};
+    return {std::move(memory), static_cast<std::size_t>(status.st_size), access};
 }
 
 MappedMemory::MappedMemory(Descriptor memory, std::size_t bytes, Access access)

@@ -15,8 +15,8 @@ public:
 
     /// New memory that nobody else can shrink. With ReadOnly, others can map it for reading only.
     static MappedMemory shareable(const char* name, std::size_t bytes, Access forOthers);
-    /// Another process's, by its descriptor.
-    static MappedMemory of(Descriptor memory, std::size_t bytes, Access access);
+    /// Another process's, by its descriptor, as a whole.
+    static MappedMemory of(Descriptor memory, Access access);
 
     ~MappedMemory();
     MappedMemory(MappedMemory&& other) noexcept;

@@ -65,7 +65,12 @@ void Board::setScript(BoardFaults& script) {
 }
 
 void Board::passScript() {
-    if (condition_.has(Trouble::Script)) script()->pass();
+    if (!condition_.has(Trouble::Script)) return;
+    BoardFaults* const present = script();
+    present->pass();
+    if (!present->isOver() || !accessFaults_.isSettled()) return;
+    const std::lock_guard lock(benchMutex);
+    if (script() == present) condition_.set(Trouble::Script, false); // accesses go their usual way again
 }
 
 int Board::configureFpga(const OrvoSimRegisterMap* applet) {
@@ -96,7 +101,7 @@ int Board::writeTroubled(std::uint32_t address, std::uint64_t value) noexcept {
                            (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteComplete);
     if (!isInFrame) passScript();
     const int refused = refusal();
-    if (condition_.has(Trouble::Script)) script()->noteWrite(address, value, refused != 0);
+    if (BoardFaults* const rules = script()) rules->noteWrite(address, value, refused != 0);
     return refused != 0 ? refused : writeUsual(address, value);
 }
 

@@ -41,7 +41,8 @@ public:
     /// The part of the fault script that concerns this board; null before the first script. Never destroyed.
     BoardFaults* script() const noexcept { return script_.load(std::memory_order_acquire); }
     void setScript(BoardFaults& script);
-    /// Lets the script begin and end what is due. Called at accesses of the host, without the bench mutex.
+    /// Lets the script begin and end what is due, and forgets one that is over. Called at accesses of the
+    /// host, without the bench mutex.
     void passScript();
 
     /// 0, or why the host cannot reach the board's firmware.

@@ -77,6 +77,19 @@ void BoardFaults::noteWrite(std::uint32_t address, std::uint64_t value, bool isR
     for (ScriptedFault* const fault : armed_) fault->noteWrite(address, value, simClock.now());
 }
 
+bool BoardFaults::isOver() {
+    return std::ranges::all_of(faults_, [](const ScriptedFault* fault) { return fault->isOver(); }) &&
+           events_.isSettled() &&
+           std::ranges::all_of(ports_, [](const auto& port) { return !port || port->queue.isSettled(); });
+}
+
+void BoardFaults::catchUp(unsigned port) {
+    auto& faults = *ports_[port];
+    Port& place = board_.ports()[port];
+    if (isOver())
+        faults.queue.catchUp(place.receiver().queuedFrames() - faults.queuedBefore, place.receiveQueue());
+}
+
 void BoardFaults::noteClear(unsigned port) {
     auto& faults = *ports_[port];
     faults.queue.cleared(board_.ports()[port].receiver().queuedFrames() - faults.queuedBefore);

@@ -33,9 +33,14 @@ public:
     PhyFaults& phy(unsigned port) noexcept { return ports_[port]->phy; }
     /// The host read the port's action command queue.
     void noteActionRead(unsigned port) noexcept { events_.noteListener(port); }
-    /// The host cleared the port's receive queue.
+    /// The host cleared the port's receive queue; `catchUp` came before.
     void noteClear(unsigned port);
+    /// Once the script is over, reads are not followed one by one: counts what was read since. Before an
+    /// account; without the bench mutex.
+    void catchUp(unsigned port);
 
+    /// All faults have happened or were ended, and none lasts. Stays so; reads need not come here any more.
+    bool isOver();
     /// Ends all faults: the board comes back, cables are plugged in, frames that were held back go on.
     void end();
 

@@ -2,6 +2,7 @@
 // What other processes see of a board without asking: memory that they can only read.
 #pragma once
 
+#include "base/Counter.h"
 #include "config/Configuration.h"
 #include "mac/QueueWindow.h"
 
@@ -19,6 +20,7 @@ struct PortPage {
     std::atomic<std::uint32_t> isPlayed{0};    ///< the wire delivers when the empty queue is read
     std::atomic<std::int64_t> busyUntil{0};    ///< of the transmitter, in nanoseconds of the steady clock
     std::atomic<std::uint32_t> hasLineRate{0}; ///< frames take their time on the wire
+    SharedCounter receiveErrors;               ///< GigeRecvErrCnt, which a host may read with every frame
     std::array<std::uint64_t, queuesPerPort> windows{}; ///< of the queues, in bytes from the page; 0: none
 };
 

@@ -39,8 +39,10 @@ int Board::clearQueue(unsigned number) {
     if (const int refused = refusal(); refused != 0) return refused;
     DataQueue* const found = queue(number);
     if (!found) return OrvoSimHalNoQueue;
+    BoardFaults* const rules = number < maxPorts ? script() : nullptr;
+    if (rules) rules->catchUp(number);
     found->clear();
-    if (condition_.has(Trouble::Script) && number < maxPorts) script()->noteClear(number);
+    if (rules) rules->noteClear(number);
     return 0;
 }
 

@@ -5,6 +5,8 @@
 #include "board/Board.h"
 #include "board/Cabling.h"
 
+#include <algorithm>
+
 namespace orvo::sim {
 
 EventFaults::EventFaults(Board& board, const std::vector<ScriptedFault*>& faults) : board_(board) {
@@ -76,6 +78,11 @@ void EventFaults::storm(ScriptedFault& fault) {
         if (queue.push({&word, 1})) ++queued;
     }
     fault.countEffects(queued);
+}
+
+bool EventFaults::isSettled() {
+    const std::lock_guard lock(mutex_);
+    return std::ranges::none_of(rows_, [](const Row& row) { return row.isDue || row.isUnderWay; });
 }
 
 void EventFaults::end() {

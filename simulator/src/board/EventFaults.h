@@ -24,6 +24,8 @@ public:
     /// The host read action command reports of the port: storms there can begin.
     void noteListener(unsigned port) noexcept { listened_.fetch_or(1U << port); }
     bool hasListener(unsigned port) const noexcept { return (listened_.load() >> port & 1) != 0; }
+    /// Nothing is under way or waits to begin.
+    bool isSettled();
     /// Ends everything at once.
     void end();
 

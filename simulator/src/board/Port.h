@@ -122,7 +122,7 @@ private:
     Transmitter transmitter_{gate_, page_.busyUntil};
     DataQueue receiveQueue_;
     DataQueue actionQueue_;
-    Receiver receiver_{gate_, receiveQueue_};
+    Receiver receiver_{gate_, receiveQueue_, page_.receiveErrors};
     PacedSink<Port> outside_{*this};
 
     std::atomic<bool> transmitterStart_{false};

@@ -103,6 +103,7 @@ int orvoSimReadPortAccount(unsigned board, unsigned port, struct OrvoSimPortAcco
         BoardFaults* const script = simulation().board(board)->script();
         if (!script) return OrvoSimNoSuchPlace;
         if (!out) return OrvoSimBadValue;
+        script->catchUp(port);
         const std::lock_guard lock(benchMutex);
         script->account(port, *out);
         return 0;

@@ -6,6 +6,8 @@
 
 #include <stdexcept>
 
+#include <pthread.h>
+
 namespace orvo::sim {
 
 namespace {
@@ -40,7 +42,10 @@ Remote* choose() {
     const auto choice = chosenBoards();
     if (choice.kind == BoardChoice::Kind::Own) return nullptr;
     auto found = choice.kind == BoardChoice::Kind::Server ? findNamed(choice.name) : findDefault();
-    return found.release(); // other threads may call the library until the process has ended
+    if (!found) return nullptr;
+    static Remote* const used = found.release(); // threads may call the library until the process has ended
+    pthread_atfork(nullptr, nullptr, [] { used->leaveToParent(); });
+    return used;
 }
 
 } // namespace

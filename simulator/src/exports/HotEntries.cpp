@@ -9,6 +9,10 @@ using namespace orvo::sim;
 
 namespace {
 
+/// Read from a bus on which nothing answers. A host takes a busy flag that it cannot read for a busy one, and
+/// would wait for it.
+constexpr std::uint64_t pulledCard = 0xFFFF'FFFF;
+
 /// The server's board of an open handle; null for every other handle.
 RemoteBoard* remoteBoardOf(void* device) {
     const auto handle = reinterpret_cast<HandleBits>(device);
@@ -29,7 +33,12 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
         return 0;
     Remote* const server = remote();
     if (!server) return own::OHalRegisterWrite(device, address, value);
-    if (board && board->write(address, value)) return server->isGone() ? OrvoSimHalBoardGone : 0;
+    if (board && board->write(address, value)) {
+        const bool isGone = isRegister(address, Register::GigeWriteComplete)
+                                ? server->noticesGone() // once a frame
+                                : server->isGone();
+        return isGone ? OrvoSimHalBoardGone : 0;
+    }
     return requestWrite(*server, device, address, value);
 }
 
@@ -40,11 +49,18 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
 }
 
 [[gnu::noinline]] int readRemoteRegister(void* device, uint32_t address, uint64_t* value) {
-    if (!remote()) return own::OHalRegisterRead(device, address, value);
+    Remote* const server = remote();
+    if (!server) return own::OHalRegisterRead(device, address, value);
     const RemoteBoard* const board = value ? remoteBoardOf(device) : nullptr;
-    if (board && !remote()->isGone() && board->read(address, *value)) return 0;
-    return remote()->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
-                          &own::OHalRegisterRead)(device, address, value);
+    if (board && !server->isGone()) {
+        if (isRegister(address, Register::GigeRecvErrCnt)) server->drain();
+        std::uint64_t found = 0;
+        if (board->read(address, found) && (found == 0 || !server->noticesGone())) return *value = found, 0;
+    }
+    const int result = server->call(EntryId::OHalRegisterRead, OrvoSimHalBoardGone,
+                                    &own::OHalRegisterRead)(device, address, value);
+    const bool isLostFlag = board && server->isGone() && isRegister(address, Register::GigeTxTransferActive);
+    return isLostFlag ? *value = pulledCard, 0 : result;
 }
 
 [[gnu::noinline]] int readRemoteQueue(void* device, uint32_t queue, void* buffer, uint64_t lengthBytes,
@@ -52,9 +68,10 @@ int requestWrite(Remote& server, void* device, uint32_t address, uint64_t value)
     if (!remote()) return own::OHalDataQueueReadBufferLong(device, queue, buffer, lengthBytes, timeoutMs);
     if (RemoteBoard* const board = remoteBoardOf(device))
         return RemoteRead(*remote(), *board, device, queue).read(buffer, lengthBytes, timeoutMs);
-    return remote()->call(EntryId::OHalDataQueueGetNrOfWords, OrvoSimHalBoardGone,
-                          &own::OHalDataQueueGetNrOfWords)(device,
-                                                           queue); // says what is wrong with the handle
+    const auto ask = remote()->call(EntryId::OHalDataQueueGetNrOfWords, OrvoSimHalBoardGone,
+                                    &own::OHalDataQueueGetNrOfWords);
+    const int result = ask(device, queue);                              // says what is wrong with the handle
+    return result < 0 ? result : static_cast<int>(OrvoSimHalBoardGone); // no memory to share
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// C entries whose arguments or results mean something else in another process: pointers into the library, and
-// paths of files.
+// C entries whose arguments or results mean something else in another process, or have a limit there:
+// pointers into the library, paths of files, and long blocks.
 #include "entries/OwnEntries.h"
 #include "exports/Choice.h"
 #include "exports/RemoteMaps.h"
@@ -56,6 +56,13 @@ const char* orvoSimConfigurationError() {
 
 const OrvoSimRegisterMap* orvoSimRegisterMap(unsigned number) {
     return remote() ? remoteMaps().map(number) : own::orvoSimRegisterMap(number);
+}
+
+/// All or none: a request has no room for more than a block.
+int orvoSimPushWords(unsigned board, unsigned queue, const uint32_t* words, size_t count) {
+    if (!remote()) return own::orvoSimPushWords(board, queue, words, count);
+    if (count > maxBlockBytes / sizeof *words) return OrvoSimFull;
+    return ask(EntryId::orvoSimPushWords, &own::orvoSimPushWords)(board, queue, words, count);
 }
 
 int orvoSimReadFault(unsigned number, OrvoSimFault* out) {

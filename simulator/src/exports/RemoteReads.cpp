@@ -21,18 +21,18 @@ int bytesOf(std::size_t words) noexcept {
 
 int RemoteRead::read(void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs) {
     const std::size_t words = bytes / sizeof(std::uint32_t);
-    if (queue_ && queue_->reader() != server_.number())
+    if (queue_)
         if (const int refused = claim(); refused != 0) return refused;
     if (!queue_ || !buffer || words == 0) return ask(buffer, words, 0); // which says what is wrong
     auto* const out = static_cast<std::uint32_t*>(buffer);
-    if (!server_.isGone() && board_.isPlain() && queue_->holds(words))
-        return bytesOf(queue_->take(out, words));
+    if (!server_.isGone() && board_.isPlain() && queue_->holds(words)) return take(out, words);
     return readPatiently(out, words, timeoutMs);
 }
 
 /// The program that claimed a queue last reads it; one that lost it so reads no more until it opens the board
 /// again, or the other leaves.
 int RemoteRead::claim() {
+    if (queue_->reader() == server_.number()) return 0;
     if (queue_->isClaimed && queue_->reader() != 0) return OrvoSimHalQueueTaken;
     const int result = server_.claim(device_, number_);
     queue_->isClaimed = result == 0;
@@ -45,6 +45,7 @@ int RemoteRead::readPatiently(std::uint32_t* out, std::size_t words, std::uint32
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
         const auto leftMs = static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0));
         if (server_.findGone()) return OrvoSimHalBoardGone;
+        if (const int refused = claim(); refused != 0) return refused; // another began to read meanwhile
         const int result = readNow(out, words, leftMs);
         if (result != queueNotReady) return result;
         queue_->await(words, std::min(board_.isPlain() ? goneInterval : troubledInterval, left));
@@ -56,7 +57,13 @@ int RemoteRead::readNow(std::uint32_t* out, std::size_t words, std::uint32_t lef
     if (!board_.isPlain() || (board_.isPlayed(number_) && !queue_->holds(1))) return ask(out, words, leftMs);
     if (leftMs != 0 && !queue_->holds(words)) return queueNotReady;
     if (!queue_->holds(words)) board_.drain(replyLimit); // frames of this program may be on their way here
+    return take(out, words);
+}
+
+/// Words that another program took at the same time may be overwritten already.
+int RemoteRead::take(std::uint32_t* out, std::size_t words) {
     const std::size_t count = queue_->take(out, words);
+    if (queue_->reader() != server_.number()) return OrvoSimHalQueueTaken;
     return count != 0 ? bytesOf(count) : static_cast<int>(HalTimeout);
 }
 

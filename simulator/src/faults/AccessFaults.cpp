@@ -30,6 +30,11 @@ void AccessFaults::setScript(std::vector<Row> rows) {
     scripted_ = std::move(rows);
 }
 
+bool AccessFaults::isSettled() {
+    const std::lock_guard lock(mutex_);
+    return std::ranges::none_of(scripted_, [](const Row& row) { return row.isStuck; });
+}
+
 std::optional<AccessFaults::Answer> AccessFaults::take(Access access, std::uint64_t selectedPhy) {
     const std::lock_guard lock(mutex_);
     if (const auto answer = takeCalled(access)) return answer;

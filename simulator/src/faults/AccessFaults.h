@@ -42,6 +42,9 @@ public:
     /// Replaces the entries of an earlier script.
     void setScript(std::vector<Row> rows);
 
+    /// No flag is stuck by the script.
+    bool isSettled();
+
     /// The answer of the first fault that happens at this access, if any. `selectedPhy` is the PHY address in
     /// the MDIO master; it matters for reads of an MDIO result.
     std::optional<Answer> take(Access access, std::uint64_t selectedPhy = 0);

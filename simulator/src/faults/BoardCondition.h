@@ -11,7 +11,7 @@ enum class Trouble : std::uint32_t {
     Gone = 1,         // the board was removed
     NoApplet = 2,     // its FPGA holds no applet
     CalledFaults = 4, // single calls armed faults, and some are left
-    Script = 8        // a fault script is loaded
+    Script = 8        // a fault script is at work
 };
 
 /// Any thread. A call that runs during a change sees the old or the new condition.

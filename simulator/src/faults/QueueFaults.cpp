@@ -133,4 +133,15 @@ void QueueFaults::cleared(std::uint64_t queued) {
     staged_ = nullptr;
 }
 
+bool QueueFaults::isSettled() {
+    const std::lock_guard lock(mutex_);
+    return !staged_;
+}
+
+void QueueFaults::catchUp(std::uint64_t queued, const DataQueue& queue) {
+    const std::lock_guard lock(mutex_);
+    const auto kept = queued - std::min(queued, dropped_.load());
+    taken_.store(kept - std::min<std::uint64_t>(kept, queue.transmissions()));
+}
+
 } // namespace orvo::sim

@@ -25,6 +25,10 @@ public:
     void refused(DataQueue& queue);
     /// The host cleared the queue, into which `queued` frames were put so far.
     void cleared(std::uint64_t queued);
+    /// Nothing is left of a faulted transmission for the next read.
+    bool isSettled();
+    /// Counts what the host took without this object being asked, of `queued` frames that were put in so far.
+    void catchUp(std::uint64_t queued, const DataQueue& queue);
 
     std::uint64_t taken() const noexcept { return taken_.load(); }     ///< transmissions
     std::uint64_t failed() const noexcept { return failed_.load(); }   ///< of these, by reads that failed

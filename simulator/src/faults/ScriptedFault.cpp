@@ -13,6 +13,12 @@ bool ScriptedFault::mayHappen(SimTime now) const noexcept {
     return !ended_.load() && armed_.load() && passed >= spec_.when.fromTime && passed <= spec_.when.toTime;
 }
 
+std::uint64_t ScriptedFault::mostInjections() const noexcept {
+    const auto& when = spec_.when;
+    const bool isOnce = when.at != 0 || (isTimed() && when.everyTime == SimTime::zero());
+    return isOnce ? 1 : when.times;
+}
+
 /// Draws a number at every occurrence that the rate applies to, even where `every` then says no, so that the
 /// sequence stays the same.
 bool ScriptedFault::isTurn() noexcept {

@@ -37,6 +37,8 @@ public:
     void noteWrite(std::uint32_t address, std::uint64_t value, SimTime now) noexcept;
     /// It does not happen any more.
     void end() noexcept { ended_.store(true); }
+    /// It was ended, or has happened as often as it may. Stays so.
+    bool isOver() const noexcept { return ended_.load() || injected_.load() >= mostInjections(); }
 
     /// A random number below `limit`, which must not be 0.
     std::uint64_t random(std::uint64_t limit);
@@ -54,6 +56,7 @@ public:
 
 private:
     bool mayHappen(SimTime now) const noexcept;
+    std::uint64_t mostInjections() const noexcept;
     bool isTurn() noexcept;
 
     const FaultSpec spec_;

@@ -149,6 +149,7 @@ bool DataQueue::catchUp(std::uint64_t& head) noexcept {
 }
 
 void DataQueue::claim(ReaderPlace& place, std::uint32_t reader) {
+    const std::lock_guard turn(claims_);
     const std::lock_guard lock(producers_);
     followLocked();
     place.position.store(head_.load(std::memory_order_acquire) >> 1, std::memory_order_release);
@@ -271,6 +272,21 @@ std::size_t DataQueue::words() const noexcept {
     const auto head = head_.load(std::memory_order_acquire) >> 1;
     const auto from = std::max(head, window_.clearTo.load(std::memory_order_acquire));
     return window_.tail.load(std::memory_order_seq_cst) - from;
+}
+
+std::size_t DataQueue::transmissions() const noexcept {
+    const std::lock_guard lock(producers_);
+    followLocked();
+    const auto from =
+        std::max(head_.load(std::memory_order_acquire) >> 1, window_.clearTo.load(std::memory_order_acquire));
+    const auto ends = [this](std::uint64_t at) {
+        return (ring_[at & (ringWords_ - 1)] & endOfTransmission) != 0;
+    };
+    const auto tail = window_.tail.load(std::memory_order_relaxed);
+    std::size_t count = 0;
+    for (auto at = from; at != tail; ++at) count += ends(at) ? 1U : 0U;
+    const bool isBegun = from != 0 && tail - from < ringWords_ && !ends(from - 1);
+    return isBegun && count != 0 ? count - 1 : count;
 }
 
 } // namespace orvo::sim

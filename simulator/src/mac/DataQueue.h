@@ -51,6 +51,8 @@ public:
     void claim(ReaderPlace& place, std::uint32_t reader);
     void release(const ReaderPlace& place);
     std::uint32_t reader() const noexcept { return window_.reader.load(std::memory_order_acquire); }
+    /// Lets nobody else become the consumer while the lock is held: for a read on behalf of the present one.
+    [[nodiscard]] std::unique_lock<std::mutex> keepReader() { return std::unique_lock(claims_); }
 
     /// Appends the words. False when there is no room for all of them; they are counted as lost then.
     bool push(std::span<const std::uint32_t> words);
@@ -73,6 +75,8 @@ public:
     void clear() noexcept;
 
     std::size_t words() const noexcept;
+    /// Those in the queue that the consumer has not begun to read.
+    std::size_t transmissions() const noexcept;
     std::size_t roomWords() const noexcept { return capacityWords_ - words(); }
     std::uint64_t lostWords() const noexcept { return lostWords_.value(); }
     /// Pushes that had room.
@@ -115,6 +119,8 @@ private:
     const std::unique_ptr<CacheLine[]> ownMemory_;
     QueueWindow& window_;
     std::uint32_t* const ring_;
+
+    std::mutex claims_; // taken before the next
 
     alignas(64) mutable std::mutex producers_; // guards the next six
     std::uint64_t seenHead_ = 0;

@@ -14,7 +14,9 @@ namespace orvo::sim {
 /// Any thread.
 class Receiver final : public FrameSink {
 public:
-    Receiver(const PortGate& gate, DataQueue& queue) noexcept : gate_(gate), queue_(queue) {}
+    /// `errors` outlives it.
+    Receiver(const PortGate& gate, DataQueue& queue, SharedCounter& errors) noexcept
+        : gate_(gate), queue_(queue), errors_(errors) {}
 
     Arrival deliver(WireBytes frame) noexcept override;
     Arrival deliverUnsealed(WireBytes content) noexcept override;
@@ -47,7 +49,7 @@ private:
 
     const PortGate& gate_;
     DataQueue& queue_;
-    SharedCounter errors_;
+    SharedCounter& errors_;
     SharedCounter ignoredFrames_;
 };
 

@@ -101,8 +101,10 @@ void Simulation::loadFaults(const FaultScript& script, std::uint64_t seed) {
 }
 
 void Simulation::endFaults() {
-    for (const auto& board : boards_)
+    for (const auto& board : boards_) {
         if (BoardFaults* const script = board->script()) script->end();
+        board->passScript();
+    }
 }
 
 const ScriptedFault* Simulation::fault(std::size_t number) noexcept {

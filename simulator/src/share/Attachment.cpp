@@ -27,11 +27,6 @@ bool Attachment::claim(unsigned queue, std::uint32_t reader) {
     return found != nullptr;
 }
 
-bool Attachment::reads(unsigned queue, std::uint32_t reader) const noexcept {
-    DataQueue* const found = board_.queue(queue);
-    return found && found->reader() == reader;
-}
-
 void Attachment::releaseQueues() {
     for (const unsigned first : {0U, firstActionQueue})
         for (unsigned port = 0; port < board_.ports().size(); ++port)

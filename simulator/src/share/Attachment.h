@@ -26,7 +26,6 @@ public:
 
     /// Makes program number `reader` the one that reads the queue. False where there is no such queue.
     bool claim(unsigned queue, std::uint32_t reader);
-    bool reads(unsigned queue, std::uint32_t reader) const noexcept;
     void releaseQueues();
 
 private:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "share/Remote.h"
 
+#include <ctime>
 #include <stdexcept>
 
 #include <unistd.h>
@@ -28,11 +29,11 @@ std::unique_ptr<Remote> Remote::connect(const std::filesystem::path& path) {
 
 Remote::Remote(MessageSocket socket, std::string path, std::filesystem::path root, std::uint32_t number)
     : socket_(std::move(socket)), path_(std::move(path)), root_(std::move(root)), number_(number),
-      process_(getpid()), room_(maxMessageBytes) {}
+      room_(maxMessageBytes) {}
 
 std::optional<MessageReader> Remote::ask(MessageBytes request,
                                          std::vector<Descriptor>* descriptors) noexcept {
-    if (isGone() || getpid() != process_) return std::nullopt;
+    if (isGone()) return std::nullopt;
     std::vector<Descriptor> none;
     const auto message = socket_.send(request)
                              ? socket_.receive(room_, replyLimit, descriptors ? *descriptors : none)
@@ -49,14 +50,29 @@ bool Remote::findGone() noexcept {
     return isGone();
 }
 
+bool Remote::noticesGone() noexcept {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now); // some nanoseconds
+    const std::int64_t nowMs = now.tv_sec * 1000 + now.tv_nsec / 1'000'000;
+    if (nowMs - lastLook_.load(std::memory_order_relaxed) < 100) return isGone();
+    lastLook_.store(nowMs, std::memory_order_relaxed);
+    return findGone();
+}
+
+void Remote::leaveToParent() noexcept {
+    isGone_.store(true);
+    for (auto& board : boards_) board.store(nullptr);
+    close(socket_.get()); // not shut down: the parent goes on
+}
+
 void Remote::drain() noexcept {
-    if (isGone()) return;
     for (const auto& board : boards_)
         if (const RemoteBoard* const attached = board.load(std::memory_order_acquire))
             attached->drain(replyLimit);
 }
 
 RemoteBoard* Remote::attach(void* device) {
+    if (isGone()) return nullptr;
     const std::lock_guard turn(turn_);
     auto& place = boards_[indexOf(device)];
     if (RemoteBoard* const found = place.load(std::memory_order_acquire)) return found;
@@ -68,10 +84,8 @@ RemoteBoard* Remote::attach(void* device) {
     auto reply = ask(request.bytes(), &memory);
     if (!reply || reply->take<int>() != 0 || memory.size() != MessageSocket::maxDescriptors) return nullptr;
     try {
-        const auto pageBytes = std::filesystem::file_size("/proc/self/fd/" + std::to_string(memory[0].get()));
-        auto page = MappedMemory::of(std::move(memory[0]), pageBytes, MappedMemory::Access::ReadOnly);
-        auto channel =
-            MappedMemory::of(std::move(memory[1]), sizeof(Channel), MappedMemory::Access::ReadWrite);
+        auto page = MappedMemory::of(std::move(memory[0]), MappedMemory::Access::ReadOnly);
+        auto channel = MappedMemory::of(std::move(memory[1]), MappedMemory::Access::ReadWrite);
         place.store(new RemoteBoard(std::move(page), std::move(channel), *this), std::memory_order_release);
     } catch (const std::system_error&) { // no memory: the board cannot be used
     }
@@ -79,6 +93,7 @@ RemoteBoard* Remote::attach(void* device) {
 }
 
 int Remote::claim(void* device, unsigned queue) {
+    if (isGone()) return OrvoSimHalBoardGone;
     const std::lock_guard turn(turn_);
     MessageWriter request;
     request.put(EntryId::claimQueue);

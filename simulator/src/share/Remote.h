@@ -51,6 +51,8 @@ public:
     static RemoteBoard* knownBoard(void* device) noexcept {
         return boards_[indexOf(device)].load(std::memory_order_acquire);
     }
+    /// Waits until the frames that this program wrote have left, so that what follows comes after them.
+    void drain() noexcept;
     /// Has the server let this program read the queue. 0 or an error.
     int claim(void* device, unsigned queue);
     void noteOpened(void* device);
@@ -60,6 +62,11 @@ public:
     bool isGone() const noexcept { return isGone_.load(std::memory_order_relaxed); }
     /// The same, looking at the connection.
     bool findGone() noexcept override;
+    /// The same, looking every 100 ms: for accesses to shared memory, which takes frames even without a
+    /// server.
+    bool noticesGone() noexcept;
+    /// In a child of fork: connection and memory stay the parent's.
+    void leaveToParent() noexcept;
 
 private:
     Remote(MessageSocket socket, std::string path, std::filesystem::path root, std::uint32_t number);
@@ -68,8 +75,6 @@ private:
         return static_cast<unsigned>(reinterpret_cast<HandleBits>(device) >> 40) % maxBoards;
     }
     RemoteBoard* attach(void* device);
-    /// Waits until the frames that this program wrote have left, so that requests come after them.
-    void drain() noexcept;
 
     struct Packer : ArgumentPacker {
         explicit Packer(MessageWriter& to) noexcept : ArgumentPacker(to), out(to) {}
@@ -85,6 +90,7 @@ private:
 
     template <class Result, class Arguments>
     Result exchange(EntryId id, Result gone, const Arguments& withArguments) {
+        if (isGone()) return gone; // in a child of fork, the parent's threads may hold the mutex
         drain();
         const std::lock_guard turn(turn_);
         MessageWriter request;
@@ -107,9 +113,9 @@ private:
     const std::string path_;
     const std::filesystem::path root_;
     const std::uint32_t number_;
-    const pid_t process_; // a child of fork must not speak on the parent's connection
     std::atomic<bool> isGone_{false};
-    std::mutex turn_; // guards what follows: one request at a time
+    std::atomic<std::int64_t> lastLook_{0}; // in milliseconds
+    std::mutex turn_;                       // guards what follows: one request at a time
     std::uint32_t requests_ = 0;
     std::vector<std::byte> room_;
     // Of the one server that a program uses; made under the mutex, and never destroyed.

@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <thread>
 
-#include <unistd.h>
-
 namespace orvo::sim {
 
 namespace {
@@ -26,12 +24,13 @@ using SteadyClock = std::chrono::steady_clock;
 constexpr std::chrono::seconds patience{5}; // with a server that takes no frames
 
 /// Gives the processor up until `holds()`; false when it does not within `limit`, or the server is gone.
+/// Waits in real time: a program's own usleep may move a clock, which would come back here.
 template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWatch& server, Holds holds) {
     if (holds()) return true;
     const auto end = SteadyClock::now() + limit;
     while (!comesSoon(holds)) {
         if (SteadyClock::now() >= end || server.findGone()) return false;
-        usleep(20);
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
     }
     return true;
 }
@@ -39,21 +38,22 @@ template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWa
 } // namespace
 
 TransmitSlot& RemoteTransmitter::openNext() noexcept {
-    slot_ = comesWithin(patience, server_, [this] { return !isFull(); })
-                ? &ring_.slot[ring_.published.load(std::memory_order_relaxed) % TransmitRing::slots]
-                : &lost_;
-    slot_->units.store(0, std::memory_order_relaxed);
-    slot_->begins.store(0, std::memory_order_relaxed);
-    return *slot_;
+    if (comesWithin(patience, server_, [this] { return !isFull(); }))
+        return *(slot_ = &ring_.at(ring_.published.load(std::memory_order_relaxed)));
+    lost_.empty();
+    return *(slot_ = &lost_);
 }
 
 void RemoteTransmitter::complete() noexcept {
     const bool isLost = &open() == &lost_;
     slot_ = nullptr;
     if (isLost) return;
+    const auto published = ring_.published.load(std::memory_order_relaxed) + 1;
+    // Before the frame goes: where this program ends now, the server finds no earlier frame in the open slot.
+    ring_.at(published).empty();
     // Sequentially consistent with the server's flag: either it sees the frame before it sleeps, or this
     // thread sees that it sleeps.
-    ring_.published.store(ring_.published.load(std::memory_order_relaxed) + 1, std::memory_order_seq_cst);
+    ring_.published.store(published, std::memory_order_seq_cst);
     if (ring_.isAsleep.load(std::memory_order_seq_cst) != 0) wakeSleepers(&ring_.published);
 }
 
@@ -106,17 +106,22 @@ RemoteBoard::RemoteBoard(MappedMemory page, MappedMemory channel, ServerWatch& s
 }
 
 bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexcept {
-    if (static_cast<Register>(address & ~portBits) != Register::GigeTxTransferActive || !takes(address) ||
-        !page().isPlain())
+    const bool isFlag = isRegister(address, Register::GigeTxTransferActive);
+    if ((!isFlag && !isRegister(address, Register::GigeRecvErrCnt)) || !takes(address) || !page().isPlain())
         return false;
-    const auto& port = page().port[portOf(address)];
-    const auto& transmitter = transmitters_[portOf(address)];
+    const unsigned port = portOf(address);
+    value = isFlag ? busyFlag(port) : page().port[port].receiveErrors.value();
+    return true;
+}
+
+std::uint64_t RemoteBoard::busyFlag(unsigned number) const noexcept {
+    const auto& port = page().port[number];
+    const auto& transmitter = transmitters_[number];
     const bool hasRate = port.hasLineRate.load(std::memory_order_relaxed) != 0;
     const bool isBehind = hasRate ? transmitter.underway() != 0 : transmitter.isFull();
     if (isBehind) std::this_thread::yield(); // hosts poll, and the server may need this processor
     const auto nowNs = [] { return std::chrono::nanoseconds(SteadyClock::now().time_since_epoch()).count(); };
-    value = isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
-    return true;
+    return isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
 }
 
 RemoteQueue* RemoteBoard::queue(unsigned number) noexcept {

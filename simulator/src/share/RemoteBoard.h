@@ -13,6 +13,11 @@
 
 namespace orvo::sim {
 
+/// Whether it is this register of some port.
+constexpr bool isRegister(std::uint32_t address, Register base) noexcept {
+    return (address & ~portBits) == static_cast<std::uint32_t>(base);
+}
+
 /// Looks whether the server is still there.
 class ServerWatch {
 public:
@@ -29,7 +34,7 @@ public:
 
     void begin() noexcept {
         TransmitSlot& slot = open();
-        slot.units.store(0, std::memory_order_relaxed);
+        slot.empty();
         slot.begins.store(1, std::memory_order_relaxed);
     }
     void append(std::uint64_t unit) noexcept {
@@ -76,7 +81,8 @@ public:
     bool holds(std::size_t wanted) const noexcept {
         return window_.tail.load(std::memory_order_acquire) >= from() + wanted;
     }
-    /// Up to `most` words, as many as there are.
+    /// Up to `most` words, as many as there are. Good only if this program is the reader afterwards: words
+    /// that another has taken are overwritten.
     std::size_t take(std::uint32_t* out, std::size_t most) noexcept;
     /// Waits for words; may return early. While words keep coming it looks for some microseconds before it
     /// sleeps.
@@ -102,7 +108,7 @@ public:
 
     /// The fast path of `write`: a unit of a frame that was begun. False, with nothing done, for all others.
     bool append(std::uint32_t address, std::uint64_t value) noexcept {
-        return (address & ~portBits) == static_cast<std::uint32_t>(Register::GigeWriteData) &&
+        return isRegister(address, Register::GigeWriteData) &&
                transmitters_[portOf(address)].appendToOpen(value);
     }
     /// Carries out a write to a transmit buffer. False, with nothing done, for all others and where the board
@@ -121,7 +127,8 @@ public:
             return false;
         }
     }
-    /// The busy flag of a transmitter. False for all other registers.
+    /// The busy flag of a transmitter, or GigeRecvErrCnt, which counts the frames that have left this
+    /// program's rings. False for all other registers.
     bool read(std::uint32_t address, std::uint64_t& value) const noexcept;
 
     RemoteQueue* queue(unsigned number) noexcept; ///< null where there is none
@@ -133,6 +140,7 @@ public:
     void forgetClaims() noexcept;
 
 private:
+    std::uint64_t busyFlag(unsigned port) const noexcept;
     BoardPage& page() const noexcept { return *reinterpret_cast<BoardPage*>(page_.data()); }
     Channel& channel() const noexcept { return *reinterpret_cast<Channel*>(channel_.data()); }
     bool takes(std::uint32_t address) const noexcept {

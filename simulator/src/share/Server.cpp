@@ -20,6 +20,7 @@ namespace orvo::sim {
 namespace {
 
 constexpr int backlog = 16;
+constexpr int shortageMs = 200; // between attempts to admit a program that there were no descriptors for
 
 [[noreturn]] void refuse(const std::filesystem::path& path, const char* advice) {
     const int error = errno;
@@ -72,41 +73,50 @@ Descriptor listenAt(const std::filesystem::path& path, const std::string& name) 
     return socket;
 }
 
+/// 0 where there is nothing.
+std::uint64_t inodeAt(const std::filesystem::path& path) noexcept {
+    struct stat found {};
+    return stat(path.c_str(), &found) == 0 ? found.st_ino : 0;
+}
+
 } // namespace
 
 Server::Server(const std::string& name)
     : path_(std::filesystem::absolute(socketPath(name))), socket_(listenAt(path_, name)),
-      bell_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), thread_(startThread([this] { run(); })) {}
+      inode_(inodeAt(path_)), bell_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      thread_(startThread([this] { run(); })) {}
 
 Server::~Server() {
     isEnding_.store(true);
     std::error_code none; // somebody removed it
-    std::filesystem::remove(path_, none);
+    if (inodeAt(path_) == inode_) std::filesystem::remove(path_, none);
     eventfd_write(bell_.get(), 1);
     thread_.join();
 }
 
 void Server::run() noexcept {
-    while (!isEnding_.load()) {
-        pollfd events[] = {{clients_.size() < maxClients ? socket_.get() : -1, POLLIN, 0},
-                           {bell_.get(), POLLIN, 0}};
-        poll(events, std::size(events), -1);
+    for (bool isShort = false; !isEnding_.load();) {
+        const bool admits = !isShort && clients_.size() < maxClients;
+        pollfd events[] = {{admits ? socket_.get() : -1, POLLIN, 0}, {bell_.get(), POLLIN, 0}};
+        poll(events, std::size(events), isShort ? shortageMs : -1);
         eventfd_t rings = 0;
         eventfd_read(bell_.get(), &rings);
         clients_.remove_if([](const ServedClient& client) { return client.hasEnded(); });
-        if (events[0].revents != 0) admit();
+        isShort = events[0].revents != 0 && !admit();
     }
     clients_.clear();
 }
 
-void Server::admit() {
+/// False when the program has to wait until this process has room for another connection.
+bool Server::admit() {
     Descriptor socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (socket.get() < 0) return; // it has left again
+    if (socket.get() < 0) return errno == EAGAIN || errno == ECONNABORTED; // it has left again
     try {
         clients_.emplace_back(std::move(socket), ++lastNumber_, [this] { eventfd_write(bell_.get(), 1); });
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {
         // No thread for it: its connection closes, and it finds no server.
     }
+    return true;
 }
 
 } // namespace orvo::sim

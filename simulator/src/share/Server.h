@@ -19,7 +19,7 @@ public:
     /// Listens at the socket of that name; replaces one that a server left behind when it was killed. Throws
     /// std::runtime_error, one sentence, when another server lives there, or the socket cannot be made.
     explicit Server(const std::string& name);
-    /// Removes the socket and ends all connections.
+    /// Removes the socket, unless another server's took its place, and ends all connections.
     ~Server();
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
@@ -28,10 +28,11 @@ public:
 
 private:
     void run() noexcept;
-    void admit();
+    bool admit();
 
     const std::filesystem::path path_;
     const Descriptor socket_;
+    const std::uint64_t inode_;       // of the path, as long as the socket there is this server's
     const Descriptor bell_;           // a client has ended, or the server is to
     std::list<ServedClient> clients_; // this and the next are the thread's
     std::uint32_t lastNumber_ = 0;

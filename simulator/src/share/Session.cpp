@@ -62,8 +62,7 @@ bool Session::answer(MessageBytes request, MessageWriter& reply) {
     case EntryId::claimQueue:
         return answerClaim(in, reply);
     case EntryId::readQueueBriefly:
-        if (!mayRead(in)) return false;
-        break;
+        return answerRead(in, reply);
     default:
         break;
     }
@@ -98,17 +97,24 @@ bool Session::answerClaim(MessageReader& in, MessageWriter& reply) {
 }
 
 /// Words go to the program that claimed the queue, and to no other.
-bool Session::mayRead(MessageReader in) const noexcept {
-    void* const handle = in.take<void*>();
-    const auto queue = in.take<std::uint32_t>();
-    Board* const board = ownBoard(handle);
-    if (!board || !board->queue(queue)) return true; // refused by the entry
-    const Attachment* const memory = attachment(handle);
-    return memory && memory->reads(queue, number_);
+bool Session::answerRead(MessageReader& in, MessageWriter& reply) {
+    const auto read = answers[static_cast<std::uint32_t>(EntryId::readQueueBriefly)];
+    MessageReader arguments = in;
+    Board* const board = ownBoard(arguments.take<void*>());
+    DataQueue* const queue = board ? board->queue(arguments.take<std::uint32_t>()) : nullptr;
+    if (!queue) return read(*this, in, reply); // refused by the entry
+    const auto turn = queue->keepReader();
+    if (queue->reader() == number_) return read(*this, in, reply);
+    reply.put(static_cast<int>(OrvoSimHalQueueTaken));
+    return true;
 }
 
+/// A released handle is let through, so that the board counts the access; it is never opened again. One that
+/// another program is given between the two looks was not open at the first.
 void* Session::checked(void* handle) const noexcept {
-    return !openBoardOf(handle) || handles_.contains(handle) ? handle : nullptr;
+    const bool isReleased =
+        DeviceHandles::wasOpen(reinterpret_cast<HandleBits>(handle)) && !openBoardOf(handle);
+    return isReleased || handles_.contains(handle) ? handle : nullptr;
 }
 
 void Session::noteOpened(void* handle) {
@@ -117,9 +123,9 @@ void Session::noteOpened(void* handle) {
 
 void Session::noteUsed(void* handle) {
     if (openBoardOf(handle) || handles_.erase(handle) == 0) return;
-    for (auto& [board, memory] : attachments_) // the board's last handle takes the claims on its queues along
-        if (std::ranges::none_of(handles_, [board](void* other) { return openBoardOf(other) == board; }))
-            memory.releaseQueues();
+    for (auto& attached : attachments_) // the board's last handle takes the claims on its queues along
+        if (std::ranges::none_of(handles_, [&](void* other) { return openBoardOf(other) == attached.first; }))
+            attached.second.releaseQueues();
 }
 
 } // namespace orvo::sim

@@ -25,7 +25,7 @@ public:
     /// Descriptors that go with the last reply.
     const std::vector<int>& descriptors() const noexcept { return descriptors_; }
 
-    /// The handle, or null for one that another program has open.
+    /// The handle, or null for one that another program has open or may be given.
     void* checked(void* handle) const noexcept;
     void noteOpened(void* handle);
     /// After a call that may have closed the handle.
@@ -36,7 +36,7 @@ private:
     Attachment* attachment(void* handle) const noexcept;
     bool answerAttach(MessageReader& in, MessageWriter& reply);
     bool answerClaim(MessageReader& in, MessageWriter& reply);
-    bool mayRead(MessageReader in) const noexcept;
+    bool answerRead(MessageReader& in, MessageWriter& reply);
 
     const std::uint32_t number_;
     std::map<Board*, Attachment> attachments_;

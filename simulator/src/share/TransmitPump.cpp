@@ -10,7 +10,9 @@ namespace orvo::sim {
 
 namespace {
 
-constexpr std::chrono::hours noLimit{1}; // of a sleep, which ends when frames come
+/// Of a sleep, which ends when frames come. A program can move the sleeper to a word of its own, where the
+/// pump's end would not wake it.
+constexpr std::chrono::seconds longestSleep{10};
 
 constexpr std::size_t mostUnits = 4096; // a port counts no more writes of one frame, which is too long anyway
 
@@ -23,8 +25,25 @@ SlotContent::SlotContent(const TransmitSlot& slot) noexcept
     std::memcpy(bytes.data(), slot.bytes.data(), count);
 }
 
+/// At most a ring of frames: a position further ahead is none.
+void RingReader::carry() noexcept {
+    const auto published = ring_.published.load(std::memory_order_acquire);
+    if (published - consumed_ > TransmitRing::usable) consumed_ = published;
+    while (consumed_ != published) {
+        const SlotContent frame(ring_.at(consumed_));
+        board_.transmitFrame(port_, frame.begins, frame.content(), frame.units);
+        ring_.consumed.store(++consumed_, std::memory_order_release);
+    }
+    ring_.consumed.store(consumed_, std::memory_order_release);
+}
+
+void RingReader::leave() noexcept {
+    const SlotContent open(ring_.at(consumed_));
+    if (open.begins || open.units != 0) board_.loadFrame(port_, open.begins, open.content(), open.units);
+}
+
 TransmitPump::TransmitPump(Board& board, unsigned port, TransmitRing& ring)
-    : board_(board), port_(port), ring_(ring), thread_(startThread([this] { run(); })) {}
+    : ring_(ring), reader_(board, port, ring), thread_(startThread([this] { run(); })) {}
 
 /// Rings until the thread has heard it: the word that it sleeps on belongs to the program.
 TransmitPump::~TransmitPump() {
@@ -38,37 +57,23 @@ TransmitPump::~TransmitPump() {
 
 void TransmitPump::run() noexcept {
     while (!isEnding_.load(std::memory_order_relaxed)) {
-        carry();
+        reader_.carry();
         awaitFrames();
     }
-    carry();
-    const SlotContent open(ring_.slot[consumed_ % TransmitRing::slots]);
-    if (open.begins || open.units != 0) board_.loadFrame(port_, open.begins, open.content(), open.units);
+    reader_.carry();
+    reader_.leave();
     hasEnded_.store(true);
 }
 
-/// At most a ring of frames: a position further ahead is none.
-void TransmitPump::carry() noexcept {
-    const auto published = ring_.published.load(std::memory_order_acquire);
-    if (published - consumed_ > TransmitRing::usable) consumed_ = published;
-    while (consumed_ != published) {
-        const SlotContent frame(ring_.slot[consumed_ % TransmitRing::slots]);
-        board_.transmitFrame(port_, frame.begins, frame.content(), frame.units);
-        ring_.consumed.store(++consumed_, std::memory_order_release);
-    }
-    ring_.consumed.store(consumed_, std::memory_order_release);
-}
-
 bool TransmitPump::hasWork() const noexcept {
-    return ring_.published.load(std::memory_order_seq_cst) != consumed_ ||
-           isEnding_.load(std::memory_order_relaxed);
+    return reader_.hasFrames() || isEnding_.load(std::memory_order_relaxed);
 }
 
 void TransmitPump::awaitFrames() noexcept {
     if (hasWork() || (framesKeepComing_ && comesSoon([this] { return hasWork(); }))) return;
     const auto begin = std::chrono::steady_clock::now();
     ring_.isAsleep.store(1, std::memory_order_seq_cst);
-    if (!hasWork()) sleepOn(&ring_.published, consumed_, noLimit);
+    if (!hasWork()) sleepOn(&ring_.published, reader_.consumed(), longestSleep);
     ring_.isAsleep.store(0, std::memory_order_relaxed);
     framesKeepComing_ = std::chrono::steady_clock::now() - begin < soon + wakeTime;
 }

@@ -10,6 +10,26 @@
 
 namespace orvo::sim {
 
+/// The server's end of a ring: takes frames as they are, whatever the program writes. Threads: one.
+class RingReader {
+public:
+    RingReader(Board& board, unsigned port, TransmitRing& ring) noexcept
+        : board_(board), port_(port), ring_(ring) {}
+
+    /// Sends what was published.
+    void carry() noexcept;
+    /// Leaves a frame that was begun in the port's transmit buffer.
+    void leave() noexcept;
+    bool hasFrames() const noexcept { return ring_.published.load(std::memory_order_seq_cst) != consumed_; }
+    std::uint32_t consumed() const noexcept { return consumed_; }
+
+private:
+    Board& board_;
+    const unsigned port_;
+    TransmitRing& ring_;
+    std::uint32_t consumed_ = 0; // the ring's copy of it is the program's to read, and may lie
+};
+
 /// A thread of its own, so that programs and ports do not wait for each other. Whatever the program writes
 /// into the ring, frames of its own are the worst that comes of it.
 class TransmitPump {
@@ -22,14 +42,11 @@ public:
 
 private:
     void run() noexcept;
-    void carry() noexcept;
     void awaitFrames() noexcept;
     bool hasWork() const noexcept;
 
-    Board& board_;
-    const unsigned port_;
     TransmitRing& ring_;
-    std::uint32_t consumed_ = 0; // the ring's copy of it is the program's to read, and may lie
+    RingReader reader_; // the thread's
     bool framesKeepComing_ = true;
     std::atomic<bool> isEnding_{false};
     std::atomic<bool> hasEnded_{false};

@@ -74,8 +74,9 @@ ORVO_EXPORT int orvoSimInjectFrame(unsigned board, unsigned port, const void* fr
 /// the port's action command queue.
 ORVO_EXPORT int orvoSimReportActionCommandTimeout(unsigned board, unsigned port, uint16_t count);
 
-/// Appends `count` words to a data queue as they are: all of them, or none and OrvoSimFull. Queue 0 to 3
-/// holds received frames of that port, queue 8 to 11 action command reports of port 0 to 3.
+/// Appends `count` words to a data queue as they are: all of them, or none and OrvoSimFull, which is also the
+/// answer to more than 32,768 words for a server's board. Queue 0 to 3 holds received frames of that port,
+/// queue 8 to 11 action command reports of port 0 to 3.
 ORVO_EXPORT int orvoSimPushWords(unsigned board, unsigned queue, const uint32_t* words, size_t count);
 
 /// Has the next `times` reads of a data queue deliver nothing and return `result`, an error code if negative.
