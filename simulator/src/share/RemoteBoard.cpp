@@ -57,6 +57,22 @@ void RemoteTransmitter::complete() noexcept {
     if (ring_.isAsleep.load(std::memory_order_seq_cst) != 0) wakeSleepers(&ring_.published);
 }
 
+void RemoteTransmitter::occupyLine(unsigned mbit) noexcept {
+    line_.setMbit(mbit);
+    if (mbit == 0) return;
+    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + fcsBytes;
+    line_.occupy(std::max(bytes, minWireBytes));
+}
+
+bool RemoteTransmitter::isBusy(unsigned mbit, std::int64_t servedUntil) const noexcept {
+    if (isFull()) {
+        std::this_thread::yield(); // hosts poll, and the server may need this processor
+        return true;
+    }
+    const auto until = std::max(lineUntil_.load(std::memory_order_relaxed), servedUntil);
+    return mbit != 0 && Line::napsUntil(until);
+}
+
 bool RemoteTransmitter::drain(std::chrono::milliseconds limit) const noexcept {
     const auto published = ring_.published.load(std::memory_order_acquire);
     return comesWithin(limit, server_, [&] {
@@ -109,13 +125,8 @@ bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexce
     if (static_cast<Register>(address & ~portBits) != Register::GigeTxTransferActive || !takes(address) ||
         !page().isPlain())
         return false;
-    const auto& port = page().port[portOf(address)];
-    const auto& transmitter = transmitters_[portOf(address)];
-    const bool hasRate = port.hasLineRate.load(std::memory_order_relaxed) != 0;
-    const bool isBehind = hasRate ? transmitter.underway() != 0 : transmitter.isFull();
-    if (isBehind) std::this_thread::yield(); // hosts poll, and the server may need this processor
-    const auto nowNs = [] { return std::chrono::nanoseconds(SteadyClock::now().time_since_epoch()).count(); };
-    value = isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
+    const unsigned port = portOf(address);
+    value = transmitters_[port].isBusy(lineMbit(port), page().port[port].busyUntil) ? 1 : 0;
     return true;
 }
 
