@@ -69,6 +69,7 @@ public:
     void signal(int number) const { kill(id_, number); }
 
     std::string errors() const { return contentOf(err_); } ///< so far
+    std::string output() const { return contentOf(out_); } ///< the same
 
     bool isRunning() {
         ended_ = ended_ || waitpid(id_, &status_, WNOHANG) == id_;
