@@ -3,25 +3,18 @@
 // `orvo-gige bridge` with plug-in and simulated board in between; each in network namespaces of its own.
 // Writes JSON.
 #include "BareBridge.h"
+#include "BridgeNetwork.h"
+#include "LineRates.h"
 #include "TcpPeers.h"
 
-#include "base/NetworkNamespace.h"
-#include "frames/Interface.h"
-
-#include <nlohmann/json.hpp>
-
-#include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <functional>
 #include <iostream>
-#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -31,45 +24,25 @@ namespace {
 using namespace std::chrono_literals;
 using Json = nlohmann::ordered_json;
 
-constexpr auto camera = "10.77.0.2";
-constexpr auto hostText = "10.77.0.1/24";
-constexpr auto cameraText = "10.77.0.2/24";
-
-void giveAddress(const std::string& interface, const std::string& text) {
-    host::addAddress(interface, *host::NetworkAddress::parse(text));
-    host::setLinkUp(interface);
-}
-
-/// The calling thread is in the host's namespace afterwards; "near" leads from there to the camera.
-void makeNetwork() {
-    const auto farSide = host::NetworkNamespace::make();
-    const auto nearSide = host::NetworkNamespace::make();
-    host::makeVirtualCable("near", "far", farSide);
-    host::sendFinishedFrames("near");
-    host::setLinkUp("near");
-    const host::NamespaceVisit there(farSide);
-    host::sendFinishedFrames("far");
-    giveAddress("far", cameraText);
-    serveLoads(camera);
-}
+const BridgedPort place{0};
 
 Json measure(std::chrono::seconds duration) {
-    if (!answers(camera, 15s)) throw std::runtime_error("the camera does not answer");
+    awaitCamera(place);
     Json result;
-    result["toCamera"] = tcpBitsPerSecond(camera, Direction::ToServer, duration);
-    result["fromCamera"] = tcpBitsPerSecond(camera, Direction::FromServer, duration);
-    result["roundTripNs"] = roundTrip(camera, 1000).count();
+    result["toCamera"] = tcpBitsPerSecond(place.camera(), Direction::ToServer, duration);
+    result["fromCamera"] = tcpBitsPerSecond(place.camera(), Direction::FromServer, duration);
+    result["roundTripNs"] = roundTrip(place.camera(), 1000).count();
     return result;
 }
 
 Json overVeth(std::chrono::seconds duration) {
-    giveAddress("near", hostText);
+    giveAddress(place.cable(), place.hostAddress());
     return measure(duration);
 }
 
 Json overBareBridge(std::chrono::seconds duration) {
-    bridgeBare("gige0", "near");
-    giveAddress("gige0", hostText);
+    bridgeBare(place.tap(), place.cable());
+    giveAddress(place.tap(), place.hostAddress());
     return measure(duration);
 }
 
@@ -86,34 +59,8 @@ double processorSeconds(pid_t process) {
     return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-class BridgeProcess {
-public:
-    BridgeProcess() {
-        const char* arguments[] = {program,  "bridge", "--tap",         "gige0",      "--up", "--address",
-                                   hostText, "--wire", "0=packet:near", "--no-reset", nullptr};
-        posix_spawn_file_actions_t streams; // its report is not ours
-        posix_spawn_file_actions_init(&streams);
-        posix_spawn_file_actions_addopen(&streams, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        const int failure =
-            posix_spawn(&id_, program, &streams, nullptr, const_cast<char**>(arguments), environ);
-        posix_spawn_file_actions_destroy(&streams);
-        if (failure != 0) throw std::runtime_error(std::string("cannot start ") + program);
-    }
-    ~BridgeProcess() {
-        kill(id_, SIGTERM);
-        waitpid(id_, nullptr, 0);
-    }
-    BridgeProcess(const BridgeProcess&) = delete;
-    BridgeProcess& operator=(const BridgeProcess&) = delete;
-    pid_t id() const { return id_; }
-
-private:
-    static constexpr auto program = ORVO_BUILD_ROOT "/bin/orvo-gige";
-    pid_t id_ = 0;
-};
-
 Json overPort(std::chrono::seconds duration) {
-    const BridgeProcess bridge;
+    const BridgeProcess bridge(place, {"--wire", "0=packet:" + place.cable()});
     Json result = measure(duration);
     constexpr auto idle = 3s;
     const double before = processorSeconds(bridge.id());
@@ -124,7 +71,8 @@ Json overPort(std::chrono::seconds duration) {
 }
 
 /// In a process of its own, whose end removes everything.
-Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::chrono::seconds duration) {
+Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::chrono::seconds duration,
+                  unsigned ports = 1) {
     int pipe[2];
     if (::pipe(pipe) != 0) throw std::runtime_error("pipe");
     const pid_t child = fork();
@@ -132,7 +80,7 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
     if (child == 0) {
         Json result;
         try {
-            makeNetwork();
+            makeNetwork(ports);
             result = work(duration);
         } catch (const std::exception& failure) { // no namespaces, among others
             result["failure"] = failure.what();
@@ -152,9 +100,13 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
 }
 
 int run(std::chrono::seconds duration) {
-    const Json result = {{"veth", inOwnProcess(overVeth, duration)},
-                         {"bareBridge", inOwnProcess(overBareBridge, duration)},
-                         {"port", inOwnProcess(overPort, duration)}};
+    Json result = {{"veth", inOwnProcess(overVeth, duration)},
+                   {"bareBridge", inOwnProcess(overBareBridge, duration)},
+                   {"port", inOwnProcess(overPort, duration)}};
+    for (const auto& [name, line] : lines()) {
+        const auto measureLine = [&line = line](std::chrono::seconds time) { return lineRate(line, time); };
+        result["lines"][name] = inOwnProcess(measureLine, duration, line.ports);
+    }
     std::cout << result.dump(2) << '\n';
     return 0;
 }

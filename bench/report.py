@@ -189,6 +189,22 @@ def check_bridge(results, targets):
     targets.at_most("share of a core when idle", port.get("idleCoreShare"), 0.01, why=why)
 
 
+def check_lines(results, targets):
+    """TCP at line rate, of what a link carries: within 1 %."""
+    names = {"own 1000": "own boards, 1,000 Mbit/s", "shared 1000": "shared boards, 1,000 Mbit/s",
+             "shared 100": "shared boards, 100 Mbit/s", "four shared 100": "four shared ports, 100 Mbit/s"}
+    for name, words in names.items():
+        line = results.get("lines", {}).get(name, {})
+        why = results.get("failure") or line.get("failure") or ""
+        for direction, way in (("toCamera", "sent"), ("fromCamera", "received")):
+            share = ratio(line.get(direction), line.get("expected"))
+            what = f"TCP at line rate, {words}, {way}"
+            if share is not None and share > 1:
+                targets.at_most(what, share, 1.01)
+            else:
+                targets.at_least(what, share, 0.99, why=why)
+
+
 def check_camera(results, targets):
     for rate in ("25", "200"):
         found = results.get(rate, {})
@@ -282,6 +298,7 @@ def main():
     check_pipeline(figures, targets)
     check_replay(results["replay"], targets)
     check_bridge(results["bridge"], targets)
+    check_lines(results["bridge"], targets)
     check_camera(results["camera"], targets)
     check_scale(results["scale"], targets)
     print("\ntargets")

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# pictures.sh [--check | --page] [BUILD]: draws the pictures of a terminal in docs/ from what the program in BUILD
+# pictures.sh [--check | --session | --page] [BUILD]: draws the pictures of a terminal in docs/ from what the program in BUILD
 # (build/release) prints. With --check it changes nothing and fails when a picture no longer shows what the program prints,
-# times aside. With --page it makes docs/diagnosis.png instead, a picture of a real diagnosis page. That needs root, and Debian:
-# it installs Chromium if it is missing. It takes half a minute.
+# times aside. With --session it draws docs/session.svg instead, four terminals at one board; that needs root. With --page it
+# makes docs/diagnosis.png instead, a picture of a real diagnosis page. That needs root, and Debian: it installs Chromium if it is
+# missing. It takes half a minute.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-check=false page=false
+check=false page=false session=false
 case "${1-}" in
     --check) check=true; shift ;;
+    --session) session=true; shift ;;
     --page) page=true; shift ;;
 esac
 build=$(realpath -m "${1:-build/release}")
@@ -17,7 +19,7 @@ build=$(realpath -m "${1:-build/release}")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-# Turns the lines of a terminal into an SVG. The first line is the command, after a prompt.
+# Turns the lines of a terminal into an SVG. Commands are the lines with a prompt.
 svg() { # ALTERNATIVE-TEXT
     awk -v label="$1" '
         { gsub(/&/, "\\&amp;"); gsub(/</, "\\&lt;"); gsub(/>/, "\\&gt;"); line[NR] = $0
@@ -31,7 +33,7 @@ svg() { # ALTERNATIVE-TEXT
             printf "<rect width=\"%d\" height=\"%d\" rx=\"8\"/>\n", width, height
             for (i = 1; i <= NR; i++)
                 if (line[i] != "") printf "<text%s x=\"12\" y=\"%d\" textLength=\"%.1f\" xml:space=\"preserve\">%s</text>\n",
-                    i == 1 ? " class=\"command\"" : "", 10 + 17 * i - 4, 7.25 * shown(line[i]), line[i]
+                    line[i] ~ /^\$ / ? " class=\"command\"" : "", 10 + 17 * i - 4, 7.25 * shown(line[i]), line[i]
             print "</svg>"
         }
         function shown(text) { gsub(/&[a-z]+;/, ".", text); return length(text) }'
@@ -53,6 +55,35 @@ picture() { # NAME ALTERNATIVE-TEXT ARGUMENT...
         echo "docs/$name.svg is stale: run scripts/pictures.sh" >&2
         exit 1
     fi
+}
+
+# Draws docs/session.svg: a server, a bridge, a watcher and the hand, each in a terminal of its own. A ping has the kernel
+# send frames into the bridge. The network and /run are the session's own, and vanish with it.
+draw_session() {
+    # shellcheck disable=SC2016  # the inner shell expands them
+    quietly env -u ORVO_BOARD PATH="$build/bin:$PATH" folder="$folder" unshare --net --mount bash -euc '
+        mount -t tmpfs none /run
+        run() { echo "\$ $*"; "$@"; }
+        runs() { echo "\$ $*"; exec "$@"; }
+        until_said() { for _ in $(seq 300); do grep -q "$2" "$folder/$1" && return; sleep 0.1; done; false; }
+        cd "$folder"
+        (runs orvo-gige simulate --wire 0=port:0/1) >1 2>&1 & server=$!
+        until_said 1 ready
+        (runs orvo-gige bridge --port 0 --tap gige0 --address 10.77.0.1/24) >2 2>&1 & bridge=$!
+        until_said 2 bridged
+        for _ in $(seq 100); do orvo-gige sim status | grep -q down || break; sleep 0.1; done
+        (runs orvo-gige watch --interval 3 --link-interval 1 --count 2) >3 2>&1 & watch=$!
+        until_said 3 "port 0/3"
+        ping -q -c 3 -w 1 10.77.0.2 >/dev/null || true
+        { run orvo-gige sim unplug 0/1; run orvo-gige sim status; } >4 2>&1
+        wait $watch
+        run orvo-gige sim plug 0/1 >>4 2>&1
+        mv 2 running # its report goes elsewhere
+        cp running 2
+        kill -TERM $bridge; wait $bridge
+        kill -TERM $server; wait $server'
+    for terminal in 1 2 3 4; do cat "$folder/$terminal"; echo; done | sed '$d' |
+        svg "Four terminals: a server of boards, a bridge, a watcher, and a plug that is pulled" >docs/session.svg
 }
 
 # Draws docs/diagnosis.png: the top of the page of a port that receives the bursts of a camera over a bad cable. The camera is
@@ -84,6 +115,10 @@ screenshot() { # WIDTH HEIGHT FILE
 # Runs a command; only where it fails, its output is shown.
 quietly() { "$@" >"$folder/output" 2>&1 || { cat "$folder/output" >&2; exit 1; }; }
 
+if $session; then
+    draw_session
+    exit
+fi
 if $page; then
     draw_page
     exit

@@ -32,6 +32,13 @@ void printReport(const nlohmann::ordered_json& document) {
     printReport(jsonText(document));
 }
 
+void printReport(const std::string& text, bool outputHasFrames) {
+    if (outputHasFrames)
+        std::fputs(text.c_str(), stderr);
+    else
+        printReport(text);
+}
+
 std::string jsonText(const nlohmann::ordered_json& document) {
     // File names need not be UTF-8: other bytes become replacement characters.
     return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";

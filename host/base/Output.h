@@ -21,6 +21,8 @@ inline void print(const char* text) {
 /// the exit code still tells how the work ended. Errors: Failure, as of `print`.
 void printReport(const std::string& text);
 void printReport(const nlohmann::ordered_json& document);
+/// On standard error where standard output has frames.
+void printReport(const std::string& text, bool outputHasFrames);
 
 /// A JSON document, indented, with names in the order in which they were added.
 std::string jsonText(const nlohmann::ordered_json& document);

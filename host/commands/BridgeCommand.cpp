@@ -4,8 +4,6 @@
 #include "commands/HostProgram.h"
 #include "traffic/BridgeRun.h"
 
-#include <cstdio>
-
 namespace orvo::host {
 namespace {
 
@@ -35,11 +33,8 @@ public:
     int run() override {
         const auto report = runBridge(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        const auto text = json_ ? jsonText(bridgeJson(report)) : bridgeText(report);
-        if (request_.recording == CaptureOutput::standardOutput)
-            std::fputs(text.c_str(), stderr); // standard output is the recording
-        else
-            printReport(text);
+        printReport(json_ ? jsonText(bridgeJson(report)) : bridgeText(report),
+                    request_.recording == CaptureOutput::standardOutput);
         return isAccounted ? Done : DifferencesFound;
     }
 

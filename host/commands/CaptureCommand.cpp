@@ -4,8 +4,6 @@
 #include "commands/HostProgram.h"
 #include "traffic/CaptureRun.h"
 
-#include <cstdio>
-
 namespace orvo::host {
 namespace {
 
@@ -48,11 +46,8 @@ public:
     int run() override {
         const auto report = runCapture(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        const auto text = json_ ? jsonText(captureJson(report)) : captureText(report);
-        if (request_.output.empty() || request_.output == FrameOutput::standardOutput)
-            std::fputs(text.c_str(), stderr); // standard output has the frames
-        else
-            printReport(text);
+        printReport(json_ ? jsonText(captureJson(report)) : captureText(report),
+                    request_.output.empty() || request_.output == FrameOutput::standardOutput);
         if (report.result.failure) std::rethrow_exception(report.result.failure);
         return isAccounted ? Done : DifferencesFound;
     }

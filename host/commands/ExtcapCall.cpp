@@ -63,7 +63,27 @@ PortAddress addressOf(const std::string& interface) {
                        "; 'tshark -D' lists them");
 }
 
+/// Discards standard error while it lives: an analyser takes every line there for a failure.
+class QuietErrors {
+public:
+    QuietErrors() : before_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
+        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(nowhere, STDERR_FILENO);
+        close(nowhere);
+    }
+    ~QuietErrors() {
+        dup2(before_, STDERR_FILENO);
+        close(before_);
+    }
+    QuietErrors(const QuietErrors&) = delete;
+    QuietErrors& operator=(const QuietErrors&) = delete;
+
+private:
+    const int before_;
+};
+
 int listInterfaces() {
+    const QuietErrors onlyFailures;
     auto text = fmt::format("extcap {{version={}}}\n", ORVO_VERSION);
     const BoardAccess access({}, 0);
     for (unsigned index = 0; index < Board::indexLimit; ++index) {
@@ -91,25 +111,6 @@ int checkFilter(const std::string& filter) {
     }
     return Done;
 }
-
-/// Discards standard error while it lives: an analyser takes every line there for a failure.
-class QuietErrors {
-public:
-    QuietErrors() : before_(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0)) {
-        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        dup2(nowhere, STDERR_FILENO);
-        close(nowhere);
-    }
-    ~QuietErrors() {
-        dup2(before_, STDERR_FILENO);
-        close(before_);
-    }
-    QuietErrors(const QuietErrors&) = delete;
-    QuietErrors& operator=(const QuietErrors&) = delete;
-
-private:
-    const int before_;
-};
 
 /// Opens the pipe first: the analyser waits for that, and the board's reset takes 5 s.
 int captureInto(Call& call) {

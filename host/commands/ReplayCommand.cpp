@@ -30,7 +30,7 @@ public:
             .required();
         line()
             .text("-w,--write", "OUT", request_.output,
-                  "Write what the port receives to this file, as pcapng")
+                  "Write what the port receives to this file, as pcapng; - is standard output")
             .notEmpty();
         line().flag("--verify", request_.verify,
                     "Demand that every frame is sent and comes back identical and in order");
@@ -64,7 +64,7 @@ public:
         request_.hostMakesFcs = spoils || fcsMaker_ == "host";
         const auto report = runReplay(request_);
         const bool isAccounted = printLedger(report.account.ledger);
-        json_ ? printReport(replayJson(report)) : printReport(replayText(report));
+        printReport(json_ ? jsonText(replayJson(report)) : replayText(report), request_.writesToOutput());
         if (report.interrupted) throw Interruption();
         return report.passed() && isAccounted ? Done : DifferencesFound;
     }

@@ -88,7 +88,9 @@ std::string replayText(const ReplayReport& report) {
                            fmt::format("{}, no frame more than {:.1f} µs late",
                                        report.request.sending.pace.text(), 1e6 * secondsOf(result.latest)));
     if (!report.request.output.empty())
-        text += framesLine("written", report.writtenFrames, "to " + report.request.output);
+        text +=
+            framesLine("written", report.writtenFrames,
+                       "to " + (report.request.writesToOutput() ? "standard output" : report.request.output));
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
     return text + report.account.text();
 }

@@ -24,12 +24,13 @@ std::string inputFile(const ReplayRequest& request) {
 }
 
 void refuseSameFile(const ReplayRequest& request) {
+    if (request.writesToOutput()) return;
     if (isSameFile(inputFile(request), request.output))
         throw Failure(quoted(request.output) +
                       " is the capture that is to be sent; name another file with --write");
     if (isSameFile(request.output, "/dev/stdout"))
         throw Failure(quoted(request.output) +
-                      " is standard output, where the report goes; name another file with --write");
+                      " is standard output, where the report goes; write - instead, or name another file");
 }
 
 /// Whether the capture can be read several times.
@@ -72,7 +73,9 @@ std::optional<std::uint64_t> checkCapture(const ReplayRequest& request) {
 
 std::unique_ptr<PcapngWriter> openOutput(const ReplayRequest& request, PortAddress receivingPort) {
     if (request.output.empty()) return nullptr;
-    return std::make_unique<PcapngWriter>(request.output, captureInterface(receivingPort));
+    const auto target =
+        request.writesToOutput() ? BlockFile::Target::StandardOutput : BlockFile::Target::NamedFile;
+    return std::make_unique<PcapngWriter>(request.output, captureInterface(receivingPort), target);
 }
 
 PortAddress receivingPortOf(const ReplayRequest& request, const BoardAccess& access) {

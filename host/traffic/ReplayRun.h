@@ -3,6 +3,7 @@
 #pragma once
 
 #include "device/BoardAccess.h"
+#include "frames/FrameOutput.h"
 #include "traffic/Replay.h"
 #include "traffic/TrafficRun.h"
 
@@ -13,7 +14,7 @@ namespace orvo::host {
 
 struct ReplayRequest {
     std::string input;  ///< CaptureStream::standardInput is allowed
-    std::string output; ///< empty: none
+    std::string output; ///< empty: none; FrameOutput::standardOutput is allowed
     bool verify = false;
     SendOptions sending;
     bool hostMakesFcs = false; ///< the frame check sequence, instead of the board
@@ -22,6 +23,7 @@ struct ReplayRequest {
     std::optional<PortAddress> receivingPort; ///< nothing: the port that the wire leads to
     InstallationOptions installation;
 
+    bool writesToOutput() const { return output == FrameOutput::standardOutput; }
     std::string inputName() const { return input == CaptureStream::standardInput ? "standard input" : input; }
 };
 

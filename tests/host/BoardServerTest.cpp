@@ -45,6 +45,8 @@ TEST_F(BoardServerTest, ProgramsSayWhoseBoardsTheyUse) {
     EXPECT_EQ(kindOf(runTool({"doctor", "--json"}, environment)),
               "simulated, held by the server at " + socket);
 
+    EXPECT_EQ(runTool({"--extcap-interfaces"}, environment).err, "") << "an analyser takes it for a failure";
+
     const Words own = {"ORVO_BOARD=own"};
     EXPECT_EQ(runTool({"boards"}, own).err, "");
     EXPECT_THAT(kindOf(runTool({"doctor", "--json"}, own)), StartsWith("simulated, own, "));

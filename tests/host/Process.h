@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -30,6 +31,13 @@ template <typename Condition> bool happens(const Condition& condition) {
     while (!condition() && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return condition();
+}
+
+/// What a program said, without the line about a server's boards where all tests have such.
+inline std::string withoutGreeting(std::string text) {
+    const std::string greeting = "orvo-gige: using the simulated boards of the server";
+    const auto at = std::getenv("ORVO_TEST_SERVED") ? text.find(greeting) : std::string::npos;
+    return at == std::string::npos ? text : text.erase(at, text.find('\n', at) + 1 - at);
 }
 
 /// One running program, which ends with this object at the latest; its output and its standard error go to
@@ -68,7 +76,8 @@ public:
     pid_t id() const noexcept { return id_; }
     void signal(int number) const { kill(id_, number); }
 
-    std::string errors() const { return contentOf(err_); } ///< so far
+    std::string errors() const { return withoutGreeting(contentOf(err_)); } ///< so far
+    std::string output() const { return contentOf(out_); }                  ///< the same
 
     bool isRunning() {
         ended_ = ended_ || waitpid(id_, &status_, WNOHANG) == id_;
@@ -91,8 +100,7 @@ public:
             signal(SIGKILL);
             ended_ = waitpid(id_, &status_, 0) == id_;
         }
-        return {WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_), contentOf(out_),
-                contentOf(err_)};
+        return {WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_), output(), errors()};
     }
 
 private:

@@ -49,6 +49,14 @@ TEST_F(ReplayCommandTest, BringsRealCapturesBackWhole) {
         }
 }
 
+TEST_F(ReplayCommandTest, WritesToStandardOutputAndReportsBesideIt) {
+    const auto outcome = replay({lanCapture, "--write", "-"});
+    EXPECT_EQ(outcome.exitCode, 0);
+    writeFile(output, outcome.out);
+    EXPECT_EQ(framesOf(output).size(), 347U);
+    EXPECT_THAT(outcome.err, HasSubstr("347 frames to standard output"));
+}
+
 TEST_F(ReplayCommandTest, WritesWhatOtherToolsRead) {
     if (Process({"sh", "-c", "command -v tshark"}).wait().exitCode != 0)
         GTEST_SKIP() << "tshark is not installed";

@@ -16,11 +16,11 @@ inline constexpr unsigned firstActionQueue = 8;
 inline constexpr unsigned queuesPerPort = 2; // of received frames, and of action command reports
 
 struct PortPage {
-    std::uint32_t registers = 0;               ///< register bits of the port
-    std::atomic<std::uint32_t> isPlayed{0};    ///< the wire delivers when the empty queue is read
-    std::atomic<std::int64_t> busyUntil{0};    ///< of the transmitter, in nanoseconds of the steady clock
-    std::atomic<std::uint32_t> hasLineRate{0}; ///< frames take their time on the wire
-    SharedCounter receiveErrors;               ///< GigeRecvErrCnt, which a host may read with every frame
+    std::uint32_t registers = 0;            ///< register bits of the port
+    std::atomic<std::uint32_t> isPlayed{0}; ///< the wire delivers when the empty queue is read
+    std::atomic<std::int64_t> busyUntil{0}; ///< of the transmitter, in nanoseconds of the steady clock
+    std::atomic<std::uint32_t> lineMbit{0}; ///< frames take the time on the wire of this speed; 0: none
+    SharedCounter receiveErrors;            ///< GigeRecvErrCnt, which a host may read with every frame
     std::array<std::uint64_t, queuesPerPort> windows{}; ///< of the queues, in bytes from the page; 0: none
 };
 

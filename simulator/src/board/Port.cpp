@@ -21,7 +21,7 @@ void Port::updateLineRate() noexcept {
     const unsigned mbit = hasLineRate_ ? phy_.link().mbit : 0;
     transmitter_.line().setMbit(mbit);
     outside_.setMbit(mbit);
-    page_.hasLineRate.store(mbit != 0 ? 1 : 0, std::memory_order_relaxed);
+    page_.lineMbit.store(mbit, std::memory_order_relaxed);
 }
 
 FrameSink& Port::sink() noexcept {
@@ -82,7 +82,9 @@ bool Port::writeRegister(std::uint32_t address, std::uint64_t value) noexcept {
 std::uint64_t Port::content(Register of) const noexcept {
     switch (of) {
     case Register::GigeTxTransferActive:
-        return transmitter_.isBusy();
+        if (!transmitter_.isBusy()) return 0;
+        transmitter_.nap(); // hosts poll
+        return 1;
     case Register::GigeRecvPktCnt:
     case Register::CtrlPktReceivedCnt: // every frame is meant for the host
         return receiver_.goodFrames();

@@ -15,10 +15,12 @@ namespace orvo::sim {
 /// any other sets the rate and looks.
 class Line {
 public:
-    /// `until` is where the moment is kept at which the last frame has left. A pause of at most `slack`
-    /// between two frames is not counted: the sender was only late in noticing that the line is free.
-    Line(std::atomic<std::int64_t>& until, std::chrono::nanoseconds slack) noexcept
-        : until_(until), slackNs_(slack.count()) {}
+    /// A pause of at most this between two frames is not counted: the sender was only late, because it slept
+    /// or had no processor. What it missed it makes up at once, so that the mean is the line's rate.
+    static constexpr std::chrono::microseconds lateness{500};
+
+    /// `until` is where the moment is kept at which the last frame has left.
+    explicit Line(std::atomic<std::int64_t>& until) noexcept : until_(until) {}
 
     void setMbit(unsigned mbit) noexcept {
         nsPerByte_.store(mbit != 0 ? 8000 / mbit : 0, std::memory_order_relaxed);
@@ -29,15 +31,18 @@ public:
     bool isBusy() const noexcept { return hasRate() && nowNs() < until_.load(std::memory_order_relaxed); }
     /// A frame of this length, check sequence included, begins now.
     void occupy(std::size_t wireBytes) noexcept;
-    /// Waits until the line is free.
+    /// Sleeps until the line is free, and perhaps some microseconds longer.
     void await() const noexcept;
+    /// For one that polls: false when the moment has come; else gives the processor up for a part of the time
+    /// until then.
+    static bool napsUntil(std::int64_t moment) noexcept;
+    void nap() const noexcept { napsUntil(until_.load(std::memory_order_relaxed)); }
 
 private:
     static std::int64_t nowNs() noexcept {
         return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
     }
     std::atomic<std::int64_t>& until_;
-    const std::int64_t slackNs_;
     std::atomic<std::uint32_t> nsPerByte_{0};
 };
 

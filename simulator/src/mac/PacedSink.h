@@ -33,7 +33,7 @@ private:
     }
     Port& port_; // whose sink changes with its faults
     std::atomic<std::int64_t> until_{0};
-    Line line_{until_, std::chrono::microseconds(100)};
+    Line line_{until_};
 };
 
 } // namespace orvo::sim

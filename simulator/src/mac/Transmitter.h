@@ -25,7 +25,7 @@ public:
 
     /// `busyUntil` outlives it.
     Transmitter(const PortGate& gate, std::atomic<std::int64_t>& busyUntil) noexcept
-        : gate_(gate), line_(busyUntil, std::chrono::microseconds(25)) {}
+        : gate_(gate), line_(busyUntil) {}
 
     void begin() noexcept {
         writesBefore_.add(units_.load(std::memory_order_relaxed) + 1);
@@ -56,6 +56,7 @@ public:
     bool isBusy() const noexcept {
         return (turns_.load(std::memory_order_relaxed) & 1) != 0 || line_.isBusy();
     }
+    void nap() const noexcept { line_.nap(); }
     Line& line() noexcept { return line_; }
 
     void setCrcGeneration(bool on) noexcept { crcGeneration_.store(on, std::memory_order_relaxed); }

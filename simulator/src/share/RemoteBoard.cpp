@@ -57,6 +57,22 @@ void RemoteTransmitter::complete() noexcept {
     if (ring_.isAsleep.load(std::memory_order_seq_cst) != 0) wakeSleepers(&ring_.published);
 }
 
+void RemoteTransmitter::occupyLine(unsigned mbit) noexcept {
+    line_.setMbit(mbit);
+    if (mbit == 0) return;
+    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + fcsBytes;
+    line_.occupy(std::max(bytes, minWireBytes));
+}
+
+bool RemoteTransmitter::isBusy(unsigned mbit, std::int64_t servedUntil) const noexcept {
+    if (isFull()) {
+        std::this_thread::yield(); // hosts poll, and the server may need this processor
+        return true;
+    }
+    const auto until = std::max(lineUntil_.load(std::memory_order_relaxed), servedUntil);
+    return mbit != 0 && Line::napsUntil(until);
+}
+
 bool RemoteTransmitter::drain(std::chrono::milliseconds limit) const noexcept {
     const auto published = ring_.published.load(std::memory_order_acquire);
     return comesWithin(limit, server_, [&] {
@@ -110,18 +126,12 @@ bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexce
     if ((!isFlag && !isRegister(address, Register::GigeRecvErrCnt)) || !takes(address) || !page().isPlain())
         return false;
     const unsigned port = portOf(address);
-    value = isFlag ? busyFlag(port) : page().port[port].receiveErrors.value();
+    const PortPage& place = page().port[port];
+    if (isFlag)
+        value = transmitters_[port].isBusy(lineMbit(port), place.busyUntil) ? 1 : 0;
+    else
+        value = place.receiveErrors.value();
     return true;
-}
-
-std::uint64_t RemoteBoard::busyFlag(unsigned number) const noexcept {
-    const auto& port = page().port[number];
-    const auto& transmitter = transmitters_[number];
-    const bool hasRate = port.hasLineRate.load(std::memory_order_relaxed) != 0;
-    const bool isBehind = hasRate ? transmitter.underway() != 0 : transmitter.isFull();
-    if (isBehind) std::this_thread::yield(); // hosts poll, and the server may need this processor
-    const auto nowNs = [] { return std::chrono::nanoseconds(SteadyClock::now().time_since_epoch()).count(); };
-    return isBehind || (hasRate && nowNs() < port.busyUntil.load(std::memory_order_acquire)) ? 1 : 0;
 }
 
 RemoteQueue* RemoteBoard::queue(unsigned number) noexcept {

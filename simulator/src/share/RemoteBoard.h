@@ -50,6 +50,12 @@ public:
         slot_->units.store(at + 1, std::memory_order_relaxed);
         return true;
     }
+    /// The open frame occupies a line of this speed (0: takes no time) from now on; the server, which does
+    /// the same, carries it later.
+    void occupyLine(unsigned mbit) noexcept;
+    /// Whether the line is busy, or the ring full. The server's line is busy until `servedUntil`, perhaps
+    /// with another program's frames.
+    bool isBusy(unsigned mbit, std::int64_t servedUntil) const noexcept;
     /// Hands the frame over; wakes the server only where it sleeps.
     void complete() noexcept;
 
@@ -68,6 +74,8 @@ private:
 
     TransmitRing& ring_;
     ServerWatch& server_;
+    std::atomic<std::int64_t> lineUntil_{0};
+    Line line_{lineUntil_};
     TransmitSlot* slot_ = nullptr; // the open one; null: the next
     TransmitSlot lost_;            // takes what a server that does not go on has no room for
 };
@@ -122,6 +130,7 @@ public:
         case Register::GigeBufferReset:
             return transmitter.begin(), true;
         case Register::GigeWriteComplete:
+            transmitter.occupyLine(lineMbit(portOf(address)));
             return transmitter.complete(), true;
         default:
             return false;
@@ -140,9 +149,11 @@ public:
     void forgetClaims() noexcept;
 
 private:
-    std::uint64_t busyFlag(unsigned port) const noexcept;
     BoardPage& page() const noexcept { return *reinterpret_cast<BoardPage*>(page_.data()); }
     Channel& channel() const noexcept { return *reinterpret_cast<Channel*>(channel_.data()); }
+    unsigned lineMbit(unsigned port) const noexcept {
+        return page().isPlain() ? page().port[port].lineMbit.load(std::memory_order_relaxed) : 0;
+    }
     bool takes(std::uint32_t address) const noexcept {
         constexpr auto refusing =
             static_cast<std::uint32_t>(Trouble::Gone) | static_cast<std::uint32_t>(Trouble::NoApplet);
