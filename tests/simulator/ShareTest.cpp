@@ -56,7 +56,7 @@ TEST(ShareTest, KilledProgramsLeaveNothingBehind) {
     const std::size_t before = countIn(server.process, "fd") + countIn(server.process, "task");
     std::minstd_rand random(1);
     for (int i = 0; i < kills; ++i) {
-        const Client client("traffic", server.socket);
+        const Client listens("listen", server.socket), client("traffic", server.socket);
         usleep(static_cast<useconds_t>(random() % 3000));
     }
     EXPECT_EQ(holdings(server, before), before);
@@ -67,10 +67,11 @@ TEST(ShareTest, ProgramsOfAKilledServerAreToldAndTheNextServerTakesItsPlace) {
     const TemporaryFolder folder;
     {
         const BoardServer server(folder.path);
-        const Client sends("traffic", server.socket), waits("wait", server.socket);
+        const Client sends("traffic", server.socket), waits("wait", server.socket),
+            listens("listen", server.socket);
         const auto start = Clock::now();
         kill(server.process, SIGKILL);
-        for (const Client* client : {&sends, &waits}) EXPECT_EQ(client->exitCode(), 0);
+        for (const Client* client : {&sends, &waits, &listens}) EXPECT_EQ(client->exitCode(), 0);
         EXPECT_LT(Clock::now() - start, std::chrono::seconds(5)); // one, on a machine with time to spare
     }
     const BoardServer next(folder.path); // where the socket of the one before still lies
