@@ -29,13 +29,14 @@ void TapPlace::countMissed(std::uint64_t frames) noexcept {
 
 WireTap::WireTap(TapPlace& place)
     : place_(place),
-      memory_(MappedMemory::shareable("orvo-tap", sizeof(TapRing), MappedMemory::Access::ReadWrite)) {}
+      memory_(MappedMemory::shareable("orvo-tap", sizeof(TapRing), MappedMemory::Access::ReadWrite)) {
+    new (memory_.data()) TapRing{}; // touches every page now, which frames would have to wait for later
+}
 
 std::unique_ptr<WireTap> WireTap::at(TapPlace& place) {
     if (place.isTapped()) return nullptr; // saves the memory; the exchange below decides
     std::unique_ptr<WireTap> made(new WireTap(place));
     WireTap* none = nullptr;
-    // The memory is all zeros, as a ring is at first; constructing it would touch every page.
     const bool isFirst = place.tap_.compare_exchange_strong(none, made.get(), std::memory_order_seq_cst);
     return isFirst ? std::move(made) : nullptr;
 }
