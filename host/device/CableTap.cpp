@@ -47,7 +47,7 @@ CableTap::Missed CableTap::missed() const {
     return counts;
 }
 
-const char* deathReason(OrvoSimFate fate) {
+const char* deathReason(OrvoSimFate fate, bool isSent) {
     constexpr std::array<const char*, OrvoSimNotTaken + 1> reasons = {
         nullptr,
         "dropped: wrong frame check sequence",
@@ -60,6 +60,7 @@ const char* deathReason(OrvoSimFate fate) {
         "not sent: transmitter busy",
         "not sent: longer than the transmit buffer",
         "not sent: the wire's network interface did not take it"};
+    if (isSent && fate == OrvoSimLinkDown) return "not sent: link down";
     return reasons.at(static_cast<std::size_t>(fate));
 }
 

@@ -31,7 +31,7 @@ private:
     std::unique_ptr<OrvoSimTap, decltype(&::orvoSimCloseTap)> tap_{nullptr, hal_.require("orvoSimCloseTap")};
 };
 
-/// Why a frame died in the board, as a sentence without its end; null for one that passed.
-const char* deathReason(OrvoSimFate fate);
+/// Why a frame that reached the port, or that it was to send, died in the board; null for one that passed.
+const char* deathReason(OrvoSimFate fate, bool isSent);
 
 } // namespace orvo::host

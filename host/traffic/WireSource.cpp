@@ -43,7 +43,7 @@ std::optional<OutputFrame> WireSource::take(std::chrono::milliseconds limit) {
     OrvoSimTapFrame frame = {};
     if (!tap_.read(frame, bytes_.data(), bytes_.size(), limit)) return std::nullopt;
     count(frame);
-    const char* const death = deathReason(frame.fate);
+    const char* const death = deathReason(frame.fate, frame.sent != 0);
     return OutputFrame{.bytes = Bytes(bytes_).first(frame.bytes),
                        .time = frame.nanoseconds,
                        .interface = frame.sent != 0 ? SentInterface : ReceivedInterface,
@@ -56,15 +56,16 @@ std::optional<OutputFrame> WireSource::take(std::chrono::milliseconds limit) {
 
 void WireSource::count(const OrvoSimTapFrame& frame) {
     (frame.sent != 0 ? counts_.sent : counts_.received).add(frame.wireBytes);
-    ++byFate_.at(static_cast<std::size_t>(frame.fate));
+    ++byFate_[frame.sent != 0].at(static_cast<std::size_t>(frame.fate));
 }
 
 void WireSource::end(FrameOutput& output) {
     counts_.missed = tap_.missed();
     output.noteMissed(ReceivedInterface, counts_.missed.received);
     output.noteMissed(SentInterface, counts_.missed.sent);
-    for (std::size_t fate = OrvoSimPassed + 1; fate < byFate_.size(); ++fate)
-        counts_.died.add(deathReason(static_cast<OrvoSimFate>(fate)), byFate_[fate]);
+    for (const bool isSent : {false, true})
+        for (std::size_t fate = OrvoSimPassed + 1; fate < byFate_[isSent].size(); ++fate)
+            counts_.died.add(deathReason(static_cast<OrvoSimFate>(fate), isSent), byFate_[isSent][fate]);
 }
 
 } // namespace orvo::host

@@ -40,7 +40,7 @@ private:
     const CableTap& tap_;
     std::array<std::uint8_t, 2052> bytes_{}; // the longest that a tap hands over
     WireCounts counts_;
-    std::array<std::uint64_t, OrvoSimNotTaken + 1> byFate_{};
+    std::array<std::array<std::uint64_t, OrvoSimNotTaken + 1>, 2> byFate_{}; // received, sent
     bool hasYielded_ = false;
     unsigned leftFrames_ = 0;
 };
