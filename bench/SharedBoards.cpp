@@ -2,11 +2,13 @@
 // Frames between two programs over a board that a third one holds: sender at port 0, receiver at port 1, by
 // the same register protocol as the plug-in's. Prints frames a second, and their ratio to a gigabit's line
 // rate. With "own", one thread does both at a board of its own, for comparison between versions of the
-// library.
+// library. With "tapped", a fourth program listens at the sender's cable in every second run: prints the
+// medians with and without it, and what it missed.
 #include <orvo/hal/kivrt.h>
 #include <orvo/hal/orvo_hal.h>
 #include <orvo/sim/orvo_sim.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -28,7 +30,8 @@ using Clock = std::chrono::steady_clock;
 constexpr double bitsPerSecond = 1e9;
 constexpr unsigned gapBytes = 20;         // preamble and inter-frame gap
 constexpr unsigned windowWords = 100'000; // that the sender stays ahead at most; less than the queue holds
-constexpr auto runTime = std::chrono::seconds(3);
+constexpr std::chrono::milliseconds runTime{3000}, pairedRunTime{300};
+constexpr int pairs = 31;
 
 struct Port {
     Port() : device(OHalInitDevice(0)), applet(KivFirmwareTrampoline(1, 0)) {
@@ -77,8 +80,8 @@ private:
 };
 
 struct Counts {
-    std::atomic<std::uint64_t> sent{0}, received{0};
-    std::atomic<bool> isReady{false}, isEnding{false};
+    std::atomic<std::uint64_t> sent{0}, received{0}, seen{0}, missed{0};
+    std::atomic<bool> isReady{false}, isListening{false}, isEnding{false};
 };
 
 double lineRate(unsigned wireBytes) {
@@ -114,10 +117,29 @@ void receiveAll(Counts& counts) {
         if (receiver.receive()) counts.received.store(++count, std::memory_order_release);
 }
 
-void sendFor(Counts& counts, unsigned wireBytes) {
+/// As orvo-gige capture --at wire does, without writing a file.
+void listen(Counts& counts) {
+    if (nice(19) < 0) std::fprintf(stderr, "no lower priority\n");
+    OrvoSimTap* tap = nullptr;
+    if (orvoSimOpenTap(0, 0, &tap) != 0) std::fprintf(stderr, "no tap\n"), std::_Exit(1);
+    counts.isListening = true;
+    OrvoSimTapFrame frame;
+    std::array<std::uint8_t, 2052> bytes;
+    std::uint64_t seen = 0, received = 0, missed = 0;
+    for (int result = 1; result == 1 || !counts.isEnding;) {
+        result = orvoSimReadTap(tap, &frame, bytes.data(), bytes.size(), 50);
+        seen += result == 1 ? 1 : 0;
+    }
+    orvoSimReadTapMissed(tap, &received, &missed);
+    counts.seen = seen;
+    counts.missed = missed;
+    orvoSimCloseTap(tap);
+}
+
+void sendFor(Counts& counts, unsigned wireBytes, std::chrono::milliseconds time) {
     Sender sender(wireBytes);
     const std::uint64_t window = windowWords / (wireBytes / 2);
-    const auto end = Clock::now() + runTime;
+    const auto end = Clock::now() + time;
     for (std::uint64_t count = 0; count % 64 != 0 || Clock::now() < end;) {
         if (count - counts.received.load(std::memory_order_acquire) >= window) {
             sched_yield();
@@ -128,7 +150,13 @@ void sendFor(Counts& counts, unsigned wireBytes) {
     }
 }
 
-void measureShared(unsigned wireBytes, const std::string& socket) {
+struct Result {
+    double framesPerSecond;
+    std::uint64_t lost, seen, missed;
+};
+
+Result runShared(unsigned wireBytes, const std::string& socket, std::chrono::milliseconds time,
+                 bool isTapped) {
     void* const memory =
         mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     auto& counts = *new (memory) Counts;
@@ -136,17 +164,51 @@ void measureShared(unsigned wireBytes, const std::string& socket) {
     while (!counts.isReady) usleep(1000);
     setenv("ORVO_BOARD", socket.c_str(), 1);
     const pid_t receiver = inProcess([&] { receiveAll(counts); });
+    const pid_t listener = isTapped ? inProcess([&] { listen(counts); }) : -1;
+    while (isTapped && !counts.isListening) usleep(1000);
     const auto start = Clock::now();
-    const pid_t sender = inProcess([&] { sendFor(counts, wireBytes); });
+    const pid_t sender = inProcess([&] { sendFor(counts, wireBytes, time); });
     waitpid(sender, nullptr, 0);
     const std::chrono::duration<double> took = Clock::now() - start;
     const auto limit = Clock::now() + std::chrono::seconds(1);
     while (counts.received < counts.sent && Clock::now() < limit) usleep(1000);
     counts.isEnding = true;
+    if (isTapped) waitpid(listener, nullptr, 0);
     for (const pid_t process : {receiver, server}) waitpid(process, nullptr, 0);
-    report("shared", wireBytes, static_cast<double>(counts.received) / took.count(),
-           counts.sent - counts.received);
+    const Result result{static_cast<double>(counts.received) / took.count(), counts.sent - counts.received,
+                        counts.seen, counts.missed};
     munmap(memory, sizeof(Counts));
+    return result;
+}
+
+void measureShared(unsigned wireBytes, const std::string& socket) {
+    const auto [framesPerSecond, lost, seen, missed] = runShared(wireBytes, socket, runTime, false);
+    report("shared", wireBytes, framesPerSecond, lost);
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+/// Runs with and without a listener in turn, so that what else the machine does concerns both.
+void measureTapped(unsigned wireBytes, const std::string& socket) {
+    std::vector<double> without, with, ratios;
+    std::uint64_t seen = 0, missed = 0;
+    for (int i = 0; i < pairs; ++i) {
+        without.push_back(runShared(wireBytes, socket, pairedRunTime, false).framesPerSecond);
+        const auto tapped = runShared(wireBytes, socket, pairedRunTime, true);
+        with.push_back(tapped.framesPerSecond);
+        ratios.push_back(with.back() / without.back());
+        seen += tapped.seen;
+        missed += tapped.missed;
+    }
+    std::printf("tapped boards, %4u bytes: %9.0f frames/s, %9.0f without listener, ratio %.3f, %.1f %% of "
+                "frames missed\n",
+                wireBytes, median(with), median(without), median(ratios),
+                100.0 * static_cast<double>(missed) /
+                    static_cast<double>(std::max<std::uint64_t>(seen + missed, 1)));
+    std::fflush(stdout);
 }
 
 void measureOwn(unsigned wireBytes) {
@@ -168,10 +230,14 @@ void measureOwn(unsigned wireBytes) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const bool isOwn = argc > 1 && std::string_view(argv[1]) == "own";
+    const std::string_view kind = argc > 1 ? argv[1] : "shared";
     std::string folder = "/tmp/orvo-bench-XXXXXX";
     if (!mkdtemp(folder.data())) return 1;
-    for (const unsigned wireBytes : {64U, 512U, 1518U})
-        isOwn ? measureOwn(wireBytes) : measureShared(wireBytes, folder + "/boards.sock");
+    const std::string socket = folder + "/boards.sock";
+    for (const unsigned wireBytes : {64U, 512U, 1518U}) {
+        if (kind == "own") measureOwn(wireBytes);
+        if (kind == "shared") measureShared(wireBytes, socket);
+        if (kind == "tapped") measureTapped(wireBytes, socket);
+    }
     rmdir(folder.c_str());
 }

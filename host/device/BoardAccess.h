@@ -58,12 +58,13 @@ struct BoardAccess {
     /// program holds it.
     void requirePort(PortAddress port) const;
 
+    /// Errors: Failure that names the option where the board is real.
+    void requireSimulator(const std::string& option) const;
+
     /// The board's clock, in seconds from an arbitrary start.
     double seconds() const;
 
 private:
-    void requireSimulator(const std::string& option) const;
-
     std::optional<ServerWatch> watch_;
 };
 

@@ -56,8 +56,9 @@ std::string FileRing::fileName(const std::string& path, unsigned number) const {
         .string();
 }
 
-CaptureOutput::CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring)
-    : path_(std::move(path)), interface_(std::move(interface)), ring_(ring) {
+CaptureOutput::CaptureOutput(std::string path, std::vector<Interface> interfaces,
+                             std::optional<FileRing> ring)
+    : path_(std::move(path)), interfaces_(std::move(interfaces)), missed_(interfaces_.size()), ring_(ring) {
     if (ring_ && path_ == standardOutput)
         throw UsageFailure(
             "--ring needs files to write in turn, and standard output is one; name a file with "
@@ -70,7 +71,7 @@ void CaptureOutput::open() {
     const auto target =
         path_ == standardOutput ? BlockFile::Target::StandardOutput : BlockFile::Target::NamedFile;
     try {
-        writer_ = std::make_unique<PcapngWriter>(path, interface_, target);
+        writer_ = std::make_unique<PcapngWriter>(path, target, interfaces_);
     } catch (const ReaderGone&) {
         if (path_ == standardOutput) throw OutputClosed();
         throw;
@@ -92,8 +93,8 @@ void CaptureOutput::begin() {
     files_.push_back({writer_->path()});
 }
 
-void CaptureOutput::write(const void* frame, std::size_t bytes) {
-    if (ring_ && writer_->closedBytesWith(bytes) > ring_->fileBytes) {
+void CaptureOutput::write(const OutputFrame& frame) {
+    if (ring_ && writer_->closedBytesWith(frame) > ring_->fileBytes) {
         closeFile();
         number_ = number_ % ring_->files + 1;
         if (files_.size() == ring_->files) {
@@ -103,13 +104,13 @@ void CaptureOutput::write(const void* frame, std::size_t bytes) {
         open();
         begin();
     }
-    writer_->write(frame, bytes);
+    writer_->write(frame);
 }
 
 void CaptureOutput::closeFile() {
     std::exception_ptr failure;
     try {
-        writer_->close(std::nullopt);
+        writer_->close(missed_);
     } catch (...) {
         failure = std::current_exception();
     }

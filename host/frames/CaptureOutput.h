@@ -32,13 +32,14 @@ class CaptureOutput final : public FrameOutput {
 public:
     using Interface = pcapng::Interface;
 
-    /// Makes sure that the file, or the first of a ring, can be written. `path` may be standardOutput. Errors:
-    /// Failure, as in all that follow; OutputClosed when nobody reads standard output.
-    CaptureOutput(std::string path, Interface interface, std::optional<FileRing> ring);
+    /// Makes sure that the file, or the first of a ring, can be written. `path` may be standardOutput.
+    /// Errors: Failure, as in all that follow; OutputClosed when nobody reads standard output.
+    CaptureOutput(std::string path, std::vector<Interface> interfaces, std::optional<FileRing> ring);
 
     std::vector<std::string> paths() const override;
     void begin() override;
-    void write(const void* frame, std::size_t bytes) override;
+    void write(const OutputFrame& frame) override;
+    void noteMissed(std::uint32_t interface, std::uint64_t frames) override { missed_[interface] = frames; }
     void flush() override { writer_->flush(); }
     bool readerGone() const noexcept override { return writer_->readerGone(); }
     void hurry() noexcept override { ending_.raise(); }
@@ -51,7 +52,8 @@ private:
     void closeFile();
 
     const std::string path_;
-    const Interface interface_;
+    const std::vector<Interface> interfaces_;
+    std::vector<std::optional<std::uint64_t>> missed_; // by interface; nothing: unknown
     const std::optional<FileRing> ring_;
     EventFd ending_;
     unsigned number_ = 1; // of the ring's file

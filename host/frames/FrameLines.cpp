@@ -7,9 +7,27 @@
 
 namespace orvo::host {
 
-void FrameLines::write(const void* frame, std::size_t bytes) {
-    const auto line = clockText(std::chrono::system_clock::now()) + " " +
-                      describer_.describe({static_cast<const std::uint8_t*>(frame), bytes}) + "\n";
+namespace {
+
+using Time = std::chrono::system_clock::time_point;
+
+Time timeOf(const OutputFrame& frame) {
+    if (!frame.time) return std::chrono::system_clock::now();
+    return Time(std::chrono::duration_cast<Time::duration>(std::chrono::nanoseconds(*frame.time)));
+}
+
+const char* directionText(FrameDirection direction) noexcept {
+    if (direction == FrameDirection::Unknown) return "";
+    return direction == FrameDirection::Sent ? "sent     " : "received ";
+}
+
+} // namespace
+
+void FrameLines::write(const OutputFrame& frame) {
+    auto line = clockText(timeOf(frame)) + " " + directionText(frame.direction) +
+                describer_.describe(frame.withoutFcs());
+    if (!frame.comment.empty()) line += " (" + std::string(frame.comment) + ")";
+    line += "\n";
     std::memcpy(file_.add(line.size()), line.data(), line.size());
     ++lines_;
 }

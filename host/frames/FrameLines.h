@@ -8,7 +8,8 @@
 
 namespace orvo::host {
 
-/// Writes a line for each frame: its time in UTC, and what FrameDescriber says.
+/// Writes a line for each frame: its time in UTC, its direction where known, what FrameDescriber says, and
+/// its comment in parentheses.
 class FrameLines final : public FrameOutput {
 public:
     /// Errors: Failure when standard output cannot be used.
@@ -16,7 +17,7 @@ public:
 
     std::vector<std::string> paths() const override { return {}; }
     void begin() override { files_.push_back({standardOutput}); }
-    void write(const void* frame, std::size_t bytes) override;
+    void write(const OutputFrame& frame) override;
     void flush() override { file_.flush(); }
     bool readerGone() const noexcept override { return file_.readerGone(); }
     void hurry() noexcept override { ending_.raise(); }

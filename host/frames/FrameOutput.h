@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "frames/OutputFrame.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -23,8 +25,10 @@ public:
     /// From now on files are replaced.
     virtual void begin() = 0;
 
-    /// Adds a frame with the present time.
-    virtual void write(const void* frame, std::size_t bytes) = 0;
+    virtual void write(const OutputFrame& frame) = 0;
+
+    /// Frames of an interface that never came here, since the beginning.
+    virtual void noteMissed(std::uint32_t /*interface*/, std::uint64_t /*frames*/) {}
 
     /// Makes everything visible to readers.
     virtual void flush() = 0;

@@ -34,10 +34,10 @@ void Drops::add(const std::string& reason, std::uint64_t frames) {
     frames_ += frames;
 }
 
-std::string Drops::lines() const {
-    if (entries_.empty()) return framesLine("dropped", 0);
+std::string Drops::lines(const std::string& name) const {
+    if (entries_.empty()) return framesLine(name, 0);
     std::string text;
-    for (const auto& [reason, frames] : entries_) text += framesLine("dropped", frames, reason);
+    for (const auto& [reason, frames] : entries_) text += framesLine(name, frames, reason);
     return text;
 }
 

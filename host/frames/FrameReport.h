@@ -31,7 +31,7 @@ public:
     void add(const std::string& reason, std::uint64_t frames);
 
     std::uint64_t frames() const noexcept { return frames_; }
-    std::string lines() const;
+    std::string lines(const std::string& name = "dropped") const;
     nlohmann::ordered_json json() const;
 
 private:

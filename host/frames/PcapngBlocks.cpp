@@ -18,10 +18,13 @@ enum BlockType : std::uint32_t {
 
 enum OptionCode : std::uint16_t {
     EndOfOptions = 0,
+    Comment = 1,
+    PacketFlags = 2,         // of a packet
     UserApplication = 4,     // of a section
     InterfaceName = 2,       // of an interface
     InterfaceText = 3,       // of an interface
     TimestampResolution = 9, // of an interface
+    CheckSequenceBytes = 13, // of an interface
     StatisticsBegin = 2,     // of statistics
     StatisticsEnd = 3,       // of statistics
     StatisticsReceived = 4,  // of statistics
@@ -95,14 +98,15 @@ Bytes sectionHeader(const std::string& application) {
 }
 
 Bytes interfaceDescription(const Interface& interface) {
-    return Block(InterfaceDescription)
-        .put(linkTypeEthernet)
+    Block block(InterfaceDescription);
+    block.put(linkTypeEthernet)
         .put(std::uint16_t{0})
         .put(snapLength)
         .option(InterfaceName, interface.name)
         .option(InterfaceText, interface.description)
-        .option(TimestampResolution, nanoseconds)
-        .finished();
+        .option(TimestampResolution, nanoseconds);
+    if (interface.fcsBytes != 0) block.option(CheckSequenceBytes, interface.fcsBytes);
+    return block.finished();
 }
 
 Bytes interfaceStatistics(const InterfaceStatistics& statistics) {
@@ -118,20 +122,64 @@ Bytes interfaceStatistics(const InterfaceStatistics& statistics) {
     return block.finished();
 }
 
-std::size_t enhancedPacketBytes(std::size_t frameBytes) noexcept {
-    return 32 + padded(frameBytes);
+namespace {
+
+constexpr std::size_t optionHeadBytes = 4;
+constexpr std::size_t longestComment = 0xFFFF;
+
+/// Direction, length of the check sequence, errors; 0 where nothing is known.
+std::uint32_t flagsOf(const OutputFrame& frame) noexcept {
+    return static_cast<std::uint32_t>(frame.direction) | frame.fcsBytes << 5 | frame.errors;
 }
 
-void putEnhancedPacket(std::uint8_t* out, std::uint32_t interface, Timestamp time, const void* frame,
-                       std::size_t frameBytes) noexcept {
-    const auto blockBytes = static_cast<std::uint32_t>(enhancedPacketBytes(frameBytes));
-    const auto length = static_cast<std::uint32_t>(frameBytes);
-    const auto [upper, lower] = halves(time);
-    const std::array<std::uint32_t, 7> head = {EnhancedPacket, blockBytes, interface, upper,
-                                               lower,          length,     length};
+std::string_view commentOf(const OutputFrame& frame) noexcept {
+    return frame.comment.substr(0, longestComment);
+}
+
+std::size_t optionBytes(const OutputFrame& frame) noexcept {
+    const std::size_t flags = flagsOf(frame) != 0 ? optionHeadBytes + sizeof(std::uint32_t) : 0;
+    const std::size_t comment = frame.comment.empty() ? 0 : optionHeadBytes + padded(commentOf(frame).size());
+    return flags + comment == 0 ? 0 : flags + comment + optionHeadBytes; // the end of options
+}
+
+/// Returns the place behind the option.
+std::uint8_t* putOption(std::uint8_t* out, OptionCode code, const void* data, std::size_t bytes) noexcept {
+    const std::array<std::uint16_t, 2> head = {code, static_cast<std::uint16_t>(bytes)};
     std::memcpy(out, head.data(), sizeof head);
-    std::memcpy(out + sizeof head, frame, frameBytes);
-    std::memset(out + sizeof head + frameBytes, 0, padded(frameBytes) - frameBytes);
+    std::memset(out + sizeof head, 0, padded(bytes));
+    if (bytes != 0) std::memcpy(out + sizeof head, data, bytes);
+    return out + sizeof head + padded(bytes);
+}
+
+void putOptions(std::uint8_t* out, const OutputFrame& frame) noexcept {
+    const auto flags = flagsOf(frame);
+    const auto comment = commentOf(frame);
+    if (!comment.empty()) out = putOption(out, Comment, comment.data(), comment.size());
+    if (flags != 0) out = putOption(out, PacketFlags, &flags, sizeof flags);
+    putOption(out, EndOfOptions, nullptr, 0);
+}
+
+} // namespace
+
+std::size_t enhancedPacketBytes(const OutputFrame& frame) noexcept {
+    return 32 + padded(frame.bytes.size()) + optionBytes(frame);
+}
+
+void putEnhancedPacket(std::uint8_t* out, const OutputFrame& frame, Timestamp time) noexcept {
+    const auto blockBytes = static_cast<std::uint32_t>(enhancedPacketBytes(frame));
+    const auto length = static_cast<std::uint32_t>(frame.bytes.size());
+    const auto [upper, lower] = halves(time);
+    const std::array<std::uint32_t, 7> head = {EnhancedPacket,
+                                               blockBytes,
+                                               frame.interface,
+                                               upper,
+                                               lower,
+                                               length,
+                                               frame.wireBytes != 0 ? frame.wireBytes : length};
+    std::memcpy(out, head.data(), sizeof head);
+    if (length != 0) std::memcpy(out + sizeof head, frame.bytes.data(), length);
+    std::memset(out + sizeof head + length, 0, padded(length) - length);
+    if (optionBytes(frame) != 0) putOptions(out + sizeof head + padded(length), frame);
     std::memcpy(out + blockBytes - sizeof blockBytes, &blockBytes, sizeof blockBytes);
 }
 

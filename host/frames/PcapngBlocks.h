@@ -2,6 +2,8 @@
 // The blocks of a pcapng file, as bytes in the machine's byte order, which readers recognise.
 #pragma once
 
+#include "frames/OutputFrame.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -24,6 +26,7 @@ Bytes sectionHeader(const std::string& application);
 struct Interface {
     std::string name;
     std::string description;
+    std::uint8_t fcsBytes = 0; ///< of the check sequence that ends each frame
 };
 
 /// One interface of link type Ethernet. Interfaces are numbered from 0 in the order of their descriptions.
@@ -38,11 +41,10 @@ struct InterfaceStatistics {
 };
 Bytes interfaceStatistics(const InterfaceStatistics& statistics);
 
-/// The size of an enhanced packet block with a frame of this size.
-std::size_t enhancedPacketBytes(std::size_t frameBytes) noexcept;
+/// The size of an enhanced packet block with this frame.
+std::size_t enhancedPacketBytes(const OutputFrame& frame) noexcept;
 
-/// Writes an enhanced packet block to `out`, which has room for `enhancedPacketBytes(frameBytes)`.
-void putEnhancedPacket(std::uint8_t* out, std::uint32_t interface, Timestamp time, const void* frame,
-                       std::size_t frameBytes) noexcept;
+/// Writes an enhanced packet block to `out`, which has room for `enhancedPacketBytes(frame)`.
+void putEnhancedPacket(std::uint8_t* out, const OutputFrame& frame, Timestamp time) noexcept;
 
 } // namespace orvo::host::pcapng

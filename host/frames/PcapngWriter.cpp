@@ -37,7 +37,7 @@ PcapngWriter::PcapngWriter(std::string path, BlockFile::Target target,
 PcapngWriter::~PcapngWriter() {
     if (!open_) return;
     try {
-        close(std::nullopt);
+        close(std::vector<DroppedFrames>{});
     } catch (const Failure&) {
     }
 }
@@ -59,18 +59,17 @@ void PcapngWriter::begin() {
     begin_ = clock_();
 }
 
-void PcapngWriter::write(const void* frame, std::size_t bytes, pcapng::Timestamp time,
-                         std::uint32_t interface) {
-    auto* block = file_.add(pcapng::enhancedPacketBytes(bytes));
-    pcapng::putEnhancedPacket(block, interface, time, frame, bytes);
-    ++frames_[interface];
+void PcapngWriter::write(const OutputFrame& frame) {
+    auto* block = file_.add(pcapng::enhancedPacketBytes(frame));
+    pcapng::putEnhancedPacket(block, frame, frame.time ? *frame.time : clock_());
+    ++frames_[frame.interface];
 }
 
-std::uint64_t PcapngWriter::closedBytesWith(std::size_t frameBytes) const noexcept {
-    return file_.size() + pcapng::enhancedPacketBytes(frameBytes) + interfaces_.size() * closingBlockBytes();
+std::uint64_t PcapngWriter::closedBytesWith(const OutputFrame& frame) const noexcept {
+    return file_.size() + pcapng::enhancedPacketBytes(frame) + interfaces_.size() * closingBlockBytes();
 }
 
-std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
+std::uint64_t PcapngWriter::close(const std::vector<DroppedFrames>& dropped) {
     open_ = false;
     std::exception_ptr failure;
     try {
@@ -80,20 +79,21 @@ std::uint64_t PcapngWriter::close(std::optional<std::uint64_t> droppedFrames) {
     }
     const auto frames = std::accumulate(frames_.begin(), frames_.end(), std::uint64_t{0});
     framesInFile_ = frames - std::min(frames, file_.lostBlocks());
-    addStatistics(droppedFrames);
+    addStatistics(dropped);
     file_.close();
     if (failure) std::rethrow_exception(failure);
     return framesInFile_;
 }
 
 /// Which interface lost frames is not known, so with several of them only complete numbers are written.
-void PcapngWriter::addStatistics(std::optional<std::uint64_t> droppedFrames) {
+void PcapngWriter::addStatistics(const std::vector<DroppedFrames>& dropped) {
     const auto end = std::max(begin_, clock_());
+    const auto droppedBy = [&](std::size_t i) { return i < dropped.size() ? dropped[i] : DroppedFrames(); };
     if (interfaces_.size() == 1)
-        file_.add(pcapng::interfaceStatistics({0, begin_, end, framesInFile_, droppedFrames}));
+        file_.add(pcapng::interfaceStatistics({0, begin_, end, framesInFile_, droppedBy(0)}));
     else if (file_.lostBlocks() == 0)
         for (std::uint32_t i = 0; i < interfaces_.size(); ++i)
-            file_.add(pcapng::interfaceStatistics({i, begin_, end, frames_[i], std::nullopt}));
+            file_.add(pcapng::interfaceStatistics({i, begin_, end, frames_[i], droppedBy(i)}));
 }
 
 } // namespace orvo::host

@@ -36,9 +36,12 @@ public:
     /// fails; nothing may be written afterwards.
     void begin();
 
+    void write(const OutputFrame& frame);
     /// Adds a frame with the present time.
     void write(const void* frame, std::size_t bytes) { write(frame, bytes, clock_(), 0); }
-    void write(const void* frame, std::size_t bytes, pcapng::Timestamp time, std::uint32_t interface);
+    void write(const void* frame, std::size_t bytes, pcapng::Timestamp time, std::uint32_t interface) {
+        write({{static_cast<const std::uint8_t*>(frame), bytes}, time, interface});
+    }
 
     /// As in BlockFile.
     void endOn(const EventFd& ending) noexcept { file_.endOn(ending); }
@@ -49,18 +52,22 @@ public:
     /// Whether it is a pipe whose reader closed it.
     bool readerGone() const noexcept { return file_.readerGone(); }
 
-    /// The file's size if it were closed after one more frame of this size.
-    std::uint64_t closedBytesWith(std::size_t frameBytes) const noexcept;
+    /// The file's size if it were closed after one more frame.
+    std::uint64_t closedBytesWith(const OutputFrame& frame) const noexcept;
 
-    /// Closes the file and returns its number of frames; `droppedFrames`, if known, goes into the statistics.
-    std::uint64_t close(std::optional<std::uint64_t> droppedFrames);
+    /// Frames that an interface dropped; nothing where that is not known.
+    using DroppedFrames = std::optional<std::uint64_t>;
+    /// Closes the file and returns its number of frames. What was dropped, by interface, goes into the
+    /// statistics.
+    std::uint64_t close(const std::vector<DroppedFrames>& dropped);
+    std::uint64_t close(DroppedFrames dropped) { return close(std::vector{dropped}); }
 
     /// After `close`, even if it failed.
     std::uint64_t framesInFile() const noexcept { return framesInFile_; }
 
 private:
     void writeHeader();
-    void addStatistics(std::optional<std::uint64_t> droppedFrames);
+    void addStatistics(const std::vector<DroppedFrames>& dropped);
 
     const std::string path_;
     std::function<pcapng::Timestamp()> clock_;

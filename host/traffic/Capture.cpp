@@ -31,8 +31,16 @@ const char* captureEndText(CaptureEnd end) {
     return texts[static_cast<std::size_t>(end)];
 }
 
-Capture::Capture(core::zume::PhysicalNetworkInterface& port, FrameOutput& output, const FrameFilter* filter)
-    : port_(port), output_(output), filter_(filter) {}
+std::optional<OutputFrame> PortSource::next() {
+    const auto frame = port_.receive(nullptr);
+    if (!frame) return std::nullopt;
+    frame_ = frame->data();
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(frame_.constData());
+    return OutputFrame{.bytes = {bytes, static_cast<std::size_t>(frame_.size())}};
+}
+
+Capture::Capture(FrameSource& source, FrameOutput& output, const FrameFilter* filter)
+    : source_(source), output_(output), filter_(filter) {}
 
 CaptureTotals Capture::totals() const noexcept {
     return {counters_.received.value(), counters_.written.value(), counters_.filteredOut.value()};
@@ -80,6 +88,8 @@ bool Capture::awaitEndUntil(Clock::time_point limit) const {
 void Capture::receiveAll() noexcept {
     try {
         while (!ownEnd_ && !isAskedToEnd()) receiveOne();
+        receiveRest();
+        source_.end(output_);
     } catch (...) {
         noteFailure();
     }
@@ -91,11 +101,19 @@ bool Capture::isAskedToEnd() const noexcept {
 }
 
 void Capture::receiveOne() {
-    const auto frame = port_.receive(nullptr);
-    if (frame) take(frame->data());
+    const auto frame = source_.next();
+    if (frame) take(*frame);
     if (const auto now = Clock::now(); !frame || now - shownAt_ >= showInterval) {
         shownAt_ = now;
         show();
+    }
+}
+
+void Capture::receiveRest() {
+    while (!ownEnd_) {
+        const auto frame = source_.left();
+        if (!frame) return;
+        take(*frame);
     }
 }
 
@@ -104,15 +122,15 @@ void Capture::show() {
     if (!ownEnd_ && output_.readerGone()) ownEnd_ = CaptureEnd::ReaderGone;
 }
 
-void Capture::take(const QByteArray& frame) {
-    const auto bytes = static_cast<std::size_t>(frame.size());
-    counters_.received.add(bytes);
-    if (filter_ && !filter_->passes(frame.constData(), bytes)) {
+void Capture::take(const OutputFrame& frame) {
+    counters_.received.add(frame.bytes.size());
+    const auto content = frame.withoutFcs();
+    if (filter_ && !filter_->passes(content.data(), content.size())) {
         counters_.filteredOut.add(1);
         return;
     }
-    output_.write(frame.constData(), bytes);
-    counters_.written.add(bytes);
+    output_.write(frame);
+    counters_.written.add(frame.bytes.size());
     if (--framesLeft_ == 0) ownEnd_ = CaptureEnd::Frames;
 }
 

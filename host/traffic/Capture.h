@@ -38,16 +38,41 @@ struct CaptureResult {
     std::exception_ptr failure; ///< what ended the capture, if a failure did
 };
 
-/// Takes frames from a port on a thread of its own, and writes those that pass the filter.
+/// Where a capture takes its frames. The capture's thread.
+class FrameSource {
+public:
+    virtual ~FrameSource() = default;
+
+    /// The next frame, which stays until the next call; nothing when none came for up to a second.
+    virtual std::optional<OutputFrame> next() = 0;
+    /// After the end was asked for: frames that had come before.
+    virtual std::optional<OutputFrame> left() { return std::nullopt; }
+    /// Says what is known only at the end.
+    virtual void end(FrameOutput&) {}
+};
+
+/// What a port hands over.
+class PortSource final : public FrameSource {
+public:
+    /// The port must outlive it.
+    explicit PortSource(core::zume::PhysicalNetworkInterface& port) : port_(port) {}
+    std::optional<OutputFrame> next() override;
+
+private:
+    core::zume::PhysicalNetworkInterface& port_;
+    QByteArray frame_;
+};
+
+/// Takes frames from a source on a thread of its own, and writes those that pass the filter.
 class Capture {
 public:
     /// `filter` may be null; what is given must outlive the capture.
-    Capture(core::zume::PhysicalNetworkInterface& port, FrameOutput& output, const FrameFilter* filter);
+    Capture(FrameSource& source, FrameOutput& output, const FrameFilter* filter);
 
     using Call = std::function<void()>; ///< on the thread that calls `run`
 
     /// Captures until a signal asks for the end, a limit is reached or the output's reader is gone. Then
-    /// calls `ending`, waits for at most one empty `receive` of the port, and closes the output; a reader
+    /// calls `ending`, waits for at most one empty `next` of the source, and closes the output; a reader
     /// that stalls has 50 ms for the rest. Calls `silent` once if no frame came within the first 3 s.
     CaptureResult run(const CaptureLimits& limits, const Call& ending, const Call& silent = {});
 
@@ -61,13 +86,14 @@ private:
     bool awaitEndUntil(Clock::time_point limit) const;
     void receiveAll() noexcept;
     void receiveOne();
-    void take(const QByteArray& frame);
+    void receiveRest();
+    void take(const OutputFrame& frame);
     void show();
     bool isAskedToEnd() const noexcept;
     void closeOutput() noexcept;
     void noteFailure() noexcept;
 
-    core::zume::PhysicalNetworkInterface& port_;
+    FrameSource& source_;
     FrameOutput& output_;
     const FrameFilter* const filter_;
     std::uint64_t framesLeft_ = 0; // to the limit

@@ -3,12 +3,15 @@
 // frames can come.
 #include "traffic/CaptureRun.h"
 
+#include "base/Failure.h"
+#include "base/Numbers.h"
 #include "base/Output.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
 #include "device/FileConflicts.h"
 #include "frames/FrameLines.h"
 #include "frames/FrameReport.h"
+#include "traffic/FrameReceiver.h"
 #include "traffic/SilentPort.h"
 
 #include <fmt/format.h>
@@ -26,26 +29,86 @@ std::string progressText(const CaptureTotals& totals) {
                        static_cast<double>(totals.received.bytes) / 1e6, grouped(totals.written.frames));
 }
 
-std::unique_ptr<FrameOutput> openOutput(const CaptureRequest& request) {
-    if (request.output.empty()) return std::make_unique<FrameLines>();
-    return std::make_unique<CaptureOutput>(request.output, captureInterface(request.port.address),
-                                           request.ring);
+std::vector<CaptureOutput::Interface> interfacesOf(const CaptureRequest& request) {
+    const auto port = request.port.address;
+    return request.atWire ? WireSource::interfaces(port) : std::vector{captureInterface(port)};
 }
 
-CaptureResult record(const CaptureRequest& request, const BoardAccess& access, TrafficRun& traffic,
-                     FrameOutput& output, const FrameFilter* filter) {
+std::unique_ptr<FrameOutput> openOutput(const CaptureRequest& request) {
+    if (request.output.empty()) return std::make_unique<FrameLines>();
+    return std::make_unique<CaptureOutput>(request.output, interfacesOf(request), request.ring);
+}
+
+/// What all captures have.
+struct Setup {
+    const CaptureRequest& request;
+    const BoardAccess& access;
+    FrameOutput& output;
+    const FrameFilter* filter;
+};
+
+CaptureResult record(const Setup& setup, FrameSource& source, const Capture::Call& ending) {
+    const auto& request = setup.request;
     const auto port = request.port.address;
-    output.begin();
-    Capture capture(traffic.port(port), output, filter);
-    if (endRequested() == 0) notice("capturing at port " + port.text() + "; end with Ctrl-C");
+    setup.output.begin();
+    Capture capture(source, setup.output, setup.filter);
+    if (endRequested() == 0)
+        notice(std::string("capturing at ") + (request.atWire ? "the wire of " : "") + "port " + port.text() +
+               "; end with Ctrl-C");
     std::optional<Progress> progress;
     if (!request.output.empty()) // lines for people show the progress themselves
         progress.emplace([&] { return progressText(capture.totals()); });
     const auto explain = [&] {
-        notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(access, port));
+        notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(setup.access, port));
     };
-    return capture.run(
-        request.limits, [&] { traffic.stop(); }, explain);
+    return capture.run(request.limits, ending, explain);
+}
+
+void captureAtHost(const Setup& setup, CaptureReport& report) {
+    const auto& request = setup.request;
+    const auto port = request.port.address;
+    TrafficRun traffic(setup.access, request.installation, {port}, !request.port.noReset);
+    if (request.port.crcWatch) traffic.watchCrcErrors();
+    traffic.openLive();
+    PortSource source(traffic.port(port));
+    report.result = record(setup, source, [&] { traffic.stop(); });
+    report.account = traffic.finish({{.port = port, .received = report.result.totals.received.frames}});
+}
+
+void captureAtOwnWire(const Setup& setup, WireSource& source, CaptureReport& report) {
+    const auto port = setup.request.port.address;
+    TrafficRun traffic(setup.access, setup.request.installation, {port}, !setup.request.port.noReset);
+    traffic.openLive();
+    FrameReceiver receiver(traffic.port(port), nullptr, nullptr);
+    {
+        const SignalShield handledHere; // the thread inherits it
+        receiver.start();
+    }
+    report.result = record(setup, source, [&] { traffic.stop(); });
+    receiver.stop();
+    report.account = traffic.finish({{.port = port, .received = receiver.returned().frames}});
+}
+
+void captureAtWire(const Setup& setup, CaptureReport& report) {
+    const CableTap tap(setup.access.libraries.hal(), setup.request.port.address);
+    WireSource source(tap);
+    if (setup.access.server.empty())
+        captureAtOwnWire(setup, source, report);
+    else
+        report.result = record(setup, source, [] {});
+    report.wire = source.counts();
+}
+
+/// What a capture at the wire cannot do, because it does not open the port, or there is no such wire.
+void checkWire(const CaptureRequest& request, const BoardAccess& access) {
+    access.requireSimulator("--at wire");
+    if (request.port.crcWatch)
+        throw UsageFailure(
+            "--crc-watch is for --at host; at the wire, damaged frames are captured and marked");
+    if (!access.server.empty() && access.hasFaults)
+        throw UsageFailure(
+            "--at wire only listens at a server's boards; start the faults with: orvo-gige sim "
+            "faults FILE");
 }
 
 std::string filesOf(const CaptureReport& report) {
@@ -56,26 +119,43 @@ std::string filesOf(const CaptureReport& report) {
     return text;
 }
 
+std::string wireText(const WireCounts& wire, PortAddress port) {
+    const auto missed = wire.missed.received + wire.missed.sent;
+    auto text = countLine("received", wire.received, "at port " + port.text()) +
+                countLine("sent", wire.sent, "by port " + port.text());
+    if (wire.died.frames() != 0) text += wire.died.lines("died");
+    if (missed != 0)
+        text += framesLine("missed", missed,
+                           "that came faster than they could be taken (" + grouped(wire.missed.received) +
+                               " received, " + grouped(wire.missed.sent) + " sent)");
+    return text;
+}
+
+/// In the place of "received".
+nlohmann::ordered_json wireJson(const WireCounts& wire) {
+    return {{"received", countJson(wire.received)},
+            {"sent", countJson(wire.sent)},
+            {"died", wire.died.json()},
+            {"missed", {{"received", wire.missed.received}, {"sent", wire.missed.sent}}}};
+}
+
 } // namespace
 
 CaptureReport runCapture(const CaptureRequest& request) {
-    const auto port = request.port.address;
     std::optional<FrameFilter> filter;
     if (!request.filter.empty()) filter.emplace(request.filter);
     const auto output = openOutput(request);
-    const BoardAccess access(request.installation, port.board);
+    const BoardAccess access(request.installation, request.port.address.board);
     if (access.simulator) refuseFilesOfWires({.written = output->paths()}, *access.simulator);
-    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
-    if (request.port.crcWatch) traffic.watchCrcErrors();
-    traffic.openLive();
+    if (request.atWire) checkWire(request, access);
 
     CaptureReport report{.request = request};
+    const Setup setup{request, access, *output, filter ? &*filter : nullptr};
     const auto begin = Clock::now();
-    report.result = record(request, access, traffic, *output, filter ? &*filter : nullptr);
+    request.atWire ? captureAtWire(setup, report) : captureAtHost(setup, report);
     report.duration = Clock::now() - begin;
     report.files = output->files();
     report.overwrittenFrames = output->overwrittenFrames();
-    report.account = traffic.finish({{.port = port, .received = report.result.totals.received.frames}});
     return report;
 }
 
@@ -92,7 +172,9 @@ std::uint64_t CaptureReport::unwrittenFrames() const noexcept {
 std::string captureText(const CaptureReport& report) {
     const auto& [totals, end, failure] = report.result;
     const auto& request = report.request;
-    auto text = countLine("received", totals.received, "at port " + request.port.address.text());
+    auto text = report.wire
+                    ? wireText(*report.wire, request.port.address)
+                    : countLine("received", totals.received, "at port " + request.port.address.text());
     if (!request.filter.empty())
         text += framesLine("filtered", totals.filteredOut, "out by " + request.filter);
     text += framesLine("written", report.writtenFrames(), "to " + filesOf(report));
@@ -109,16 +191,17 @@ nlohmann::ordered_json captureJson(const CaptureReport& report) {
     const auto& [totals, end, failure] = report.result;
     auto files = nlohmann::ordered_json::array();
     for (const auto& file : report.files) files.push_back({{"file", file.path}, {"frames", file.frames}});
-    nlohmann::ordered_json document = {{"port", report.request.port.address.text()},
-                                       {"received", countJson(totals.received)},
-                                       {"filteredOut", totals.filteredOut},
-                                       {"written", report.writtenFrames()},
-                                       {"overwritten", report.overwrittenFrames},
-                                       {"lost", report.lostFrames()},
-                                       {"unread", report.unreadFrames()},
-                                       {"files", std::move(files)},
-                                       {"seconds", report.duration.count()},
-                                       {"ended", captureEndText(end)}};
+    nlohmann::ordered_json document = {{"port", report.request.port.address.text()}};
+    document.update(report.wire ? wireJson(*report.wire)
+                                : nlohmann::ordered_json{{"received", countJson(totals.received)}});
+    document.update({{"filteredOut", totals.filteredOut},
+                     {"written", report.writtenFrames()},
+                     {"overwritten", report.overwrittenFrames},
+                     {"lost", report.lostFrames()},
+                     {"unread", report.unreadFrames()},
+                     {"files", std::move(files)},
+                     {"seconds", report.duration.count()},
+                     {"ended", captureEndText(end)}});
     report.account.addTo(document);
     return document;
 }

@@ -6,6 +6,7 @@
 #include "frames/CaptureOutput.h"
 #include "traffic/Capture.h"
 #include "traffic/TrafficRun.h"
+#include "traffic/WireSource.h"
 
 #include <deque>
 #include <optional>
@@ -17,7 +18,8 @@ struct CaptureRequest {
     std::string
         output; ///< FrameOutput::standardOutput is allowed; empty: lines for people on standard output
     std::optional<FileRing> ring;
-    std::string filter; ///< empty: every frame passes
+    std::string filter;  ///< empty: every frame passes
+    bool atWire = false; ///< both directions of the port's cable, instead of what the port hands over
     CaptureLimits limits;
     PortOptions port;
     InstallationOptions installation;
@@ -29,6 +31,7 @@ struct CaptureReport {
     std::deque<FrameOutput::File> files = {}; ///< with the captured frames, oldest first
     std::uint64_t overwrittenFrames = 0;      ///< of a ring
     std::chrono::duration<double> duration = {};
+    std::optional<WireCounts> wire = {}; ///< of a capture at the wire
     TrafficAccount account = {};
 
     std::uint64_t writtenFrames() const noexcept;
@@ -40,8 +43,10 @@ private:
     std::uint64_t unwrittenFrames() const noexcept;
 };
 
-/// Captures until a signal asks for the end or a limit is reached. Errors: Failure and UsageFailure before
-/// the first frame; a later one is in the report.
+/// Captures until a signal asks for the end or a limit is reached. At the wire of a server's board, the port
+/// is not opened: other programs use it. A port of this process's own boards is opened, and its frames are
+/// taken and dropped, so that frames pass. Errors: Failure and UsageFailure before the first frame; a later
+/// one is in the report.
 CaptureReport runCapture(const CaptureRequest& request);
 
 std::string captureText(const CaptureReport& report);

@@ -103,10 +103,11 @@ void Observation::readOnce(double seconds) {
 }
 
 void Observation::record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
-    CaptureOutput output(captureFile_, captureInterface(port_), std::nullopt);
+    CaptureOutput output(captureFile_, {captureInterface(port_)}, std::nullopt);
     output.begin();
     receiver.stop();
-    const auto result = Capture(port, output, nullptr).run({.time = time_}, [this] { endReading(); });
+    PortSource source(port);
+    const auto result = Capture(source, output, nullptr).run({.time = time_}, [this] { endReading(); });
     receivedFrames_ = result.totals.received.frames;
     if (result.failure) std::rethrow_exception(result.failure);
 }

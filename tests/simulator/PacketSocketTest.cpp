@@ -11,16 +11,16 @@ using Bytes = std::vector<std::uint8_t>;
 
 /// A port that is always ready; keeps frames of the test's type and of IPv4 apart from the kernel's own.
 struct Port final : FrameSink {
-    Arrival deliver(WireBytes frame) noexcept override {
+    OrvoSimFate deliver(WireBytes frame) noexcept override {
         EXPECT_TRUE(frame.empty()) << "only as a sign of a bad one";
-        ++broken;
-        return Arrival::Broken;
+        return ++broken, OrvoSimTooShort;
     }
-    Arrival deliverUnsealed(WireBytes content) noexcept override {
+    OrvoSimFate deliverUnsealed(WireBytes content) noexcept override {
+        if (content.size() > maxFrameBytes) return ++broken, OrvoSimTooLong;
         ++arrived;
         if (content[12] == 0x81 || content[12] == 0x88 || (content[12] == 8 && content[13] == 0))
             frames.emplace_back(content.begin(), content.end());
-        return Arrival::Queued;
+        return OrvoSimPassed;
     }
     void countLost(std::uint64_t count) noexcept override { lost += count; }
     bool hasRoom() const noexcept override { return true; }

@@ -77,6 +77,7 @@ TEST(ShareTest, KilledProgramsLeaveNothingBehind) {
     const auto killAtRandom = [&](int times) {
         for (int i = 0; i < times; ++i) {
             const bool isStarted = i % 2 == 0; // else killed while it starts
+            const Client listens("listen", server.socket, isStarted);
             const Client client("traffic", server.socket, isStarted);
             usleep(static_cast<useconds_t>(random() % (isStarted ? 3000 : 20'000)));
         }
@@ -106,10 +107,11 @@ TEST(ShareTest, ProgramsOfAKilledServerAreToldAndTheNextServerTakesItsPlace) {
     const TemporaryFolder folder;
     {
         const BoardServer server(folder.path);
-        const Client paces("pace", server.socket), waits("wait", server.socket);
+        const Client paces("pace", server.socket), waits("wait", server.socket),
+            listens("listen", server.socket);
         const auto start = Clock::now();
         kill(server.process, SIGKILL);
-        for (const Client* client : {&paces, &waits}) EXPECT_EQ(client->exitCode(), 0);
+        for (const Client* client : {&paces, &waits, &listens}) EXPECT_EQ(client->exitCode(), 0);
         EXPECT_LT(Clock::now() - start, std::chrono::seconds(5)); // one, on a machine with time to spare
     }
     std::optional<BoardServer> next(std::in_place,

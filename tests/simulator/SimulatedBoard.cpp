@@ -71,10 +71,23 @@ int useUntilGone(const std::string& how, const Device& device, unsigned port) {
     std::_Exit(device.read("GigeTxTransferActive0") == 0xFFFF'FFFF ? 0 : 1);
 }
 
+/// Listens at port 0 until the server is gone. A listener that was killed just before may still be there.
+int listen() {
+    OrvoSimTap* tap = nullptr;
+    int result = OrvoSimTapTaken;
+    for (int tries = 0; result == OrvoSimTapTaken && tries < 5000; ++tries, usleep(1000))
+        result = orvoSimOpenTap(0, 0, &tap);
+    if (result != 0 || write(STDOUT_FILENO, &result, 1) != 1) return 1;
+    OrvoSimTapFrame frame{};
+    while (result >= 0) result = orvoSimReadTap(tap, &frame, nullptr, 0, 60'000);
+    return result == OrvoSimServerGone && orvoSimCloseTap(tap) == 0 ? 0 : 1;
+}
+
 /// As another program, alone at the port: "once" passes a frame, "again" has the last one sent again, "fork"
 /// has a child first, "traffic" and "pace" pass frames until the board is gone, "wait" reads an empty queue
-/// until then. 0 when that went well.
+/// until then, "listen" takes the frames of a cable until then. 0 when that went well.
 int useBoards(const std::string& how) {
+    if (how == "listen") return listen();
     const Device device(0);
     const unsigned port = how == "wait" ? 1 : 0;
     for (unsigned i = 0; i < 100 && how != "again"; ++i) // more than are on their way at once

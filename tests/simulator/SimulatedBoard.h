@@ -7,6 +7,7 @@
 #include <orvo/sim/orvo_sim.h>
 
 #include <gmock/gmock.h>
+#include <zlib.h>
 
 #include <filesystem>
 #include <optional>
@@ -20,6 +21,13 @@ using Words = std::vector<std::uint32_t>;
 inline Bytes frameOf(std::size_t count, unsigned first = 1) {
     Bytes frame(count);
     for (std::size_t i = 0; i < count; ++i) frame[i] = static_cast<std::uint8_t>(first + i * 3);
+    return frame;
+}
+
+/// The frame with its check sequence, exclusive-or'ed with `errorMask`.
+inline Bytes withFcs(Bytes frame, unsigned long errorMask = 0) {
+    auto fcs = crc32_z(0, frame.data(), frame.size()) ^ errorMask;
+    for (int i = 0; i < 4; ++i, fcs >>= 8) frame.push_back(static_cast<std::uint8_t>(fcs));
     return frame;
 }
 

@@ -2,18 +2,9 @@
 // Frames through transmitter, wire and receiver, by the register protocol.
 #include "SimulatedBoard.h"
 
-#include <zlib.h>
-
 namespace {
 
 using testing::ElementsAre;
-
-/// The frame with its check sequence, exclusive-or'ed with `errorMask`.
-Bytes withFcs(Bytes frame, unsigned long errorMask = 0) {
-    auto fcs = crc32_z(0, frame.data(), frame.size()) ^ errorMask;
-    for (int i = 0; i < 4; ++i, fcs >>= 8) frame.push_back(static_cast<std::uint8_t>(fcs));
-    return frame;
-}
 
 class TrafficTest : public SimulatedBoard {
 protected:

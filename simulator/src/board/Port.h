@@ -69,6 +69,7 @@ public:
     DataQueue& receiveQueue() noexcept { return receiveQueue_; }
     DataQueue& actionQueue() noexcept { return actionQueue_; }
     Receiver& receiver() noexcept { return receiver_; }
+    TapPlace& tapPlace() noexcept { return tap_; }
     /// Where wires deliver: the receiver, or the faults in front of it.
     FrameSink& sink() noexcept;
     /// The same for wires that end outside the simulation.
@@ -119,10 +120,11 @@ private:
     PortPage& page_;
 
     PortGate gate_;
-    Transmitter transmitter_{gate_, page_.busyUntil};
+    TapPlace tap_;
+    Transmitter transmitter_{gate_, page_.busyUntil, tap_};
     DataQueue receiveQueue_;
     DataQueue actionQueue_;
-    Receiver receiver_{gate_, receiveQueue_, page_.receiveErrors};
+    Receiver receiver_{gate_, receiveQueue_, page_.receiveErrors, tap_};
     PacedSink<Port> outside_{*this};
 
     std::atomic<bool> transmitterStart_{false};

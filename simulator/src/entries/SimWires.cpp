@@ -47,8 +47,8 @@ int orvoSimInjectFrame(unsigned board, unsigned port, const void* frame, size_t 
         std::array<std::uint8_t, maxWireBytes> buffer;
         std::memcpy(buffer.data(), frame, bytes);
         const std::size_t wireBytes = sealFrame(buffer.data(), bytes, fcsErrorMask);
-        const Arrival arrival = found.sink().deliver(WireBytes(buffer).first(wireBytes));
-        return arrival == Arrival::Overflow ? OrvoSimFull : 0; // the port counts all others
+        const OrvoSimFate fate = found.sink().deliver(WireBytes(buffer).first(wireBytes));
+        return fate == OrvoSimQueueFull ? OrvoSimFull : 0; // the port counts all others
     });
 }
 

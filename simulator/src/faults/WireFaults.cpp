@@ -63,7 +63,7 @@ void WireFaults::inflict(ScriptedFault& fault, WireBytes frame, bool isSealed, F
         hold(fault, frame, isSealed);
         return; // counted when another frame overtakes it
     case FaultKind::Overflow:
-        exit.overflow();
+        exit.overflow(frame, isSealed);
         break;
     default:
         exit.pass(WireBytes(buffer_).first(mangle(fault, frame, isSealed)), true);
@@ -140,28 +140,25 @@ void FaultyWire::pass(WireBytes frame, bool isSealed) {
 /// One for each frame, so that threads that deliver at the same time get their own results.
 class FaultySink::Exit final : public FrameExit {
 public:
-    explicit Exit(FrameSink& sink) noexcept : sink_(sink) {}
+    explicit Exit(Receiver& receiver) noexcept : receiver_(receiver) {}
     void pass(WireBytes frame, bool isSealed) override {
-        arrival = isSealed ? sink_.deliver(frame) : sink_.deliverUnsealed(frame);
+        fate = isSealed ? receiver_.deliver(frame) : receiver_.deliverUnsealed(frame);
     }
-    void overflow() override {
-        sink_.countLost(1);
-        arrival = Arrival::Overflow;
-    }
-    Arrival arrival = Arrival::Ignored;
+    void overflow(WireBytes frame, bool isSealed) override { fate = receiver_.lose(frame, isSealed); }
+    OrvoSimFate fate = OrvoSimPassed; // of a frame that never arrives, nobody asks
 
 private:
-    FrameSink& sink_;
+    Receiver& receiver_;
 };
 
-Arrival FaultySink::carry(WireBytes frame, bool isSealed) noexcept {
-    Exit exit(sink_);
+OrvoSimFate FaultySink::carry(WireBytes frame, bool isSealed) noexcept {
+    Exit exit(receiver_);
     faults_.carry(frame, isSealed, exit);
-    return exit.arrival;
+    return exit.fate;
 }
 
 void FaultySink::release() noexcept {
-    Exit exit(sink_);
+    Exit exit(receiver_);
     faults_.release(exit);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "faults/ScriptedFault.h"
+#include "mac/Receiver.h"
 #include "wire/Wire.h"
 
 #include <array>
@@ -16,7 +17,7 @@ class FrameExit {
 public:
     virtual void pass(WireBytes frame, bool isSealed) = 0;
     /// A good frame is lost as if the receive queue had no room.
-    virtual void overflow() = 0;
+    virtual void overflow(WireBytes frame, bool isSealed) = 0;
 
 protected:
     ~FrameExit() = default;
@@ -83,7 +84,7 @@ public:
 private:
     bool carry(WireBytes frame, bool isSealed) noexcept;
     void pass(WireBytes frame, bool isSealed) override;
-    void overflow() override {} // cannot happen to what is sent
+    void overflow(WireBytes, bool) override {} // cannot happen to what is sent
 
     const std::unique_ptr<Wire> wire_;
     WireFaults& faults_;
@@ -93,19 +94,19 @@ private:
 /// A port's receiver with faults on what reaches it.
 class FaultySink final : public FrameSink {
 public:
-    FaultySink(FrameSink& sink, WireFaults& faults) noexcept : sink_(sink), faults_(faults) {}
+    FaultySink(Receiver& receiver, WireFaults& faults) noexcept : receiver_(receiver), faults_(faults) {}
 
-    Arrival deliver(WireBytes frame) noexcept override { return carry(frame, true); }
-    Arrival deliverUnsealed(WireBytes content) noexcept override { return carry(content, false); }
-    void countLost(std::uint64_t frames) noexcept override { sink_.countLost(frames); }
-    bool hasRoom() const noexcept override { return sink_.hasRoom(); }
+    OrvoSimFate deliver(WireBytes frame) noexcept override { return carry(frame, true); }
+    OrvoSimFate deliverUnsealed(WireBytes content) noexcept override { return carry(content, false); }
+    void countLost(std::uint64_t frames) noexcept override { receiver_.countLost(frames); }
+    bool hasRoom() const noexcept override { return receiver_.hasRoom(); }
     void release() noexcept;
 
 private:
     class Exit;
-    Arrival carry(WireBytes frame, bool isSealed) noexcept;
+    OrvoSimFate carry(WireBytes frame, bool isSealed) noexcept;
 
-    FrameSink& sink_;
+    Receiver& receiver_;
     WireFaults& faults_;
 };
 

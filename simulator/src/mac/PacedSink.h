@@ -14,11 +14,11 @@ public:
 
     void setMbit(unsigned mbit) noexcept { line_.setMbit(mbit); }
 
-    Arrival deliver(WireBytes frame) noexcept override {
+    OrvoSimFate deliver(WireBytes frame) noexcept override {
         pass(frame.size());
         return port_.sink().deliver(frame);
     }
-    Arrival deliverUnsealed(WireBytes content) noexcept override {
+    OrvoSimFate deliverUnsealed(WireBytes content) noexcept override {
         pass(content.size() + fcsBytes);
         return port_.sink().deliverUnsealed(content);
     }

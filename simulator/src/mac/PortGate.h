@@ -17,8 +17,10 @@ public:
     /// The PHY lets frames pass from this moment on.
     void setPassesFrom(SimTime from) noexcept { passesFrom_.store(from, std::memory_order_relaxed); }
 
-    bool canTransmit() const noexcept { return transmitter_.load(std::memory_order_relaxed) && passes(); }
-    bool canReceive() const noexcept { return receiver_.load(std::memory_order_relaxed) && passes(); }
+    bool isTransmitterOn() const noexcept { return transmitter_.load(std::memory_order_relaxed); }
+    bool isReceiverOn() const noexcept { return receiver_.load(std::memory_order_relaxed); }
+    bool canTransmit() const noexcept { return isTransmitterOn() && passes(); }
+    bool canReceive() const noexcept { return isReceiverOn() && passes(); }
 
 private:
     bool passes() const noexcept {

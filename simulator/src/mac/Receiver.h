@@ -6,6 +6,7 @@
 #include "mac/DataQueue.h"
 #include "mac/PortGate.h"
 #include "wire/Wire.h"
+#include "wire/WireTap.h"
 
 #include <cstdint>
 
@@ -14,12 +15,14 @@ namespace orvo::sim {
 /// Any thread.
 class Receiver final : public FrameSink {
 public:
-    /// `errors` outlives it.
-    Receiver(const PortGate& gate, DataQueue& queue, SharedCounter& errors) noexcept
-        : gate_(gate), queue_(queue), errors_(errors) {}
+    /// `errors` and `tap` outlive it.
+    Receiver(const PortGate& gate, DataQueue& queue, SharedCounter& errors, TapPlace& tap) noexcept
+        : gate_(gate), queue_(queue), errors_(errors), tap_(tap) {}
 
-    Arrival deliver(WireBytes frame) noexcept override;
-    Arrival deliverUnsealed(WireBytes content) noexcept override;
+    OrvoSimFate deliver(WireBytes frame) noexcept override;
+    OrvoSimFate deliverUnsealed(WireBytes content) noexcept override;
+    /// A good frame is lost as if the queue had no room.
+    OrvoSimFate lose(WireBytes frame, bool isSealed) noexcept;
     /// Counted as overflow, each with the words of the shortest frame.
     void countLost(std::uint64_t frames) noexcept override;
     bool hasRoom() const noexcept override { return queue_.roomWords() >= wordsOfFrame(maxFrameBytes); }
@@ -42,14 +45,18 @@ public:
     std::uint64_t lostWords() const noexcept { return counts().lostWords.value(); }
 
 private:
-    Arrival ignore(std::uint64_t frames = 1) noexcept;
-    Arrival refuse() noexcept;
-    Arrival accept(WireBytes content) noexcept;
+    OrvoSimFate take(WireBytes frame) noexcept;
+    OrvoSimFate takeUnsealed(WireBytes content) noexcept;
+    OrvoSimFate loseFrames(std::uint64_t frames) noexcept;
+    OrvoSimFate ignore(std::uint64_t frames = 1) noexcept;
+    OrvoSimFate refuse(OrvoSimFate fate) noexcept;
+    OrvoSimFate accept(WireBytes content) noexcept;
     const DataQueue::FrameCounts& counts() const noexcept { return queue_.frameCounts(); }
 
     const PortGate& gate_;
     DataQueue& queue_;
     SharedCounter& errors_;
+    TapPlace& tap_;
     SharedCounter ignoredFrames_;
 };
 

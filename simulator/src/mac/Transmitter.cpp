@@ -23,16 +23,25 @@ void Transmitter::transmit() noexcept {
 
 bool Transmitter::send() noexcept {
     const auto units = units_.load(std::memory_order_relaxed);
-    if (units == 0 || units > bufferBytes / 2 || !gate_.canTransmit() || line_.isBusy()) return false;
-    Wire* const wire = wire_.load(std::memory_order_seq_cst);
-    if (!wire) return false;
+    if (units == 0) return false;
     const bool addsFcs = crcGeneration();
-    const WireBytes frame = padded(2 * units, addsFcs ? minFrameBytes : minWireBytes);
-    if (!(addsFcs ? wire->transmitUnsealed(frame) : wire->transmit(frame))) return false;
-    if (line_.hasRate()) line_.occupy(frame.size() + (addsFcs ? fcsBytes : 0));
+    const auto frame = padded(2 * std::min(units, bufferBytes / 2), addsFcs ? minFrameBytes : minWireBytes);
+    TapRecord record(tap_, TapDirection::Sent, frame, std::max(frame.size(), 2 * units), !addsFcs);
+    const bool isWhole = units <= bufferBytes / 2;
+    return record.end(isWhole ? sendFrame(frame, addsFcs) : OrvoSimBufferExceeded) == OrvoSimPassed;
+}
+
+OrvoSimFate Transmitter::sendFrame(WireBytes frame, bool addsFcs) noexcept {
+    if (!gate_.canTransmit()) return gate_.isTransmitterOn() ? OrvoSimLinkDown : OrvoSimTransmitterOff;
+    if (line_.isBusy()) return OrvoSimTransmitterBusy;
+    Wire* const wire = wire_.load(std::memory_order_seq_cst);
+    if (!wire) return OrvoSimLinkDown;
+    if (!(addsFcs ? wire->transmitUnsealed(frame) : wire->transmit(frame))) return OrvoSimNotTaken;
+    const std::size_t wireBytes = frame.size() + (addsFcs ? fcsBytes : 0);
+    if (line_.hasRate()) line_.occupy(wireBytes);
     sentFrames_.add(1);
-    sentBytes_.add(frame.size() + (addsFcs ? fcsBytes : 0));
-    return true;
+    sentBytes_.add(wireBytes);
+    return OrvoSimPassed;
 }
 
 /// The MAC pads every frame. Without CRC generation the padding follows the check sequence that the host

@@ -6,6 +6,7 @@
 #include "mac/Line.h"
 #include "mac/PortGate.h"
 #include "wire/Wire.h"
+#include "wire/WireTap.h"
 
 #include <algorithm>
 #include <array>
@@ -24,8 +25,8 @@ public:
     static constexpr std::size_t bufferBytes = 2048;
 
     /// `busyUntil` outlives it.
-    Transmitter(const PortGate& gate, std::atomic<std::int64_t>& busyUntil) noexcept
-        : gate_(gate), line_(busyUntil) {}
+    Transmitter(const PortGate& gate, std::atomic<std::int64_t>& busyUntil, TapPlace& tap) noexcept
+        : gate_(gate), tap_(tap), line_(busyUntil) {}
 
     void begin() noexcept {
         writesBefore_.add(units_.load(std::memory_order_relaxed) + 1);
@@ -82,8 +83,10 @@ public:
 private:
     WireBytes padded(std::size_t bytes, std::size_t leastBytes) noexcept;
     bool send() noexcept;
+    OrvoSimFate sendFrame(WireBytes frame, bool addsFcs) noexcept;
 
     const PortGate& gate_;
+    TapPlace& tap_;
     Line line_;
     std::atomic<Wire*> wire_{nullptr};
     std::atomic<bool> crcGeneration_{true};

@@ -27,6 +27,8 @@ enum class EntryId : std::uint32_t {
 #undef ENTRY
     attachBoard, ///< device handle; answer: 0, with the descriptors of the board's page and of a channel
     claimQueue,  ///< device handle, queue number; answer: 0 or an error
+    openTap,     ///< board, port; answer: 0, with the descriptor of the listener's ring, or an error
+    closeTap,    ///< board, port; answer: 0
 };
 
 /// The first message of each side.

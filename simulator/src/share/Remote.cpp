@@ -104,6 +104,26 @@ int Remote::claim(void* device, unsigned queue) {
     return reply ? reply->take<int>() : static_cast<int>(OrvoSimHalBoardGone);
 }
 
+int Remote::openTap(PortPlace place, std::vector<Descriptor>& memory) {
+    drain(); // what this program sent before is not for the listener
+    const int result = requestTap(EntryId::openTap, place, &memory);
+    return result == 0 && memory.empty() ? static_cast<int>(OrvoSimNoMemory) : result;
+}
+
+void Remote::closeTap(PortPlace place) {
+    requestTap(EntryId::closeTap, place, nullptr);
+}
+
+int Remote::requestTap(EntryId id, PortPlace place, std::vector<Descriptor>* memory) {
+    const std::lock_guard turn(turn_);
+    MessageWriter request;
+    request.put(id);
+    request.put(++requests_);
+    request.put(place);
+    auto reply = ask(request.bytes(), memory);
+    return reply ? reply->take<int>() : static_cast<int>(OrvoSimServerGone);
+}
+
 /// A program that opens the board anew may read the queues that another took from it.
 void Remote::noteOpened(void* device) {
     if (RemoteBoard* const known = boards_[indexOf(device)].load(std::memory_order_acquire))

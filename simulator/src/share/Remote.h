@@ -56,6 +56,10 @@ public:
     /// Has the server let this program read the queue. 0 or an error.
     int claim(void* device, unsigned queue);
     void noteOpened(void* device);
+    /// Has the server let this program listen at a port's cable; the ring is in `memory`, which is empty
+    /// before. 0 or an error.
+    int openTap(PortPlace place, std::vector<Descriptor>& memory);
+    void closeTap(PortPlace place);
     std::uint32_t number() const noexcept { return number_; } ///< of this program, among the server's
 
     /// The server has ended, or does not answer any more.
@@ -75,6 +79,7 @@ private:
         return static_cast<unsigned>(reinterpret_cast<HandleBits>(device) >> 40) % maxBoards;
     }
     RemoteBoard* attach(void* device);
+    int requestTap(EntryId id, PortPlace place, std::vector<Descriptor>* memory);
 
     struct Packer : ArgumentPacker {
         explicit Packer(MessageWriter& to) noexcept : ArgumentPacker(to), out(to) {}

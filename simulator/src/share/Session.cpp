@@ -4,6 +4,7 @@
 
 #include "board/DeviceHandles.h"
 #include "entries/OwnEntries.h"
+#include "process/Process.h"
 #include "share/Marshalling.h"
 #include "share/Protocol.h"
 
@@ -61,6 +62,10 @@ bool Session::answer(MessageBytes request, MessageWriter& reply) {
         return answerAttach(in, reply);
     case EntryId::claimQueue:
         return answerClaim(in, reply);
+    case EntryId::openTap:
+        return answerOpenTap(in, reply);
+    case EntryId::closeTap:
+        return answerCloseTap(in, reply);
     case EntryId::readQueueBriefly:
         return answerRead(in, reply);
     default:
@@ -93,6 +98,35 @@ bool Session::answerClaim(MessageReader& in, MessageWriter& reply) {
     const auto queue = in.take<std::uint32_t>();
     if (!in.isWhole()) return false;
     reply.put(memory && memory->claim(queue, number_) ? 0 : static_cast<int>(OrvoSimHalNoQueue));
+    return true;
+}
+
+bool Session::answerOpenTap(MessageReader& in, MessageWriter& reply) {
+    const auto place = in.take<PortPlace>();
+    if (!in.isWhole()) return false;
+    reply.put(openTap(place));
+    return true;
+}
+
+int Session::openTap(PortPlace place) {
+    Port* const port = simulation().port(place);
+    if (!port) return OrvoSimNoSuchPlace;
+    try {
+        auto tap = WireTap::at(port->tapPlace());
+        if (!tap) return OrvoSimTapTaken;
+        descriptors_ = {tap->descriptor()};
+        taps_[place] = std::move(tap);
+        return 0;
+    } catch (const std::system_error&) {
+        return OrvoSimNoMemory;
+    }
+}
+
+bool Session::answerCloseTap(MessageReader& in, MessageWriter& reply) {
+    const auto place = in.take<PortPlace>();
+    if (!in.isWhole()) return false;
+    taps_.erase(place);
+    reply.put(0);
     return true;
 }
 

@@ -37,9 +37,13 @@ private:
     bool answerAttach(MessageReader& in, MessageWriter& reply);
     bool answerClaim(MessageReader& in, MessageWriter& reply);
     bool answerRead(MessageReader& in, MessageWriter& reply);
+    bool answerOpenTap(MessageReader& in, MessageWriter& reply);
+    bool answerCloseTap(MessageReader& in, MessageWriter& reply);
+    int openTap(PortPlace place);
 
     const std::uint32_t number_;
     std::map<Board*, Attachment> attachments_;
+    std::map<PortPlace, std::unique_ptr<WireTap>> taps_; // that the program listens at
     std::vector<int> descriptors_;
     std::unordered_set<void*> handles_; // that the program has open
 };

@@ -4,6 +4,8 @@
 
 #include "base/Clock.h"
 
+#include <algorithm>
+
 namespace orvo::sim {
 
 namespace {
@@ -45,7 +47,7 @@ void CaptureWire::play() noexcept {
         if (frame->isWhole)
             port_.deliverUnsealed(frame->bytes);
         else
-            port_.deliver({}); // the receiver counts an error
+            port_.deliver(frame->bytes.first(std::min(frame->bytes.size(), minWireBytes - 1))); // a fragment
     }
 }
 

@@ -32,10 +32,12 @@ public:
     virtual int send(WireBytes frame) noexcept = 0;
 
 protected:
-    /// A frame is too long for a wire: the receiver counts an error. The first time, a line on standard error
-    /// says what to do.
-    void refuseGiant(FrameSink& port, bool isOffload) noexcept {
-        if (port.deliver({}) != Arrival::Broken || std::exchange(saidGiant_, true)) return;
+    /// A frame, or its beginning, is too long for a wire: the receiver counts an error. The first time, a
+    /// line on standard error says what to do.
+    void refuseGiant(FrameSink& port, WireBytes frame, bool isOffload) noexcept {
+        const bool isShort = frame.size() <= maxFrameBytes; // segments that are few bytes together
+        const auto fate = isShort ? port.deliver({}) : port.deliverUnsealed(frame);
+        if ((fate != OrvoSimTooLong && fate != OrvoSimTooShort) || std::exchange(saidGiant_, true)) return;
         constexpr auto offload =
             "simulated board: interface '%s' delivers segments that offload joined, which count as receive "
             "errors; switch offload off there (ethtool -K %s gro off lro off) and at the other end of a veth "

@@ -183,7 +183,7 @@ void PacketSocket::handOn(std::uint8_t* slot, FrameSink& port) noexcept {
     std::memcpy(&offload, frame - sizeof offload, sizeof offload);
     const bool isJoined = offload.segmentation != 0;
     if (isJoined || header.tp_len > maxFrameBytes) {
-        refuseGiant(port, isJoined);
+        refuseGiant(port, {frame, header.tp_snaplen}, isJoined);
         return;
     }
     if ((offload.flags & OffloadHeader::needsChecksum) != 0)

@@ -5,20 +5,19 @@
 #include "wire/WireFrame.h"
 #include "wire/WireSpec.h"
 
+#include <orvo/sim/orvo_sim.h>
+
 #include <memory>
 
 namespace orvo::sim {
 
-/// What became of a frame that reached a port.
-enum class Arrival { Queued, Ignored, Broken, Overflow };
-
-/// A port's receiver. Any thread.
+/// A port's receiver. Any thread. Deliveries return what became of the frame.
 class FrameSink {
 public:
-    virtual Arrival deliver(WireBytes frame) noexcept = 0;
+    virtual OrvoSimFate deliver(WireBytes frame) noexcept = 0;
     /// A frame without its check sequence, which is known to be right, and perhaps without its padding. Saves
     /// computing a sequence that is not needed.
-    virtual Arrival deliverUnsealed(WireBytes content) noexcept = 0;
+    virtual OrvoSimFate deliverUnsealed(WireBytes content) noexcept = 0;
     /// Frames of unknown length were lost before they could be delivered.
     virtual void countLost(std::uint64_t frames) noexcept = 0;
     /// True while there is room for a frame of any size.

@@ -28,7 +28,11 @@ std::size_t sealFrame(std::uint8_t* frame, std::size_t bytes, std::uint32_t erro
 }
 
 bool isGoodFrame(WireBytes frame) noexcept {
-    if (frame.size() < minWireBytes || frame.size() > maxWireBytes) return false;
+    return frame.size() >= minWireBytes && frame.size() <= maxWireBytes && hasRightFcs(frame);
+}
+
+bool hasRightFcs(WireBytes frame) noexcept {
+    if (frame.size() < fcsBytes) return false;
     std::uint32_t fcs = 0;
     std::memcpy(&fcs, frame.last(fcsBytes).data(), fcsBytes);
     return frameCheckSequence(withoutFcs(frame)) == fcs;

@@ -26,6 +26,8 @@ using WireBytes = std::span<const std::uint8_t>;
 /// `errorMask`. Returns the length on the wire; the buffer must have room for it.
 std::size_t sealFrame(std::uint8_t* frame, std::size_t bytes, std::uint32_t errorMask = 0) noexcept;
 
+/// Whether the last four bytes are the check sequence of those before.
+bool hasRightFcs(WireBytes frame) noexcept;
 /// True for a frame of 64 to 1518 bytes whose frame check sequence is right.
 bool isGoodFrame(WireBytes frame) noexcept;
 

@@ -24,7 +24,9 @@ enum OrvoSimResult {
     OrvoSimBadValue = -2,    ///< a text that is no wire or script, a value out of range, a null pointer
     OrvoSimFull = -3,        ///< the queue had no room; the words are counted as lost
     OrvoSimNotWritten = -4,  ///< a wire's file could not be written
-    OrvoSimServerGone = -5   ///< the server that holds the boards has ended
+    OrvoSimServerGone = -5,  ///< the server that holds the boards has ended
+    OrvoSimTapTaken = -6,    ///< somebody listens at the port's cable already
+    OrvoSimNoMemory = -7     ///< no memory to share, or no descriptor for it
 };
 
 /// What the simulated hardware access layer answers where it refuses a call.
@@ -237,6 +239,66 @@ ORVO_EXPORT int orvoSimReadPortAccount(unsigned board, unsigned port, struct Orv
 /// Reads a PHY register (0 to 31) as an MDIO read would, but without its side effects. 0xFFFF while the PHY
 /// does not answer.
 ORVO_EXPORT int orvoSimReadPhy(unsigned board, unsigned port, unsigned phyRegister, uint16_t* value);
+
+/// What a board did with a frame of a port's cable.
+enum OrvoSimFate {
+    OrvoSimPassed = 0,          ///< received: it is in the receive queue; sent: it left by the wire
+    OrvoSimWrongFcs = 1,        ///< received with a wrong frame check sequence
+    OrvoSimTooShort = 2,        ///< received with fewer than 64 bytes
+    OrvoSimTooLong = 3,         ///< received with more than 1518 bytes
+    OrvoSimQueueFull = 4,       ///< received when the receive queue had no room
+    OrvoSimLinkDown = 5,        ///< either way
+    OrvoSimReceiverOff = 6,     ///< or in reset
+    OrvoSimTransmitterOff = 7,  ///< or in reset
+    OrvoSimTransmitterBusy = 8, ///< completed while the frame before was on the wire
+    OrvoSimBufferExceeded = 9,  ///< more than the transmit buffer's 2048 bytes were written
+    OrvoSimNotTaken = 10        ///< the network interface of the wire did not take it
+};
+
+/// What is wrong with a frame on a cable, as bits, whatever the board did with it.
+enum OrvoSimFrameError {
+    OrvoSimFrameWrongFcs = 1, ///< its frame check sequence
+    OrvoSimFrameTooShort = 2, ///< fewer than 64 bytes
+    OrvoSimFrameTooLong = 4   ///< more than 1518 bytes
+};
+
+/// One frame of a port's cable.
+struct OrvoSimTapFrame {
+    uint64_t
+        nanoseconds; ///< since 1970-01-01 UTC, on the clock of orvoSimUseVirtualTime, when it began to pass
+    uint32_t wireBytes;    ///< its length, padding and frame check sequence included
+    uint32_t bytes;        ///< those of them that were copied: all, unless there was no room for them or the
+                           ///< frame has more than 2052
+    int sent;              ///< 1: the port sent it, or was to; 0: it reached the port
+    enum OrvoSimFate fate; ///< what the board did with it
+    unsigned errors;       ///< bits of OrvoSimFrameError
+};
+
+/// A listener at a port's cable.
+struct OrvoSimTap;
+
+/// Begins to listen at a port's cable: from now on the board keeps a copy of each frame in either direction,
+/// also of those that die in it, in the order in which they began to pass. Readers of the port miss nothing,
+/// and the board waits for no listener: of 65,536 frames or 8 MiB that wait to be read, it keeps no more, and
+/// counts the rest as missed. A port has one listener; OrvoSimTapTaken for another. OrvoSimNoMemory where the
+/// memory of the copies (10 MiB) or a descriptor lacks. `*tap` is the caller's, to be closed; a listener ends
+/// with its process too.
+ORVO_EXPORT int orvoSimOpenTap(unsigned board, unsigned port, struct OrvoSimTap** tap);
+
+/// Takes the next frame: 1, with `frame` filled and at most `room` of its bytes in `bytes` (which may be null
+/// where `room` is 0). 0 when none came within `timeoutMs` milliseconds of real time. OrvoSimServerGone once
+/// the server has ended and all its frames are read. One thread at a time for a tap. Looks for frames every
+/// 10 ms at least.
+ORVO_EXPORT int orvoSimReadTap(struct OrvoSimTap* tap, struct OrvoSimTapFrame* frame, void* bytes,
+                               size_t room, uint32_t timeoutMs);
+
+/// How many frames found no room since the tap was opened, plus those that the receive ring of a "packet:"
+/// wire had none for. Neither pointer may be null. Together with the frames that were or can be read, they
+/// are all frames of the cable. Any thread.
+ORVO_EXPORT int orvoSimReadTapMissed(struct OrvoSimTap* tap, uint64_t* received, uint64_t* sent);
+
+/// Ends listening and releases `tap`; null is allowed. No other call with this tap may run or follow.
+ORVO_EXPORT int orvoSimCloseTap(struct OrvoSimTap* tap);
 
 /// The clock of PHY times, of moments in fault scripts and of time stamps in captures. It never goes back.
 /// Virtual time stands still until orvoSimAdvanceTime or a queue read advances it: a read that finds fewer

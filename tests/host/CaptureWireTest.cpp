@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+// `orvo-gige capture --at wire`, beside other programs at a server's boards.
+#include "Process.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <zlib.h>
+
+#include <cstring>
+#include <map>
+#include <optional>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using nlohmann::json;
+using testing::HasSubstr;
+using Words = std::vector<std::string>;
+
+std::uint32_t number(const std::string& bytes, std::size_t at) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, bytes.substr(at, sizeof value).data(), sizeof value);
+    return value;
+}
+
+struct WireFile {
+    /// Frames by their interface, their flags but for the direction, and their comment.
+    std::map<std::tuple<std::uint32_t, std::uint32_t, std::string>, unsigned> frames;
+    std::vector<std::string> otherBlocks;
+    unsigned rightSequences = 0;
+};
+
+WireFile readWireFile(const std::string& path) {
+    WireFile file;
+    const auto content = contentOf(path);
+    for (std::size_t at = 0; at + 12 <= content.size(); at += number(content, at + 4)) {
+        const auto block = content.substr(at, number(content, at + 4));
+        if (number(block, 0) != 6) {
+            file.otherBlocks.push_back(block);
+            continue;
+        }
+        const auto bytes = number(block, 20);
+        const auto* const frame = reinterpret_cast<const Bytef*>(block.data() + 28);
+        file.rightSequences += crc32_z(0, frame, bytes - 4) == number(block, 28 + bytes - 4);
+        std::uint32_t flags = 0;
+        std::string comment;
+        for (auto option = 28 + (bytes + 3) / 4 * 4; number(block, option) != 0;) {
+            const auto length = number(block, option) >> 16;
+            const bool isComment = (number(block, option) & 0xFFFF) == 1;
+            if (isComment) comment = block.substr(option + 4, length);
+            if (!isComment) flags = number(block, option + 4);
+            option += 4 + (length + 3) / 4 * 4;
+        }
+        const auto interface = number(block, 8);
+        EXPECT_EQ(flags & 3, interface + 1) << "direction";
+        ++file.frames[{interface, flags & ~3U, comment}];
+    }
+    return file;
+}
+
+class CaptureWireTest : public testing::Test {
+protected:
+    CaptureWireTest() {
+        EXPECT_TRUE(server.reaches([this] { return server.errors().find("ready") != std::string::npos; }));
+    }
+    /// Capturing port 0/1 into `output` when it returns.
+    void start() {
+        capture.emplace(Words{ORVO_GIGE, "capture", "--at", "wire", "-p", "1", "-w", output, "--json"},
+                        environment);
+        ASSERT_TRUE(
+            capture->reaches([this] { return capture->errors().find("at the wire") != std::string::npos; }));
+    }
+    void replay(Words options) const {
+        options.insert(options.begin(), {"replay", ORVO_TEST_DATA "/mixed-lan.pcap", "--no-reset"});
+        EXPECT_EQ(runTool(options, environment).exitCode, 0);
+    }
+    json end() {
+        capture->signal(SIGINT);
+        const auto outcome = capture->wait();
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        return json::parse(outcome.out);
+    }
+
+    const TemporaryFolder folder;
+    const std::string output = folder.file("out.pcapng"), socket = folder.file("sock");
+    const Words environment = {"ORVO_BOARD=" + socket};
+    Process server{{ORVO_GIGE, "simulate", "--name", socket, "--wire", "0=port:0/1"}};
+    std::optional<Process> capture;
+};
+
+constexpr unsigned fileFrames = 347; // of the replayed capture
+constexpr std::uint32_t plain = 4U << 5, damaged = plain | 1U << 24;
+
+TEST_F(CaptureWireTest, RecordsBothDirectionsWithSequencesErrorsAndReasons) {
+    start();
+    replay({"-p", "0", "--fcs", "host", "--bad-fcs", "7"}); // nobody reads port 1, whose queue becomes full
+    replay({"-p", "1", "--loop", "2"});
+    const auto report = end();
+    const auto file = readWireFile(output);
+    unsigned queued = 0, full = 0, broken = 0, sent = 0;
+    for (const auto& [kind, count] : file.frames) {
+        const auto& [interface, flags, comment] = kind;
+        if (interface == 1 && flags == plain && comment.empty())
+            sent += count;
+        else if (flags == damaged && comment == "dropped: wrong frame check sequence")
+            broken += count;
+        else if (flags == plain && comment == "dropped: receive queue full")
+            full += count;
+        else if (flags == plain && comment.empty())
+            queued += count;
+        else
+            ADD_FAILURE() << interface << " " << flags << " " << comment;
+    }
+    EXPECT_EQ(sent, 2 * fileFrames);
+    EXPECT_EQ(queued + full + broken, fileFrames);
+    EXPECT_EQ(broken, fileFrames / 7);
+    EXPECT_EQ(file.rightSequences, sent + queued + full);
+    EXPECT_EQ(report["received"]["frames"], fileFrames);
+    EXPECT_EQ(report["sent"]["frames"], sent);
+    EXPECT_EQ(report["died"]["frames"], full + broken);
+    EXPECT_EQ(report["missed"], (json{{"received", 0}, {"sent", 0}}));
+    ASSERT_GE(file.otherBlocks.size(), 3U);
+    const auto fcsBytes = std::string("\x0D\0\1\0\4\0\0\0", 8);
+    EXPECT_THAT(file.otherBlocks[1], testing::AllOf(HasSubstr("port 0/1 received"), HasSubstr(fcsBytes)));
+    EXPECT_THAT(file.otherBlocks[2], testing::AllOf(HasSubstr("port 0/1 sent"), HasSubstr(fcsBytes)));
+}
+
+TEST_F(CaptureWireTest, CountsExactlyWhatItMissedWhileItStood) {
+    start();
+    capture->signal(SIGSTOP);
+    replay({"-p", "1", "--loop", "60"});
+    capture->signal(SIGCONT);
+    const auto report = end();
+    const std::uint64_t missed = report["missed"]["sent"], sent = report["sent"]["frames"];
+    EXPECT_GT(missed, 0U);
+    EXPECT_EQ(sent + missed, 60 * fileFrames);
+    std::string drops(12, '\0');
+    drops[0] = 5; // an interface's dropped frames
+    drops[2] = 8;
+    std::memcpy(drops.data() + 4, &missed, sizeof missed);
+    EXPECT_THAT(readWireFile(output).otherBlocks.back(), HasSubstr(drops));
+}
+
+TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
+    start();
+    const std::tuple<Words, int, const char*> cases[] = {
+        {{"-p", "1"}, 1, "another program listens there already"},
+        {{"-p", "0", "--crc-watch"}, 2, "--crc-watch is for --at host"},
+        {{"-p", "7/0"}, 1, "there is no such port"},
+    };
+    for (const auto& [options, exitCode, complaint] : cases) {
+        Words words = {"capture", "--at", "wire"};
+        words.insert(words.end(), options.begin(), options.end());
+        const auto outcome = runTool(words, environment);
+        EXPECT_EQ(outcome.exitCode, exitCode);
+        EXPECT_THAT(outcome.err, HasSubstr(complaint));
+    }
+    // Without a file, a line a frame tells its direction and its end.
+    const auto command = Words{ORVO_GIGE, "capture", "--at", "wire", "-p", "0", "--count", "1"};
+    Process lines(command, environment);
+    EXPECT_TRUE(lines.reaches([&] { return lines.errors().find("at the wire") != std::string::npos; }));
+    replay({"-p", "0"});
+    EXPECT_THAT(lines.wait().out, HasSubstr(" sent     ae:75:c6:22:7f:e4 > ff:ff:ff:ff:ff:ff ARP 60 "));
+}
+
+} // namespace
+} // namespace orvo::host
