@@ -11,12 +11,18 @@
 #include <nlohmann/json.hpp>
 
 #include <fcntl.h>
+#include <linux/ethtool.h>
+#include <linux/sockios.h>
+#include <net/if.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <fstream>
 #include <functional>
@@ -40,15 +46,29 @@ void giveAddress(const std::string& interface, const std::string& text) {
     host::setLinkUp(interface);
 }
 
+/// Switches checksum and segmentation offload off: the kernel then does both.
+void sendFinishedFrames(const char* interface) {
+    ethtool_value setting = {ETHTOOL_STXCSUM, 0};
+    ifreq request{};
+    std::strncpy(request.ifr_name, interface, IFNAMSIZ - 1);
+    request.ifr_data = reinterpret_cast<char*>(&setting);
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const bool done = ioctl(socket, SIOCETHTOOL, &request) == 0;
+    close(socket);
+    if (!done) throw std::runtime_error("the interfaces' offload cannot be switched off");
+}
+
+enum class Interfaces { Untouched, OffloadOff };
+
 /// The calling thread is in the host's namespace afterwards; "near" leads from there to the camera.
-void makeNetwork() {
+void makeNetwork(Interfaces settings) {
     const auto farSide = host::NetworkNamespace::make();
     const auto nearSide = host::NetworkNamespace::make();
     host::makeVirtualCable("near", "far", farSide);
-    host::sendFinishedFrames("near");
+    if (settings == Interfaces::OffloadOff) sendFinishedFrames("near");
     host::setLinkUp("near");
     const host::NamespaceVisit there(farSide);
-    host::sendFinishedFrames("far");
+    if (settings == Interfaces::OffloadOff) sendFinishedFrames("far");
     giveAddress("far", cameraText);
     serveLoads(camera);
 }
@@ -124,7 +144,8 @@ Json overPort(std::chrono::seconds duration) {
 }
 
 /// In a process of its own, whose end removes everything.
-Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::chrono::seconds duration) {
+Json inOwnProcess(Interfaces settings, const std::function<Json(std::chrono::seconds)>& work,
+                  std::chrono::seconds duration) {
     int pipe[2];
     if (::pipe(pipe) != 0) throw std::runtime_error("pipe");
     const pid_t child = fork();
@@ -132,7 +153,7 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
     if (child == 0) {
         Json result;
         try {
-            makeNetwork();
+            makeNetwork(settings);
             result = work(duration);
         } catch (const std::exception& failure) { // no namespaces, among others
             result["failure"] = failure.what();
@@ -152,9 +173,13 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
 }
 
 int run(std::chrono::seconds duration) {
-    const Json result = {{"veth", inOwnProcess(overVeth, duration)},
-                         {"bareBridge", inOwnProcess(overBareBridge, duration)},
-                         {"port", inOwnProcess(overPort, duration)}};
+    const auto all = [duration](Interfaces settings) -> Json {
+        return {{"veth", inOwnProcess(settings, overVeth, duration)},
+                {"bareBridge", inOwnProcess(settings, overBareBridge, duration)},
+                {"port", inOwnProcess(settings, overPort, duration)}};
+    };
+    const Json result = {{"untouched", all(Interfaces::Untouched)},
+                         {"offloadOff", all(Interfaces::OffloadOff)}};
     std::cout << result.dump(2) << '\n';
     return 0;
 }
