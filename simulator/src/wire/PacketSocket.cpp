@@ -15,8 +15,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 
 namespace orvo::sim {
 
@@ -72,6 +74,18 @@ std::span<std::uint8_t> withTag(std::span<std::uint8_t> frame, const tpacket2_hd
                                  htons(header.tp_vlan_tci)};
     std::memcpy(tagged + addressesBytes, tag, sizeof tag);
     return {tagged, frame.size() + tagBytes};
+}
+
+/// At a gigabit a second.
+std::chrono::nanoseconds timeOnCable(std::size_t bytes) noexcept {
+    return std::chrono::nanoseconds{8} * bytes;
+}
+
+/// A cable would bring the frames of a joined one after each other, and here they are all at once: gives the
+/// port the time that they would have taken, uses up `patience`.
+void awaitRoom(const FrameSink& port, std::chrono::nanoseconds& patience) noexcept {
+    constexpr std::chrono::microseconds step{20};
+    for (; patience.count() > 0 && !port.hasRoom(); patience -= step) std::this_thread::sleep_for(step);
 }
 
 /// Room for long frames that wait in the socket's queue, beside the ring. Without the right to exceed the
@@ -188,11 +202,14 @@ void PacketSocket::deliver(const OffloadHeader& offload, std::span<std::uint8_t>
                            FrameSink& port) noexcept {
     offload::FrameCut cut(offload, frame);
     if (const auto reason = cut.refusal()) return refuseJoined(port, *reason);
-    for (auto content = cut.next(); !content.empty(); content = cut.next())
+    auto patience = offload.isJoined() ? timeOnCable(frame.size()) : std::chrono::nanoseconds::zero();
+    for (auto content = cut.next(); !content.empty(); content = cut.next()) {
+        awaitRoom(port, patience);
         if (content.size() > maxFrameBytes)
             refuseGiant(port);
         else
             port.deliverUnsealed(content);
+    }
 }
 
 void PacketSocket::countLost(FrameSink& port) noexcept {
