@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // TCP from a host to a camera and back, over a bare veth pair, over a bridge of a few lines, and over
-// `orvo-gige bridge` with plug-in and simulated board in between; each in network namespaces of its own.
+// `orvo-gige bridge` with plug-in and simulated board in between; each in network namespaces of its own,
+// with interfaces as they come and with their offload off.
 // Writes JSON.
 #include "BareBridge.h"
 #include "TcpPeers.h"
