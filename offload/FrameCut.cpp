@@ -2,18 +2,13 @@
 #include "FrameCut.h"
 
 #include "Checksum.h"
+#include "Protocols.h"
 
 #include <algorithm>
 
 namespace orvo::offload {
 
 namespace {
-
-constexpr std::uint8_t flagFin = 0x01, flagPush = 0x08, flagCwr = 0x80;
-constexpr std::size_t tcpSequence = 4, tcpFlags = 13, tcpChecksum = 16, udpLength = 4, udpChecksum = 6;
-constexpr std::size_t ipv4Length = 2, ipv4Identification = 4, ipv4Checksum = 10, ipv4Addresses = 12;
-constexpr std::size_t ipv6Bytes = 40, ipv6Length = 4, ipv6Addresses = 8;
-constexpr std::uint8_t protocolTcp = 6, protocolUdp = 17;
 
 /// In UDP, 0 stands for no checksum.
 std::uint16_t notZero(std::uint16_t checksum) noexcept {

@@ -4,6 +4,7 @@
 #include "FrameHeaders.h"
 
 #include "Checksum.h"
+#include "Protocols.h"
 
 #include <optional>
 
@@ -12,12 +13,6 @@ namespace orvo::offload {
 namespace {
 
 using Bytes = std::span<const std::uint8_t>;
-
-constexpr std::size_t ethernetBytes = 14, tagBytes = 4, ipv4Bytes = 20, ipv6Bytes = 40, tcpBytes = 20,
-                      udpBytes = 8;
-constexpr std::uint16_t typeIpv4 = 0x0800, typeIpv6 = 0x86DD, typeTag = 0x8100, typeProviderTag = 0x88A8;
-constexpr std::uint8_t protocolHopByHop = 0, protocolIpv4 = 4, protocolTcp = 6, protocolUdp = 17,
-                       protocolIpv6 = 41, protocolRouting = 43, protocolGre = 47, protocolDestination = 60;
 
 /// Follows the headers of one frame. Each step returns why it cannot go on.
 class Reader {
@@ -45,7 +40,7 @@ public:
         if (!found.isTcp && protocol_ != protocolUdp) return Uncuttable::Unknown;
         if (!has(found.transport, found.isTcp ? tcpBytes : udpBytes)) return Uncuttable::Broken;
         const std::size_t bytes =
-            found.isTcp ? std::size_t{4} * (frame_[found.transport + 12] >> 4) : udpBytes;
+            found.isTcp ? std::size_t{4} * (frame_[found.transport + tcpDataOffset] >> 4) : udpBytes;
         if (found.isTcp && bytes < tcpBytes) return Uncuttable::Broken;
         found.payload = found.transport + bytes;
         if (!has(found.transport, bytes) || found.payload >= found.end) return Uncuttable::Broken;
@@ -64,18 +59,18 @@ private:
         const std::size_t bytes = std::size_t{4} * (frame_[at] & 0xF);
         if (bytes < ipv4Bytes || !has(at, bytes)) return Uncuttable::Broken;
         constexpr std::uint16_t moreOrOffset = 0x3FFF;
-        if ((numberAt(frame_, at + 6) & moreOrOffset) != 0) return Uncuttable::Unknown;
-        protocol_ = frame_[at + 9];
+        if ((numberAt(frame_, at + ipv4Fragment) & moreOrOffset) != 0) return Uncuttable::Unknown;
+        protocol_ = frame_[at + ipv4Protocol];
         found.transport = at + bytes;
-        return endAt(at, numberAt(frame_, at + 2), 0);
+        return endAt(at, numberAt(frame_, at + ipv4Length), 0);
     }
 
     Stop readIpv6() noexcept {
         const std::size_t at = found.network;
         if (!has(at, ipv6Bytes)) return Uncuttable::Broken;
-        protocol_ = frame_[at + 6];
+        protocol_ = frame_[at + ipv6NextHeader];
         found.transport = at + ipv6Bytes;
-        if (const auto stop = endAt(at, numberAt(frame_, at + 4), ipv6Bytes)) return stop;
+        if (const auto stop = endAt(at, numberAt(frame_, at + ipv6Length), ipv6Bytes)) return stop;
         while (protocol_ == protocolHopByHop || protocol_ == protocolRouting ||
                protocol_ == protocolDestination)
             if (const auto stop = passExtension()) return stop;
@@ -84,10 +79,10 @@ private:
 
     Stop passExtension() noexcept {
         const std::size_t at = found.transport;
-        if (!has(at, 8)) return Uncuttable::Broken;
-        if (protocol_ == protocolRouting && frame_[at + 3] != 0) return Uncuttable::Unknown;
+        if (!has(at, extensionBytes)) return Uncuttable::Broken;
+        if (protocol_ == protocolRouting && frame_[at + routingStationsLeft] != 0) return Uncuttable::Unknown;
         protocol_ = frame_[at];
-        found.transport += std::size_t{8} * (std::size_t{frame_[at + 1]} + 1);
+        found.transport += extensionBytes * (std::size_t{frame_[at + 1]} + 1);
         return std::nullopt;
     }
 
