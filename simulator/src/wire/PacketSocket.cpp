@@ -171,14 +171,14 @@ bool PacketSocket::takeSlot(FrameSink& port) noexcept {
 void PacketSocket::handOn(std::uint8_t* slot, FrameSink& port) noexcept {
     const auto& header = *reinterpret_cast<const tpacket2_hdr*>(slot);
     const auto& address = *reinterpret_cast<const sockaddr_ll*>(slot + addressAt);
-    if (address.sll_pkttype == PACKET_OUTGOING) return;
     std::span<std::uint8_t> frame(slot + header.tp_mac, header.tp_snaplen);
     OffloadHeader offload;
     std::memcpy(&offload, frame.data() - sizeof offload, sizeof offload);
-    const bool isWhole = header.tp_snaplen == header.tp_len;
-    if ((header.tp_status & TP_STATUS_COPY) != 0)
-        frame = takeLong(offload);
-    else if (!isWhole && offload.isJoined())
+    const bool isInQueue = (header.tp_status & TP_STATUS_COPY) != 0;
+    if (isInQueue)
+        frame = takeLong(offload); // also one that is left out below: the queue keeps the slots' order
+    if (address.sll_pkttype == PACKET_OUTGOING) return;
+    if (offload.isJoined() && !isInQueue && header.tp_snaplen < header.tp_len)
         return port.countLost(offload::framesInside(offload, frame, header.tp_len));
     if (!offload.isJoined() && header.tp_len > maxFrameBytes) return refuseGiant(port);
     if ((header.tp_status & TP_STATUS_VLAN_VALID) != 0) {
@@ -192,10 +192,8 @@ void PacketSocket::handOn(std::uint8_t* slot, FrameSink& port) noexcept {
 std::span<std::uint8_t> PacketSocket::takeLong(OffloadHeader& offload) noexcept {
     const auto room = std::span(long_).subspan(tagBytes);
     iovec parts[] = {{&offload, sizeof offload}, {room.data(), room.size()}};
-    const ssize_t bytes = readv(socket_.get(), parts, 2);
-    return room.first(
-        std::max<std::size_t>(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)), sizeof offload) -
-        sizeof offload);
+    const ssize_t bytes = readv(socket_.get(), parts, 2) - ssize_t{sizeof offload};
+    return room.first(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
 }
 
 void PacketSocket::deliver(const OffloadHeader& offload, std::span<std::uint8_t> frame,
