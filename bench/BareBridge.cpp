@@ -2,6 +2,8 @@
 // Two threads, two descriptors.
 #include "BareBridge.h"
 
+#include <offload/FrameCut.h>
+
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <linux/if_ether.h>
@@ -10,12 +12,14 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 namespace orvo::bench {
 namespace {
@@ -45,6 +49,7 @@ int openPackets(const std::string& interface) {
     const int on = 1;
     const int room = 8 << 20;
     if (packets < 0 || bind(packets, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0 ||
+        setsockopt(packets, SOL_PACKET, PACKET_VNET_HDR, &on, sizeof on) != 0 ||
         setsockopt(packets, SOL_PACKET, PACKET_IGNORE_OUTGOING, &on, sizeof on) != 0 ||
         setsockopt(packets, SOL_PACKET, PACKET_ADD_MEMBERSHIP, &all, sizeof all) != 0)
         fail(interface);
@@ -52,11 +57,29 @@ int openPackets(const std::string& interface) {
     return packets;
 }
 
-void move(int from, int to) {
-    char frame[2048];
+/// Interfaces with their ordinary settings bring joined frames, and a TAP takes none.
+void toHost(int wire, int host) {
+    std::vector<std::uint8_t> room(65'600);
     for (;;) {
-        const auto bytes = read(from, frame, sizeof frame);
-        if (bytes > 0 && write(to, frame, static_cast<std::size_t>(bytes)) < 0)
+        offload::OffloadHeader header;
+        const iovec parts[] = {{&header, sizeof header}, {room.data(), room.size()}};
+        const auto bytes = readv(wire, parts, 2) - ssize_t{sizeof header};
+        if (bytes <= 0) continue;
+        offload::FrameCut cut(header, std::span(room).first(static_cast<std::size_t>(bytes)));
+        for (auto frame = cut.next(); !frame.empty(); frame = cut.next())
+            if (write(host, frame.data(), frame.size()) < 0) continue; // that frame is gone
+    }
+}
+
+void toWire(int host, int wire) {
+    struct {
+        offload::OffloadHeader nothingLeftToDo;
+        char frame[2048];
+    } packet;
+    for (;;) {
+        const auto bytes = read(host, packet.frame, sizeof packet.frame);
+        if (bytes > 0 &&
+            write(wire, &packet, sizeof packet.nothingLeftToDo + static_cast<std::size_t>(bytes)) < 0)
             continue; // that frame is gone
     }
 }
@@ -66,8 +89,8 @@ void move(int from, int to) {
 void bridgeBare(const std::string& tap, const std::string& interface) {
     const int host = openTap(tap);
     const int wire = openPackets(interface);
-    std::thread(move, host, wire).detach();
-    std::thread(move, wire, host).detach();
+    std::thread(toWire, host, wire).detach();
+    std::thread(toHost, wire, host).detach();
 }
 
 } // namespace orvo::bench

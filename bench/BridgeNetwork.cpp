@@ -7,7 +7,12 @@
 #include "frames/Interface.h"
 
 #include <fcntl.h>
+#include <linux/ethtool.h>
+#include <linux/sockios.h>
+#include <net/if.h>
 #include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,15 +24,27 @@ namespace {
 
 constexpr auto program = ORVO_BUILD_ROOT "/bin/orvo-gige";
 
-void makeCable(const BridgedPort& place) {
+/// Switches checksum and segmentation offload off: the kernel then does both.
+void sendFinishedFrames(const std::string& interface) {
+    ethtool_value setting = {ETHTOOL_STXCSUM, 0};
+    ifreq request{};
+    interface.copy(request.ifr_name, IFNAMSIZ - 1);
+    request.ifr_data = reinterpret_cast<char*>(&setting);
+    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const bool done = ioctl(socket, SIOCETHTOOL, &request) == 0;
+    close(socket);
+    if (!done) throw std::runtime_error("the interfaces' offload cannot be switched off");
+}
+
+void makeCable(const BridgedPort& place, Interfaces settings) {
     const auto nearSide = host::NetworkNamespace::current();
     const auto farSide = host::NetworkNamespace::make();
     nearSide.enter();
     host::makeVirtualCable(place.cable(), "far", farSide);
-    host::sendFinishedFrames(place.cable());
+    if (settings == Interfaces::OffloadOff) sendFinishedFrames(place.cable());
     host::setLinkUp(place.cable());
     const host::NamespaceVisit there(farSide);
-    host::sendFinishedFrames("far");
+    if (settings == Interfaces::OffloadOff) sendFinishedFrames("far");
     giveAddress("far", place.cameraAddress());
     serveLoads(place.camera());
 }
@@ -46,9 +63,9 @@ void giveAddress(const std::string& interface, const std::string& text) {
     host::setLinkUp(interface);
 }
 
-void makeNetwork(unsigned ports) {
+void makeNetwork(unsigned ports, Interfaces settings) {
     const auto nearSide = host::NetworkNamespace::make();
-    for (unsigned port = 0; port < ports; ++port) makeCable({port});
+    for (unsigned port = 0; port < ports; ++port) makeCable({port}, settings);
 }
 
 void awaitCamera(const BridgedPort& place) {

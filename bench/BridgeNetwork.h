@@ -25,9 +25,12 @@ private:
 /// Adds the address, and sets the interface's link up.
 void giveAddress(const std::string& interface, const std::string& text);
 
+/// Settings of the cables' ends: as they come, or without checksum and segmentation offload.
+enum class Interfaces { Untouched, OffloadOff };
+
 /// The calling thread is in the host's namespace afterwards, from where a cable leads to each port's camera,
 /// which answers loads in a namespace of its own. Errors: std::runtime_error.
-void makeNetwork(unsigned ports);
+void makeNetwork(unsigned ports, Interfaces settings);
 
 /// Errors: std::runtime_error when the camera does not answer.
 void awaitCamera(const BridgedPort& place);

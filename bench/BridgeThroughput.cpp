@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: MIT
 // TCP from a host to a camera and back, over a bare veth pair, over a bridge of a few lines, and over
-// `orvo-gige bridge` with plug-in and simulated board in between; each in network namespaces of its own.
+// `orvo-gige bridge` with plug-in and simulated board in between; each in network namespaces of its own,
+// with interfaces as they come and with their offload off.
 // Writes JSON.
 #include "BareBridge.h"
 #include "BridgeNetwork.h"
 #include "LineRates.h"
 #include "TcpPeers.h"
+
+#include <nlohmann/json.hpp>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -71,8 +74,8 @@ Json overPort(std::chrono::seconds duration) {
 }
 
 /// In a process of its own, whose end removes everything.
-Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::chrono::seconds duration,
-                  unsigned ports = 1) {
+Json inOwnProcess(Interfaces settings, const std::function<Json(std::chrono::seconds)>& work,
+                  std::chrono::seconds duration, unsigned ports = 1) {
     int pipe[2];
     if (::pipe(pipe) != 0) throw std::runtime_error("pipe");
     const pid_t child = fork();
@@ -80,7 +83,7 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
     if (child == 0) {
         Json result;
         try {
-            makeNetwork(ports);
+            makeNetwork(ports, settings);
             result = work(duration);
         } catch (const std::exception& failure) { // no namespaces, among others
             result["failure"] = failure.what();
@@ -100,12 +103,15 @@ Json inOwnProcess(const std::function<Json(std::chrono::seconds)>& work, std::ch
 }
 
 int run(std::chrono::seconds duration) {
-    Json result = {{"veth", inOwnProcess(overVeth, duration)},
-                   {"bareBridge", inOwnProcess(overBareBridge, duration)},
-                   {"port", inOwnProcess(overPort, duration)}};
+    const auto all = [duration](Interfaces settings) -> Json {
+        return {{"veth", inOwnProcess(settings, overVeth, duration)},
+                {"bareBridge", inOwnProcess(settings, overBareBridge, duration)},
+                {"port", inOwnProcess(settings, overPort, duration)}};
+    };
+    Json result = {{"untouched", all(Interfaces::Untouched)}, {"offloadOff", all(Interfaces::OffloadOff)}};
     for (const auto& [name, line] : lines()) {
         const auto measureLine = [&line = line](std::chrono::seconds time) { return lineRate(line, time); };
-        result["lines"][name] = inOwnProcess(measureLine, duration, line.ports);
+        result["lines"][name] = inOwnProcess(Interfaces::OffloadOff, measureLine, duration, line.ports);
     }
     std::cout << result.dump(2) << '\n';
     return 0;

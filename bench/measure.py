@@ -141,6 +141,15 @@ def bridge(bench):
     return json.loads(run(FIRST + [os.path.join(bench, "orvo-bench-bridge"), "3"]).stdout)
 
 
+def bodies(build, bench):
+    """The rates of the largest; the script fails when one differs."""
+    script = os.path.join(bench, "http_bodies.py")
+    report = run(FIRST + [os.path.join(build, "bin", "orvo-gige"), "lab", "--camera", f"exec python3 {script} serve 50",
+                          "--", "python3", script, "move", "50"]).stdout.decode()
+    rates = re.search(r"from the camera ([\d.]+) MB/s, to the camera ([\d.]+) MB/s", report)
+    return {"from": float(rates.group(1)), "to": float(rates.group(2))}
+
+
 def camera(root):
     """The demonstration's lines about images acquired, one for each rate."""
     report = run([os.path.join(root, "scripts", "demo-camera.sh"), "5"]).stdout.decode()
@@ -168,6 +177,7 @@ def main():
         "scale": part("many interfaces, many frames", google_benchmark, program("scale")),
         "replay": part("captures of 1 GB, from file to file", replays, build),
         "bridge": part("TCP through the bridge", bridge, bench),
+        "bodies": part("HTTP through the bridge", bodies, build, os.path.join(root, "bench")),
         "camera": part("a camera behind the port", camera, root),
         "instructions": part("instructions a frame", all_instructions, bench),
     }

@@ -20,6 +20,8 @@ public:
                                           "ADDRESS/PREFIX, such as 192.168.7.1/24 or fd00::1/64");
             },
             "Give the TAP an IP address, and set its link up");
+        line().flag("--no-offload", request_.noOffload,
+                    "Let the system cut its segments and compute checksums, instead of the bridge");
         line()
             .text("-w,--write", "FILE", request_.recording,
                   "Record both directions as pcapng; - is standard output, for a pipe")

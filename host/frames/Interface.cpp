@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Addresses, counters and virtual cables go through netlink, links and offloads through ioctl.
+// Addresses, counters and virtual cables go through netlink, links through ioctl.
 #include "frames/Interface.h"
 
 #include "base/Failure.h"
@@ -9,7 +9,6 @@
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
-#include <linux/ethtool.h>
 #include <linux/if_link.h>
 #include <linux/if_packet.h>
 #include <linux/rtnetlink.h>
@@ -155,16 +154,6 @@ void makeVirtualCable(const std::string& near, const std::string& far, const Net
     if (const int reason = request.send())
         throw Failure("cannot make the interfaces " + quoted(near) + " and " + quoted(far) + ": " +
                       systemError(reason) + "; load the kernel's driver with 'sudo modprobe veth'");
-}
-
-// The kernel switches segmentation offload off together with checksum offload.
-void sendFinishedFrames(const std::string& interface) {
-    ethtool_value setting = {ETHTOOL_STXCSUM, 0};
-    auto request = requestFor(interface);
-    request.ifr_data = reinterpret_cast<char*>(&setting);
-    if (!Socket(AF_INET, SOCK_DGRAM).ask(SIOCETHTOOL, &request))
-        throw Failure("cannot switch checksum offload of " + quoted(interface) +
-                      " off: " + systemError(errno) + "; use a kernel whose veth driver can");
 }
 
 } // namespace orvo::host

@@ -49,8 +49,4 @@ std::optional<UnsentFrames> unsentFrames(const std::string& interface);
 /// one. Errors: Failure.
 void makeVirtualCable(const std::string& near, const std::string& far, const NetworkNamespace& farNamespace);
 
-/// Switches checksum and segmentation offload off, so that the interface sends frames as they would be on a
-/// wire. Errors: Failure.
-void sendFinishedFrames(const std::string& interface);
-
 } // namespace orvo::host

@@ -7,6 +7,7 @@
 #include <linux/if_tun.h>
 #include <net/if.h>
 #include <sys/ioctl.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +16,9 @@
 #include <cstring>
 
 namespace orvo::host {
+
+using offload::OffloadHeader;
+
 namespace {
 
 constexpr auto deviceFile = tapDriverFile;
@@ -42,12 +46,24 @@ int openDeviceFile() {
                   "; make it usable with '" + tapDriverMend(deviceFile, reason) + "'");
 }
 
-// Without offloads, the kernel delivers frames as on a wire: segmented, and with checksums.
-bool attach(int descriptor, const std::string& name) noexcept {
+// Without offloads, the kernel delivers frames as on a wire: segmented, and with checksums. A TAP keeps what
+// an earlier user has set, so both cases are set.
+void setOffload(int descriptor, bool on) noexcept {
+    constexpr unsigned segmentsOfUdp = 0x60; // TUN_F_USO4 and TUN_F_USO6, since Linux 6.2
+    constexpr unsigned segmentsOfTcp = TUN_F_CSUM | TUN_F_TSO4 | TUN_F_TSO6 | TUN_F_TSO_ECN;
+    if (on && ioctl(descriptor, TUNSETOFFLOAD, segmentsOfTcp | segmentsOfUdp) == 0) return;
+    ioctl(descriptor, TUNSETOFFLOAD, on ? segmentsOfTcp : 0U);
+}
+
+bool attach(int descriptor, const std::string& name, bool offload) noexcept {
     ifreq request = {};
-    request.ifr_flags = IFF_TAP | IFF_NO_PI;
+    request.ifr_flags = IFF_TAP | IFF_NO_PI | IFF_VNET_HDR;
     std::memcpy(request.ifr_name, name.data(), std::min(name.size(), maxNameLength));
-    return ioctl(descriptor, TUNSETIFF, &request) == 0;
+    if (ioctl(descriptor, TUNSETIFF, &request) != 0) return false;
+    int headerBytes = sizeof(OffloadHeader);
+    ioctl(descriptor, TUNSETVNETHDRSZ, &headerBytes);
+    setOffload(descriptor, offload);
+    return true;
 }
 
 [[noreturn]] void failToAttach(const std::string& name, bool existed, int reason) {
@@ -66,11 +82,11 @@ bool attach(int descriptor, const std::string& name) noexcept {
     throw Failure("cannot make " + tap + ": " + systemError(reason) + "; name another with --tap");
 }
 
-int openTap(const std::string& name) {
+int openTap(const std::string& name, bool offload) {
     checkName(name);
     const int descriptor = openDeviceFile();
     const bool existed = exists(name);
-    if (attach(descriptor, name)) return descriptor;
+    if (attach(descriptor, name, offload)) return descriptor;
     const int reason = errno;
     close(descriptor);
     failToAttach(name, existed, reason);
@@ -87,21 +103,25 @@ std::string tapDriverMend(const std::string& file, int error) {
            allow;
 }
 
-TapDevice::TapDevice(const std::string& name) : name_(name), descriptor_(openTap(name)) {}
+TapDevice::TapDevice(const std::string& name, bool offload)
+    : name_(name), offload_(offload), descriptor_(openTap(name, offload)) {}
 
 TapDevice::~TapDevice() {
     close(descriptor_);
 }
 
-std::ptrdiff_t TapDevice::read(void* frame, std::size_t room) const noexcept {
-    const auto bytes = ::read(descriptor_, frame, room);
-    if (bytes >= 0) return bytes;
+std::ptrdiff_t TapDevice::read(OffloadHeader& header, std::span<std::uint8_t> room) const noexcept {
+    const iovec parts[] = {{&header, sizeof header}, {room.data(), room.size()}};
+    const auto bytes = readv(descriptor_, parts, 2);
+    if (bytes >= 0) return std::max<std::ptrdiff_t>(bytes - std::ptrdiff_t{sizeof header}, 0);
     return errno == EAGAIN || errno == EINTR ? 0 : -1;
 }
 
 std::optional<TapDrop> TapDevice::write(const void* frame, std::size_t bytes) const noexcept {
+    OffloadHeader nothingLeftToDo;
+    const iovec parts[] = {{&nothingLeftToDo, sizeof nothingLeftToDo}, {const_cast<void*>(frame), bytes}};
     ssize_t written = 0;
-    do written = ::write(descriptor_, frame, bytes);
+    do written = writev(descriptor_, parts, 2);
     while (written < 0 && errno == EINTR);
     if (written >= 0) return std::nullopt;
     switch (errno) {
@@ -123,7 +143,7 @@ bool TapDevice::takeAgain() noexcept {
     if (!exists(name_)) return false;
     const int fresh = open(deviceFile, O_RDWR | O_NONBLOCK | O_CLOEXEC);
     if (fresh < 0) return false;
-    const bool taken = attach(fresh, name_) && dup3(fresh, descriptor_, O_CLOEXEC) >= 0;
+    const bool taken = attach(fresh, name_, offload_) && dup3(fresh, descriptor_, O_CLOEXEC) >= 0;
     close(fresh);
     return taken;
 }

@@ -2,8 +2,12 @@
 // A TAP: a network interface of Linux whose other end is this program.
 #pragma once
 
+#include <offload/OffloadHeader.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 namespace orvo::host {
@@ -23,9 +27,10 @@ inline constexpr std::size_t tapDropCount = 4;
 /// again when the interface was deleted; another one may write at the same time.
 class TapDevice {
 public:
+    /// With `offload`, the host leaves checksums and the cutting of its segments to the reader.
     /// Errors: UsageFailure for a name that no interface can have; Failure when the TAP cannot be made or
     /// used.
-    explicit TapDevice(const std::string& name);
+    TapDevice(const std::string& name, bool offload);
     ~TapDevice();
     TapDevice(const TapDevice&) = delete;
     TapDevice& operator=(const TapDevice&) = delete;
@@ -35,9 +40,9 @@ public:
     /// To poll: readable when there is a frame to `read`, in error when the interface is gone.
     int descriptor() const noexcept { return descriptor_; }
 
-    /// Reads the next frame that the host sends. Returns its length, 0 when there is none now, -1 when the
-    /// interface is gone. Does not wait.
-    std::ptrdiff_t read(void* frame, std::size_t room) const noexcept;
+    /// Reads the next frame that the host sends, and what is left to do on it. Returns its length, 0 when
+    /// there is none now, -1 when the interface is gone. Does not wait.
+    std::ptrdiff_t read(offload::OffloadHeader& header, std::span<std::uint8_t> room) const noexcept;
 
     /// Gives the host a frame; returns why it did not take it. Does not wait.
     std::optional<TapDrop> write(const void* frame, std::size_t bytes) const noexcept;
@@ -47,6 +52,7 @@ public:
 
 private:
     const std::string name_;
+    const bool offload_;
     int descriptor_;
 };
 

@@ -76,7 +76,6 @@ Lab::Lab(const LabOptions& options)
         setLinkUp(boardInterface);
     }
     const NamespaceVisit here(camera_);
-    sendFinishedFrames(cameraInterface);
     addAddress(cameraInterface, options_.cameraAddress);
     setLinkUp(cameraInterface);
     setenv("ORVO_LAB_CAMERA_ADDRESS", options_.cameraAddress.withoutPrefix().c_str(), 1);

@@ -4,6 +4,8 @@
 #include "base/Failure.h"
 #include "base/Signals.h"
 
+#include <offload/FrameCut.h>
+
 #include <boost/make_shared.hpp>
 
 #include <poll.h>
@@ -17,9 +19,9 @@ namespace {
 
 using core::zume::EthernetFrame;
 
-constexpr std::size_t bufferBytes = 65'536; // a TAP's MTU is at most 65,521 bytes
+constexpr std::size_t bufferBytes = 65'600; // an IP packet, with Ethernet header and tags
 constexpr int returnPauseMs = 200;          // between two attempts to attach to a TAP that is gone
-constexpr int framesAtOnce = 1024;          // read from the TAP before other events are polled
+constexpr std::size_t framesAtOnce = 1024;  // read from the TAP before other events are polled
 constexpr std::chrono::seconds observeInterval{1};
 constexpr std::chrono::seconds reopenInterval{1};
 
@@ -50,8 +52,8 @@ Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const
       buffer_(bufferBytes) {}
 
 BridgeTotals Bridge::totals() const {
-    return {toPort_.sent.value(), toTap_.delivered.value(), valuesOf(toPort_.dropped),
-            valuesOf(toTap_.dropped), toPort_.whileReleased.value()};
+    return {toPort_.sent.value(),     toTap_.delivered.value(),   valuesOf(toPort_.dropped),
+            valuesOf(toTap_.dropped), toPort_.uncuttable.value(), toPort_.whileReleased.value()};
 }
 
 void Bridge::run() {
@@ -103,10 +105,11 @@ void Bridge::observeTap() {
 }
 
 void Bridge::sendWaiting() {
-    for (int i = 0; i < framesAtOnce && endRequested() == 0; ++i) {
-        const auto bytes = tap_.read(buffer_.data(), buffer_.size());
+    for (std::size_t frames = 0; frames < framesAtOnce && endRequested() == 0;) {
+        offload::OffloadHeader header;
+        const auto bytes = tap_.read(header, buffer_);
         if (bytes <= 0) return; // none left, or the TAP is gone, which poll reports
-        send(static_cast<std::size_t>(bytes));
+        frames += send(header, std::span(buffer_).first(static_cast<std::size_t>(bytes)));
     }
 }
 
@@ -150,14 +153,23 @@ void Bridge::letReceive(bool on) noexcept {
     receives_.notify_one();
 }
 
-void Bridge::send(std::size_t bytes) {
+/// Returns how many frames it became.
+std::size_t Bridge::send(const offload::OffloadHeader& header, std::span<std::uint8_t> bytes) {
+    offload::FrameCut cut(header, bytes);
+    if (cut.refusal()) toPort_.uncuttable.add(1);
+    std::size_t frames = 0;
+    for (auto frame = cut.next(); !frame.empty(); frame = cut.next(), ++frames) send(frame);
+    return std::max<std::size_t>(frames, 1);
+}
+
+void Bridge::send(std::span<const std::uint8_t> bytes) {
     if (device_ != Device::Open) {
         toPort_.whileReleased.add(1);
         return;
     }
     CapturedFrame frame;
-    frame.bytes = buffer_.data();
-    frame.length = frame.originalLength = bytes;
+    frame.bytes = bytes.data();
+    frame.length = frame.originalLength = bytes.size();
     if (const auto reason = dropReason(frame)) {
         toPort_.dropped[static_cast<std::size_t>(*reason)].add(1);
         return;

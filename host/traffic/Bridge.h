@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <exception>
 #include <functional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -30,6 +31,7 @@ struct BridgeTotals {
     FrameCount toTap;
     std::array<std::uint64_t, dropReasonCount> unsendable{}; ///< frames of the TAP, by DropReason
     std::array<std::uint64_t, tapDropCount> undelivered{};   ///< frames of the port, by TapDrop
+    std::uint64_t uncuttable = 0;                            ///< joined frames of the TAP
     std::uint64_t whileReleased = 0;                         ///< frames of the TAP while there was no device
 
     std::uint64_t takenFromPort() const noexcept;
@@ -68,7 +70,8 @@ private:
     void carryToPort();
     void sendWaiting();
     void observeTap();
-    void send(std::size_t bytes);
+    std::size_t send(const offload::OffloadHeader& header, std::span<std::uint8_t> bytes);
+    void send(std::span<const std::uint8_t> bytes);
     void awaitTap();
 
     void answerRequests();
@@ -86,7 +89,7 @@ private:
     const RequestSignals& requests_;
     BridgeRecording* const recording_;
     const Hooks hooks_;
-    std::vector<std::uint8_t> buffer_; // one frame of the TAP
+    std::vector<std::uint8_t> buffer_; // one frame of the TAP, perhaps a joined one
     std::atomic<TapState> tapState_{TapState::Working};
     std::atomic<bool> stopRequested_{false};
     std::atomic<bool> receives_{true}; // false: the port's thread waits
@@ -100,6 +103,7 @@ private:
     struct alignas(64) {
         LiveFrameCount sent;
         std::array<LiveCounter, dropReasonCount> dropped;
+        LiveCounter uncuttable;
         LiveCounter whileReleased;
     } toPort_;
     struct alignas(64) {

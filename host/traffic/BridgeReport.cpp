@@ -41,6 +41,7 @@ void BridgeReport::addOwnDrops() {
     for (std::size_t i = 0; i < dropReasonCount; ++i)
         drops.add(std::string("from the TAP: ") + dropReasonText(static_cast<DropReason>(i)),
                   totals.unsendable[i]);
+    drops.add("from the TAP: joined frame that cannot be cut", totals.uncuttable);
     drops.add("from the TAP: device was released", totals.whileReleased);
     drops.add("from the TAP: plug-in did not send it", unsentByPlugin(*this));
     for (std::size_t i = 0; i < tapDropCount; ++i)
@@ -77,7 +78,7 @@ nlohmann::ordered_json bridgeJson(const BridgeReport& report) {
 }
 
 std::string metricsOfBridge(const BridgeReport& report) {
-    const auto& [toPort, toTap, unsendable, undelivered, released] = report.totals;
+    const auto& [toPort, toTap, unsendable, undelivered, uncuttable, released] = report.totals;
     Metric dropped(report, "orvo_gige_bridge_dropped_frames_total",
                    "frames that the bridge dropped, by reason");
     const auto drops = report.drops.json();

@@ -18,6 +18,7 @@ namespace orvo::host {
 struct BridgeRequest {
     std::string tap;
     bool setUp = false;
+    bool noOffload = false;                ///< the host finishes and cuts its segments itself
     std::optional<NetworkAddress> address; ///< of the TAP
     std::string recording;                 ///< file for both directions; empty: none
     std::string metricsFile;               ///< rewritten once a second; empty: none

@@ -8,7 +8,7 @@
 namespace orvo::host {
 
 TapEnd::TapEnd(const BridgeRequest& request)
-    : request_(request), device_(request.tap), seen_(unsentFrames(request.tap)) {}
+    : request_(request), device_(request.tap, !request.noOffload), seen_(unsentFrames(request.tap)) {}
 
 TapEnd::~TapEnd() {
     if (addressAdded_) removeAddress(request_.tap, *request_.address);

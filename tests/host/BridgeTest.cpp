@@ -108,6 +108,28 @@ TEST_F(BridgeTest, NamesWhatIsLostBeyondThePortAndInTheTapsQueue) {
     EXPECT_EQ(droppedFrames(json::parse(process.wait().out), "from the host: TAP queue full"), 0u);
 }
 
+TEST_F(BridgeTest, AccountsForEveryFaultAmongTheSegmentsOfJoinedFrames) {
+    const TemporaryFolder folder;
+    std::string script;
+    for (const std::string kind : {"fcs-flip", "loss", "duplicate", "reorder", "bit-error"})
+        for (const std::string direction : {"sent", "received"})
+            script += "[[fault]]\nkind = \"" + kind + "\"\ndirection = \"" + direction + "\"\nevery = 701\n";
+    writeFile(folder.file("faults.toml"), script + "[[fault]]\nkind = \"overflow\"\nevery = 701\n");
+    for (const auto* offload : {"--up", "--no-offload"}) { // the first changes nothing here
+        Process process(bridge({"--tap", "orvo0", "--address", "10.77.0.1/24", "--json", offload, "--faults",
+                                folder.file("faults.toml")}));
+        awaitLink("orvo0", process);
+        const Process server({"ip", "netns", "exec", camera, "python3", ORVO_HTTP_BODIES, "serve", "3"});
+        const auto moved =
+            onHost("env ORVO_LAB_CAMERA_ADDRESS=10.77.0.2 python3 " ORVO_HTTP_BODIES " move 3");
+        EXPECT_THAT(moved.out, HasSubstr("identical")) << moved.err;
+        process.signal(SIGTERM);
+        const auto outcome = process.wait();
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        EXPECT_GT(json::parse(outcome.out)["toTap"]["frames"], 2000) << "each segment counts";
+    }
+}
+
 // Frames that do not pass the filter come all the time, and not one pause of 100 ms between them.
 TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes) {
     const TemporaryFolder folder;

@@ -142,6 +142,17 @@ wait $!)sh";
               counted("Send") + counted("Recv"));
 }
 
+TEST_F(LabTest, BodiesOfAllSizesPassBothWaysWithoutLossAndWithInterfacesAsTheyCome) {
+    if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
+    const std::string script = "python3 " ORVO_HTTP_BODIES;
+    MarkedLab lab("bodies", {"--camera", "exec " + script + " serve 12", "--", "sh", "-c",
+                             script + " move 12 && ping -q -A -c 50 -w 30 $ORVO_LAB_CAMERA_ADDRESS"});
+    const auto outcome = lab.wait();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    EXPECT_THAT(outcome.out, testing::AllOf(HasSubstr("identical;"), HasSubstr(" 50 received")));
+    EXPECT_THAT(outcome.err, testing::ContainsRegex("dropped +0 frames\n"));
+}
+
 TEST_F(LabTest, NothingOutlivesIt) {
     if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
     const auto before = interfaces();

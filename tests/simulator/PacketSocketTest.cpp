@@ -2,14 +2,22 @@
 // Packet sockets: what they make of frames that are not yet as a wire would carry them, and of too many.
 #include "wire/PacketSocket.h"
 
+#include "../offload/JoinedFrame.h"
 #include "TestNetwork.h"
+
+#include <linux/ethtool.h>
+#include <linux/if_ether.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 
 namespace {
 
 using namespace orvo::sim;
 using Bytes = std::vector<std::uint8_t>;
 
-/// A port that is always ready; keeps frames of the test's type and of IPv4 apart from the kernel's own.
+constexpr std::array<std::uint8_t, 6> joinedSource = {2, 0, 0, 0, 0, 2}; // of JoinedFrame.h
+
+/// A port that is always ready; keeps frames of the test's types and of IPv4 apart from the kernel's own.
 struct Port final : FrameSink {
     OrvoSimFate deliver(WireBytes frame) noexcept override {
         EXPECT_TRUE(frame.empty()) << "only as a sign of a bad one";
@@ -18,7 +26,8 @@ struct Port final : FrameSink {
     OrvoSimFate deliverUnsealed(WireBytes content) noexcept override {
         if (content.size() > maxFrameBytes) return ++broken, OrvoSimTooLong;
         ++arrived;
-        if (content[12] == 0x81 || content[12] == 0x88 || (content[12] == 8 && content[13] == 0))
+        if (content[12] == 0x81 || content[12] == 0x88 || (content[12] == 8 && content[13] == 0) ||
+            std::equal(joinedSource.begin(), joinedSource.end(), content.begin() + 6))
             frames.emplace_back(content.begin(), content.end());
         return OrvoSimPassed;
     }
@@ -46,55 +55,93 @@ protected:
     Port port;
 };
 
-/// The header that offload takes, and a frame of IPv4 with this protocol, whose checksum is not finished.
-Bytes unfinished(std::uint8_t protocol, std::uint8_t segmentation, std::uint8_t checksumAt,
-                 std::size_t bytes) {
-    Bytes frame(10 + bytes, 0xA7);
-    const std::uint8_t offload[] = {1, segmentation, 54, 0, 0xE8, 3, 34, 0, checksumAt, 0};
-    std::copy(std::begin(offload), std::end(offload), frame.begin());
-    const std::uint8_t headers[] = {8,
-                                    0,
-                                    0x45,
-                                    0,
-                                    static_cast<std::uint8_t>((bytes - 14) >> 8),
-                                    static_cast<std::uint8_t>(bytes - 14),
-                                    0,
-                                    0,
-                                    0,
-                                    0,
-                                    64,
-                                    protocol};
-    std::copy(std::begin(headers), std::end(headers), frame.begin() + 22);
-    return frame;
+/// Switches checksums by the interface on or off, and cutting with them: when they are off, the kernel does
+/// both.
+void setOffload(const char* interface, bool on) {
+    ethtool_value setting = {ETHTOOL_STXCSUM, on ? 1U : 0U};
+    ifreq request{};
+    std::strncpy(request.ifr_name, interface, IFNAMSIZ - 1);
+    request.ifr_data = reinterpret_cast<char*>(&setting);
+    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM, 0));
+    EXPECT_EQ(ioctl(socket.get(), SIOCETHTOOL, &request), 0) << std::strerror(errno);
 }
 
-TEST_F(PacketSocketTest, FinishesWhatOffloadLeftUndone) {
-    const Peer card("far0", 0x0800);
+TEST_F(PacketSocketTest, CutsJoinedFramesAsTheKernelDoes) {
+    const Bytes tag = {0x81, 0, 0x20, 5}, twoTags = {0x88, 0xA8, 0, 7, 0x81, 0, 0, 5};
+    const Bytes timestamps = {1, 1, 8, 10, 1, 2, 3, 4, 5, 6, 7, 8};
+    const Bytes routerAlert = {0x94, 4, 0, 0}, padding = {0, 0, 1, 4, 0, 0, 0, 0};
+    const orvo::test::JoinedForm forms[] = {
+        {.payloadBytes = 1449},
+        {.tcpOptions = timestamps, .tcpFlags = 0x19, .payloadBytes = 64'001},
+        {.tags = tag, .ipOptions = routerAlert, .tcpFlags = 0xD9, .segmentBytes = 1337},
+        {.tags = twoTags, .tcpOptions = timestamps, .payloadBytes = 65'000, .segmentBytes = 1400},
+        {.tcpFlags = 0xF0, .payloadBytes = 1500, .segmentBytes = 100}, // fits into a slot
+        {.isIpv6 = true, .tcpOptions = timestamps, .payloadBytes = 4345, .segmentBytes = 1428},
+        {.isIpv6 = true,
+         .tags = tag,
+         .tcpOptions = timestamps,
+         .tcpFlags = 0x99,
+         .payloadBytes = 60'003,
+         .segmentBytes = 1424},
+        {.isIpv6 = true, .ipOptions = padding, .tcpFlags = 0x90, .segmentBytes = 1001},
+        {.isTcp = false, .payloadBytes = 7001, .segmentBytes = 1472},
+        {.isTcp = false, .tags = twoTags, .ipOptions = routerAlert, .segmentBytes = 999},
+        {.isIpv6 = true, .isTcp = false, .tags = tag, .payloadBytes = 4001, .segmentBytes = 1200},
+    };
+    const Peer card("far0", ETH_P_ALL);
     card.leaveWork();
-    for (std::size_t bytes : {100U, 1513U}) {
-        auto frame = unfinished(17, 0, 6, bytes);
-        card.send(frame);
-        port.frames.clear();
-        socket->receive(port);
-        ASSERT_EQ(port.frames.size(), 1U);
-        unsigned sum = 0; // with the checksum in place of the one that the frame was sent with, all ones
-        for (std::size_t i = 34; i < bytes; ++i) {
-            const bool isSent = i == 40 || i == 41;
-            sum += static_cast<unsigned>(port.frames[0][i]) << (i % 2 == 0 ? 8 : 0);
-            if (isSent) sum += 0xA7U << (i % 2 == 0 ? 8 : 0);
+    for (const auto& form : forms) {
+        SCOPED_TRACE(&form - forms);
+        const auto joined = orvo::test::joinedFrame(form);
+        std::vector<Bytes> byKernel;
+        for (bool offload : {false, true}) {
+            setOffload("far0", offload);
+            port.frames.clear();
+            card.send(joined.withHeader());
+            socket->receive(port);
+            if (!offload) byKernel.swap(port.frames);
         }
-        while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
-        EXPECT_EQ(sum, 0xFFFFU) << bytes;
-        frame.erase(frame.begin(), frame.begin() + 10);
-        std::copy_n(port.frames[0].begin() + 40, 2, frame.begin() + 40);
-        EXPECT_EQ(port.frames[0], frame) << "nothing else changed";
+        EXPECT_EQ(byKernel.size(), (form.payloadBytes + form.segmentBytes - 1) / form.segmentBytes);
+        EXPECT_EQ(port.frames, byKernel);
     }
-    testing::internal::CaptureStderr();
-    for (int i = 0; i < 2; ++i) card.send(unfinished(6, 1, 16, 3000)); // three segments in one
+    EXPECT_EQ(port.broken + port.lost, 0U);
+}
+
+TEST_F(PacketSocketTest, CountsWhatNoPortTakesAndTellsAWayOnceAReason) {
+    const Peer card("far0", ETH_P_ALL);
+    card.leaveWork();
+    auto single = orvo::test::joinedFrame({.isTcp = false, .payloadBytes = 1471});
+    single.header.segmentation = 0;
+    card.send(single.withHeader());
     socket->receive(port);
-    EXPECT_EQ(port.broken, 2U);
+    ASSERT_EQ(port.frames.size(), 1U);
+    EXPECT_TRUE(orvo::test::StreamReader().take(port.frames[0])) << "its checksum is finished";
+
+    auto routed = orvo::test::joinedFrame({.isIpv6 = true, .ipOptions = {0, 0, 1, 4, 0, 0, 0, 0}});
+    routed.bytes[20] = 43; // makes a routing header of it
+    routed.bytes[57] = 1;  // with a station to go
+    testing::internal::CaptureStderr();
+    for (int i = 0; i < 3; ++i) card.send(routed.withHeader());
+    card.send(orvo::test::joinedFrame({.payloadBytes = 4000, .segmentBytes = 2000}).withHeader());
+    socket->receive(port);
+    EXPECT_EQ(port.broken, 5U) << "three that cannot be cut, and two segments that are too long";
+    socket.reset();
     EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::MatchesRegex("[^\n]* 'near0' [^\n]*ethtool -K near0 gro off lro off[^\n]*\n"));
+                testing::MatchesRegex(
+                    "[^\n]* 'near0' [^\n]* header [^\n]*ip link set dev near0 gro_max_size 1[^\n]*\n"
+                    "[^\n]* 'near0' [^\n]*MTU of 1500[^\n]*\n"
+                    "[^\n]* 'near0' delivered 3 joined frames with a header [^\n]*\n"));
+}
+
+TEST_F(PacketSocketTest, CountsEveryFrameInsideAJoinedOneThatFoundNoRoom) {
+    const Peer card("far0", ETH_P_ALL);
+    card.leaveWork();
+    const auto joined = orvo::test::joinedFrame({.payloadBytes = 60'000, .segmentBytes = 1000}).withHeader();
+    constexpr unsigned sent = 1000;
+    for (unsigned i = 0; i < sent; ++i) card.send(joined);
+    socket->receive(port);
+    EXPECT_GT(port.lost, 0U);
+    EXPECT_EQ(port.frames.size() + port.lost, sent * 60);
 }
 
 TEST_F(PacketSocketTest, KeepsTagsAndLeavesOutWhatTheInterfaceSends) {

@@ -66,7 +66,8 @@ public:
         EXPECT_EQ(setsockopt(socket_, SOL_PACKET, PACKET_VNET_HDR, &on, sizeof on), 0);
     }
     void send(const std::vector<std::uint8_t>& frame) const {
-        EXPECT_EQ(::send(socket_, frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()));
+        EXPECT_EQ(::send(socket_, frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()))
+            << std::strerror(errno);
     }
     /// The next frame of the type; none when none comes in time.
     std::optional<std::vector<std::uint8_t>> receive(int timeoutMs = 2000) const {

@@ -4,7 +4,10 @@
 
 #include "wire/Wire.h"
 
-#include <cstdio>
+#include <offload/FrameHeaders.h>
+
+#include <array>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -17,7 +20,8 @@ public:
     explicit FrameDevice(std::string interface) : interface_(std::move(interface)) {}
     FrameDevice(const FrameDevice&) = delete;
     FrameDevice& operator=(const FrameDevice&) = delete;
-    virtual ~FrameDevice() = default;
+    /// Says how many joined frames could not be cut, by reason.
+    virtual ~FrameDevice();
 
     /// Readable when frames have arrived. Never changes; never blocks.
     virtual int descriptor() const noexcept = 0;
@@ -34,27 +38,14 @@ public:
 protected:
     /// A frame, or its beginning, is too long for a wire: the receiver counts an error. The first time, a
     /// line on standard error says what to do.
-    void refuseGiant(FrameSink& port, WireBytes frame, bool isOffload) noexcept {
-        const bool isShort = frame.size() <= maxFrameBytes; // segments that are few bytes together
-        const auto fate = isShort ? port.deliver({}) : port.deliverUnsealed(frame);
-        if ((fate != OrvoSimTooLong && fate != OrvoSimTooShort) || std::exchange(saidGiant_, true)) return;
-        constexpr auto offload =
-            "simulated board: interface '%s' delivers segments that offload joined, which count as receive "
-            "errors; switch offload off there (ethtool -K %s gro off lro off) and at the other end of a veth "
-            "pair (ethtool -K PEER tso off gso off)\n";
-        const char* const name = interface_.c_str();
-        if (isOffload)
-            std::fprintf(stderr, offload, name, name);
-        else
-            std::fprintf(stderr,
-                         "simulated board: interface '%s' delivers frames longer than the %zu bytes that a "
-                         "port takes; they count as receive errors (their sender needs an MTU of 1500)\n",
-                         name, maxFrameBytes);
-    }
+    void refuseGiant(FrameSink& port, WireBytes frame) noexcept;
+    /// The same for a joined frame that cannot be cut, for each reason.
+    void refuseJoined(FrameSink& port, WireBytes frame, offload::Uncuttable reason) noexcept;
 
 private:
     const std::string interface_;
     bool saidGiant_ = false;
+    std::array<std::uint64_t, offload::uncuttableCount> uncut_{};
 };
 
 } // namespace orvo::sim

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Packet sockets: the kernel puts arriving frames into the slots of a ring; sending is a plain write.
+// Packet sockets: the kernel puts arriving frames into the slots of a ring; sending is a plain write. Frames
+// that the system joined, or left unfinished, become what a wire would carry.
 #include "wire/PacketSocket.h"
+
+#include <offload/FrameCut.h>
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
@@ -9,32 +12,26 @@
 #include <sys/socket.h>
 #include <sys/uio.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <thread>
 
 namespace orvo::sim {
 
+using offload::OffloadHeader;
+
 namespace {
 
-// One frame a slot, so that each can be read at once. Longer frames are cut off.
+// One frame a slot, so that each can be read at once. Of a longer one the slot has the beginning, and the
+// socket's queue the whole.
 constexpr std::size_t slotBytes = 2048;
 constexpr std::size_t blockBytes = 32 * slotBytes;
 constexpr std::size_t largestRingBytes = std::size_t{16} << 20;
 constexpr std::size_t smallestRingBytes = std::size_t{1} << 20;
-
-/// Precedes each frame and says what offload left undone; <linux/virtio_net.h> defines it, but is not C++.
-struct OffloadHeader {
-    static constexpr std::uint8_t needsChecksum = 1; // in flags
-    std::uint8_t flags = 0;
-    std::uint8_t segmentation = 0; // not 0: several frames joined into one
-    std::uint16_t headerBytes = 0;
-    std::uint16_t segmentBytes = 0;
-    std::uint16_t checksumStart = 0; // from the start of the frame
-    std::uint16_t checksumOffset = 0;
-};
-static_assert(sizeof(OffloadHeader) == 10);
 
 constexpr int addressAt = TPACKET_ALIGN(int{sizeof(tpacket2_hdr)}); // in a slot
 constexpr std::size_t addressesBytes = 12; // of destination and source, before a VLAN tag
@@ -67,41 +64,36 @@ std::atomic_ref<std::uint32_t> statusOf(std::uint8_t* slot) noexcept {
     return std::atomic_ref(reinterpret_cast<tpacket2_hdr*>(slot)->tp_status);
 }
 
-/// The ones' complement sum, in the machine's byte order, which the result then has too.
-std::uint16_t sumOf(std::span<const std::uint8_t> bytes) noexcept {
-    std::uint64_t sum = 0;
-    std::uint32_t unit = 0;
-    for (; bytes.size() >= sizeof unit; bytes = bytes.subspan(sizeof unit)) {
-        std::memcpy(&unit, bytes.data(), sizeof unit);
-        sum += unit;
-    }
-    unit = 0;
-    std::memcpy(&unit, bytes.data(), bytes.size());
-    sum += unit;
-    while (sum > 0xFFFF) sum = (sum & 0xFFFF) + (sum >> 16);
-    return static_cast<std::uint16_t>(sum);
-}
-
-/// Computes the checksum of TCP or UDP that the sender left to its network card: over everything from `start`
-/// on, in place of the pseudo header's sum, which stands `offset` bytes behind `start`. Leaves a frame alone
-/// that is too short.
-void finishChecksum(std::span<std::uint8_t> frame, std::size_t start, std::size_t offset) noexcept {
-    if (start > frame.size() || offset + sizeof(std::uint16_t) > frame.size() - start) return;
-    auto checksum = static_cast<std::uint16_t>(~sumOf(frame.subspan(start)));
-    if (checksum == 0) checksum = 0xFFFF; // in UDP, 0 stands for no checksum
-    std::memcpy(frame.data() + start + offset, &checksum, sizeof checksum);
-}
-
-/// Puts back the tag that the kernel removed: moves the addresses forward into the offload header, which was
-/// read before.
-WireBytes withTag(std::uint8_t* frame, const tpacket2_hdr& header) noexcept {
-    std::uint8_t* const tagged = frame - tagBytes;
-    std::memmove(tagged, frame, addressesBytes);
+/// Puts back the tag that the kernel removed: moves the addresses forward into the room in front of the
+/// frame.
+std::span<std::uint8_t> withTag(std::span<std::uint8_t> frame, const tpacket2_hdr& header) noexcept {
+    std::uint8_t* const tagged = frame.data() - tagBytes;
+    std::memmove(tagged, frame.data(), addressesBytes);
     const bool hasType = (header.tp_status & TP_STATUS_VLAN_TPID_VALID) != 0;
     const std::uint16_t tag[] = {htons(hasType ? header.tp_vlan_tpid : std::uint16_t{ETH_P_8021Q}),
                                  htons(header.tp_vlan_tci)};
     std::memcpy(tagged + addressesBytes, tag, sizeof tag);
-    return {tagged, header.tp_snaplen + tagBytes};
+    return {tagged, frame.size() + tagBytes};
+}
+
+/// At a gigabit a second.
+std::chrono::nanoseconds timeOnCable(std::size_t bytes) noexcept {
+    return std::chrono::nanoseconds{8} * bytes;
+}
+
+/// A cable would bring the frames of a joined one after each other, and here they are all at once: gives the
+/// port the time that they would have taken, uses up `patience`.
+void awaitRoom(const FrameSink& port, std::chrono::nanoseconds& patience) noexcept {
+    constexpr std::chrono::microseconds step{20};
+    for (; patience.count() > 0 && !port.hasRoom(); patience -= step) std::this_thread::sleep_for(step);
+}
+
+/// Room for long frames that wait in the socket's queue, beside the ring. Without the right to exceed the
+/// system's limit it is that.
+void askForRoom(int socket) noexcept {
+    constexpr int bytes = 16 << 20;
+    if (setsockopt(socket, SOL_SOCKET, SO_RCVBUFFORCE, &bytes, sizeof bytes) != 0)
+        setsockopt(socket, SOL_SOCKET, SO_RCVBUF, &bytes, sizeof bytes);
 }
 
 } // namespace
@@ -113,8 +105,10 @@ void UnmapRing::operator()(std::uint8_t* ring) const noexcept {
 PacketSocket::PacketSocket(const std::string& interface)
     : FrameDevice(interface), socket_(openSocket(interface)) {
     setOption(socket_.get(), PACKET_IGNORE_OUTGOING, 1); // where the kernel cannot, handOn skips them
+    askForRoom(socket_.get());
     bool fits = setOption(socket_.get(), PACKET_VERSION, TPACKET_V2) &&
-                setOption(socket_.get(), PACKET_VNET_HDR, 1); // shows unfinished checksums
+                setOption(socket_.get(), PACKET_VNET_HDR, 1) &&          // shows what is unfinished
+                setOption(socket_.get(), PACKET_COPY_THRESH, slotBytes); // long frames into the queue
     std::size_t bytes = largestRingBytes;
     while (fits && !shareRing(bytes)) fits = (bytes /= 2) >= smallestRingBytes;
     if (!fits)
@@ -177,19 +171,43 @@ bool PacketSocket::takeSlot(FrameSink& port) noexcept {
 void PacketSocket::handOn(std::uint8_t* slot, FrameSink& port) noexcept {
     const auto& header = *reinterpret_cast<const tpacket2_hdr*>(slot);
     const auto& address = *reinterpret_cast<const sockaddr_ll*>(slot + addressAt);
-    if (address.sll_pkttype == PACKET_OUTGOING) return;
-    std::uint8_t* const frame = slot + header.tp_mac;
+    std::span<std::uint8_t> frame(slot + header.tp_mac, header.tp_snaplen);
     OffloadHeader offload;
-    std::memcpy(&offload, frame - sizeof offload, sizeof offload);
-    const bool isJoined = offload.segmentation != 0;
-    if (isJoined || header.tp_len > maxFrameBytes) {
-        refuseGiant(port, {frame, header.tp_snaplen}, isJoined);
-        return;
+    std::memcpy(&offload, frame.data() - sizeof offload, sizeof offload);
+    const bool isInQueue = (header.tp_status & TP_STATUS_COPY) != 0;
+    if (isInQueue)
+        frame = takeLong(offload); // also one that is left out below: the queue keeps the slots' order
+    if (address.sll_pkttype == PACKET_OUTGOING) return;
+    if (offload.isJoined() && !isInQueue && header.tp_snaplen < header.tp_len)
+        return port.countLost(offload::framesInside(offload, frame, header.tp_len));
+    if (!offload.isJoined() && header.tp_len > maxFrameBytes) return refuseGiant(port, frame);
+    if ((header.tp_status & TP_STATUS_VLAN_VALID) != 0) {
+        frame = withTag(frame, header);
+        offload.checksumStart = static_cast<std::uint16_t>(offload.checksumStart + tagBytes);
     }
-    if ((offload.flags & OffloadHeader::needsChecksum) != 0)
-        finishChecksum({frame, header.tp_snaplen}, offload.checksumStart, offload.checksumOffset);
-    const bool hasTag = (header.tp_status & TP_STATUS_VLAN_VALID) != 0;
-    port.deliverUnsealed(hasTag ? withTag(frame, header) : WireBytes(frame, header.tp_snaplen));
+    deliver(offload, frame, port);
+}
+
+/// The whole of the frame whose beginning is in the slot, with room for a tag in front.
+std::span<std::uint8_t> PacketSocket::takeLong(OffloadHeader& offload) noexcept {
+    const auto room = std::span(long_).subspan(tagBytes);
+    iovec parts[] = {{&offload, sizeof offload}, {room.data(), room.size()}};
+    const ssize_t bytes = readv(socket_.get(), parts, 2) - ssize_t{sizeof offload};
+    return room.first(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
+}
+
+void PacketSocket::deliver(const OffloadHeader& offload, std::span<std::uint8_t> frame,
+                           FrameSink& port) noexcept {
+    offload::FrameCut cut(offload, frame);
+    if (const auto reason = cut.refusal()) return refuseJoined(port, frame, *reason);
+    auto patience = offload.isJoined() ? timeOnCable(frame.size()) : std::chrono::nanoseconds::zero();
+    for (auto content = cut.next(); !content.empty(); content = cut.next()) {
+        awaitRoom(port, patience);
+        if (content.size() > maxFrameBytes)
+            refuseGiant(port, content);
+        else
+            port.deliverUnsealed(content);
+    }
 }
 
 void PacketSocket::countLost(FrameSink& port) noexcept {

@@ -5,8 +5,12 @@
 #include "base/Descriptor.h"
 #include "wire/FrameDevice.h"
 
+#include <offload/OffloadHeader.h>
+
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <span>
 
 namespace orvo::sim {
 
@@ -31,13 +35,17 @@ private:
     bool shareRing(std::size_t bytes) noexcept;
     bool takeSlot(FrameSink& port) noexcept;
     void handOn(std::uint8_t* slot, FrameSink& port) noexcept;
+    std::span<std::uint8_t> takeLong(offload::OffloadHeader& offload) noexcept;
+    void deliver(const offload::OffloadHeader& offload, std::span<std::uint8_t> frame,
+                 FrameSink& port) noexcept;
     void countLost(FrameSink& port) noexcept;
 
     const Descriptor socket_;
     std::unique_ptr<std::uint8_t, UnmapRing> ring_;
     std::size_t slots_ = 0;
-    std::size_t next_ = 0;  // the next slot to read
-    bool isLosing_ = false; // the kernel had no free slot for a frame
+    std::size_t next_ = 0;                  // the next slot to read
+    bool isLosing_ = false;                 // the kernel had no free slot for a frame
+    std::array<std::uint8_t, 65'600> long_; // a joined frame: an IP packet, with Ethernet header and tags
 };
 
 } // namespace orvo::sim

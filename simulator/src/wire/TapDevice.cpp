@@ -78,7 +78,7 @@ void TapDevice::receive(FrameSink& port) noexcept {
         if (bytes <= 0) return; // nothing more, or the TAP is gone
         const auto frameBytes = static_cast<std::size_t>(bytes);
         if (frameBytes > maxFrameBytes)
-            refuseGiant(port, WireBytes(buffer_).first(frameBytes), false);
+            refuseGiant(port, WireBytes(buffer_).first(frameBytes));
         else
             port.deliverUnsealed(WireBytes(buffer_).first(frameBytes));
     }
