@@ -11,7 +11,7 @@ struct OrvoSimTap {
     explicit OrvoSimTap(std::unique_ptr<WireTap> ownTap) : own(std::move(ownTap)), reader(own->ring()) {}
     OrvoSimTap(Descriptor descriptor, PortPlace remotePlace)
         : place(remotePlace),
-          shared(MappedMemory::of(std::move(descriptor), sizeof(TapRing), MappedMemory::Access::ReadWrite)),
+          shared(MappedMemory::of(std::move(descriptor), MappedMemory::Access::ReadWrite)),
           reader(*reinterpret_cast<TapRing*>(shared->data())) {}
     ~OrvoSimTap() {
         if (!own) remote()->closeTap(place);
