@@ -35,6 +35,7 @@ std::unique_ptr<Command> makeReplayCommand(Program& program);
 std::unique_ptr<Command> makeResetCommand(Program& program);
 std::unique_ptr<Command> makeSimCommand(Program& program);
 std::unique_ptr<Command> makeSimulateCommand(Program& program);
+std::unique_ptr<Command> makeStreamsCommand(Program& program);
 std::unique_ptr<Command> makeWatchCommand(Program& program);
 
 } // namespace orvo::host

@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#include "traffic/StreamRun.h"
+
+#include "base/Output.h"
+#include "base/Progress.h"
+#include "base/Signals.h"
+#include "frames/CaptureReader.h"
+#include "frames/FrameReport.h"
+#include "frames/streams/StreamText.h"
+#include "traffic/Capture.h"
+#include "traffic/LiveStreams.h"
+#include "traffic/PortCounters.h"
+#include "traffic/SilentPort.h"
+
+#include <fmt/format.h>
+
+namespace orvo::host {
+namespace {
+
+/// Hands frames to an account instead of a file.
+class StreamOutput final : public FrameOutput {
+public:
+    explicit StreamOutput(LiveStreams& streams) : streams_(streams) {}
+
+    std::vector<std::string> paths() const override { return {}; }
+    void begin() override {}
+    void write(const void* frame, std::size_t bytes) override {
+        streams_.addReceived({static_cast<const std::uint8_t*>(frame), bytes});
+    }
+    void flush() override { streams_.noteSilence(); }
+    bool readerGone() const noexcept override { return false; }
+    void hurry() noexcept override {}
+    void close() override { streams_.finish(); }
+    const std::deque<File>& files() const noexcept override { return files_; }
+
+private:
+    LiveStreams& streams_;
+    const std::deque<File> files_;
+};
+
+StreamRunReport readCapture(const StreamRequest& request, const StreamAccount::Take& take) {
+    StreamRunReport report{.request = request};
+    CaptureReader reader(request.capture);
+    StreamAccount account(take);
+    CapturedFrame frame;
+    while (reader.next(frame)) {
+        throwIfEndRequested();
+        ++report.frames;
+        account.add({frame.bytes, frame.length}, frame.recordedAt.count());
+    }
+    account.finish();
+    report.streams = account.report();
+    return report;
+}
+
+std::string progressText(const LiveStreams& streams) {
+    const auto now = streams.report();
+    std::uint64_t whole = 0, damaged = 0, missing = 0;
+    for (const auto& stream : now.streams) {
+        whole += stream.figures.whole();
+        damaged += stream.figures.damaged();
+        missing += stream.figures.missing;
+    }
+    return fmt::format("{}, {} complete, {} not, {} missing", counted(now.streams.size(), "stream"),
+                       counted(whole, "image"), grouped(damaged), counted(missing, "packet"));
+}
+
+StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Take& take) {
+    const auto port = request.port.address;
+    StreamRunReport report{.request = request};
+    const BoardAccess access(request.installation, port.board);
+    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    if (request.port.crcWatch) traffic.watchCrcErrors();
+    traffic.openLive();
+    LiveStreams streams(take);
+    PortCounters counters(access, port);
+    StreamOutput output(streams);
+    Capture capture(traffic.port(port), output, nullptr);
+    if (endRequested() == 0) notice("following the streams at port " + port.text() + "; end with Ctrl-C");
+    const auto explain = [&] {
+        notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(access, port));
+    };
+    std::optional<Progress> progress([&] { return progressText(streams); });
+    const auto ending = [&] {
+        counters.finish(); // while frames are still taken: later ones overflow the queue
+        traffic.stop();
+    };
+    const auto result = capture.run({.time = request.time}, ending, explain);
+    progress.reset();
+    if (result.failure) std::rethrow_exception(result.failure);
+    report.frames = result.totals.received.frames;
+    report.streams = streams.report();
+    report.troubles = counters.troubles();
+    report.account = traffic.finish({{.port = port, .received = report.frames}});
+    return report;
+}
+
+} // namespace
+
+StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Take& take) {
+    return request.capture.empty() ? followPort(request, take) : readCapture(request, take);
+}
+
+std::string streamsSection(const StreamsReport& streams, const PortTroubles& troubles) {
+    if (streams.streams.empty()) return streamsText(streams);
+    return streamsText(streams) + reportLine("losses", lossSentence(streams, troubles));
+}
+
+nlohmann::ordered_json streamsSectionJson(const StreamsReport& streams, const PortTroubles& troubles) {
+    auto document = streamsJson(streams);
+    const auto losses = lossesOf(streams);
+    document["losses"] = {{"packets", losses.packets},
+                          {"images", losses.images},
+                          {"conclusion", lossSentence(streams, troubles)}};
+    return document;
+}
+
+std::string streamRunText(const StreamRunReport& report) {
+    const auto where = report.request.capture.empty() ? "from port " + report.request.port.address.text()
+                                                      : "in " + report.request.capture;
+    auto text = framesLine("read", report.frames, where) + streamsSection(report.streams, report.troubles);
+    if (report.streams.streams.empty()) text += reportLine("streams", "none");
+    return report.account ? text + report.account->text() : text;
+}
+
+nlohmann::ordered_json streamRunJson(const StreamRunReport& report) {
+    nlohmann::ordered_json document;
+    if (report.request.capture.empty())
+        document["port"] = report.request.port.address.text();
+    else
+        document["file"] = report.request.capture;
+    document["frames"] = report.frames;
+    document.update(streamsSectionJson(report.streams, report.troubles));
+    if (report.account) report.account->addTo(document);
+    return document;
+}
+
+} // namespace orvo::host

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+// Streams of a capture, or of a port while frames are taken from it, from the request to the report.
+#pragma once
+
+#include "device/BoardAccess.h"
+#include "frames/streams/StreamAccount.h"
+#include "inspect/streams/LossPlace.h"
+#include "traffic/TrafficRun.h"
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+struct StreamRequest {
+    std::string capture;                   ///< read this file; empty: take frames from the port
+    std::chrono::duration<double> time{0}; ///< of the port; 0: until a signal
+    PortOptions port;
+    InstallationOptions installation;
+};
+
+struct StreamRunReport {
+    StreamRequest request;
+    StreamsReport streams = {};
+    std::uint64_t frames = 0; ///< of every kind
+    PortTroubles troubles = {};
+    std::optional<TrafficAccount> account = {}; ///< of a port
+};
+
+/// `take` receives every image as it ends, on any thread. Errors: Failure, UsageFailure; Interruption while a
+/// file is read.
+StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Take& take);
+
+std::string streamRunText(const StreamRunReport& report);
+nlohmann::ordered_json streamRunJson(const StreamRunReport& report);
+
+/// The streams and the sentence on their losses; nothing where there are no streams.
+std::string streamsSection(const StreamsReport& streams, const PortTroubles& troubles);
+/// Streams, and "losses".
+nlohmann::ordered_json streamsSectionJson(const StreamsReport& streams, const PortTroubles& troubles);
+
+} // namespace orvo::host
