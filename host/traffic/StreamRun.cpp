@@ -6,7 +6,6 @@
 #include "base/Signals.h"
 #include "frames/CaptureReader.h"
 #include "frames/FrameReport.h"
-#include "frames/streams/StreamText.h"
 #include "traffic/Capture.h"
 #include "traffic/LiveStreams.h"
 #include "traffic/PortCounters.h"
@@ -99,20 +98,6 @@ StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Ta
 
 StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Take& take) {
     return request.capture.empty() ? followPort(request, take) : readCapture(request, take);
-}
-
-std::string streamsSection(const StreamsReport& streams, const PortTroubles& troubles) {
-    if (streams.streams.empty()) return streamsText(streams);
-    return streamsText(streams) + reportLine("losses", lossSentence(streams, troubles));
-}
-
-nlohmann::ordered_json streamsSectionJson(const StreamsReport& streams, const PortTroubles& troubles) {
-    auto document = streamsJson(streams);
-    const auto losses = lossesOf(streams);
-    document["losses"] = {{"packets", losses.packets},
-                          {"images", losses.images},
-                          {"conclusion", lossSentence(streams, troubles)}};
-    return document;
 }
 
 std::string streamRunText(const StreamRunReport& report) {

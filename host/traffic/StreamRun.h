@@ -36,9 +36,4 @@ StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Ta
 std::string streamRunText(const StreamRunReport& report);
 nlohmann::ordered_json streamRunJson(const StreamRunReport& report);
 
-/// The streams and the sentence on their losses; nothing where there are no streams.
-std::string streamsSection(const StreamsReport& streams, const PortTroubles& troubles);
-/// Streams, and "losses".
-nlohmann::ordered_json streamsSectionJson(const StreamsReport& streams, const PortTroubles& troubles);
-
 } // namespace orvo::host

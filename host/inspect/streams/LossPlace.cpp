@@ -2,6 +2,8 @@
 #include "inspect/streams/LossPlace.h"
 
 #include "base/Output.h"
+#include "frames/FrameReport.h"
+#include "frames/streams/StreamText.h"
 
 #include <fmt/format.h>
 
@@ -99,6 +101,20 @@ std::string lossSentence(const StreamsReport& report, const PortTroubles& troubl
     if (places.size() == 1 && atBoard >= packets)
         return fmt::format("{} lost {}: {}", what, places[0].where, places[0].cause);
     return atBoard <= packets ? dividedSentence(what, packets, places) : undividedSentence(what, places);
+}
+
+std::string streamsSection(const StreamsReport& report, const PortTroubles& troubles) {
+    if (report.streams.empty()) return streamsText(report);
+    return streamsText(report) + reportLine("losses", lossSentence(report, troubles));
+}
+
+nlohmann::ordered_json streamsSectionJson(const StreamsReport& report, const PortTroubles& troubles) {
+    auto document = streamsJson(report);
+    const auto losses = lossesOf(report);
+    document["losses"] = {{"packets", losses.packets},
+                          {"images", losses.images},
+                          {"conclusion", lossSentence(report, troubles)}};
+    return document;
 }
 
 } // namespace orvo::host

@@ -5,6 +5,8 @@
 #include "frames/streams/StreamAccount.h"
 #include "inspect/watch/PortHistory.h"
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -31,5 +33,9 @@ StreamLosses lossesOf(const StreamsReport& report) noexcept;
 
 /// One sentence, without a full stop.
 std::string lossSentence(const StreamsReport& report, const PortTroubles& troubles);
+
+/// The part of a report about streams, with the sentence at its end; empty without streams.
+std::string streamsSection(const StreamsReport& report, const PortTroubles& troubles);
+nlohmann::ordered_json streamsSectionJson(const StreamsReport& report, const PortTroubles& troubles);
 
 } // namespace orvo::host
