@@ -8,7 +8,6 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::uint8_t commandKey = 0x42;
 constexpr std::size_t controlHeaderBytes = 8;
 constexpr std::uint8_t answerWanted = 0x01;
 constexpr std::uint8_t extendedIds = 0x10;
@@ -53,7 +52,7 @@ std::optional<GigeControl> readGigeControl(Bytes datagram) noexcept {
     if (datagram.size() < controlHeaderBytes) return std::nullopt;
     const std::size_t announced = big16(datagram, 4);
     if (datagram.size() < controlHeaderBytes + announced) return std::nullopt;
-    const bool isCommand = datagram[0] == commandKey;
+    const bool isCommand = datagram[0] == gigeCommandKey;
     const auto code = big16(datagram, 2);
     if (!isCommand && code % 2 == 0) return std::nullopt; // answers have odd codes
     const bool isPending = code == static_cast<std::uint16_t>(GigeCommand::Pending);

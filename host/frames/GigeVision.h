@@ -13,6 +13,7 @@
 namespace orvo::host {
 
 inline constexpr std::uint16_t gigeControlPort = 3956; ///< UDP, at the camera
+inline constexpr std::uint8_t gigeCommandKey = 0x42;   ///< a command begins with it
 
 /// Registers that every camera has.
 enum GigeRegister : std::uint32_t {
