@@ -24,10 +24,12 @@ public:
                   "take frames from the port)")
             .notEmpty();
         line().flag("--images", showImages_, "Print a line for each image that lacks packets, as it ends");
+        line().number("-c,--count", request_.limits.frames, {.least = 1},
+                      "End after so many frames of any kind at the port");
         line().value(
             "-d,--duration", "S",
             [this](const std::string& text) {
-                request_.time = secondsFrom(text, shortestSeconds, longestSeconds);
+                request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
             },
             "End after so many seconds at the port");
         addTrafficOptions(line(), request_, json_);

@@ -6,7 +6,6 @@
 #include "base/Signals.h"
 #include "frames/CaptureReader.h"
 #include "frames/FrameReport.h"
-#include "traffic/Capture.h"
 #include "traffic/LiveStreams.h"
 #include "traffic/PortCounters.h"
 #include "traffic/SilentPort.h"
@@ -84,7 +83,7 @@ StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Ta
         counters.finish(); // while frames are still taken: later ones overflow the queue
         traffic.stop();
     };
-    const auto result = capture.run({.time = request.time}, ending, explain);
+    const auto result = capture.run(request.limits, ending, explain);
     progress.reset();
     if (result.failure) std::rethrow_exception(result.failure);
     report.frames = result.totals.received.frames;

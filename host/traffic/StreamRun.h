@@ -5,9 +5,9 @@
 #include "device/BoardAccess.h"
 #include "frames/streams/StreamAccount.h"
 #include "inspect/streams/LossPlace.h"
+#include "traffic/Capture.h"
 #include "traffic/TrafficRun.h"
 
-#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -15,8 +15,8 @@
 namespace orvo::host {
 
 struct StreamRequest {
-    std::string capture;                   ///< read this file; empty: take frames from the port
-    std::chrono::duration<double> time{0}; ///< of the port; 0: until a signal
+    std::string capture;  ///< read this file; empty: take frames from the port
+    CaptureLimits limits; ///< at the port
     PortOptions port;
     InstallationOptions installation;
 };

@@ -3,6 +3,7 @@
 // its place.
 #include "frames/streams/StreamAccount.h"
 #include "CameraFrames.h"
+#include "Process.h"
 #include "frames/streams/StreamText.h"
 #include "inspect/streams/LossPlace.h"
 
@@ -268,6 +269,20 @@ TEST(StreamAccountTest, Follows64StreamsAndCountsWhatItGivesUp) {
     for (const auto& stream : report.streams) EXPECT_EQ(stream.figures.whole(), 1u);
     EXPECT_EQ(report.streams[0].figures.of(ImageEnd::TooLarge), 1u);
     EXPECT_EQ(report.streams[0].figures.beyond, 1u);
+}
+
+TEST(StreamsCommandTest, CountsInACaptureAndAtAPortWhatAnAnalyserCounts) {
+    const std::string capture = ORVO_TEST_DATA "/gige-vision.pcapng";
+    const auto ofFile = runTool({"streams", capture});
+    const auto ofPort = runTool({"streams", "--no-reset", "--wire", "0=pcap:" + capture, "-c", "1400"});
+    const auto images = runTool({"streams", "--images", capture});
+    EXPECT_EQ(images.out, "10.99.0.2 to 10.99.0.1:53055 image 65407 never ended\n");
+    for (const auto& text : {ofFile.out, ofPort.out, images.err}) {
+        EXPECT_THAT(text, testing::HasSubstr("images    6 complete, 1 never ended\n"));
+        EXPECT_THAT(text, testing::HasSubstr(
+                              "packets   1,256 received, 0 missing, 0 doubled, 0 out of order, 0 resent\n"));
+        EXPECT_THAT(text, testing::HasSubstr("losses    no packet was lost\n"));
+    }
 }
 
 } // namespace

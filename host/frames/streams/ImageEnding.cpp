@@ -18,7 +18,7 @@ std::uint32_t Stream::expectedTrailer(const Block& block) const noexcept {
 }
 
 /// `isLast`: nothing follows.
-void Stream::end(Block& block, bool isLast) noexcept {
+void Stream::end(Block& block, bool isLast) {
     if (block.sequence == 0 || block.isEnded) return;
     block.isEnded = true;
     const bool isCutOff = isLast && block.sequence == latest_ && !block.trailer;
@@ -47,7 +47,7 @@ void Stream::end(Block& block, bool isLast) noexcept {
     report(image);
 }
 
-void Stream::endAll(bool isLast) noexcept {
+void Stream::endAll(bool isLast) {
     for (auto sequence = latest_ - std::min<std::uint64_t>(latest_, openImages - 1); sequence <= latest_;
          ++sequence)
         if (auto& block = slotOf(sequence); block.sequence == sequence) {
@@ -69,7 +69,7 @@ void Stream::nameMissing(const Block& block, std::uint32_t end, EndedImage& imag
 
 /// Of images that no packet came from, only the number is known; each should have as many packets as the
 /// others.
-void Stream::reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime time) noexcept {
+void Stream::reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime time) {
     EndedImage image;
     image.block = id;
     image.images = images;
@@ -82,7 +82,7 @@ void Stream::reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime tim
     report(image);
 }
 
-void Stream::report(const EndedImage& image) noexcept {
+void Stream::report(const EndedImage& image) {
     figures_.images[static_cast<std::size_t>(image.end)] += image.images;
     figures_.missing += image.missing;
     figures_.recovered += image.recovered;

@@ -18,7 +18,7 @@ Stream::Stream(Take take) : take_(std::move(take)) {
     damaged_.reserve(keptImages);
 }
 
-void Stream::add(const GigeStreamPacket& packet, StreamTime time) noexcept {
+void Stream::add(const GigeStreamPacket& packet, StreamTime time) {
     ++figures_.packets;
     lastTime_ = time;
     if (packet.isUnavailable()) {
@@ -51,7 +51,7 @@ Stream::Block* Stream::find(std::uint64_t id) noexcept {
     return block.sequence == sequence ? &block : nullptr;
 }
 
-Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) noexcept {
+Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) {
     if (latest_ == 0 || packet.hasExtendedIds != hasExtendedIds_) {
         if (latest_ != 0) ++figures_.restarts;
         endAll(false);
@@ -76,7 +76,7 @@ bool Stream::isNewLeader(const Block& block, const GigeStreamPacket& packet) con
     return block.timestamp && packet.payload.size() >= 12 && big64(packet.payload, 4) != *block.timestamp;
 }
 
-Stream::Block& Stream::restart(std::uint64_t id, StreamTime time) noexcept {
+Stream::Block& Stream::restart(std::uint64_t id, StreamTime time) {
     latest_ = firstSequence;
     packetBytes_ = 0; // perhaps with another size of packets
     noteBegin(time);
@@ -84,7 +84,7 @@ Stream::Block& Stream::restart(std::uint64_t id, StreamTime time) noexcept {
 }
 
 /// Images between the latest one and the new one get places too: their packets may still come.
-Stream::Block& Stream::advance(std::int64_t distance, std::uint64_t id, StreamTime time) noexcept {
+Stream::Block& Stream::advance(std::int64_t distance, std::uint64_t id, StreamTime time) {
     const auto target = latest_ + static_cast<std::uint64_t>(distance);
     auto next = latest_ + 1;
     if (static_cast<std::uint64_t>(distance) > openImages) {
@@ -108,7 +108,7 @@ void Stream::noteBegin(StreamTime time) noexcept {
     ++figures_.begun;
 }
 
-Stream::Block& Stream::begin(std::uint64_t sequence, std::uint64_t id, StreamTime time) noexcept {
+Stream::Block& Stream::begin(std::uint64_t sequence, std::uint64_t id, StreamTime time) {
     auto& block = slotOf(sequence);
     end(block, false);
     block.sequence = sequence;
@@ -130,7 +130,7 @@ std::uint64_t Stream::idBefore(std::uint64_t id, std::uint64_t steps) const noex
     return id + shortIds - steps; // 0 is passed over
 }
 
-void Stream::take(Block& block, const GigeStreamPacket& packet, StreamTime time) noexcept {
+void Stream::take(Block& block, const GigeStreamPacket& packet, StreamTime time) {
     if (packet.packet >= PacketSet::capacity) {
         ++figures_.beyond;
         block.isTooLarge = !block.isEnded;
@@ -143,7 +143,7 @@ void Stream::take(Block& block, const GigeStreamPacket& packet, StreamTime time)
     }
 }
 
-void Stream::takeNew(Block& block, const GigeStreamPacket& packet, StreamTime time) noexcept {
+void Stream::takeNew(Block& block, const GigeStreamPacket& packet, StreamTime time) {
     const bool wasAsked = block.asksOpen != 0 && block.asked.remove(packet.packet);
     if (wasAsked) --block.asksOpen;
     if (wasAsked || packet.isResent()) {
@@ -159,7 +159,7 @@ void Stream::takeNew(Block& block, const GigeStreamPacket& packet, StreamTime ti
     if (block.trailer && block.count == *block.trailer + 1) end(block, false);
 }
 
-void Stream::takeForm(Block& block, const GigeStreamPacket& packet) noexcept {
+void Stream::takeForm(Block& block, const GigeStreamPacket& packet) {
     switch (packet.form) {
     case GigeForm::Leader:
         block.timestamp = big64(packet.payload, 4);
@@ -190,7 +190,7 @@ void Stream::ask(const GigeResend& request) noexcept {
     figures_.askedAgain += added;
 }
 
-void Stream::finish() noexcept {
+void Stream::finish() {
     endAll(true);
     latest_ = 0;
 }

@@ -13,7 +13,8 @@
 namespace orvo::host {
 
 /// The account of one stream. An image ends when its last packet came, when `openImages` newer ones have
-/// begun, or with `finish`. All memory is taken by the constructor. One thread.
+/// begun, or with `finish`. All memory is taken by the constructor. Throws only what `take` throws. One
+/// thread.
 class Stream {
 public:
     static constexpr std::size_t openImages = 16;
@@ -24,13 +25,13 @@ public:
     /// `take` receives every image as it ends; it may be empty.
     explicit Stream(Take take);
 
-    void add(const GigeStreamPacket& packet, StreamTime time) noexcept;
+    void add(const GigeStreamPacket& packet, StreamTime time);
     void addUnreadable() noexcept { ++figures_.unreadable; }
     /// The client asks for packets again.
     void ask(const GigeResend& request) noexcept;
     /// The stream was closed, or nothing follows: ends all open images. What is missing behind the last
     /// packet of the last image is unknown and not counted.
-    void finish() noexcept;
+    void finish();
 
     const StreamFigures& figures() const noexcept { return figures_; }
     /// Images that lack packets, oldest first.
@@ -58,24 +59,24 @@ private:
     Block& slotOf(std::uint64_t sequence) noexcept { return blocks_[sequence % openImages]; }
     std::int64_t distanceTo(std::uint64_t id) const noexcept;
     Block* find(std::uint64_t id) noexcept;
-    Block* blockOf(const GigeStreamPacket& packet, StreamTime time) noexcept;
+    Block* blockOf(const GigeStreamPacket& packet, StreamTime time);
     bool isNewLeader(const Block& block, const GigeStreamPacket& packet) const noexcept;
-    Block& restart(std::uint64_t id, StreamTime time) noexcept;
-    Block& advance(std::int64_t distance, std::uint64_t id, StreamTime time) noexcept;
-    Block& begin(std::uint64_t sequence, std::uint64_t id, StreamTime time) noexcept;
+    Block& restart(std::uint64_t id, StreamTime time);
+    Block& advance(std::int64_t distance, std::uint64_t id, StreamTime time);
+    Block& begin(std::uint64_t sequence, std::uint64_t id, StreamTime time);
     std::uint64_t idBefore(std::uint64_t id, std::uint64_t steps) const noexcept;
     void noteBegin(StreamTime time) noexcept;
 
-    void take(Block& block, const GigeStreamPacket& packet, StreamTime time) noexcept;
-    void takeNew(Block& block, const GigeStreamPacket& packet, StreamTime time) noexcept;
-    void takeForm(Block& block, const GigeStreamPacket& packet) noexcept;
+    void take(Block& block, const GigeStreamPacket& packet, StreamTime time);
+    void takeNew(Block& block, const GigeStreamPacket& packet, StreamTime time);
+    void takeForm(Block& block, const GigeStreamPacket& packet);
 
     std::uint32_t expectedTrailer(const Block& block) const noexcept;
-    void end(Block& block, bool isLast) noexcept;
-    void endAll(bool isLast) noexcept;
+    void end(Block& block, bool isLast);
+    void endAll(bool isLast);
     void nameMissing(const Block& block, std::uint32_t end, EndedImage& image) const noexcept;
-    void report(const EndedImage& image) noexcept;
-    void reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime time) noexcept;
+    void report(const EndedImage& image);
+    void reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime time);
 
     const Take take_;
     StreamFigures figures_;

@@ -123,7 +123,7 @@ void StreamAccount::ask(const StreamEnds& ends, const GigeResend& request) noexc
             return entry->stream.ask(request);
 }
 
-void StreamAccount::finish() noexcept {
+void StreamAccount::finish() {
     for (const auto& entry : streams_) entry->stream.finish();
 }
 

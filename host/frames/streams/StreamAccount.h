@@ -51,7 +51,7 @@ public:
 
     void add(Bytes frame, StreamTime time);
     /// Nothing follows.
-    void finish() noexcept;
+    void finish();
 
     StreamsReport report() const;
 
