@@ -6,35 +6,14 @@
 #include "base/Signals.h"
 #include "frames/CaptureReader.h"
 #include "frames/FrameReport.h"
-#include "traffic/LiveStreams.h"
 #include "traffic/PortCounters.h"
 #include "traffic/SilentPort.h"
+#include "traffic/StreamOutput.h"
 
 #include <fmt/format.h>
 
 namespace orvo::host {
 namespace {
-
-/// Hands frames to an account instead of a file.
-class StreamOutput final : public FrameOutput {
-public:
-    explicit StreamOutput(LiveStreams& streams) : streams_(streams) {}
-
-    std::vector<std::string> paths() const override { return {}; }
-    void begin() override {}
-    void write(const void* frame, std::size_t bytes) override {
-        streams_.addReceived({static_cast<const std::uint8_t*>(frame), bytes});
-    }
-    void flush() override { streams_.noteSilence(); }
-    bool readerGone() const noexcept override { return false; }
-    void hurry() noexcept override {}
-    void close() override { streams_.finish(); }
-    const std::deque<File>& files() const noexcept override { return files_; }
-
-private:
-    LiveStreams& streams_;
-    const std::deque<File> files_;
-};
 
 StreamRunReport readCapture(const StreamRequest& request, const StreamAccount::Take& take) {
     StreamRunReport report{.request = request};

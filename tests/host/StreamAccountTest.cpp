@@ -216,12 +216,14 @@ TEST(StreamAccountTest, FollowsWhatTheClientWrites) {
     line.send(camera.answer(static_cast<GigeCommand>(0x0088), 0, 2)); // pending
     answered(camera.command(WriteRegister, {gigeStreamRegisters, camera.port}), WriteRegister);
     line.send(camera, 1, 0, 4); // numbers begin anew, which is no loss
+    line.send(camera.command(WriteRegister, {gigeStreamRegisters, camera.port}, 0));
+    line.send(camera, 1, 0, 4); // opened again without having been closed
 
     const auto text = streamsText(line.account.report());
-    EXPECT_THAT(text, testing::HasSubstr("images    1 complete, 1 incomplete\n"));
+    EXPECT_THAT(text, testing::HasSubstr("images    2 complete, 1 incomplete\n"));
     EXPECT_THAT(text, testing::HasSubstr("missing   image 5 incomplete: packets 0 to 1 of 5\n"));
     EXPECT_THAT(text, testing::HasSubstr(
-                          "control   192.168.7.2 to 192.168.7.1: 8 commands, 7 answers, privilege control, "
+                          "control   192.168.7.2 to 192.168.7.1: 9 commands, 7 answers, privilege control, "
                           "heartbeat 3000 ms, longest silence 501 ms, 1 repeated, 2 unanswered, 1 put off, "
                           "1 error (last: read register 0x0000abcd: invalid address)\n"));
 }

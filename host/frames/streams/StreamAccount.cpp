@@ -105,10 +105,11 @@ ControlChannel* StreamAccount::controlOf(std::uint32_t camera, std::uint32_t cli
 void StreamAccount::apply(const ControlChannel::Opening& opening) {
     const auto isThis = [&](const auto& entry) {
         return entry->ends.camera == opening.ends.camera && entry->isAnnounced &&
-               entry->channel == opening.channel && entry->ends != opening.ends;
+               entry->channel == opening.channel;
     };
     for (const auto& entry : streams_)
-        if (isThis(entry)) entry->stream.finish(); // closed, or sent elsewhere
+        if (isThis(entry))
+            entry->stream.finish(); // closed, sent elsewhere, or opened again, upon which numbers begin anew
     if (opening.ends.port == 0) return;
     auto* entry = find(opening.ends);
     if (!entry) entry = make(opening.ends, true);
