@@ -194,6 +194,11 @@ struct Line {
     void send(const Camera& camera, std::uint64_t block, std::uint32_t first, std::uint32_t last) {
         for (auto packet = first; packet <= last; ++packet) send(camera.packet(block, packet));
     }
+    void sendTagged(ByteVector frame) {
+        const ByteVector tag = {0x81, 0x00, 0x00, 0x05};
+        frame.insert(frame.begin() + 12, tag.begin(), tag.end());
+        send(frame);
+    }
 };
 
 TEST(StreamAccountTest, FollowsWhatTheClientWrites) {
@@ -257,7 +262,11 @@ TEST(StreamAccountTest, Follows64StreamsAndCountsWhatItGivesUp) {
     for (std::uint16_t number = 0; number < all; ++number) line.send(camera(number), 1, 0, 0); // no image
     line.send(camera(all), 1, 0, 0); // takes the place of the first
     for (std::uint32_t packet = 0; packet <= 3; ++packet)
-        for (std::uint16_t number = 1; number <= all; ++number) line.send(camera(number), 2, packet, packet);
+        for (std::uint16_t number = 1; number <= all; ++number)
+            if (number % 2 == 0)
+                line.sendTagged(camera(number).packet(2, packet));
+            else
+                line.send(camera(number), 2, packet, packet);
     line.send(camera(all + 1), 1, 0, 3); // now all have whole images
     Camera vast = camera(1);
     vast.payloads = 1u << 20;

@@ -14,7 +14,24 @@ struct Datagram {
     Bytes payload;
 };
 
+/// Of the usual form: no VLAN tag, no options of IP, no fragment. Nearly every packet of a stream has it, and
+/// the readers of all forms take twice the time.
+std::optional<Datagram> readUsualDatagram(Bytes frame) noexcept {
+    constexpr std::size_t ip = 14, udp = ip + 20, payload = udp + 8;
+    constexpr std::uint32_t fragmentBits = 0x3FFF;
+    if (frame.size() < payload || big16(frame, ip - 2) != EtherTypeIpv4 || frame[ip] != 0x45 ||
+        (big16(frame, ip + 6) & fragmentBits) != 0 || frame[ip + 9] != IpUdp)
+        return std::nullopt;
+    const std::size_t end = std::min(
+        {frame.size(), ip + std::size_t{big16(frame, ip + 2)}, udp + std::size_t{big16(frame, udp + 4)}});
+    if (end < payload) return std::nullopt;
+    return Datagram{{big32(frame, ip + 12), big32(frame, ip + 16), big16(frame, udp + 2)},
+                    big16(frame, udp),
+                    frame.subspan(payload, end - payload)};
+}
+
 std::optional<Datagram> readDatagram(Bytes frame) noexcept {
+    if (const auto usual = readUsualDatagram(frame)) return usual;
     const auto ethernet = readEthernet(frame);
     if (!ethernet || ethernet->type != EtherTypeIpv4) return std::nullopt;
     const auto ip = readIp(*ethernet);
