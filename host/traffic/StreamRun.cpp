@@ -48,9 +48,11 @@ StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Ta
     const BoardAccess access(request.installation, port.board);
     TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
+    std::optional<PortCounters> counters;
+    if (request.port.noReset) counters.emplace(access, port); // frames may come as soon as the port is open
     traffic.openLive();
+    if (!counters) counters.emplace(access, port); // what passed by during the reset is no loss
     LiveStreams streams(take);
-    PortCounters counters(access, port);
     StreamOutput output(streams);
     Capture capture(traffic.port(port), output, nullptr);
     if (endRequested() == 0) notice("following the streams at port " + port.text() + "; end with Ctrl-C");
@@ -59,7 +61,7 @@ StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Ta
     };
     std::optional<Progress> progress([&] { return progressText(streams); });
     const auto ending = [&] {
-        counters.finish(); // while frames are still taken: later ones overflow the queue
+        counters->finish(); // while frames are still taken: later ones overflow the queue
         traffic.stop();
     };
     const auto result = capture.run(request.limits, ending, explain);
@@ -67,7 +69,7 @@ StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Ta
     if (result.failure) std::rethrow_exception(result.failure);
     report.frames = result.totals.received.frames;
     report.streams = streams.report();
-    report.troubles = counters.troubles();
+    report.troubles = counters->troubles();
     report.account = traffic.finish({{.port = port, .received = report.frames}});
     return report;
 }

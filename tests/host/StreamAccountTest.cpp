@@ -296,5 +296,32 @@ TEST(StreamsCommandTest, CountsInACaptureAndAtAPortWhatAnAnalyserCounts) {
     }
 }
 
+TEST(StreamsCommandTest, NamesThePlaceOfALossAtTheSimulatedBoard) {
+    const TemporaryFolder folder;
+    const auto capture = folder.file("camera.pcap"), script = folder.file("faults.toml");
+    const Camera camera;
+    std::vector<Frame> frames;
+    for (std::uint64_t image = 1; image <= 10; ++image)
+        for (std::uint32_t packet = 0; packet <= camera.trailer(); ++packet) {
+            const auto bytes = camera.packet(image, packet);
+            frames.emplace_back(bytes.begin(), bytes.end());
+        }
+    writeCapture(capture, frames);
+    const std::pair<const char*, const char*> cases[] = {
+        {"kind = \"loss\"\ndirection = \"received\"\nat = 30",
+         "before the port: the board counted no error and no overflow"},
+        {"kind = \"overflow\"\nat = 30", "in the port's receive queue: the host reads too slowly"},
+        {"kind = \"fcs-flip\"\ndirection = \"received\"\nat = 30", "as damaged frames: CRC errors: cable"}};
+    for (const auto& [fault, place] : cases) {
+        SCOPED_TRACE(fault);
+        writeFile(script, std::string("[[fault]]\n") + fault + "\n");
+        const auto outcome = runTool({"streams", "--no-reset", "--wire", "0=pcap:" + capture, "--faults",
+                                      script, "-c", std::to_string(frames.size() - 1)});
+        EXPECT_THAT(outcome.out, testing::HasSubstr("missing   image 3 incomplete: packets 5 of 12\n"));
+        EXPECT_THAT(outcome.out, testing::HasSubstr(std::string("losses    1 packet of 1 image was lost ") +
+                                                    place + "\n"));
+    }
+}
+
 } // namespace
 } // namespace orvo::host
