@@ -23,7 +23,7 @@ void LiveStreams::addReceived(Bytes frame) {
     takeSent();
     const auto time = now();
     account_.add(frame, time);
-    if (time - publishedAt_ >= publishInterval) publish(time);
+    publish(time);
 }
 
 void LiveStreams::noteSilence() {
@@ -50,8 +50,9 @@ void LiveStreams::takeSent() {
     }
 }
 
-/// A reader that is copying the report gets this one the next time.
+/// Once in a while. A reader that is copying the report gets this one the next time.
 void LiveStreams::publish(StreamTime time) {
+    if (time - publishedAt_ < publishInterval) return;
     const std::unique_lock lock(mutex_, std::try_to_lock);
     if (!lock) return;
     publishedAt_ = time;
