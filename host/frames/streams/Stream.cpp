@@ -197,7 +197,7 @@ void Stream::finish() {
 
 std::vector<EndedImage> Stream::damaged() const {
     auto images = damaged_;
-    std::ranges::rotate(images, images.begin() + static_cast<std::ptrdiff_t>(oldest_));
+    std::rotate(images.begin(), images.begin() + static_cast<std::ptrdiff_t>(oldest_), images.end());
     return images;
 }
 
