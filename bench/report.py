@@ -74,7 +74,8 @@ def print_others(figures):
     for part, names in (("paths", [f"{path}/{size}" for path in ("receiveFloor", "sendFloor") for size in SIZES] +
                          ["gateOfReceive", "gateOfSend", "countersAndFlags", "refusedMessage"]),
                         ("pipeline", [f"packetPair/{size}" for size in SIZES]),
-                        ("scale", [f"interfaces/{count}" for count in (1, 4, 16, 64)])):
+                        ("scale", [f"interfaces/{count}" for count in (1, 4, 16, 64)]),
+                        ("streams", ["streamPacket/1", "streamPacket/64", "otherFrame"])):
         for name in names:
             print(f"  {name:<28}{number(figures.ns(part, name), 2):>11}{figures.spread_of(part, name):>14}")
 
@@ -236,6 +237,12 @@ def check_scale(results, targets):
     targets.at_most("  its growth over 10^8 frames", results.get("manyFrames/1", {}).get("bytesGrown"), 0, " bytes", why)
 
 
+def check_streams(results, targets):
+    for cameras in (1, 64):
+        targets.at_most(f"account of a stream's packet, {cameras} at once", results.get(f"streamPacket/{cameras}", {}).get("ns"), 40,
+                        " ns", results.get("failure", ""))
+
+
 SERIES = (("oneThread", "send to receive, one thread", "#2a78d6"), ("packetPair", "packet sockets over veth", "#eb6834"),
           ("line", "line rate", "#8a8a86"), ("receive", "receive", "#1baf7a"), ("send", "send", "#9a6bd0"))
 
@@ -316,6 +323,7 @@ def main():
     check_bodies(results["bodies"], targets)
     check_camera(results["camera"], targets)
     check_scale(results["scale"], targets)
+    check_streams(results["streams"], targets)
     print("\ntargets")
     print("\n".join("  " + line for line in targets.lines))
     with open(chart_file, "w") as file:

@@ -3,7 +3,7 @@
 """demo-camera.py send
 demo-camera.py receive SECONDS FILE
 
-The two ends of demo-camera.sh, both by Debian's Aravis: a software camera, and a client that acquires its images for
+The two ends of `orvo-gige demo`, both by Debian's Aravis: a software camera, and a client that acquires its images for
 SECONDS at each of two rates and writes the first as a PNG. The client's exit code is 1 if an image was lost."""
 import os
 import pathlib
@@ -50,10 +50,15 @@ def acquire(camera, rate, seconds):
     camera.set_frame_rate(rate)
     camera.start_acquisition()
     complete, failed, first = 0, 0, None
-    end = time.monotonic() + seconds
-    while time.monotonic() < end:
+    end, stopped = time.monotonic() + seconds, False
+    while True:
         buffer = stream.timeout_pop_buffer(100_000)  # us
+        if not stopped and time.monotonic() >= end:
+            camera.stop_acquisition()
+            stopped = True
         if not buffer:
+            if stopped:
+                break
             continue
         if buffer.get_status() == Aravis.BufferStatus.SUCCESS:
             complete += 1
@@ -62,7 +67,6 @@ def acquire(camera, rate, seconds):
             failed += 1
         stream.push_buffer(buffer)
     counts = {name: stream.get_info_uint64_by_name("n_" + name) for name in COUNTERS}
-    camera.stop_acquisition()
     print(f"acquired  at {rate} images/s for {seconds} s: {complete} complete, {failed} failed, "
           f"{counts['underruns']} underruns, {counts['missing_frames']} missing; {counts['received_packets']} packets, "
           f"{counts['missing_packets']} missing, {counts['resent_packets']} resent")

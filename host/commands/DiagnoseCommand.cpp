@@ -101,7 +101,8 @@ public:
         if (observation)
             files.write({time, access.installation.root().string(), std::move(found.document),
                          std::move(found.dump), observation->history(), observation->takeLog(),
-                         reported(readSettings(installation_.root))});
+                         reported(readSettings(installation_.root)), observation->images(),
+                         observation->streams()});
         return isAccounted ? Done : DifferencesFound;
     }
 

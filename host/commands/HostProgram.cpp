@@ -13,9 +13,9 @@ HostProgram::HostProgram()
     line.shareOption("--root", "DIR", "Installation to use; the same as behind the subcommand");
     for (auto* const make :
          {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand, makeExtcapCommand,
-          makeLabCommand, makeDiagnoseCommand, makeResetCommand, makeReinitializeCommand, makeEventsCommand,
-          makeWatchCommand, makeSimulateCommand, makeSimCommand, makeDoctorCommand, makeConfigCommand,
-          makeCompletionCommand})
+          makeLabCommand, makeDemoCommand, makeDiagnoseCommand, makeResetCommand, makeReinitializeCommand,
+          makeEventsCommand, makeStreamsCommand, makeCamerasCommand, makeWatchCommand, makeSimulateCommand,
+          makeSimCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
         commands.push_back(make(line));
 }
 

@@ -22,9 +22,11 @@ struct HostProgram {
 // Each subcommand is in the file of its name, such as BoardsCommand.cpp. The program must outlive it.
 std::unique_ptr<Command> makeBoardsCommand(Program& program);
 std::unique_ptr<Command> makeBridgeCommand(Program& program);
+std::unique_ptr<Command> makeCamerasCommand(Program& program);
 std::unique_ptr<Command> makeCaptureCommand(Program& program);
 std::unique_ptr<Command> makeCompletionCommand(Program& program);
 std::unique_ptr<Command> makeConfigCommand(Program& program);
+std::unique_ptr<Command> makeDemoCommand(Program& program);
 std::unique_ptr<Command> makeDiagnoseCommand(Program& program);
 std::unique_ptr<Command> makeDoctorCommand(Program& program);
 std::unique_ptr<Command> makeEventsCommand(Program& program);
@@ -35,6 +37,7 @@ std::unique_ptr<Command> makeReplayCommand(Program& program);
 std::unique_ptr<Command> makeResetCommand(Program& program);
 std::unique_ptr<Command> makeSimCommand(Program& program);
 std::unique_ptr<Command> makeSimulateCommand(Program& program);
+std::unique_ptr<Command> makeStreamsCommand(Program& program);
 std::unique_ptr<Command> makeWatchCommand(Program& program);
 
 } // namespace orvo::host

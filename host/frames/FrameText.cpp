@@ -89,6 +89,9 @@ std::string memoryText(const GigeControl& control) {
 std::string controlDetails(const GigeControl& control) {
     if (const auto resend = readGigeResend(control))
         return fmt::format(" block {} packets {} to {}", resend->block, resend->first, resend->last);
+    if (const auto ms = readGigePending(control)) return fmt::format(" {} ms", *ms);
+    if (const auto event = readGigeEvent(control))
+        return fmt::format(" {:#06x} block {}", event->id, event->block);
     switch (control.command) {
     case GigeCommand::ReadRegister:
     case GigeCommand::WriteRegister:

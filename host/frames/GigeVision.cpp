@@ -3,10 +3,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace orvo::host {
 namespace {
 
-constexpr std::uint8_t commandKey = 0x42;
 constexpr std::size_t controlHeaderBytes = 8;
 constexpr std::uint8_t answerWanted = 0x01;
 constexpr std::uint8_t extendedIds = 0x10;
@@ -34,6 +35,12 @@ bool hasRoomForForm(const GigeStreamPacket& packet) noexcept {
     return !packet.payload.empty();
 }
 
+/// A text that ends with the first NUL or with its field.
+std::string textAt(Bytes bytes, std::size_t offset, std::size_t most) {
+    const auto field = bytes.subspan(offset, most);
+    return {field.begin(), std::ranges::find(field, 0)};
+}
+
 /// Leaders and trailers name the kind of their data alike.
 std::uint16_t payloadType(const GigeStreamPacket& packet) noexcept {
     return big16(packet.payload, 2) & payloadTypeMask;
@@ -45,7 +52,7 @@ std::optional<GigeControl> readGigeControl(Bytes datagram) noexcept {
     if (datagram.size() < controlHeaderBytes) return std::nullopt;
     const std::size_t announced = big16(datagram, 4);
     if (datagram.size() < controlHeaderBytes + announced) return std::nullopt;
-    const bool isCommand = datagram[0] == commandKey;
+    const bool isCommand = datagram[0] == gigeCommandKey;
     const auto code = big16(datagram, 2);
     if (!isCommand && code % 2 == 0) return std::nullopt; // answers have odd codes
     const bool isPending = code == static_cast<std::uint16_t>(GigeCommand::Pending);
@@ -69,6 +76,30 @@ std::optional<GigeResend> readGigeResend(const GigeControl& control) noexcept {
     if (control.hasExtendedIds)
         return GigeResend{big16(bytes, 0), big64(bytes, 12), big32(bytes, 4), big32(bytes, 8)};
     return GigeResend{big16(bytes, 0), big16(bytes, 2), big32(bytes, 4) & low24, big32(bytes, 8) & low24};
+}
+
+std::optional<std::uint16_t> readGigePending(const GigeControl& control) noexcept {
+    if (!control.isAnswer || control.command != GigeCommand::Pending || control.payload.size() < 4)
+        return std::nullopt;
+    return big16(control.payload, 2);
+}
+
+std::optional<GigeEvent> readGigeEvent(const GigeControl& control) noexcept {
+    const bool isEvent = control.command == GigeCommand::Event || control.command == GigeCommand::EventData;
+    if (control.isAnswer || !isEvent || control.payload.size() < 16) return std::nullopt;
+    const auto bytes = control.payload;
+    return GigeEvent{big16(bytes, 2), big16(bytes, 4), big16(bytes, 6), big64(bytes, 8)};
+}
+
+std::optional<GigeDiscovery> readGigeDiscovery(const GigeControl& control) {
+    constexpr std::size_t answerBytes = 248;
+    const auto bytes = control.payload;
+    if (!control.isAnswer || control.command != GigeCommand::Discovery || bytes.size() < answerBytes)
+        return std::nullopt;
+    return GigeDiscovery{bytes.subspan(10, 6),   bytes.subspan(36, 4),   bytes.subspan(52, 4),
+                         bytes.subspan(68, 4),   textAt(bytes, 72, 32),  textAt(bytes, 104, 32),
+                         textAt(bytes, 136, 32), textAt(bytes, 168, 48), textAt(bytes, 216, 16),
+                         textAt(bytes, 232, 16)};
 }
 
 GigeWords gigeWordsOf(const GigeControl& control) noexcept {
@@ -96,7 +127,17 @@ std::optional<GigeImage> readGigeImage(const GigeStreamPacket& leader) noexcept 
     if (leader.form != GigeForm::Leader || bytes.size() < imageLeaderBytes ||
         payloadType(leader) != imagePayload)
         return std::nullopt;
-    return GigeImage{big64(bytes, 4), big32(bytes, 12), big32(bytes, 16), big32(bytes, 20)};
+    return GigeImage{big64(bytes, 4),  big32(bytes, 12), big32(bytes, 16),
+                     big32(bytes, 20), big16(bytes, 32), big16(bytes, 34)};
+}
+
+// Bits 16 to 23 of a pixel format are the bits of a pixel. The widest product is below 2^62, so that a lie
+// of a leader cannot overflow: sizes are cut to 27 bits.
+std::uint64_t GigeImage::bytes() const noexcept {
+    constexpr std::uint64_t most = (1u << 27) - 1;
+    const std::uint64_t bits = pixelFormat >> 16 & 0xFFu;
+    const auto columns = std::min<std::uint64_t>(width, most), lines = std::min<std::uint64_t>(height, most);
+    return (columns * lines * bits + 7) / 8 + lines * paddingX + paddingY;
 }
 
 std::string gigeCommandName(GigeCommand command) {

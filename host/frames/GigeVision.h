@@ -13,6 +13,17 @@
 namespace orvo::host {
 
 inline constexpr std::uint16_t gigeControlPort = 3956; ///< UDP, at the camera
+inline constexpr std::uint8_t gigeCommandKey = 0x42;   ///< a command begins with it
+
+/// Registers that every camera has.
+enum GigeRegister : std::uint32_t {
+    GigeHeartbeat = 0x0938,       ///< ms without a command, after which the camera is free again
+    GigeControlPrivilege = 0x0A00 ///< bit 0 exclusive, bit 1 control; 0: nobody has it
+};
+inline constexpr std::uint32_t gigeStreamRegisters = 0x0D00; ///< of channel 0; the others follow
+inline constexpr std::uint32_t gigeStreamStride = 0x40;      ///< bytes from channel to channel
+inline constexpr std::uint32_t gigeStreamPort = 0x00;        ///< low 16 bits; 0 closes the channel
+inline constexpr std::uint32_t gigeStreamDestination = 0x18; ///< the receiver's address
 
 /// Codes of commands. The answer to a command that has one is its code plus 1.
 enum class GigeCommand : std::uint16_t {
@@ -51,6 +62,26 @@ struct GigeResend {
     std::uint32_t first, last; ///< packets
 };
 std::optional<GigeResend> readGigeResend(const GigeControl& control) noexcept;
+
+/// The time in ms within which the real answer may be expected.
+std::optional<std::uint16_t> readGigePending(const GigeControl& control) noexcept;
+
+/// The first event of a message from the camera.
+struct GigeEvent {
+    std::uint16_t id;
+    std::uint16_t channel; ///< of the stream that it belongs to
+    std::uint16_t block;
+    std::uint64_t timestamp; ///< camera's ticks
+};
+std::optional<GigeEvent> readGigeEvent(const GigeControl& control) noexcept;
+
+/// How a camera introduces itself.
+struct GigeDiscovery {
+    Bytes mac;
+    Bytes address, subnetMask, gateway; ///< IPv4
+    std::string maker, model, version, remark, serial, userName;
+};
+std::optional<GigeDiscovery> readGigeDiscovery(const GigeControl& control);
 
 /// Words of a read or write: addresses and values, in the order in which they stand. Of a command to read,
 /// addresses; of its answer, values; of a command to write, pairs.
@@ -93,7 +124,11 @@ std::optional<GigeStreamPacket> readGigeStream(Bytes datagram) noexcept;
 struct GigeImage {
     std::uint64_t timestamp; ///< camera's ticks
     std::uint32_t pixelFormat;
-    std::uint32_t width, height; ///< pixels
+    std::uint32_t width, height;      ///< pixels
+    std::uint16_t paddingX, paddingY; ///< bytes behind each line and behind the image
+
+    /// Of its payload packets together.
+    std::uint64_t bytes() const noexcept;
 };
 /// Nothing when the leader announces anything but an image.
 std::optional<GigeImage> readGigeImage(const GigeStreamPacket& leader) noexcept;

@@ -67,18 +67,6 @@ std::optional<IpPacket> readIpv6(Bytes packet) noexcept {
 
 } // namespace
 
-std::uint16_t big16(Bytes bytes, std::size_t offset) noexcept {
-    return static_cast<std::uint16_t>(bytes[offset] << 8 | bytes[offset + 1]);
-}
-
-std::uint32_t big32(Bytes bytes, std::size_t offset) noexcept {
-    return std::uint32_t{big16(bytes, offset)} << 16 | big16(bytes, offset + 2);
-}
-
-std::uint64_t big64(Bytes bytes, std::size_t offset) noexcept {
-    return std::uint64_t{big32(bytes, offset)} << 32 | big32(bytes, offset + 4);
-}
-
 std::optional<EthernetHeader> readEthernet(Bytes frame) noexcept {
     if (frame.size() < ethernetBytes) return std::nullopt;
     EthernetHeader header{frame.first(macBytes), frame.subspan(macBytes, macBytes), std::nullopt,

@@ -15,9 +15,15 @@ namespace orvo::host {
 using Bytes = std::span<const std::uint8_t>;
 
 /// Numbers in network byte order. The bytes must be there.
-std::uint16_t big16(Bytes bytes, std::size_t offset) noexcept;
-std::uint32_t big32(Bytes bytes, std::size_t offset) noexcept;
-std::uint64_t big64(Bytes bytes, std::size_t offset) noexcept;
+inline std::uint16_t big16(Bytes bytes, std::size_t offset) noexcept {
+    return static_cast<std::uint16_t>(bytes[offset] << 8 | bytes[offset + 1]);
+}
+inline std::uint32_t big32(Bytes bytes, std::size_t offset) noexcept {
+    return std::uint32_t{big16(bytes, offset)} << 16 | big16(bytes, offset + 2);
+}
+inline std::uint64_t big64(Bytes bytes, std::size_t offset) noexcept {
+    return std::uint64_t{big32(bytes, offset)} << 32 | big32(bytes, offset + 4);
+}
 
 enum EtherType : std::uint16_t { EtherTypeIpv4 = 0x0800, EtherTypeArp = 0x0806, EtherTypeIpv6 = 0x86DD };
 enum IpProtocol : std::uint8_t { IpIcmp = 1, IpTcp = 6, IpUdp = 17, IpIcmpv6 = 58 };

@@ -111,7 +111,8 @@ int Lab::bridge() const {
         setLinkUp(hostInterface);
         kill(getppid(), SIGUSR1);
     };
-    printReport(bridgeText(runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp})));
+    const auto report = runBridge(bridgeRequest(options_), {.wires = &board_, .ready = setUp});
+    printReport(options_.report ? options_.report(report) : bridgeText(report));
     return Done;
 }
 

@@ -8,11 +8,14 @@
 #include "device/PortAddress.h"
 #include "frames/Interface.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace orvo::host {
+
+struct BridgeReport;
 
 struct LabOptions {
     std::vector<std::string> command; ///< runs in the host end
@@ -22,6 +25,8 @@ struct LabOptions {
     PortAddress port;
     std::string root; ///< of the installation
     bool interactive = false;
+    /// What to print on standard error in the end; empty: the bridge's whole report.
+    std::function<std::string(const BridgeReport&)> report = {};
 };
 
 /// Three network namespaces: the camera's, the host's, and the board's. The port's wire ends in the board's,

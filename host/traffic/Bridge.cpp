@@ -47,9 +47,9 @@ std::uint64_t BridgeTotals::takenFromPort() const noexcept {
 }
 
 Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
-               BridgeRecording* recording, Hooks hooks)
-    : port_(port), tap_(tap), requests_(requests), recording_(recording), hooks_(std::move(hooks)),
-      buffer_(bufferBytes) {}
+               BridgeRecording* recording, LiveStreams& streams, Hooks hooks)
+    : port_(port), tap_(tap), requests_(requests), recording_(recording), streams_(streams),
+      hooks_(std::move(hooks)), buffer_(bufferBytes) {}
 
 BridgeTotals Bridge::totals() const {
     return {toPort_.sent.value(),     toTap_.delivered.value(),   valuesOf(toPort_.dropped),
@@ -177,6 +177,7 @@ void Bridge::send(std::span<const std::uint8_t> bytes) {
     const auto padded = paddedFrame(frame);
     toPort_.sent.add(static_cast<std::size_t>(padded.size()));
     if (recording_) recording_->add(BridgeRecording::Direction::ToPort, padded);
+    streams_.addSent(padded);
     port_.addToSendQueue(boost::make_shared<EthernetFrame>(padded));
     port_.transmitSendQueue();
 }
@@ -200,7 +201,10 @@ void Bridge::carryToTap() noexcept {
     try {
         while (!stopRequested_.load(std::memory_order_relaxed) && endRequested() == 0) {
             receives_.wait(false, std::memory_order_relaxed);
-            if (const auto frame = port_.receive(nullptr)) deliver(frame->data());
+            if (const auto frame = port_.receive(nullptr))
+                deliver(frame->data());
+            else
+                streams_.noteSilence();
         }
     } catch (...) {
         failure_ = std::current_exception();
@@ -211,6 +215,7 @@ void Bridge::carryToTap() noexcept {
 void Bridge::deliver(const QByteArray& frame) {
     const auto bytes = static_cast<std::size_t>(frame.size());
     if (recording_) recording_->add(BridgeRecording::Direction::ToTap, frame);
+    streams_.addReceived({reinterpret_cast<const std::uint8_t*>(frame.constData()), bytes});
     const auto drop = tap_.write(frame.constData(), bytes);
     const auto state = tapState_.load(std::memory_order_relaxed);
     if (!drop) {

@@ -8,6 +8,7 @@
 #include "frames/FramePreparation.h"
 #include "frames/TapDevice.h"
 #include "traffic/BridgeRecording.h"
+#include "traffic/LiveStreams.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
@@ -54,7 +55,7 @@ public:
 
     /// `recording` may be null; what is given must outlive the bridge. `requests` are SIGUSR1 and SIGUSR2.
     Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
-           BridgeRecording* recording, Hooks hooks);
+           BridgeRecording* recording, LiveStreams& streams, Hooks hooks);
 
     /// Carries frames until a signal asks for the end; ending takes as long as one empty `receive` of the
     /// port. Errors: what the port throws.
@@ -88,6 +89,7 @@ private:
     TapDevice& tap_;
     const RequestSignals& requests_;
     BridgeRecording* const recording_;
+    LiveStreams& streams_;
     const Hooks hooks_;
     std::vector<std::uint8_t> buffer_; // one frame of the TAP, perhaps a joined one
     std::atomic<TapState> tapState_{TapState::Working};

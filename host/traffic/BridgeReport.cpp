@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "traffic/BridgeReport.h"
 
+#include "frames/streams/StreamText.h"
+
 #include <fmt/format.h>
 
 namespace orvo::host {
@@ -59,7 +61,8 @@ std::string bridgeText(const BridgeReport& report) {
         if (recording->omittedFrames != 0)
             text += framesLine("omitted", recording->omittedFrames, "from the recording, which was too slow");
     }
-    return text + durationLine(report.duration) + report.account.text();
+    return text + durationLine(report.duration) + streamsSection(report.streams, report.troubles) +
+           report.account.text();
 }
 
 nlohmann::ordered_json bridgeJson(const BridgeReport& report) {
@@ -73,6 +76,7 @@ nlohmann::ordered_json bridgeJson(const BridgeReport& report) {
         document["recording"] = {{"file", report.request.recording},
                                  {"frames", report.recording->recordedFrames},
                                  {"omitted", report.recording->omittedFrames}};
+    document["gigeVision"] = streamsSectionJson(report.streams, report.troubles);
     report.account.addTo(document);
     return document;
 }
@@ -92,7 +96,9 @@ std::string metricsOfBridge(const BridgeReport& report) {
     const auto bytes = Metric(report, "orvo_gige_bridge_bytes_total", "bytes of those frames")
                            .add("direction", "to_port", toPort.bytes)
                            .add("direction", "to_tap", toTap.bytes);
-    return frames.text() + bytes.text() + dropped.text() + events.text();
+    const auto port = report.request.port.address;
+    return frames.text() + bytes.text() + dropped.text() + events.text() +
+           streamsMetrics(report.streams, fmt::format("board=\"{}\",port=\"{}\"", port.board, port.port));
 }
 
 } // namespace orvo::host

@@ -5,6 +5,8 @@
 #include "device/BoardAccess.h"
 #include "frames/FrameReport.h"
 #include "frames/Interface.h"
+#include "frames/streams/StreamAccount.h"
+#include "inspect/streams/LossPlace.h"
 #include "traffic/Bridge.h"
 #include "traffic/TrafficRun.h"
 
@@ -36,6 +38,8 @@ struct BridgeReport {
     BridgeTotals totals = {};
     Drops drops = {}; ///< all of them: at the TAP, in this program, in the plug-in, at the board
     std::chrono::duration<double> duration = {};
+    StreamsReport streams = {}; ///< of cameras behind the port
+    PortTroubles troubles = {};
     std::optional<BridgeRecordingReport> recording = {}; ///< once it is complete
     TrafficAccount account = {};                         ///< of a running bridge only the events
 

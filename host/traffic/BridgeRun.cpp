@@ -13,6 +13,7 @@
 #include "device/Board.h"
 #include "device/FileConflicts.h"
 #include "inspect/watch/MetricsFile.h"
+#include "traffic/PortCounters.h"
 #include "traffic/PortLosses.h"
 #include "traffic/ReinitializationRun.h"
 #include "traffic/TapEnd.h"
@@ -69,8 +70,8 @@ public:
     LiveBridge(const BridgeRequest& request, const BoardAccess& access, TrafficRun& traffic, TapEnd& tap,
                const RequestSignals& requests, BridgeRecording* recording)
         : request_(request), traffic_(traffic), tap_(tap), losses_(access, request.port.address),
-          reopening_(traffic.device(request.port.address)),
-          bridge_(traffic.port(request.port.address), tap.device(), requests, recording, hooks()) {}
+          reopening_(traffic.device(request.port.address)), counters_(access, request.port.address),
+          bridge_(traffic.port(request.port.address), tap.device(), requests, recording, streams_, hooks()) {}
 
     void run(const BridgeSetting& setting, MetricsFile& metrics) {
         tellReady(request_, setting);
@@ -83,16 +84,15 @@ public:
             if (!setting.ready) progress.emplace([this] { return progressText(); });
         }
         bridge_.run();
+        streams_.finish();
         duration_ = Clock::now() - begin_;
     }
 
     /// The report so far. Any thread.
-    BridgeReport report() const {
-        BridgeReport report{
-            .request = request_, .totals = bridge_.totals(), .drops = lossesOutside(tap_, losses_)};
-        report.duration = duration_.count() != 0 ? duration_ : Clock::now() - begin_;
-        report.account.events = traffic_.events();
-        report.addOwnDrops();
+    BridgeReport report() {
+        auto report = counts();
+        report.streams = streams_.report();
+        report.troubles = counters_.troubles();
         return report;
     }
 
@@ -108,18 +108,28 @@ public:
     }
 
 private:
+    /// Without the streams. Any thread.
+    BridgeReport counts() const {
+        BridgeReport report{
+            .request = request_, .totals = bridge_.totals(), .drops = lossesOutside(tap_, losses_)};
+        report.duration = duration_.count() != 0 ? duration_ : Clock::now() - begin_;
+        report.account.events = traffic_.events();
+        report.addOwnDrops();
+        return report;
+    }
+
     Bridge::Hooks hooks() {
         return {.tell = notice,
                 .tapRead = [this] { tap_.observe(); },
                 .tapReturned = [this] { tap_.setUpAgain(); },
-                .ending = [this] { traffic_.stop(); },
+                .ending = [this] { end(); },
                 .report = [this] { std::fputs(bridgeText(report()).c_str(), stderr); },
                 .release = [this] { return release(); },
                 .reopen = [this] { return reopen(); }};
     }
 
     std::string progressText() const {
-        const auto now = report();
+        const auto now = counts();
         const auto &toPort = now.totals.toPort, &toTap = now.totals.toTap;
         return fmt::format("to the port {} ({:.1f} MB), to the TAP {} ({:.1f} MB), dropped {}",
                            grouped(toPort.frames), static_cast<double>(toPort.bytes) / 1e6,
@@ -127,7 +137,14 @@ private:
                            grouped(now.drops.frames()));
     }
 
+    /// The port still takes frames; afterwards, its queue may overflow.
+    void end() {
+        counters_.finish();
+        traffic_.stop();
+    }
+
     bool release() {
+        counters_.letGo();
         try {
             traffic_.device(request_.port.address).releaseDevice();
         } catch (const Failure& error) {
@@ -166,6 +183,8 @@ private:
     bool isReleased_ = false;
     Clock::time_point releasedAt_{};
     std::uint64_t lostOfTap_ = 0; // until the release
+    PortCounters counters_;
+    LiveStreams streams_;
     Bridge bridge_;
 };
 

@@ -7,10 +7,10 @@
 #include "device/PortStatistics.h"
 #include "inspect/watch/Sampler.h"
 #include "traffic/Capture.h"
+#include "traffic/PortCounters.h"
+#include "traffic/StreamOutput.h"
 
 #include <fmt/format.h>
-
-#include <poll.h>
 
 #include <algorithm>
 #include <condition_variable>
@@ -26,12 +26,10 @@ constexpr Seconds longestDiagnosis{10};
 constexpr double readingsAtMost = 400;
 constexpr std::size_t historyLength = 2000;
 
-void waitFor(Seconds time) {
-    pollfd source{endDescriptor(), POLLIN, 0};
-    const auto end = Clock::now() + std::chrono::duration_cast<Clock::duration>(time);
-    while (Clock::now() < end && endRequested() == 0)
-        poll(&source, 1,
-             static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count()));
+constexpr Seconds shortestImageInterval{0.5};
+
+StreamTime nanosecondsOf(Clock::duration time) {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
 }
 
 /// For a flag, its present value if it was not set at first.
@@ -58,6 +56,7 @@ Observation::~Observation() = default;
 void Observation::begin(FrameReceiver& receiver) {
     const SignalShield handledElsewhere; // the threads inherit it
     receiver.start();
+    begunAt_ = Clock::now();
     sampler_ = std::make_unique<Sampler>(access_, SamplerOptions{.board = port_.board});
     readOnce(0);
     thread_ = std::jthread([this](const std::stop_token& stop) { read(stop); });
@@ -66,11 +65,9 @@ void Observation::begin(FrameReceiver& receiver) {
 void Observation::goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
     {
         const Progress progress([] { return "watching the port"; });
-        captureFile_.empty() ? waitFor(time_) : record(port, receiver);
+        follow(port, receiver);
     }
     endReading();
-    receiver.stop();
-    receivedFrames_ += receiver.returned().frames;
     throwIfEndRequested();
 }
 
@@ -102,14 +99,27 @@ void Observation::readOnce(double seconds) {
     }
 }
 
-void Observation::record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
-    CaptureOutput output(captureFile_, {captureInterface(port_)}, std::nullopt);
+void Observation::follow(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
+    std::optional<CaptureOutput> file;
+    if (!captureFile_.empty()) file.emplace(captureFile_, {captureInterface(port_)}, std::nullopt);
+    const auto interval = std::max(shortestImageInterval, time_ / readingsAtMost);
+    ImageHistory images(nanosecondsOf(begunAt_.time_since_epoch()),
+                        nanosecondsOf(Clock::now().time_since_epoch()),
+                        nanosecondsOf(std::chrono::ceil<Clock::duration>(interval)), historyLength);
+    LiveStreams streams([&](const StreamEnds&, const EndedImage& image) { images.add(image); });
+    StreamOutput output(streams, file ? &*file : nullptr);
     output.begin();
     receiver.stop();
+    PortCounters counters(access_, port_);
     PortSource source(port);
-    const auto result = Capture(source, output, nullptr).run({.time = time_}, [this] { endReading(); });
-    receivedFrames_ = result.totals.received.frames;
+    const auto result = Capture(source, output, nullptr).run({.time = time_}, [&] {
+        counters.finish();
+        endReading();
+    });
+    receivedFrames_ = receiver.returned().frames + result.totals.received.frames;
     if (result.failure) std::rethrow_exception(result.failure);
+    images_ = images.chart();
+    streams_ = streamsSection(streams.report(), counters.troubles());
 }
 
 std::vector<Finding> Observation::findings() const {

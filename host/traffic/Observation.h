@@ -5,6 +5,7 @@
 #include "device/BoardAccess.h"
 #include "device/PluginLog.h"
 #include "inspect/diagnosis/Findings.h"
+#include "inspect/streams/ImageHistory.h"
 #include "inspect/watch/PortHistory.h"
 #include "traffic/FrameReceiver.h"
 
@@ -22,9 +23,9 @@ namespace orvo::host {
 
 class Sampler;
 
-/// Reads a port's counters on a thread of its own, keeps the plug-in's messages, and records what the port
-/// receives. Before the recording, frames are taken from the port and dropped: a full queue would show as
-/// loss.
+/// Reads a port's counters on a thread of its own, keeps the plug-in's messages, follows the streams of
+/// cameras, and records what the port receives. During the diagnosis itself, frames are taken from the port
+/// and dropped: a full queue would show as loss.
 class Observation {
 public:
     /// Keeps messages from now on. What the port receives later goes into `captureFile`, unless that is
@@ -36,8 +37,8 @@ public:
     /// Starts the port's receiver and the reading of counters. Errors: Failure when the board is not there.
     void begin(FrameReceiver& receiver);
 
-    /// After the diagnosis: goes on for the time given to the constructor. A recording first ends the
-    /// receiver. Errors: Interruption; Failure when the recording cannot be written.
+    /// After the diagnosis: ends the receiver, and goes on for the time given to the constructor. Errors:
+    /// Interruption; Failure when the recording cannot be written.
     void goOn(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
 
     /// After `goOn`: the readings, findings from them, frames taken from the port, messages.
@@ -45,11 +46,14 @@ public:
     std::vector<Finding> findings() const;
     std::uint64_t receivedFrames() const noexcept { return receivedFrames_; }
     std::vector<LoggedMessage> takeLog() { return runLog_.take(); }
+    /// Images of cameras over time, and the account of their streams; empty without any.
+    const Chart& images() const noexcept { return images_; }
+    const std::string& streams() const noexcept { return streams_; }
 
 private:
     void read(const std::stop_token& stop);
     void readOnce(double seconds);
-    void record(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
+    void follow(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver);
     void endReading();
 
     const BoardAccess& access_;
@@ -58,6 +62,9 @@ private:
     const std::chrono::duration<double> interval_;
     const std::string captureFile_; // empty: nothing is recorded
     std::uint64_t receivedFrames_ = 0;
+    std::chrono::steady_clock::time_point begunAt_{};
+    Chart images_;
+    std::string streams_;
     const PluginLog log_;
     RunLog runLog_;
     std::unique_ptr<Sampler> sampler_;

@@ -16,6 +16,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t cou
                        std::ranges::all_of(line, [](char c) { return c >= ' ' && c <= '~'; }));
     if (const auto control = readGigeControl(frame)) {
         readGigeResend(*control);
+        readGigePending(*control);
+        readGigeEvent(*control);
+        readGigeDiscovery(*control);
         const auto words = gigeWordsOf(*control);
         for (std::size_t i = 0; i < words.count(); ++i) static_cast<void>(words[i]);
     }

@@ -82,6 +82,10 @@ TEST(FrameTextTest, TellsEachProtocolAndSurvivesLengthsThatLie) {
          "IPv4 58 192.168.7.2:5000 > 192.168.7.1:3956 GVCP write register 0x00000a00 = 0x00000002, id 7"},
         {udp("0030", "0f74", "001c 0000 4200 0040 000c 0008 0001 0011 00000003 00000009"),
          "IPv4 62 192.168.7.2:5000 > 192.168.7.1:3956 GVCP packet resend block 17 packets 3 to 9, id 8"},
+        {udp("0028", "0f74", "0014 0000 0000 0089 0004 0009 0000 01f4"),
+         "IPv4 54 192.168.7.2:5000 > 192.168.7.1:3956 GVCP pending answer 500 ms, id 9"},
+        {udp("0034", "0f74", "0020 0000 4201 00c0 0010 000a 0000 9001 0000 0007 0000000000000001"),
+         "IPv4 66 192.168.7.2:5000 > 192.168.7.1:3956 GVCP event 0x9001 block 7, id 10"},
         {udp("0024", "0f74",
              "0010 0000 8006 0083 0000 0007"), // its length holds, an answer's value is missing
          "IPv4 50 192.168.7.2:5000 > 192.168.7.1:3956 GVCP write register answer: access denied, id 7"},

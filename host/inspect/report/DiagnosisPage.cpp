@@ -88,7 +88,7 @@ Chart troubleChart(const PortHistory& history, const char* id, const char* title
     return chart;
 }
 
-std::string chartsOf(const PortHistory& history) {
+std::string chartsOf(const PortHistory& history, const Chart& images) {
     constexpr double mbitPerByte = 8e-6;
     auto frames = emptyChart(history, "frames", "Frames", "per second");
     addSeries(frames, history, Counter::ReceivedPackets, "received");
@@ -100,9 +100,15 @@ std::string chartsOf(const PortHistory& history) {
     if (errors.series.empty()) // a flat line shows that nothing was damaged
         addSeries(errors, history, Counter::ReceiveErrors, rowOf(Counter::ReceiveErrors).name);
     std::string content;
-    for (const auto& chart : {frames, data, errors, troubleChart(history, "words", "Lost words", "words")})
+    for (const auto& chart :
+         {frames, data, errors, troubleChart(history, "words", "Lost words", "words"), images})
         if (!chart.series.empty()) content += figureOf(chart);
     return section("Rates and errors over time", tag("div", {{"class", "charts"}}, content));
+}
+
+std::string streamsOf(const Report& report) {
+    if (report.streams.empty()) return {};
+    return section("Streams of cameras", tag("pre", escaped(report.streams)));
 }
 
 std::string countersOf(const Report& report) {
@@ -185,7 +191,7 @@ std::string pageOf(const Report& report) {
     auto board = boardFacts(diagnosis);
     board.emplace_back("installation", report.installation);
     const auto sections = findingsOf(diagnosis) + section("Link", html::listOf(linkFacts(diagnosis))) +
-                          chartsOf(report.history) + countersOf(report) +
+                          chartsOf(report.history, report.images) + streamsOf(report) + countersOf(report) +
                           section("Board", html::listOf(board)) + phyOf(diagnosis["phy"]) +
                           configurationOf(report.settings) + logOf(report);
     return "<!DOCTYPE html>\n" +

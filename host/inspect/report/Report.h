@@ -3,6 +3,7 @@
 #pragma once
 
 #include "device/PluginLog.h"
+#include "inspect/report/Chart.h"
 #include "inspect/watch/PortHistory.h"
 
 #include <nlohmann/json.hpp>
@@ -35,6 +36,8 @@ struct Report {
     PortHistory history;              ///< counters during the diagnosis and afterwards
     std::vector<LoggedMessage> log;
     ReportedSettings settings;
+    Chart images = {};        ///< of cameras; without series where there were none
+    std::string streams = {}; ///< their account; empty likewise
 };
 
 class ReplacedFile;

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "base/Output.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
+#include "frames/streams/StreamText.h"
+#include "traffic/StreamRun.h"
+
+#include <cstdio>
+
+namespace orvo::host {
+namespace {
+
+constexpr double shortestSeconds = 0.001;
+constexpr double longestSeconds = 1e9; // 31 years
+
+class StreamsCommand : public Command {
+public:
+    explicit StreamsCommand(Program& program)
+        : Command(program, "streams",
+                  "Account for the images of cameras: in a capture, or at a port until interrupted") {
+        line()
+            .text("FILE", "", request_.capture,
+                  "Capture to read: pcap or pcapng, also gzip-compressed; - is standard input (default: "
+                  "take frames from the port)")
+            .notEmpty();
+        line().flag("--images", showImages_, "Print a line for each image that lacks packets, as it ends");
+        line().number("-c,--count", request_.limits.frames, {.least = 1},
+                      "End after so many frames of any kind at the port");
+        line().value(
+            "-d,--duration", "S",
+            [this](const std::string& text) {
+                request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
+            },
+            "End after so many seconds at the port");
+        addTrafficOptions(line(), request_, json_);
+    }
+
+    int run() override {
+        StreamAccount::Take take;
+        if (showImages_) take = showImage;
+        const auto report = runStreams(request_, take);
+        const bool isAccounted = !report.account || printLedger(report.account->ledger);
+        const auto text = json_ ? jsonText(streamRunJson(report)) : streamRunText(report);
+        if (showImages_)
+            std::fputs(text.c_str(), stderr); // standard output has the images
+        else
+            printReport(text);
+        return isAccounted ? Done : DifferencesFound;
+    }
+
+private:
+    static void showImage(const StreamEnds& ends, const EndedImage& image) {
+        if (!image.isWhole()) print(streamEndsText(ends) + " " + endedImageText(image) + "\n");
+    }
+
+    StreamRequest request_;
+    bool showImages_ = false;
+    bool json_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeStreamsCommand(Program& program) {
+    return std::make_unique<StreamsCommand>(program);
+}
+
+} // namespace orvo::host

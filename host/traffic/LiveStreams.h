@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "frames/FrameCount.h"
+#include "frames/streams/StreamAccount.h"
+
+#include <QByteArray>
+#include <boost/lockfree/spsc_queue.hpp>
+
+#include <chrono>
+#include <mutex>
+
+namespace orvo::host {
+
+/// The account of streams among frames in motion: one thread takes frames from the port, another may send
+/// some to it, and any may ask for a report. Neither of the two waits for anyone.
+class LiveStreams {
+public:
+    explicit LiveStreams(StreamAccount::Take take = {});
+
+    /// A frame from the port; receiving thread.
+    void addReceived(Bytes frame);
+    /// No frame has come for some time; receiving thread.
+    void noteSilence();
+    /// A frame to the port, of which only commands to cameras are kept; sending thread.
+    void addSent(const QByteArray& frame);
+    /// Ends the account when both threads have ended.
+    void finish();
+
+    /// As of a second ago at most; complete after `finish`. Any thread.
+    StreamsReport report() const;
+    /// Commands that were sent faster than they could be followed. Any thread.
+    std::uint64_t omittedCommands() const noexcept { return omitted_.value(); }
+
+private:
+    struct Sent {
+        StreamTime time;
+        QByteArray frame;
+    };
+
+    void takeSent();
+    void publish(StreamTime now);
+
+    StreamAccount account_; // the receiving thread's
+    StreamTime publishedAt_ = 0;
+    boost::lockfree::spsc_queue<Sent, boost::lockfree::capacity<256>> sent_;
+    LiveCounter omitted_;
+    mutable std::mutex mutex_; // guards the report; the receiving thread only tries
+    StreamsReport report_;
+};
+
+} // namespace orvo::host

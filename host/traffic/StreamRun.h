@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+// Streams of a capture, or of a port while frames are taken from it, from the request to the report.
+#pragma once
+
+#include "device/BoardAccess.h"
+#include "frames/streams/StreamAccount.h"
+#include "inspect/streams/LossPlace.h"
+#include "traffic/Capture.h"
+#include "traffic/TrafficRun.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace orvo::host {
+
+struct StreamRequest {
+    std::string capture;  ///< read this file; empty: take frames from the port
+    CaptureLimits limits; ///< at the port
+    PortOptions port;
+    InstallationOptions installation;
+};
+
+struct StreamRunReport {
+    StreamRequest request;
+    StreamsReport streams = {};
+    std::uint64_t frames = 0; ///< of every kind
+    PortTroubles troubles = {};
+    std::optional<TrafficAccount> account = {}; ///< of a port
+};
+
+/// `take` receives every image as it ends, on any thread. Errors: Failure, UsageFailure; Interruption while a
+/// file is read.
+StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Take& take);
+
+std::string streamRunText(const StreamRunReport& report);
+nlohmann::ordered_json streamRunJson(const StreamRunReport& report);
+
+} // namespace orvo::host
