@@ -101,7 +101,7 @@ void Observation::readOnce(double seconds) {
 
 void Observation::follow(core::zume::PhysicalNetworkInterface& port, FrameReceiver& receiver) {
     std::optional<CaptureOutput> file;
-    if (!captureFile_.empty()) file.emplace(captureFile_, {captureInterface(port_)}, std::nullopt);
+    if (!captureFile_.empty()) file.emplace(captureFile_, std::vector{captureInterface(port_)}, std::nullopt);
     const auto interval = std::max(shortestImageInterval, time_ / readingsAtMost);
     ImageHistory images(nanosecondsOf(begunAt_.time_since_epoch()),
                         nanosecondsOf(Clock::now().time_since_epoch()),
