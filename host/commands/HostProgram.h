@@ -22,6 +22,7 @@ struct HostProgram {
 // Each subcommand is in the file of its name, such as BoardsCommand.cpp. The program must outlive it.
 std::unique_ptr<Command> makeBoardsCommand(Program& program);
 std::unique_ptr<Command> makeBridgeCommand(Program& program);
+std::unique_ptr<Command> makeCallsCommand(Program& program);
 std::unique_ptr<Command> makeCaptureCommand(Program& program);
 std::unique_ptr<Command> makeCompletionCommand(Program& program);
 std::unique_ptr<Command> makeConfigCommand(Program& program);

@@ -44,8 +44,10 @@ CaptureResult record(const CaptureRequest& request, const BoardAccess& access, T
     const auto explain = [&] {
         notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(access, port));
     };
+    auto limits = request.limits;
+    if (access.playback) limits.isOver = [&] { return access.playback->isOver(); };
     return capture.run(
-        request.limits, [&] { traffic.stop(); }, explain);
+        limits, [&] { traffic.stop(); }, access.playback ? Capture::Call() : explain);
 }
 
 std::string filesOf(const CaptureReport& report) {
