@@ -14,6 +14,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 
 namespace orvo::bench {
 
@@ -23,7 +24,8 @@ class SimulatedPorts {
 public:
     static constexpr unsigned count = 4;
 
-    SimulatedPorts();
+    /// `record`: file that every board call is recorded in; empty: none.
+    explicit SimulatedPorts(const std::string& record = "");
 
     core::zume::PhysicalNetworkInterface& operator[](std::size_t port) { return ports_[port]->interface(); }
 

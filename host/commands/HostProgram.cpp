@@ -14,8 +14,8 @@ HostProgram::HostProgram()
     for (auto* const make :
          {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand, makeExtcapCommand,
           makeLabCommand, makeDiagnoseCommand, makeResetCommand, makeReinitializeCommand, makeEventsCommand,
-          makeWatchCommand, makeCallsCommand, makeSimulateCommand, makeSimCommand, makeDoctorCommand,
-          makeConfigCommand, makeCompletionCommand})
+          makeWatchCommand, makeCallsCommand, makeSelftestCommand, makeSimulateCommand, makeSimCommand,
+          makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
         commands.push_back(make(line));
 }
 

@@ -34,6 +34,7 @@ std::unique_ptr<Command> makeLabCommand(Program& program);
 std::unique_ptr<Command> makeReinitializeCommand(Program& program);
 std::unique_ptr<Command> makeReplayCommand(Program& program);
 std::unique_ptr<Command> makeResetCommand(Program& program);
+std::unique_ptr<Command> makeSelftestCommand(Program& program);
 std::unique_ptr<Command> makeSimCommand(Program& program);
 std::unique_ptr<Command> makeSimulateCommand(Program& program);
 std::unique_ptr<Command> makeWatchCommand(Program& program);

@@ -56,6 +56,9 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     : installation(options.root), libraries(installation, reachOf(options)),
       simulator(simulatorOf(libraries)), virtualTime(options.virtualTime && options.recording.empty()),
       server(simulator && !options.isServer ? simulator->server() : ""), hasFaults(!options.faults.empty()) {
+    if (!options.record.empty() && !options.recording.empty())
+        throw UsageFailure(
+            "--record is for a board, and a recording answers instead of one; leave one of both out");
     if (!options.recording.empty()) {
         playback.emplace(options.recording, options.playback);
         if (!options.playback.isRealTime) letSleepsAdvance(skipSleep);

@@ -69,6 +69,9 @@ struct BoardAccess {
     /// program holds it.
     void requirePort(PortAddress port) const;
 
+    /// Completes the file of --record. No other thread may call the board any more.
+    void endRecording() { recorder_.reset(); }
+
     /// Lets the plug-in's calls go where this program's calls go. Before its first one.
     void bind(Plugin& plugin) const;
 

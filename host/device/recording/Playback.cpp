@@ -49,8 +49,8 @@ std::vector<std::vector<RecordedCall>> readThreads(RecordingReader& reader, bool
     while (auto block = reader.next()) {
         lost += block->lost;
         for (auto& call : block->calls) {
-            if (call.thread >= threads.size()) threads.resize(std::min(call.thread + 1U, 4096U));
-            if (call.thread < threads.size()) threads[call.thread].push_back(std::move(call));
+            if (call.thread >= threads.size()) threads.resize(call.thread + 1U);
+            threads[call.thread].push_back(std::move(call));
         }
     }
     const auto advice = "; record again, or play it with --lenient";

@@ -23,6 +23,7 @@ struct FileHead {
 };
 
 constexpr std::size_t leadingFields = 6; // of a call, before its arguments
+constexpr unsigned mostThreads = 65'536;
 
 std::int64_t integer(const nlohmann::json& value) {
     if (!value.is_number_integer()) throw Failure("a number is missing in a call");
@@ -62,7 +63,7 @@ RecordedCall callOf(const nlohmann::json& fields, std::int64_t blockBegin,
                       static_cast<std::uint64_t>(integer(fields[4])),
                       fields[5],
                       {}};
-    if (call.times == 0 || call.duration < 0) throw Failure("a call has an impossible time or number");
+    if (call.times == 0 || call.duration < 0 || call.thread >= mostThreads) throw Failure("a call has an impossible time, number or thread");
     call.arguments.assign(fields.begin() + leadingFields, fields.end());
     const bool isRun = entry == Entry::OHalRegisterWrite && call.arguments[2].is_binary();
     for (std::size_t i = 0; i < call.arguments.size(); ++i)
