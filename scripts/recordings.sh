@@ -66,7 +66,6 @@ fails read-short "read that delivers too little" read-short
 fails read-long "read that tells too much" read-long
 fails read-failed "read that fails" read-failed 'result = -5' 'at = 5'
 fails busy-ff "transmitter that does not answer" busy-ff 'at = 5'
-fails busy-stuck "transmitter that stays busy" busy-stuck 'at = 5'
 fails register-failed "register that cannot be read" register-failed 'register = "GigeTxTransferActive0"' 'at = 5'
 fails action-storm "action command time-outs" action-storm 'at = 5' 'reports = 4'
 

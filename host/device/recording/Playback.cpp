@@ -26,6 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds emptyWait{2}; // in virtual time, of a queue that has nothing
 constexpr std::chrono::seconds longestSilence{5}; // of a run that has stopped making calls of the recording
+constexpr std::chrono::milliseconds deliveryWait{200}; // for another thread to take what a queue had for it
 constexpr std::size_t shownBefore = 5;
 
 std::atomic<Playback*> current{nullptr};
@@ -224,6 +225,11 @@ std::uint64_t Playback::answer(const LiveCall& live) {
     if (found.kind == Answer::Kind::Empty || found.call->isEmptyRead()) return answerEmpty(live, guard);
     lastProgress_ = Clock::now();
     progress_.notify_all();
+    const auto isLate = [&](const PlayedThread& other) { // it had taken this before the call
+        const auto* const next = &other == thread ? nullptr : other.missing();
+        return next && next->isQueueRead() && next->end() <= found.call->begin;
+    };
+    progress_.wait_for(guard, deliveryWait, [&] { return std::ranges::none_of(threads_, isLate); });
     guard.unlock();
     own.now = found.call->end();
     if (options_.isRealTime) awaitMoment(own.now);

@@ -28,6 +28,11 @@ bool areSameBytes(const nlohmann::json& recorded, std::uint64_t argument, std::u
     return std::ranges::equal(recorded.get_binary(), std::span(bytes, length));
 }
 
+/// Whether it reads the size of what comes next. The rest has to follow at once.
+bool beginsTransmission(const LiveCall& live) {
+    return live.isQueueRead() && live.arguments[3] == sizeof(std::uint32_t);
+}
+
 } // namespace
 
 RecordedCall LiveCall::described() const {
@@ -111,7 +116,7 @@ Answer PlayedThread::take(const LiveCall& live, const std::function<bool(const R
         const bool isThrough = isPoll && times_ >= call.times && next_ + 1 < calls_.size() &&
                                !call.isEmptyRead() && live.matches(calls_[next_ + 1], 0);
         if (!isThrough && live.matches(call, times_)) {
-            if (live.isQueueRead() && !call.isEmptyRead() && !isDue(call)) return {Empty};
+            if (beginsTransmission(live) && !call.isEmptyRead() && !isDue(call)) return {Empty};
             ++times_;
             if (!isPoll && times_ == call.times) advance();
             return {Call, &call};
