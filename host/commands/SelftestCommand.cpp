@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Each case is a run of this program on a recording: as a process of its own, since the plug-in remembers boards.
+// Each case is a run of this program on a recording: as a process of its own, since the plug-in remembers
+// boards.
 #include "base/ChildProcess.h"
 #include "base/Output.h"
 #include "base/OutputFile.h"
@@ -24,6 +25,8 @@ namespace orvo::host {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr unsigned longestRunSeconds = 20;
 
 struct SelftestCase {
     std::string name, what;
@@ -61,7 +64,7 @@ std::vector<SelftestCase> readCases(const fs::path& folder) {
 /// Lines of several threads come in any order; times, rates and the threads' names differ from run to run.
 std::vector<std::string> comparable(const std::string& output) {
     static const std::regex varying(
-        R"([0-9]{4}-[0-9]{2}-[0-9]{2} [0-9:.]+|thread-id=[0-9]+|[0-9]+\.[0-9]+(e[-+]?[0-9]+)?)");
+        R"([0-9]{4}-[0-9]{2}-[0-9]{2}[ T][0-9:.]+|thread-id=[0-9]+|[0-9]+\.[0-9]+(e[-+]?[0-9]+)?)");
     std::vector<std::string> lines;
     std::istringstream text(std::regex_replace(output, varying, "#"));
     for (std::string line; std::getline(text, line);) lines.push_back(line);
@@ -80,9 +83,12 @@ std::string contentOf(int descriptor) {
 
 int become(std::vector<std::string> command, const fs::path& folder, int output) {
     resetSignals();
+    alarm(longestRunSeconds); // stays with the program that this process becomes
     setenv("ORVO_LOG", "*=2", 1);
-    for (const auto* const name : {"ORVO_LOG_FILE", "ORVO_PRE_SEND_WAIT_TIME", "ORVO_SIMULATOR_CONFIG"}) unsetenv(name);
-    if (dup2(output, STDOUT_FILENO) < 0 || dup2(output, STDERR_FILENO) < 0 || chdir(folder.c_str()) != 0) return Failed;
+    for (const auto* const name : {"ORVO_LOG_FILE", "ORVO_PRE_SEND_WAIT_TIME", "ORVO_SIMULATOR_CONFIG"})
+        unsetenv(name);
+    if (dup2(output, STDOUT_FILENO) < 0 || dup2(output, STDERR_FILENO) < 0 || chdir(folder.c_str()) != 0)
+        return Failed;
     std::vector<char*> pointers;
     for (auto& argument : command) pointers.push_back(argument.data());
     pointers.push_back(nullptr);
@@ -92,7 +98,8 @@ int become(std::vector<std::string> command, const fs::path& folder, int output)
 
 Run runOnce(const std::vector<std::string>& command, const fs::path& folder) {
     const FileDescriptor output(memfd_create("selftest", MFD_CLOEXEC));
-    if (output.get() < 0) throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
+    if (output.get() < 0)
+        throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
     auto child = startChild([&] { return become(command, folder, output.get()); });
     awaitChild(child);
     return {child.exitCode.value_or(Failed), comparable(contentOf(output.get()))};
@@ -106,7 +113,8 @@ std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<
                line.find("leaves out calls") != std::string::npos;
     });
     if (differs != run.lines.end()) return *differs;
-    if (run.exitCode != test.exitCode) return fmt::format("exit code {} instead of {}", run.exitCode, test.exitCode);
+    if (run.exitCode != test.exitCode)
+        return fmt::format("exit code {} instead of {}", run.exitCode, test.exitCode);
     if (made == run.lines.end()) return "does not print: " + *wanted;
     if (wanted == expected.end() || *made < *wanted) return "prints: " + *made;
     return "does not print: " + *wanted;
@@ -118,8 +126,8 @@ public:
         : Command(program, "selftest", "Try the installed plug-in on recordings of boards") {
         addRootOption(line(), root_);
         line().number(
-            "-b,--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); }, {.most = 99'999},
-            "Run on this board, instead of recordings, what does not disturb its use");
+            "-b,--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); },
+            {.most = 99'999}, "Run on this board, instead of recordings, what does not disturb its use");
         line().flag("--renew", renews_, "Take what the runs print now as what they must print");
         line().flag("--json", json_, "Print JSON instead of text");
     }
@@ -136,8 +144,9 @@ public:
             throwIfEndRequested();
         }
         json_ ? printReport(json(results)) : printReport(text(results));
-        return std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); }) ? Done
-                                                                                               : DifferencesFound;
+        return std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); })
+                   ? Done
+                   : DifferencesFound;
     }
 
 private:
@@ -168,7 +177,8 @@ private:
         words.insert(words.end(), {"--board", std::to_string(*board_)});
         const auto run = runOnce(words, folder_);
         if (run.exitCode == Done) return "";
-        return fmt::format("exit code {}: {}", run.exitCode, run.lines.empty() ? "no message" : run.lines.back());
+        return fmt::format("exit code {}: {}", run.exitCode,
+                           run.lines.empty() ? "no message" : run.lines.back());
     }
 
     static std::string text(const std::vector<CaseResult>& results) {

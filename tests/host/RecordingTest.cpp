@@ -53,7 +53,7 @@ TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
         runTool({"replay", folder.file("other.pcap"), "--no-reset", "--board-recording", recording});
     EXPECT_EQ(other.exitCode, 3);
     EXPECT_THAT(other.err, HasSubstr("differs from the recording"));
-    EXPECT_THAT(other.err, HasSubstr("  before    OHalRegisterWrite(device 4, GigeBufferReset0, 0x0) = 0\n"));
+    EXPECT_THAT(other.err, HasSubstr(", GigeBufferReset0, 0x0) = 0\n"));
     const auto shorter = runTool({"replay", capture, "--no-reset", "--port", "1", "--board-recording", recording});
     EXPECT_EQ(shorter.exitCode, 3);
 

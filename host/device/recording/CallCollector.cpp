@@ -20,6 +20,13 @@ thread_local constinit struct {
     ThreadCalls* calls = nullptr;
 } own;
 
+/// Inline, because it is called for each word of a frame.
+[[gnu::always_inline]] inline ThreadCalls* callsOfThisThread() {
+    if (own.epoch == epoch.load(std::memory_order_acquire)) [[likely]]
+        return own.calls;
+    return CallCollector::ofThisThread();
+}
+
 template <class Function> Function* original(Entry entry) noexcept {
     return reinterpret_cast<Function*>(originals[static_cast<std::size_t>(entry)]);
 }
@@ -66,7 +73,7 @@ template <Entry entry, class Function> struct Recording;
 template <Entry entry, class Result, class... Types> struct Recording<entry, Result (*)(Types...)> {
     static Result call(Types... arguments) {
         auto* const real = original<Result(Types...)>(entry);
-        ThreadCalls* const calls = CallCollector::ofThisThread();
+        ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(arguments...);
         const auto begin = ticks();
         if constexpr (std::is_void_v<Result>) {
@@ -100,7 +107,7 @@ private:
 template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRead)> {
     static int call(void* device, std::uint32_t address, std::uint64_t* value) {
         auto* const real = original<decltype(::OHalRegisterRead)>(Entry::OHalRegisterRead);
-        ThreadCalls* const calls = CallCollector::ofThisThread();
+        ThreadCalls* const calls = callsOfThisThread();
         if (!calls || !value) return real(device, address, value);
         const auto before = *value;
         const auto begin = ticks();
@@ -115,7 +122,7 @@ template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRe
 template <> struct Recording<Entry::OHalRegisterWrite, decltype(&::OHalRegisterWrite)> {
     static int call(void* device, std::uint32_t address, std::uint64_t value) {
         auto* const real = original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite);
-        ThreadCalls* const calls = CallCollector::ofThisThread();
+        ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(device, address, value);
         if (calls->continuesRun(device, address, value)) { // a word of a frame: no time stamp
             const int result = real(device, address, value);
@@ -145,7 +152,7 @@ template <Entry entry, class Length> struct QueueRead {
     static int call(void* device, std::uint32_t queue, void* buffer, Length lengthBytes,
                     std::uint32_t timeoutMs) {
         auto* const real = original<int(void*, std::uint32_t, void*, Length, std::uint32_t)>(entry);
-        ThreadCalls* const calls = CallCollector::ofThisThread();
+        ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(device, queue, buffer, lengthBytes, timeoutMs);
         const auto begin = ticks();
         const int result = real(device, queue, buffer, lengthBytes, timeoutMs);
