@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What recording every board call adds to a frame's road through plug-in and simulated board: the same frames at ports
-// that are recorded and at ports that are not.
+// What recording every board call adds to a frame's road through plug-in and simulated board: the same frames
+// at ports that are recorded and at ports that are not.
 #include "SimulatedPorts.h"
 
 #include <benchmark/benchmark.h>

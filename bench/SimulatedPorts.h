@@ -3,10 +3,10 @@
 // with 3.
 #pragma once
 
+#include "device/BoardAccess.h"
 #include "device/Plugin.h"
 #include "device/PluginLog.h"
 #include "device/Port.h"
-#include "device/BoardAccess.h"
 
 #include <orvo/core/zume/EthernetFrame.h>
 

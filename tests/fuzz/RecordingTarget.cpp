@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Recordings of board calls: the file as a whole, and the content of a block, which the checksum would keep from the
-// fuzzer.
+// Recordings of board calls: the file as a whole, and the content of a block, which the checksum would keep
+// from the fuzzer.
 #include "base/Failure.h"
 #include "device/recording/CallText.h"
 #include "device/recording/RecordingFile.h"

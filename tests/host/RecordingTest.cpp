@@ -40,8 +40,8 @@ std::size_t wholeCalls(const std::string& path) {
 }
 
 TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
-    const auto recording =
-        record("run.rec", {"replay", capture, "--no-reset", "--wire", "0=port:0/1", "--write", folder.file("first")});
+    const auto recording = record("run.rec", {"replay", capture, "--no-reset", "--wire", "0=port:0/1",
+                                              "--write", folder.file("first")});
     for (const auto* const again : {"second", "third"}) {
         const auto outcome = runTool({"replay", capture, "--no-reset", "--verify", "--json", "--write",
                                       folder.file(again), "--board-recording", recording});
@@ -54,7 +54,8 @@ TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
     EXPECT_EQ(other.exitCode, 3);
     EXPECT_THAT(other.err, HasSubstr("differs from the recording"));
     EXPECT_THAT(other.err, HasSubstr(", GigeBufferReset0, 0x0) = 0\n"));
-    const auto shorter = runTool({"replay", capture, "--no-reset", "--port", "1", "--board-recording", recording});
+    const auto shorter =
+        runTool({"replay", capture, "--no-reset", "--port", "1", "--board-recording", recording});
     EXPECT_EQ(shorter.exitCode, 3);
 
     const auto frames = runTool({"calls", recording, "--pcapng", folder.file("frames")});
@@ -64,10 +65,11 @@ TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
 
 TEST_F(RecordingTest, ComparesRecordings) {
     const auto reset = recordedReset();
-    const auto same = runTool({"calls", reset, "--diff", record("again.rec", {"reset", "--time", "virtual"})});
+    const auto same =
+        runTool({"calls", reset, "--diff", record("again.rec", {"reset", "--time", "virtual"})});
     EXPECT_EQ(same.exitCode, 0) << same.out;
-    const auto other =
-        runTool({"calls", reset, "--diff", record("other.rec", {"reset", "--port", "1", "--time", "virtual"})});
+    const auto other = runTool(
+        {"calls", reset, "--diff", record("other.rec", {"reset", "--port", "1", "--time", "virtual"})});
     EXPECT_EQ(other.exitCode, 3);
     EXPECT_THAT(other.out, HasSubstr("first   KivGetRegisterByName(applet 2, 'GigeBufferReset0')"));
     const auto filtered = runTool({"calls", reset, "--register", "GigE_Reset", "--json"});

@@ -63,7 +63,8 @@ RecordedCall callOf(const nlohmann::json& fields, std::int64_t blockBegin,
                       static_cast<std::uint64_t>(integer(fields[4])),
                       fields[5],
                       {}};
-    if (call.times == 0 || call.duration < 0 || call.thread >= mostThreads) throw Failure("a call has an impossible time, number or thread");
+    if (call.times == 0 || call.duration < 0 || call.thread >= mostThreads)
+        throw Failure("a call has an impossible time, number or thread");
     call.arguments.assign(fields.begin() + leadingFields, fields.end());
     const bool isRun = entry == Entry::OHalRegisterWrite && call.arguments[2].is_binary();
     for (std::size_t i = 0; i < call.arguments.size(); ++i)
