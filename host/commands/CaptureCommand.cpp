@@ -46,6 +46,7 @@ public:
         line().text("--filter", "EXPR", request_.filter,
                     "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);
+        addBoardRecordingOptions(line(), request_.installation);
     }
 
     int run() override {

@@ -14,8 +14,9 @@ HostProgram::HostProgram()
     for (auto* const make :
          {makeBoardsCommand, makeReplayCommand, makeCaptureCommand, makeBridgeCommand, makeExtcapCommand,
           makeLabCommand, makeDemoCommand, makeDiagnoseCommand, makeResetCommand, makeReinitializeCommand,
-          makeEventsCommand, makeStreamsCommand, makeCamerasCommand, makeWatchCommand, makeSimulateCommand,
-          makeSimCommand, makeDoctorCommand, makeConfigCommand, makeCompletionCommand})
+          makeEventsCommand, makeStreamsCommand, makeCamerasCommand, makeWatchCommand, makeCallsCommand,
+          makeSelftestCommand, makeSimulateCommand, makeSimCommand, makeDoctorCommand, makeConfigCommand,
+          makeCompletionCommand})
         commands.push_back(make(line));
 }
 

@@ -21,9 +21,10 @@ namespace orvo::host {
 struct CaptureLimits {
     std::uint64_t frames = 0;              ///< written; 0: no limit
     std::chrono::duration<double> time{0}; ///< 0: no limit
+    std::function<bool()> isOver = {};     ///< whether no more frames can come; empty: they always can
 };
 
-enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure };
+enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure, Recording };
 const char* captureEndText(CaptureEnd end);
 
 struct CaptureTotals {
@@ -82,7 +83,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    CaptureEnd awaitEnd(std::chrono::duration<double> limit, const Call& silent) const;
+    CaptureEnd awaitEnd(const CaptureLimits& limits, const Call& silent) const;
+    CaptureEnd awaitRecordingEnd(const std::function<bool()>& isOver, Clock::time_point limit) const;
     bool awaitEndUntil(Clock::time_point limit) const;
     void receiveAll() noexcept;
     void receiveOne();

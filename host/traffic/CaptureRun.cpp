@@ -61,7 +61,10 @@ CaptureResult record(const Setup& setup, FrameSource& source, const Capture::Cal
     const auto explain = [&] {
         notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(setup.access, port));
     };
-    return capture.run(request.limits, ending, explain);
+    auto limits = request.limits;
+    const auto& playback = setup.access.playback;
+    if (playback) limits.isOver = [&] { return playback->isOver(); };
+    return capture.run(limits, ending, playback ? Capture::Call() : explain);
 }
 
 void captureAtHost(const Setup& setup, CaptureReport& report) {
@@ -90,7 +93,7 @@ void captureAtOwnWire(const Setup& setup, WireSource& source, CaptureReport& rep
 }
 
 void captureAtWire(const Setup& setup, CaptureReport& report) {
-    const CableTap tap(setup.access.libraries.hal(), setup.request.port.address);
+    const CableTap tap(*setup.access.libraries.hal(), setup.request.port.address);
     WireSource source(tap);
     if (setup.access.server.empty())
         captureAtOwnWire(setup, source, report);
