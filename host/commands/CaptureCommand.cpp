@@ -40,9 +40,8 @@ public:
             .needs(output);
         line().choice(
             "--at", {"host", "wire"}, [this](const std::string& text) { request_.atWire = text == "wire"; },
-            "Where: host is what the port hands over (the default); wire is both directions of its cable, "
-            "with "
-            "check sequences and damaged frames, of a simulated board");
+            "Where to listen: host, at what the port hands over (the default); wire, at both directions of a "
+            "simulated port's cable, with frame check sequences and damaged frames");
         line().text("--filter", "EXPR", request_.filter,
                     "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);

@@ -50,6 +50,15 @@ CaptureTotals Capture::totals() const noexcept {
     return {counters_.received.value(), counters_.written.value(), counters_.filteredOut.value()};
 }
 
+/// A failure is noted, and ends nothing but this step.
+template <class Step> void Capture::attempt(Step step) noexcept {
+    try {
+        step();
+    } catch (...) {
+        noteFailure();
+    }
+}
+
 CaptureResult Capture::run(const CaptureLimits& limits, const Call& ending, const Call& silent) {
     framesLeft_ = limits.frames != 0 ? limits.frames : std::numeric_limits<std::uint64_t>::max();
     std::thread thread;
@@ -62,7 +71,7 @@ CaptureResult Capture::run(const CaptureLimits& limits, const Call& ending, cons
     output_.hurry();
     ending();
     thread.join();
-    closeOutput();
+    attempt([this] { output_.close(); });
     return {totals(), ownEnd_.value_or(end), failure_};
 }
 
@@ -101,13 +110,11 @@ bool Capture::awaitEndUntil(Clock::time_point limit) const {
 }
 
 void Capture::receiveAll() noexcept {
-    try {
+    attempt([this] {
         while (!ownEnd_ && !isAskedToEnd()) receiveOne();
         receiveRest();
-        source_.end(output_);
-    } catch (...) {
-        noteFailure();
-    }
+    });
+    attempt([this] { source_.end(output_); });
     threadEnded_.raise();
 }
 
@@ -147,14 +154,6 @@ void Capture::take(const OutputFrame& frame) {
     output_.write(frame);
     counters_.written.add(frame.bytes.size());
     if (--framesLeft_ == 0) ownEnd_ = CaptureEnd::Frames;
-}
-
-void Capture::closeOutput() noexcept {
-    try {
-        output_.close();
-    } catch (...) {
-        noteFailure();
-    }
 }
 
 // Only the first failure counts, and a reader that was slow when the end came is none.

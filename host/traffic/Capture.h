@@ -48,7 +48,7 @@ public:
     virtual std::optional<OutputFrame> next() = 0;
     /// After the end was asked for: frames that had come before.
     virtual std::optional<OutputFrame> left() { return std::nullopt; }
-    /// Says what is known only at the end.
+    /// Says what is known only at the end, also after a failure.
     virtual void end(FrameOutput&) {}
 };
 
@@ -92,7 +92,7 @@ private:
     void take(const OutputFrame& frame);
     void show();
     bool isAskedToEnd() const noexcept;
-    void closeOutput() noexcept;
+    template <class Step> void attempt(Step step) noexcept;
     void noteFailure() noexcept;
 
     FrameSource& source_;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // `orvo-gige capture --at wire`, beside other programs at a server's boards.
-#include "Process.h"
+#include "PipeReader.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
@@ -140,6 +140,16 @@ TEST_F(CaptureWireTest, CountsExactlyWhatItMissedWhileItStood) {
     drops[2] = 8;
     std::memcpy(drops.data() + 4, &missed, sizeof missed);
     EXPECT_THAT(readWireFile(output).otherBlocks.back(), HasSubstr(drops));
+}
+
+TEST_F(CaptureWireTest, TellsAllItCountedAlsoWhenTheReaderLeft) {
+    ReadingPipe reader(output); // which takes less than the replay brings
+    start();
+    replay({"-p", "0", "--fcs", "host", "--bad-fcs", "7", "--loop", "3"});
+    reader.close();
+    const auto report = json::parse(capture->wait().out);
+    EXPECT_EQ(report["ended"], "because the reader closed the pipe");
+    EXPECT_GT(report["died"]["frames"], 0);
 }
 
 TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
