@@ -88,4 +88,11 @@ void addAddressOptions(CommandLine& line, PortAddress& address) {
         "GigE port: its number on the board, or BOARD/PORT (default 0)");
 }
 
+void addAtOption(CommandLine& line, bool& atWire) {
+    line.choice(
+        "--at", {"host", "wire"}, [&atWire](const std::string& text) { atWire = text == "wire"; },
+        "Where: host is what the port hands over (the default); wire is both directions of its cable, with "
+        "check sequences and damaged frames, of a simulated board");
+}
+
 } // namespace orvo::host
