@@ -38,10 +38,7 @@ public:
                 },
                 "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number")
             .needs(output);
-        line().choice(
-            "--at", {"host", "wire"}, [this](const std::string& text) { request_.atWire = text == "wire"; },
-            "Where to listen: host, at what the port hands over (the default); wire, at both directions of a "
-            "simulated port's cable, with frame check sequences and damaged frames");
+        addAtOption(line(), request_.atWire);
         line().text("--filter", "EXPR", request_.filter,
                     "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);

@@ -106,4 +106,11 @@ void addAddressOptions(CommandLine& line, PortAddress& address) {
         "GigE port: its number on the board, or BOARD/PORT (default 0)");
 }
 
+void addAtOption(CommandLine& line, bool& atWire) {
+    line.choice(
+        "--at", {"host", "wire"}, [&atWire](const std::string& text) { atWire = text == "wire"; },
+        "Where to listen: host, at what the port hands over (the default); wire, at both directions of a "
+        "simulated port's cable, with frame check sequences and damaged frames");
+}
+
 } // namespace orvo::host

@@ -53,6 +53,9 @@ void addTrafficOptions(CommandLine& line, Request& request, bool& json,
     line.flag("--json", json, jsonMeaning);
 }
 
+/// Adds --at.
+void addAtOption(CommandLine& line, bool& atWire);
+
 /// What the text of an option was read as. Errors: WrongValue "TEXT is not of the form FORM" for nothing.
 template <class Value>
 Value parsed(const std::optional<Value>& value, const std::string& text, const std::string& form) {
