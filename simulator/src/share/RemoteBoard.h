@@ -142,6 +142,7 @@ public:
 
     RemoteQueue* queue(unsigned number) noexcept; ///< null where there is none
     bool isPlain() const noexcept { return page().isPlain(); }
+    int clock() const noexcept { return page().clock.load(std::memory_order_relaxed); } ///< an OrvoSimClock
     /// Reading the empty queue has its wire deliver.
     bool isPlayed(unsigned queue) const noexcept;
     /// As RemoteTransmitter, for all ports.
