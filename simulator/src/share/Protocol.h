@@ -33,9 +33,11 @@ enum class EntryId : std::uint32_t {
 
 /// The first message of each side.
 struct Greeting {
+    static constexpr std::uint32_t refused = 0; ///< the server is full
+
     std::array<char, 8> name = protocolName;
     std::uint32_t version = protocolVersion;
-    std::uint32_t number = 0; ///< of the program, given by the server; 0 from a program
+    std::uint32_t number = 0; ///< of the program, given by the server, or `refused`; 0 from a program
 
     bool isOurs() const noexcept { return name == protocolName && version == protocolVersion; }
 };
