@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A server of boards that is full.
+// A server of boards that is full, and one that takes no frames.
 #include "share/Server.h"
 #include "share/Remote.h"
 
@@ -28,6 +28,31 @@ TEST(ServerTest, IsFullForOneProgramMoreThanItServes) {
     while (!(last = complaint()).empty() && std::chrono::steady_clock::now() < limit)
         std::this_thread::yield();
     EXPECT_EQ(last, "");
+}
+
+struct CountingWatch final : ServerWatch {
+    bool findGone() noexcept override { return ++looks, true; }
+    int looks = 0; // at least one in every wait
+};
+
+TEST(RemoteTransmitterTest, WaitsOnceForAServerThatTakesNoFrames) {
+    const auto ring = std::make_unique<TransmitRing>();
+    CountingWatch watch;
+    RemoteTransmitter transmitter(*ring, watch);
+    const auto send = [&] {
+        transmitter.begin();
+        transmitter.append(7);
+        transmitter.complete();
+        return ring->published.load();
+    };
+    for (unsigned frame = 1; frame <= TransmitRing::usable; ++frame) EXPECT_EQ(send(), frame);
+    for (int lost = 0; lost < 3; ++lost) EXPECT_EQ(send(), TransmitRing::usable);
+    EXPECT_EQ(watch.looks, 1);
+    ring->consumed = ring->published.load();
+    for (unsigned frame = 1; frame <= TransmitRing::usable; ++frame)
+        EXPECT_EQ(send(), TransmitRing::usable + frame);
+    send();
+    EXPECT_EQ(watch.looks, 2) << "it had gone on";
 }
 
 } // namespace
