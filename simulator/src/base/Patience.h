@@ -11,6 +11,8 @@ namespace orvo::sim {
 
 inline constexpr std::chrono::microseconds soon{15};     // a full frame at line rate takes 12.3
 inline constexpr std::chrono::microseconds wakeTime{15}; // from waking a sleeper until it runs
+/// In virtual time, others get this much real time to fill a queue that is being read.
+inline constexpr std::chrono::milliseconds virtualPatience{1};
 
 /// Looks for `soon` whether `holds()`.
 template <class Holds> bool comesSoon(Holds holds) {

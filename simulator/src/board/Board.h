@@ -81,7 +81,7 @@ public:
     int clearQueue(unsigned number);
     int readQueue(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
     /// The same for a reader in another process, which waits there: `queueNotReady`, with nothing taken,
-    /// while the queue holds less than asked for and there is time left. In virtual time it waits here.
+    /// while the queue holds less than asked for and there is time left.
     int readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
 
     void countStaleAccess() noexcept { staleAccesses_.add(1); }

@@ -6,6 +6,8 @@
 #include "config/Configuration.h"
 #include "mac/QueueWindow.h"
 
+#include <orvo/sim/orvo_sim.h>
+
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -26,7 +28,7 @@ struct PortPage {
 
 struct BoardPage {
     alignas(64) std::atomic<std::uint32_t> troubles{0}; ///< as in the board's condition
-    std::atomic<std::uint32_t> isVirtual{0};            ///< the clock is
+    std::atomic<int> clock{OrvoSimRealTime};
     std::uint32_t ports = 0;
     std::uint64_t bytes = 0; ///< of the page, with all queues
     std::array<PortPage, maxPorts> port{};
@@ -34,7 +36,7 @@ struct BoardPage {
     /// Queues work as usual, so that a reader need not ask.
     bool isPlain() const noexcept {
         return troubles.load(std::memory_order_relaxed) == 0 &&
-               isVirtual.load(std::memory_order_relaxed) == 0;
+               clock.load(std::memory_order_relaxed) == OrvoSimRealTime;
     }
     QueueWindow* window(unsigned number, unsigned kind) noexcept {
         const auto offset = port[number].windows[kind];

@@ -2,6 +2,7 @@
 // The host's side of a board's data queues.
 #include "board/Board.h"
 
+#include "base/Patience.h"
 #include "board/BoardFaults.h"
 
 #include <orvo/hal/orvo_hal.h>
@@ -11,9 +12,6 @@
 namespace orvo::sim {
 
 namespace {
-
-/// In virtual time, other threads get this much real time to fill a queue that is being read.
-constexpr std::chrono::milliseconds virtualPatience{1};
 
 void awaitWords(DataQueue& queue, std::size_t words, std::chrono::milliseconds limit) {
     if (!simClock.isVirtual())
@@ -79,7 +77,7 @@ bool Board::isReady(const DataQueue& source, unsigned number, std::size_t words,
 
 int Board::readQueueBriefly(unsigned number, std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
     DataQueue* const source = queue(number);
-    if (!source || words == 0 || simClock.isVirtual()) return readQueue(number, out, words, timeoutMs);
+    if (!source || words == 0) return readQueue(number, out, words, timeoutMs);
     if (!condition_.isGood()) return readTroubled(*source, number, out, words, timeoutMs, Waiting::Elsewhere);
     return isReady(*source, number, words, timeoutMs) ? readQueue(number, out, words, 0) : queueNotReady;
 }
@@ -100,7 +98,8 @@ int Board::readTroubled(DataQueue& source, unsigned number, std::uint32_t* out, 
         if (const auto result = frames->readStaged(out, words)) return *result;
     if (rules && !frames) rules->noteActionRead(number - firstActionQueue);
     if (waiting == Waiting::Elsewhere && !isReady(source, number, words, timeoutMs)) return queueNotReady;
-    const std::size_t count = fetchWords(source, number, out, words, timeoutMs);
+    const std::size_t count =
+        fetchWords(source, number, out, words, waiting == Waiting::Here ? timeoutMs : 0);
     if (count == 0) return condition_.has(Trouble::Gone) ? static_cast<int>(OrvoSimHalBoardGone) : HalTimeout;
     return reported(number, frames ? frames->delivered(source, out, words, count) : bytesOf(count));
 }

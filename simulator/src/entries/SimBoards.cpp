@@ -95,7 +95,7 @@ int orvoSimUseVirtualTime(int clock) {
     if (clock < OrvoSimRealTime || clock > OrvoSimDrivenTime) return OrvoSimBadValue;
     simClock.useVirtual(clock != OrvoSimRealTime, clock == OrvoSimDrivenTime);
     for (const auto& board : simulation().boards())
-        board->memory().page().isVirtual.store(clock != OrvoSimRealTime ? 1 : 0, std::memory_order_relaxed);
+        board->memory().page().clock.store(clock, std::memory_order_relaxed);
     return 0;
 }
 

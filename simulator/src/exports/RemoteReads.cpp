@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "exports/RemoteReads.h"
 
+#include "base/Patience.h"
 #include "board/Board.h"
 #include "entries/OwnEntries.h"
 
@@ -39,17 +40,32 @@ int RemoteRead::claim() {
     return result;
 }
 
+/// Waits here, so that no request does: a program has one at a time.
 int RemoteRead::readPatiently(std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs) {
-    const auto end = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    const auto begin = Clock::now();
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(begin + patience(timeoutMs) - Clock::now());
         const auto leftMs = static_cast<std::uint32_t>(std::max<std::int64_t>(left.count(), 0));
         if (server_.findGone()) return OrvoSimHalBoardGone;
         if (const int refused = claim(); refused != 0) return refused; // another began to read meanwhile
+        if (leftMs == 0 && !queue_->holds(words)) passVirtualTime(timeoutMs);
         const int result = readNow(out, words, leftMs);
         if (result != queueNotReady) return result;
         queue_->await(words, std::min(board_.isPlain() ? goneInterval : troubledInterval, left));
     }
+}
+
+std::chrono::milliseconds RemoteRead::patience(std::uint32_t timeoutMs) const noexcept {
+    const std::chrono::milliseconds limit(timeoutMs);
+    return board_.clock() == OrvoSimRealTime ? limit : std::min(limit, virtualPatience);
+}
+
+/// A wait in vain moves a virtual clock that is not driven.
+void RemoteRead::passVirtualTime(std::uint32_t timeoutMs) {
+    if (timeoutMs == 0 || board_.clock() != OrvoSimVirtualTime) return;
+    server_.call(EntryId::orvoSimAdvanceTime, OrvoSimServerGone,
+                 &own::orvoSimAdvanceTime)(std::uint64_t{timeoutMs} * 1000);
 }
 
 /// `queueNotReady` while there is time left to wait for words.

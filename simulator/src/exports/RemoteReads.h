@@ -23,6 +23,8 @@ private:
 
     int claim();
     int readPatiently(std::uint32_t* out, std::size_t words, std::uint32_t timeoutMs);
+    std::chrono::milliseconds patience(std::uint32_t timeoutMs) const noexcept;
+    void passVirtualTime(std::uint32_t timeoutMs);
     int readNow(std::uint32_t* out, std::size_t words, std::uint32_t leftMs);
     int take(std::uint32_t* out, std::size_t words);
     int ask(void* out, std::size_t words, std::uint32_t leftMs);

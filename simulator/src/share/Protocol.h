@@ -12,7 +12,7 @@
 namespace orvo::sim {
 
 /// Changes with every change of the entries' list, of messages or of shared memory.
-inline constexpr std::uint32_t protocolVersion = 2;
+inline constexpr std::uint32_t protocolVersion = 3;
 inline constexpr std::array<char, 8> protocolName = {'o', 'r', 'v', 'o', 's', 'i', 'm', '\n'};
 
 /// How long a program waits for an answer before it counts the server as gone.
@@ -33,9 +33,11 @@ enum class EntryId : std::uint32_t {
 
 /// The first message of each side.
 struct Greeting {
+    static constexpr std::uint32_t refused = 0; ///< the server is full
+
     std::array<char, 8> name = protocolName;
     std::uint32_t version = protocolVersion;
-    std::uint32_t number = 0; ///< of the program, given by the server; 0 from a program
+    std::uint32_t number = 0; ///< of the program, given by the server, or `refused`; 0 from a program
 
     bool isOurs() const noexcept { return name == protocolName && version == protocolVersion; }
 };

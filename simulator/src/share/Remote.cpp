@@ -24,6 +24,10 @@ std::unique_ptr<Remote> Remote::connect(const std::filesystem::path& path) {
     if (!in.isWhole() || !greeting.isOurs())
         throw std::runtime_error("the server at '" + path.string() +
                                  "' is of another version of this software; start one of this installation");
+    if (greeting.number == Greeting::refused)
+        throw std::runtime_error(
+            "the server at '" + path.string() +
+            "' has as many programs as it can serve; end one of them, or start another server");
     return std::unique_ptr<Remote>(new Remote(std::move(socket), path.string(), root, greeting.number));
 }
 

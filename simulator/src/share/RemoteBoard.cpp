@@ -38,10 +38,10 @@ template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWa
 } // namespace
 
 TransmitSlot& RemoteTransmitter::openNext() noexcept {
-    if (comesWithin(patience, server_, [this] { return !isFull(); }))
-        return *(slot_ = &ring_.at(ring_.published.load(std::memory_order_relaxed)));
-    lost_.empty();
-    return *(slot_ = &lost_);
+    const auto limit = isStuck_ ? std::chrono::seconds(0) : patience;
+    isStuck_ = !comesWithin(limit, server_, [this] { return !isFull(); });
+    if (isStuck_) lost_.empty();
+    return *(slot_ = isStuck_ ? &lost_ : &ring_.at(ring_.published.load(std::memory_order_relaxed)));
 }
 
 void RemoteTransmitter::complete() noexcept {

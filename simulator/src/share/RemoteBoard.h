@@ -77,7 +77,8 @@ private:
     std::atomic<std::int64_t> lineUntil_{0};
     Line line_{lineUntil_};
     TransmitSlot* slot_ = nullptr; // the open one; null: the next
-    TransmitSlot lost_;            // takes what a server that does not go on has no room for
+    bool isStuck_ = false; // the server took nothing while the last frame waited; the next does not wait
+    TransmitSlot lost_;    // takes what a server that does not go on has no room for
 };
 
 /// The program's view of a data queue. Threads: the queue's reader.
@@ -142,6 +143,7 @@ public:
 
     RemoteQueue* queue(unsigned number) noexcept; ///< null where there is none
     bool isPlain() const noexcept { return page().isPlain(); }
+    int clock() const noexcept { return page().clock.load(std::memory_order_relaxed); } ///< an OrvoSimClock
     /// Reading the empty queue has its wire deliver.
     bool isPlayed(unsigned queue) const noexcept;
     /// As RemoteTransmitter, for all ports.

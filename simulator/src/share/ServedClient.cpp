@@ -40,7 +40,7 @@ bool ServedClient::greet(std::span<std::byte> room) const {
     out.put(Greeting{.number = number_});
     const std::string root = installationRoot().string();
     out.putBlock(root.data(), root.size());
-    return socket_.send(out.bytes()) && greeting.isOurs();
+    return socket_.send(out.bytes()) && greeting.isOurs() && !isRefused();
 }
 
 void ServedClient::serve(std::span<std::byte> room) {

@@ -2,6 +2,7 @@
 // One connected program, with the thread that serves it.
 #pragma once
 
+#include "share/Protocol.h"
 #include "share/Session.h"
 #include "share/Socket.h"
 
@@ -13,8 +14,8 @@ namespace orvo::sim {
 
 class ServedClient {
 public:
-    /// `number` tells programs apart; not 0. `ended` is called by the client's thread at its end. Throws
-    /// std::system_error when that cannot start.
+    /// `number` tells programs apart, or is `refused`. `ended` is called by
+    /// the client's thread at its end. Throws std::system_error when that cannot start.
     ServedClient(Descriptor socket, std::uint32_t number, std::function<void()> ended);
     /// Ends the connection.
     ~ServedClient();
@@ -23,6 +24,7 @@ public:
 
     /// The program has left; the object can go.
     bool hasEnded() const noexcept { return hasEnded_.load(); }
+    bool isRefused() const noexcept { return number_ == Greeting::refused; }
 
 private:
     void run() noexcept;

@@ -4,6 +4,7 @@
 #include "base/Threads.h"
 #include "share/SocketPath.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -20,6 +21,7 @@ namespace orvo::sim {
 namespace {
 
 constexpr int backlog = 16;
+constexpr std::size_t mostRefused = 16; // at a time; further ones wait
 constexpr int shortageMs = 200; // between attempts to admit a program that there were no descriptors for
 
 [[noreturn]] void refuse(const std::filesystem::path& path, const char* advice) {
@@ -96,7 +98,7 @@ Server::~Server() {
 
 void Server::run() noexcept {
     for (bool isShort = false; !isEnding_.load();) {
-        const bool admits = !isShort && clients_.size() < maxClients;
+        const bool admits = !isShort && clients_.size() < maxClients + mostRefused;
         pollfd events[] = {{admits ? socket_.get() : -1, POLLIN, 0}, {bell_.get(), POLLIN, 0}};
         poll(events, std::size(events), isShort ? shortageMs : -1);
         eventfd_t rings = 0;
@@ -107,12 +109,18 @@ void Server::run() noexcept {
     clients_.clear();
 }
 
+bool Server::isFull() const noexcept {
+    const auto isServed = [](const ServedClient& client) { return !client.isRefused(); };
+    return static_cast<std::size_t>(std::ranges::count_if(clients_, isServed)) >= maxClients;
+}
+
 /// False when the program has to wait until this process has room for another connection.
 bool Server::admit() {
     Descriptor socket(accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (socket.get() < 0) return errno == EAGAIN || errno == ECONNABORTED; // it has left again
     try {
-        clients_.emplace_back(std::move(socket), ++lastNumber_, [this] { eventfd_write(bell_.get(), 1); });
+        const auto number = isFull() ? Greeting::refused : ++lastNumber_;
+        clients_.emplace_back(std::move(socket), number, [this] { eventfd_write(bell_.get(), 1); });
     } catch (const std::exception&) {
         // No thread for it: its connection closes, and it finds no server.
     }

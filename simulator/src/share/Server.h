@@ -14,7 +14,7 @@ namespace orvo::sim {
 
 class Server {
 public:
-    static constexpr std::size_t maxClients = 64;
+    static constexpr std::size_t maxClients = 64; ///< a further one is told so
 
     /// Listens at the socket of that name; replaces one that a server left behind when it was killed. Throws
     /// std::runtime_error, one sentence, when another server lives there, or the socket cannot be made.
@@ -29,6 +29,7 @@ public:
 private:
     void run() noexcept;
     bool admit();
+    bool isFull() const noexcept;
 
     const std::filesystem::path path_;
     const Descriptor socket_;
