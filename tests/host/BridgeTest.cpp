@@ -151,7 +151,7 @@ TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes)
 
 TEST_F(BridgeTest, AccountsForTheImagesAndTheCommandsThatPass) {
     const TemporaryFolder folder;
-    writeFile(folder.file("faults.toml"), "[[fault]]\nkind = \"overflow\"\nevery = 100\n"
+    writeFile(folder.file("faults.toml"), "[[fault]]\nkind = \"overflow\"\nevery = 101\n"
                                           "[[fault]]\nkind = \"loss\"\ndirection = \"received\"\nat = 30\n");
     auto command = bridge(
         {"--tap", "orvo0", "--address", "192.168.7.2/24", "--json", "--faults", folder.file("faults.toml")});
@@ -160,20 +160,25 @@ TEST_F(BridgeTest, AccountsForTheImagesAndTheCommandsThatPass) {
     awaitLink("orvo0", process);
     const auto arrived = [&] { return onHost("cat /sys/class/net/orvo0/statistics/rx_packets").out; };
     onHost("ip neighbour replace 192.168.7.1 lladdr 02:02:02:02:02:02 dev orvo0");
-    onHost("bash -c 'printf \"\\x42\\x01\\x00\\x80\\x00\\x04\\x00\\x01\\x00\\x00\\x0a\\x00\" "
+    onHost("bash -c 'printf \"\\x42\\x01\\x00\\x80\\x00\\x04\\x00\\x01\\x00\\x00\\x0d\\x00\" "
            ">/dev/udp/192.168.7.1/3956'");
-    process.reaches([&] { return arrived() == "1187\n"; });
+    process.reaches([&] {
+        process.signal(SIGUSR1); // a report so far
+        return arrived() == "1188\n" && process.errors().find("control   192.168.7.2") != std::string::npos;
+    });
     process.signal(SIGTERM);
     const auto outcome = process.wait();
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     const auto account = json::parse(outcome.out)["gigeVision"];
+    ASSERT_EQ(account["streams"].size(), 1u) << outcome.out;
+    ASSERT_EQ(account["control"].size(), 1u) << outcome.out;
     const auto& stream = account["streams"][0];
-    EXPECT_EQ(stream["packets"]["received"], 1187) << account;
-    EXPECT_EQ(stream["packets"]["missing"], 13);
-    EXPECT_EQ(stream["images"]["complete"], 87);
+    EXPECT_EQ(stream["packets"]["received"], 1188) << account;
+    EXPECT_EQ(stream["packets"]["missing"], 12);
+    EXPECT_EQ(stream["images"]["complete"], 88);
     EXPECT_EQ(account["control"][0]["commands"], 1);
     EXPECT_EQ(account["losses"]["places"],
-              (json{{{"where", "in the port's receive queue"}, {"frames", 12}}}));
+              (json{{{"where", "in the port's receive queue"}, {"frames", 11}}}));
     EXPECT_THAT(account["losses"]["conclusion"].get<std::string>(), HasSubstr(", 1 before the port"));
 }
 

@@ -204,13 +204,13 @@ TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
         {{"-p", "7/0"}, 1, "there is no such port"},
     };
     for (const auto& [options, exitCode, complaint] : cases) {
-        Words words = {"capture", "--at", "wire"};
-        words.insert(words.end(), options.begin(), options.end());
-        const auto outcome = runTool(words, environment);
-        EXPECT_EQ(outcome.exitCode, exitCode);
-        EXPECT_THAT(outcome.err, HasSubstr(complaint));
-        words[0] = "streams";
-        expectRefusal(words, exitCode, complaint, environment);
+        for (const std::string command : {"capture", "streams"}) {
+            Words words = {command, "--at", "wire"};
+            words.insert(words.end(), options.begin(), options.end());
+            const auto outcome = runTool(words, environment);
+            EXPECT_EQ(outcome.exitCode, exitCode);
+            EXPECT_THAT(outcome.err, HasSubstr(complaint));
+        }
     }
     expectRefusal({"streams", "--at", "wire", output}, 2, "--at wire listens at a port, not to a capture");
     // Without a file, a line a frame tells its direction and its end.

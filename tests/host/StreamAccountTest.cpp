@@ -78,7 +78,6 @@ private:
         const auto& figures = report.streams.at(0).figures;
         EXPECT_EQ(figures.missing, missing_.size());
         EXPECT_EQ(figures.recovered, recovered_);
-        EXPECT_EQ(figures.outOfOrder, reordered_);
         EXPECT_EQ(figures.died, (decltype(figures.died){lost_[InQueue], lost_[InCable]}));
         EXPECT_EQ(report.damagedOthers, 0u);
         EXPECT_EQ(lossSentence(report, troublesOf(report, 0)), sentence());
