@@ -123,22 +123,26 @@ CameraSearch::Frame CameraSearch::takeControl(const EthernetHeader& ethernet, co
     return {};
 }
 
-/// A new camera in this network is asked at once whether it is free.
+/// A camera in this network is asked whether it is free, at each of its answers until it tells.
 CameraSearch::Frame CameraSearch::takeDiscovery(const EthernetHeader& ethernet,
                                                 const GigeDiscovery& discovery) {
     auto mac = macOf(discovery.mac);
     if (mac == MacAddress{}) mac = macOf(ethernet.source); // software cameras may not know theirs
-    if (std::ranges::find(cameras_, mac, &FoundCamera::mac) != cameras_.end() ||
-        cameras_.size() == mostCameras)
-        return {};
+    const auto known = std::ranges::find(cameras_, mac, &FoundCamera::mac);
+    if (known != cameras_.end()) return askPrivilege(*known, ethernet.source);
+    if (cameras_.size() == mostCameras) return {};
     const auto address = numberOf(discovery.address);
     cameras_.push_back({mac, address, numberOf(discovery.subnetMask), numberOf(discovery.gateway),
                         discovery.maker, discovery.model, discovery.version, discovery.remark,
                         discovery.serial, discovery.userName, Privilege::Unknown, isInNetwork(address)});
-    if (!cameras_.back().isInNetwork) return {};
+    return askPrivilege(cameras_.back(), ethernet.source);
+}
+
+CameraSearch::Frame CameraSearch::askPrivilege(const FoundCamera& camera, Bytes mac) {
+    if (!camera.isInNetwork || camera.privilege != Privilege::Unknown) return {};
     Frame payload;
     appendBig(payload, GigeControlPrivilege, 4);
-    return commandTo(macOf(ethernet.source), address, GigeCommand::ReadRegister, wantsAnswer, payload);
+    return commandTo(macOf(mac), camera.address, GigeCommand::ReadRegister, wantsAnswer, payload);
 }
 
 /// A camera in exclusive use denies others even this reading.

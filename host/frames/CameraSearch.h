@@ -45,6 +45,7 @@ public:
 private:
     Frame takeControl(const EthernetHeader& ethernet, const IpPacket& ip, const GigeControl& control);
     Frame takeDiscovery(const EthernetHeader& ethernet, const GigeDiscovery& discovery);
+    Frame askPrivilege(const FoundCamera& camera, Bytes mac);
     void takePrivilege(std::uint32_t address, const GigeControl& control);
     Frame commandTo(const MacAddress& mac, std::uint32_t address, GigeCommand command, std::uint8_t flags,
                     Bytes payload);
