@@ -233,6 +233,48 @@ TEST(StreamAccountTest, FollowsWhatTheClientWrites) {
                           "1 error (last: read register 0x0000abcd: invalid address)\n"));
 }
 
+TEST(StreamAccountTest, FollowsAChannelToAnotherPort) {
+    using enum GigeCommand;
+    Line line;
+    Camera camera{.payloads = 3};
+    const auto open = [&](std::uint32_t port) {
+        line.send(camera.command(WriteRegister, {gigeStreamRegisters, port}));
+    };
+    open(camera.port);
+    line.send(camera, 1, 0, 2);
+    open(0);
+    line.send(camera, 1, 3, 4); // the rest was on its way
+    open(++camera.port);
+    line.send(camera, 1, 0, 1);
+    line.send(camera, 1, 3, 3);
+    line.send(camera.resend(1, 2, 2)); // the channel's number is that of the closed stream
+    Camera other = camera;
+    other.hasExtendedIds = true;
+    line.send(other.resend(65'536, 0, 4)); // no number of this stream, though 65,535 before it is one
+    line.send(camera.packet(1, 2, 0x0100));
+    line.send(camera, 1, 4, 4);
+    const auto report = line.account.report();
+    ASSERT_EQ(report.streams.size(), 2u);
+    const auto &closed = report.streams[0].figures, &opened = report.streams[1].figures;
+    EXPECT_EQ(closed.of(ImageEnd::NeverEnded), 1u);
+    EXPECT_EQ(closed.damaged(), 1u);
+    EXPECT_EQ(closed.missing, 0u);
+    EXPECT_EQ(closed.late, 2u);
+    EXPECT_EQ(closed.requests, 0u);
+    EXPECT_EQ(opened.requests, 2u);
+    EXPECT_EQ(opened.askedAgain, 1u);
+    EXPECT_EQ(opened.of(ImageEnd::Recovered), 1u);
+}
+
+TEST(StreamAccountTest, NamesAbsentImagesWhoseNumbersWrapAround) {
+    Line line;
+    const Camera camera{.payloads = 3};
+    line.send(camera, 65'500, 0, 4);
+    line.send(camera, 100, 0, 4);
+    EXPECT_EQ(endedImageText(line.account.report().streams.at(0).damaged.front()),
+              "images 65501 to 84 absent: 595 packets");
+}
+
 TEST(StreamAccountTest, TellsRestartsOutagesAndEndsApart) {
     Line line;
     Camera camera{.hasExtendedIds = true, .payloads = 3};

@@ -39,6 +39,8 @@ public:
     StreamTime lastTime() const noexcept { return lastTime_; }
 
 private:
+    static constexpr std::uint64_t shortIds = 0xFFFF; // numbers of 16 bits, without 0
+
     /// An image that has begun. It keeps its place after it ended, so that repeated packets are known.
     struct Block {
         std::uint64_t sequence = 0; // of its number, without wrap-around; 0: free
@@ -60,6 +62,7 @@ private:
     std::int64_t distanceTo(std::uint64_t id) const noexcept;
     Block* find(std::uint64_t id) noexcept;
     Block* blockOf(const GigeStreamPacket& packet, StreamTime time);
+    bool isRestOfClosed(const GigeStreamPacket& packet) const noexcept;
     bool isNewLeader(const Block& block, const GigeStreamPacket& packet) const noexcept;
     Block& restart(std::uint64_t id, StreamTime time);
     Block& advance(std::int64_t distance, std::uint64_t id, StreamTime time);
