@@ -120,8 +120,12 @@ ControlChannel* StreamAccount::controlOf(std::uint32_t camera, std::uint32_t cli
 }
 
 void StreamAccount::apply(const ControlChannel::Opening& opening) {
+    const auto isThis = [&](const Entry& entry) {
+        return entry.ends == opening.ends ||
+               (entry.ends.camera == opening.ends.camera && entry.channel == opening.channel);
+    };
     for (const auto& entry : streams_)
-        if (entry->ends.camera == opening.ends.camera && entry->channel == opening.channel) {
+        if (isThis(*entry)) {
             entry->stream.finish(); // closed, sent elsewhere, or opened again, upon which numbers begin anew
             entry->channel.reset();
         }

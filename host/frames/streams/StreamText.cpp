@@ -208,6 +208,8 @@ std::string endedImageText(const EndedImage& image) {
         else
             unnamed += image.ranges[i].last - image.ranges[i].first + 1;
     if (unnamed != 0) text += fmt::format(" and {} more", grouped(unnamed));
+    if (image.end == ImageEnd::NeverEnded && image.missing == 0)
+        return text + fmt::format(": {} came, none of these is missing", counted(image.packets, "packet"));
     return image.rangeCount == 0 ? text : text + fmt::format(" of {}", grouped(image.packets));
 }
 
