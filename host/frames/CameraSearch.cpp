@@ -67,15 +67,15 @@ const char* stateText(Privilege privilege) {
     return "unknown";
 }
 
-std::string adviceOn(const FoundCamera& camera, const NetworkAddress& own) {
+std::string adviceOn(const FoundCamera& camera, const NetworkAddress& own, const std::string& port) {
     if (camera.address == 0)
         return fmt::format("the camera {} has no address yet; give it one with its maker's tool\n",
                            macText(camera.mac));
-    const auto address = neighbourText(camera);
     return fmt::format(
-        "the camera {} is in another network than {}; to reach it: orvo-gige bridge --tap gige0 "
-        "--address {}; to see whether it is free: orvo-gige cameras --address {}\n",
-        ipv4Text(camera.address), own.text, address, address);
+        "the camera {0} is in another network than {1}\n"
+        "  to reach it:               sudo orvo-gige bridge --port {2} --tap gige0 --address {3}\n"
+        "  to see whether it is free: orvo-gige cameras --port {2} --address {3}\n",
+        ipv4Text(camera.address), own.text, port, neighbourText(camera));
 }
 
 } // namespace
@@ -155,14 +155,15 @@ void CameraSearch::takePrivilege(std::uint32_t address, const GigeControl& contr
         camera->privilege = privilegeOf(big32(control.payload, 0));
 }
 
-std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own) {
+std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own,
+                        const std::string& port) {
     std::vector<std::vector<std::string>> rows = {
         {"ADDRESS", "MAC", "MAKER", "MODEL", "SERIAL", "NAME", "STATE"}};
     std::string advice;
     for (const auto& camera : cameras) {
         rows.push_back({addressText(camera), macText(camera.mac), camera.maker, camera.model, camera.serial,
                         camera.userName.empty() ? "-" : camera.userName, stateText(camera.privilege)});
-        if (!camera.isInNetwork) advice += adviceOn(camera, own);
+        if (!camera.isInNetwork) advice += adviceOn(camera, own, port);
     }
     return table(rows) + advice;
 }

@@ -57,8 +57,9 @@ private:
     std::vector<FoundCamera> cameras_;
 };
 
-/// A table, and a sentence for each camera that is in another network than `own`.
-std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own);
+/// A table, and advice on each camera that is in another network than `own`; `port`, such as "0/1", is in it.
+std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own,
+                        const std::string& port);
 nlohmann::ordered_json camerasJson(const std::vector<FoundCamera>& cameras);
 
 } // namespace orvo::host
