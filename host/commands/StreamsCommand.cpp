@@ -23,7 +23,7 @@ public:
                   "Capture to read: pcap or pcapng, also gzip-compressed; - is standard input (default: "
                   "take frames from the port)")
             .notEmpty();
-        line().flag("--images", showImages_, "Print a line for each image that lacks packets, as it ends");
+        line().flag("--images", showImages_, "Print a line for each image that is not complete, as it ends");
         line().number("-c,--count", request_.limits.frames, {.least = 1},
                       "End after so many frames of any kind at the port");
         line().value(
