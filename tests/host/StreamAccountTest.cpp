@@ -267,13 +267,19 @@ TEST(StreamAccountTest, FollowsAChannelToAnotherPort) {
     EXPECT_EQ(opened.of(ImageEnd::Recovered), 1u);
 }
 
-TEST(StreamAccountTest, NamesAbsentImagesWhoseNumbersWrapAround) {
+TEST(StreamAccountTest, TellsOutagesFromRestartsWhereNumbersWrapAround) {
     Line line;
     const Camera camera{.payloads = 3};
     line.send(camera, 65'500, 0, 4);
-    line.send(camera, 100, 0, 4);
+    line.send(camera, 100, 0, 4); // 135 numbers later
     EXPECT_EQ(endedImageText(line.account.report().streams.at(0).damaged.front()),
               "images 65501 to 84 absent: 595 packets");
+    line.send(camera, 60'000, 0, 0); // back
+    line.send(camera, 1, 0, 4);      // 5536 numbers later, but the camera has started anew
+    line.account.finish();
+    const auto figures = line.account.report().streams.at(0).figures;
+    EXPECT_EQ(figures.of(ImageEnd::Absent), 134u);
+    EXPECT_EQ(figures.restarts, 2u);
 }
 
 TEST(StreamAccountTest, TellsRestartsOutagesAndEndsApart) {
@@ -330,6 +336,7 @@ TEST(StreamsCommandTest, CountsInACaptureAndAtAPortWhatAnAnalyserCounts) {
     const auto ofFile = runTool({"streams", capture});
     const auto ofPort = runTool({"streams", "--no-reset", "--wire", "0=pcap:" + capture, "-c", "1400"});
     const auto images = runTool({"streams", "--images", capture});
+    EXPECT_EQ(runTool({"streams", capture, "-c", "10"}).exitCode, 2); // would be without effect
     EXPECT_EQ(
         images.out,
         "10.99.0.2 to 10.99.0.1:53055 image 65407 never ended: 86 packets came, none of these is missing\n");

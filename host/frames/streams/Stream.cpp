@@ -61,7 +61,7 @@ Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) 
     }
     if (packet.block == latestId_ && packet.form != GigeForm::Leader) return &slotOf(latest_);
     const auto distance = distanceTo(packet.block);
-    const bool isFar = distance > farthestStep || distance < -farthestStep;
+    const bool isFar = distance > farthestStep || distance < -farthestStep || isFirst(packet, distance);
     if (distance > 0 && !isFar) return &advance(distance, packet.block, time);
     auto* const block = find(packet.block);
     const bool isAnew =
@@ -76,6 +76,13 @@ Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) 
 bool Stream::isRestOfClosed(const GigeStreamPacket& packet) const noexcept {
     return latest_ == 0 && figures_.begun != 0 && packet.form != GigeForm::Leader &&
            (packet.block == latestId_ || packet.isResent());
+}
+
+/// Streams begin with image 1, which also lies ahead of half of all 16-bit numbers. After an outage, an image
+/// has it only once in 65,535 times.
+bool Stream::isFirst(const GigeStreamPacket& packet, std::int64_t distance) const noexcept {
+    return packet.block == 1 && packet.form == GigeForm::Leader && !packet.isResent() &&
+           distance > static_cast<std::int64_t>(openImages);
 }
 
 /// The same number again, but another image: the camera has started anew.

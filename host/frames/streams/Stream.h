@@ -63,6 +63,7 @@ private:
     Block* find(std::uint64_t id) noexcept;
     Block* blockOf(const GigeStreamPacket& packet, StreamTime time);
     bool isRestOfClosed(const GigeStreamPacket& packet) const noexcept;
+    bool isFirst(const GigeStreamPacket& packet, std::int64_t distance) const noexcept;
     bool isNewLeader(const Block& block, const GigeStreamPacket& packet) const noexcept;
     Block& restart(std::uint64_t id, StreamTime time);
     Block& advance(std::int64_t distance, std::uint64_t id, StreamTime time);
