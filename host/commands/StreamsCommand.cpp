@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "base/Failure.h"
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
@@ -36,6 +37,9 @@ public:
     }
 
     int run() override {
+        if (!request_.capture.empty() && (request_.limits.frames != 0 || request_.limits.time.count() > 0))
+            throw UsageFailure(
+                "a capture is read to its end; leave out --count and --duration, which are for a port");
         StreamAccount::Take take;
         if (showImages_) take = showImage;
         const auto report = runStreams(request_, take);
