@@ -59,7 +59,7 @@ int openPackets(const std::string& interface) {
 
 /// Interfaces with their ordinary settings bring joined frames, and a TAP takes none.
 void toHost(int wire, int host) {
-    std::vector<std::uint8_t> room(65'600);
+    std::vector<std::uint8_t> room(offload::OffloadHeader::longestFrame);
     for (;;) {
         offload::OffloadHeader header;
         const iovec parts[] = {{&header, sizeof header}, {room.data(), room.size()}};

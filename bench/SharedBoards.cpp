@@ -101,6 +101,17 @@ template <class Run> pid_t inProcess(Run run) {
     return process;
 }
 
+/// Until the process has set the flag; ends this program where the process ends before, having said why.
+void await(const std::atomic<bool>& isSet, pid_t process, Counts& counts) {
+    while (!isSet) {
+        if (waitpid(process, nullptr, WNOHANG) != 0) {
+            counts.isEnding = true; // for the other processes
+            std::_Exit(1);
+        }
+        usleep(1000);
+    }
+}
+
 void serve(const std::string& socket, Counts& counts) {
     char error[512] = "";
     if (orvoSimServe(socket.c_str(), error, sizeof error) != 0 ||
@@ -161,11 +172,11 @@ Result runShared(unsigned wireBytes, const std::string& socket, std::chrono::mil
         mmap(nullptr, sizeof(Counts), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     auto& counts = *new (memory) Counts;
     const pid_t server = inProcess([&] { serve(socket, counts); });
-    while (!counts.isReady) usleep(1000);
+    await(counts.isReady, server, counts);
     setenv("ORVO_BOARD", socket.c_str(), 1);
     const pid_t receiver = inProcess([&] { receiveAll(counts); });
     const pid_t listener = isTapped ? inProcess([&] { listen(counts); }) : -1;
-    while (isTapped && !counts.isListening) usleep(1000);
+    if (isTapped) await(counts.isListening, listener, counts);
     const auto start = Clock::now();
     const pid_t sender = inProcess([&] { sendFor(counts, wireBytes, time); });
     waitpid(sender, nullptr, 0);

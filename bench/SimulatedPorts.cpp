@@ -7,18 +7,20 @@ namespace {
 
 constexpr int fcsBytes = 4;
 
-host::InstallationOptions cabledInPairs() {
+host::InstallationOptions cabledInPairs(const std::string& record) {
     host::InstallationOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
     options.virtualTime = true;
+    options.record = record;
     return options;
 }
 
 } // namespace
 
-SimulatedPorts::SimulatedPorts()
-    : session_(cabledInPairs(), 0), plugin_(session_.installation), log_(session_.installation) {
+SimulatedPorts::SimulatedPorts(const std::string& record)
+    : session_(cabledInPairs(record), 0), plugin_(session_.installation), log_(session_.installation) {
+    session_.bind(plugin_);
     for (unsigned i = 0; i < count; ++i) {
         ports_[i].emplace(plugin_, log_, host::PortAddress{0, i}, true);
         ports_[i]->open();

@@ -3,10 +3,10 @@
 // with 3.
 #pragma once
 
+#include "device/BoardAccess.h"
 #include "device/Plugin.h"
 #include "device/PluginLog.h"
 #include "device/Port.h"
-#include "device/BoardAccess.h"
 
 #include <orvo/core/zume/EthernetFrame.h>
 
@@ -14,6 +14,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 
 namespace orvo::bench {
 
@@ -23,7 +24,8 @@ class SimulatedPorts {
 public:
     static constexpr unsigned count = 4;
 
-    SimulatedPorts();
+    /// `record`: file that every board call is recorded in; empty: none.
+    explicit SimulatedPorts(const std::string& record = "");
 
     core::zume::PhysicalNetworkInterface& operator[](std::size_t port) { return ports_[port]->interface(); }
 

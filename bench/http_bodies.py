@@ -76,4 +76,5 @@ def move(largest):
 if sys.argv[1] == "serve":
     body(LARGEST)  # so that its making is not measured
     http.server.ThreadingHTTPServer(("", PORT), Handler).serve_forever()
-move(LARGEST)
+else:
+    move(LARGEST)

@@ -6,6 +6,7 @@
 #include "commands/ExtcapCall.h"
 #include "commands/HostProgram.h"
 #include "device/BoardServer.h"
+#include "device/recording/Playback.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,9 +38,14 @@ template <class Work> End endOf(const Work& work) {
     }
 }
 
+std::string joined(const std::string& error, const std::string& further) {
+    return error.empty() ? further : error + "; " + further;
+}
+
 template <class Work> int runGuarded(const Work& work) {
     auto end = endOf(work);
     if (ServerWatch::hasLostServer()) end = {Failed, ServerWatch::lossText()};
+    if (!Playback::leftOut().empty()) end = {DifferencesFound, joined(end.error, Playback::leftOut())};
     if (!end.error.empty()) notice(end.error);
     return end.exitCode;
 }

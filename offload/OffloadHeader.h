@@ -2,6 +2,7 @@
 // The header in front of a frame that is not finished yet, at packet sockets and TAPs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace orvo::offload {
@@ -16,6 +17,9 @@ struct OffloadHeader {
     static constexpr std::uint8_t tcpOverIpv6 = 4;
     static constexpr std::uint8_t udp = 5;
     static constexpr std::uint8_t withEcn = 0x80; ///< the first segment reports a reduced congestion window
+
+    /// Bytes of a joined frame at most: an IP packet of 64 KiB with Ethernet header and tags.
+    static constexpr std::size_t longestFrame = 65'600;
 
     std::uint8_t flags = 0;
     std::uint8_t segmentation = notJoined;

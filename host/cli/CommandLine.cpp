@@ -102,8 +102,8 @@ bool CommandLine::isChosen() const {
     return app_->parsed();
 }
 
-void CommandLine::flag(const char* name, bool& variable, const char* description) {
-    app_->add_flag(name, variable, description);
+Option CommandLine::flag(const char* name, bool& variable, const char* description) {
+    return Option(*app_->add_flag(name, variable, description));
 }
 
 Option CommandLine::text(const char* name, const char* form, std::string& variable,

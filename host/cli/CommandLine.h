@@ -56,7 +56,7 @@ public:
 
     bool isChosen() const;
 
-    void flag(const char* name, bool& variable, const char* description);
+    Option flag(const char* name, bool& variable, const char* description);
     Option text(const char* name, const char* form, std::string& variable, const std::string& description);
     /// `take` receives the value, and may throw WrongValue.
     using Take = std::function<void(const std::string&)>;

@@ -21,7 +21,7 @@ public:
             },
             "Give the TAP an IP address, and set its link up");
         line().flag("--no-offload", request_.noOffload,
-                    "Let the system cut its segments and compute checksums, instead of the bridge");
+                    "Leave it to Linux, not the bridge, to cut segments and to compute checksums");
         line()
             .text("-w,--write", "FILE", request_.recording,
                   "Record both directions as pcapng; - is standard output, for a pipe")

@@ -38,14 +38,11 @@ public:
                 },
                 "Write N files of at most SIZE bytes (k, M, G) in turn, named OUT with a number")
             .needs(output);
-        line().choice(
-            "--at", {"host", "wire"}, [this](const std::string& text) { request_.atWire = text == "wire"; },
-            "Where: host is what the port hands over (the default); wire is both directions of its cable, "
-            "with "
-            "check sequences and damaged frames, of a simulated board");
+        addAtOption(line(), request_.atWire);
         line().text("--filter", "EXPR", request_.filter,
                     "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);
+        addBoardRecordingOptions(line(), request_.installation);
     }
 
     int run() override {

@@ -59,8 +59,26 @@ void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
 void addTimeOption(CommandLine& line, InstallationOptions& options) {
     line.choice(
         "--time", {"real", "virtual"},
-        [&options](const std::string& text) { options.virtualTime = text == "virtual"; },
+        [&options](const std::string& text) {
+            options.virtualTime = text == "virtual";
+            options.playback.isRealTime = text == "real";
+        },
         "Time of the simulated board: real (default), or virtual, where pauses take no real time");
+}
+
+void addRecordOption(CommandLine& line, InstallationOptions& options) {
+    line.text("--record", "FILE", options.record, "Record every call into the board's libraries in this file")
+        .notEmpty();
+}
+
+void addBoardRecordingOptions(CommandLine& line, InstallationOptions& options) {
+    const auto recording =
+        line.text("--board-recording", "FILE", options.recording,
+                  "Let this recording answer instead of a board; the run must make the recorded calls")
+            .notEmpty();
+    line.flag("--lenient", options.playback.isLenient,
+              "Answer from the recording by entry and register, whatever is called")
+        .needs(recording);
 }
 
 void addFaultOptions(CommandLine& line, InstallationOptions& options) {
@@ -86,6 +104,13 @@ void addAddressOptions(CommandLine& line, PortAddress& address) {
     line.value(
         "-p,--port", "PORT", [&address, board](const std::string& text) { address = portFrom(text, *board); },
         "GigE port: its number on the board, or BOARD/PORT (default 0)");
+}
+
+void addAtOption(CommandLine& line, bool& atWire) {
+    line.choice(
+        "--at", {"host", "wire"}, [&atWire](const std::string& text) { atWire = text == "wire"; },
+        "Where to listen: host, at what the port hands over (the default); wire, at both directions of a "
+        "simulated port's cable, with frame check sequences and damaged frames");
 }
 
 } // namespace orvo::host

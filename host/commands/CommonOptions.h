@@ -22,6 +22,12 @@ void addInstallationOptions(CommandLine& line, InstallationOptions& options);
 /// Adds --time, for subcommands that can do without the real time.
 void addTimeOption(CommandLine& line, InstallationOptions& options);
 
+/// Adds --record.
+void addRecordOption(CommandLine& line, InstallationOptions& options);
+
+/// Adds --board-recording and --lenient.
+void addBoardRecordingOptions(CommandLine& line, InstallationOptions& options);
+
 /// Adds --faults and --seed.
 void addFaultOptions(CommandLine& line, InstallationOptions& options);
 
@@ -32,7 +38,7 @@ void addBoardOption(CommandLine& line, const std::function<void(unsigned)>& take
 void addAddressOptions(CommandLine& line, PortAddress& address);
 
 /// Adds the options of every subcommand that moves frames through a port: --board, --port, --no-reset,
-/// --crc-watch, --root, --wire, --faults, --seed and --json.
+/// --crc-watch, --root, --wire, --faults, --seed, --record and --json.
 template <class Request>
 void addTrafficOptions(CommandLine& line, Request& request, bool& json,
                        const char* jsonMeaning = "Print the report as JSON") {
@@ -43,8 +49,12 @@ void addTrafficOptions(CommandLine& line, Request& request, bool& json,
               "Have the plug-in log frames with a wrong check sequence as they come (on standard error)");
     addInstallationOptions(line, request.installation);
     addFaultOptions(line, request.installation);
+    addRecordOption(line, request.installation);
     line.flag("--json", json, jsonMeaning);
 }
+
+/// Adds --at.
+void addAtOption(CommandLine& line, bool& atWire);
 
 /// What the text of an option was read as. Errors: WrongValue "TEXT is not of the form FORM" for nothing.
 template <class Value>

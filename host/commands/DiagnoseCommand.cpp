@@ -61,6 +61,8 @@ public:
         addInstallationOptions(line(), installation_);
         addTimeOption(line(), installation_);
         addFaultOptions(line(), installation_);
+        addRecordOption(line(), installation_);
+        addBoardRecordingOptions(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of text");
         line().text("--diff", "OLD.json", oldFile_,
                     "Show what changed since this diagnosis, which --json printed");
@@ -89,7 +91,9 @@ public:
         if (observationTime_ && !files.areWanted())
             throw UsageFailure(
                 "--seconds is for a page or bundle; name one with --html or --bundle, or leave it out");
-        const BoardAccess access(installation_, port_.board);
+        auto options = installation_;
+        if (options.record.empty() && options.recording.empty()) options.record = files.recordingPath();
+        BoardAccess access(options, port_.board);
         if (access.simulator) refuseFilesOfWires({.written = {pageFile_, bundleFile_}}, *access.simulator);
         std::optional<Observation> observation;
         if (files.areWanted())
@@ -98,6 +102,7 @@ public:
         auto found = diagnose(access, installation_, port_, observation ? &*observation : nullptr);
         const bool isAccounted = printLedger(found.account.ledger);
         publish(found, before);
+        access.endRecording();
         if (observation)
             files.write({time, access.installation.root().string(), std::move(found.document),
                          std::move(found.dump), observation->history(), observation->takeLog(),

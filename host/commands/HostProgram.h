@@ -22,6 +22,7 @@ struct HostProgram {
 // Each subcommand is in the file of its name, such as BoardsCommand.cpp. The program must outlive it.
 std::unique_ptr<Command> makeBoardsCommand(Program& program);
 std::unique_ptr<Command> makeBridgeCommand(Program& program);
+std::unique_ptr<Command> makeCallsCommand(Program& program);
 std::unique_ptr<Command> makeCamerasCommand(Program& program);
 std::unique_ptr<Command> makeCaptureCommand(Program& program);
 std::unique_ptr<Command> makeCompletionCommand(Program& program);
@@ -35,6 +36,7 @@ std::unique_ptr<Command> makeLabCommand(Program& program);
 std::unique_ptr<Command> makeReinitializeCommand(Program& program);
 std::unique_ptr<Command> makeReplayCommand(Program& program);
 std::unique_ptr<Command> makeResetCommand(Program& program);
+std::unique_ptr<Command> makeSelftestCommand(Program& program);
 std::unique_ptr<Command> makeSimCommand(Program& program);
 std::unique_ptr<Command> makeSimulateCommand(Program& program);
 std::unique_ptr<Command> makeStreamsCommand(Program& program);

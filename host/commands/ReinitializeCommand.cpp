@@ -19,6 +19,8 @@ public:
         addAddressOptions(line(), port_);
         addInstallationOptions(line(), installation_);
         addFaultOptions(line(), installation_);
+        addRecordOption(line(), installation_);
+        addBoardRecordingOptions(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of text");
     }
 

@@ -54,6 +54,7 @@ public:
                       "Send every Nth frame with a wrong check sequence; implies --fcs host");
         addTrafficOptions(line(), request_, json_);
         addTimeOption(line(), request_.installation);
+        addBoardRecordingOptions(line(), request_.installation);
     }
 
     int run() override {

@@ -18,6 +18,8 @@ public:
         addInstallationOptions(line(), installation_);
         addTimeOption(line(), installation_);
         addFaultOptions(line(), installation_);
+        addRecordOption(line(), installation_);
+        addBoardRecordingOptions(line(), installation_);
         line().flag("--json", json_, "Print JSON instead of text");
     }
 

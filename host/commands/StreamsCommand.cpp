@@ -33,6 +33,7 @@ public:
                 request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
             },
             "End after so many seconds at the port");
+        addAtOption(line(), request_.atWire);
         addTrafficOptions(line(), request_, json_);
     }
 

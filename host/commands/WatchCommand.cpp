@@ -86,6 +86,7 @@ public:
             .notEmpty();
         line().flag("--list", list_, "List what is read, with units and sources");
         addInstallationOptions(line(), installation_);
+        addRecordOption(line(), installation_);
     }
 
     int run() override {

@@ -3,9 +3,18 @@
 
 #include "base/Failure.h"
 #include "base/Output.h"
+#include "base/Pacing.h"
 #include "device/Board.h"
+#include "device/Plugin.h"
 
+#include <nlohmann/json.hpp>
+
+#include <unistd.h>
+
+#include <array>
 #include <chrono>
+#include <cstdlib>
+#include <fstream>
 
 namespace orvo::host {
 
@@ -14,10 +23,46 @@ PortAddress WireOption::address(unsigned defaultBoard) const {
     return full ? *full : PortAddress::parse(std::to_string(defaultBoard) + "/" + port).value();
 }
 
+namespace {
+
+CallsReach reachOf(const InstallationOptions& options) {
+    if (!options.recording.empty()) return CallsReach::Recording;
+    return options.record.empty() ? CallsReach::Board : CallsReach::BoardAndRecorder;
+}
+
+std::optional<SimulatorControl> simulatorOf(const BoardLibraries& libraries) {
+    return libraries.hal() ? SimulatorControl::find(*libraries.hal()) : std::nullopt;
+}
+
+/// Those of this process, without the program's name.
+std::vector<std::string> programArguments() {
+    std::vector<std::string> arguments;
+    std::ifstream file("/proc/self/cmdline", std::ios::binary);
+    for (std::string argument; std::getline(file, argument, '\0');) arguments.push_back(argument);
+    if (!arguments.empty()) arguments.erase(arguments.begin());
+    return arguments;
+}
+
+int skipSleep(std::uint64_t) {
+    return 0;
+}
+
+/// Environment variables that change what the plug-in calls.
+constexpr const char* recordedVariables[] = {"ORVO_PRE_SEND_WAIT_TIME", "ORVO_BOARD"};
+
+} // namespace
+
 BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoard)
-    : installation(options.root), libraries(installation), simulator(SimulatorControl::find(libraries.hal())),
-      virtualTime(options.virtualTime), server(simulator && !options.isServer ? simulator->server() : ""),
-      hasFaults(!options.faults.empty()) {
+    : installation(options.root), libraries(installation, reachOf(options)),
+      simulator(simulatorOf(libraries)), virtualTime(options.virtualTime && options.recording.empty()),
+      server(simulator && !options.isServer ? simulator->server() : ""), hasFaults(!options.faults.empty()) {
+    if (!options.record.empty() && !options.recording.empty())
+        throw UsageFailure(
+            "--record is for a board, and a recording answers instead of one; leave one of both out");
+    if (!options.recording.empty()) {
+        playback.emplace(options.recording, options.playback);
+        if (!options.playback.isRealTime) letSleepsAdvance(skipSleep);
+    }
     if (!server.empty()) {
         notice("using the simulated boards of " + serverText(server));
         watch_.emplace(*simulator);
@@ -25,16 +70,61 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     if (!options.wires.empty()) requireSimulator("--wire");
     if (virtualTime) requireSimulator("--time virtual");
     if (hasFaults) requireSimulator("--faults");
-    if (!simulator) return;
+    if (simulator) useSimulator(options, defaultBoard);
+    if (!options.record.empty()) recorder_.emplace(options.record, libraries.entries(), recordingHeader());
+}
+
+BoardAccess::~BoardAccess() {
+    if (playback) letSleepsAdvance(nullptr);
+}
+
+void BoardAccess::useSimulator(const InstallationOptions& options, unsigned defaultBoard) const {
     simulator->useClock(!virtualTime ? OrvoSimRealTime : hasFaults ? OrvoSimDrivenTime : OrvoSimVirtualTime);
     if (hasFaults) simulator->loadFaults(options.faults, options.seed); // before the wires, which pass them
     for (const auto& option : options.wires) simulator->setWire(option.address(defaultBoard), option.wire);
 }
 
 void BoardAccess::requireSimulator(const std::string& option) const {
-    if (!simulator)
-        throw Failure(option + " needs a simulated board, and the one of " +
-                      quoted(installation.root().string()) + " is real; leave the option out");
+    if (simulator) return;
+    if (playback)
+        throw UsageFailure(option +
+                           " needs a simulated board, and a recording answers instead of a board; leave the "
+                           "option out");
+    throw Failure(option + " needs a simulated board, and the one of " +
+                  quoted(installation.root().string()) + " is real; leave the option out");
+}
+
+nlohmann::json BoardAccess::recordingHeader() const {
+    using Json = nlohmann::json;
+    Json header = {{"program", "orvo-gige " ORVO_VERSION}, {"root", installation.root().string()},
+                   {"arguments", programArguments()},      {"simulated", simulator.has_value()},
+                   {"environment", Json::object()},        {"farEnds", Json::object()}};
+    header["begin"] = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                          std::chrono::system_clock::now().time_since_epoch())
+                          .count();
+    std::array<char, 256> host{};
+    if (gethostname(host.data(), host.size() - 1) == 0) header["host"] = host.data();
+    for (const auto* const name : recordedVariables)
+        if (const char* const value = std::getenv(name)) header["environment"][name] = value;
+    if (!simulator) return header;
+    for (unsigned board = 0; board < Board::indexLimit; ++board)
+        for (unsigned port = 0; simulator->state({board, port}); ++port)
+            if (const auto end = simulator->farEnd({board, port}))
+                header["farEnds"][PortAddress{board, port}.text()] = end->text();
+    return header;
+}
+
+void BoardAccess::bind(Plugin& plugin) const {
+    if (const auto* const entries = libraries.pluginEntries()) plugin.setEntries(*entries);
+}
+
+std::optional<PortAddress> BoardAccess::farEnd(PortAddress port) const {
+    if (simulator) return simulator->farEnd(port);
+    if (!playback) return std::nullopt;
+    const auto ends = playback->header().value("farEnds", nlohmann::json::object());
+    return ends.is_object() && ends.contains(port.text()) && ends[port.text()].is_string()
+               ? PortAddress::parse(ends[port.text()].get<std::string>())
+               : std::nullopt;
 }
 
 void BoardAccess::requirePort(PortAddress port) const {
@@ -50,6 +140,7 @@ void BoardAccess::requirePort(PortAddress port) const {
 }
 
 double BoardAccess::seconds() const {
+    if (playback) return Playback::seconds();
     if (virtualTime) return simulator->seconds();
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }

@@ -7,6 +7,8 @@
 #include "device/Installation.h"
 #include "device/PortAddress.h"
 #include "device/SimulatorControl.h"
+#include "device/recording/Playback.h"
+#include "device/recording/Recorder.h"
 
 #include <cstdint>
 #include <optional>
@@ -31,6 +33,9 @@ struct InstallationOptions {
     std::string faults;       ///< file of a fault script for the simulated board; empty: none
     std::uint64_t seed = 0;   ///< of the script's random choices
     bool isServer = false;    ///< this process holds the boards that others use
+    std::string record;       ///< file that every board call goes into; empty: none
+    std::string recording;    ///< file of a recording that answers instead of a board; empty: none
+    PlaybackOptions playback;
 };
 
 /// Which port, and how it is used.
@@ -40,16 +45,22 @@ struct PortOptions {
     bool crcWatch = false; ///< have the plug-in log receive errors
 };
 
+class Plugin;
+
 /// An installation's board libraries, opened, and its simulated board, if it has one, cabled.
 struct BoardAccess {
     /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or an
     /// option that needs a simulated board where the board is real. Tells the user of a server; when that
     /// ends later, so does the program.
     BoardAccess(const InstallationOptions& options, unsigned defaultBoard);
+    ~BoardAccess();
+    BoardAccess(const BoardAccess&) = delete;
+    BoardAccess& operator=(const BoardAccess&) = delete;
 
     Installation installation;
     BoardLibraries libraries;
-    std::optional<SimulatorControl> simulator; ///< nothing: the board is real
+    std::optional<SimulatorControl> simulator; ///< nothing: the board is real, or a recording answers
+    std::optional<Playback> playback;          ///< nothing: there is a board
     bool virtualTime;
     std::string server; ///< the socket of the server whose boards these are; empty: they are nobody else's
     bool hasFaults;     ///< a script runs; in virtual time, the thread that made this object drives the clock
@@ -60,11 +71,29 @@ struct BoardAccess {
 
     /// Errors: Failure that names the option where the board is real.
     void requireSimulator(const std::string& option) const;
+    /// Completes the file of --record. No other thread may call the board any more.
+    void endRecording() { recorder_.reset(); }
+
+    /// Lets the plug-in's calls go where this program's calls go. Before its first one.
+    void bind(Plugin& plugin) const;
+
+    /// The port at the other end of a simulated or recorded port's cable; nothing where the cable leads
+    /// elsewhere.
+    std::optional<PortAddress> farEnd(PortAddress port) const;
+
+    /// Whether links have to be read from the PHYs, as the boards' libraries do not tell; so it is, too,
+    /// while calls are recorded, for that the recording can be played without simulated boards.
+    bool readsLinks() const noexcept { return !simulator || recorder_; }
 
     /// The board's clock, in seconds from an arbitrary start.
     double seconds() const;
 
 private:
+    void useSimulator(const InstallationOptions& options, unsigned defaultBoard) const;
+    nlohmann::json recordingHeader() const;
+
+    std::optional<Recorder> recorder_;
+
     std::optional<ServerWatch> watch_;
 };
 

@@ -2,6 +2,7 @@
 #include "device/CableTap.h"
 
 #include "base/Failure.h"
+#include "frames/OutputFrame.h"
 
 #include <fmt/format.h>
 
@@ -53,9 +54,9 @@ const char* deathReason(OrvoSimFate fate, bool isSent) {
         "dropped: wrong frame check sequence",
         "dropped: shorter than 64 bytes",
         "dropped: longer than 1518 bytes",
-        "dropped: receive queue full",
-        "dropped: link down",
-        "dropped: receiver off",
+        queueFullComment.data(),
+        linkDownComment.data(),
+        receiverOffComment.data(),
         "not sent: transmitter off",
         "not sent: transmitter busy",
         "not sent: longer than the transmit buffer",

@@ -100,7 +100,7 @@ Link readLink(const BoardAccess& access, PortAddress port) {
 }
 
 bool tryWaitForLink(const BoardAccess& access, PortAddress port) {
-    return access.simulator ? awaitSimulatedLink(access, port) : awaitRealLink(access, port);
+    return access.readsLinks() ? awaitRealLink(access, port) : awaitSimulatedLink(access, port);
 }
 
 void waitForLink(const BoardAccess& access, PortAddress port) {

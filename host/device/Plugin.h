@@ -2,6 +2,7 @@
 #pragma once
 
 #include "device/Installation.h"
+#include "device/recording/BoardEntries.h"
 
 #include <orvo/core/PluginLibrary.h>
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
@@ -19,6 +20,10 @@ public:
     explicit Plugin(const Installation& installation);
 
     boost::shared_ptr<core::zume::PhysicalNetworkInterface> createInterface();
+
+    /// Fills the pointer variables through which the plug-in calls the board's libraries. Before its first
+    /// call. Errors: Failure when the plug-in has none.
+    void setEntries(const EntryTable& entries);
 
     /// From now on, every interface compares the firmware's count of receive errors at each `receive`, and
     /// logs when it grew. Errors: Failure when the plug-in has no such watch.

@@ -124,6 +124,7 @@ PortStatistics Port::finish() {
 
 Ports::Ports(const BoardAccess& access, const std::vector<PortAddress>& addresses, bool resetBoards)
     : access_(access), log_(access.installation), plugin_(access.installation) {
+    access.bind(plugin_);
     for (const auto address : addresses) access.requirePort(address); // all of them before a board is reset
     for (auto i = addresses.begin(); i != addresses.end(); ++i)
         if (std::find(addresses.begin(), i, *i) == i) ports_.emplace_back(plugin_, log_, *i, resetBoards);

@@ -13,7 +13,7 @@ namespace orvo::host {
 namespace {
 
 constexpr unsigned mostFiles = 100'000;
-constexpr std::uint64_t leastFileBytes = 4096; // headers, a frame of 1,514 bytes and the closing block fit
+constexpr std::uint64_t leastFileBytes = 4096; // headers, the longest frame and the closing blocks fit
 
 /// Removes the number that `text` begins with and returns it; nothing when there is none.
 std::optional<std::uint64_t> takeNumber(std::string_view& text) {

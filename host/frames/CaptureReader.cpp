@@ -34,7 +34,8 @@ void CaptureReader::Close::operator()(pcap* capture) const noexcept {
     pcap_close(capture);
 }
 
-CaptureReader::CaptureReader(std::string path) : path_(std::move(path)), stream_(path_) {
+CaptureReader::CaptureReader(std::string path)
+    : path_(std::move(path)), stream_(path_, [this](Bytes bytes) { notes_.feed(bytes); }) {
     open();
     checkLinkType();
     const int extension = pcap_datalink_ext(capture_.get());
@@ -83,8 +84,11 @@ bool CaptureReader::next(CapturedFrame& frame) {
         throw Failure("cannot read " + name() + " beyond frame " + std::to_string(frames_) + ": " +
                       reasonOr(pcap_geterr(capture_.get())) + "; " + advice);
     }
+    const auto note = notes_.next();
+    const auto fcsBytes = note ? note->fcsBytes : fcsBytes_;
     const std::size_t originalLength = std::max(header->len, header->caplen);
-    frame.originalLength = originalLength - std::min(fcsBytes_, originalLength);
+    frame.originalLength = originalLength - std::min(fcsBytes, originalLength);
+    frame.diedAt = note ? note->diedAt : std::nullopt;
     frame.length = std::min<std::size_t>(header->caplen, frame.originalLength);
     frame.bytes = bytes;
     frame.number = ++frames_;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "frames/CaptureStream.h"
+#include "frames/PcapngNotes.h"
 
 #include <chrono>
 #include <cstddef>
@@ -22,6 +23,7 @@ struct CapturedFrame {
         0;                    ///< bytes on the wire; more than `length` when the capture cut the frame short
     std::uint64_t number = 0; ///< position in the file, from 1, as capture tools count
     std::chrono::nanoseconds recordedAt{0}; ///< since the epoch
+    std::optional<DeathPlace> diedAt = {};  ///< according to a capture at the wire
 };
 
 /// Reads the frames of a pcap or pcapng file, pipe or standard input one by one, in constant memory, also
@@ -38,6 +40,7 @@ public:
     bool next(CapturedFrame& frame);
 
     const std::string& path() const noexcept { return path_; }
+    const PcapngNotes& notes() const noexcept { return notes_; }
 
 private:
     struct Close {
@@ -50,6 +53,7 @@ private:
     std::string reasonOr(const char* reason) const;
 
     const std::string path_;
+    PcapngNotes notes_;
     CaptureStream stream_;
     std::unique_ptr<pcap, Close> capture_;
     std::size_t fcsBytes_ = 0; // frame check sequence at the end of every frame, according to the file

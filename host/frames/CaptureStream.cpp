@@ -37,8 +37,9 @@ void CaptureStream::EndInflate::operator()(z_stream_s* stream) const noexcept {
     delete stream;
 }
 
-CaptureStream::CaptureStream(const std::string& path)
-    : name_(path == standardInput ? "standard input" : quoted(path)), descriptor_(openDescriptor(path)) {
+CaptureStream::CaptureStream(const std::string& path, Watch watch)
+    : name_(path == standardInput ? "standard input" : quoted(path)), watch_(std::move(watch)),
+      descriptor_(openDescriptor(path)) {
     const int reason = errno;
     if (descriptor_.get() < 0)
         throw Failure("cannot read " + name_ + ": " + systemError(reason) + "; name a pcap or pcapng file");
@@ -68,7 +69,14 @@ ssize_t CaptureStream::readInto(void* self, char* bytes, std::size_t room) noexc
 
 ssize_t CaptureStream::read(Room room) noexcept {
     if (!hasBegun_ && begin() < 0) return -1;
-    return inflating_ ? readInflated(room) : readPlain(room);
+    const auto bytes = inflating_ ? readInflated(room) : readPlain(room);
+    try {
+        if (bytes > 0) watch_(room.first(static_cast<std::size_t>(bytes)));
+    } catch (const std::bad_alloc&) {
+        errno = ENOMEM;
+        return -1;
+    }
+    return bytes;
 }
 
 // Reads as much as tells the formats apart; a pipe may bring less at once.

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -23,7 +24,9 @@ public:
 
     /// Errors: Failure when the file is missing, unreadable, empty or a directory, or standard input is a
     /// terminal.
-    explicit CaptureStream(const std::string& path);
+    /// `watch` sees all bytes that are read, decompressed; it may throw std::bad_alloc.
+    using Watch = std::function<void(std::span<const std::uint8_t>)>;
+    CaptureStream(const std::string& path, Watch watch);
     ~CaptureStream();
 
     /// For messages: the quoted path, or "standard input".
@@ -54,6 +57,7 @@ private:
     ssize_t fail(const char* damage) noexcept;
 
     const std::string name_;
+    const Watch watch_;
     FileDescriptor descriptor_;
     bool hasBegun_ = false;
     std::array<std::uint8_t, 65'536> buffer_{};

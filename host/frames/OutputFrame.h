@@ -18,6 +18,23 @@ enum FrameErrors : std::uint32_t {
 
 enum class FrameDirection : std::uint32_t { Unknown = 0, Received = 1, Sent = 2 }; // in those flags, too
 
+/// Where a frame died that reached a port, or that it was to send.
+enum class DeathPlace : std::uint8_t {
+    ReceiveQueue, ///< it had no room
+    DamagedFrame, ///< wrong check sequence or length
+    NoLink,
+    ReceiverOff,
+    NotSent
+};
+inline constexpr std::size_t deathPlaces = 5;
+
+/// Comments of frames that died, by which a reader of the file knows the place. Those that only begin with
+/// the first two: DamagedFrame, NotSent.
+inline constexpr std::string_view droppedComment = "dropped: ", notSentComment = "not sent: ",
+                                  queueFullComment = "dropped: receive queue full",
+                                  linkDownComment = "dropped: link down",
+                                  receiverOffComment = "dropped: receiver off";
+
 /// A frame on its way into a capture; bytes and comment belong to others. What a port hands over has bytes
 /// only.
 struct OutputFrame {
@@ -26,9 +43,10 @@ struct OutputFrame {
     std::uint32_t interface = 0;            ///< its number in a file
     std::uint32_t wireBytes = 0;            ///< 0: as many as there are bytes
     FrameDirection direction = FrameDirection::Unknown;
-    unsigned fcsBytes = 0;         ///< of the check sequence that ends a frame
-    std::uint32_t errors = 0;      ///< FrameErrors
-    std::string_view comment = {}; ///< for people; empty: none
+    unsigned fcsBytes = 0;                 ///< of the check sequence that ends a frame
+    std::uint32_t errors = 0;              ///< FrameErrors
+    std::optional<DeathPlace> diedAt = {}; ///< nothing: it passed
+    std::string_view comment = {};         ///< for people; empty: none
 
     Bytes withoutFcs() const noexcept {
         return bytes.first(bytes.size() - (bytes.size() >= fcsBytes ? fcsBytes : 0));

@@ -40,7 +40,7 @@ std::string endingOf(int exitCode) {
 
 void requireSimulatedPort(const LabOptions& options) {
     const Installation installation(options.root);
-    const auto simulator = SimulatorControl::find(BoardLibraries(installation).hal());
+    const auto simulator = SimulatorControl::find(*BoardLibraries(installation).hal());
     if (!simulator)
         throw Failure("lab needs a simulated board, and the one of " + quoted(installation.root().string()) +
                       " is real; name another installation with --root");

@@ -19,9 +19,8 @@ namespace {
 
 using core::zume::EthernetFrame;
 
-constexpr std::size_t bufferBytes = 65'600; // an IP packet, with Ethernet header and tags
-constexpr int returnPauseMs = 200;          // between two attempts to attach to a TAP that is gone
-constexpr std::size_t framesAtOnce = 1024;  // read from the TAP before other events are polled
+constexpr int returnPauseMs = 200;         // between two attempts to attach to a TAP that is gone
+constexpr std::size_t framesAtOnce = 1024; // read from the TAP before other events are polled
 constexpr std::chrono::seconds observeInterval{1};
 constexpr std::chrono::seconds reopenInterval{1};
 
@@ -49,7 +48,7 @@ std::uint64_t BridgeTotals::takenFromPort() const noexcept {
 Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
                BridgeRecording* recording, LiveStreams& streams, Hooks hooks)
     : port_(port), tap_(tap), requests_(requests), recording_(recording), streams_(streams),
-      hooks_(std::move(hooks)), buffer_(bufferBytes) {}
+      hooks_(std::move(hooks)), buffer_(offload::OffloadHeader::longestFrame) {}
 
 BridgeTotals Bridge::totals() const {
     return {toPort_.sent.value(),     toTap_.delivered.value(),   valuesOf(toPort_.dropped),

@@ -75,15 +75,7 @@ public:
 
     void run(const BridgeSetting& setting, MetricsFile& metrics) {
         tellReady(request_, setting);
-        std::optional<Repetition> writing;
-        std::optional<Progress> progress;
-        {
-            const SignalShield handledHere; // the threads inherit it
-            if (metrics.isWanted())
-                writing.emplace(std::chrono::seconds{1}, [&] { metrics.renew(metricsOfBridge(report())); });
-            if (!setting.ready) progress.emplace([this] { return progressText(); });
-        }
-        bridge_.run();
+        carry(setting, metrics);
         streams_.finish();
         duration_ = Clock::now() - begin_;
     }
@@ -108,7 +100,20 @@ public:
     }
 
 private:
-    /// Without the streams. Any thread.
+    /// While threads of its own show and write the counts.
+    void carry(const BridgeSetting& setting, MetricsFile& metrics) {
+        std::optional<Repetition> writing;
+        std::optional<Progress> progress;
+        {
+            const SignalShield handledHere; // the threads inherit it
+            if (metrics.isWanted())
+                writing.emplace(std::chrono::seconds{1}, [&] { metrics.renew(metricsOfBridge(report())); });
+            if (!setting.ready) progress.emplace([this] { return progressText(); });
+        }
+        bridge_.run();
+    }
+
+    /// Without the streams. Any thread, until the bridge has ended.
     BridgeReport counts() const {
         BridgeReport report{
             .request = request_, .totals = bridge_.totals(), .drops = lossesOutside(tap_, losses_)};

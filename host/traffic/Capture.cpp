@@ -19,15 +19,19 @@ using namespace std::chrono_literals;
 // A reader of the output sees a single frame at once, and frames in a row after this time at most.
 constexpr auto showInterval = 50ms;
 constexpr auto silenceLimit = 3s;
+constexpr auto recordingPoll = 5ms;
 constexpr std::chrono::milliseconds longestPoll = 1h;
 constexpr auto never = std::chrono::steady_clock::time_point::max();
 
 } // namespace
 
 const char* captureEndText(CaptureEnd end) {
-    constexpr std::array texts = {"by a signal", "after the requested number of frames",
-                                  "after the requested time", "because the reader closed the pipe",
-                                  "early, because of an error"};
+    constexpr std::array texts = {"by a signal",
+                                  "after the requested number of frames",
+                                  "after the requested time",
+                                  "because the reader closed the pipe",
+                                  "early, because of an error",
+                                  "with the recording"};
     return texts[static_cast<std::size_t>(end)];
 }
 
@@ -46,6 +50,15 @@ CaptureTotals Capture::totals() const noexcept {
     return {counters_.received.value(), counters_.written.value(), counters_.filteredOut.value()};
 }
 
+/// A failure is noted, and ends nothing but this step.
+template <class Step> void Capture::attempt(Step step) noexcept {
+    try {
+        step();
+    } catch (...) {
+        noteFailure();
+    }
+}
+
 CaptureResult Capture::run(const CaptureLimits& limits, const Call& ending, const Call& silent) {
     framesLeft_ = limits.frames != 0 ? limits.frames : std::numeric_limits<std::uint64_t>::max();
     std::thread thread;
@@ -53,24 +66,35 @@ CaptureResult Capture::run(const CaptureLimits& limits, const Call& ending, cons
         const SignalShield handledHere; // the thread inherits it
         thread = std::thread([this] { receiveAll(); });
     }
-    const auto end = awaitEnd(limits.time, silent);
+    const auto end = awaitEnd(limits, silent);
     stopRequested_ = true;
     output_.hurry();
     ending();
     thread.join();
-    closeOutput();
+    attempt([this] { output_.close(); });
     return {totals(), ownEnd_.value_or(end), failure_};
 }
 
-CaptureEnd Capture::awaitEnd(std::chrono::duration<double> limit, const Call& silent) const {
+CaptureEnd Capture::awaitEnd(const CaptureLimits& limits, const Call& silent) const {
+    const auto limit = limits.time;
     const auto begin = Clock::now();
     const auto end = limit.count() > 0 ? begin + std::chrono::ceil<Clock::duration>(limit) : never;
+    if (limits.isOver) return awaitRecordingEnd(limits.isOver, end);
     const auto firstLook = begin + silenceLimit;
     if (firstLook < end) {
         if (awaitEndUntil(firstLook)) return CaptureEnd::Signal;
         if (counters_.received.value().frames == 0 && silent) silent();
     }
     return awaitEndUntil(end) ? CaptureEnd::Signal : CaptureEnd::Time;
+}
+
+/// What a recording delivers comes faster than it did, or as fast; a limit of time holds all the same.
+CaptureEnd Capture::awaitRecordingEnd(const std::function<bool()>& isOver, Clock::time_point limit) const {
+    while (!isOver()) {
+        if (awaitEndUntil(std::min(limit, Clock::now() + recordingPoll))) return CaptureEnd::Signal;
+        if (Clock::now() >= limit) return CaptureEnd::Time;
+    }
+    return CaptureEnd::Recording;
 }
 
 /// Returns whether a signal, or the receiving thread, ended the capture before `limit`.
@@ -86,13 +110,11 @@ bool Capture::awaitEndUntil(Clock::time_point limit) const {
 }
 
 void Capture::receiveAll() noexcept {
-    try {
+    attempt([this] {
         while (!ownEnd_ && !isAskedToEnd()) receiveOne();
         receiveRest();
-        source_.end(output_);
-    } catch (...) {
-        noteFailure();
-    }
+    });
+    attempt([this] { source_.end(output_); });
     threadEnded_.raise();
 }
 
@@ -132,14 +154,6 @@ void Capture::take(const OutputFrame& frame) {
     output_.write(frame);
     counters_.written.add(frame.bytes.size());
     if (--framesLeft_ == 0) ownEnd_ = CaptureEnd::Frames;
-}
-
-void Capture::closeOutput() noexcept {
-    try {
-        output_.close();
-    } catch (...) {
-        noteFailure();
-    }
 }
 
 // Only the first failure counts, and a reader that was slow when the end came is none.

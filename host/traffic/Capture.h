@@ -21,9 +21,10 @@ namespace orvo::host {
 struct CaptureLimits {
     std::uint64_t frames = 0;              ///< written; 0: no limit
     std::chrono::duration<double> time{0}; ///< 0: no limit
+    std::function<bool()> isOver = {};     ///< whether no more frames can come; empty: they always can
 };
 
-enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure };
+enum class CaptureEnd { Signal, Frames, Time, ReaderGone, Failure, Recording };
 const char* captureEndText(CaptureEnd end);
 
 struct CaptureTotals {
@@ -47,7 +48,7 @@ public:
     virtual std::optional<OutputFrame> next() = 0;
     /// After the end was asked for: frames that had come before.
     virtual std::optional<OutputFrame> left() { return std::nullopt; }
-    /// Says what is known only at the end.
+    /// Says what is known only at the end, also after a failure.
     virtual void end(FrameOutput&) {}
 };
 
@@ -82,7 +83,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    CaptureEnd awaitEnd(std::chrono::duration<double> limit, const Call& silent) const;
+    CaptureEnd awaitEnd(const CaptureLimits& limits, const Call& silent) const;
+    CaptureEnd awaitRecordingEnd(const std::function<bool()>& isOver, Clock::time_point limit) const;
     bool awaitEndUntil(Clock::time_point limit) const;
     void receiveAll() noexcept;
     void receiveOne();
@@ -90,7 +92,7 @@ private:
     void take(const OutputFrame& frame);
     void show();
     bool isAskedToEnd() const noexcept;
-    void closeOutput() noexcept;
+    template <class Step> void attempt(Step step) noexcept;
     void noteFailure() noexcept;
 
     FrameSource& source_;

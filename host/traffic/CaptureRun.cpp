@@ -11,8 +11,8 @@
 #include "device/FileConflicts.h"
 #include "frames/FrameLines.h"
 #include "frames/FrameReport.h"
-#include "traffic/FrameReceiver.h"
 #include "traffic/SilentPort.h"
+#include "traffic/WireRun.h"
 
 #include <fmt/format.h>
 
@@ -61,7 +61,10 @@ CaptureResult record(const Setup& setup, FrameSource& source, const Capture::Cal
     const auto explain = [&] {
         notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(setup.access, port));
     };
-    return capture.run(request.limits, ending, explain);
+    auto limits = request.limits;
+    const auto& playback = setup.access.playback;
+    if (playback) limits.isOver = [&] { return playback->isOver(); };
+    return capture.run(limits, ending, playback ? Capture::Call() : explain);
 }
 
 void captureAtHost(const Setup& setup, CaptureReport& report) {
@@ -75,40 +78,13 @@ void captureAtHost(const Setup& setup, CaptureReport& report) {
     report.account = traffic.finish({{.port = port, .received = report.result.totals.received.frames}});
 }
 
-void captureAtOwnWire(const Setup& setup, WireSource& source, CaptureReport& report) {
-    const auto port = setup.request.port.address;
-    TrafficRun traffic(setup.access, setup.request.installation, {port}, !setup.request.port.noReset);
-    traffic.openLive();
-    FrameReceiver receiver(traffic.port(port), nullptr, nullptr);
-    {
-        const SignalShield handledHere; // the thread inherits it
-        receiver.start();
-    }
-    report.result = record(setup, source, [&] { traffic.stop(); });
-    receiver.stop();
-    report.account = traffic.finish({{.port = port, .received = receiver.returned().frames}});
-}
-
 void captureAtWire(const Setup& setup, CaptureReport& report) {
-    const CableTap tap(setup.access.libraries.hal(), setup.request.port.address);
-    WireSource source(tap);
-    if (setup.access.server.empty())
-        captureAtOwnWire(setup, source, report);
-    else
-        report.result = record(setup, source, [] {});
-    report.wire = source.counts();
-}
-
-/// What a capture at the wire cannot do, because it does not open the port, or there is no such wire.
-void checkWire(const CaptureRequest& request, const BoardAccess& access) {
-    access.requireSimulator("--at wire");
-    if (request.port.crcWatch)
-        throw UsageFailure(
-            "--crc-watch is for --at host; at the wire, damaged frames are captured and marked");
-    if (!access.server.empty() && access.hasFaults)
-        throw UsageFailure(
-            "--at wire only listens at a server's boards; start the faults with: orvo-gige sim "
-            "faults FILE");
+    auto run = runAtWire(setup.access, setup.request.installation, setup.request.port,
+                         [&](FrameSource& source, const Capture::Call& ending) {
+                             report.result = record(setup, source, ending);
+                         });
+    report.wire = std::move(run.counts);
+    report.account = std::move(run.account);
 }
 
 std::string filesOf(const CaptureReport& report) {
@@ -119,26 +95,6 @@ std::string filesOf(const CaptureReport& report) {
     return text;
 }
 
-std::string wireText(const WireCounts& wire, PortAddress port) {
-    const auto missed = wire.missed.received + wire.missed.sent;
-    auto text = countLine("received", wire.received, "at port " + port.text()) +
-                countLine("sent", wire.sent, "by port " + port.text());
-    if (wire.died.frames() != 0) text += wire.died.lines("died");
-    if (missed != 0)
-        text += framesLine("missed", missed,
-                           "that came faster than they could be taken (" + grouped(wire.missed.received) +
-                               " received, " + grouped(wire.missed.sent) + " sent)");
-    return text;
-}
-
-/// In the place of "received".
-nlohmann::ordered_json wireJson(const WireCounts& wire) {
-    return {{"received", countJson(wire.received)},
-            {"sent", countJson(wire.sent)},
-            {"died", wire.died.json()},
-            {"missed", {{"received", wire.missed.received}, {"sent", wire.missed.sent}}}};
-}
-
 } // namespace
 
 CaptureReport runCapture(const CaptureRequest& request) {
@@ -147,7 +103,7 @@ CaptureReport runCapture(const CaptureRequest& request) {
     const auto output = openOutput(request);
     const BoardAccess access(request.installation, request.port.address.board);
     if (access.simulator) refuseFilesOfWires({.written = output->paths()}, *access.simulator);
-    if (request.atWire) checkWire(request, access);
+    if (request.atWire) checkWire(request.port, access);
 
     CaptureReport report{.request = request};
     const Setup setup{request, access, *output, filter ? &*filter : nullptr};

@@ -19,11 +19,16 @@ Bytes bytesOf(const QByteArray& frame) {
 
 LiveStreams::LiveStreams(StreamAccount::Take take) : account_(std::move(take)) {}
 
-void LiveStreams::addReceived(Bytes frame) {
+void LiveStreams::addReceived(Bytes frame, std::optional<StreamTime> time) {
     takeSent();
-    const auto time = now();
-    account_.add(frame, time);
-    publish(time);
+    const auto present = now();
+    account_.add(frame, time.value_or(present));
+    publish(present);
+}
+
+void LiveStreams::addDead(Bytes frame, DeathPlace place, StreamTime time) {
+    account_.addDead(frame, place, time);
+    publish(now());
 }
 
 void LiveStreams::noteSilence() {

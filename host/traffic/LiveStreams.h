@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <optional>
 
 namespace orvo::host {
 
@@ -18,8 +19,10 @@ class LiveStreams {
 public:
     explicit LiveStreams(StreamAccount::Take take = {});
 
-    /// A frame from the port; receiving thread.
-    void addReceived(Bytes frame);
+    /// A frame from the port, or of its cable; `time` where it is known better than now. Receiving thread.
+    void addReceived(Bytes frame, std::optional<StreamTime> time = {});
+    /// A frame of the cable that died in the board; receiving thread.
+    void addDead(Bytes frame, DeathPlace place, StreamTime time);
     /// No frame has come for some time; receiving thread.
     void noteSilence();
     /// A frame to the port, of which only commands to cameras are kept; sending thread.

@@ -81,7 +81,7 @@ std::unique_ptr<PcapngWriter> openOutput(const ReplayRequest& request, PortAddre
 PortAddress receivingPortOf(const ReplayRequest& request, const BoardAccess& access) {
     if (request.receivingPort) return *request.receivingPort;
     const auto sendingPort = request.port.address;
-    return access.simulator ? access.simulator->farEnd(sendingPort).value_or(sendingPort) : sendingPort;
+    return access.farEnd(sendingPort).value_or(sendingPort);
 }
 
 std::string progressText(const Replay& replay, std::optional<std::uint64_t> frames) {

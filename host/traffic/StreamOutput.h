@@ -20,7 +20,11 @@ public:
         if (next_) next_->begin();
     }
     void write(const OutputFrame& frame) override {
-        streams_.addReceived(frame.withoutFcs());
+        const auto time = static_cast<StreamTime>(frame.time.value_or(0));
+        if (frame.diedAt)
+            streams_.addDead(frame.withoutFcs(), *frame.diedAt, time);
+        else
+            streams_.addReceived(frame.withoutFcs(), frame.time ? std::optional(time) : std::nullopt);
         if (next_) next_->write(frame);
     }
     void noteMissed(std::uint32_t interface, std::uint64_t frames) override {

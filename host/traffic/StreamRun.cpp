@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "traffic/StreamRun.h"
 
+#include "base/Failure.h"
 #include "base/Output.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
@@ -9,6 +10,7 @@
 #include "traffic/PortCounters.h"
 #include "traffic/SilentPort.h"
 #include "traffic/StreamOutput.h"
+#include "traffic/WireRun.h"
 
 #include <fmt/format.h>
 
@@ -23,10 +25,15 @@ StreamRunReport readCapture(const StreamRequest& request, const StreamAccount::T
     while (reader.next(frame)) {
         throwIfEndRequested();
         ++report.frames;
-        account.add({frame.bytes, frame.length}, frame.recordedAt.count());
+        const Bytes bytes(frame.bytes, frame.length);
+        if (frame.diedAt)
+            account.addDead(bytes, *frame.diedAt, frame.recordedAt.count());
+        else
+            account.add(bytes, frame.recordedAt.count());
     }
     account.finish();
     report.streams = account.report();
+    if (reader.notes().tellsDeaths()) report.troubles = troublesOf(report.streams, reader.notes().missed());
     return report;
 }
 
@@ -42,49 +49,84 @@ std::string progressText(const LiveStreams& streams) {
                        counted(whole, "image"), grouped(damaged), counted(missing, "packet"));
 }
 
-StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Take& take) {
+/// What all runs at a port have.
+struct Setup {
+    const StreamRequest& request;
+    const BoardAccess& access;
+    LiveStreams& streams;
+};
+
+/// Returns how many frames came.
+std::uint64_t follow(const Setup& setup, FrameSource& source, const Capture::Call& ending) {
+    const auto port = setup.request.port.address;
+    StreamOutput output(setup.streams);
+    Capture capture(source, output, nullptr);
+    if (endRequested() == 0)
+        notice(std::string("following the streams at ") + (setup.request.atWire ? "the wire of " : "") +
+               "port " + port.text() + "; end with Ctrl-C");
+    const auto explain = [&] {
+        notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(setup.access, port));
+    };
+    std::optional<Progress> progress([&] { return progressText(setup.streams); });
+    const auto result = capture.run(setup.request.limits, ending, explain);
+    progress.reset();
+    if (result.failure) std::rethrow_exception(result.failure);
+    return result.totals.received.frames;
+}
+
+void followHost(const Setup& setup, StreamRunReport& report) {
+    const auto& [request, access, streams] = setup;
     const auto port = request.port.address;
-    StreamRunReport report{.request = request};
-    const BoardAccess access(request.installation, port.board);
     TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
     std::optional<PortCounters> counters;
     if (request.port.noReset) counters.emplace(access, port); // frames may come as soon as the port is open
     traffic.openLive();
     if (!counters) counters.emplace(access, port); // what passed by during the reset is no loss
-    LiveStreams streams(take);
-    StreamOutput output(streams);
     PortSource source(traffic.port(port));
-    Capture capture(source, output, nullptr);
-    if (endRequested() == 0) notice("following the streams at port " + port.text() + "; end with Ctrl-C");
-    const auto explain = [&] {
-        notice("no frame has come to port " + port.text() + " in 3 s: " + silenceReason(access, port));
-    };
-    std::optional<Progress> progress([&] { return progressText(streams); });
-    const auto ending = [&] {
+    report.frames = follow(setup, source, [&] {
         counters->finish(); // while frames are still taken: later ones overflow the queue
         traffic.stop();
-    };
-    const auto result = capture.run(request.limits, ending, explain);
-    progress.reset();
-    if (result.failure) std::rethrow_exception(result.failure);
-    report.frames = result.totals.received.frames;
-    report.streams = streams.report();
+    });
     report.troubles = counters->troubles();
     report.account = traffic.finish({{.port = port, .received = report.frames}});
+}
+
+void followWire(const Setup& setup, StreamRunReport& report) {
+    auto run = runAtWire(setup.access, setup.request.installation, setup.request.port,
+                         [&](FrameSource& source, const Capture::Call& ending) {
+                             report.frames = follow(setup, source, ending);
+                         });
+    report.troubles = troublesOf(setup.streams.report(), run.counts.missed.received + run.counts.missed.sent);
+    report.wire = std::move(run.counts);
+    if (setup.access.server.empty()) report.account = std::move(run.account);
+}
+
+StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Take& take) {
+    const BoardAccess access(request.installation, request.port.address.board);
+    if (request.atWire) checkWire(request.port, access);
+    LiveStreams streams(take);
+    StreamRunReport report{.request = request};
+    request.atWire ? followWire({request, access, streams}, report)
+                   : followHost({request, access, streams}, report);
+    report.streams = streams.report();
     return report;
 }
 
 } // namespace
 
 StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Take& take) {
+    if (request.atWire && !request.capture.empty())
+        throw UsageFailure("--at wire listens at a port, not to a capture; leave one of the two out");
     return request.capture.empty() ? followPort(request, take) : readCapture(request, take);
 }
 
 std::string streamRunText(const StreamRunReport& report) {
     const auto where = report.request.capture.empty() ? "from port " + report.request.port.address.text()
                                                       : "in " + report.request.capture;
-    auto text = framesLine("read", report.frames, where) + streamsSection(report.streams, report.troubles);
+    auto text = (report.wire ? wireText(*report.wire, report.request.port.address)
+                             : framesLine("read", report.frames, where)) +
+                streamsSection(report.streams, report.troubles);
     if (report.streams.streams.empty()) text += reportLine("streams", "none");
     return report.account ? text + report.account->text() : text;
 }
@@ -96,6 +138,7 @@ nlohmann::ordered_json streamRunJson(const StreamRunReport& report) {
     else
         document["file"] = report.request.capture;
     document["frames"] = report.frames;
+    if (report.wire) document.update(wireJson(*report.wire));
     document.update(streamsSectionJson(report.streams, report.troubles));
     if (report.account) report.account->addTo(document);
     return document;

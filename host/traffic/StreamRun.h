@@ -7,6 +7,7 @@
 #include "inspect/streams/LossPlace.h"
 #include "traffic/Capture.h"
 #include "traffic/TrafficRun.h"
+#include "traffic/WireSource.h"
 
 #include <functional>
 #include <optional>
@@ -16,6 +17,7 @@ namespace orvo::host {
 
 struct StreamRequest {
     std::string capture;  ///< read this file; empty: take frames from the port
+    bool atWire = false;  ///< listen at the port's cable instead, beside the program that uses it
     CaptureLimits limits; ///< at the port
     PortOptions port;
     InstallationOptions installation;
@@ -26,7 +28,8 @@ struct StreamRunReport {
     StreamsReport streams = {};
     std::uint64_t frames = 0; ///< of every kind
     PortTroubles troubles = {};
-    std::optional<TrafficAccount> account = {}; ///< of a port
+    std::optional<WireCounts> wire = {};        ///< at the wire
+    std::optional<TrafficAccount> account = {}; ///< of a port that was opened
 };
 
 /// `take` receives every image as it ends, on any thread. Errors: Failure, UsageFailure; Interruption while a

@@ -20,6 +20,23 @@ std::uint32_t errorsOf(unsigned found) noexcept {
            ((found & OrvoSimFrameTooLong) != 0 ? TooLongError : 0U);
 }
 
+/// A sent frame with errors dies at the other end of the cable.
+std::optional<DeathPlace> deathOf(const OrvoSimTapFrame& frame) noexcept {
+    if (frame.fate == OrvoSimPassed)
+        return frame.errors != 0 ? std::optional(DeathPlace::DamagedFrame) : std::nullopt;
+    if (frame.sent != 0) return DeathPlace::NotSent;
+    switch (frame.fate) {
+    case OrvoSimQueueFull:
+        return DeathPlace::ReceiveQueue;
+    case OrvoSimLinkDown:
+        return DeathPlace::NoLink;
+    case OrvoSimReceiverOff:
+        return DeathPlace::ReceiverOff;
+    default:
+        return DeathPlace::DamagedFrame;
+    }
+}
+
 } // namespace
 
 std::vector<CaptureOutput::Interface> WireSource::interfaces(PortAddress port) {
@@ -51,6 +68,7 @@ std::optional<OutputFrame> WireSource::take(std::chrono::milliseconds limit) {
                        .direction = frame.sent != 0 ? FrameDirection::Sent : FrameDirection::Received,
                        .fcsBytes = 4,
                        .errors = errorsOf(frame.errors),
+                       .diedAt = deathOf(frame),
                        .comment = death ? death : ""};
 }
 

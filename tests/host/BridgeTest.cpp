@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // `orvo-gige bridge` on a live network.
+#include "CameraFrames.h"
 #include "NetworkTest.h"
 #include "PipeReader.h"
 
@@ -146,6 +147,34 @@ TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes)
     for (const char pattern : {'\xee', '\xff'}) pipe.readUntil(std::string(900, pattern), capture);
     pipe.close();
     EXPECT_THAT(capture.wait().err, HasSubstr("because the reader closed the pipe"));
+}
+
+TEST_F(BridgeTest, AccountsForTheImagesAndTheCommandsThatPass) {
+    const TemporaryFolder folder;
+    writeFile(folder.file("faults.toml"), "[[fault]]\nkind = \"overflow\"\nevery = 100\n"
+                                          "[[fault]]\nkind = \"loss\"\ndirection = \"received\"\nat = 30\n");
+    auto command = bridge(
+        {"--tap", "orvo0", "--address", "192.168.7.2/24", "--json", "--faults", folder.file("faults.toml")});
+    command.at(8) = "0=pcap:" + writeImages(folder.file("camera.pcap"), 100);
+    Process process(command);
+    awaitLink("orvo0", process);
+    const auto arrived = [&] { return onHost("cat /sys/class/net/orvo0/statistics/rx_packets").out; };
+    onHost("ip neighbour replace 192.168.7.1 lladdr 02:02:02:02:02:02 dev orvo0");
+    onHost("bash -c 'printf \"\\x42\\x01\\x00\\x80\\x00\\x04\\x00\\x01\\x00\\x00\\x0a\\x00\" "
+           ">/dev/udp/192.168.7.1/3956'");
+    process.reaches([&] { return arrived() == "1187\n"; });
+    process.signal(SIGTERM);
+    const auto outcome = process.wait();
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+    const auto account = json::parse(outcome.out)["gigeVision"];
+    const auto& stream = account["streams"][0];
+    EXPECT_EQ(stream["packets"]["received"], 1187) << account;
+    EXPECT_EQ(stream["packets"]["missing"], 13);
+    EXPECT_EQ(stream["images"]["complete"], 87);
+    EXPECT_EQ(account["control"][0]["commands"], 1);
+    EXPECT_EQ(account["losses"]["places"],
+              (json{{{"where", "in the port's receive queue"}, {"frames", 12}}}));
+    EXPECT_THAT(account["losses"]["conclusion"].get<std::string>(), HasSubstr(", 1 before the port"));
 }
 
 TEST_F(BridgeTest, EndsSoonOnASignalAndTakesItsTapAlongUnlessItWasReadyMade) {

@@ -2,6 +2,7 @@
 // Frames as a camera and its client send them.
 #pragma once
 
+#include "TestFiles.h"
 #include "frames/GigeVision.h"
 
 #include <cstdint>
@@ -104,5 +105,18 @@ private:
         }
     }
 };
+
+/// A capture of the usual camera's images, from number 1, of 12 packets each. Returns its path.
+inline std::string writeImages(const std::string& path, std::uint64_t images) {
+    const Camera camera;
+    std::vector<Frame> frames;
+    for (std::uint64_t image = 1; image <= images; ++image)
+        for (std::uint32_t packet = 0; packet <= camera.trailer(); ++packet) {
+            const auto bytes = camera.packet(image, packet);
+            frames.emplace_back(bytes.begin(), bytes.end());
+        }
+    writeCapture(path, frames);
+    return path;
+}
 
 } // namespace orvo::host::testing_support

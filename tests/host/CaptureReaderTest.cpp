@@ -2,7 +2,7 @@
 // Reading of captures: the frames as they are, and one clear sentence for everything that is no good capture.
 #include "frames/CaptureReader.h"
 
-#include "TestFiles.h"
+#include "CameraFrames.h"
 #include "base/Failure.h"
 
 #include <zlib.h>
@@ -75,6 +75,59 @@ TEST(CaptureReaderTest, TellsHowLongCutFramesWereAndLeavesAFrameCheckSequenceOut
     std::vector<std::pair<std::size_t, std::size_t>> lengths;
     for (CapturedFrame frame; reader.next(frame);) lengths.emplace_back(frame.length, frame.originalLength);
     EXPECT_THAT(lengths, testing::ElementsAre(testing::Pair(80, 96), testing::Pair(60, 60)));
+}
+
+/// A block of a pcapng file with the other byte order than this machine's.
+void putBlock(ByteVector& file, std::uint32_t type, const ByteVector& body) {
+    const auto length = body.size() + 12;
+    put(file, type, 4);
+    put(file, length, 4);
+    file.insert(file.end(), body.begin(), body.end());
+    put(file, length, 4);
+}
+
+TEST(CaptureReaderTest, KnowsWhatPcapngFilesSayOfTheirFrames) {
+    const std::tuple<std::string, std::uint32_t, std::optional<DeathPlace>> cases[] = {
+        {"", 0, std::nullopt},
+        {"", 1U << 24, DeathPlace::DamagedFrame},
+        {"not dropped at all", 0, std::nullopt},
+        {"dropped: longer than 1518 bytes", 1U << 25, DeathPlace::DamagedFrame},
+        {"dropped: link down", 0, DeathPlace::NoLink},
+        {"not sent: link down", 0, DeathPlace::NotSent}};
+    ByteVector file, body;
+    put(body, 0x1A2B'3C4D'0001'0000, 8);
+    put(body, ~std::uint64_t{0}, 8);
+    putBlock(file, 0x0A0D'0D0A, body);
+    body.clear();
+    put(body, 0x0001'0000'0001'0000, 8); // Ethernet
+    put(body, 0x000D'0001'0400'0000, 8); // 4 bytes of check sequence
+    putBlock(file, 1, body);
+    for (const auto& [comment, errors, death] : cases) {
+        body.clear();
+        body.insert(body.end(), 12, 0); // interface and time
+        put(body, 64, 4);
+        put(body, 64, 4);
+        body.insert(body.end(), 64, 7);
+        put(body, 1U << 16 | comment.size(), 4);
+        body.insert(body.end(), comment.begin(), comment.end());
+        body.resize((body.size() + 3) / 4 * 4);
+        put(body, 0x0002'0004, 4);
+        put(body, errors | 1, 4);
+        put(body, 0, 4);
+        putBlock(file, 6, body);
+    }
+    const TemporaryFolder folder;
+    const auto path = folder.file("big-endian.pcapng");
+    writeFile(path, {file.begin(), file.end()});
+    CaptureReader reader(path);
+    CapturedFrame frame;
+    for (const auto& [comment, errors, death] : cases) {
+        SCOPED_TRACE(comment);
+        ASSERT_TRUE(reader.next(frame));
+        EXPECT_EQ(frame.length, 60u);
+        EXPECT_EQ(frame.diedAt, death);
+    }
+    EXPECT_TRUE(reader.notes().tellsDeaths());
 }
 
 TEST(CaptureReaderTest, RefusesEachBadFileInOneSentence) {

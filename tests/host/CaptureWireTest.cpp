@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // `orvo-gige capture --at wire`, beside other programs at a server's boards.
+#include "CameraFrames.h"
+#include "PipeReader.h"
 #include "Process.h"
 
 #include <gmock/gmock.h>
@@ -71,8 +73,8 @@ protected:
         ASSERT_TRUE(
             capture->reaches([this] { return capture->errors().find("at the wire") != std::string::npos; }));
     }
-    void replay(Words options) const {
-        options.insert(options.begin(), {"replay", ORVO_TEST_DATA "/mixed-lan.pcap", "--no-reset"});
+    void replay(Words options, const std::string& file = ORVO_TEST_DATA "/mixed-lan.pcap") const {
+        options.insert(options.begin(), {"replay", file, "--no-reset"});
         EXPECT_EQ(runTool(options, environment).exitCode, 0);
     }
     json end() {
@@ -142,6 +144,58 @@ TEST_F(CaptureWireTest, CountsExactlyWhatItMissedWhileItStood) {
     EXPECT_THAT(readWireFile(output).otherBlocks.back(), HasSubstr(drops));
 }
 
+TEST_F(CaptureWireTest, TellsAllItCountedAlsoWhenTheReaderLeft) {
+    ReadingPipe reader(output); // which takes less than the replay brings
+    start();
+    replay({"-p", "0", "--fcs", "host", "--bad-fcs", "7", "--loop", "3"});
+    reader.close();
+    const auto report = json::parse(capture->wait().out);
+    EXPECT_EQ(report["ended"], "because the reader closed the pipe");
+    EXPECT_GT(report["died"]["frames"], 0);
+}
+
+TEST_F(CaptureWireTest, StreamsAtTheWireOrOfItsFileNameThePlaceOfEachPacketThatDied) {
+    const auto streams = [&](const Words& options) {
+        Words command = {ORVO_GIGE, "streams", "-p", "1", "--json", "--no-reset"};
+        command.insert(command.end(), options.begin(), options.end());
+        return command;
+    };
+    const auto awaitStart = [](Process& process) {
+        ASSERT_TRUE(process.reaches(
+            [&] { return process.errors().find("following the streams at") != std::string::npos; }));
+    };
+    const auto reportOf = [](Process& process) {
+        const auto outcome = process.wait();
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        return json::parse(outcome.out);
+    };
+    // Beside a program that takes the frames: as many as find room
+    constexpr unsigned few = 200 * 12;
+    Process reader(streams({"-c", std::to_string(few - few / 7)}), environment);
+    awaitStart(reader);
+    Process listener(streams({"--at", "wire", "-c", std::to_string(few)}), environment);
+    awaitStart(listener);
+    const Words spoiled = {"-p", "0", "--receive", "0/0", "--fcs", "host", "--bad-fcs", "7"};
+    replay(spoiled, writeImages(folder.file("few.pcap"), 200));
+    const auto atWire = reportOf(listener), atHost = reportOf(reader);
+    EXPECT_EQ(atWire["received"]["frames"], few);
+    for (const auto* figure : {"images", "packets", "bytes", "damaged"})
+        EXPECT_EQ(atWire["streams"][0][figure], atHost["streams"][0][figure]) << figure;
+    EXPECT_EQ(atWire["losses"], atHost["losses"]);
+    EXPECT_EQ(atWire["losses"]["places"], (json{{{"where", "as damaged frames"}, {"frames", few / 7}}}));
+
+    constexpr unsigned many = 1000 * 12; // more than the queue holds, and nobody reads
+    start();
+    replay(spoiled, writeImages(folder.file("many.pcap"), 1000));
+    const std::uint64_t died = end()["died"]["frames"];
+    const auto ofFile = json::parse(runTool({"streams", output, "--json"}).out);
+    EXPECT_EQ(ofFile["streams"][0]["packets"]["received"], many - died);
+    EXPECT_EQ(ofFile["losses"]["packets"], died);
+    EXPECT_EQ(ofFile["losses"]["places"],
+              (json{{{"where", "in the port's receive queue"}, {"frames", died - many / 7}},
+                    {{"where", "as damaged frames"}, {"frames", many / 7}}}));
+}
+
 TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
     start();
     const std::tuple<Words, int, const char*> cases[] = {
@@ -155,7 +209,10 @@ TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
         const auto outcome = runTool(words, environment);
         EXPECT_EQ(outcome.exitCode, exitCode);
         EXPECT_THAT(outcome.err, HasSubstr(complaint));
+        words[0] = "streams";
+        expectRefusal(words, exitCode, complaint, environment);
     }
+    expectRefusal({"streams", "--at", "wire", output}, 2, "--at wire listens at a port, not to a capture");
     // Without a file, a line a frame tells its direction and its end.
     const auto command = Words{ORVO_GIGE, "capture", "--at", "wire", "-p", "0", "--count", "1"};
     Process lines(command, environment);

@@ -77,7 +77,7 @@ TEST_F(EventsTest, OtherRunsTellAndCountThem) {
 
 /// The firmware of port 1 reports time-outs with the counts from `first` to `last`.
 void report(const BoardAccess& access, unsigned first, unsigned last) {
-    auto* const reportOne = access.libraries.hal().require<decltype(::orvoSimReportActionCommandTimeout)>(
+    auto* const reportOne = access.libraries.hal()->require<decltype(::orvoSimReportActionCommandTimeout)>(
         "orvoSimReportActionCommandTimeout");
     for (auto count = first; count <= last; ++count)
         ASSERT_EQ(reportOne(0, 1, static_cast<std::uint16_t>(count)), 0);

@@ -138,7 +138,7 @@ TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
                 testing::IsSupersetOf({"firmware register GigeRecvPktCnt1", "auto-negotiation", "default"}));
 
     const auto names = Process({"tar", "-tzf", bundle}).wait().out;
-    EXPECT_EQ(std::ranges::count(names, '\n'), 7) << names;
+    EXPECT_EQ(std::ranges::count(names, '\n'), 8) << names;
     EXPECT_EQ(inBundle("diagnosis.html"), text);
     EXPECT_EQ(inBundle("diagnosis.json"), outcome.out);
     EXPECT_EQ(nlohmann::json::parse(outcome.out)["faults"]["passed"], true);

@@ -17,7 +17,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::array<std::uint8_t, 6> joinedSource = {2, 0, 0, 0, 0, 2}; // of JoinedFrame.h
 
-/// A port that is always ready; keeps frames of the test's types and of IPv4 apart from the kernel's own.
+/// Keeps frames of the test's types and of IPv4 apart from the kernel's own.
 struct Port final : FrameSink {
     OrvoSimFate deliver(WireBytes frame) noexcept override {
         EXPECT_TRUE(frame.empty()) << "only as a sign of a bad one";
@@ -32,8 +32,9 @@ struct Port final : FrameSink {
         return OrvoSimPassed;
     }
     void countLost(std::uint64_t count) noexcept override { lost += count; }
-    bool hasRoom() const noexcept override { return true; }
+    bool hasRoom() const noexcept override { return isReady; }
 
+    bool isReady = true;
     std::vector<Bytes> frames;
     std::uint64_t arrived = 0, broken = 0, lost = 0;
 };
@@ -142,6 +143,29 @@ TEST_F(PacketSocketTest, CountsEveryFrameInsideAJoinedOneThatFoundNoRoom) {
     socket->receive(port);
     EXPECT_GT(port.lost, 0U);
     EXPECT_EQ(port.frames.size() + port.lost, sent * 60);
+}
+
+TEST_F(PacketSocketTest, TakesLongFramesWholeThatCameBeforeTheInterfaceWentDown) {
+    const Peer card("far0", ETH_P_ALL);
+    card.leaveWork();
+    for (std::size_t bytes : {40'000U, 50'000U})
+        card.send(orvo::test::joinedFrame({.payloadBytes = bytes, .segmentBytes = 1000}).withHeader());
+    ip("link set near0 down");
+    socket->receive(port);
+    EXPECT_EQ(port.frames.size(), 90U);
+    EXPECT_EQ(port.broken + port.lost, 0U);
+}
+
+TEST_F(PacketSocketTest, WaitsNoLongerThanSomeMillisecondsForAPortWithoutRoom) {
+    const Peer card("far0", ETH_P_ALL);
+    card.leaveWork();
+    const auto joined = orvo::test::joinedFrame({.payloadBytes = 60'000, .segmentBytes = 1000}).withHeader();
+    for (unsigned i = 0; i < 60; ++i) card.send(joined); // 29 ms on a cable
+    port.isReady = false;
+    socket->receive(port);
+    EXPECT_LT(port.frames.size(), 60U * 60);
+    socket->receive(port);
+    EXPECT_EQ(port.frames.size() + port.lost, 60U * 60);
 }
 
 TEST_F(PacketSocketTest, KeepsTagsAndLeavesOutWhatTheInterfaceSends) {

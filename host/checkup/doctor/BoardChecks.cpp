@@ -117,7 +117,7 @@ Checks checksOf(const Installation& installation, const Setting& configuration, 
     const BoardLibraries libraries(installation);
     std::optional<SimulatorControl> simulator;
     try {
-        simulator = SimulatorControl::find(libraries.hal());
+        simulator = SimulatorControl::find(*libraries.hal());
     } catch (const Failure& failure) {
         const auto reason = withoutAdvice(failure.what());
         return {isServerChosen() ? Check{boardKind, Verdict::Bad, reason, adviceIn(failure.what())}

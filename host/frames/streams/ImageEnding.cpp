@@ -10,10 +10,12 @@ namespace orvo::host {
 std::uint32_t Stream::expectedTrailer(const Block& block) const noexcept {
     constexpr std::uint64_t most = PacketSet::capacity - 1;
     if (block.trailer) return *block.trailer;
+    if (block.deaths.trailer) return *block.deaths.trailer;
     std::uint64_t expected = usualTrailer_;
     if (block.announcedBytes != usualBytes_ && block.announcedBytes != 0 && packetBytes_ != 0)
         expected = (block.announcedBytes + packetBytes_ - 1) / packetBytes_ + 1;
-    const std::uint64_t least = block.count == 0 ? 0 : block.highest + std::uint64_t{1};
+    const auto highest = std::max(block.highest, block.deaths.highest);
+    const std::uint64_t least = block.count == 0 && highest == 0 ? 0 : highest + std::uint64_t{1};
     return static_cast<std::uint32_t>(std::min(std::max(expected, least), most));
 }
 
@@ -21,8 +23,9 @@ std::uint32_t Stream::expectedTrailer(const Block& block) const noexcept {
 void Stream::end(Block& block, bool isLast) {
     if (block.sequence == 0 || block.isEnded) return;
     block.isEnded = true;
-    const bool isCutOff = isLast && block.sequence == latest_ && !block.trailer;
-    const auto packets = (isCutOff ? block.highest : expectedTrailer(block)) + 1;
+    const bool isCutOff = isLast && block.sequence == latest_ && !block.trailer && !block.deaths.trailer;
+    const auto packets =
+        (isCutOff ? std::max(block.highest, block.deaths.highest) : expectedTrailer(block)) + 1;
     EndedImage image;
     image.block = image.lastBlock = block.id;
     image.packets = packets;
@@ -38,6 +41,7 @@ void Stream::end(Block& block, bool isLast) {
                     : block.recovered != 0 ? ImageEnd::Recovered
                                            : ImageEnd::Complete;
         nameMissing(block, packets, image);
+        countDeaths(block.deaths, packets);
     }
     if (block.trailer) {
         usualTrailer_ = *block.trailer;

@@ -12,7 +12,8 @@ class PacketSet {
 public:
     static constexpr std::uint32_t capacity = 1u << 17; ///< 190 MB in packets of 1500 bytes
 
-    PacketSet() { words_.reserve(capacity / wordBits); }
+    /// Takes the memory; before anything is added.
+    void reserve() { words_.reserve(capacity / wordBits); }
 
     /// `packet` is below the capacity. Returns whether it is new.
     bool add(std::uint32_t packet) noexcept;
@@ -20,6 +21,7 @@ public:
     std::uint32_t addRange(std::uint32_t first, std::uint32_t last, const PacketSet& known) noexcept;
     /// Returns whether it was there.
     bool remove(std::uint32_t packet) noexcept;
+    bool has(std::uint32_t packet) const noexcept { return firstIn(packet, packet + 1) == packet; }
     void clear() noexcept { words_.clear(); }
 
     /// The first packet from `from` on that is in the set, or is not; `end` when none below it is.

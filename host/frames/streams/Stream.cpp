@@ -15,6 +15,10 @@ constexpr std::uint64_t firstSequence = 2 * Stream::openImages; // so that none 
 
 Stream::Stream(Take take) : take_(std::move(take)) {
     damaged_.reserve(keptImages);
+    for (auto& block : blocks_) {
+        block.received.reserve();
+        block.asked.reserve();
+    }
 }
 
 void Stream::add(const GigeStreamPacket& packet, StreamTime time) {
@@ -85,6 +89,12 @@ bool Stream::isFirst(const GigeStreamPacket& packet, std::int64_t distance) cons
            distance > static_cast<std::int64_t>(openImages);
 }
 
+/// The numbers may be wrong, and so begin the next image at most.
+Stream::Block* Stream::blockOfDamaged(const GigeStreamPacket& packet, StreamTime time) {
+    if (latest_ == 0 || packet.hasExtendedIds != hasExtendedIds_) return nullptr;
+    return distanceTo(packet.block) == 1 ? &advance(1, packet.block, time) : find(packet.block);
+}
+
 /// The same number again, but another image: the camera has started anew.
 bool Stream::isNewLeader(const Block& block, const GigeStreamPacket& packet) const noexcept {
     return block.timestamp && packet.payload.size() >= 12 && big64(packet.payload, 4) != *block.timestamp;
@@ -130,6 +140,7 @@ Stream::Block& Stream::begin(std::uint64_t sequence, std::uint64_t id, StreamTim
     block.isEnded = block.isTooLarge = false;
     block.received.clear();
     block.asked.clear();
+    block.deaths.clear();
     block.count = block.highest = block.asksOpen = block.recovered = 0;
     block.trailer.reset();
     block.timestamp.reset();
@@ -164,13 +175,16 @@ void Stream::takeNew(Block& block, const GigeStreamPacket& packet, StreamTime ti
         ++block.recovered;
     } else {
         if (packet.packet < block.highest || block.sequence != latest_) ++figures_.outOfOrder;
+        if (block.deaths.areAny && block.deaths.remove(packet.packet)) ++figures_.misread;
         if (block.count != 0) figures_.longestPause = std::max(figures_.longestPause, time - block.last);
         block.last = time;
     }
     ++block.count;
     block.highest = std::max(block.highest, packet.packet);
     takeForm(block, packet);
-    if (block.trailer && block.count == *block.trailer + 1) end(block, false);
+    if (!block.trailer || block.count != *block.trailer + 1) return;
+    figures_.longestImage = std::max(figures_.longestImage, time - block.begin);
+    end(block, false);
 }
 
 void Stream::takeForm(Block& block, const GigeStreamPacket& packet) {

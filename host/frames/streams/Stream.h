@@ -13,8 +13,8 @@
 namespace orvo::host {
 
 /// The account of one stream. An image ends when its last packet came, when `openImages` newer ones have
-/// begun, or with `finish`. All memory is taken by the constructor. Throws only what `take` throws. One
-/// thread.
+/// begun, or with `finish`. All memory is taken by the constructor, but that of packets which are seen to
+/// die. Throws only what `take` throws. One thread.
 class Stream {
 public:
     static constexpr std::size_t openImages = 16;
@@ -26,6 +26,9 @@ public:
     explicit Stream(Take take);
 
     void add(const GigeStreamPacket& packet, StreamTime time);
+    /// A packet that did not arrive, and where it died. Of a damaged one, the numbers may be wrong. Returns
+    /// whether it belongs to an image.
+    bool addDead(const GigeStreamPacket& packet, DeathPlace place, StreamTime time);
     void addUnreadable() noexcept { ++figures_.unreadable; }
     /// The client asks for packets again.
     void ask(const GigeResend& request) noexcept;
@@ -41,6 +44,24 @@ public:
 private:
     static constexpr std::uint64_t shortIds = 0xFFFF; // numbers of 16 bits, without 0
 
+    /// The packets of an image whose first copy was seen to die.
+    struct Deaths {
+        struct Place {
+            PacketSet packets;
+            std::uint32_t count = 0;
+        };
+        bool areAny = false;
+        std::array<Place, deathPlaces> places;
+        std::uint32_t highest = 0;            // undamaged
+        std::optional<std::uint32_t> trailer; // its packet id
+
+        void add(std::uint32_t packet, DeathPlace place);
+        /// Another copy came unasked. Returns whether the one that died was damaged: its numbers were wrong.
+        bool remove(std::uint32_t packet) noexcept;
+        bool has(std::uint32_t packet) const noexcept;
+        void clear() noexcept;
+    };
+
     /// An image that has begun. It keeps its place after it ended, so that repeated packets are known.
     struct Block {
         std::uint64_t sequence = 0; // of its number, without wrap-around; 0: free
@@ -48,6 +69,7 @@ private:
         bool isEnded = false;
         bool isTooLarge = false;
         PacketSet received, asked;
+        Deaths deaths;
         std::uint32_t count = 0;    // received
         std::uint32_t highest = 0;  // received
         std::uint32_t asksOpen = 0; // missing packets that the client asked for
@@ -64,6 +86,7 @@ private:
     Block* blockOf(const GigeStreamPacket& packet, StreamTime time);
     bool isRestOfClosed(const GigeStreamPacket& packet) const noexcept;
     bool isFirst(const GigeStreamPacket& packet, std::int64_t distance) const noexcept;
+    Block* blockOfDamaged(const GigeStreamPacket& packet, StreamTime time);
     bool isNewLeader(const Block& block, const GigeStreamPacket& packet) const noexcept;
     Block& restart(std::uint64_t id, StreamTime time);
     Block& advance(std::int64_t distance, std::uint64_t id, StreamTime time);
@@ -78,6 +101,7 @@ private:
     std::uint32_t expectedTrailer(const Block& block) const noexcept;
     void end(Block& block, bool isLast);
     void endAll(bool isLast);
+    void countDeaths(const Deaths& deaths, std::uint32_t end) noexcept;
     void nameMissing(const Block& block, std::uint32_t end, EndedImage& image) const noexcept;
     void report(const EndedImage& image);
     void reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime time);

@@ -92,6 +92,16 @@ void StreamAccount::addStream(const StreamEnds& ends, Bytes datagram, StreamTime
         entry->stream.addUnreadable();
 }
 
+void StreamAccount::addDead(Bytes frame, DeathPlace place, StreamTime time) {
+    const bool isDamaged = place == DeathPlace::DamagedFrame;
+    const auto datagram = readDatagram(frame);
+    const auto packet = datagram ? readGigeStream(datagram->payload) : std::nullopt;
+    auto* entry = packet ? find(datagram->forward) : nullptr;
+    if (!entry && packet && !isDamaged && isLeaderByItsForm(*packet)) entry = make(datagram->forward, false);
+    const bool isPlaced = entry && entry->stream.addDead(*packet, place, time);
+    if (isDamaged && !isPlaced) ++damagedOthers_;
+}
+
 /// `ends` are camera and client.
 void StreamAccount::addControl(const StreamEnds& ends, bool toCamera, Bytes datagram, StreamTime time) {
     const auto control = readGigeControl(datagram);
@@ -157,9 +167,12 @@ void StreamAccount::finish() {
 
 StreamsReport StreamAccount::report() const {
     StreamsReport report;
-    for (const auto& entry : streams_)
+    report.damagedOthers = damagedOthers_;
+    for (const auto& entry : streams_) {
         report.streams.push_back(
             {entry->ends, entry->isAnnounced, entry->stream.figures(), entry->stream.damaged()});
+        report.damagedOthers += entry->stream.figures().misread;
+    }
     for (const auto& channel : controls_) report.control.push_back(channel.figures());
     report.givenUp = givenUp_;
     return report;

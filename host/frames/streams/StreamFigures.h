@@ -2,6 +2,7 @@
 // What is known of a stream: its images one by one as they end, and its sums.
 #pragma once
 
+#include "frames/OutputFrame.h"
 #include "frames/streams/GapSpread.h"
 
 #include <array>
@@ -64,6 +65,7 @@ struct StreamFigures {
     std::uint64_t missing = 0;                     ///< never came
     std::uint64_t recovered = 0;                   ///< came, marked as resent or after a request
     std::uint64_t lossyImages = 0;                 ///< images with packets of either kind
+    std::array<std::uint64_t, deathPlaces> died{}; ///< of both kinds, where they were seen to die
     std::uint64_t doubled = 0;
     std::uint64_t outOfOrder = 0;
     std::uint64_t resent = 0;      ///< marked so by the camera
@@ -76,11 +78,13 @@ struct StreamFigures {
     std::uint64_t late = 0;       ///< packets of images that were closed before
     std::uint64_t unreadable = 0; ///< datagrams to the stream's port in another form
     std::uint64_t beyond = 0;     ///< packets with impossible numbers
+    std::uint64_t misread = 0;    ///< damaged packets that bore the number of another one
 
     StreamTime firstBegin = 0, lastBegin = 0; ///< of images
     std::uint64_t begun = 0;                  ///< images whose begin was seen
     GapSpread gaps;                           ///< between the begins of images
     StreamTime longestPause = 0;              ///< between two packets of one image
+    StreamTime longestImage = 0;              ///< from the first packet of a whole image to its last
 
     std::uint32_t width = 0, height = 0; ///< of the last image; 0: unknown
 

@@ -73,6 +73,10 @@ std::string streamLines(const StreamReport& stream) {
                                        "inside one {:.3f} ms",
                                        msOf(gaps.least()), msOf(gaps.greatest()), msOf(gaps.median()),
                                        msOf(figures.longestPause)));
+    if (figures.longestImage != 0)
+        text += reportLine("longest", fmt::format("{:.3f} ms from the first packet of a complete image to "
+                                                  "its last",
+                                                  msOf(figures.longestImage)));
     const auto shown = std::min(stream.damaged.size(), mostLines);
     for (auto i = stream.damaged.size() - shown; i < stream.damaged.size(); ++i)
         text += reportLine("missing", endedImageText(stream.damaged[i]));
@@ -163,6 +167,7 @@ nlohmann::ordered_json streamJson(const StreamReport& stream) {
           {"median", msOf(f.gaps.median())},
           {"greatest", msOf(f.gaps.greatest())}}},
         {"longestPauseMs", msOf(f.longestPause)},
+        {"longestImageMs", msOf(f.longestImage)},
         {"damaged", std::move(damaged)}};
 }
 

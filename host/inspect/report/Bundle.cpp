@@ -89,7 +89,8 @@ private:
 
 } // namespace
 
-void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath) {
+void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath,
+                 const std::string& recordingPath) {
     const auto port = report.history.port();
     Archive bundle(file, fmt::format("orvo-gige-port-{}-{}", port.board, port.port),
                    std::chrono::system_clock::to_time_t(report.time));
@@ -100,6 +101,7 @@ void writeBundle(ReplacedFile& file, const Report& report, const std::string& ca
     bundle.add("log.txt", logText(report));
     bundle.add("configuration.txt", report.settings.text);
     bundle.addFile("capture.pcapng", capturePath);
+    if (std::filesystem::file_size(recordingPath) != 0) bundle.addFile("calls.rec", recordingPath);
     bundle.close();
 }
 

@@ -46,9 +46,11 @@ class ReplacedFile;
 std::string pageOf(const Report& report);
 
 /// Writes a report and everything it was made from as one archive (tar, gzip): the page, the diagnosis and
-/// the readings as JSON, the plug-in's report and log, the configuration, and the capture at `capturePath`.
+/// the readings as JSON, the plug-in's report and log, the configuration, the capture at `capturePath`,
+/// and the recording of board calls at `recordingPath`, unless that file is empty.
 /// Errors: Failure when the archive cannot be written or the capture cannot be read.
-void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath);
+void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath,
+                 const std::string& recordingPath);
 
 std::string logText(const Report& report);
 std::string dumpText(const Report& report);

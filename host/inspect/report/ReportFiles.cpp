@@ -32,15 +32,17 @@ ReportFiles::ReportFiles(const std::string& page, const std::string& bundle) {
     if (bundle.empty()) return;
     bundle_.emplace(bundle);
     capturePath_ = makeFile(bundle_->temporaryPath() + "-capture-XXXXXX");
+    recordingPath_ = makeFile(bundle_->temporaryPath() + "-calls-XXXXXX");
 }
 
 ReportFiles::~ReportFiles() {
-    if (!capturePath_.empty()) unlink(capturePath_.c_str());
+    for (const auto& path : {capturePath_, recordingPath_})
+        if (!path.empty()) unlink(path.c_str());
 }
 
 void ReportFiles::write(const Report& report) {
     if (page_) page_->write(pageOf(report));
-    if (bundle_) writeBundle(*bundle_, report, capturePath_);
+    if (bundle_) writeBundle(*bundle_, report, capturePath_, recordingPath_);
     if (page_) page_->putInPlace();
     if (bundle_) bundle_->putInPlace();
 }

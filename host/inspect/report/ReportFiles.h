@@ -26,12 +26,15 @@ public:
     /// Where to write the bundle's capture; empty without a bundle.
     const std::string& capturePath() const noexcept { return capturePath_; }
 
+    /// Where to record the board calls for the bundle; empty without a bundle.
+    const std::string& recordingPath() const noexcept { return recordingPath_; }
+
     /// Errors: Failure; a file that was not replaced is unchanged.
     void write(const Report& report);
 
 private:
     std::optional<ReplacedFile> page_, bundle_;
-    std::string capturePath_; // beside the bundle; the destructor removes it
+    std::string capturePath_, recordingPath_; // beside the bundle; the destructor removes them
 };
 
 } // namespace orvo::host

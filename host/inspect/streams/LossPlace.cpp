@@ -8,6 +8,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <functional>
 #include <vector>
 
 namespace orvo::host {
@@ -43,21 +45,33 @@ std::vector<Place> placesOf(const StreamsReport& report, const PortTroubles& tro
     std::vector<Place> places = {
         {"in the port's receive queue", "the host reads too slowly", overflows(report, troubles)},
         {"as damaged frames", "CRC errors: cable", troubles.receiveErrors.value_or(0)},
-        {"while the port had no link", "look at cable and camera", troubles.ignoredFrames.value_or(0)}};
+        {"while the port had no link", "look at cable and camera", troubles.ignoredFrames.value_or(0)},
+        {"while the port's receiver was off", "the port was closed or being reset",
+         troubles.receiverOffFrames},
+        {"in the port's transmitter", "it was off, busy or without a link", troubles.unsentFrames}};
     std::erase_if(places, [](const Place& place) { return place.frames == 0; });
     return places;
 }
 
+std::string beforePort(const PortTroubles& troubles) {
+    std::string text = "before the port";
+    if (const auto frames = troubles.damagedOthers; frames != 0)
+        text += fmt::format(" or among {} that belong to no known packet", counted(frames, "damaged frame"));
+    if (const auto frames = troubles.unseenFrames; frames != 0)
+        text += fmt::format(" or among {} that this program missed", counted(frames, "frame"));
+    return text;
+}
+
 /// The board lost no more frames than packets are missing: each loss has its place.
-std::string dividedSentence(const std::string& what, std::uint64_t packets,
-                            const std::vector<Place>& places) {
+std::string dividedSentence(const std::string& what, std::uint64_t packets, const std::vector<Place>& places,
+                            const std::string& elsewhere) {
     std::string text;
     for (const auto& place : places) {
         text += fmt::format("{}{} {} ({})", text.empty() ? "" : ", ", grouped(place.frames), place.where,
                             place.cause);
         packets -= place.frames;
     }
-    if (packets != 0) text += fmt::format(", {} before the port", grouped(packets));
+    if (packets != 0) text += fmt::format(", {} {}", grouped(packets), elsewhere);
     return what + " lost: " + text;
 }
 
@@ -78,6 +92,21 @@ PortTroubles troublesOf(const PortHistory& history) {
             growth(Counter::WireIgnoredFrames)};
 }
 
+PortTroubles troublesOf(const StreamsReport& report, std::uint64_t unseenFrames) {
+    std::array<std::uint64_t, deathPlaces> died{};
+    for (const auto& stream : report.streams)
+        std::ranges::transform(died, stream.figures.died, died.begin(), std::plus());
+    const auto at = [&](DeathPlace place) { return died.at(static_cast<std::size_t>(place)); };
+    return {.overflowFrames = at(DeathPlace::ReceiveQueue),
+            .lostWords = {},
+            .receiveErrors = at(DeathPlace::DamagedFrame),
+            .ignoredFrames = at(DeathPlace::NoLink),
+            .receiverOffFrames = at(DeathPlace::ReceiverOff),
+            .unsentFrames = at(DeathPlace::NotSent),
+            .damagedOthers = report.damagedOthers,
+            .unseenFrames = unseenFrames};
+}
+
 StreamLosses lossesOf(const StreamsReport& report) noexcept {
     StreamLosses losses;
     for (const auto& stream : report.streams) {
@@ -95,12 +124,14 @@ std::string lossSentence(const StreamsReport& report, const PortTroubles& troubl
         fmt::format("{} of {} {}", counted(packets, "packet"), counted(images, "image"), were(packets));
     if (!troubles.areKnown()) return what + " lost; without the port's counters, the place is unknown";
     const auto places = placesOf(report, troubles);
-    if (places.empty()) return what + " lost before the port: the board counted no error and no overflow";
+    const auto elsewhere = beforePort(troubles);
+    if (places.empty()) return what + " lost " + elsewhere + ": the board counted no error and no overflow";
     std::uint64_t atBoard = 0;
     for (const auto& place : places) atBoard += place.frames;
     if (places.size() == 1 && atBoard >= packets)
         return fmt::format("{} lost {}: {}", what, places[0].where, places[0].cause);
-    return atBoard <= packets ? dividedSentence(what, packets, places) : undividedSentence(what, places);
+    return atBoard <= packets ? dividedSentence(what, packets, places, elsewhere)
+                              : undividedSentence(what, places);
 }
 
 std::string streamsSection(const StreamsReport& report, const PortTroubles& troubles) {
@@ -111,8 +142,12 @@ std::string streamsSection(const StreamsReport& report, const PortTroubles& trou
 nlohmann::ordered_json streamsSectionJson(const StreamsReport& report, const PortTroubles& troubles) {
     auto document = streamsJson(report);
     const auto losses = lossesOf(report);
+    auto places = nlohmann::ordered_json::array();
+    for (const auto& place : placesOf(report, troubles))
+        places.push_back({{"where", place.where}, {"frames", place.frames}});
     document["losses"] = {{"packets", losses.packets},
                           {"images", losses.images},
+                          {"places", std::move(places)},
                           {"conclusion", lossSentence(report, troubles)}};
     return document;
 }

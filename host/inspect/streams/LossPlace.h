@@ -19,10 +19,17 @@ struct PortTroubles {
     std::optional<std::uint64_t> lostWords;      ///< of that queue; real boards know only these
     std::optional<std::uint64_t> receiveErrors;  ///< damaged, mostly by the cable
     std::optional<std::uint64_t> ignoredFrames;  ///< while there was no link
+    // Known where the fate of each frame is
+    std::uint64_t receiverOffFrames = 0;
+    std::uint64_t unsentFrames = 0;
+    std::uint64_t damagedOthers = 0; ///< as of StreamsReport
+    std::uint64_t unseenFrames = 0;  ///< that passed, but were not read
 
     bool areKnown() const noexcept { return receiveErrors && (overflowFrames || lostWords); }
 };
 PortTroubles troublesOf(const PortHistory& history);
+/// The same, exactly, of streams whose frames' fates are known, but for `unseenFrames`.
+PortTroubles troublesOf(const StreamsReport& report, std::uint64_t unseenFrames);
 
 /// The packets that did not come at the first attempt, and the images that they belong to.
 struct StreamLosses {

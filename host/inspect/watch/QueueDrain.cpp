@@ -21,9 +21,9 @@ bool bringsFrames(std::string_view wire) {
 }
 
 void drain(const std::stop_token& stop, const BoardLibraries& libraries, PortAddress port) {
-    const auto readQueue =
-        libraries.hal().require<decltype(::OHalDataQueueReadBufferLong)>("OHalDataQueueReadBufferLong");
-    const auto clearQueue = libraries.hal().require<decltype(::OHalDataQueueClear)>("OHalDataQueueClear");
+    decltype(&::OHalDataQueueReadBufferLong) const readQueue =
+        libraries.require("OHalDataQueueReadBufferLong");
+    decltype(&::OHalDataQueueClear) const clearQueue = libraries.require("OHalDataQueueClear");
     std::unique_ptr<void, int (*)(void*)> device(nullptr, libraries.putDevice);
     while (!stop.stop_requested()) {
         if (!device) device.reset(libraries.getDevice(static_cast<int>(port.board)));

@@ -12,11 +12,11 @@ constexpr std::array<const char*, offload::uncuttableCount> reasonTexts = {
     "inside a tunnel", "with a header that no segment may repeat", "longer than 64 KiB",
     "with broken headers"};
 
-/// Whether the receiver counted an error for a frame that no cable carries.
+/// Whether the receiver counted an error for a frame that no cable carries. A joined one that is short enough
+/// for a cable goes as a fragment, since it would pass as it is.
 bool isCountedAsError(FrameSink& port, WireBytes frame) noexcept {
-    const bool isShort =
-        frame.size() <= maxFrameBytes; // what is there of it, or segments that are few bytes together
-    const auto fate = isShort ? port.deliver({}) : port.deliverUnsealed(frame);
+    const bool wouldPass = frame.size() <= maxFrameBytes;
+    const auto fate = wouldPass ? port.deliver({}) : port.deliverUnsealed(frame);
     return fate == OrvoSimTooLong || fate == OrvoSimTooShort;
 }
 

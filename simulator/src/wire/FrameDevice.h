@@ -36,6 +36,7 @@ public:
     virtual int send(WireBytes frame) noexcept = 0;
 
 protected:
+    const std::string& interface() const noexcept { return interface_; }
     /// A frame, or its beginning, is too long for a wire: the receiver counts an error. The first time, a
     /// line on standard error says what to do.
     void refuseGiant(FrameSink& port, WireBytes frame) noexcept;

@@ -4,6 +4,7 @@
 #include "wire/PacketSocket.h"
 
 #include <offload/FrameCut.h>
+#include <offload/Protocols.h>
 
 #include <arpa/inet.h>
 #include <linux/if_ether.h>
@@ -15,7 +16,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <thread>
@@ -23,6 +23,7 @@
 namespace orvo::sim {
 
 using offload::OffloadHeader;
+using offload::tagBytes;
 
 namespace {
 
@@ -35,7 +36,6 @@ constexpr std::size_t smallestRingBytes = std::size_t{1} << 20;
 
 constexpr int addressAt = TPACKET_ALIGN(int{sizeof(tpacket2_hdr)}); // in a slot
 constexpr std::size_t addressesBytes = 12; // of destination and source, before a VLAN tag
-constexpr std::size_t tagBytes = 4;
 
 bool setOption(int socket, int name, int value) noexcept {
     return setsockopt(socket, SOL_PACKET, name, &value, sizeof value) == 0;
@@ -81,12 +81,9 @@ std::chrono::nanoseconds timeOnCable(std::size_t bytes) noexcept {
     return std::chrono::nanoseconds{8} * bytes;
 }
 
-/// A cable would bring the frames of a joined one after each other, and here they are all at once: gives the
-/// port the time that they would have taken, uses up `patience`.
-void awaitRoom(const FrameSink& port, std::chrono::nanoseconds& patience) noexcept {
-    constexpr std::chrono::microseconds step{20};
-    for (; patience.count() > 0 && !port.hasRoom(); patience -= step) std::this_thread::sleep_for(step);
-}
+// Of a call's waiting for room, each step counted as long as it was meant to be: a port that never has room
+// must not keep the wire's thread from its end.
+constexpr std::chrono::milliseconds longestWait{20};
 
 /// Room for long frames that wait in the socket's queue, beside the ring. Without the right to exceed the
 /// system's limit it is that.
@@ -151,10 +148,12 @@ void PacketSocket::clearError() noexcept {
 }
 
 void PacketSocket::receive(FrameSink& port) noexcept {
+    waited_ = {};
     std::size_t taken = 0;
-    while (taken < slots_ && takeSlot(port)) ++taken;
-    // A frame after a loss says so. If none came since, the ring was full, so that all slots were taken now.
-    if (isLosing_ || taken == slots_) countLost(port);
+    while (taken < slots_ && waited_ < longestWait && takeSlot(port)) ++taken;
+    // A frame after a loss says so. If none came since, the ring was full, so that this call took all slots
+    // or stopped before.
+    if (isLosing_ || taken == slots_ || waited_ >= longestWait) countLost(port);
 }
 
 bool PacketSocket::takeSlot(FrameSink& port) noexcept {
@@ -192,8 +191,17 @@ void PacketSocket::handOn(std::uint8_t* slot, FrameSink& port) noexcept {
 std::span<std::uint8_t> PacketSocket::takeLong(OffloadHeader& offload) noexcept {
     const auto room = std::span(long_).subspan(tagBytes);
     iovec parts[] = {{&offload, sizeof offload}, {room.data(), room.size()}};
-    const ssize_t bytes = readv(socket_.get(), parts, 2) - ssize_t{sizeof offload};
-    return room.first(static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
+    ssize_t bytes = readv(socket_.get(), parts, 2);
+    if (bytes < 0) bytes = readv(socket_.get(), parts, 2); // the first reported that the interface went down
+    return room.first(static_cast<std::size_t>(std::max<ssize_t>(bytes - ssize_t{sizeof offload}, 0)));
+}
+
+/// A cable would bring the frames of a joined one after each other, and here they are all at once: gives the
+/// port the time that they would have taken, uses up `patience`.
+void PacketSocket::awaitRoom(const FrameSink& port, std::chrono::nanoseconds& patience) noexcept {
+    constexpr std::chrono::microseconds step{20};
+    for (; patience.count() > 0 && !port.hasRoom(); patience -= step, waited_ += step)
+        std::this_thread::sleep_for(step);
 }
 
 void PacketSocket::deliver(const OffloadHeader& offload, std::span<std::uint8_t> frame,

@@ -8,6 +8,7 @@
 #include <offload/OffloadHeader.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -38,14 +39,16 @@ private:
     std::span<std::uint8_t> takeLong(offload::OffloadHeader& offload) noexcept;
     void deliver(const offload::OffloadHeader& offload, std::span<std::uint8_t> frame,
                  FrameSink& port) noexcept;
+    void awaitRoom(const FrameSink& port, std::chrono::nanoseconds& patience) noexcept;
     void countLost(FrameSink& port) noexcept;
 
     const Descriptor socket_;
     std::unique_ptr<std::uint8_t, UnmapRing> ring_;
     std::size_t slots_ = 0;
-    std::size_t next_ = 0;                  // the next slot to read
-    bool isLosing_ = false;                 // the kernel had no free slot for a frame
-    std::array<std::uint8_t, 65'600> long_; // a joined frame: an IP packet, with Ethernet header and tags
+    std::size_t next_ = 0;               // the next slot to read
+    bool isLosing_ = false;              // the kernel had no free slot for a frame
+    std::chrono::nanoseconds waited_{0}; // for room in the port, in the present call of `receive`
+    std::array<std::uint8_t, offload::OffloadHeader::longestFrame> long_;
 };
 
 } // namespace orvo::sim

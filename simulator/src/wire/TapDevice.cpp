@@ -52,14 +52,13 @@ std::string reasonOf(int error, const std::string& name) {
 
 } // namespace
 
-TapDevice::TapDevice(const std::string& interface)
-    : FrameDevice(interface), name_(interface), device_(openDriver(interface)) {
-    if (const int error = join(); error != 0) refuse(name_, reasonOf(error, name_));
+TapDevice::TapDevice(const std::string& interface) : FrameDevice(interface), device_(openDriver(interface)) {
+    if (const int error = join(); error != 0) refuse(interface, reasonOf(error, interface));
 }
 
 int TapDevice::join() noexcept {
     ifreq request{};
-    name_.copy(request.ifr_name, IFNAMSIZ - 1);
+    interface().copy(request.ifr_name, IFNAMSIZ - 1);
     request.ifr_flags = IFF_TAP | IFF_NO_PI;
     if (ioctl(device_.get(), TUNSETIFF, &request) != 0) return errno;
     // Without offloads the kernel finishes checksums and cuts segments; an earlier user may have set them.

@@ -23,7 +23,6 @@ public:
 private:
     int join() noexcept;
 
-    const std::string name_;
     const Descriptor device_;
     std::array<std::uint8_t, maxWireBytes + 1> buffer_; // one byte more, to notice frames that are too long
 };

@@ -67,14 +67,17 @@ WireTap::Open WireTap::open(TapDirection direction, WireBytes frame, std::size_t
     return {&slot, at.frames + 1};
 }
 
-/// The time is read between the load and the exchange, so that times have the order of the records.
+/// The time is read between the load and the exchange, so that times have the order of the records. There is
+/// no room only where the position is still the last one: the listener may have passed an older one.
 bool WireTap::reserve(std::uint32_t units, TapPosition& at, std::int64_t& time) noexcept {
     at = next_.load(std::memory_order_relaxed);
+    bool hasRoom = false;
     do {
-        if (!hasRoom(at, units)) return false;
+        hasRoom = this->hasRoom(at, units);
         time = simClock.wallTime().count();
-    } while (!next_.compare_exchange_weak(at, {at.frames + 1, at.units + units}, std::memory_order_relaxed));
-    return true;
+    } while (!next_.compare_exchange_weak(at, hasRoom ? TapPosition{at.frames + 1, at.units + units} : at,
+                                          std::memory_order_relaxed));
+    return hasRoom;
 }
 
 bool WireTap::hasRoom(TapPosition at, std::uint32_t units) noexcept {

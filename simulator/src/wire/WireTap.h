@@ -17,8 +17,7 @@ class WireTap;
 class TapPlace {
 public:
     bool isTapped() const noexcept { return tap_.load(std::memory_order_relaxed) != nullptr; }
-    /// The tap, which stays until `leave`; null when there is none, and nothing is to be left then. Any
-    /// thread.
+    /// The tap, which stays until `leave`; null when there is none, without a `leave` then. Any thread.
     WireTap* enter() noexcept;
     void leave() noexcept { users_.fetch_sub(1, std::memory_order_release); }
     /// Frames of unknown content were lost before the port. Any thread.

@@ -279,10 +279,10 @@ struct OrvoSimTap;
 
 /// Begins to listen at a port's cable: from now on the board keeps a copy of each frame in either direction,
 /// also of those that die in it, in the order in which they began to pass. Readers of the port miss nothing,
-/// and the board waits for no listener: of 65,536 frames or 8 MiB that wait to be read, it keeps no more, and
-/// counts the rest as missed. A port has one listener; OrvoSimTapTaken for another. OrvoSimNoMemory where the
-/// memory of the copies (10 MiB) or a descriptor lacks. `*tap` is the caller's, to be closed; a listener ends
-/// with its process too.
+/// and the board waits for no listener: it keeps at most 65,536 frames, or 8 MiB, that have not been read
+/// yet, and counts further ones as missed. A port has one listener: OrvoSimTapTaken for another.
+/// OrvoSimNoMemory without memory for the copies (10 MiB) or a descriptor. `*tap` is the caller's, to be
+/// closed; a listener ends with its process too.
 ORVO_EXPORT int orvoSimOpenTap(unsigned board, unsigned port, struct OrvoSimTap** tap);
 
 /// Takes the next frame: 1, with `frame` filled and at most `room` of its bytes in `bytes` (which may be null

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: MIT
+#include "base/Numbers.h"
+#include "base/Output.h"
+#include "base/OutputFile.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
+#include "inspect/calls/CallDiff.h"
+#include "inspect/calls/CallFrames.h"
+#include "inspect/calls/CallView.h"
+
+#include <algorithm>
+
+namespace orvo::host {
+namespace {
+
+constexpr double mostSeconds = 1e9;
+
+class CallsCommand : public Command {
+public:
+    explicit CallsCommand(Program& program)
+        : Command(program, "calls", "Show the board calls of a recording, a line for each") {
+        line().text("FILE", "", file_, "Recording that --record has written").required();
+        line().text("--entry", "NAME", filter_.entry, "Only calls of entries with this in their name");
+        line().text("--register", "NAME", filter_.registerName,
+                    "Only accesses of registers with this in their name");
+        line().number(
+            "--thread", [this](std::uint64_t number) { filter_.thread = static_cast<unsigned>(number); },
+            {.most = 99'999}, "Only calls of thread number N");
+        line().value(
+            "--from", "S",
+            [this](const std::string& text) { filter_.from = secondsFrom(text, 0, mostSeconds).count(); },
+            "Only calls from so many seconds on");
+        line().value(
+            "--to", "S",
+            [this](const std::string& text) { filter_.to = secondsFrom(text, 0, mostSeconds).count(); },
+            "Only calls up to so many seconds");
+        line()
+            .text("--diff", "OTHER", other_,
+                  "Compare with this recording instead: where each thread differs first")
+            .notEmpty();
+        line()
+            .text("--pcapng", "OUT", capture_, "Write the frames in the recording to this file instead")
+            .notEmpty();
+        line().flag("--json", json_, "Print a JSON document a line for each call");
+    }
+
+    int run() override {
+        if (!other_.empty()) return compare();
+        return capture_.empty() ? list() : writeFrames();
+    }
+
+private:
+    int compare() const {
+        const WholeRecording first(file_), second(other_);
+        for (const auto* const recording : {&first, &second})
+            if (!recording->fault.empty()) notice(recording->fault + "; these are used");
+        const auto differences = differencesOf(first, second);
+        json_ ? printReport(differencesJson(differences, first.registers))
+              : printReport(differencesText(differences, first.registers));
+        return differences.empty() ? Done : DifferencesFound;
+    }
+
+    int list() const {
+        RecordingReader reader(file_);
+        while (auto block = reader.next()) {
+            std::ranges::stable_sort(block->calls, {}, &RecordedCall::begin);
+            std::string text;
+            for (const auto& call : block->calls)
+                if (filter_.passes(call, reader.registers()))
+                    text +=
+                        json_ ? callJsonLine(call, reader.registers()) : callLine(call, reader.registers());
+            if (block->lost != 0) notice(counted(block->lost, "call") + " could not be kept about here");
+            print(text);
+        }
+        return endOf(reader);
+    }
+
+    int writeFrames() const {
+        RecordingReader reader(file_);
+        if (isSameFile(file_, capture_))
+            throw UsageFailure("--pcapng names the recording itself; name another file");
+        CallFrames frames(capture_, reader.header().value("begin", std::int64_t{0}));
+        while (const auto block = reader.next())
+            for (const auto& call : block->calls)
+                if (filter_.passes(call, reader.registers())) frames.add(call, reader.registers());
+        printReport(counted(frames.close(), "frame") + " written to " + capture_ + "\n");
+        return endOf(reader);
+    }
+
+    static int endOf(const RecordingReader& reader) {
+        if (reader.fault().empty()) return Done;
+        throw Failure(reader.fault() + "; these were used");
+    }
+
+    std::string file_;
+    CallFilter filter_;
+    std::string other_, capture_; // empty: not wanted
+    bool json_ = false;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeCallsCommand(Program& program) {
+    return std::make_unique<CallsCommand>(program);
+}
+
+} // namespace orvo::host

@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: MIT
+// Each case is a run of this program on a recording: as a process of its own, since the plug-in remembers
+// boards.
+#include "base/ChildProcess.h"
+#include "base/Output.h"
+#include "base/OutputFile.h"
+#include "base/Signals.h"
+#include "commands/CommonOptions.h"
+#include "commands/HostProgram.h"
+#include "device/Installation.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <sstream>
+
+namespace orvo::host {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr unsigned longestRunSeconds = 20;
+
+struct SelftestCase {
+    std::string name, what;
+    std::vector<std::string> arguments;
+    int exitCode;
+    bool fitsBoards; ///< may run on a board that is in use
+};
+
+struct Run {
+    int exitCode = 0;
+    std::vector<std::string> lines; ///< what it printed, sorted, without times
+};
+
+struct CaseResult {
+    const SelftestCase* test;
+    std::string fault; ///< empty: passed
+};
+
+std::vector<SelftestCase> readCases(const fs::path& folder) {
+    const auto path = folder / "cases.json";
+    try {
+        std::ifstream file(path);
+        if (!file) throw Failure("it cannot be read");
+        std::vector<SelftestCase> cases;
+        for (const auto& row : nlohmann::json::parse(file))
+            cases.push_back({row.at("name"), row.at("what"), row.at("arguments"), row.at("exitCode"),
+                             row.value("fitsBoards", false)});
+        return cases;
+    } catch (const std::exception& error) {
+        throw Failure("cannot use the list of recordings " + quoted(path.string()) + ": " + error.what() +
+                      "; repair the installation or name another one with --root");
+    }
+}
+
+/// Lines of several threads come in any order; times, rates and the threads' names differ from run to run.
+std::vector<std::string> comparable(const std::string& output) {
+    static const std::regex varying(
+        R"([0-9]{4}-[0-9]{2}-[0-9]{2}[ T][0-9:.]+|thread-id=[0-9]+|[0-9]+\.[0-9]+(e[-+]?[0-9]+)?)");
+    std::vector<std::string> lines;
+    std::istringstream text(std::regex_replace(output, varying, "#"));
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    std::ranges::sort(lines);
+    return lines;
+}
+
+std::string contentOf(int descriptor) {
+    std::string content;
+    char part[4096];
+    lseek(descriptor, 0, SEEK_SET);
+    for (ssize_t got = 0; (got = read(descriptor, part, sizeof part)) > 0;)
+        content.append(part, static_cast<std::size_t>(got));
+    return content;
+}
+
+int become(std::vector<std::string> command, const fs::path& folder, int output) {
+    resetSignals();
+    alarm(longestRunSeconds); // stays with the program that this process becomes
+    setenv("ORVO_LOG", "*=2", 1);
+    for (const auto* const name : {"ORVO_LOG_FILE", "ORVO_PRE_SEND_WAIT_TIME", "ORVO_SIMULATOR_CONFIG"})
+        unsetenv(name);
+    if (dup2(output, STDOUT_FILENO) < 0 || dup2(output, STDERR_FILENO) < 0 || chdir(folder.c_str()) != 0)
+        return Failed;
+    std::vector<char*> pointers;
+    for (auto& argument : command) pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    execv("/proc/self/exe", pointers.data());
+    return Failed;
+}
+
+Run runOnce(const std::vector<std::string>& command, const fs::path& folder) {
+    const FileDescriptor output(memfd_create("selftest", MFD_CLOEXEC));
+    if (output.get() < 0)
+        throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
+    auto child = startChild([&] { return become(command, folder, output.get()); });
+    awaitChild(child);
+    return {child.exitCode.value_or(Failed), comparable(contentOf(output.get()))};
+}
+
+std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<std::string>& expected) {
+    const auto [made, wanted] = std::ranges::mismatch(run.lines, expected);
+    if (run.exitCode == test.exitCode && made == run.lines.end() && wanted == expected.end()) return "";
+    const auto differs = std::ranges::find_if(run.lines, [](const std::string& line) {
+        return line.find("differs from the recording") != std::string::npos ||
+               line.find("leaves out calls") != std::string::npos;
+    });
+    if (differs != run.lines.end()) return *differs;
+    if (run.exitCode != test.exitCode)
+        return fmt::format("exit code {} instead of {}", run.exitCode, test.exitCode);
+    if (made == run.lines.end()) return "does not print: " + *wanted;
+    if (wanted == expected.end() || *made < *wanted) return "prints: " + *made;
+    return "does not print: " + *wanted;
+}
+
+class SelftestCommand : public Command {
+public:
+    explicit SelftestCommand(Program& program)
+        : Command(program, "selftest", "Try the installed plug-in on recordings of boards") {
+        addRootOption(line(), root_);
+        line().number(
+            "-b,--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); },
+            {.most = 99'999}, "Run on this board, instead of recordings, what does not disturb its use");
+        line().flag("--renew", renews_, "Take what the runs print now as what they must print");
+        line().flag("--json", json_, "Print JSON instead of text");
+    }
+
+    int run() override {
+        const Installation installation(root_);
+        folder_ = installation.root() / "share" / "orvo-gige" / "recordings";
+        installed_ = installation.root().string();
+        const auto cases = readCases(folder_);
+        std::vector<CaseResult> results;
+        for (const auto& test : cases) {
+            if (board_ && !test.fitsBoards) continue;
+            results.push_back({&test, board_ ? tryOnBoard(test) : tryRecording(test)});
+            throwIfEndRequested();
+        }
+        json_ ? printReport(json(results)) : printReport(text(results));
+        return std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); })
+                   ? Done
+                   : DifferencesFound;
+    }
+
+private:
+    std::vector<std::string> command(const SelftestCase& test) const {
+        std::vector<std::string> words = {"orvo-gige"};
+        words.insert(words.end(), test.arguments.begin(), test.arguments.end());
+        words.insert(words.end(), {"--root", installed_});
+        return words;
+    }
+
+    std::string tryRecording(const SelftestCase& test) const {
+        auto words = command(test);
+        words.insert(words.end(), {"--board-recording", test.name + ".rec"});
+        const auto run = runOnce(words, folder_);
+        const auto expectedPath = folder_ / (test.name + ".out");
+        if (renews_) {
+            std::string content;
+            for (const auto& line : run.lines) content += line + "\n";
+            replaceFile(expectedPath.string(), content);
+        }
+        std::ifstream file(expectedPath);
+        const std::string content{std::istreambuf_iterator<char>(file), {}};
+        return faultOf(run, test, comparable(content));
+    }
+
+    std::string tryOnBoard(const SelftestCase& test) const {
+        auto words = command(test);
+        words.insert(words.end(), {"--board", std::to_string(*board_)});
+        const auto run = runOnce(words, folder_);
+        if (run.exitCode == Done) return "";
+        return fmt::format("exit code {}: {}", run.exitCode,
+                           run.lines.empty() ? "no message" : run.lines.back());
+    }
+
+    static std::string text(const std::vector<CaseResult>& results) {
+        std::vector<std::vector<std::string>> rows = {{"CASE", "RESULT", "WHAT"}};
+        std::string faults;
+        for (const auto& row : results) {
+            rows.push_back({row.test->name, row.fault.empty() ? "passed" : "FAILED", row.test->what});
+            if (!row.fault.empty()) faults += oneLine(row.test->name + ": " + row.fault) + "\n";
+        }
+        const auto passed = std::ranges::count(results, "", &CaseResult::fault);
+        return table(rows) + faults + fmt::format("{} of {} passed\n", passed, results.size());
+    }
+
+    static nlohmann::ordered_json json(const std::vector<CaseResult>& results) {
+        auto list = nlohmann::ordered_json::array();
+        for (const auto& row : results)
+            list.push_back({{"case", row.test->name}, {"passed", row.fault.empty()}, {"fault", row.fault}});
+        return {{"cases", std::move(list)}};
+    }
+
+    std::string root_;
+    std::optional<unsigned> board_;
+    bool renews_ = false;
+    bool json_ = false;
+    fs::path folder_;
+    std::string installed_;
+};
+
+} // namespace
+
+std::unique_ptr<Command> makeSelftestCommand(Program& program) {
+    return std::make_unique<SelftestCommand>(program);
+}
+
+} // namespace orvo::host

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: MIT
+#include "device/recording/CallCollector.h"
+
+#include <orvo/hal/kivrt.h>
+#include <orvo/hal/orvo_hal.h>
+
+#include <atomic>
+#include <bit>
+#include <type_traits>
+
+namespace orvo::host {
+namespace {
+
+EntryTable originals; // of the collector that lives
+std::atomic<CallCollector*> collector{nullptr};
+std::atomic<std::uint64_t> epoch{0}; // a new number for each collector; even: there is none
+
+thread_local constinit struct {
+    std::uint64_t epoch = 0;
+    ThreadCalls* calls = nullptr;
+} own;
+
+/// Inline, because it is called for each word of a frame.
+[[gnu::always_inline]] inline ThreadCalls* callsOfThisThread() {
+    if (own.epoch == epoch.load(std::memory_order_acquire)) [[likely]]
+        return own.calls;
+    return CallCollector::ofThisThread();
+}
+
+template <class Function> Function* original(Entry entry) noexcept {
+    return reinterpret_cast<Function*>(originals[static_cast<std::size_t>(entry)]);
+}
+
+template <class Type> std::uint64_t bitsOf(Type value) noexcept {
+    if constexpr (std::is_pointer_v<Type>)
+        return reinterpret_cast<std::uint64_t>(value);
+    else if constexpr (std::is_floating_point_v<Type>)
+        return std::bit_cast<std::uint64_t>(value);
+    else if constexpr (std::is_signed_v<Type>)
+        return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
+    else
+        return value;
+}
+
+RawCall rawCall(Entry entry, std::size_t argumentCount, std::uint64_t begin, std::uint64_t result) noexcept {
+    return {0, entry, static_cast<std::uint8_t>(argumentCount), RawKind::Call, begin, ticks(), 1, result};
+}
+
+/// What the call read or wrote through an argument; the length of bytes is the next argument.
+RawPiece pieceOf(ValueKind kind, std::uint64_t argument, std::uint64_t next) noexcept {
+    const auto* const pointer = reinterpret_cast<const void*>(argument);
+    if (kind == ValueKind::Text) return textPiece(static_cast<const char*>(pointer));
+    if (kind == ValueKind::WordsIn && pointer) return {pointer, static_cast<std::uint32_t>(next)};
+    return {};
+}
+
+/// Stands in for an entry that the library lacks.
+template <Entry entry, class Function> struct Missing;
+template <Entry entry, class Result, class... Types> struct Missing<entry, Result (*)(Types...)> {
+    static Result call(Types...) {
+        const auto bits = rowOf(entry).unbound;
+        if constexpr (std::is_pointer_v<Result>)
+            return reinterpret_cast<Result>(bits);
+        else if constexpr (std::is_floating_point_v<Result>)
+            return std::bit_cast<Result>(bits);
+        else
+            return static_cast<Result>(bits);
+    }
+};
+
+/// Any entry: arguments and result as the table tells their kinds.
+template <Entry entry, class Function> struct Recording;
+template <Entry entry, class Result, class... Types> struct Recording<entry, Result (*)(Types...)> {
+    static Result call(Types... arguments) {
+        auto* const real = original<Result(Types...)>(entry);
+        ThreadCalls* const calls = callsOfThisThread();
+        if (!calls) return real(arguments...);
+        const auto begin = ticks();
+        if constexpr (std::is_void_v<Result>) {
+            real(arguments...);
+            note(*calls, begin, 0, nullptr, {bitsOf(arguments)...});
+        } else {
+            const Result result = real(arguments...);
+            const char* text = nullptr;
+            if constexpr (std::is_same_v<Result, const char*>) text = result;
+            note(*calls, begin, bitsOf(result), text, {bitsOf(arguments)...});
+            return result;
+        }
+    }
+
+private:
+    static void note(ThreadCalls& calls, std::uint64_t begin, std::uint64_t result, const char* text,
+                     const ThreadCalls::Arguments& arguments) {
+        const auto call = rawCall(entry, sizeof...(Types), begin, result);
+        const auto& row = rowOf(entry);
+        std::array<RawPiece, mostArguments + 1> pieces;
+        std::size_t count = 0;
+        for (std::size_t i = 0; i < sizeof...(Types); ++i)
+            if (row.kinds[i] > ValueKind::Handle)
+                pieces[count++] =
+                    pieceOf(row.kinds[i], arguments[i], i + 1 < mostArguments ? arguments[i + 1] : 0);
+        if (row.result == ValueKind::Text) pieces[count++] = textPiece(text);
+        calls.note(call, arguments, {pieces.data(), count});
+    }
+};
+
+template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRead)> {
+    static int call(void* device, std::uint32_t address, std::uint64_t* value) {
+        auto* const real = original<decltype(::OHalRegisterRead)>(Entry::OHalRegisterRead);
+        ThreadCalls* const calls = callsOfThisThread();
+        if (!calls || !value) return real(device, address, value);
+        const auto before = *value;
+        const auto begin = ticks();
+        const int result = real(device, address, value);
+        const auto call = rawCall(Entry::OHalRegisterRead, 3, begin, bitsOf(result));
+        const bool wasWritten = result == 0 || *value != before;
+        calls->hold(call, {bitsOf(device), address}, wasWritten ? value : nullptr);
+        return result;
+    }
+};
+
+template <> struct Recording<Entry::OHalRegisterWrite, decltype(&::OHalRegisterWrite)> {
+    static int call(void* device, std::uint32_t address, std::uint64_t value) {
+        auto* const real = original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite);
+        ThreadCalls* const calls = callsOfThisThread();
+        if (!calls) return real(device, address, value);
+        if (calls->continuesRun(device, address, value)) { // a word of a frame: no time stamp
+            const int result = real(device, address, value);
+            if (result != calls->runResult()) {
+                const auto call = rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result));
+                calls->holdWrite(call, device, address, value);
+            } else {
+                calls->append(value);
+            }
+            return result;
+        }
+        const auto begin = ticks();
+        const int result = real(device, address, value);
+        calls->holdWrite(rawCall(Entry::OHalRegisterWrite, 3, begin, bitsOf(result)), device, address, value);
+        return result;
+    }
+};
+
+/// How many bytes a read of a queue has written.
+std::uint32_t writtenBytes(int result, std::uint64_t lengthBytes) noexcept {
+    if (result < 0) return nullPiece;
+    const auto told = static_cast<std::uint64_t>(result);
+    return static_cast<std::uint32_t>(result == 0 || told > lengthBytes ? lengthBytes : told);
+}
+
+template <Entry entry, class Length> struct QueueRead {
+    static int call(void* device, std::uint32_t queue, void* buffer, Length lengthBytes,
+                    std::uint32_t timeoutMs) {
+        auto* const real = original<int(void*, std::uint32_t, void*, Length, std::uint32_t)>(entry);
+        ThreadCalls* const calls = callsOfThisThread();
+        if (!calls) return real(device, queue, buffer, lengthBytes, timeoutMs);
+        const auto begin = ticks();
+        const int result = real(device, queue, buffer, lengthBytes, timeoutMs);
+        const auto call = rawCall(entry, 5, begin, bitsOf(result));
+        const ThreadCalls::Arguments arguments{bitsOf(device), queue, 0, lengthBytes, timeoutMs};
+        if (result < 0)
+            calls->hold(call, arguments, nullptr);
+        else
+            calls->note(call, arguments, std::array{RawPiece{buffer, writtenBytes(result, lengthBytes)}});
+        return result;
+    }
+};
+template <>
+struct Recording<Entry::OHalDataQueueReadBufferLong, decltype(&::OHalDataQueueReadBufferLong)>
+    : QueueRead<Entry::OHalDataQueueReadBufferLong, std::uint64_t> {};
+template <>
+struct Recording<Entry::OHalDataQueueReadBuffer, decltype(&::OHalDataQueueReadBuffer)>
+    : QueueRead<Entry::OHalDataQueueReadBuffer, std::uint32_t> {};
+
+} // namespace
+
+#define ENTRY(Result, name, unbound, parameters, arguments)                                                  \
+    reinterpret_cast<void*>(&Missing<Entry::name, decltype(&::name)>::call),
+static const EntryTable missingEntries = {{
+#include <hal/OrvoHalEntries.def>
+#define ENTRY(Result, name, unbound, parameters, arguments)                                                  \
+    reinterpret_cast<void*>(&Missing<Entry::name, decltype(&::name)>::call),
+#include <hal/KivRuntimeEntries.def>
+}};
+
+CallCollector::CallCollector(const EntryTable& table) {
+    for (std::size_t i = 0; i < entryCount; ++i) originals[i] = table[i] ? table[i] : missingEntries[i];
+    collector = this;
+    ++epoch;
+}
+
+CallCollector::~CallCollector() {
+    ++epoch;
+    collector = nullptr;
+}
+
+ThreadCalls* CallCollector::ofThisThread() {
+    const auto now = epoch.load(std::memory_order_acquire);
+    if (own.epoch != now) {
+        auto* const current = collector.load();
+        own = {now, now % 2 != 0 && current ? current->addThread() : nullptr};
+    }
+    return own.calls;
+}
+
+std::vector<ThreadCalls*> CallCollector::threads() {
+    const std::lock_guard guard(growing_);
+    std::vector<ThreadCalls*> all;
+    for (auto& thread : threads_) all.push_back(&thread);
+    return all;
+}
+
+ThreadCalls* CallCollector::addThread() {
+    const std::lock_guard guard(growing_);
+    return &threads_.emplace_back(static_cast<unsigned>(threads_.size()));
+}
+
+#define ENTRY(Result, name, unbound, parameters, arguments)                                                  \
+    reinterpret_cast<void*>(&Recording<Entry::name, decltype(&::name)>::call),
+const EntryTable recordingEntries = {{
+#include <hal/OrvoHalEntries.def>
+#define ENTRY(Result, name, unbound, parameters, arguments)                                                  \
+    reinterpret_cast<void*>(&Recording<Entry::name, decltype(&::name)>::call),
+#include <hal/KivRuntimeEntries.def>
+}};
+
+} // namespace orvo::host

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// The calls of one recorded thread, and how far a run has repeated them.
+#pragma once
+
+#include "device/recording/RecordedCall.h"
+
+#include <functional>
+
+namespace orvo::host {
+
+/// A call of the run that a recording answers.
+struct LiveCall {
+    Entry entry;
+    std::array<std::uint64_t, mostArguments>
+        arguments{}; ///< as the call has them; texts and buffers are pointers
+
+    /// For messages, without what it would write.
+    RecordedCall described() const;
+    /// Whether what the call gives to the board is the same; of a run of writes, word number `times`.
+    bool matches(const RecordedCall& call, std::uint64_t times) const;
+    bool isQueueRead() const noexcept;
+};
+
+/// How the next call of a thread is to be answered.
+struct Answer {
+    enum class Kind { Call, Empty, Difference } kind;
+    const RecordedCall* call = nullptr; ///< of kind Call
+};
+
+/// Strict: calls come in their order. Two things may vary with the speed of a machine, and do so freely: how
+/// often a queue is found empty, and how often a register is read that does not change for long. Threads: the
+/// playback's lock.
+class PlayedThread {
+public:
+    explicit PlayedThread(std::vector<RecordedCall> calls) : calls_(std::move(calls)) {}
+
+    /// Whether a new thread that begins with this call is this one.
+    bool isUnusedAndBeginsWith(const LiveCall& live) const;
+    void use() noexcept { isUsed_ = true; }
+
+    /// Takes the call. `isDue`: whether what a queue delivers may come now.
+    Answer take(const LiveCall& live, const std::function<bool(const RecordedCall&)>& isDue);
+
+    /// Whether every call that began before `moment` has been made.
+    bool hasPassed(std::int64_t moment) const;
+    /// The first call that is still to be made; null when the rest may be left out.
+    const RecordedCall* missing() const;
+
+    /// Whether it empties this queue, as the opening of a port does.
+    bool clears(std::uint64_t queue) const;
+
+    /// The calls before the present one, the last one last.
+    std::vector<const RecordedCall*> before(std::size_t most) const;
+    std::size_t position() const noexcept { return next_; }
+
+private:
+    static bool isElastic(const RecordedCall& call);
+    std::size_t firstFixed(std::size_t from) const;
+    void advance() noexcept;
+    bool mayBeEmpty(const LiveCall& live) const;
+
+    const std::vector<RecordedCall> calls_;
+    std::size_t next_ = 0;
+    std::uint64_t times_ = 0; // of the next call, made so far
+    bool isUsed_ = false;
+};
+
+} // namespace orvo::host

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+#include "device/recording/RecordedCall.h"
+
+#include <orvo/hal/orvo_hal.h>
+
+#include <cstring>
+
+namespace orvo::host {
+namespace {
+
+constexpr std::uint32_t endMark = 0x1'0000;
+
+std::uint32_t wordAt(std::span<const std::uint8_t> words, std::size_t index) {
+    std::uint32_t word = 0;
+    std::memcpy(&word, words.data() + index * sizeof word, sizeof word);
+    return word;
+}
+
+/// A single word is often a size, and stays as it is.
+bool isFrame(std::span<const std::uint8_t> words) {
+    if (words.size() % 4 != 0 || words.size() < 8) return false;
+    const auto last = words.size() / 4 - 1;
+    for (std::size_t i = 0; i < last; ++i)
+        if (wordAt(words, i) > 0xFFFF) return false;
+    return (wordAt(words, last) & ~0xFFFFU) == endMark;
+}
+
+} // namespace
+
+bool RecordedCall::isEmptyRead() const {
+    return isQueueRead() && result == static_cast<int>(HalTimeout);
+}
+
+std::uint64_t RecordedCall::deliveredBytes() const {
+    return host::deliveredBytes(result.get<std::int64_t>(), arguments[3].get<std::uint64_t>());
+}
+
+std::uint64_t deliveredBytes(std::int64_t result, std::uint64_t lengthBytes) noexcept {
+    if (result < 0) return 0;
+    const auto told = static_cast<std::uint64_t>(result);
+    return told == 0 || told > lengthBytes ? lengthBytes : told;
+}
+
+ByteString packedWords(std::span<const std::uint8_t> words) {
+    if (!isFrame(words)) return {words.begin(), words.end()};
+    ByteString units(words.size() / 2);
+    for (std::size_t i = 0; i < units.size() / 2; ++i)
+        std::memcpy(units.data() + 2 * i, words.data() + 4 * i, 2);
+    return units;
+}
+
+ByteString unpackedWords(const ByteString& kept, std::uint64_t deliveredBytes) {
+    if (kept.size() < 4 || kept.size() * 2 != deliveredBytes) return kept;
+    ByteString words(kept.size() * 2);
+    for (std::size_t i = 0; i < kept.size() / 2; ++i)
+        std::memcpy(words.data() + 4 * i, kept.data() + 2 * i, 2);
+    words[words.size() - 2] = 1; // bit 16 of the last word
+    return words;
+}
+
+} // namespace orvo::host

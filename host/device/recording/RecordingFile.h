@@ -1,0 +1,83 @@
+// SPDX-License-Identifier: MIT
+// The file of a recording: a head with the format's version, then blocks, each whole by itself.
+// orvo-recording(5) describes it.
+#pragma once
+
+#include "base/FileDescriptor.h"
+#include "device/recording/RecordedCall.h"
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+
+namespace orvo::host {
+
+inline constexpr std::uint32_t recordingVersion = 1;
+
+/// Appends blocks. One thread.
+class RecordingWriter {
+public:
+    /// Replaces the file. Errors: Failure when it cannot be written.
+    explicit RecordingWriter(const std::string& path);
+
+    /// Errors: Failure when the disk is full or fails; the file then ends with the block before.
+    void add(const nlohmann::json& block);
+
+    std::uint64_t bytes() const noexcept { return bytes_; }
+
+private:
+    void put(std::span<const std::uint8_t> bytes);
+
+    const std::string path_;
+    FileDescriptor file_;
+    std::uint64_t bytes_ = 0;
+};
+
+/// What a block tells.
+struct CallBlock {
+    std::vector<RecordedCall> calls; ///< those of one thread in their order
+    std::uint64_t lost = 0;          ///< calls that could not be kept
+};
+
+/// Reads a recording block by block. One thread.
+class RecordingReader {
+public:
+    /// Errors: Failure when the file cannot be read, is no recording, or of another version.
+    explicit RecordingReader(const std::string& path);
+
+    const std::string& path() const noexcept { return path_; }
+    /// The first block: "program", "host", "arguments", "begin" and others.
+    const nlohmann::json& header() const noexcept { return header_; }
+    /// Those known so far.
+    const RegisterNames& registers() const noexcept { return registers_; }
+
+    /// The next whole block with calls; nothing at the end.
+    std::optional<CallBlock> next();
+
+    /// After the end: one line on why the recording is not complete; empty when it is.
+    const std::string& fault() const noexcept { return fault_; }
+    /// The last block of a complete recording, null otherwise.
+    const nlohmann::json& closing() const noexcept { return closing_; }
+
+private:
+    void readHead();
+    std::optional<nlohmann::json> nextContent();
+    std::optional<nlohmann::json> damaged(const std::string& what);
+
+    const std::string path_;
+    std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
+    nlohmann::json header_, closing_;
+    std::vector<Entry> entries_; // by their number in the file
+    RegisterNames registers_;
+    unsigned blocks_ = 0; // whole ones so far
+    std::string fault_;
+};
+
+/// The calls of a block's content; adds to `registers`. Errors: std::exception for content that is no block.
+CallBlock callsOf(const nlohmann::json& content, const std::vector<Entry>& entries, RegisterNames& registers);
+
+/// The entries of a recording by their number in its file. Errors: Failure naming one that is unknown here;
+/// std::exception for what is no header.
+std::vector<Entry> entriesOf(const nlohmann::json& header);
+
+} // namespace orvo::host

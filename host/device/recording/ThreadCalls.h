@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+// The calls of one thread on their way into a recording.
+#pragma once
+
+#include "device/recording/CallRing.h"
+#include "device/recording/Ticks.h"
+
+#include <algorithm>
+#include <array>
+
+namespace orvo::host {
+
+/// Notes calls without a lock or an allocation. Calls that say the same in a row are held back and become one
+/// record: identical reads of a register, empty reads of a queue, and writes to one register.
+/// Threads: its own thread notes, until it has ended; `ring` may be drained meanwhile.
+class ThreadCalls {
+public:
+    using Arguments = std::array<std::uint64_t, mostArguments>;
+
+    explicit ThreadCalls(unsigned place) noexcept : number(place) {}
+
+    const unsigned number; ///< in the order of the threads' first calls
+    CallRing ring;
+
+    /// Whether a write may be appended to the run by `append`.
+    bool continuesRun(const void* device, std::uint32_t address, std::uint64_t value) const noexcept {
+        return runDevice_ == device && runAddress_ == address && value <= 0xFFFF && held_.times < mostUnits;
+    }
+    /// Its first result, which the others of the run share.
+    int runResult() const noexcept { return static_cast<int>(held_.result); }
+    void append(std::uint64_t value) noexcept { units_[held_.times++] = static_cast<std::uint16_t>(value); }
+
+    /// A call that is kept as it is.
+    void note(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
+        release(call.begin);
+        put(call, arguments, pieces);
+    }
+
+    /// A call that is held back while the next ones are identical. `out` is a value that it wrote; null:
+    /// none.
+    void hold(const RawCall& call, const Arguments& arguments, const std::uint64_t* out) noexcept {
+        if (isRepeated(call, arguments, out)) {
+            ++held_.times;
+            held_.end = call.end;
+            return;
+        }
+        release(call.begin);
+        held_ = call;
+        heldArguments_ = arguments;
+        hasOut_ = out != nullptr;
+        if (out) out_ = *out;
+    }
+
+    /// The first write of what may become a run.
+    void holdWrite(const RawCall& call, void* device, std::uint32_t address, std::uint64_t value) noexcept {
+        release(call.begin);
+        held_ = call;
+        heldArguments_ = {reinterpret_cast<std::uint64_t>(device), address, value};
+        if (value > 0xFFFF) return;
+        runDevice_ = device;
+        runAddress_ = address;
+        units_[0] = static_cast<std::uint16_t>(value);
+    }
+
+    /// Hands over what is held back; `now` ends a run of writes.
+    void release(std::uint64_t now) noexcept {
+        if (held_.times == 0) return;
+        if (held_.entry == Entry::OHalRegisterWrite)
+            putWrites(now);
+        else if (held_.entry == Entry::OHalRegisterRead)
+            put(held_, heldArguments_, std::array{hasOut_ ? RawPiece{&out_, sizeof out_} : RawPiece{}});
+        else
+            put(held_, heldArguments_, std::array{RawPiece{}}); // an empty read of a queue
+        held_.times = 0;
+        runDevice_ = nullptr;
+    }
+
+private:
+    static constexpr std::size_t mostUnits = 1024; // a frame has up to 759
+
+    bool isRepeated(const RawCall& call, const Arguments& arguments,
+                    const std::uint64_t* out) const noexcept {
+        return held_.times != 0 && held_.entry == call.entry && held_.result == call.result &&
+               heldArguments_ == arguments && hasOut_ == (out != nullptr) && (!out || *out == out_) &&
+               call.end - held_.begin < longestHold;
+    }
+
+    void putWrites(std::uint64_t now) noexcept {
+        if (held_.times == 1) return put(held_, heldArguments_, {});
+        held_.kind = RawKind::Run;
+        held_.end = now;
+        put(held_, heldArguments_,
+            std::array{RawPiece{units_.data(), static_cast<std::uint32_t>(2 * held_.times)}});
+    }
+
+    void put(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
+        std::size_t bytes = sizeof call + 8U * call.argumentCount;
+        for (const auto& piece : pieces) bytes += 4 + (piece.length == nullPiece ? 0 : piece.length);
+        bytes = (bytes + 7) / 8 * 8;
+        std::byte* room = ring.reserve(bytes);
+        if (!room) return;
+        call.bytes = static_cast<std::uint32_t>(bytes);
+        room = append(room, &call, sizeof call);
+        room = append(room, arguments.data(), 8U * call.argumentCount);
+        for (const auto& piece : pieces) {
+            room = append(room, &piece.length, sizeof piece.length);
+            if (piece.length != nullPiece) room = append(room, piece.bytes, piece.length);
+        }
+        ring.publish(bytes);
+    }
+
+    static std::byte* append(std::byte* room, const void* bytes, std::size_t count) noexcept {
+        std::memcpy(room, bytes, count);
+        return room + count;
+    }
+
+    // About a second, so that what a quiet thread does reaches the file.
+    static constexpr std::uint64_t longestHold = 2'000'000'000;
+
+    void* runDevice_ = nullptr; // null: no run
+    std::uint32_t runAddress_ = 0;
+    RawCall held_{}; // `times` 0: nothing is held back
+    Arguments heldArguments_{};
+    bool hasOut_ = false;
+    std::uint64_t out_ = 0;
+    std::array<std::uint16_t, mostUnits> units_{};
+};
+
+} // namespace orvo::host

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+// Recordings of board calls: written, read back, damaged, compared, and run on.
+#include "Process.h"
+
+#include "base/Failure.h"
+#include "device/recording/CallCollector.h"
+#include "device/recording/RecordingFile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace orvo::host {
+namespace {
+
+using namespace testing_support;
+using testing::HasSubstr;
+
+constexpr auto capture = ORVO_TEST_DATA "/recordings/frames.pcap";
+
+class RecordingTest : public testing::Test {
+protected:
+    std::string record(const std::string& name, std::vector<std::string> arguments) {
+        const auto path = folder.file(name);
+        arguments.insert(arguments.end(), {"--record", path});
+        const auto outcome = runTool(arguments);
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        return path;
+    }
+    std::string recordedReset() { return record("reset.rec", {"reset", "--time", "virtual"}); }
+
+    TemporaryFolder folder;
+};
+
+std::size_t wholeCalls(const std::string& path) {
+    RecordingReader reader(path);
+    std::size_t calls = 0;
+    while (const auto block = reader.next()) calls += block->calls.size();
+    return calls;
+}
+
+TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
+    const auto recording = record("run.rec", {"replay", capture, "--no-reset", "--wire", "0=port:0/1",
+                                              "--write", folder.file("first")});
+    for (const auto* const again : {"second", "third"}) {
+        const auto outcome = runTool({"replay", capture, "--no-reset", "--verify", "--json", "--write",
+                                      folder.file(again), "--board-recording", recording});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        EXPECT_EQ(framesOf(folder.file(again)), framesOf(folder.file("first")));
+    }
+    writeCapture(folder.file("other.pcap"), {numberedFrame(1, 64)});
+    const auto other =
+        runTool({"replay", folder.file("other.pcap"), "--no-reset", "--board-recording", recording});
+    EXPECT_EQ(other.exitCode, 3);
+    EXPECT_THAT(other.err, HasSubstr("differs from the recording"));
+    EXPECT_THAT(other.err, HasSubstr(", GigeBufferReset0, 0x0) = 0\n"));
+    const auto shorter =
+        runTool({"replay", capture, "--no-reset", "--port", "1", "--board-recording", recording});
+    EXPECT_EQ(shorter.exitCode, 3);
+
+    const auto frames = runTool({"calls", recording, "--pcapng", folder.file("frames")});
+    EXPECT_EQ(frames.exitCode, 0) << frames.err;
+    EXPECT_EQ(framesOf(folder.file("frames")).size(), 2 * framesOf(folder.file("first")).size());
+}
+
+TEST_F(RecordingTest, ComparesRecordings) {
+    const auto reset = recordedReset();
+    const auto same =
+        runTool({"calls", reset, "--diff", record("again.rec", {"reset", "--time", "virtual"})});
+    EXPECT_EQ(same.exitCode, 0) << same.out;
+    const auto other = runTool(
+        {"calls", reset, "--diff", record("other.rec", {"reset", "--port", "1", "--time", "virtual"})});
+    EXPECT_EQ(other.exitCode, 3);
+    EXPECT_THAT(other.out, HasSubstr("first   KivGetRegisterByName(applet 2, 'GigeBufferReset0')"));
+    const auto filtered = runTool({"calls", reset, "--register", "GigE_Reset", "--json"});
+    EXPECT_THAT(filtered.out, HasSubstr(R"("register":"GigE_Reset")"));
+}
+
+TEST_F(RecordingTest, UsesWholeBlocksBeforeDamage) {
+    const auto whole = contentOf(recordedReset());
+    const auto path = folder.file("damaged.rec");
+    const auto calls = wholeCalls(folder.file("reset.rec"));
+    for (std::size_t at = 0; at < whole.size(); at += 97) {
+        SCOPED_TRACE(at);
+        auto changed = whole;
+        changed[at] = static_cast<char>(changed[at] ^ 0x10);
+        for (const auto& content : {changed, whole.substr(0, at)}) {
+            writeFile(path, content);
+            try {
+                RecordingReader reader(path);
+                std::size_t found = 0;
+                while (const auto block = reader.next()) found += block->calls.size();
+                EXPECT_LE(found, calls);
+                EXPECT_NE(reader.fault(), "");
+            } catch (const Failure& failure) {
+                EXPECT_THAT(failure.what(), HasSubstr(path));
+            }
+        }
+    }
+    auto newer = whole;
+    newer[8] = 2;
+    newer[12] = static_cast<char>(~2);
+    writeFile(path, newer);
+    expectRefusal({"calls", path}, 1, "is of version 2, and this program reads version 1");
+    expectRefusal({"reset", "--board-recording", path, "--record", path}, 2, "leave one of both out");
+}
+
+/// Notes 1 to `calls`, then takes them out and adds up what is kept and what a gap tells.
+TEST(CallRingTest, TellsOfCallsThatFoundNoRoom) {
+    CallRing ring;
+    constexpr std::size_t bytes = 65'536;
+    std::uint64_t kept = 0, lost = 0;
+    const auto note = [&] {
+        std::byte* const room = ring.reserve(bytes);
+        if (!room) return;
+        const RawCall call{bytes, Entry::OHalPutDevice, 0, RawKind::Call, 0, 0, 1, 0};
+        std::memcpy(room, &call, sizeof call);
+        ring.publish(bytes);
+    };
+    for (int i = 0; i < 200; ++i) note();
+    const auto count = [&](const std::byte* record) {
+        const RawReader reader(record);
+        if (reader.call.kind == RawKind::Call) ++kept;
+        if (reader.call.kind == RawKind::Gap) lost += reader.call.times;
+    };
+    ring.drain(count);
+    note();
+    ring.drain(count);
+    EXPECT_EQ(kept + lost, 201U);
+    EXPECT_EQ(kept, 1 + CallRing::capacity / bytes);
+    EXPECT_EQ(ring.untoldLoss(), 0U);
+}
+
+TEST(SelftestTest, PassesOnTheShippedRecordings) {
+    const auto outcome = runTool({"selftest", "--json"});
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
+    EXPECT_GE(nlohmann::json::parse(outcome.out)["cases"].size(), 15U);
+}
+
+} // namespace
+} // namespace orvo::host
