@@ -67,7 +67,7 @@ def acquire(camera, rate, seconds):
             failed += 1
         stream.push_buffer(buffer)
     counts = {name: stream.get_info_uint64_by_name("n_" + name) for name in COUNTERS}
-    print(f"acquired  at {rate} images/s for {seconds} s: {complete} complete, {failed} failed, "
+    print(f"acquired  at {rate} images/s for {seconds:g} s: {complete} complete, {failed} failed, "
           f"{counts['underruns']} underruns, {counts['missing_frames']} missing; {counts['received_packets']} packets, "
           f"{counts['missing_packets']} missing, {counts['resent_packets']} resent")
     return first, complete > 0 and failed + counts["underruns"] + counts["missing_frames"] == 0
@@ -103,4 +103,4 @@ def receive(seconds, path):
 if __name__ == "__main__":
     if sys.argv[1] == "send":
         send()
-    receive(int(sys.argv[2]), sys.argv[3])
+    receive(float(sys.argv[2]), sys.argv[3])

@@ -28,7 +28,7 @@ public:
         line().flag("--no-reset", request_.port.noReset,
                     "Do not reset the board's GigE hardware first (it must be running)");
         addInstallationOptions(line(), request_.installation);
-        line().flag("--json", json_, "Print JSON");
+        line().flag("--json", json_, "Print JSON instead of a table");
     }
 
     int run() override {
@@ -40,7 +40,7 @@ public:
             return Done;
         }
         if (!cameras.empty())
-            print(camerasText(cameras, request_.address));
+            print(camerasText(cameras, request_.address, port));
         else
             notice("no camera behind port " + port + " answered " + request_.address.text +
                    "; some answer only in their own network: name an address in it with --address");

@@ -25,7 +25,7 @@ namespace orvo::host {
 namespace {
 
 constexpr auto python = "/usr/bin/python3"; // Debian's, which has Aravis' binding
-constexpr std::uint64_t rates = 2;          // at which the client acquires, for half of the time each
+constexpr double rates = 2;                 // at which the client acquires, for half of the time each
 
 std::string quotedForShell(const std::string& word) {
     std::string text = "'";
@@ -79,7 +79,7 @@ public:
         line()
             .text("-w,--write", "FILE", file_, "Write the first image as PNG (default camera.png)")
             .notEmpty();
-        line().number("-d,--duration", seconds_, {.least = rates, .most = 3600},
+        line().number("-d,--duration", seconds_, {.least = 2, .most = 3600},
                       "Acquire for so many seconds, half of them at each of two rates (default 10)");
         addAddressOptions(line(), lab_.port);
         addRootOption(line(), lab_.root);
@@ -99,7 +99,8 @@ public:
         lab_.camera = commandOf(script, "send");
         const auto received = std::filesystem::absolute(image.temporaryPath()).string();
         const auto client =
-            commandOf(script, fmt::format("receive {} {}", seconds_ / rates, quotedForShell(received)));
+            commandOf(script, fmt::format("receive {} {}", static_cast<double>(seconds_) / rates,
+                                          quotedForShell(received)));
         lab_.command = {"/bin/sh", "-c", client};
         lab_.report = demoText;
         const int exitCode = runInProcessNamespace([this] { return Lab(lab_).run(); });

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "base/Failure.h"
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
@@ -23,7 +24,7 @@ public:
                   "Capture to read: pcap or pcapng, also gzip-compressed; - is standard input (default: "
                   "take frames from the port)")
             .notEmpty();
-        line().flag("--images", showImages_, "Print a line for each image that lacks packets, as it ends");
+        line().flag("--images", showImages_, "Print a line for each image that is not complete, as it ends");
         line().number("-c,--count", request_.limits.frames, {.least = 1},
                       "End after so many frames of any kind at the port");
         line().value(
@@ -37,6 +38,9 @@ public:
     }
 
     int run() override {
+        if (!request_.capture.empty() && (request_.limits.frames != 0 || request_.limits.time.count() > 0))
+            throw UsageFailure(
+                "a capture is read to its end; leave out --count and --duration, which are for a port");
         StreamAccount::Take take;
         if (showImages_) take = showImage;
         const auto report = runStreams(request_, take);

@@ -67,15 +67,15 @@ const char* stateText(Privilege privilege) {
     return "unknown";
 }
 
-std::string adviceOn(const FoundCamera& camera, const NetworkAddress& own) {
+std::string adviceOn(const FoundCamera& camera, const NetworkAddress& own, const std::string& port) {
     if (camera.address == 0)
         return fmt::format("the camera {} has no address yet; give it one with its maker's tool\n",
                            macText(camera.mac));
-    const auto address = neighbourText(camera);
     return fmt::format(
-        "the camera {} is in another network than {}; to reach it: orvo-gige bridge --tap gige0 "
-        "--address {}; to see whether it is free: orvo-gige cameras --address {}\n",
-        ipv4Text(camera.address), own.text, address, address);
+        "the camera {0} is in another network than {1}\n"
+        "  to reach it:               sudo orvo-gige bridge --port {2} --tap gige0 --address {3}\n"
+        "  to see whether it is free: orvo-gige cameras --port {2} --address {3}\n",
+        ipv4Text(camera.address), own.text, port, neighbourText(camera));
 }
 
 } // namespace
@@ -123,22 +123,26 @@ CameraSearch::Frame CameraSearch::takeControl(const EthernetHeader& ethernet, co
     return {};
 }
 
-/// A new camera in this network is asked at once whether it is free.
+/// A camera in this network is asked whether it is free, at each of its answers until it tells.
 CameraSearch::Frame CameraSearch::takeDiscovery(const EthernetHeader& ethernet,
                                                 const GigeDiscovery& discovery) {
     auto mac = macOf(discovery.mac);
     if (mac == MacAddress{}) mac = macOf(ethernet.source); // software cameras may not know theirs
-    if (std::ranges::find(cameras_, mac, &FoundCamera::mac) != cameras_.end() ||
-        cameras_.size() == mostCameras)
-        return {};
+    const auto known = std::ranges::find(cameras_, mac, &FoundCamera::mac);
+    if (known != cameras_.end()) return askPrivilege(*known, ethernet.source);
+    if (cameras_.size() == mostCameras) return {};
     const auto address = numberOf(discovery.address);
     cameras_.push_back({mac, address, numberOf(discovery.subnetMask), numberOf(discovery.gateway),
                         discovery.maker, discovery.model, discovery.version, discovery.remark,
                         discovery.serial, discovery.userName, Privilege::Unknown, isInNetwork(address)});
-    if (!cameras_.back().isInNetwork) return {};
+    return askPrivilege(cameras_.back(), ethernet.source);
+}
+
+CameraSearch::Frame CameraSearch::askPrivilege(const FoundCamera& camera, Bytes mac) {
+    if (!camera.isInNetwork || camera.privilege != Privilege::Unknown) return {};
     Frame payload;
     appendBig(payload, GigeControlPrivilege, 4);
-    return commandTo(macOf(ethernet.source), address, GigeCommand::ReadRegister, wantsAnswer, payload);
+    return commandTo(macOf(mac), camera.address, GigeCommand::ReadRegister, wantsAnswer, payload);
 }
 
 /// A camera in exclusive use denies others even this reading.
@@ -151,14 +155,15 @@ void CameraSearch::takePrivilege(std::uint32_t address, const GigeControl& contr
         camera->privilege = privilegeOf(big32(control.payload, 0));
 }
 
-std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own) {
+std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own,
+                        const std::string& port) {
     std::vector<std::vector<std::string>> rows = {
         {"ADDRESS", "MAC", "MAKER", "MODEL", "SERIAL", "NAME", "STATE"}};
     std::string advice;
     for (const auto& camera : cameras) {
         rows.push_back({addressText(camera), macText(camera.mac), camera.maker, camera.model, camera.serial,
                         camera.userName.empty() ? "-" : camera.userName, stateText(camera.privilege)});
-        if (!camera.isInNetwork) advice += adviceOn(camera, own);
+        if (!camera.isInNetwork) advice += adviceOn(camera, own, port);
     }
     return table(rows) + advice;
 }

@@ -45,6 +45,7 @@ public:
 private:
     Frame takeControl(const EthernetHeader& ethernet, const IpPacket& ip, const GigeControl& control);
     Frame takeDiscovery(const EthernetHeader& ethernet, const GigeDiscovery& discovery);
+    Frame askPrivilege(const FoundCamera& camera, Bytes mac);
     void takePrivilege(std::uint32_t address, const GigeControl& control);
     Frame commandTo(const MacAddress& mac, std::uint32_t address, GigeCommand command, std::uint8_t flags,
                     Bytes payload);
@@ -56,8 +57,9 @@ private:
     std::vector<FoundCamera> cameras_;
 };
 
-/// A table, and a sentence for each camera that is in another network than `own`.
-std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own);
+/// A table, and advice on each camera that is in another network than `own`; `port`, such as "0/1", is in it.
+std::string camerasText(const std::vector<FoundCamera>& cameras, const NetworkAddress& own,
+                        const std::string& port);
 nlohmann::ordered_json camerasJson(const std::vector<FoundCamera>& cameras);
 
 } // namespace orvo::host

@@ -69,7 +69,7 @@ void CaptureReader::checkLinkType() const {
     if (type == DLT_EN10MB) return;
     const char* typeName = pcap_datalink_val_to_name(type);
     throw Failure(name() + " holds frames of link type " + (typeName ? typeName : std::to_string(type)) +
-                  "; only captures of Ethernet frames (EN10MB) can be sent");
+                  "; only captures of Ethernet frames (EN10MB) can be read");
 }
 
 bool CaptureReader::next(CapturedFrame& frame) {

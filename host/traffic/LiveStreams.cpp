@@ -66,7 +66,9 @@ void LiveStreams::publish(StreamTime time) {
 
 StreamsReport LiveStreams::report() const {
     const std::scoped_lock lock(mutex_);
-    return report_;
+    auto report = report_;
+    report.givenUp.control += omitted_.value();
+    return report;
 }
 
 } // namespace orvo::host

@@ -32,8 +32,6 @@ public:
 
     /// As of a second ago at most; complete after `finish`. Any thread.
     StreamsReport report() const;
-    /// Commands that were sent faster than they could be followed. Any thread.
-    std::uint64_t omittedCommands() const noexcept { return omitted_.value(); }
 
 private:
     struct Sent {
@@ -47,7 +45,7 @@ private:
     StreamAccount account_; // the receiving thread's
     StreamTime publishedAt_ = 0;
     boost::lockfree::spsc_queue<Sent, boost::lockfree::capacity<256>> sent_;
-    LiveCounter omitted_;
+    LiveCounter omitted_;      // commands that were sent faster than they could be followed
     mutable std::mutex mutex_; // guards the report; the receiving thread only tries
     StreamsReport report_;
 };

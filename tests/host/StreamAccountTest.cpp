@@ -253,6 +253,55 @@ TEST(StreamAccountTest, FollowsWhatTheClientWrites) {
                           "1 error (last: read register 0x0000abcd: invalid address)\n"));
 }
 
+TEST(StreamAccountTest, FollowsAChannelToAnotherPort) {
+    using enum GigeCommand;
+    Line line;
+    Camera camera{.payloads = 3};
+    const auto open = [&](std::uint32_t port) {
+        line.send(camera.command(WriteRegister, {gigeStreamRegisters, port}));
+    };
+    line.send(camera, 1, 0, 4); // seen before the client opens it
+    open(camera.port);
+    line.send(camera, 1, 0, 2); // the same number and time, another image
+    open(0);
+    line.send(camera, 1, 3, 4); // the rest was on its way
+    open(++camera.port);
+    line.send(camera, 1, 0, 1);
+    line.send(camera, 1, 3, 3);
+    line.send(camera.resend(1, 2, 2)); // the channel's number is that of the closed stream
+    Camera other = camera;
+    other.hasExtendedIds = true;
+    line.send(other.resend(65'536, 0, 4)); // no number of this stream, though 65,535 before it is one
+    line.send(camera.packet(1, 2, 0x0100));
+    line.send(camera, 1, 4, 4);
+    const auto report = line.account.report();
+    ASSERT_EQ(report.streams.size(), 2u);
+    const auto &closed = report.streams[0].figures, &opened = report.streams[1].figures;
+    EXPECT_EQ(closed.of(ImageEnd::Complete), 1u);
+    EXPECT_EQ(closed.damaged(), 1u);
+    EXPECT_EQ(closed.missing, 0u);
+    EXPECT_EQ(closed.late, 2u);
+    EXPECT_EQ(closed.requests, 0u);
+    EXPECT_EQ(opened.requests, 2u);
+    EXPECT_EQ(opened.askedAgain, 1u);
+    EXPECT_EQ(opened.of(ImageEnd::Recovered), 1u);
+}
+
+TEST(StreamAccountTest, TellsOutagesFromRestartsWhereNumbersWrapAround) {
+    Line line;
+    const Camera camera{.payloads = 3};
+    line.send(camera, 65'500, 0, 4);
+    line.send(camera, 100, 0, 4); // 135 numbers later
+    EXPECT_EQ(endedImageText(line.account.report().streams.at(0).damaged.front()),
+              "images 65501 to 84 absent: 595 packets");
+    line.send(camera, 60'000, 0, 0); // back
+    line.send(camera, 1, 0, 4);      // 5536 numbers later, but the camera has started anew
+    line.account.finish();
+    const auto figures = line.account.report().streams.at(0).figures;
+    EXPECT_EQ(figures.of(ImageEnd::Absent), 134u);
+    EXPECT_EQ(figures.restarts, 2u);
+}
+
 TEST(StreamAccountTest, TellsRestartsOutagesAndEndsApart) {
     Line line;
     Camera camera{.hasExtendedIds = true, .payloads = 3};
@@ -350,7 +399,10 @@ TEST(StreamsCommandTest, CountsInACaptureAndAtAPortWhatAnAnalyserCounts) {
     const auto ofFile = runTool({"streams", capture});
     const auto ofPort = runTool({"streams", "--no-reset", "--wire", "0=pcap:" + capture, "-c", "1400"});
     const auto images = runTool({"streams", "--images", capture});
-    EXPECT_EQ(images.out, "10.99.0.2 to 10.99.0.1:53055 image 65407 never ended\n");
+    EXPECT_EQ(runTool({"streams", capture, "-c", "10"}).exitCode, 2); // would be without effect
+    EXPECT_EQ(
+        images.out,
+        "10.99.0.2 to 10.99.0.1:53055 image 65407 never ended: 86 packets came, none of these is missing\n");
     for (const auto& text : {ofFile.out, ofPort.out, images.err}) {
         EXPECT_THAT(text, testing::HasSubstr("images    6 complete, 1 never ended\n"));
         EXPECT_THAT(text, testing::HasSubstr(

@@ -27,7 +27,7 @@ void Stream::end(Block& block, bool isLast) {
     const auto packets =
         (isCutOff ? std::max(block.highest, block.deaths.highest) : expectedTrailer(block)) + 1;
     EndedImage image;
-    image.block = block.id;
+    image.block = image.lastBlock = block.id;
     image.packets = packets;
     image.recovered = block.recovered;
     image.begin = block.begin;
@@ -77,6 +77,7 @@ void Stream::reportAbsent(std::uint64_t id, std::uint64_t images, StreamTime tim
     EndedImage image;
     image.block = id;
     image.images = images;
+    image.lastBlock = hasExtendedIds_ ? id + images - 1 : (id + images - 2) % shortIds + 1;
     image.end = ImageEnd::Absent;
     image.packets = std::uint64_t{usualTrailer_} + 1;
     image.missing = images * image.packets;

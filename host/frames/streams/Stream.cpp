@@ -7,7 +7,6 @@
 namespace orvo::host {
 namespace {
 
-constexpr std::uint64_t shortIds = 0xFFFF; // 1 to 65535
 // Of numbers of 64 bits: a greater step is a new beginning. Numbers of 16 bits allow half of their range.
 constexpr std::int64_t farthestStep = 1'000'000;
 constexpr std::uint64_t firstSequence = 2 * Stream::openImages; // so that none before it is 0
@@ -48,14 +47,16 @@ std::int64_t Stream::distanceTo(std::uint64_t id) const noexcept {
 }
 
 Stream::Block* Stream::find(std::uint64_t id) noexcept {
+    if (latest_ == 0 || (!hasExtendedIds_ && id > shortIds)) return nullptr;
     const auto distance = distanceTo(id);
-    if (latest_ == 0 || distance > 0 || distance <= -static_cast<std::int64_t>(openImages)) return nullptr;
+    if (distance > 0 || distance <= -static_cast<std::int64_t>(openImages)) return nullptr;
     const auto sequence = latest_ + static_cast<std::uint64_t>(distance);
     auto& block = slotOf(sequence);
     return block.sequence == sequence ? &block : nullptr;
 }
 
 Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) {
+    if (isRestOfClosed(packet)) return nullptr;
     if (latest_ == 0 || packet.hasExtendedIds != hasExtendedIds_) {
         if (latest_ != 0) ++figures_.restarts;
         endAll(false);
@@ -64,7 +65,7 @@ Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) 
     }
     if (packet.block == latestId_ && packet.form != GigeForm::Leader) return &slotOf(latest_);
     const auto distance = distanceTo(packet.block);
-    const bool isFar = distance > farthestStep || distance < -farthestStep;
+    const bool isFar = distance > farthestStep || distance < -farthestStep || isFirst(packet, distance);
     if (distance > 0 && !isFar) return &advance(distance, packet.block, time);
     auto* const block = find(packet.block);
     const bool isAnew =
@@ -73,6 +74,19 @@ Stream::Block* Stream::blockOf(const GigeStreamPacket& packet, StreamTime time) 
     ++figures_.restarts;
     endAll(false);
     return &restart(packet.block, time);
+}
+
+/// The stream was closed in the middle of an image, and the camera sends the rest.
+bool Stream::isRestOfClosed(const GigeStreamPacket& packet) const noexcept {
+    return latest_ == 0 && figures_.begun != 0 && packet.form != GigeForm::Leader &&
+           (packet.block == latestId_ || packet.isResent());
+}
+
+/// Streams begin with image 1, which also lies ahead of half of all 16-bit numbers. After an outage, an image
+/// has it only once in 65,535 times.
+bool Stream::isFirst(const GigeStreamPacket& packet, std::int64_t distance) const noexcept {
+    return packet.block == 1 && packet.form == GigeForm::Leader && !packet.isResent() &&
+           distance > static_cast<std::int64_t>(openImages);
 }
 
 /// The numbers may be wrong, and so begin the next image at most.
@@ -183,8 +197,10 @@ void Stream::takeForm(Block& block, const GigeStreamPacket& packet) {
             figures_.height = image->height;
         }
         break;
-    case GigeForm::Trailer:
     case GigeForm::AllIn:
+        figures_.bytes += packet.payload.size();
+        [[fallthrough]];
+    case GigeForm::Trailer:
         block.trailer = block.highest; // none comes behind it
         break;
     default:

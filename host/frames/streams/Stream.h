@@ -42,6 +42,8 @@ public:
     StreamTime lastTime() const noexcept { return lastTime_; }
 
 private:
+    static constexpr std::uint64_t shortIds = 0xFFFF; // numbers of 16 bits, without 0
+
     /// The packets of an image whose first copy was seen to die.
     struct Deaths {
         struct Place {
@@ -82,6 +84,8 @@ private:
     std::int64_t distanceTo(std::uint64_t id) const noexcept;
     Block* find(std::uint64_t id) noexcept;
     Block* blockOf(const GigeStreamPacket& packet, StreamTime time);
+    bool isRestOfClosed(const GigeStreamPacket& packet) const noexcept;
+    bool isFirst(const GigeStreamPacket& packet, std::int64_t distance) const noexcept;
     Block* blockOfDamaged(const GigeStreamPacket& packet, StreamTime time);
     bool isNewLeader(const Block& block, const GigeStreamPacket& packet) const noexcept;
     Block& restart(std::uint64_t id, StreamTime time);

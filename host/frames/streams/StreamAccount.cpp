@@ -130,13 +130,15 @@ ControlChannel* StreamAccount::controlOf(std::uint32_t camera, std::uint32_t cli
 }
 
 void StreamAccount::apply(const ControlChannel::Opening& opening) {
-    const auto isThis = [&](const auto& entry) {
-        return entry->ends.camera == opening.ends.camera && entry->isAnnounced &&
-               entry->channel == opening.channel;
+    const auto isThis = [&](const Entry& entry) {
+        return entry.ends == opening.ends ||
+               (entry.ends.camera == opening.ends.camera && entry.channel == opening.channel);
     };
     for (const auto& entry : streams_)
-        if (isThis(entry))
+        if (isThis(*entry)) {
             entry->stream.finish(); // closed, sent elsewhere, or opened again, upon which numbers begin anew
+            entry->channel.reset();
+        }
     if (opening.ends.port == 0) return;
     auto* entry = find(opening.ends);
     if (!entry) entry = make(opening.ends, true);
@@ -145,10 +147,18 @@ void StreamAccount::apply(const ControlChannel::Opening& opening) {
     entry->channel = opening.channel;
 }
 
+/// Of the stream that the channel is open for; without such commands, of the one that was heard last.
 void StreamAccount::ask(const StreamEnds& ends, const GigeResend& request) noexcept {
+    Entry* asked = nullptr;
+    const auto rank = [](const Entry& entry) {
+        return std::pair(entry.channel.has_value(), entry.stream.lastTime());
+    };
     for (const auto& entry : streams_)
-        if (entry->ends.camera == ends.camera && (!entry->isAnnounced || entry->channel == request.channel))
-            return entry->stream.ask(request);
+        if (entry->ends.camera == ends.camera &&
+            entry->channel.value_or(request.channel) == request.channel &&
+            (!asked || rank(*entry) > rank(*asked)))
+            asked = entry.get();
+    if (asked) asked->stream.ask(request);
 }
 
 void StreamAccount::finish() {

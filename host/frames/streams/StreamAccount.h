@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace orvo::host {
@@ -27,7 +28,8 @@ struct StreamReport {
 struct GivenUp {
     std::uint64_t streams = 0; ///< replaced by others: they had no whole image
     std::uint64_t packets = 0; ///< leaders of streams without a place
-    std::uint64_t control = 0; ///< datagrams of control channels without a place
+    std::uint64_t control =
+        0; ///< datagrams of control channels without a place, and those too fast to follow
 };
 
 struct StreamsReport {
@@ -61,7 +63,7 @@ public:
 private:
     struct Entry {
         StreamEnds ends;
-        std::uint16_t channel = 0;
+        std::optional<std::uint16_t> channel; // while it is open, by the commands
         bool isAnnounced = false;
         Stream stream;
 

@@ -42,7 +42,8 @@ struct PacketRange {
 
 struct EndedImage {
     std::uint64_t block = 0;
-    std::uint64_t images = 1; ///< of absent ones: how many in a row, from `block` on
+    std::uint64_t images = 1;    ///< of absent ones: how many in a row, from `block` on
+    std::uint64_t lastBlock = 0; ///< of these; numbers may have wrapped around
     ImageEnd end{};
     std::uint64_t packets = 0;   ///< that it should have, leader and trailer included
     std::uint64_t missing = 0;   ///< of all `images`

@@ -27,6 +27,11 @@ std::string also(std::uint64_t number, const char* what) {
     return number == 0 ? "" : fmt::format(", {} {}", grouped(number), what);
 }
 
+/// ", 1 THING" or ", N THINGs", where there are any.
+std::string alsoCounted(std::uint64_t number, const char* thing) {
+    return number == 0 ? "" : ", " + counted(number, thing);
+}
+
 std::string imagesText(const StreamFigures& figures) {
     using enum ImageEnd;
     std::string text = grouped(figures.whole()) + " complete";
@@ -52,7 +57,7 @@ std::string streamLines(const StreamReport& stream) {
         "stream",
         streamEndsText(stream.ends) +
             (figures.width != 0 ? fmt::format(", {} x {} pixels", figures.width, figures.height) : ""));
-    text += reportLine("images", imagesText(figures) + also(figures.restarts, "restarts of their numbers"));
+    text += reportLine("images", imagesText(figures) + alsoCounted(figures.restarts, "restart of numbering"));
     text += reportLine("rate", fmt::format("{:.1f} images/s, {} of image data", figures.imagesPerSecond(),
                                            counted(figures.bytes, "byte")));
     text += reportLine("packets", packetsText(figures));
@@ -95,7 +100,7 @@ std::string controlLine(const ControlFigures& control) {
     if (control.longestSilence != 0)
         text += fmt::format(", longest silence {:.0f} ms", msOf(control.longestSilence));
     text += also(control.repeated, "repeated") + also(control.unanswered, "unanswered") +
-            also(control.pending, "put off") + also(control.events, "events");
+            also(control.pending, "put off") + alsoCounted(control.events, "event");
     if (control.lastError)
         text +=
             fmt::format(", {} (last: {})", counted(control.errors, "error"), errorText(*control.lastError));
@@ -104,9 +109,10 @@ std::string controlLine(const ControlFigures& control) {
 
 std::string givenUpLine(const GivenUp& givenUp) {
     if (givenUp.streams + givenUp.packets + givenUp.control == 0) return {};
-    return reportLine("given up", fmt::format("{}, {} of streams and {} of control channels without a place",
-                                              counted(givenUp.streams, "stream"),
-                                              counted(givenUp.packets, "packet"), grouped(givenUp.control)));
+    return reportLine("given up",
+                      fmt::format("{}, {} of other streams, {}: there was no room to follow them",
+                                  counted(givenUp.streams, "stream"), counted(givenUp.packets, "leader"),
+                                  counted(givenUp.control, "control datagram")));
 }
 
 nlohmann::ordered_json rangesJson(const EndedImage& image) {
@@ -196,8 +202,8 @@ std::string streamEndsText(const StreamEnds& ends) {
 
 std::string endedImageText(const EndedImage& image) {
     if (image.images > 1)
-        return fmt::format("images {} to {} {}: {}", image.block, image.block + image.images - 1,
-                           imageEndText(image.end), counted(image.missing, "packet"));
+        return fmt::format("images {} to {} {}: {}", image.block, image.lastBlock, imageEndText(image.end),
+                           counted(image.missing, "packet"));
     auto text = fmt::format("image {} {}", image.block, imageEndText(image.end));
     constexpr std::size_t mostInLine = 8;
     auto unnamed = image.unnamed;
@@ -207,6 +213,8 @@ std::string endedImageText(const EndedImage& image) {
         else
             unnamed += image.ranges[i].last - image.ranges[i].first + 1;
     if (unnamed != 0) text += fmt::format(" and {} more", grouped(unnamed));
+    if (image.end == ImageEnd::NeverEnded && image.missing == 0)
+        return text + fmt::format(": {} came, none of these is missing", counted(image.packets, "packet"));
     return image.rangeCount == 0 ? text : text + fmt::format(" of {}", grouped(image.packets));
 }
 
