@@ -66,7 +66,7 @@ public:
 
 private:
     std::string next() {
-        const auto word = rest_.front();
+        auto word = rest_.front();
         rest_ = rest_.subspan(1);
         return word;
     }

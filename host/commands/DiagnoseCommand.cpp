@@ -40,6 +40,7 @@ std::string changesText(const Changes& changes, const std::string& since) {
 
 std::vector<ReportedSetting> reported(const std::vector<Setting>& settings) {
     std::vector<ReportedSetting> rows;
+    rows.reserve(settings.size());
     for (const auto& setting : settings)
         rows.push_back({setting.name, setting.value, originText(setting.origin), setting.meaning});
     return rows;

@@ -17,7 +17,7 @@ class MdioMaster {
 public:
     /// Nothing when there is no such board, or its firmware lacks one of the registers. The libraries must
     /// outlive it.
-    static std::optional<MdioMaster> at(const BoardLibraries& libraries, unsigned board);
+    static std::optional<MdioMaster> at(const BoardLibraries& libraries, unsigned index);
 
     /// The content of a PHY register (IEEE 802.3 clause 22), nothing when the read fails or no PHY answers;
     /// takes about 200 ms. The PHY of port p has the address p.

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace orvo::host {
@@ -59,7 +60,7 @@ public:
     void flushWires() const;
 
 private:
-    explicit SimulatorControl(const DynamicLibrary& hal) : hal_(hal) {}
+    explicit SimulatorControl(DynamicLibrary hal) : hal_(std::move(hal)) {}
 
     DynamicLibrary hal_;
     decltype(&::orvoSimConfigurationError) configurationError_ = hal_.require("orvoSimConfigurationError");

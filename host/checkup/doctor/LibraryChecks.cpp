@@ -96,7 +96,7 @@ Check checkOf(const Installation& installation, const Library& library, const Ch
     if (auto unreadable = unreadableFile(name, installation, path)) return *unreadable;
     const Check blamed{name, Verdict::Bad, "", commandToRestore(installation, path)};
     const auto work = [&] { return Checks{completenessOf(DynamicLibrary(path), library, blamed)}; };
-    const auto check = runIsolated(blamed, work).front();
+    auto check = runIsolated(blamed, work).front();
     const auto base = library.base ? fileName(library.base) : "";
     const bool isBaseBad =
         std::ranges::any_of(before, [&](const Check& other) { return other.name == base && isBad(other); });
