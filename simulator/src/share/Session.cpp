@@ -117,7 +117,7 @@ int Session::openTap(PortPlace place) {
         descriptors_ = {tap->descriptor()};
         taps_[place] = std::move(tap);
         return 0;
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) { // no memory, or no descriptor
         return OrvoSimNoMemory;
     }
 }
