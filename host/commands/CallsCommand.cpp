@@ -79,7 +79,7 @@ private:
         RecordingReader reader(file_);
         if (isSameFile(file_, capture_))
             throw UsageFailure("--pcapng names the recording itself; name another file");
-        CallFrames frames(capture_, reader.header().value("begin", std::int64_t{0}));
+        CallFrames frames(capture_, reader.begin());
         while (const auto block = reader.next())
             for (const auto& call : block->calls)
                 if (filter_.passes(call, reader.registers())) frames.add(call, reader.registers());
