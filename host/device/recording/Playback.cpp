@@ -27,6 +27,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds emptyWait{2}; // in virtual time, of a queue that has nothing
 constexpr std::chrono::seconds longestSilence{5}; // of a run that has stopped making calls of the recording
 constexpr std::chrono::milliseconds deliveryWait{200}; // for another thread to take what a queue had for it
+constexpr std::chrono::milliseconds longestSleep{
+    100}; // in real time, before a look whether the user ends the run
 constexpr std::size_t shownBefore = 5;
 
 std::atomic<Playback*> current{nullptr};
@@ -225,15 +227,21 @@ std::uint64_t Playback::answer(const LiveCall& live) {
     if (found.kind == Answer::Kind::Empty || found.call->isEmptyRead()) return answerEmpty(live, guard);
     lastProgress_ = Clock::now();
     progress_.notify_all();
-    const auto isLate = [&](const PlayedThread& other) { // it had taken this before the call
-        const auto* const next = &other == thread ? nullptr : other.missing();
-        return next && next->isQueueRead() && next->end() <= found.call->begin;
-    };
-    progress_.wait_for(guard, deliveryWait, [&] { return std::ranges::none_of(threads_, isLate); });
+    awaitDeliveries(thread, found.call->begin, guard);
     guard.unlock();
     own.now = found.call->end();
     if (options_.isRealTime) awaitMoment(own.now);
     return repeat(*found.call, live);
+}
+
+/// Lets other threads take what queues had for them before `moment`. Waits once for a thread that does not.
+void Playback::awaitDeliveries(const PlayedThread* thread, std::int64_t moment,
+                               std::unique_lock<std::mutex>& guard) {
+    const auto isLate = [&](const PlayedThread& other) { return &other != thread && other.isLate(moment); };
+    if (progress_.wait_for(guard, deliveryWait, [&] { return std::ranges::none_of(threads_, isLate); }))
+        return;
+    for (auto& other : threads_)
+        if (isLate(other)) other.giveUp();
 }
 
 std::uint64_t Playback::answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard) {
@@ -244,7 +252,9 @@ std::uint64_t Playback::answerEmpty(const LiveCall& live, std::unique_lock<std::
 }
 
 void Playback::awaitMoment(std::int64_t moment) const {
-    std::this_thread::sleep_until(begin_ + std::chrono::nanoseconds(moment));
+    const auto due = begin_ + std::chrono::nanoseconds(moment);
+    while (endRequested() == 0 && Clock::now() < due)
+        std::this_thread::sleep_until(std::min(due, Clock::now() + longestSleep));
 }
 
 /// Ends the process from inside the plug-in, whose code no exception may pass.
