@@ -27,6 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned longestRunSeconds = 20;
+constexpr auto ownMessage = "orvo-gige: ";
 
 struct SelftestCase {
     std::string name, what;
@@ -54,6 +55,7 @@ std::vector<SelftestCase> readCases(const fs::path& folder) {
         for (const auto& row : nlohmann::json::parse(file))
             cases.push_back({row.at("name"), row.at("what"), row.at("arguments"), row.at("exitCode"),
                              row.value("fitsBoards", false)});
+        if (cases.empty()) throw Failure("it has no cases");
         return cases;
     } catch (const std::exception& error) {
         throw Failure("cannot use the list of recordings " + quoted(path.string()) + ": " + error.what() +
@@ -105,6 +107,12 @@ Run runOnce(const std::vector<std::string>& command, const fs::path& folder) {
     return {child.exitCode.value_or(Failed), comparable(contentOf(output.get()))};
 }
 
+std::string exitFault(const Run& run, int expected) {
+    if (run.exitCode == EndedBySignal + SIGALRM)
+        return fmt::format("has not ended within {} s", longestRunSeconds);
+    return fmt::format("exit code {} instead of {}", run.exitCode, expected);
+}
+
 std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<std::string>& expected) {
     const auto [made, wanted] = std::ranges::mismatch(run.lines, expected);
     if (run.exitCode == test.exitCode && made == run.lines.end() && wanted == expected.end()) return "";
@@ -113,8 +121,7 @@ std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<
                line.find("leaves out calls") != std::string::npos;
     });
     if (differs != run.lines.end()) return *differs;
-    if (run.exitCode != test.exitCode)
-        return fmt::format("exit code {} instead of {}", run.exitCode, test.exitCode);
+    if (run.exitCode != test.exitCode) return exitFault(run, test.exitCode);
     if (made == run.lines.end()) return "does not print: " + *wanted;
     if (wanted == expected.end() || *made < *wanted) return "prints: " + *made;
     return "does not print: " + *wanted;
@@ -168,6 +175,9 @@ private:
             replaceFile(expectedPath.string(), content);
         }
         std::ifstream file(expectedPath);
+        if (!file)
+            return "cannot read what it must print, " + quoted(expectedPath.string()) +
+                   "; repair the installation";
         const std::string content{std::istreambuf_iterator<char>(file), {}};
         return faultOf(run, test, comparable(content));
     }
@@ -177,8 +187,9 @@ private:
         words.insert(words.end(), {"--board", std::to_string(*board_)});
         const auto run = runOnce(words, folder_);
         if (run.exitCode == Done) return "";
-        return fmt::format("exit code {}: {}", run.exitCode,
-                           run.lines.empty() ? "no message" : run.lines.back());
+        const auto message = std::ranges::find_if(
+            run.lines, [](const std::string& line) { return line.starts_with(ownMessage); });
+        return exitFault(run, Done) + (message == run.lines.end() ? "" : "; " + *message);
     }
 
     static std::string text(const std::vector<CaseResult>& results) {
