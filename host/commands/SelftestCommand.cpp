@@ -140,6 +140,7 @@ public:
     }
 
     int run() override {
+        if (board_ && renews_) throw UsageFailure("--renew is for recordings; leave --board out");
         const Installation installation(root_);
         folder_ = installation.root() / "share" / "orvo-gige" / "recordings";
         installed_ = installation.root().string();

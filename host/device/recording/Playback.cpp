@@ -147,7 +147,7 @@ Playback::Playback(const std::string& path, const PlaybackOptions& options)
     if (options.isLenient) lenient_ = std::make_unique<Lenient>();
     for (auto& calls : readThreads(reader, options.isLenient)) {
         if (!lenient_)
-            threads_.emplace_back(std::move(calls));
+            threads_.emplace_back(threads_.size(), std::move(calls));
         else
             for (auto& call : calls) lenient_->add(std::move(call));
     }
@@ -259,10 +259,13 @@ void Playback::awaitMoment(std::int64_t moment) const {
 
 /// Ends the process from inside the plug-in, whose code no exception may pass.
 void Playback::endDifferent(const LiveCall& live, const PlayedThread* thread) {
+    if (!thread) { // one that has yet to begin was expected
+        const auto unused = std::ranges::find_if_not(threads_, &PlayedThread::isUsed);
+        if (unused != threads_.end()) thread = &*unused;
+    }
     const auto* const expected = thread ? thread->missing() : nullptr;
-    const auto number = thread ? static_cast<std::size_t>(thread - &threads_.front()) : 0;
-    std::string text = thread ? fmt::format("call {} of thread {}", thread->position() + 1, number)
-                              : std::string("the first call of a further thread");
+    auto text = thread ? fmt::format("call {} of thread {}", thread->position() + 1, thread->number)
+                       : std::string("the first call of a further thread");
     text = fmt::format(
         "orvo-gige: the run differs from the recording {} in {}\n  recorded  {}\n  made      {}\n",
         quoted(path_), text, expected ? callText(*expected, registers_) : "no call",

@@ -32,10 +32,14 @@ struct Answer {
 /// playback's lock.
 class PlayedThread {
 public:
-    explicit PlayedThread(std::vector<RecordedCall> calls) : calls_(std::move(calls)) {}
+    PlayedThread(std::size_t place, std::vector<RecordedCall> calls)
+        : number(place), calls_(std::move(calls)) {}
+
+    const std::size_t number; ///< in the recording
 
     /// Whether a new thread that begins with this call is this one.
     bool isUnusedAndBeginsWith(const LiveCall& live) const;
+    bool isUsed() const noexcept { return isUsed_; }
     void use() noexcept { isUsed_ = true; }
 
     /// Takes the call. `isDue`: whether what a queue delivers may come now.

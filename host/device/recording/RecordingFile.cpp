@@ -10,6 +10,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 namespace orvo::host {
 namespace {
@@ -112,9 +114,23 @@ CallBlock callsOf(const nlohmann::json& content, const std::vector<Entry>& entri
     return block;
 }
 
+namespace {
+
+/// A slip such as naming the input must not destroy it.
+const std::string& replaceable(const std::string& path) {
+    std::error_code unknown; // then opening the file gives the reason
+    if (!std::filesystem::is_regular_file(path, unknown)) return path;
+    std::array<char, 8> magic = FileHead().magic;
+    std::ifstream(path, std::ios::binary).read(magic.data(), magic.size());
+    if (magic == FileHead().magic) return path; // a recording, or nothing to read
+    throw Failure(quoted(path) + " exists and is no recording; name another file with --record");
+}
+
+} // namespace
+
 RecordingWriter::RecordingWriter(const std::string& path)
     : path_(path), // A pipe that nobody reads must not keep the program waiting.
-      file_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666)) {
+      file_(open(replaceable(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666)) {
     if (file_.get() < 0)
         throw Failure("cannot write the recording " + quoted(path) + ": " + systemError(errno) +
                       "; name a file in an existing folder that you may write to");
@@ -136,7 +152,8 @@ void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
         const int reason = written == 0 ? ENOSPC : errno;
         if (ftruncate(file_.get(), static_cast<off_t>(bytes_)) != 0) {
         } // readers find the last whole block anyway
-        throw Failure("cannot write the recording " + quoted(path_) + ": " + systemError(reason));
+        throw Failure("cannot write the recording " + quoted(path_) + ": " + systemError(reason) +
+                      "; free some space, or name a file on another disk");
     }
     bytes_ += bytes.size();
 }
