@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -27,6 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned longestRunSeconds = 20;
+constexpr std::size_t runsAtOnce = 4; // a run mostly waits
 constexpr auto ownMessage = "orvo-gige: ";
 
 struct SelftestCase {
@@ -98,14 +100,26 @@ int become(std::vector<std::string> command, const fs::path& folder, int output)
     return Failed;
 }
 
-Run runOnce(const std::vector<std::string>& command, const fs::path& folder) {
-    const FileDescriptor output(memfd_create("selftest", MFD_CLOEXEC));
-    if (output.get() < 0)
-        throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
-    auto child = startChild([&] { return become(command, folder, output.get()); });
-    awaitChild(child);
-    return {child.exitCode.value_or(Failed), comparable(contentOf(output.get()))};
-}
+/// A run that has been started.
+class RunningRun {
+public:
+    RunningRun(const std::vector<std::string>& command, const fs::path& folder)
+        : output_(memfd_create("selftest", MFD_CLOEXEC)) {
+        if (output_.get() < 0)
+            throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
+        child_ = startChild([&] { return become(command, folder, output_.get()); });
+    }
+
+    /// Waits for it.
+    Run ended() {
+        awaitChild(child_);
+        return {child_.exitCode.value_or(Failed), comparable(contentOf(output_.get()))};
+    }
+
+private:
+    const FileDescriptor output_;
+    ChildProcess child_;
+};
 
 std::string exitFault(const Run& run, int expected) {
     if (run.exitCode == EndedBySignal + SIGALRM)
@@ -144,13 +158,9 @@ public:
         const Installation installation(root_);
         folder_ = installation.root() / "share" / "orvo-gige" / "recordings";
         installed_ = installation.root().string();
-        const auto cases = readCases(folder_);
-        std::vector<CaseResult> results;
-        for (const auto& test : cases) {
-            if (board_ && !test.fitsBoards) continue;
-            results.push_back({&test, board_ ? tryOnBoard(test) : tryRecording(test)});
-            throwIfEndRequested();
-        }
+        auto cases = readCases(folder_);
+        if (board_) std::erase_if(cases, [](const SelftestCase& test) { return !test.fitsBoards; });
+        const auto results = runAll(cases);
         json_ ? printReport(json(results)) : printReport(text(results));
         return std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); })
                    ? Done
@@ -158,17 +168,41 @@ public:
     }
 
 private:
+    /// On a board one by one, since a port has one user.
+    std::vector<CaseResult> runAll(const std::vector<SelftestCase>& cases) const {
+        const auto atOnce = board_ ? 1 : runsAtOnce;
+        std::vector<CaseResult> results;
+        std::deque<RunningRun> running;
+        for (const auto& test : cases) {
+            if (running.size() == atOnce) results.push_back(nextResult(cases, results.size(), running));
+            if (endRequested() != 0) break;
+            running.emplace_back(command(test), folder_);
+        }
+        while (!running.empty()) results.push_back(nextResult(cases, results.size(), running));
+        throwIfEndRequested();
+        return results;
+    }
+
+    CaseResult nextResult(const std::vector<SelftestCase>& cases, std::size_t place,
+                          std::deque<RunningRun>& running) const {
+        const auto run = running.front().ended();
+        running.pop_front();
+        const auto& test = cases[place];
+        return {&test, board_ ? faultOnBoard(run) : faultOnRecording(run, test)};
+    }
+
     std::vector<std::string> command(const SelftestCase& test) const {
         std::vector<std::string> words = {"orvo-gige"};
         words.insert(words.end(), test.arguments.begin(), test.arguments.end());
         words.insert(words.end(), {"--root", installed_});
+        if (board_)
+            words.insert(words.end(), {"--board", std::to_string(*board_)});
+        else
+            words.insert(words.end(), {"--board-recording", test.name + ".rec"});
         return words;
     }
 
-    std::string tryRecording(const SelftestCase& test) const {
-        auto words = command(test);
-        words.insert(words.end(), {"--board-recording", test.name + ".rec"});
-        const auto run = runOnce(words, folder_);
+    std::string faultOnRecording(const Run& run, const SelftestCase& test) const {
         const auto expectedPath = folder_ / (test.name + ".out");
         if (renews_) {
             std::string content;
@@ -183,10 +217,7 @@ private:
         return faultOf(run, test, comparable(content));
     }
 
-    std::string tryOnBoard(const SelftestCase& test) const {
-        auto words = command(test);
-        words.insert(words.end(), {"--board", std::to_string(*board_)});
-        const auto run = runOnce(words, folder_);
+    static std::string faultOnBoard(const Run& run) {
         if (run.exitCode == Done) return "";
         const auto message = std::ranges::find_if(
             run.lines, [](const std::string& line) { return line.starts_with(ownMessage); });
