@@ -124,7 +124,10 @@ private:
 std::string exitFault(const Run& run, int expected) {
     if (run.exitCode == EndedBySignal + SIGALRM)
         return fmt::format("has not ended within {} s", longestRunSeconds);
-    return fmt::format("exit code {} instead of {}", run.exitCode, expected);
+    const auto message =
+        std::ranges::find_if(run.lines, [](const std::string& line) { return line.starts_with(ownMessage); });
+    return fmt::format("exit code {} instead of {}{}", run.exitCode, expected,
+                       message == run.lines.end() ? "" : "; " + *message);
 }
 
 std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<std::string>& expected) {
@@ -219,9 +222,7 @@ private:
 
     static std::string faultOnBoard(const Run& run) {
         if (run.exitCode == Done) return "";
-        const auto message = std::ranges::find_if(
-            run.lines, [](const std::string& line) { return line.starts_with(ownMessage); });
-        return exitFault(run, Done) + (message == run.lines.end() ? "" : "; " + *message);
+        return exitFault(run, Done);
     }
 
     static std::string text(const std::vector<CaseResult>& results) {

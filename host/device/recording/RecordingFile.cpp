@@ -32,9 +32,9 @@ std::int64_t integer(const nlohmann::json& value) {
     return value.get<std::int64_t>();
 }
 
-/// Nanoseconds, small enough that sums of some of them stay numbers of 64 bits.
+/// Nanoseconds, small enough that the sum of four, as of a call's end since 1970, fits 64 bits.
 std::int64_t nanoseconds(const nlohmann::json& value) {
-    constexpr std::int64_t most = std::int64_t{1} << 60U;
+    constexpr std::int64_t most = (std::int64_t{1} << 61U) - 1; // 73 years
     const auto number = integer(value);
     if (number < -most || number > most) throw Failure("a time is impossible");
     return number;
