@@ -45,7 +45,8 @@ std::string joined(const std::string& error, const std::string& further) {
 template <class Work> int runGuarded(const Work& work) {
     auto end = endOf(work);
     if (ServerWatch::hasLostServer()) end = {Failed, ServerWatch::lossText()};
-    if (!Playback::leftOut().empty()) end = {DifferencesFound, joined(end.error, Playback::leftOut())};
+    if (end.exitCode != WrongUsage && !Playback::leftOut().empty())
+        end = {DifferencesFound, joined(end.error, Playback::leftOut())};
     if (!end.error.empty()) notice(end.error);
     return end.exitCode;
 }

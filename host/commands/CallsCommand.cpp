@@ -45,11 +45,22 @@ public:
     }
 
     int run() override {
+        refuseUnfitting();
         if (!other_.empty()) return compare();
         return capture_.empty() ? list() : writeFrames();
     }
 
 private:
+    void refuseUnfitting() const {
+        if (filter_.from > filter_.to) throw UsageFailure("--from is later than --to; exchange them");
+        if (other_.empty()) return;
+        if (!capture_.empty()) throw UsageFailure("--diff writes no frames; leave --pcapng out");
+        if (!filter_.passesAll())
+            throw UsageFailure(
+                "--diff compares whole recordings; leave --entry, --register, --thread, --from "
+                "and --to out");
+    }
+
     int compare() const {
         const WholeRecording first(file_), second(other_);
         for (const auto* const recording : {&first, &second})
@@ -62,6 +73,7 @@ private:
 
     int list() const {
         RecordingReader reader(file_);
+        bool isEmpty = true;
         while (auto block = reader.next()) {
             std::ranges::stable_sort(block->calls, {}, &RecordedCall::begin);
             std::string text;
@@ -70,8 +82,10 @@ private:
                     text +=
                         json_ ? callJsonLine(call, reader.registers()) : callLine(call, reader.registers());
             if (block->lost != 0) notice(counted(block->lost, "call") + " could not be kept about here");
+            isEmpty = isEmpty && text.empty();
             print(text);
         }
+        if (isEmpty && !filter_.passesAll()) notice("no call of the recording fits the filters");
         return endOf(reader);
     }
 
@@ -79,7 +93,7 @@ private:
         RecordingReader reader(file_);
         if (isSameFile(file_, capture_))
             throw UsageFailure("--pcapng names the recording itself; name another file");
-        CallFrames frames(capture_, reader.header().value("begin", std::int64_t{0}));
+        CallFrames frames(capture_, reader.begin());
         while (const auto block = reader.next())
             for (const auto& call : block->calls)
                 if (filter_.passes(call, reader.registers())) frames.add(call, reader.registers());

@@ -42,7 +42,8 @@ public:
         line().text("--filter", "EXPR", request_.filter,
                     "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);
-        addBoardRecordingOptions(line(), request_.installation);
+        const auto recording = addBoardRecordingOptions(line(), request_.installation);
+        addRecordingTimeOption(line(), request_.installation, recording);
     }
 
     int run() override {

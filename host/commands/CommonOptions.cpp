@@ -63,7 +63,8 @@ void addTimeOption(CommandLine& line, InstallationOptions& options) {
             options.virtualTime = text == "virtual";
             options.playback.isRealTime = text == "real";
         },
-        "Time of the simulated board: real (default), or virtual, where pauses take no real time");
+        "Time of the simulated board: real (default), or virtual, where pauses take no real time; that of a "
+        "recording is virtual unless real is named");
 }
 
 void addRecordOption(CommandLine& line, InstallationOptions& options) {
@@ -71,13 +72,22 @@ void addRecordOption(CommandLine& line, InstallationOptions& options) {
         .notEmpty();
 }
 
-void addBoardRecordingOptions(CommandLine& line, InstallationOptions& options) {
+Option addBoardRecordingOptions(CommandLine& line, InstallationOptions& options) {
     const auto recording =
         line.text("--board-recording", "FILE", options.recording,
                   "Let this recording answer instead of a board; the run must make the recorded calls")
             .notEmpty();
     line.flag("--lenient", options.playback.isLenient,
               "Answer from the recording by entry and register, whatever is called")
+        .needs(recording);
+    return recording;
+}
+
+void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, const Option& recording) {
+    line.choice(
+            "--time", {"real", "virtual"},
+            [&options](const std::string& text) { options.playback.isRealTime = text == "real"; },
+            "Time of the recording: virtual (default), where pauses take no real time, or real")
         .needs(recording);
 }
 

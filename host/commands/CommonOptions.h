@@ -26,7 +26,10 @@ void addTimeOption(CommandLine& line, InstallationOptions& options);
 void addRecordOption(CommandLine& line, InstallationOptions& options);
 
 /// Adds --board-recording and --lenient.
-void addBoardRecordingOptions(CommandLine& line, InstallationOptions& options);
+Option addBoardRecordingOptions(CommandLine& line, InstallationOptions& options);
+
+/// Adds --time for a recording alone, for subcommands that have no addTimeOption.
+void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, const Option& recording);
 
 /// Adds --faults and --seed.
 void addFaultOptions(CommandLine& line, InstallationOptions& options);

@@ -20,7 +20,8 @@ public:
         addInstallationOptions(line(), installation_);
         addFaultOptions(line(), installation_);
         addRecordOption(line(), installation_);
-        addBoardRecordingOptions(line(), installation_);
+        const auto recording = addBoardRecordingOptions(line(), installation_);
+        addRecordingTimeOption(line(), installation_, recording);
         line().flag("--json", json_, "Print JSON instead of text");
     }
 

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -27,6 +28,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned longestRunSeconds = 20;
+constexpr std::size_t runsAtOnce = 4; // a run mostly waits
+constexpr auto ownMessage = "orvo-gige: ";
 
 struct SelftestCase {
     std::string name, what;
@@ -54,6 +57,7 @@ std::vector<SelftestCase> readCases(const fs::path& folder) {
         for (const auto& row : nlohmann::json::parse(file))
             cases.push_back({row.at("name"), row.at("what"), row.at("arguments"), row.at("exitCode"),
                              row.value("fitsBoards", false)});
+        if (cases.empty()) throw Failure("it has no cases");
         return cases;
     } catch (const std::exception& error) {
         throw Failure("cannot use the list of recordings " + quoted(path.string()) + ": " + error.what() +
@@ -96,13 +100,34 @@ int become(std::vector<std::string> command, const fs::path& folder, int output)
     return Failed;
 }
 
-Run runOnce(const std::vector<std::string>& command, const fs::path& folder) {
-    const FileDescriptor output(memfd_create("selftest", MFD_CLOEXEC));
-    if (output.get() < 0)
-        throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
-    auto child = startChild([&] { return become(command, folder, output.get()); });
-    awaitChild(child);
-    return {child.exitCode.value_or(Failed), comparable(contentOf(output.get()))};
+/// A run that has been started.
+class RunningRun {
+public:
+    RunningRun(const std::vector<std::string>& command, const fs::path& folder)
+        : output_(memfd_create("selftest", MFD_CLOEXEC)) {
+        if (output_.get() < 0)
+            throw Failure("cannot keep what a run prints: " + systemError(errno) + "; free some memory");
+        child_ = startChild([&] { return become(command, folder, output_.get()); });
+    }
+
+    /// Waits for it.
+    Run ended() {
+        awaitChild(child_);
+        return {child_.exitCode.value_or(Failed), comparable(contentOf(output_.get()))};
+    }
+
+private:
+    const FileDescriptor output_;
+    ChildProcess child_;
+};
+
+std::string exitFault(const Run& run, int expected) {
+    if (run.exitCode == EndedBySignal + SIGALRM)
+        return fmt::format("has not ended within {} s", longestRunSeconds);
+    const auto message =
+        std::ranges::find_if(run.lines, [](const std::string& line) { return line.starts_with(ownMessage); });
+    return fmt::format("exit code {} instead of {}{}", run.exitCode, expected,
+                       message == run.lines.end() ? "" : "; " + *message);
 }
 
 std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<std::string>& expected) {
@@ -113,8 +138,7 @@ std::string faultOf(const Run& run, const SelftestCase& test, const std::vector<
                line.find("leaves out calls") != std::string::npos;
     });
     if (differs != run.lines.end()) return *differs;
-    if (run.exitCode != test.exitCode)
-        return fmt::format("exit code {} instead of {}", run.exitCode, test.exitCode);
+    if (run.exitCode != test.exitCode) return exitFault(run, test.exitCode);
     if (made == run.lines.end()) return "does not print: " + *wanted;
     if (wanted == expected.end() || *made < *wanted) return "prints: " + *made;
     return "does not print: " + *wanted;
@@ -133,16 +157,13 @@ public:
     }
 
     int run() override {
+        if (board_ && renews_) throw UsageFailure("--renew is for recordings; leave --board out");
         const Installation installation(root_);
         folder_ = installation.root() / "share" / "orvo-gige" / "recordings";
         installed_ = installation.root().string();
-        const auto cases = readCases(folder_);
-        std::vector<CaseResult> results;
-        for (const auto& test : cases) {
-            if (board_ && !test.fitsBoards) continue;
-            results.push_back({&test, board_ ? tryOnBoard(test) : tryRecording(test)});
-            throwIfEndRequested();
-        }
+        auto cases = readCases(folder_);
+        if (board_) std::erase_if(cases, [](const SelftestCase& test) { return !test.fitsBoards; });
+        const auto results = runAll(cases);
         json_ ? printReport(json(results)) : printReport(text(results));
         return std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); })
                    ? Done
@@ -150,17 +171,41 @@ public:
     }
 
 private:
+    /// On a board one by one, since a port has one user.
+    std::vector<CaseResult> runAll(const std::vector<SelftestCase>& cases) const {
+        const auto atOnce = board_ ? 1 : runsAtOnce;
+        std::vector<CaseResult> results;
+        std::deque<RunningRun> running;
+        for (const auto& test : cases) {
+            if (running.size() == atOnce) results.push_back(nextResult(cases, results.size(), running));
+            if (endRequested() != 0) break;
+            running.emplace_back(command(test), folder_);
+        }
+        while (!running.empty()) results.push_back(nextResult(cases, results.size(), running));
+        throwIfEndRequested();
+        return results;
+    }
+
+    CaseResult nextResult(const std::vector<SelftestCase>& cases, std::size_t place,
+                          std::deque<RunningRun>& running) const {
+        const auto run = running.front().ended();
+        running.pop_front();
+        const auto& test = cases[place];
+        return {&test, board_ ? faultOnBoard(run) : faultOnRecording(run, test)};
+    }
+
     std::vector<std::string> command(const SelftestCase& test) const {
         std::vector<std::string> words = {"orvo-gige"};
         words.insert(words.end(), test.arguments.begin(), test.arguments.end());
         words.insert(words.end(), {"--root", installed_});
+        if (board_)
+            words.insert(words.end(), {"--board", std::to_string(*board_)});
+        else
+            words.insert(words.end(), {"--board-recording", test.name + ".rec"});
         return words;
     }
 
-    std::string tryRecording(const SelftestCase& test) const {
-        auto words = command(test);
-        words.insert(words.end(), {"--board-recording", test.name + ".rec"});
-        const auto run = runOnce(words, folder_);
+    std::string faultOnRecording(const Run& run, const SelftestCase& test) const {
         const auto expectedPath = folder_ / (test.name + ".out");
         if (renews_) {
             std::string content;
@@ -168,17 +213,16 @@ private:
             replaceFile(expectedPath.string(), content);
         }
         std::ifstream file(expectedPath);
+        if (!file)
+            return "cannot read what it must print, " + quoted(expectedPath.string()) +
+                   "; repair the installation";
         const std::string content{std::istreambuf_iterator<char>(file), {}};
         return faultOf(run, test, comparable(content));
     }
 
-    std::string tryOnBoard(const SelftestCase& test) const {
-        auto words = command(test);
-        words.insert(words.end(), {"--board", std::to_string(*board_)});
-        const auto run = runOnce(words, folder_);
+    static std::string faultOnBoard(const Run& run) {
         if (run.exitCode == Done) return "";
-        return fmt::format("exit code {}: {}", run.exitCode,
-                           run.lines.empty() ? "no message" : run.lines.back());
+        return exitFault(run, Done);
     }
 
     static std::string text(const std::vector<CaseResult>& results) {

@@ -3,12 +3,14 @@
 #include "Process.h"
 
 #include "base/Failure.h"
-#include "device/recording/CallCollector.h"
+#include "device/recording/Recorder.h"
 #include "device/recording/RecordingFile.h"
 
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cstring>
+#include <thread>
 
 namespace orvo::host {
 namespace {
@@ -76,23 +78,49 @@ TEST_F(RecordingTest, ComparesRecordings) {
     EXPECT_THAT(filtered.out, HasSubstr(R"("register":"GigE_Reset")"));
 }
 
+constexpr std::size_t fileHeadBytes = 16;
+
+/// Where each block of a whole recording ends.
+std::vector<std::size_t> blockEnds(const std::string& recording) {
+    std::vector<std::size_t> ends;
+    for (auto at = fileHeadBytes; at < recording.size(); ends.push_back(at)) {
+        BlockHead head;
+        std::memcpy(&head, recording.data() + at, sizeof head);
+        at += sizeof head + head.storedBytes;
+    }
+    return ends;
+}
+
+/// A recording whose blocks of calls come three times, so that there are several.
+std::string withBlocksRepeated(const std::string& recording) {
+    const auto ends = blockEnds(recording);
+    const auto first = ends.front(), last = ends[ends.size() - 2];
+    const auto calls = recording.substr(first, last - first);
+    return recording.substr(0, last) + calls + calls + recording.substr(last);
+}
+
 TEST_F(RecordingTest, UsesWholeBlocksBeforeDamage) {
-    const auto whole = contentOf(recordedReset());
+    const auto whole = withBlocksRepeated(contentOf(recordedReset()));
     const auto path = folder.file("damaged.rec");
-    const auto calls = wholeCalls(folder.file("reset.rec"));
+    const auto ends = blockEnds(whole);
+    ASSERT_GE(ends.size(), 5U); // head, three of calls, closing
+    const auto callsOfBlock = wholeCalls(folder.file("reset.rec")) / ((ends.size() - 2) / 3);
+    ASSERT_EQ(ends.size(), 5U);
     for (std::size_t at = 0; at < whole.size(); at += 97) {
         SCOPED_TRACE(at);
         auto changed = whole;
         changed[at] = static_cast<char>(changed[at] ^ 0x10);
+        const auto blocks = static_cast<std::size_t>(std::ranges::upper_bound(ends, at) - ends.begin());
         for (const auto& content : {changed, whole.substr(0, at)}) {
             writeFile(path, content);
             try {
                 RecordingReader reader(path);
                 std::size_t found = 0;
                 while (const auto block = reader.next()) found += block->calls.size();
-                EXPECT_LE(found, calls);
-                EXPECT_NE(reader.fault(), "");
+                EXPECT_EQ(found, (blocks - 1) * callsOfBlock);
+                EXPECT_THAT(reader.fault(), HasSubstr("after " + std::to_string(blocks) + " whole block"));
             } catch (const Failure& failure) {
+                EXPECT_EQ(blocks, 0U);
                 EXPECT_THAT(failure.what(), HasSubstr(path));
             }
         }
@@ -103,6 +131,16 @@ TEST_F(RecordingTest, UsesWholeBlocksBeforeDamage) {
     writeFile(path, newer);
     expectRefusal({"calls", path}, 1, "is of version 2, and this program reads version 1");
     expectRefusal({"reset", "--board-recording", path, "--record", path}, 2, "leave one of both out");
+}
+
+/// A block of a few bytes must not take all memory, nor a deep one the stack.
+TEST(BlockCodecTest, RefusesBlocksOfExcessiveSizeOrDepth) {
+    constexpr std::uint32_t count = 4U << 20U;
+    std::vector<std::uint8_t> wide = {0x9A, 0, count >> 16U, 0, 0}; // an array of so many
+    wide.resize(wide.size() + count, 0x80);                         // empty arrays
+    EXPECT_THROW(parsedBlock(wide), Failure);
+    EXPECT_THROW(parsedBlock(std::vector<std::uint8_t>(1U << 20U, 0x81)), Failure);
+    EXPECT_EQ(parsedBlock(std::vector<std::uint8_t>{0x81, 0x80}).size(), 1U);
 }
 
 /// Notes 1 to `calls`, then takes them out and adds up what is kept and what a gap tells.
@@ -129,6 +167,41 @@ TEST(CallRingTest, TellsOfCallsThatFoundNoRoom) {
     EXPECT_EQ(kept + lost, 201U);
     EXPECT_EQ(kept, 1 + CallRing::capacity / bytes);
     EXPECT_EQ(ring.untoldLoss(), 0U);
+}
+
+int answerZero(void*) {
+    return 0;
+}
+
+/// A program may start and end many threads while it records; each has a ring of megabytes.
+TEST(CallCollectorTest, LetsGoOfThreadsThatEnded) {
+    constexpr auto row = static_cast<std::size_t>(Entry::OHalPutDevice);
+    EntryTable originals{};
+    originals[row] = reinterpret_cast<void*>(&answerZero);
+    constexpr int threads = 40;
+    std::vector<std::weak_ptr<ThreadCalls>> rings;
+    {
+        CallCollector collector(originals);
+        const auto call = reinterpret_cast<decltype(&answerZero)>(recordingEntries[row]);
+        for (int i = 0; i < threads; ++i) {
+            std::thread([call] { call(nullptr); }).join();
+            const auto all = collector.threads();
+            ASSERT_EQ(all.size(), 1U);
+            EXPECT_TRUE(all.front()->hasEnded);
+            EXPECT_EQ(all.front()->number, static_cast<unsigned>(i));
+            rings.push_back(all.front());
+            collector.forget(*all.front());
+        }
+    }
+    for (const auto& ring : rings) EXPECT_TRUE(ring.expired());
+
+    const TemporaryFolder folder;
+    {
+        const Recorder recorder(folder.file("threads.rec"), originals, {{"begin", 0}});
+        const auto call = reinterpret_cast<decltype(&answerZero)>(recordingEntries[row]);
+        for (int i = 0; i < threads; ++i) std::thread([call] { call(nullptr); }).join();
+    }
+    EXPECT_EQ(wholeCalls(folder.file("threads.rec")), static_cast<std::size_t>(threads));
 }
 
 TEST(SelftestTest, PassesOnTheShippedRecordings) {

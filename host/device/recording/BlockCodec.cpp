@@ -18,6 +18,10 @@ static_assert(std::endian::native == std::endian::little, "heads are copied as t
 
 constexpr int deepest = 8; // levels of a block's content
 
+// A value of one byte in a block takes some fifty in memory: without a bound, a block of 16 MiB would take 1
+// GB.
+constexpr std::size_t mostValues = 1U << 20U;
+
 void check(struct archive* archive, int result, const char* what) {
     if (result == ARCHIVE_OK) return;
     const char* reason = archive_error_string(archive);
@@ -77,27 +81,31 @@ std::uint32_t checksumOf(const BlockHead& head, std::span<const std::uint8_t> st
     return static_cast<std::uint32_t>(crc32(ofLengths, stored.data(), static_cast<uInt>(stored.size())));
 }
 
-/// Only follows the nesting of arrays and objects: the parser descends by recursion.
-class DepthGauge : public nlohmann::json_sax<nlohmann::json> {
+/// Only follows the nesting of arrays and objects, as the parser descends by recursion, and counts values.
+class SizeGauge : public nlohmann::json_sax<nlohmann::json> {
 public:
-    bool null() override { return true; }
-    bool boolean(bool) override { return true; }
-    bool number_integer(number_integer_t) override { return true; }
-    bool number_unsigned(number_unsigned_t) override { return true; }
-    bool number_float(number_float_t, const string_t&) override { return true; }
-    bool string(string_t&) override { return true; }
-    bool binary(binary_t&) override { return true; }
-    bool key(string_t&) override { return true; }
-    bool start_object(std::size_t) override { return ++depth_ <= deepest; }
+    bool null() override { return addValue(); }
+    bool boolean(bool) override { return addValue(); }
+    bool number_integer(number_integer_t) override { return addValue(); }
+    bool number_unsigned(number_unsigned_t) override { return addValue(); }
+    bool number_float(number_float_t, const string_t&) override { return addValue(); }
+    bool string(string_t&) override { return addValue(); }
+    bool binary(binary_t&) override { return addValue(); }
+    bool key(string_t&) override { return addValue(); }
+    bool start_object(std::size_t) override { return descend(); }
     bool end_object() override { return --depth_ >= 0; }
-    bool start_array(std::size_t) override { return ++depth_ <= deepest; }
+    bool start_array(std::size_t) override { return descend(); }
     bool end_array() override { return --depth_ >= 0; }
     bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
         return false;
     }
 
 private:
+    bool addValue() noexcept { return ++values_ <= mostValues; }
+    bool descend() noexcept { return addValue() && ++depth_ <= deepest; }
+
     int depth_ = 0;
+    std::size_t values_ = 0;
 };
 
 } // namespace
@@ -121,10 +129,10 @@ nlohmann::json decodedBlock(const BlockHead& head, std::span<const std::uint8_t>
 }
 
 nlohmann::json parsedBlock(std::span<const std::uint8_t> content) {
-    DepthGauge gauge;
+    SizeGauge gauge;
     if (!nlohmann::json::sax_parse(content.begin(), content.end(), &gauge,
                                    nlohmann::json::input_format_t::cbor))
-        throw Failure("a block of the recording is not CBOR");
+        throw Failure("a block of the recording is not CBOR, or too large");
     return nlohmann::json::from_cbor(content.begin(), content.end());
 }
 

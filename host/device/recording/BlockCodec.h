@@ -19,7 +19,8 @@ struct BlockHead {
     std::uint32_t contentBytes; ///< once expanded
     std::uint32_t checksum;     ///< CRC-32 (IEEE 802.3) of the two lengths and the stored bytes
 
-    static constexpr std::uint32_t mostBytes = 64U << 20U; ///< of either length
+    static constexpr std::uint32_t mostBytes = 16U
+                                               << 20U; ///< of either length; recorders close a block at 1 MiB
     bool fits(std::span<const std::uint8_t> stored) const;
 };
 

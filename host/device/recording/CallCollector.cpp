@@ -20,6 +20,19 @@ thread_local constinit struct {
     ThreadCalls* calls = nullptr;
 } own;
 
+/// Ends what a thread notes with the thread. Apart from `own`, which has no destructor, so that its uses need
+/// no check whether it has been made.
+thread_local struct ThreadEnd {
+    std::shared_ptr<ThreadCalls> calls; // its recording may have ended before the thread
+
+    ~ThreadEnd() {
+        if (!calls) return;
+        own.calls = nullptr;
+        calls->release(ticks());
+        calls->hasEnded.store(true, std::memory_order_release);
+    }
+} threadEnd;
+
 /// Inline, because it is called for each word of a frame.
 [[gnu::always_inline]] inline ThreadCalls* callsOfThisThread() {
     if (own.epoch == epoch.load(std::memory_order_acquire)) [[likely]]
@@ -198,21 +211,25 @@ ThreadCalls* CallCollector::ofThisThread() {
     const auto now = epoch.load(std::memory_order_acquire);
     if (own.epoch != now) {
         auto* const current = collector.load();
-        own = {now, now % 2 != 0 && current ? current->addThread() : nullptr};
+        threadEnd.calls = now % 2 != 0 && current ? current->addThread() : nullptr;
+        own = {now, threadEnd.calls.get()};
     }
     return own.calls;
 }
 
-std::vector<ThreadCalls*> CallCollector::threads() {
-    const std::lock_guard guard(growing_);
-    std::vector<ThreadCalls*> all;
-    for (auto& thread : threads_) all.push_back(&thread);
-    return all;
+std::vector<std::shared_ptr<ThreadCalls>> CallCollector::threads() {
+    const std::lock_guard guard(changing_);
+    return threads_;
 }
 
-ThreadCalls* CallCollector::addThread() {
-    const std::lock_guard guard(growing_);
-    return &threads_.emplace_back(static_cast<unsigned>(threads_.size()));
+void CallCollector::forget(const ThreadCalls& thread) {
+    const std::lock_guard guard(changing_);
+    std::erase_if(threads_, [&](const auto& row) { return row.get() == &thread; });
+}
+
+std::shared_ptr<ThreadCalls> CallCollector::addThread() {
+    const std::lock_guard guard(changing_);
+    return threads_.emplace_back(std::make_shared<ThreadCalls>(added_++));
 }
 
 #define ENTRY(Result, name, unbound, parameters, arguments)                                                  \

@@ -4,7 +4,7 @@
 
 #include "device/recording/ThreadCalls.h"
 
-#include <deque>
+#include <memory>
 #include <mutex>
 #include <vector>
 
@@ -21,16 +21,20 @@ public:
     CallCollector& operator=(const CallCollector&) = delete;
 
     /// Those of each thread that has made a call.
-    std::vector<ThreadCalls*> threads();
+    std::vector<std::shared_ptr<ThreadCalls>> threads();
+
+    /// Lets go of a thread that has ended and whose ring has been drained.
+    void forget(const ThreadCalls& thread);
 
     /// The calling thread's, made at its first call. Null when nothing is recorded.
     static ThreadCalls* ofThisThread();
 
 private:
-    ThreadCalls* addThread();
+    std::shared_ptr<ThreadCalls> addThread();
 
-    std::mutex growing_; // of the list: a thread takes it once
-    std::deque<ThreadCalls> threads_;
+    std::mutex changing_; // of the list: a thread takes it once
+    std::vector<std::shared_ptr<ThreadCalls>> threads_;
+    unsigned added_ = 0;
 };
 
 /// A function for each entry, which calls the original and notes the call.

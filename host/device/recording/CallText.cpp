@@ -59,6 +59,10 @@ std::string resultText(const RecordedCall& call) {
     if (call.result.is_null() && row.result != ValueKind::Text)
         return ""; // nothing, or a call that was not answered
     if (call.isQueueRead() && call.result == static_cast<int>(HalTimeout)) return " = nothing";
+    if (call.entry == Entry::KivGetRegisterByName && call.result > 0) // an address, otherwise an error
+        return fmt::format(" = {:#x}", call.result.get<std::int64_t>());
+    if (row.result == ValueKind::Handle && call.result != 0)
+        return " = handle " + valueText(call.result, row.result);
     return " = " + valueText(call.result, row.result);
 }
 

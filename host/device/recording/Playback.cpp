@@ -27,6 +27,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds emptyWait{2}; // in virtual time, of a queue that has nothing
 constexpr std::chrono::seconds longestSilence{5}; // of a run that has stopped making calls of the recording
 constexpr std::chrono::milliseconds deliveryWait{200}; // for another thread to take what a queue had for it
+constexpr std::chrono::milliseconds longestSleep{
+    100}; // in real time, before a look whether the user ends the run
 constexpr std::size_t shownBefore = 5;
 
 std::atomic<Playback*> current{nullptr};
@@ -145,7 +147,7 @@ Playback::Playback(const std::string& path, const PlaybackOptions& options)
     if (options.isLenient) lenient_ = std::make_unique<Lenient>();
     for (auto& calls : readThreads(reader, options.isLenient)) {
         if (!lenient_)
-            threads_.emplace_back(std::move(calls));
+            threads_.emplace_back(threads_.size(), std::move(calls));
         else
             for (auto& call : calls) lenient_->add(std::move(call));
     }
@@ -225,15 +227,21 @@ std::uint64_t Playback::answer(const LiveCall& live) {
     if (found.kind == Answer::Kind::Empty || found.call->isEmptyRead()) return answerEmpty(live, guard);
     lastProgress_ = Clock::now();
     progress_.notify_all();
-    const auto isLate = [&](const PlayedThread& other) { // it had taken this before the call
-        const auto* const next = &other == thread ? nullptr : other.missing();
-        return next && next->isQueueRead() && next->end() <= found.call->begin;
-    };
-    progress_.wait_for(guard, deliveryWait, [&] { return std::ranges::none_of(threads_, isLate); });
+    awaitDeliveries(thread, found.call->begin, guard);
     guard.unlock();
     own.now = found.call->end();
     if (options_.isRealTime) awaitMoment(own.now);
     return repeat(*found.call, live);
+}
+
+/// Lets other threads take what queues had for them before `moment`. Waits once for a thread that does not.
+void Playback::awaitDeliveries(const PlayedThread* thread, std::int64_t moment,
+                               std::unique_lock<std::mutex>& guard) {
+    const auto isLate = [&](const PlayedThread& other) { return &other != thread && other.isLate(moment); };
+    if (progress_.wait_for(guard, deliveryWait, [&] { return std::ranges::none_of(threads_, isLate); }))
+        return;
+    for (auto& other : threads_)
+        if (isLate(other)) other.giveUp();
 }
 
 std::uint64_t Playback::answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard) {
@@ -244,15 +252,20 @@ std::uint64_t Playback::answerEmpty(const LiveCall& live, std::unique_lock<std::
 }
 
 void Playback::awaitMoment(std::int64_t moment) const {
-    std::this_thread::sleep_until(begin_ + std::chrono::nanoseconds(moment));
+    const auto due = begin_ + std::chrono::nanoseconds(moment);
+    while (endRequested() == 0 && Clock::now() < due)
+        std::this_thread::sleep_until(std::min(due, Clock::now() + longestSleep));
 }
 
 /// Ends the process from inside the plug-in, whose code no exception may pass.
 void Playback::endDifferent(const LiveCall& live, const PlayedThread* thread) {
+    if (!thread) { // one that has yet to begin was expected
+        const auto unused = std::ranges::find_if_not(threads_, &PlayedThread::isUsed);
+        if (unused != threads_.end()) thread = &*unused;
+    }
     const auto* const expected = thread ? thread->missing() : nullptr;
-    const auto number = thread ? static_cast<std::size_t>(thread - &threads_.front()) : 0;
-    std::string text = thread ? fmt::format("call {} of thread {}", thread->position() + 1, number)
-                              : std::string("the first call of a further thread");
+    auto text = thread ? fmt::format("call {} of thread {}", thread->position() + 1, thread->number)
+                       : std::string("the first call of a further thread");
     text = fmt::format(
         "orvo-gige: the run differs from the recording {} in {}\n  recorded  {}\n  made      {}\n",
         quoted(path_), text, expected ? callText(*expected, registers_) : "no call",

@@ -47,6 +47,8 @@ private:
     struct Lenient;
     std::uint64_t answer(const LiveCall& live);
     std::uint64_t answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard);
+    void awaitDeliveries(const PlayedThread* thread, std::int64_t moment,
+                         std::unique_lock<std::mutex>& guard);
     PlayedThread* threadFor(const LiveCall& live);
     bool isFurtherLook(const LiveCall& live) const;
     bool isDue(const PlayedThread& thread, const RecordedCall& call) const;

@@ -118,6 +118,7 @@ Answer PlayedThread::take(const LiveCall& live, const std::function<bool(const R
         if (!isThrough && live.matches(call, times_)) {
             if (beginsTransmission(live) && !call.isEmptyRead() && !isDue(call)) return {Empty};
             ++times_;
+            isAwaited_ = true;
             if (!isPoll && times_ == call.times) advance();
             return {Call, &call};
         }
@@ -146,6 +147,11 @@ bool PlayedThread::hasPassed(std::int64_t moment) const {
 const RecordedCall* PlayedThread::missing() const {
     const auto fixed = firstFixed(next_);
     return fixed < calls_.size() ? &calls_[fixed] : nullptr;
+}
+
+bool PlayedThread::isLate(std::int64_t moment) const {
+    const auto* const next = isAwaited_ ? missing() : nullptr;
+    return next && next->isQueueRead() && next->end() <= moment;
 }
 
 bool PlayedThread::clears(std::uint64_t queue) const {

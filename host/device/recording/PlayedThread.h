@@ -32,10 +32,14 @@ struct Answer {
 /// playback's lock.
 class PlayedThread {
 public:
-    explicit PlayedThread(std::vector<RecordedCall> calls) : calls_(std::move(calls)) {}
+    PlayedThread(std::size_t place, std::vector<RecordedCall> calls)
+        : number(place), calls_(std::move(calls)) {}
+
+    const std::size_t number; ///< in the recording
 
     /// Whether a new thread that begins with this call is this one.
     bool isUnusedAndBeginsWith(const LiveCall& live) const;
+    bool isUsed() const noexcept { return isUsed_; }
     void use() noexcept { isUsed_ = true; }
 
     /// Takes the call. `isDue`: whether what a queue delivers may come now.
@@ -45,6 +49,11 @@ public:
     bool hasPassed(std::int64_t moment) const;
     /// The first call that is still to be made; null when the rest may be left out.
     const RecordedCall* missing() const;
+
+    /// Whether the next call that it has to make took something from a queue before `moment`, so that others
+    /// should wait for it. Not after `giveUp`, until it makes a call again.
+    bool isLate(std::int64_t moment) const;
+    void giveUp() noexcept { isAwaited_ = false; }
 
     /// Whether it empties this queue, as the opening of a port does.
     bool clears(std::uint64_t queue) const;
@@ -62,7 +71,7 @@ private:
     const std::vector<RecordedCall> calls_;
     std::size_t next_ = 0;
     std::uint64_t times_ = 0; // of the next call, made so far
-    bool isUsed_ = false;
+    bool isUsed_ = false, isAwaited_ = true;
 };
 
 } // namespace orvo::host

@@ -145,11 +145,15 @@ Recorder::~Recorder() {
 
 void Recorder::drain() {
     converter_.measureClock();
-    for (auto* const thread : collector_.threads()) {
+    for (const auto& thread : collector_.threads()) {
+        const bool hasEnded = thread->hasEnded.load(std::memory_order_acquire); // before its last calls
         thread->ring.drain([&](const std::byte* record) {
             converter_.add(record, thread->number);
             if (converter_.isFull()) writeBlock();
         });
+        if (!hasEnded) continue;
+        converter_.lose(thread->ring.untoldLoss());
+        collector_.forget(*thread);
     }
 }
 
@@ -170,9 +174,11 @@ void Recorder::writeBlock() {
 
 /// The other threads have ended by now.
 void Recorder::finish() {
-    for (auto* const thread : collector_.threads()) thread->release(ticks());
+    for (const auto& thread : collector_.threads()) {
+        if (!thread->hasEnded.load(std::memory_order_acquire)) thread->release(ticks());
+        thread->hasEnded.store(true, std::memory_order_release);
+    }
     drain();
-    for (auto* const thread : collector_.threads()) converter_.lose(thread->ring.untoldLoss());
     writeBlock();
     if (!failure_.empty()) return;
     try {

@@ -10,6 +10,8 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 namespace orvo::host {
 namespace {
@@ -23,11 +25,19 @@ struct FileHead {
 };
 
 constexpr std::size_t leadingFields = 6; // of a call, before its arguments
-constexpr unsigned mostThreads = 65'536;
+constexpr std::int64_t mostThreads = 65'536;
 
 std::int64_t integer(const nlohmann::json& value) {
     if (!value.is_number_integer()) throw Failure("a number is missing in a call");
     return value.get<std::int64_t>();
+}
+
+/// Nanoseconds, small enough that the sum of four, as of a call's end since 1970, fits 64 bits.
+std::int64_t nanoseconds(const nlohmann::json& value) {
+    constexpr std::int64_t most = (std::int64_t{1} << 61U) - 1; // 73 years
+    const auto number = integer(value);
+    if (number < -most || number > most) throw Failure("a time is impossible");
+    return number;
 }
 
 bool isOfKind(const nlohmann::json& value, ValueKind kind) {
@@ -52,18 +62,19 @@ bool isOfKind(const nlohmann::json& value, ValueKind kind) {
 
 RecordedCall callOf(const nlohmann::json& fields, std::int64_t blockBegin,
                     const std::vector<Entry>& entries) {
-    const auto entry = entries.at(fields.at(0).get<std::size_t>());
+    const auto entry = entries.at(static_cast<std::size_t>(integer(fields.at(0))));
     const auto& row = rowOf(entry);
     if (fields.size() != leadingFields + row.argumentCount)
         throw Failure("a call has a wrong number of fields");
+    const auto thread = integer(fields[1]);
     RecordedCall call{entry,
-                      fields[1].get<unsigned>(),
-                      blockBegin + integer(fields[2]),
-                      integer(fields[3]),
+                      static_cast<unsigned>(thread),
+                      blockBegin + nanoseconds(fields[2]),
+                      nanoseconds(fields[3]),
                       static_cast<std::uint64_t>(integer(fields[4])),
                       fields[5],
                       {}};
-    if (call.times == 0 || call.duration < 0 || call.thread >= mostThreads)
+    if (call.times == 0 || call.duration < 0 || thread < 0 || thread >= mostThreads)
         throw Failure("a call has an impossible time, number or thread");
     call.arguments.assign(fields.begin() + leadingFields, fields.end());
     const bool isRun = entry == Entry::OHalRegisterWrite && call.arguments[2].is_binary();
@@ -92,18 +103,34 @@ std::vector<Entry> entriesOf(const nlohmann::json& header) {
 CallBlock callsOf(const nlohmann::json& content, const std::vector<Entry>& entries,
                   RegisterNames& registers) {
     CallBlock block;
-    const auto begin = integer(content.at("begin"));
+    const auto begin = nanoseconds(content.at("begin"));
     for (const auto& row : content.at("registers"))
-        registers.insert_or_assign(row.at(0).get<std::uint64_t>(), row.at(1).get<std::string>());
+        registers.insert_or_assign(static_cast<std::uint64_t>(integer(row.at(0))),
+                                   row.at(1).get<std::string>());
     const auto& calls = content.at("calls").get_ref<const nlohmann::json::array_t&>();
     block.calls.reserve(calls.size());
     for (const auto& fields : calls) block.calls.push_back(callOf(fields, begin, entries));
-    block.lost = content.at("lost").get<std::uint64_t>();
+    block.lost = static_cast<std::uint64_t>(integer(content.at("lost")));
     return block;
 }
 
+namespace {
+
+/// A slip such as naming the input must not destroy it.
+const std::string& replaceable(const std::string& path) {
+    std::error_code unknown; // then opening the file gives the reason
+    if (!std::filesystem::is_regular_file(path, unknown)) return path;
+    std::array<char, 8> magic = FileHead().magic;
+    std::ifstream(path, std::ios::binary).read(magic.data(), magic.size());
+    if (magic == FileHead().magic) return path; // a recording, or nothing to read
+    throw Failure(quoted(path) + " exists and is no recording; name another file with --record");
+}
+
+} // namespace
+
 RecordingWriter::RecordingWriter(const std::string& path)
-    : path_(path), file_(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)) {
+    : path_(path), // A pipe that nobody reads must not keep the program waiting.
+      file_(open(replaceable(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666)) {
     if (file_.get() < 0)
         throw Failure("cannot write the recording " + quoted(path) + ": " + systemError(errno) +
                       "; name a file in an existing folder that you may write to");
@@ -121,11 +148,12 @@ void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
         const auto written = write(file_.get(), bytes.data() + done, bytes.size() - done);
         if (written > 0) done += static_cast<std::size_t>(written);
-        if (written > 0 || errno == EINTR) continue;
-        const int reason = errno;
+        if (written > 0 || (written < 0 && errno == EINTR)) continue;
+        const int reason = written == 0 ? ENOSPC : errno;
         if (ftruncate(file_.get(), static_cast<off_t>(bytes_)) != 0) {
         } // readers find the last whole block anyway
-        throw Failure("cannot write the recording " + quoted(path_) + ": " + systemError(reason));
+        throw Failure("cannot write the recording " + quoted(path_) + ": " + systemError(reason) +
+                      "; free some space, or name a file on another disk");
     }
     bytes_ += bytes.size();
 }
@@ -140,6 +168,7 @@ RecordingReader::RecordingReader(const std::string& path)
     if (!content) throw Failure(fault_ + "; it has no whole block, so there is nothing to read");
     try {
         entries_ = entriesOf(*content);
+        begin_ = nanoseconds(content->at("begin"));
         header_ = std::move(*content);
     } catch (const std::exception& error) {
         throw Failure("the recording " + quoted(path) + " cannot be used: " + error.what() +

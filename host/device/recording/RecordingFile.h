@@ -48,6 +48,8 @@ public:
     const std::string& path() const noexcept { return path_; }
     /// The first block: "program", "host", "arguments", "begin" and others.
     const nlohmann::json& header() const noexcept { return header_; }
+    /// When the recording began, in nanoseconds since 1970.
+    std::int64_t begin() const noexcept { return begin_; }
     /// Those known so far.
     const RegisterNames& registers() const noexcept { return registers_; }
 
@@ -67,6 +69,7 @@ private:
     const std::string path_;
     std::unique_ptr<std::FILE, int (*)(std::FILE*)> file_;
     nlohmann::json header_, closing_;
+    std::int64_t begin_ = 0;
     std::vector<Entry> entries_; // by their number in the file
     RegisterNames registers_;
     unsigned blocks_ = 0; // whole ones so far

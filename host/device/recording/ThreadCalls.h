@@ -21,6 +21,7 @@ public:
 
     const unsigned number; ///< in the order of the threads' first calls
     CallRing ring;
+    std::atomic<bool> hasEnded{false}; ///< the thread: it has noted its last call
 
     /// Whether a write may be appended to the run by `append`.
     bool continuesRun(const void* device, std::uint32_t address, std::uint64_t value) const noexcept {

@@ -35,7 +35,7 @@ bool CallFilter::passes(const RecordedCall& call, const RegisterNames& registers
 }
 
 std::string callLine(const RecordedCall& call, const RegisterNames& registers) {
-    return fmt::format("{:11.6f} s  T{}  {}  ({:.1f} us)\n", secondsOf(call.begin), call.thread,
+    return fmt::format("{:11.6f} s  T{:<2}  {}  ({:.1f} us)\n", secondsOf(call.begin), call.thread,
                        callText(call, registers), static_cast<double>(call.duration) / 1e3);
 }
 

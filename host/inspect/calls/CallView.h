@@ -4,6 +4,7 @@
 
 #include "device/recording/RecordedCall.h"
 
+#include <cmath>
 #include <limits>
 #include <optional>
 #include <string>
@@ -18,10 +19,13 @@ struct CallFilter {
     double from = 0,
            to = std::numeric_limits<double>::infinity(); ///< seconds of the recording, of a call's begin
 
+    bool passesAll() const {
+        return entry.empty() && registerName.empty() && !thread && from == 0 && std::isinf(to);
+    }
     bool passes(const RecordedCall& call, const RegisterNames& registers) const;
 };
 
-/// "  1.234567 s  T0  CALL  (12.3 us)", with its newline.
+/// "   1.234567 s  T0   CALL  (12.3 us)", with its newline.
 std::string callLine(const RecordedCall& call, const RegisterNames& registers);
 
 /// A JSON document in one line, with its newline.
