@@ -20,16 +20,16 @@ template <class Type> constexpr ValueKind kindOf() {
     return std::is_pointer_v<Type> ? Handle : Number;
 }
 
-constexpr std::uint64_t bitsOf(std::nullptr_t) {
+constexpr std::uint64_t unboundBits(std::nullptr_t) {
     return 0;
 }
-constexpr std::uint64_t bitsOf(double value) {
+constexpr std::uint64_t unboundBits(double value) {
     return std::bit_cast<std::uint64_t>(value);
 }
-constexpr std::uint64_t bitsOf(int value) {
+constexpr std::uint64_t unboundBits(int value) {
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
 }
-constexpr std::uint64_t bitsOf() { // without a result
+constexpr std::uint64_t unboundBits() { // without a result
     return 0;
 }
 
@@ -48,7 +48,7 @@ constexpr BoardEntry rowOf(BoardEntry row, Result (*)(Arguments...)) {
 }
 
 #define ROW(name, variable, isHal, unbound, parameters, arguments)                                           \
-    rowOf({#name, variable, #parameters, #arguments, isHal, {}, 0, {}, bitsOf(unbound)},                     \
+    rowOf({#name, variable, #parameters, #arguments, isHal, {}, 0, {}, unboundBits(unbound)},                \
           static_cast<decltype(&::name)>(nullptr)),
 
 } // namespace

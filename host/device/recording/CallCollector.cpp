@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "device/recording/CallCollector.h"
 
+#include "device/recording/CallBits.h"
+
 #include <orvo/hal/kivrt.h>
 #include <orvo/hal/orvo_hal.h>
 
 #include <atomic>
-#include <bit>
 #include <type_traits>
 
 namespace orvo::host {
@@ -18,16 +19,16 @@ std::atomic<std::uint64_t> epoch{0}; // a new number for each collector; even: t
 thread_local constinit struct {
     std::uint64_t epoch = 0;
     ThreadCalls* calls = nullptr;
-} own;
+} ownCalls;
 
-/// Ends what a thread notes with the thread. Apart from `own`, which has no destructor, so that its uses need
-/// no check whether it has been made.
+/// Ends what a thread notes with the thread. Apart from `ownCalls`, which has no destructor, so that its uses
+/// need no check whether it has been made.
 thread_local struct ThreadEnd {
     std::shared_ptr<ThreadCalls> calls; // its recording may have ended before the thread
 
     ~ThreadEnd() {
         if (!calls) return;
-        own.calls = nullptr;
+        ownCalls.calls = nullptr;
         calls->release(ticks());
         calls->hasEnded.store(true, std::memory_order_release);
     }
@@ -35,24 +36,13 @@ thread_local struct ThreadEnd {
 
 /// Inline, because it is called for each word of a frame.
 [[gnu::always_inline]] inline ThreadCalls* callsOfThisThread() {
-    if (own.epoch == epoch.load(std::memory_order_acquire)) [[likely]]
-        return own.calls;
+    if (ownCalls.epoch == epoch.load(std::memory_order_acquire)) [[likely]]
+        return ownCalls.calls;
     return CallCollector::ofThisThread();
 }
 
 template <class Function> Function* original(Entry entry) noexcept {
     return reinterpret_cast<Function*>(originals[static_cast<std::size_t>(entry)]);
-}
-
-template <class Type> std::uint64_t bitsOf(Type value) noexcept {
-    if constexpr (std::is_pointer_v<Type>)
-        return reinterpret_cast<std::uint64_t>(value);
-    else if constexpr (std::is_floating_point_v<Type>)
-        return std::bit_cast<std::uint64_t>(value);
-    else if constexpr (std::is_signed_v<Type>)
-        return static_cast<std::uint64_t>(static_cast<std::int64_t>(value));
-    else
-        return value;
 }
 
 RawCall rawCall(Entry entry, std::size_t argumentCount, std::uint64_t begin, std::uint64_t result) noexcept {
@@ -70,15 +60,7 @@ RawPiece pieceOf(ValueKind kind, std::uint64_t argument, std::uint64_t next) noe
 /// Stands in for an entry that the library lacks.
 template <Entry entry, class Function> struct Missing;
 template <Entry entry, class Result, class... Types> struct Missing<entry, Result (*)(Types...)> {
-    static Result call(Types...) {
-        const auto bits = rowOf(entry).unbound;
-        if constexpr (std::is_pointer_v<Result>)
-            return reinterpret_cast<Result>(bits);
-        else if constexpr (std::is_floating_point_v<Result>)
-            return std::bit_cast<Result>(bits);
-        else
-            return static_cast<Result>(bits);
-    }
+    static Result call(Types...) { return fromBits<Result>(rowOf(entry).unbound); }
 };
 
 /// Any entry: arguments and result as the table tells their kinds.
@@ -209,12 +191,12 @@ CallCollector::~CallCollector() {
 
 ThreadCalls* CallCollector::ofThisThread() {
     const auto now = epoch.load(std::memory_order_acquire);
-    if (own.epoch != now) {
+    if (ownCalls.epoch != now) {
         auto* const current = collector.load();
         threadEnd.calls = now % 2 != 0 && current ? current->addThread() : nullptr;
-        own = {now, threadEnd.calls.get()};
+        ownCalls = {now, threadEnd.calls.get()};
     }
-    return own.calls;
+    return ownCalls.calls;
 }
 
 std::vector<std::shared_ptr<ThreadCalls>> CallCollector::threads() {

@@ -38,7 +38,7 @@ thread_local struct {
     std::uint64_t epoch = 0;
     PlayedThread* thread = nullptr;
     std::int64_t now = 0; // nanoseconds of the recording
-} own;
+} ownPart;
 
 std::string& leftOutText() {
     static std::string text;
@@ -161,7 +161,7 @@ Playback::~Playback() {
 }
 
 double Playback::seconds() {
-    return static_cast<double>(own.now) / 1e9;
+    return static_cast<double>(ownPart.now) / 1e9;
 }
 
 const std::string& Playback::leftOut() {
@@ -188,13 +188,13 @@ bool Playback::isOver() const {
 }
 
 PlayedThread* Playback::threadFor(const LiveCall& live) {
-    if (own.epoch != epoch_) own = {epoch_, nullptr, 0};
-    if (own.thread) return own.thread;
+    if (ownPart.epoch != epoch_) ownPart = {epoch_, nullptr, 0};
+    if (ownPart.thread) return ownPart.thread;
     const auto found = std::ranges::find_if(
         threads_, [&](const PlayedThread& thread) { return thread.isUnusedAndBeginsWith(live); });
     if (found == threads_.end()) return nullptr;
     found->use();
-    return own.thread = &*found;
+    return ownPart.thread = &*found;
 }
 
 /// Whether a thread without a part in the recording only looks at a queue of the ports: it may have been too
@@ -229,8 +229,8 @@ std::uint64_t Playback::answer(const LiveCall& live) {
     progress_.notify_all();
     awaitDeliveries(thread, found.call->begin, guard);
     guard.unlock();
-    own.now = found.call->end();
-    if (options_.isRealTime) awaitMoment(own.now);
+    ownPart.now = found.call->end();
+    if (options_.isRealTime) awaitMoment(ownPart.now);
     return repeat(*found.call, live);
 }
 
