@@ -137,7 +137,6 @@ TEST_F(RecordingTest, RefusesUnfittingOptionsInOneLineAndTouchesNothing) {
     writeFile(input, contentOf(capture));
     expectRefusal({"reset", "--board-recording", reset, "--record", reset}, 2, "leave one of both out");
     expectRefusal({"reset", "--board-recording", reset, "--wire", "0=loopback"}, 2, "leave the option out");
-    expectRefusal({"capture", "--time", "real"}, 2, "requires --board-recording");
     expectRefusal({"calls", reset, "--diff", reset, "--thread", "0"}, 2, "compares whole recordings");
     expectRefusal({"calls", reset, "--from", "2", "--to", "1"}, 2, "--from is later than --to");
     expectRefusal({"selftest", "--board", "0", "--renew"}, 2, "leave --board out");
