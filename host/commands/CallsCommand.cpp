@@ -63,8 +63,12 @@ private:
 
     int compare() const {
         const WholeRecording first(file_), second(other_);
-        for (const auto* const recording : {&first, &second})
+        for (const auto* const recording : {&first, &second}) {
             if (!recording->fault.empty()) notice(recording->fault + "; these are used");
+            if (recording->lost != 0)
+                notice("the recording " + quoted(recording == &first ? file_ : other_) + " lacks " +
+                       counted(recording->lost, "call") + ", so differences may be only apparent");
+        }
         const auto differences = differencesOf(first, second);
         json_ ? printReport(differencesJson(differences, first.registers))
               : printReport(differencesText(differences, first.registers));

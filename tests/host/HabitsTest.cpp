@@ -62,7 +62,7 @@ TEST_F(HabitsTest, AnErrorNamesTheWrongWordAndTheNearestRightOne) {
         {{"replay", lanCapture, "--prot=1"}, "unknown option '--prot'; did you mean '--port'?"},
         {{"reset", "-port", "1"}, "unknown option '-port'; did you mean '--port'?"},
         {{"reset", "-x"}, "unknown option '-x'; see 'orvo-gige reset --help'"},
-        {{"capture", "-w", output, "--time", "virtual"}, "unknown option '--time'; see"}, // never possible
+        {{"capture", "-w", output, "--time", "virtual"}, "--time requires --board-recording; see"},
         {{"bridge", "--tap", "x", "--time", "virtual"}, "unknown option '--time'; see"},
         {{"watch", "--time", "virtual"}, "unknown option '--time'; see"},
         {{"lab", "ls", "-l"}, "unknown option '-l'; an option in COMMAND... stands behind '--'"},

@@ -54,11 +54,13 @@ std::int64_t momentOf(const CallDifference& difference) {
 
 WholeRecording::WholeRecording(const std::string& path) {
     RecordingReader reader(path);
-    while (auto block = reader.next())
+    while (auto block = reader.next()) {
+        lost += block->lost;
         for (auto& call : block->calls) {
             if (call.thread >= threads.size()) threads.resize(call.thread + 1U);
             threads[call.thread].push_back(std::move(call));
         }
+    }
     registers = reader.registers();
     fault = reader.fault();
 }

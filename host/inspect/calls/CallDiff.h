@@ -16,7 +16,8 @@ struct WholeRecording {
 
     std::vector<std::vector<RecordedCall>> threads; ///< calls by thread
     RegisterNames registers;
-    std::string fault; ///< as of the reader
+    std::uint64_t lost = 0; ///< calls that could not be kept
+    std::string fault;      ///< as of the reader
 };
 
 /// Where two recordings differ. One of both is null where the other recording has a further call.
