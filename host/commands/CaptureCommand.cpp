@@ -7,9 +7,6 @@
 namespace orvo::host {
 namespace {
 
-constexpr double shortestSeconds = 0.001;
-constexpr double longestSeconds = 1e9; // 31 years
-
 class CaptureCommand : public Command {
 public:
     explicit CaptureCommand(Program& program)
@@ -22,12 +19,7 @@ public:
                 .notEmpty();
         line().number("-c,--count", request_.limits.frames, {.least = 1},
                       "End after so many frames written or shown");
-        line().value(
-            "-d,--duration", "S",
-            [this](const std::string& text) {
-                request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
-            },
-            "End after so many seconds");
+        addDurationOption(line(), request_.limits.time, "End after so many seconds");
         line()
             .value(
                 "--ring", "N:SIZE",

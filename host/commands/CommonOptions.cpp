@@ -116,6 +116,12 @@ void addAddressOptions(CommandLine& line, PortAddress& address) {
         "GigE port: its number on the board, or BOARD/PORT (default 0)");
 }
 
+void addDurationOption(CommandLine& line, std::chrono::duration<double>& time, const std::string& help) {
+    line.value(
+        "-d,--duration", "S", [&time](const std::string& text) { time = secondsFrom(text, 0.001, 1e9); },
+        help);
+}
+
 void addAtOption(CommandLine& line, bool& atWire) {
     line.choice(
         "--at", {"host", "wire"}, [&atWire](const std::string& text) { atWire = text == "wire"; },

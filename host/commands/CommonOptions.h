@@ -56,6 +56,9 @@ void addTrafficOptions(CommandLine& line, Request& request, bool& json,
     line.flag("--json", json, jsonMeaning);
 }
 
+/// Adds --duration, from a millisecond to 31 years.
+void addDurationOption(CommandLine& line, std::chrono::duration<double>& time, const std::string& help);
+
 /// Adds --at.
 void addAtOption(CommandLine& line, bool& atWire);
 

@@ -7,20 +7,12 @@
 namespace orvo::host {
 namespace {
 
-constexpr double shortestSeconds = 0.001;
-constexpr double longestSeconds = 1e9; // 31 years
-
 class EventsCommand : public Command {
 public:
     explicit EventsCommand(Program& program)
         : Command(program, "events", "Print a port's events as they come, until interrupted") {
         line().number("-c,--count", request_.events, {.least = 1}, "End after so many events");
-        line().value(
-            "-d,--duration", "S",
-            [this](const std::string& text) {
-                request_.time = secondsFrom(text, shortestSeconds, longestSeconds);
-            },
-            "End after so many seconds");
+        addDurationOption(line(), request_.time, "End after so many seconds");
         addTrafficOptions(line(), request_, json_, "Print a JSON document a line for each event");
     }
 

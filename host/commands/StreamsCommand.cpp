@@ -11,9 +11,6 @@
 namespace orvo::host {
 namespace {
 
-constexpr double shortestSeconds = 0.001;
-constexpr double longestSeconds = 1e9; // 31 years
-
 class StreamsCommand : public Command {
 public:
     explicit StreamsCommand(Program& program)
@@ -27,12 +24,7 @@ public:
         line().flag("--images", showImages_, "Print a line for each image that is not complete, as it ends");
         line().number("-c,--count", request_.limits.frames, {.least = 1},
                       "End after so many frames of any kind at the port");
-        line().value(
-            "-d,--duration", "S",
-            [this](const std::string& text) {
-                request_.limits.time = secondsFrom(text, shortestSeconds, longestSeconds);
-            },
-            "End after so many seconds at the port");
+        addDurationOption(line(), request_.limits.time, "End after so many seconds at the port");
         addAtOption(line(), request_.atWire);
         addTrafficOptions(line(), request_, json_);
     }

@@ -18,7 +18,7 @@ namespace {
 using namespace testing_support;
 using testing::HasSubstr;
 
-constexpr auto capture = ORVO_TEST_DATA "/recordings/frames.pcap";
+constexpr auto recordedFrames = ORVO_TEST_DATA "/recordings/frames.pcap";
 
 class RecordingTest : public testing::Test {
 protected:
@@ -42,10 +42,10 @@ std::size_t wholeCalls(const std::string& path) {
 }
 
 TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
-    const auto recording = record("run.rec", {"replay", capture, "--no-reset", "--wire", "0=port:0/1",
+    const auto recording = record("run.rec", {"replay", recordedFrames, "--no-reset", "--wire", "0=port:0/1",
                                               "--write", folder.file("first")});
     for (const auto* const again : {"second", "third"}) {
-        const auto outcome = runTool({"replay", capture, "--no-reset", "--verify", "--json", "--write",
+        const auto outcome = runTool({"replay", recordedFrames, "--no-reset", "--verify", "--json", "--write",
                                       folder.file(again), "--board-recording", recording});
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
         EXPECT_EQ(framesOf(folder.file(again)), framesOf(folder.file("first")));
@@ -57,7 +57,7 @@ TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
     EXPECT_THAT(other.err, HasSubstr("differs from the recording"));
     EXPECT_THAT(other.err, HasSubstr(", GigeBufferReset0, 0x0) = 0\n"));
     const auto shorter =
-        runTool({"replay", capture, "--no-reset", "--port", "1", "--board-recording", recording});
+        runTool({"replay", recordedFrames, "--no-reset", "--port", "1", "--board-recording", recording});
     EXPECT_EQ(shorter.exitCode, 3);
 
     const auto frames = runTool({"calls", recording, "--pcapng", folder.file("frames")});
@@ -134,14 +134,14 @@ TEST_F(RecordingTest, UsesWholeBlocksBeforeDamage) {
 TEST_F(RecordingTest, RefusesUnfittingOptionsInOneLineAndTouchesNothing) {
     const auto reset = recordedReset();
     const auto input = folder.file("input.pcap");
-    writeFile(input, contentOf(capture));
+    writeFile(input, contentOf(recordedFrames));
     expectRefusal({"reset", "--board-recording", reset, "--record", reset}, 2, "leave one of both out");
     expectRefusal({"reset", "--board-recording", reset, "--wire", "0=loopback"}, 2, "leave the option out");
     expectRefusal({"calls", reset, "--diff", reset, "--thread", "0"}, 2, "compares whole recordings");
     expectRefusal({"calls", reset, "--from", "2", "--to", "1"}, 2, "--from is later than --to");
     expectRefusal({"selftest", "--board", "0", "--renew"}, 2, "leave --board out");
     expectRefusal({"replay", input, "--record", input}, 1, "is no recording; name another file");
-    EXPECT_EQ(contentOf(input), contentOf(capture));
+    EXPECT_EQ(contentOf(input), contentOf(recordedFrames));
     expectRefusal({"reset", "--record", "/dev/full"}, 1, "free some space");
 }
 
