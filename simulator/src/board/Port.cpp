@@ -30,13 +30,14 @@ FrameSink& Port::sink() noexcept {
 }
 
 void Port::setFaults(WireFaults& sent, WireFaults& received, PhyFaults& phy) {
+    phy_.setResetWatch(phy.empty() ? nullptr : &phy);
+    if (!changesWire(sent, received)) return; // the wire is plugged in, and frames may pass
     sentFaults_ = sent.empty() ? nullptr : &sent;
     faultySink_ = received.empty() ? nullptr : std::make_unique<FaultySink>(receiver_, received);
-    phy_.setResetWatch(phy.empty() ? nullptr : &phy);
 }
 
-bool Port::hasWireFaults() const noexcept {
-    return sentFaults_ || faultySink_;
+bool Port::changesWire(const WireFaults& sent, const WireFaults& received) const noexcept {
+    return sentFaults_ || faultySink_ || !sent.empty() || !received.empty();
 }
 
 void Port::releaseFrames() noexcept {

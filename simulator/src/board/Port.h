@@ -88,7 +88,8 @@ public:
     /// Puts these faults, which must outlive the port, between it and the wires that are plugged in from now
     /// on. Call it while no wire with faults is plugged in.
     void setFaults(WireFaults& sent, WireFaults& received, PhyFaults& phy);
-    bool hasWireFaults() const noexcept;
+    /// Whether these faults change what is between the port and its wire.
+    bool changesWire(const WireFaults& sent, const WireFaults& received) const noexcept;
     /// Lets frames go on that faults hold back.
     void releaseFrames() noexcept;
     /// Whether there is a wire, and its far end is up.

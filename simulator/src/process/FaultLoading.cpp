@@ -76,10 +76,10 @@ void Simulation::install(LoadedScript& script) {
     const FindPort find = [this](PortPlace at) { return port(at); };
     std::vector<std::pair<PortPlace, WireSpec>> unplugged;
     forEachPort(script, [&](Port& port, BoardFaults& faults, unsigned number) {
-        const bool concerned =
-            port.hasWireFaults() || !faults.sent(number).empty() || !faults.received(number).empty();
         const WireSpec spec = port.cabling().spec;
-        if (!concerned || spec.kind == WireSpec::Kind::None) return;
+        if (!port.changesWire(faults.sent(number), faults.received(number)) ||
+            spec.kind == WireSpec::Kind::None)
+            return;
         orvo::sim::plug(port.place(), {WireSpec::Kind::None}, find, simClock.now());
         unplugged.emplace_back(port.place(), spec);
     });
