@@ -17,7 +17,7 @@ constexpr std::uint64_t pulledCard = 0xFFFF'FFFF;
 RemoteBoard* remoteBoardOf(void* device) {
     const auto handle = reinterpret_cast<HandleBits>(device);
     const HandleBits noted = placeOf(handle).noted.load(std::memory_order_acquire);
-    if (noted != ~handle || noted == 0) return nullptr; // 0: no handle was ever open there
+    if (noted != ~handle || noted == 0) return nullptr; // 0: the place has had no handle
     RemoteBoard* const known = Remote::knownBoard(device);
     return known ? known : remote()->board(device);
 }
