@@ -115,6 +115,7 @@ public:
     boost::shared_ptr<PhysicalNetworkInterfaceEventQueue> eventQueue;
 
     // Of this implementation alone.
+    bool wasSetUp = false; // stays true, also when a reopening fails
     WordBuffer receivedWords;
     DeviceGate gate;
     std::mutex reinitializing;    // one phase at a time

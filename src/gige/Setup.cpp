@@ -39,6 +39,7 @@ bool OrvoGbePhysicalNetworkInterface::setup() {
         if (auto text = error()) text << "': Setup failed (" << exception.what() << ")";
         return false;
     }
+    d->wasSetUp = true;
     if (auto text = information()) text << "': Selected device successfully opened.";
     return true;
 }
@@ -56,8 +57,8 @@ void OrvoGbePhysicalNetworkInterface::prepareTraffic() {
 }
 
 bool OrvoGbePhysicalNetworkInterface::canBeSetUp() {
-    // A second opening would lose the first handle, and the leecher that may be running with it.
-    if (!d->device && !d->applet) return true;
+    // A second opening would lose the first handle; a second setup would wait for the leecher of the first.
+    if (!d->wasSetUp && !d->device && !d->applet) return true;
     if (auto text = error()) text << "': Device is open or released already, setup refused.";
     return false;
 }
