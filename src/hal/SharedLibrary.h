@@ -23,9 +23,10 @@ public:
 };
 
 /// Opens "lib" + `name` + ".so" in `lib64` under `directory`, or under the installation root when `directory`
-/// is null. Null when there is no root, when the path does not fit 1023 characters, or when the loader
-/// refuses. The library prefers its own symbols to those of the process (RTLD_DEEPBIND). Threads: any.
-std::unique_ptr<SharedLibrary> loadLibrary(const char* name, const char* directory);
+/// is null. Null when there is no root, when the path does not fit 1023 characters, when the loader refuses,
+/// or without memory. The library prefers its own symbols to those of the process (RTLD_DEEPBIND). Threads:
+/// any.
+std::unique_ptr<SharedLibrary> loadLibrary(const char* name, const char* directory) noexcept;
 
 /// The address of a symbol, null when the library is not open or has none of that name.
 void* findSymbol(const SharedLibrary& library, const char* name);

@@ -9,7 +9,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <functional>
+#include <new>
 #include <utility>
 
 namespace orvo::test {
@@ -17,8 +19,22 @@ namespace {
 
 std::function<void()> duringLoad; // of the next board library
 
+thread_local int allocationsLeft = -1; // until one is refused; negative refuses none
+
 } // namespace
 } // namespace orvo::test
+
+void* operator new(std::size_t bytes) {
+    if (orvo::test::allocationsLeft < 0 || orvo::test::allocationsLeft-- > 0)
+        if (void* const block = std::malloc(bytes)) return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
 
 extern "C" ORVO_EXPORT void whileBoardLibraryLoads() {
     if (const auto action = std::exchange(orvo::test::duringLoad, {})) action();
@@ -43,6 +59,24 @@ TEST(InstalledPlugin, BindsTheLibrariesOnceTheyAreThere) {
     EXPECT_EQ(plugin.call<double>("KivGetParamValueDouble", &plugin, 1, 2), stubAnswer);
     EXPECT_EQ(plugin.call<int>("OHA_OpenLib"), 0);
     EXPECT_EQ(plugin.call<int>("KIVRT_OpenLib"), 0);
+}
+
+TEST(InstalledPlugin, WithoutMemoryALibraryIsNotLoadedAndCanBeTriedAgain) {
+    PluginRoot root;
+    root.addStub("stub-hal", "orvo_hal");
+    root.addStub("stub-hal", "kivrt");
+    const PluginFile plugin(root.plugin());
+    for (const auto* name : {"OHA_OpenLib", "KIVRT_OpenLib"}) {
+        auto* const openLibrary = plugin.symbol<int()>(name);
+        for (int granted = 0; allocationsLeft < 0; ++granted) {
+            SCOPED_TRACE(testing::Message() << name << " after " << granted << " allocations");
+            int result = 0;
+            allocationsLeft = granted;
+            EXPECT_NO_THROW(result = openLibrary());
+            EXPECT_EQ(result < 0, allocationsLeft < 0);
+        }
+        allocationsLeft = -1;
+    }
 }
 
 TEST(InstalledPlugin, BoardLibraryMayCallBackWhileItIsLoaded) {
