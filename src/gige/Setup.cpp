@@ -30,9 +30,10 @@ void resolvePortRegisters(PortState& d) {
 
 bool OrvoGbePhysicalNetworkInterface::setup() {
     if (auto text = information()) text << "': Selecting orvo board " << d->boardId << " port " << d->portId;
-    if (!canBeSetUp() || !d->openPhysicalDevice(id())) return false;
-    d->gate.open(); // closed if a release came before the first opening
+    if (!canBeSetUp()) return false;
     try {
+        if (!d->openPhysicalDevice(id())) return false;
+        d->gate.open(); // closed if a release came before the first opening
         prepareTraffic();
     } catch (const std::exception& exception) { // usually out of memory; setup can be repeated
         d->close();

@@ -3,6 +3,7 @@
 #include "support/EnvironmentVariable.h"
 #include "support/InterfaceTest.h"
 
+#include "hal/OrvoHal.h"
 #include "platform/AnyException.h"
 
 #include <numeric>
@@ -71,6 +72,11 @@ TEST_F(SetupTest, EachFailureOfTheOpeningHasItsMessageAndReleasesWhatItOpened) {
         board.infoTexts = {{"board/caminterface", "GigE"}};
         board.infoInts["ports/gige"] = 3;
     }
+    m_POHalConfigureFpga = [](void*, void*) -> int { throw std::bad_alloc(); };
+    EXPECT_FALSE(port.setup());
+    EXPECT_THAT(takeMessages(), Contains("5 PHY Id 'gige': Setup failed (std::bad_alloc)"));
+    m_POHalConfigureFpga = [](void*, void*) { return 0; };
+    EXPECT_EQ(board.takeJournal().back(), "free device");
     EXPECT_TRUE(port.setup()) << "a failed setup can be repeated";
 }
 

@@ -120,7 +120,7 @@ private:
         boost::shared_ptr<PhysicalNetworkInterface> port;
         if (!makePort(port)) return;
         bool ready = false;
-        if (!attempt("setup", mayThrow, [&] { ready = port->setup(); })) ready = false;
+        if (!attempt("setup", mustNotThrow, [&] { ready = port->setup(); })) ready = false;
         checkHandles("setup", ready, ready);
         if (ready) work(*port);
         endPort(port);
