@@ -3,12 +3,14 @@
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "gige/ReceivedWords.h"
 #include "hal/OrvoHal.h"
+#include "platform/WholeSleep.h"
 
 #include <boost/make_shared.hpp>
 
-#include <unistd.h>
-
 namespace orvo::core::zume {
+
+using templates::platform::sleepWhole;
+
 namespace {
 
 constexpr std::uint32_t readLimitMs = 100;
@@ -45,7 +47,7 @@ void OrvoGbePhysicalNetworkInterface::monitorActionCommandTimeoutEvents() {
     if (kind != None) d->actionCmdErrorReported = kind != Timeout;
     if (kind == Timeout) postActionCommandTimeout(static_cast<std::uint16_t>(reading.word & 0xFFFF));
     if (reading.isErrorDue) reportActionCommandError(reading);
-    if (kind == ReadError) usleep(readErrorPauseUs);
+    if (kind == ReadError) sleepWhole(readErrorPauseUs);
 }
 
 bool OrvoGbePhysicalNetworkInterface::readActionCommand(ActionReading& reading) {

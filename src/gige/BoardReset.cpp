@@ -6,11 +6,11 @@
 #include "gige/OrvoGbePhysicalNetworkInterfaceStatics.h"
 #include "gige/RegisterAccess.h"
 #include "hal/OrvoHal.h"
-
-#include <unistd.h>
+#include "platform/WholeSleep.h"
 
 namespace orvo::core::zume {
 
+using templates::platform::sleepWhole;
 using tools::logging::Hex;
 using tools::logging::LogLevel;
 
@@ -60,9 +60,9 @@ void OrvoGbePhysicalNetworkInterface::D::executeBoardReset(int portMask, bool fo
     mdio.resolve(applet);
     regGigeReset = resolveRegister(applet, "GigE_Reset");
     OHalRegisterWrite(device, regGigeReset, static_cast<std::uint64_t>(~portMask & 0xF)); // active low
-    usleep(resetPauseUs);
+    sleepWhole(resetPauseUs);
     OHalRegisterWrite(device, regGigeReset, 0xF);
-    usleep(resetPauseUs);
+    sleepWhole(resetPauseUs);
     for (unsigned port = 0; port < portsPerBoard; ++port)
         if (portMask & (1 << port)) resetPort(port, force, driverClassMask);
     if (force) return;

@@ -4,13 +4,13 @@
 #include "gige/PortRegisters.h"
 #include "gige/RegisterAccess.h"
 #include "hal/OrvoHal.h"
+#include "platform/WholeSleep.h"
 
 #include <boost/format.hpp>
 
-#include <unistd.h>
-
 namespace orvo::core::zume {
 
+using templates::platform::sleepWhole;
 using tools::logging::Hex;
 using tools::logging::LogLevel;
 using tools::logging::LogLine;
@@ -47,7 +47,7 @@ void OrvoGbePhysicalNetworkInterface::triggerDebugOutput() {
     dumpAllDevices();
     dumpCounters();
     dumpText("' Waiting 1 second...");
-    usleep(snapshotPauseUs);
+    sleepWhole(snapshotPauseUs);
     dumpCounters();
     dumpPhy();
     dumpText("' [STOP ] DEBUG OUTPUT");

@@ -3,10 +3,12 @@
 
 #include "gige/RegisterAccess.h"
 #include "hal/OrvoHal.h"
-
-#include <unistd.h>
+#include "platform/WholeSleep.h"
 
 namespace orvo::core::zume {
+
+using templates::platform::sleepWhole;
+
 namespace {
 
 constexpr unsigned writePauseUs = 100'000;
@@ -25,23 +27,23 @@ void MdioRegisters::resolve(void* applet) {
 
 void MdioRegisters::selectPhy(void* device, std::uint32_t phyAddress) const {
     writeIfPresent(device, regMdioPhyAddr_, phyAddress);
-    usleep(writePauseUs);
+    sleepWhole(writePauseUs);
 }
 
 void MdioRegisters::write(void* device, std::uint32_t phyRegister, std::uint16_t value) const {
     writeIfPresent(device, regMdioRegAddr_, phyRegister);
     writeIfPresent(device, regMdioData_, value);
     writeIfPresent(device, regMdioWr_, 0);
-    usleep(writePauseUs);
+    sleepWhole(writePauseUs);
 }
 
 std::optional<std::uint16_t> MdioRegisters::read(void* device, std::uint32_t phyRegister) const {
     writeIfPresent(device, regMdioRegAddr_, phyRegister);
     writeIfPresent(device, regMdioRd_, 0);
-    usleep(readPauseUs);
+    sleepWhole(readPauseUs);
     std::uint64_t content = 0;
     const bool done = regMdioReadReg_ != 0 && OHalRegisterRead(device, regMdioReadReg_, &content) == 0;
-    usleep(readPauseUs);
+    sleepWhole(readPauseUs);
     if (!done) return std::nullopt;
     return static_cast<std::uint16_t>(content & 0xFFFF);
 }

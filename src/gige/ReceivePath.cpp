@@ -4,16 +4,16 @@
 #include "gige/ReceivedWords.h"
 #include "gige/RegisterAccess.h"
 #include "hal/OrvoHal.h"
+#include "platform/WholeSleep.h"
 
 #include <boost/make_shared.hpp>
-
-#include <unistd.h>
 
 #include <atomic>
 #include <utility>
 
 namespace orvo::core::zume {
 
+using templates::platform::sleepWhole;
 using tools::logging::Hex;
 
 bool c_MONITOR_CRC_ERRORS = false;
@@ -160,7 +160,7 @@ void OrvoGbePhysicalNetworkInterface::noteReadError(const Reception& reception) 
         if (auto text = warning())
             text << "': Error(s) in OHalDataQueueReadBufferLong(...) (result = " << reception.result << ")";
     d->uiqReadErrors += 1;
-    usleep(readErrorPauseUs);
+    sleepWhole(readErrorPauseUs);
 }
 
 void OrvoGbePhysicalNetworkInterface::noteZeroSize(const Reception& reception) {

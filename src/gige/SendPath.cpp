@@ -2,8 +2,7 @@
 // One frame from the framework into the port's transmit buffer, once the transmitter is idle.
 #include "gige/OrvoGbePhysicalNetworkInterfaceD.h"
 #include "hal/OrvoHal.h"
-
-#include <unistd.h>
+#include "platform/WholeSleep.h"
 
 #include <algorithm>
 #include <bit>
@@ -13,6 +12,7 @@
 
 namespace orvo::core::zume {
 
+using templates::platform::sleepWhole;
 using tools::logging::Hex;
 
 enum class TransmitterState { Idle, Unexpected, Late };
@@ -49,11 +49,11 @@ TransmitterReading awaitTransmitter(void* device, std::uint32_t txTransferActive
     }
 }
 
-/// In several sleeps where the microseconds do not fit the 32 bits that `usleep` takes.
+/// In several sleeps where the microseconds do not fit the 32 bits that a sleep takes.
 void waitBeforeSending(std::uint32_t waitMs) {
     constexpr std::uint32_t longestMs = std::numeric_limits<useconds_t>::max() / 1000;
-    for (; waitMs > longestMs; waitMs -= longestMs) usleep(longestMs * 1000);
-    if (waitMs != 0) usleep(waitMs * 1000);
+    for (; waitMs > longestMs; waitMs -= longestMs) sleepWhole(longestMs * 1000);
+    if (waitMs != 0) sleepWhole(waitMs * 1000);
 }
 
 /// The whole 16-bit units of the frame, between the writes that begin and end it. Results are not examined:

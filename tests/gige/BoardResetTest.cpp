@@ -3,6 +3,7 @@
 #include "support/Concurrency.h"
 #include "support/EnvironmentVariable.h"
 #include "support/InterfaceTest.h"
+#include "support/Pacing.h"
 #include "support/TemporaryFolder.h"
 
 #include <atomic>
@@ -102,6 +103,15 @@ TEST_F(BoardResetTest, FirstSetupResetsTheWholeBoard) {
     core::zume::OrvoGbePhysicalNetworkInterface third;
     ASSERT_TRUE(third.setup());
     EXPECT_THAT(takeMessages(), testing::SizeIs(3));
+}
+
+TEST_F(BoardResetTest, PauseThatASignalInterruptsGoesOn) {
+    setUpPort();
+    interruptNextSleep(std::chrono::milliseconds{30});
+    port.forceReset();
+    auto whole = forcedReset("0", "0", {"0"});
+    whole.insert(std::find(whole.begin(), whole.end(), "sleep 100000") + 1, "sleep 70000");
+    EXPECT_EQ(board.takeJournal(), whole);
 }
 
 TEST_F(BoardResetTest, ForcedResetTouchesItsOwnPortOnly) {

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <mutex>
 
 namespace orvo::test {
@@ -16,13 +17,18 @@ namespace {
 std::mutex handlerLock;
 std::function<void(std::chrono::microseconds)> sleepHandler;
 std::function<void()> clockHandler;
-std::atomic<long> heldNs{0}; // what the clock shows while it is held, 0 while it runs
+std::atomic<long> interruptionMs{0}; // of the next sleep, after so much of it; 0 for none
+std::atomic<long> heldNs{0};         // what the clock shows while it is held, 0 while it runs
 
 } // namespace
 
 void onSleep(std::function<void(std::chrono::microseconds)> handler) {
     const std::lock_guard guard(handlerLock);
     sleepHandler = std::move(handler);
+}
+
+void interruptNextSleep(std::chrono::milliseconds after) {
+    interruptionMs = after.count();
 }
 
 void holdClock() {
@@ -54,7 +60,11 @@ __attribute__((visibility("default"))) int usleep(useconds_t length) {
         if (orvo::test::sleepHandler) orvo::test::sleepHandler(std::chrono::microseconds{length});
     }
     sched_yield();
-    return 0;
+    const std::chrono::milliseconds passed{orvo::test::interruptionMs.exchange(0)};
+    if (passed.count() == 0) return 0;
+    orvo::test::advanceClock(passed);
+    errno = EINTR;
+    return -1;
 }
 
 __attribute__((visibility("default"))) int clock_gettime(clockid_t clock, timespec* now) noexcept {

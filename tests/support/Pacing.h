@@ -12,6 +12,9 @@ namespace orvo::test {
 /// the processor up for a moment.
 void onSleep(std::function<void(std::chrono::microseconds)> handler);
 
+/// Lets a signal interrupt the next usleep when that much of it has passed on a held clock.
+void interruptNextSleep(std::chrono::milliseconds after);
+
 /// Stops the monotonic clock of the process: no bound passes, however slow the machine, unless the clock is
 /// advanced. The C library's own waits go by the system's time all the same.
 void holdClock();
