@@ -8,6 +8,8 @@
 
 #include <boost/format.hpp>
 
+#include <locale>
+
 namespace orvo::core::zume {
 
 using templates::platform::sleepWhole;
@@ -24,7 +26,7 @@ constexpr unsigned snapshotPauseUs = 1'000'000;
 } // namespace
 
 std::string PortState::phyContentToString(unsigned short value) {
-    std::string text = (boost::format("0x%04x") % value).str() + " [ ";
+    std::string text = (boost::format("0x%04x", std::locale::classic()) % value).str() + " [ ";
     for (int bit = 15; bit >= 0; --bit) {
         text += (value >> bit) & 1 ? '1' : '0';
         if (bit % 4 == 0 && bit != 0) text += '_';

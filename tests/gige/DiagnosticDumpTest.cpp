@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include "support/HostLocale.h"
 #include "support/InterfaceTest.h"
 
 namespace orvo::test {
@@ -18,6 +19,7 @@ std::string found(const std::string& device) {
 }
 
 TEST_F(DiagnosticDumpTest, CompleteReport) {
+    const HostLocale locale; // has no say in messages
     setUpPort();
     board.infoInts = {{"board/serial", -2}, {"board/type", 0x12A44}};
     board.infoTexts = {{"board/name", "Grabber"}};

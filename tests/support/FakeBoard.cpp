@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <locale>
 #include <utility>
 
 namespace orvo::test {
@@ -20,7 +21,7 @@ int deviceTag = 0; // handles are addresses of these, or of a serial for a devic
 int appletTag = 0;
 
 std::string hex(std::uint64_t value) {
-    return (boost::format("%#x") % value).str();
+    return (boost::format("%#x", std::locale::classic()) % value).str();
 }
 
 int infoInt(void* device, const char* key) {
