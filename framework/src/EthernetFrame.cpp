@@ -28,7 +28,12 @@ bool EthernetFrame::hasFcsAppended() const {
 void EthernetFrame::appendFcs(unsigned int errorMask) {
     if (fcsAppended_) return;
     auto fcs = libdeflate_crc32(0, data_.constData(), static_cast<std::size_t>(data_.size())) ^ errorMask;
-    for (int i = 0; i < 4; ++i, fcs >>= 8) data_.append(static_cast<char>(fcs & 0xFF));
+    char bytes[4];
+    for (char& byte : bytes) {
+        byte = static_cast<char>(fcs & 0xFF);
+        fcs >>= 8;
+    }
+    data_.append(bytes, sizeof bytes); // at once, so that all of them or none find memory
     fcsAppended_ = true;
 }
 
