@@ -48,7 +48,7 @@ void Logging::leaveDispatcher() noexcept {
     if (const auto* descriptor = d_->descriptor.exchange(nullptr)) descriptor->detach(this);
 }
 
-void Logging::leaveDispatcherAtUnload() noexcept {
+Logging::Leaving::~Leaving() {
     if (instance) instance->leaveDispatcher();
 }
 
@@ -63,6 +63,8 @@ void Logging::postConstruct() {
     }
     d_->descriptor = descriptor;
     descriptor->attach(this, dispatcherDetached, setLoggerLevel, &d_->lookup, &d_->emit);
+    // Made after everything that the dispatcher made until now, it is destroyed before any of that.
+    static const Leaving leaving;
 }
 
 Logger* Logging::getLogger(const char* name) {

@@ -40,10 +40,12 @@ private:
     /// Detaches from the dispatcher, if one is attached. It makes no more callbacks after that.
     ORVO_INTERNAL void leaveDispatcher() noexcept;
 
-    /// Runs when the library is unloaded or the process ends. If the host did not de-initialise the plug-in,
-    /// the facility is still attached, and the dispatcher would call into unloaded code. The facility itself
-    /// stays, because threads of an ending process may still log.
-    [[gnu::destructor]] ORVO_INTERNAL static void leaveDispatcherAtUnload() noexcept;
+    /// Leaves the dispatcher when the library is unloaded or the process ends, in case the host did not
+    /// de-initialise the plug-in. The facility itself stays, because threads of an ending process may still
+    /// log.
+    struct ORVO_INTERNAL Leaving {
+        ~Leaving();
+    };
 
     // Callbacks for the dispatcher.
     static void dispatcherDetached();

@@ -195,6 +195,17 @@ TEST(InstalledPlugin, LoadedAgainItIsNewAlsoWhenTheHostForgotToDeinitialise) {
     EXPECT_EXIT(useAgainAndAgain(), testing::ExitedWithCode(0), ""); // the host's memory leak is the child's
 }
 
+TEST(InstalledPlugin, LeavesADispatcherThatEndsWithTheProcess) {
+    PluginRoot root;
+    root.addStub("stub-dispatcher", "common-logging-dispatcher");
+    const auto endWithoutDeinitialisation = [&root] {
+        const PluginFile plugin(root.plugin());
+        (*plugin.symbol<void (*)()>("plugin_init"))();
+        std::exit(0);
+    };
+    EXPECT_EXIT(endWithoutDeinitialisation(), testing::ExitedWithCode(0), "");
+}
+
 TEST(InstalledPlugin, WithoutDispatcherEveryLoggerRefuses) {
     for (const bool hasOtherLibrary : {false, true}) { // one of that name that is no dispatcher
         SCOPED_TRACE(hasOtherLibrary);
