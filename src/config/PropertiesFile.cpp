@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "config/PropertiesFile.h"
 
+#include <filesystem>
 #include <fstream>
 
 namespace orvo::templates::platform {
@@ -10,6 +11,9 @@ PropertiesFile::PropertiesFile(bool sectionsEnabled, bool caseSensitiveKeys)
 
 bool PropertiesFile::load(const std::string& fileName, bool append, bool overwrite) {
     const RecursiveMutexGuard guard(&guard_);
+    std::error_code reason;
+    if (!std::filesystem::is_regular_file(fileName, reason))
+        return false; // to open a pipe is to wait for its writer
     std::ifstream file(fileName);
     if (!file) return false;
     if (!append) entries_.clear();

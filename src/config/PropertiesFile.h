@@ -19,8 +19,9 @@ class PropertiesFile {
 public:
     PropertiesFile(bool sectionsEnabled, bool caseSensitiveKeys);
 
-    /// Reads a file. False when it cannot be opened; nothing changes then. `append` false removes the entries
-    /// from before. Of two equal keys the later one wins if `overwrite` is true, otherwise the earlier one.
+    /// Reads a file. False when it cannot be opened or is no regular file; nothing changes then. `append`
+    /// false removes the entries from before. Of two equal keys the later one wins if `overwrite` is true,
+    /// otherwise the earlier one.
     bool load(const std::string& fileName, bool append, bool overwrite);
 
     /// The value of a full key, or an empty text. `found`, if not null, tells whether there is one.

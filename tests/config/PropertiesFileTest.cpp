@@ -2,8 +2,11 @@
 // The format of properties files, line by line.
 #include "config/PropertiesFile.h"
 
+#include "support/Concurrency.h"
 #include "support/HostLocale.h"
 #include "support/TemporaryFolder.h"
+
+#include <sys/stat.h>
 
 #include <optional>
 
@@ -50,6 +53,15 @@ TEST(PropertiesFile, ReadsLineByLine) {
         EXPECT_TRUE(file.load(folder.write("rt.conf", row.text), true, true));
         EXPECT_EQ(valueOf(file, row.key), row.value);
     }
+}
+
+TEST(PropertiesFile, WhatIsNoFileCannotBeRead) {
+    const TemporaryFolder folder;
+    const auto pipe = folder / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    PropertiesFile file(true, false);
+    finishInBackground([&] { EXPECT_FALSE(file.load(pipe, true, true)) << "opening it waits for a writer"; });
+    EXPECT_FALSE(file.load(folder.path(), true, true));
 }
 
 TEST(PropertiesFile, SecondFileAddsOrReplaces) {
