@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <locale>
 #include <string>
 
@@ -29,7 +30,7 @@ private:
         static const mask* table() {
             static mask masks[table_size];
             std::copy_n(classic_table(), table_size, masks);
-            masks[';'] |= space;
+            masks[std::size_t{';'}] |= space;
             return masks;
         }
         char do_toupper(char letter) const override {
