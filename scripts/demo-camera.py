@@ -52,7 +52,7 @@ def acquire(camera, rate, seconds):
     complete, failed, first = 0, 0, None
     end, stopped = time.monotonic() + seconds, False
     while True:
-        buffer = stream.timeout_pop_buffer(100_000)  # us
+        buffer = stream.timeout_pop_buffer(500_000 if stopped else 100_000)  # us; the last image may be late
         if not stopped and time.monotonic() >= end:
             camera.stop_acquisition()
             stopped = True
@@ -103,4 +103,7 @@ def receive(seconds, path):
 if __name__ == "__main__":
     if sys.argv[1] == "send":
         send()
-    receive(float(sys.argv[2]), sys.argv[3])
+    try:
+        receive(float(sys.argv[2]), sys.argv[3])
+    except GLib.Error as error:
+        sys.exit(f"demo: the camera stopped answering: {error.message}")

@@ -102,6 +102,18 @@ bool CommandLine::isChosen() const {
     return app_->parsed();
 }
 
+void CommandLine::refuseOthers(const std::vector<std::string>& fitting, const std::string& why) const {
+    std::vector<std::string> others;
+    for (const auto* option : app_->get_options())
+        if (const auto name = namesOf(*option).back();
+            option->count() != 0 && !option->get_positional() && std::ranges::count(fitting, name) == 0)
+            others.push_back(name);
+    if (others.empty()) return;
+    const bool isOne = others.size() == 1;
+    throw UsageFailure(joined(others, ", ") + (isOne ? " is " : " are ") + why + "; leave " +
+                       (isOne ? "it" : "them") + " out");
+}
+
 Option CommandLine::flag(const char* name, bool& variable, const char* description) {
     return Option(*app_->add_flag(name, variable, description));
 }

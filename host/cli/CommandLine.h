@@ -56,6 +56,10 @@ public:
 
     bool isChosen() const;
 
+    /// Once parsed. Errors: UsageFailure where options other than `fitting`, long names with dashes, were
+    /// given; `why` follows their names and "is" or "are".
+    void refuseOthers(const std::vector<std::string>& fitting, const std::string& why) const;
+
     Option flag(const char* name, bool& variable, const char* description);
     Option text(const char* name, const char* form, std::string& variable, const std::string& description);
     /// `take` receives the value, and may throw WrongValue.

@@ -53,6 +53,7 @@ public:
 private:
     void refuseUnfitting() const {
         if (filter_.from > filter_.to) throw UsageFailure("--from is later than --to; exchange them");
+        if (json_ && !capture_.empty()) throw UsageFailure("--pcapng prints no calls; leave --json out");
         if (other_.empty()) return;
         if (!capture_.empty()) throw UsageFailure("--diff writes no frames; leave --pcapng out");
         if (!filter_.passesAll())

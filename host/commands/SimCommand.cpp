@@ -14,6 +14,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 
 namespace orvo::host {
 namespace {
@@ -24,8 +25,8 @@ struct Request {
     const DynamicLibrary& hal;
     const SimulatorControl& simulator;
     const std::vector<std::string>& arguments;
-    unsigned board;
-    std::uint64_t seed;
+    std::optional<unsigned> board;
+    std::optional<std::uint64_t> seed;
     bool json;
 
     template <class Function> Function* entry(const char* name) const { return hal.require<Function>(name); }
@@ -103,7 +104,8 @@ void setWire(const Request& request) {
     const auto equals = text.find('=');
     const auto place = text.substr(0, equals);
     auto port = PortAddress::parse(place);
-    if (!port) port = PortAddress::parse(std::to_string(request.board) + "/" + place);
+    if (port && request.board) throw UsageFailure(quoted(place) + " names the board; leave --board out");
+    if (!port) port = PortAddress::parse(std::to_string(request.board.value_or(0)) + "/" + place);
     if (!port || equals == std::string::npos)
         throw UsageFailure(quoted(text) + " is not of the form PORT=WIRE, such as 0/1=loopback");
     request.simulator.setWire(*port, text.substr(equals + 1));
@@ -119,10 +121,10 @@ void setPlugged(const Request& request, bool plugged) {
 
 void setFaults(const Request& request) {
     request.takes(1, 1, "faults FILE [--seed N], or: orvo-gige sim faults off");
-    if (request.arguments.front() == "off")
-        request.simulator.endFaults();
-    else
-        request.simulator.loadFaults(request.arguments.front(), request.seed);
+    const auto& script = request.arguments.front();
+    if (script != "off") return request.simulator.loadFaults(script, request.seed.value_or(0));
+    if (request.seed) throw UsageFailure("--seed is for a script; leave it out");
+    request.simulator.endFaults();
 }
 
 void reportActionTimeouts(const Request& request) {
@@ -144,19 +146,24 @@ void setPower(const Request& request) {
     const auto& state = request.arguments.front();
     if (state != "on" && state != "off") throw UsageFailure(quoted(state) + " is neither 'on' nor 'off'");
     const auto set = request.entry<decltype(::orvoSimSetBoardPresent)>("orvoSimSetBoardPresent");
-    require(set(request.board, state == "on" ? 1 : 0),
-            fmt::format("cannot switch board {} {}", request.board, state));
+    const auto board = request.board.value_or(0);
+    require(set(board, state == "on" ? 1 : 0), fmt::format("cannot switch board {} {}", board, state));
 }
 
-const std::map<std::string, void (*)(const Request&)>& actions() {
-    static const std::map<std::string, void (*)(const Request&)> all = {
-        {"status", printStatus},
-        {"wire", setWire},
-        {"unplug", [](const Request& request) { setPlugged(request, false); }},
-        {"plug", [](const Request& request) { setPlugged(request, true); }},
-        {"faults", setFaults},
-        {"action", reportActionTimeouts},
-        {"power", setPower}};
+struct Action {
+    void (*run)(const Request&);
+    const char* option = ""; // that it can have
+};
+
+const std::map<std::string, Action>& actions() {
+    static const std::map<std::string, Action> all = {
+        {"status", {printStatus, "--json"}},
+        {"wire", {setWire, "--board"}},
+        {"unplug", {[](const Request& request) { setPlugged(request, false); }}},
+        {"plug", {[](const Request& request) { setPlugged(request, true); }}},
+        {"faults", {setFaults, "--seed"}},
+        {"action", {reportActionTimeouts}},
+        {"power", {setPower, "--board"}}};
     return all;
 }
 
@@ -177,20 +184,25 @@ public:
                 "action BOARD/PORT [COUNT]; power on or off")
             .required();
         line().rest("ARGUMENT", "ARGUMENT", arguments_, "What the action takes");
-        line().number("-b,--board", board_, {.most = boardLimit - 1},
-                      "Board of 'power' and 'wire' (default 0)");
-        line().number("--seed", seed_, {}, "Seed of the script's random choices (default 0)");
+        line().number(
+            "-b,--board", [this](std::uint64_t number) { board_ = static_cast<unsigned>(number); },
+            {.most = boardLimit - 1}, "Board of 'power' and 'wire' (default 0)");
+        line().number(
+            "--seed", [this](std::uint64_t number) { seed_ = number; }, {},
+            "Seed of the script's random choices (default 0)");
         line().flag("--json", json_, "Print the status as JSON");
         addRootOption(line(), root_);
     }
 
     int run() override {
+        const auto& action = actions().at(action_);
+        line().refuseOthers({"--root", action.option}, "not for 'sim " + action_ + "'");
         const DynamicLibrary hal(Installation(root_).library("orvo_hal"));
         const auto simulator = SimulatorControl::find(hal);
         if (!simulator || simulator->server().empty())
             throw Failure("sim acts on boards that programs share, and none are found; start them: orvo-gige "
                           "simulate (ORVO_BOARD chooses others than 'default')");
-        actions().at(action_)({hal, *simulator, arguments_, board_, seed_, json_});
+        action.run({hal, *simulator, arguments_, board_, seed_, json_});
         return Done;
     }
 
@@ -198,8 +210,8 @@ private:
     std::string root_;
     std::string action_;
     std::vector<std::string> arguments_;
-    unsigned board_ = 0;
-    std::uint64_t seed_ = 0;
+    std::optional<unsigned> board_;
+    std::optional<std::uint64_t> seed_;
     bool json_ = false;
 };
 

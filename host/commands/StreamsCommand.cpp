@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include "base/Failure.h"
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
@@ -30,9 +29,8 @@ public:
     }
 
     int run() override {
-        if (!request_.capture.empty() && (request_.limits.frames != 0 || request_.limits.time.count() > 0))
-            throw UsageFailure(
-                "a capture is read to its end; leave out --count and --duration, which are for a port");
+        if (!request_.capture.empty())
+            line().refuseOthers({"--images", "--json"}, "for a port, not for a capture");
         StreamAccount::Take take;
         if (showImages_) take = showImage;
         const auto report = runStreams(request_, take);

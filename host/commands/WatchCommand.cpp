@@ -11,6 +11,7 @@
 #include "inspect/watch/QueueDrain.h"
 #include "inspect/watch/Sampler.h"
 #include "inspect/watch/WatchView.h"
+#include "traffic/WireStreams.h"
 
 #include <nlohmann/json.hpp>
 #include <poll.h>
@@ -66,6 +67,24 @@ std::vector<PortAddress> addressesOf(const std::vector<PortHistory>& tracks) {
     return addresses;
 }
 
+/// What passes the ports, and the receiver of what nobody else can take.
+class Frames {
+public:
+    Frames(const BoardAccess& access, const std::vector<PortAddress>& ports, Seconds interval)
+        : wires_(access, ports, interval / 2), drain_(access, ports) {}
+
+    void addTo(WatchState& state) {
+        wires_.addTo(streams_, state.seconds);
+        state.streams = streams_.all();
+        std::ranges::move(wires_.takeNews(), std::back_inserter(state.news));
+    }
+
+private:
+    StreamHistories streams_;
+    WireStreams wires_; // listens before frames are taken
+    QueueDrain drain_;
+};
+
 class WatchCommand : public Command {
 public:
     explicit WatchCommand(Program& program)
@@ -99,19 +118,18 @@ public:
         PortHistories tracks(historyLength);
         MetricsFile metrics(prometheusFile_);
         const auto view = viewFor(json_);
-        std::optional<QueueDrain>
-            receiver; // made after the first reading, which is to count what is received from then on
+        std::optional<Frames> frames; // after the first reading, which is to count those from then on
         const auto begin = Clock::now();
         for (std::uint64_t readings = 1;; ++readings) {
             tracks.add(sampler.take());
-            const WatchState state{tracks.all(), std::chrono::system_clock::now(),
-                                   Seconds(Clock::now() - begin).count(), interval_.count(),
-                                   sampler.takeNews()};
+            WatchState state{tracks.all(), std::chrono::system_clock::now(),
+                             Seconds(Clock::now() - begin).count(), interval_.count(), sampler.takeNews()};
             if (state.ports.empty())
                 throw Failure("no board has GigE ports; 'orvo-gige boards' lists the boards");
+            if (frames) frames->addTo(state);
             if (metrics.isWanted()) metrics.renew(prometheusTextOf(state));
             view->show(state);
-            if (!receiver) receiver.emplace(access, addressesOf(state.ports));
+            if (!frames) frames.emplace(access, addressesOf(state.ports), interval_);
             if (readings != count_) waitUntil(nextOf(begin, interval_), state, *view);
             if (readings == count_ || endRequested() != 0) {
                 view->end(state);

@@ -14,7 +14,7 @@ namespace {
 std::string reasonOf(int result) {
     switch (result) {
     case OrvoSimTapTaken:
-        return "another program listens there already; end that one first";
+        return "four programs listen there already; end one of them";
     case OrvoSimNoSuchPlace:
         return "there is no such port; 'orvo-gige boards' lists boards and ports";
     case OrvoSimNoMemory:

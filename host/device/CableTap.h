@@ -10,7 +10,8 @@ namespace orvo::host {
 /// Listens at the cable of a simulated port, beside all programs that use the port. One thread at a time.
 class CableTap {
 public:
-    /// Errors: Failure when there is no such port, somebody listens there, or the board library cannot do it.
+    /// Errors: Failure when there is no such port, all places to listen are taken, or the board library
+    /// cannot do it.
     CableTap(const DynamicLibrary& hal, PortAddress port);
 
     /// The next frame, with at most `room` of its bytes; false when none came in time, or the server of the

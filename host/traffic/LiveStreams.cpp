@@ -4,8 +4,6 @@
 namespace orvo::host {
 namespace {
 
-constexpr StreamTime publishInterval = 1'000'000'000;
-
 StreamTime now() {
     const auto time = std::chrono::steady_clock::now().time_since_epoch();
     return std::chrono::duration_cast<std::chrono::nanoseconds>(time).count();
@@ -17,7 +15,8 @@ Bytes bytesOf(const QByteArray& frame) {
 
 } // namespace
 
-LiveStreams::LiveStreams(StreamAccount::Take take) : account_(std::move(take)) {}
+LiveStreams::LiveStreams(StreamAccount::Take take, std::chrono::nanoseconds interval)
+    : account_(std::move(take)), interval_(interval.count()) {}
 
 void LiveStreams::addReceived(Bytes frame, std::optional<StreamTime> time) {
     takeSent();
@@ -57,7 +56,7 @@ void LiveStreams::takeSent() {
 
 /// Once in a while. A reader that is copying the report gets this one the next time.
 void LiveStreams::publish(StreamTime time) {
-    if (time - publishedAt_ < publishInterval) return;
+    if (time - publishedAt_ < interval_) return;
     const std::unique_lock lock(mutex_, std::try_to_lock);
     if (!lock) return;
     publishedAt_ = time;

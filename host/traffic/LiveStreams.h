@@ -17,7 +17,9 @@ namespace orvo::host {
 /// some to it, and any may ask for a report. Neither of the two waits for anyone.
 class LiveStreams {
 public:
-    explicit LiveStreams(StreamAccount::Take take = {});
+    /// The report is at most `interval` old.
+    explicit LiveStreams(StreamAccount::Take take = {},
+                         std::chrono::nanoseconds interval = std::chrono::seconds(1));
 
     /// A frame from the port, or of its cable; `time` where it is known better than now. Receiving thread.
     void addReceived(Bytes frame, std::optional<StreamTime> time = {});
@@ -30,7 +32,7 @@ public:
     /// Ends the account when both threads have ended.
     void finish();
 
-    /// As of a second ago at most; complete after `finish`. Any thread.
+    /// Complete after `finish`. Any thread.
     StreamsReport report() const;
 
 private:
@@ -43,6 +45,7 @@ private:
     void publish(StreamTime now);
 
     StreamAccount account_; // the receiving thread's
+    const StreamTime interval_;
     StreamTime publishedAt_ = 0;
     boost::lockfree::spsc_queue<Sent, boost::lockfree::capacity<256>> sent_;
     LiveCounter omitted_;      // commands that were sent faster than they could be followed

@@ -116,8 +116,6 @@ StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Ta
 } // namespace
 
 StreamRunReport runStreams(const StreamRequest& request, const StreamAccount::Take& take) {
-    if (request.atWire && !request.capture.empty())
-        throw UsageFailure("--at wire listens at a port, not to a capture; leave one of the two out");
     return request.capture.empty() ? followPort(request, take) : readCapture(request, take);
 }
 

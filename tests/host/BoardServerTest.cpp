@@ -54,6 +54,8 @@ TEST_F(BoardServerTest, ProgramsSayWhoseBoardsTheyUse) {
 
 TEST_F(BoardServerTest, AServerThatDoesNotAnswerIsNamedWithTheWayToStartIt) {
     expectRefusal({"boards"}, 1, "no server answers at " + socket + "; start it with: ", environment);
+    expectRefusal({"sim", "unplug", "0/1", "--json", "--seed", "1"}, 2,
+                  "--seed, --json are not for 'sim unplug'; leave them out", environment);
     const Words named = {"ORVO_BOARD=nobody", "XDG_RUNTIME_DIR=" + folder.file("")};
     const auto outcome = runTool({"boards"}, named);
     EXPECT_THAT(outcome.err,

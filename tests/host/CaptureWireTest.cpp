@@ -8,7 +8,9 @@
 #include <nlohmann/json.hpp>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cstring>
+#include <deque>
 #include <map>
 #include <optional>
 
@@ -175,6 +177,8 @@ TEST_F(CaptureWireTest, StreamsAtTheWireOrOfItsFileNameThePlaceOfEachPacketThatD
     awaitStart(reader);
     Process listener(streams({"--at", "wire", "-c", std::to_string(few)}), environment);
     awaitStart(listener);
+    Process watch({ORVO_GIGE, "watch", "--json", "--board", "0", "--interval", "0.05"}, environment);
+    ASSERT_TRUE(watch.reaches([&] { return std::ranges::count(watch.output(), '\n') == 2; })); // and listens
     const Words spoiled = {"-p", "0", "--receive", "0/0", "--fcs", "host", "--bad-fcs", "7"};
     replay(spoiled, writeImages(folder.file("few.pcap"), 200));
     const auto atWire = reportOf(listener), atHost = reportOf(reader);
@@ -183,6 +187,10 @@ TEST_F(CaptureWireTest, StreamsAtTheWireOrOfItsFileNameThePlaceOfEachPacketThatD
         EXPECT_EQ(atWire["streams"][0][figure], atHost["streams"][0][figure]) << figure;
     EXPECT_EQ(atWire["losses"], atHost["losses"]);
     EXPECT_EQ(atWire["losses"]["places"], (json{{{"where", "as damaged frames"}, {"frames", few / 7}}}));
+
+    const auto asWatched =
+        "\"complete\":0,\"incomplete\":" + std::to_string(200 - 16); // the last may be resent
+    EXPECT_TRUE(watch.reaches([&] { return watch.output().find(asWatched) != std::string::npos; }));
 
     constexpr unsigned many = 1000 * 12; // more than the queue holds, and nobody reads
     start();
@@ -198,8 +206,14 @@ TEST_F(CaptureWireTest, StreamsAtTheWireOrOfItsFileNameThePlaceOfEachPacketThatD
 
 TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
     start();
+    std::deque<Process> others;
+    for (auto i = 0; i < 3; ++i) {
+        auto& other =
+            others.emplace_back(Words{ORVO_GIGE, "streams", "--at", "wire", "-p", "1"}, environment);
+        ASSERT_TRUE(other.reaches([&] { return other.errors().find("at the wire") != std::string::npos; }));
+    }
     const std::tuple<Words, int, const char*> cases[] = {
-        {{"-p", "1"}, 1, "another program listens there already"},
+        {{"-p", "1"}, 1, "four programs listen there already"},
         {{"-p", "0", "--crc-watch"}, 2, "--crc-watch is for --at host"},
         {{"-p", "7/0"}, 1, "there is no such port"},
     };
@@ -212,7 +226,8 @@ TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
             EXPECT_THAT(outcome.err, HasSubstr(complaint));
         }
     }
-    expectRefusal({"streams", "--at", "wire", output}, 2, "--at wire listens at a port, not to a capture");
+    expectRefusal({"streams", "--at", "wire", "--no-reset", output}, 2,
+                  "--at, --no-reset are for a port, not for a capture; leave them out");
     // Without a file, a line a frame tells its direction and its end.
     const auto command = Words{ORVO_GIGE, "capture", "--at", "wire", "-p", "0", "--count", "1"};
     Process lines(command, environment);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <list>
+#include <regex>
 #include <set>
 
 namespace orvo::host {
@@ -90,6 +91,50 @@ TEST_F(LabTest, CommandsOfBothEndsReachEachOtherThroughThePort) {
     EXPECT_THAT(outcome.err, HasSubstr("dropped   0 frames"));
     EXPECT_TRUE(lab.vanishes()) << "what the command left running";
     EXPECT_EQ(interfaces(), before);
+}
+
+// On a busy machine images are lost, and the account tells as many as all others.
+TEST_F(LabTest, TheDemonstrationsNumbersAgreeWithTheClientsAndThePorts) {
+    if (const auto reason = obstacle(); !reason.empty()) GTEST_SKIP() << reason;
+    const TemporaryFolder folder;
+    const auto image = folder.file("image.png");
+    const auto [exitCode, out, err] = runTool({"demo", "--duration", "2", "--write", image});
+    if (err.find("demo needs Aravis") != std::string::npos) GTEST_SKIP() << err;
+    if (err.find("demo: the camera stopped answering") != std::string::npos)
+        GTEST_SKIP() << "other programs take too much of the processor";
+    const auto numbers = [](std::string text, const std::string& pattern) {
+        std::erase(text, ',');
+        std::vector<std::uint64_t> found;
+        const std::regex form(pattern);
+        for (std::sregex_iterator at(text.begin(), text.end(), form), end; at != end; ++at)
+            for (std::size_t i = 1; i < at->size(); ++i) found.push_back(std::stoull(at->str(i)));
+        return found;
+    };
+    const auto complete = numbers(out, "acquired .*: ([0-9]+) complete"),
+               packets = numbers(out, "; ([0-9]+) packets"),
+               completeHere = numbers(err, "images +([0-9]+) complete"),
+               packetsHere = numbers(err, "packets +([0-9]+) received"),
+               account = numbers(err, "streams' account +([0-9]+) and ([0-9]+) others"),
+               plugin = numbers(err, "plug-in +([0-9]+)"),
+               board = numbers(err, "board +([0-9]+) +[0-9]+ +([0-9]+)");
+    ASSERT_TRUE(complete.size() == 2 && packets.size() == 2 && completeHere.size() == 2 &&
+                packetsHere.size() == 2 && account.size() == 2 && plugin.size() == 1 && board.size() == 2)
+        << out << err;
+    const auto areSame = [&](std::size_t i) {
+        return complete[i] == completeHere[i] && packets[i] == packetsHere[i];
+    };
+    for (std::size_t i = 0; i < 2; ++i) // the client may leave before an image that comes late
+        EXPECT_TRUE(complete[i] <= completeHere[i] && packets[i] <= packetsHere[i]) << out << err;
+    if (exitCode == 0)
+        EXPECT_TRUE(areSame(0) || areSame(1)) << out << err;
+    else
+        EXPECT_THAT(err, HasSubstr("demo: images were lost"));
+    EXPECT_EQ(account[0], packetsHere[0] + packetsHere[1]);
+    EXPECT_EQ(account[0] + account[1], plugin[0]);
+    EXPECT_EQ(plugin[0] + board[1], board[0]);
+    if (complete[0] == 0) return;
+    const std::string beginning("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\1\x90\0\0\1\x2c", 24); // 400 x 300
+    EXPECT_THAT(contentOf(image), testing::StartsWith(beginning));
 }
 
 // A web server's answer and pings, recorded by the analyser's own recorder at the host end.

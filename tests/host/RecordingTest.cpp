@@ -141,6 +141,7 @@ TEST_F(RecordingTest, RefusesUnfittingOptionsInOneLineAndTouchesNothing) {
     expectRefusal({"reset", "--board-recording", reset, "--wire", "0=loopback"}, 2, "leave the option out");
     expectRefusal({"calls", reset, "--diff", reset, "--thread", "0"}, 2, "compares whole recordings");
     expectRefusal({"calls", reset, "--from", "2", "--to", "1"}, 2, "--from is later than --to");
+    expectRefusal({"calls", reset, "--pcapng", input, "--json"}, 2, "leave --json out");
     expectRefusal({"selftest", "--board", "0", "--renew"}, 2, "leave --board out");
     expectRefusal({"replay", input, "--record", input}, 1, "is no recording; name another file");
     EXPECT_EQ(contentOf(input), contentOf(recordedFrames));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Watching of ports: histories of readings, the forms in which they are shown, and `orvo-gige watch` itself.
+#include "CameraFrames.h"
 #include "Process.h"
 
 #include "device/BoardAccess.h"
@@ -137,9 +138,46 @@ TEST(ScreenTest, FitsAndColoursWhatRises) {
                                        row("receive errors", " 3"), row("SINCE START", " 0/0"),
                                        row("received packets", " 3,000")}));
     auto state = stateOf(histories);
+    state.streams = {{.port = {4, 1},
+                      .ends = {.camera = 0xC0A8'6465, .host = 0, .port = 0},
+                      .imagesPerSecond = 1234.5,
+                      .complete = 9'999'999'999,
+                      .incomplete = 999'999'999,
+                      .missingPackets = 999'999'999'999,
+                      .hasRisen = true}};
+    state.streams.push_back(state.streams[0]); // another client's
+    state.streams[0].silentSeconds = 60;
+    const std::string all = "4/1   192.168.100.101    1234.5  9,999,999,999    999,999,999  999,999,999,999";
+    EXPECT_THAT(screenOf(state, {80, 6}),
+                ElementsAre(title, heading, row("4/1 ", "rising"), row("0/0 ", "none"),
+                            row("STREAM FROM", "PACKETS MISSING"),
+                            StartsWith("+4 more"))); // with one of the two
+    EXPECT_THAT(screenOf(state, {80, 0}), testing::Contains(all));
     state.news = {"board 1 is there"};
     EXPECT_THAT(screenOf(state, {16, 3}),
-                ElementsAre("orvo-gige: 2 por", "board 1 is there", StartsWith("+9 more")));
+                ElementsAre("orvo-gige: 2 por", "board 1 is there", StartsWith("+11 more")));
+}
+
+TEST(StreamHistoriesTest, HaveTheLatestRateOfImagesAndFallWithoutAny) {
+    StreamHistories histories;
+    const auto rateAfter = [&](double seconds, std::uint64_t begun, StreamTime lastBegin) {
+        StreamsReport report;
+        report.streams.resize(1);
+        auto& figures = report.streams[0].figures;
+        figures.begun = begun;
+        figures.lastBegin = lastBegin;
+        histories.add({0, 0}, report, seconds);
+        return histories.all().at(0).imagesPerSecond;
+    };
+    EXPECT_EQ(rateAfter(1, 11, 500'000'000), 22 * 10 / 11.); // from the first one, at 0
+    EXPECT_EQ(rateAfter(2, 31, 1'500'000'000), 20);
+    EXPECT_EQ(rateAfter(2.01, 31, 1'500'000'000), 20);
+    EXPECT_EQ(rateAfter(4, 31, 1'500'000'000), 0.5);
+    EXPECT_EQ(rateAfter(5, 32, 5'500'000'000), 0.25);
+    histories.add({0, 1}, {}, 6);
+    EXPECT_EQ(histories.all().size(), 1U);
+    histories.add({0, 0}, {}, 6); // given up
+    EXPECT_TRUE(histories.all().empty());
 }
 
 TEST(SamplerTest, SeesFailedReadsBoardsThatGoAndLinks) {
@@ -181,13 +219,16 @@ TEST(WatchCommandTest, ShowsTrafficThatArrives) {
     std::vector<Frame> frames;
     for (unsigned number = 0; number < 50; ++number) frames.push_back(numberedFrame(number, 100));
     writeCapture(folder.file("in.pcap"), frames);
-    const auto wire = "0=pcap:" + folder.file("in.pcap"), metrics = folder.file("orvo.prom");
+    const auto wires =
+        "0=pcap:" + folder.file("in.pcap") + " --wire 1=pcap:" + writeImages(folder.file("images.pcap"), 5);
+    const auto metrics = folder.file("orvo.prom");
     Process watch({"sh", "-c",
-                   std::string("exec " ORVO_GIGE " watch --json --board 0 --interval 0.05 --wire ") + wire +
+                   std::string("exec " ORVO_GIGE " watch --json --board 0 --interval 0.05 --wire ") + wires +
                        " --prometheus " + metrics + " >" + folder.file("out")});
     ASSERT_TRUE(watch.reaches([&] {
         return contentOf(metrics).find("received_packets_total{board=\"0\",port=\"0\"} 50\n") !=
-               std::string::npos;
+                   std::string::npos &&
+               contentOf(folder.file("out")).find("\"complete\":5,") != std::string::npos;
     }));
     watch.signal(SIGINT);
     EXPECT_EQ(watch.wait().exitCode, 0);
@@ -199,6 +240,11 @@ TEST(WatchCommandTest, ShowsTrafficThatArrives) {
     EXPECT_EQ(port["counters"]["receivedPackets"]["sinceStart"], 50);
     EXPECT_EQ(port["counters"]["wireReceivedBytes"]["sinceStart"], 50 * 104);
     EXPECT_EQ(port["counters"]["receiveErrors"]["sinceStart"], 0);
+    EXPECT_TRUE(port["streams"].empty());
+    auto stream = last["ports"][1]["streams"].at(0);
+    stream.erase("imagesPerSecond");
+    EXPECT_EQ(stream, json::parse(R"({"camera": "192.168.7.1", "host": "192.168.7.2", "port": 4000,
+                                      "complete": 5, "incomplete": 0, "missingPackets": 0})"));
 
     const auto twice =
         runTool({"watch", "--json", "--count", "2", "--interval", "0.05", "--link-interval", "0"});

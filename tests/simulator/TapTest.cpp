@@ -165,7 +165,7 @@ TEST_F(TapTest, CountsExactlyWhatAListenerThatDoesNotReadMisses) {
     }
 }
 
-TEST_F(TapTest, APortHasOneListener) {
+TEST_F(TapTest, AProgramListensOnceAtAPort) {
     OrvoSimTap* other = nullptr;
     {
         const Tap tap(0, 0), another(0, 1);

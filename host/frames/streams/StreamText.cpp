@@ -57,7 +57,8 @@ std::string streamLines(const StreamReport& stream) {
         "stream",
         streamEndsText(stream.ends) +
             (figures.width != 0 ? fmt::format(", {} x {} pixels", figures.width, figures.height) : ""));
-    text += reportLine("images", imagesText(figures) + alsoCounted(figures.restarts, "restart of numbering"));
+    text += reportLine("images", imagesText(figures) + alsoCounted(figures.restarts, "restart") +
+                                     (figures.restarts != 0 ? " of the numbering" : ""));
     text += reportLine("rate", fmt::format("{:.1f} images/s, {} of image data", figures.imagesPerSecond(),
                                            counted(figures.bytes, "byte")));
     text += reportLine("packets", packetsText(figures));

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "base/Output.h"
+#include "frames/streams/StreamText.h"
 #include "inspect/watch/WatchView.h"
 
 #include <fmt/format.h>
@@ -40,12 +41,20 @@ std::string lineOf(const WatchState& state, const PortHistory& port) {
                        rateText(port, Counter::WireSentFrames, Counter::WireSentBytes), errorText(port));
 }
 
+std::string lineOf(const WatchState& state, const WatchedStream& stream) {
+    return fmt::format("{} port {} stream {}: {:.1f} images/s; {} complete, {} incomplete; {} missing\n",
+                       timeText(state.time), stream.port.text(), streamEndsText(stream.ends),
+                       stream.imagesPerSecond, stream.complete, stream.incomplete,
+                       counted(stream.missingPackets, "packet"));
+}
+
 class LinesView : public WatchView {
 public:
     void show(const WatchState& state) override {
         for (const auto& news : state.news) notice(news);
         std::string text;
         for (const auto& port : state.ports) text += lineOf(state, port);
+        for (const auto& stream : state.streams) text += lineOf(state, stream);
         print(text);
     }
 };

@@ -15,11 +15,6 @@ namespace {
 constexpr std::uint32_t readTimeoutMs = 100;
 constexpr useconds_t failurePauseUs = 100'000; // a failing read returns at once
 
-bool bringsFrames(std::string_view wire) {
-    constexpr std::string_view beginnings[] = {"pcap:", "tap:", "packet:"};
-    return std::ranges::any_of(beginnings, [&](auto beginning) { return wire.starts_with(beginning); });
-}
-
 void drain(const std::stop_token& stop, const BoardLibraries& libraries, PortAddress port) {
     decltype(&::OHalDataQueueReadBufferLong) const readQueue =
         libraries.require("OHalDataQueueReadBufferLong");
@@ -38,12 +33,17 @@ void drain(const std::stop_token& stop, const BoardLibraries& libraries, PortAdd
 
 } // namespace
 
+bool hasOwnFeed(const BoardAccess& access, PortAddress port) {
+    if (!access.simulator || !access.server.empty()) return false;
+    constexpr std::string_view beginnings[] = {"pcap:", "tap:", "packet:"};
+    const auto wire = access.simulator->wire(port);
+    return std::ranges::any_of(beginnings, [&](auto beginning) { return wire.starts_with(beginning); });
+}
+
 QueueDrain::QueueDrain(const BoardAccess& access, const std::vector<PortAddress>& ports) {
-    if (!access.simulator || !access.server.empty())
-        return;                          // programs of shared boards read their own frames
     const SignalShield handledElsewhere; // the threads inherit it
     for (const auto port : ports)
-        if (bringsFrames(access.simulator->wire(port)))
+        if (hasOwnFeed(access, port)) // programs of shared boards read their own frames
             threads_.emplace_back([&libraries = access.libraries, port](const std::stop_token& stop) {
                 drain(stop, libraries, port);
             });

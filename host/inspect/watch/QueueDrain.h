@@ -8,6 +8,9 @@
 
 namespace orvo::host {
 
+/// Whether a wire brings frames to a port of this process's own simulated board.
+bool hasOwnFeed(const BoardAccess& access, PortAddress port);
+
 /// Takes the frames that wires bring to a simulated board from its receive queues and drops them. The board
 /// lives in this process, so no other program can: without this a recording would not be played, and the
 /// queue of a live wire would soon be full. Does nothing on a real board, whose frames belong to other

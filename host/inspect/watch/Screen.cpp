@@ -2,11 +2,13 @@
 #include "inspect/watch/Screen.h"
 
 #include "base/Output.h"
+#include "frames/streams/StreamText.h"
 #include "inspect/watch/Sparkline.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <numeric>
@@ -180,6 +182,46 @@ void addPorts(Lines& lines, const Ports& ports, const ScreenForm& form) {
         addLine([&](const Column& column) { return column.cell(*port, column.width); });
 }
 
+/// A client that begins anew opens another stream. The old one goes after a while.
+std::vector<WatchedStream> liveStreams(const std::vector<WatchedStream>& streams) {
+    constexpr double longestSilence = 60;
+    std::vector<WatchedStream> live;
+    for (auto stream = streams.begin(); stream != streams.end(); ++stream) {
+        const auto isNewer = [&](const WatchedStream& other) {
+            return other.port == stream->port && other.ends.camera == stream->ends.camera;
+        };
+        if (stream->silentSeconds < longestSilence || std::none_of(stream + 1, streams.end(), isNewer))
+            live.push_back(*stream);
+    }
+    return live;
+}
+
+/// One line for each stream; nothing without streams.
+void addStreams(Lines& lines, const std::vector<WatchedStream>& streams, const ScreenForm& form) {
+    constexpr std::array<std::size_t, 5> widths = {21, 9, 14, 14, 16};
+    const auto addLine = [&](const std::array<Cell, widths.size()>& cells) {
+        std::vector<PlacedCell> placed;
+        for (std::size_t i = 0; i < cells.size(); ++i) placed.push_back({cells.at(i), widths.at(i), i != 0});
+        lines.push_back(lineOf(placed, form));
+    };
+    if (!streams.empty())
+        addLine({{{"STREAM FROM", bold},
+                  {"IMAGES/s", bold},
+                  {"COMPLETE", bold},
+                  {"INCOMPLETE", bold},
+                  {"PACKETS MISSING", bold}}});
+    for (const auto& stream : streams) {
+        const auto lossCell = [&](std::uint64_t count) {
+            return Cell{grouped(count), count == 0 ? plain : stream.hasRisen ? red : yellow};
+        };
+        addLine({{{fmt::format("{:<5} {}", stream.port.text(), ipv4Text(stream.ends.camera))},
+                  {fmt::format("{:.1f}", stream.imagesPerSecond)},
+                  {grouped(stream.complete)},
+                  lossCell(stream.incomplete),
+                  lossCell(stream.missingPackets)}});
+    }
+}
+
 /// Ports as columns; those that do not fit follow in a table below.
 void addCounters(Lines& lines, const Ports& ports, const Counters& counters, const ScreenForm& form) {
     constexpr std::size_t longestName = 24, countWidth = 12, placeWidth = countWidth + 1;
@@ -237,6 +279,7 @@ std::vector<std::string> screenOf(const WatchState& state, const ScreenForm& for
     Lines lines = {lineOf(title(state, form.lines == 0), plain, form)};
     if (!state.news.empty()) lines.push_back(lineOf(state.news.back(), yellow, form));
     addPorts(lines, ports, form);
+    addStreams(lines, form.lines == 0 ? state.streams : liveStreams(state.streams), form);
     if (const auto counters = countersByImportance(ports); !counters.empty())
         addCounters(lines, ports, counters, form);
     if (form.lines == 0 || lines.size() <= form.lines) return lines;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "inspect/watch/PortHistory.h"
+#include "inspect/watch/StreamHistory.h"
 
 #include <chrono>
 #include <memory>
@@ -15,9 +16,10 @@ namespace orvo::host {
 struct WatchState {
     const std::vector<PortHistory>& ports;
     std::chrono::system_clock::time_point time;
-    double seconds;                ///< since the first reading
-    double interval;               ///< between readings
-    std::vector<std::string> news; ///< boards that came or went since the last reading
+    double seconds;                          ///< since the first reading
+    double interval;                         ///< between readings
+    std::vector<std::string> news;           ///< since the last reading, such as boards that came or went
+    std::vector<WatchedStream> streams = {}; ///< where cables can be listened at
 };
 
 /// One form of output, to standard output.

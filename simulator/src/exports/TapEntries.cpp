@@ -30,6 +30,7 @@ namespace {
 int openOwn(PortPlace place, OrvoSimTap*& tap) {
     Port* const port = simulation().port(place);
     if (!port) return OrvoSimNoSuchPlace;
+    if (port->tapPlace().isTapped()) return OrvoSimTapTaken; // by this program
     auto made = WireTap::at(port->tapPlace());
     if (!made) return OrvoSimTapTaken;
     tap = new OrvoSimTap(std::move(made));

@@ -111,6 +111,7 @@ bool Session::answerOpenTap(MessageReader& in, MessageWriter& reply) {
 int Session::openTap(PortPlace place) {
     Port* const port = simulation().port(place);
     if (!port) return OrvoSimNoSuchPlace;
+    if (taps_.contains(place)) return OrvoSimTapTaken;
     try {
         auto tap = WireTap::at(port->tapPlace());
         if (!tap) return OrvoSimTapTaken;

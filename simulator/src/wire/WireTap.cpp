@@ -12,7 +12,8 @@ namespace orvo::sim {
 
 /// Sequentially consistent with the destructor of the tap: either it sees this user, or this user sees that
 /// the tap is gone.
-WireTap* TapPlace::enter() noexcept {
+WireTap* TapSeat::enter() noexcept {
+    if (!tap_.load(std::memory_order_relaxed)) return nullptr;
     users_.fetch_add(1, std::memory_order_seq_cst);
     WireTap* const tap = tap_.load(std::memory_order_seq_cst);
     if (!tap) leave();
@@ -21,10 +22,11 @@ WireTap* TapPlace::enter() noexcept {
 
 void TapPlace::countMissed(std::uint64_t frames) noexcept {
     if (!isTapped()) return;
-    WireTap* const tap = enter();
-    if (!tap) return;
-    tap->countMissed(TapDirection::Received, frames);
-    leave();
+    for (auto& seat : seats_)
+        if (WireTap* const tap = seat.enter()) {
+            tap->countMissed(TapDirection::Received, frames);
+            seat.leave();
+        }
 }
 
 WireTap::WireTap(TapPlace& place)
@@ -34,17 +36,28 @@ WireTap::WireTap(TapPlace& place)
 }
 
 std::unique_ptr<WireTap> WireTap::at(TapPlace& place) {
-    if (place.isTapped()) return nullptr; // saves the memory; the exchange below decides
+    if (place.listeners_.load(std::memory_order_relaxed) == TapPlace::seats) return nullptr; // saves memory
     std::unique_ptr<WireTap> made(new WireTap(place));
-    WireTap* none = nullptr;
-    const bool isFirst = place.tap_.compare_exchange_strong(none, made.get(), std::memory_order_seq_cst);
-    return isFirst ? std::move(made) : nullptr;
+    return made->sit() ? std::move(made) : nullptr;
+}
+
+/// False where all seats are taken.
+bool WireTap::sit() noexcept {
+    for (auto& seat : place_.seats_) {
+        WireTap* none = nullptr;
+        if (!seat.tap_.compare_exchange_strong(none, this, std::memory_order_seq_cst)) continue;
+        seat_ = &seat;
+        place_.listeners_.fetch_add(1, std::memory_order_relaxed);
+        return true;
+    }
+    return false;
 }
 
 WireTap::~WireTap() {
-    WireTap* self = this;
-    if (!place_.tap_.compare_exchange_strong(self, nullptr, std::memory_order_seq_cst)) return;
-    while (place_.users_.load(std::memory_order_seq_cst) != 0) std::this_thread::yield();
+    if (!seat_) return;
+    place_.listeners_.fetch_sub(1, std::memory_order_relaxed);
+    seat_->tap_.store(nullptr, std::memory_order_seq_cst);
+    while (seat_->users_.load(std::memory_order_seq_cst) != 0) std::this_thread::yield();
 }
 
 WireTap::Open WireTap::open(TapDirection direction, WireBytes frame, std::size_t bytes,
@@ -111,15 +124,21 @@ void WireTap::countMissed(TapDirection direction, std::uint64_t frames) noexcept
 
 void TapRecord::begin(TapPlace& place, TapDirection direction, WireBytes frame, std::size_t bytes,
                       bool isSealed) noexcept {
-    WireTap* const tap = place.enter();
-    if (!tap) return;
     place_ = &place;
-    record_ = tap->open(direction, frame, bytes, isSealed);
+    for (std::size_t i = 0; i < entered_.size(); ++i) {
+        TapSeat& seat = place.seats_[i];
+        WireTap* const tap = seat.enter();
+        entered_[i].seat = tap ? &seat : nullptr;
+        if (tap) entered_[i].record = tap->open(direction, frame, bytes, isSealed);
+    }
 }
 
 void TapRecord::finish(OrvoSimFate fate) noexcept {
-    WireTap::close(record_, fate);
-    place_->leave();
+    for (const auto& [seat, record] : entered_)
+        if (seat) {
+            WireTap::close(record, fate);
+            seat->leave();
+        }
 }
 
 } // namespace orvo::sim

@@ -7,21 +7,19 @@
 
 #include <orvo/sim/orvo_sim.h>
 
+#include <array>
 #include <memory>
 
 namespace orvo::sim {
 
 class WireTap;
 
-/// Where a listener attaches to a port. Frames without a listener cost one relaxed load.
-class TapPlace {
+/// Where one listener attaches to a port.
+class TapSeat {
 public:
-    bool isTapped() const noexcept { return tap_.load(std::memory_order_relaxed) != nullptr; }
     /// The tap, which stays until `leave`; null when there is none, without a `leave` then. Any thread.
     WireTap* enter() noexcept;
     void leave() noexcept { users_.fetch_sub(1, std::memory_order_release); }
-    /// Frames of unknown content were lost before the port. Any thread.
-    void countMissed(std::uint64_t frames) noexcept;
 
 private:
     friend WireTap;
@@ -29,11 +27,27 @@ private:
     alignas(64) std::atomic<std::uint32_t> users_{0};
 };
 
+/// Where listeners attach to a port. Frames without a listener cost one relaxed load.
+class TapPlace {
+public:
+    static constexpr std::size_t seats = 4; ///< each listener costs a copy of every frame
+
+    bool isTapped() const noexcept { return listeners_.load(std::memory_order_relaxed) != 0; }
+    /// Frames of unknown content were lost before the port. Any thread.
+    void countMissed(std::uint64_t frames) noexcept;
+
+private:
+    friend WireTap;
+    friend class TapRecord;
+    std::atomic<std::uint32_t> listeners_{0};
+    std::array<TapSeat, seats> seats_;
+};
+
 /// A listener's ring. Records are in the order in which frames began to pass, also where many threads carry
 /// frames. Nothing waits for the listener: a frame that finds no room is counted as missed.
 class WireTap {
 public:
-    /// Null where the place has a listener already. Throws std::system_error without memory.
+    /// Null where the place has no seat left. Throws std::system_error without memory.
     static std::unique_ptr<WireTap> at(TapPlace& place);
     /// Returns once no thread writes a record any more: after the present frames at most.
     ~WireTap();
@@ -45,8 +59,8 @@ public:
 
     /// A record of a frame whose fate is not known yet.
     struct Open {
-        TapSlot* slot = nullptr; ///< null: missed
-        std::uint32_t number = 0;
+        TapSlot* slot; ///< null: missed
+        std::uint32_t number;
     };
     /// `bytes` is the frame's length, of which `frame` may be the beginning. Any thread, inside `enter`.
     Open open(TapDirection direction, WireBytes frame, std::size_t bytes, bool isSealed) noexcept;
@@ -58,14 +72,16 @@ private:
     bool reserve(std::uint32_t units, TapPosition& at, std::int64_t& time) noexcept;
     bool hasRoom(TapPosition at, std::uint32_t units) noexcept;
     void copyIn(std::uint32_t unit, WireBytes frame) noexcept;
+    bool sit() noexcept;
 
     TapPlace& place_;
+    TapSeat* seat_ = nullptr; // null: there was none
     MappedMemory memory_;
     alignas(64) std::atomic<TapPosition> next_{TapPosition{}};
     std::atomic<TapPosition> seenTaken_{TapPosition{}}; // read anew only when it does not suffice
 };
 
-/// One frame's record, from its passing until its fate is known; nothing where nobody listens.
+/// One frame's records, from its passing until its fate is known; nothing where nobody listens.
 class TapRecord {
 public:
     TapRecord(TapPlace& place, TapDirection direction, WireBytes frame, bool isSealed) noexcept
@@ -90,8 +106,12 @@ private:
                                  bool isSealed) noexcept;
     [[gnu::noinline]] void finish(OrvoSimFate fate) noexcept;
 
-    TapPlace* place_ = nullptr; // inside which this is
-    WireTap::Open record_;
+    struct Entered {
+        TapSeat* seat; // inside which this is; null: none listens there
+        WireTap::Open record;
+    };
+    TapPlace* place_ = nullptr;
+    std::array<Entered, TapPlace::seats> entered_; // filled where there is a place
 };
 
 } // namespace orvo::sim

@@ -25,7 +25,7 @@ enum OrvoSimResult {
     OrvoSimFull = -3,        ///< the queue had no room; the words are counted as lost
     OrvoSimNotWritten = -4,  ///< a wire's file could not be written
     OrvoSimServerGone = -5,  ///< the server that holds the boards has ended
-    OrvoSimTapTaken = -6,    ///< somebody listens at the port's cable already
+    OrvoSimTapTaken = -6,    ///< this program listens at the port's cable already, or four others do
     OrvoSimNoMemory = -7     ///< no memory to share, or no descriptor for it
 };
 
@@ -280,9 +280,9 @@ struct OrvoSimTap;
 /// Begins to listen at a port's cable: from now on the board keeps a copy of each frame in either direction,
 /// also of those that die in it, in the order in which they began to pass. Readers of the port miss nothing,
 /// and the board waits for no listener: it keeps at most 65,536 frames, or 8 MiB, that have not been read
-/// yet, and counts further ones as missed. A port has one listener: OrvoSimTapTaken for another.
-/// OrvoSimNoMemory without memory for the copies (10 MiB) or a descriptor. `*tap` is the caller's, to be
-/// closed; a listener ends with its process too.
+/// yet, and counts further ones as missed. A program listens once at a port, and up to four programs do so:
+/// OrvoSimTapTaken for others. OrvoSimNoMemory without memory for the copies (10 MiB) or a descriptor. `*tap`
+/// is the caller's, to be closed; a listener ends with its process too.
 ORVO_EXPORT int orvoSimOpenTap(unsigned board, unsigned port, struct OrvoSimTap** tap);
 
 /// Takes the next frame: 1, with `frame` filled and at most `room` of its bytes in `bytes` (which may be null
