@@ -88,8 +88,7 @@ void captureAtWire(const Setup& setup, CaptureReport& report) {
 std::string filesOf(const CaptureReport& report) {
     std::string text;
     for (const auto& file : report.files)
-        text += (text.empty() ? "" : ", ") +
-                (file.path == FrameOutput::standardOutput ? "standard output" : file.path);
+        text += (text.empty() ? "" : ", ") + FrameOutput::nameText(file.path);
     return text;
 }
 
