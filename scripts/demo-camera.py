@@ -97,7 +97,7 @@ def receive(seconds, path):
     if images[0]:
         pathlib.Path(path).write_bytes(png(*images[0]))
     if not all(good):
-        sys.exit("demo: images were lost")
+        sys.exit("demo: the client lacks images; 'losses' below says where they were lost, docs/camera.md what to do")
 
 
 if __name__ == "__main__":

@@ -16,6 +16,9 @@ struct OptionDescription {
     bool required = false;
     bool repeatable = false;
     bool positional = false;
+
+    /// Whether "--" stands before it: words for another program, among which may be options.
+    bool followsDashes() const { return positional && repeatable && form.ends_with("..."); }
 };
 
 /// The program, or one of its subcommands.

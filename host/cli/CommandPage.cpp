@@ -24,7 +24,7 @@ std::string argument(const OptionDescription& option) {
 std::string synopsisLine(const OptionDescription& option) {
     std::string words;
     if (option.positional)
-        words = (option.repeatable ? " Fl -" : "") + argument(option);
+        words = (option.followsDashes() ? " Fl -" : "") + argument(option);
     else
         words = " Fl " + option.names.back().substr(1) + (option.form.empty() ? "" : argument(option));
     const auto line = option.required ? "." + words.substr(1) : ".Op" + words;

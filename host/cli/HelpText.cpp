@@ -103,7 +103,7 @@ std::string usageOf(const CommandDescription& program, const CommandDescription&
     for (const auto& option : command.options) {
         if (!option.positional && !option.required) continue;
         const auto word = (option.positional ? "" : option.names.back() + " ") + option.form;
-        const auto* const dashes = option.positional && option.repeatable ? "-- " : "";
+        const auto* const dashes = option.followsDashes() ? "-- " : "";
         words += option.required ? " " + word : fmt::format(" [{}{}]", dashes, word);
     }
     return words;

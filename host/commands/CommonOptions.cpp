@@ -91,11 +91,8 @@ void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, con
         .needs(recording);
 }
 
-void addFaultOptions(CommandLine& line, InstallationOptions& options) {
-    const auto script =
-        line.text("--faults", "FILE", options.faults,
-                  "Inject the faults of this script on the simulated board, and account for every frame")
-            .notEmpty();
+void addFaultOptions(CommandLine& line, InstallationOptions& options, const char* description) {
+    const auto script = line.text("--faults", "FILE", options.faults, description).notEmpty();
     line.number("--seed", options.seed, {}, "Seed of the script's random choices (default 0)").needs(script);
 }
 

@@ -32,7 +32,9 @@ Option addBoardRecordingOptions(CommandLine& line, InstallationOptions& options)
 void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, const Option& recording);
 
 /// Adds --faults and --seed.
-void addFaultOptions(CommandLine& line, InstallationOptions& options);
+void addFaultOptions(CommandLine& line, InstallationOptions& options,
+                     const char* description = "Inject the faults of this script on the simulated board, and "
+                                               "account for every frame");
 
 /// Adds --board.
 void addBoardOption(CommandLine& line, const std::function<void(unsigned)>& take, const char* description);

@@ -51,7 +51,7 @@ public:
         if (fs::exists(fs::symlink_status(link)) && !isLinkToProgram(link))
             throw Failure(host::quoted(link.string()) +
                           " exists and is not a link to this program; remove it first");
-        fs::remove(link, reason);
+        const bool wasThere = fs::remove(link, reason);
         if (!reason && action_ == "install") {
             fs::create_directories(link.parent_path(), reason);
             if (!reason) fs::create_symlink(fs::read_symlink("/proc/self/exe"), link, reason);
@@ -59,8 +59,9 @@ public:
         if (reason)
             throw Failure("cannot " + action_ + " " + host::quoted(link.string()) + ": " + reason.message() +
                           "; run it as root, or name a folder of your own with --folder");
-        print(action_ == "install" ? link.string() + " is installed; 'tshark -D' lists the ports\n"
-                                   : link.string() + " is removed\n");
+        print(link.string() + (action_ == "install" ? " is installed; 'tshark -D' lists the ports\n"
+                               : wasThere           ? " is removed\n"
+                                                    : " is not there; nothing to remove\n"));
         return Done;
     }
 

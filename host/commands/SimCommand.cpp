@@ -9,6 +9,8 @@
 #include "device/Installation.h"
 #include "device/SimulatorControl.h"
 
+#include <orvo/hal/orvo_hal.h>
+
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -53,8 +55,15 @@ struct PortRow {
     PortAddress address;
     OrvoSimPort state;
     bool isPlugged;
+    bool isOn; ///< its board
     std::string wire;
 };
+
+bool isBoardOn(const Request& request, unsigned board) {
+    void* const device = request.entry<decltype(::OHalGetDevice)>("OHalGetDevice")(static_cast<int>(board));
+    if (device) request.entry<decltype(::OHalPutDevice)>("OHalPutDevice")(device);
+    return device;
+}
 
 std::vector<PortRow> portRows(const Request& request) {
     const auto isPlugged = request.entry<decltype(::orvoSimIsPlugged)>("orvoSimIsPlugged");
@@ -64,12 +73,14 @@ std::vector<PortRow> portRows(const Request& request) {
             const PortAddress address{board, port};
             const auto state = request.simulator.state(address);
             if (!state) break;
-            rows.push_back({address, *state, isPlugged(board, port) != 0, request.simulator.wire(address)});
+            rows.push_back({address, *state, isPlugged(board, port) != 0, isBoardOn(request, board),
+                            request.simulator.wire(address)});
         }
     return rows;
 }
 
-std::string linkText(const OrvoSimPort& state) {
+std::string linkText(const OrvoSimPort& state, bool isOn) {
+    if (!isOn) return "board off";
     return state.linkUp != 0 ? fmt::format("{} Mbit/s", state.linkMbit) : "down";
 }
 
@@ -78,10 +89,11 @@ void printStatus(const Request& request) {
     const auto rows = portRows(request);
     if (request.json) {
         auto ports = nlohmann::ordered_json::array();
-        for (const auto& [address, state, isPlugged, wire] : rows)
+        for (const auto& [address, state, isPlugged, isOn, wire] : rows)
             ports.push_back({{"port", address.text()},
                              {"linkMbit", state.linkUp != 0 ? state.linkMbit : 0},
                              {"plugged", isPlugged},
+                             {"on", isOn},
                              {"wire", wire},
                              {"sentFrames", state.sentFrames},
                              {"receivedFrames", state.receivedFrames},
@@ -91,8 +103,8 @@ void printStatus(const Request& request) {
     }
     std::vector<std::vector<std::string>> lines = {
         {"PORT", "LINK", "SENT", "RECEIVED", "ERRORS", "OVERFLOW", "WIRE"}};
-    for (const auto& [address, state, isPlugged, wire] : rows)
-        lines.push_back({address.text(), linkText(state), grouped(state.sentFrames),
+    for (const auto& [address, state, isPlugged, isOn, wire] : rows)
+        lines.push_back({address.text(), linkText(state, isOn), grouped(state.sentFrames),
                          grouped(state.receivedFrames), grouped(state.receiveErrors),
                          grouped(state.overflowFrames), isPlugged ? wire : wire + " (unplugged)"});
     print(table(lines));

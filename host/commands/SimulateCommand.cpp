@@ -73,7 +73,7 @@ public:
             "Time that frames take on the wire: that of the negotiated speed, or none (default: as "
             "configured)");
         addInstallationOptions(line(), installation_);
-        addFaultOptions(line(), installation_);
+        addFaultOptions(line(), installation_, "Inject the faults of this script on these boards");
     }
 
     int run() override {

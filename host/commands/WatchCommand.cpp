@@ -39,6 +39,15 @@ Seconds intervalFrom(const std::string& text) {
     return secondsFrom(text, shortestSeconds, longestSeconds);
 }
 
+/// 0: links are not read.
+Seconds linkIntervalFrom(const std::string& text) {
+    try {
+        return text == "0" ? 0s : intervalFrom(text);
+    } catch (const WrongValue& reason) {
+        throw WrongValue(reason.what() + std::string(", nor 0"));
+    }
+}
+
 std::unique_ptr<WatchView> viewFor(bool json) {
     if (json) return makeJsonView();
     return canDraw() ? makeTerminalView() : makeLinesView();
@@ -96,7 +105,7 @@ public:
             "Seconds between two readings (default 1)");
         line().value(
             "--link-interval", "S",
-            [this](const std::string& text) { linkInterval_ = text == "0" ? 0s : intervalFrom(text); },
+            [this](const std::string& text) { linkInterval_ = linkIntervalFrom(text); },
             "Seconds between two readings of the links over MDIO (default 10); 0: none");
         line().number("-c,--count", count_, {.least = 1}, "End after so many readings");
         line().flag("--json", json_, "Print a JSON document a line for each reading");

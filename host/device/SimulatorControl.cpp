@@ -65,8 +65,7 @@ void SimulatorControl::useClock(OrvoSimClock clock) const {
 
 void SimulatorControl::loadFaults(const std::string& script, std::uint64_t seed) const {
     std::array<char, 4096> reason = {};
-    if (loadFaults_(script.c_str(), seed, reason.data(), reason.size()) != 0)
-        throw Failure(std::string(reason.data()) + " (option --faults)");
+    if (loadFaults_(script.c_str(), seed, reason.data(), reason.size()) != 0) throw Failure(reason.data());
 }
 
 std::vector<OrvoSimFault> SimulatorControl::faults() const {

@@ -16,6 +16,10 @@ namespace orvo::host {
 class FrameOutput {
 public:
     static constexpr auto standardOutput = "-"; ///< as the name of a file
+    /// The file's name as a report has it.
+    static std::string nameText(const std::string& file) {
+        return file == standardOutput ? "standard output" : file;
+    }
 
     virtual ~FrameOutput() = default;
 

@@ -103,6 +103,7 @@ ChildProcess Lab::startBridge() {
 
 // In the host end, where it makes the port's interface; the port's wire ends in the board's namespace.
 int Lab::bridge() const {
+    setenv("ORVO_BOARD", "own", 1); // a server's wires cannot end in the lab's networks
     requireSimulatedPort(options_);
     takePrecedence();
     dup2(STDERR_FILENO, STDOUT_FILENO); // standard output belongs to the command

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "traffic/BridgeReport.h"
 
+#include "frames/FrameOutput.h"
 #include "frames/streams/StreamText.h"
 
 #include <fmt/format.h>
@@ -57,7 +58,8 @@ std::string bridgeText(const BridgeReport& report) {
                 countLine("to TAP", report.totals.toTap, "from port " + port + " to " + tap) +
                 report.drops.lines();
     if (const auto& recording = report.recording) {
-        text += framesLine("recorded", recording->recordedFrames, "in " + report.request.recording);
+        text += framesLine("recorded", recording->recordedFrames,
+                           "in " + FrameOutput::nameText(report.request.recording));
         if (recording->omittedFrames != 0)
             text += framesLine("omitted", recording->omittedFrames, "from the recording, which was too slow");
     }

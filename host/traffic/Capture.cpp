@@ -66,13 +66,15 @@ CaptureResult Capture::run(const CaptureLimits& limits, const Call& ending, cons
         const SignalShield handledHere; // the thread inherits it
         thread = std::thread([this] { receiveAll(); });
     }
+    const auto begin = Clock::now();
     const auto end = awaitEnd(limits, silent);
+    const auto duration = Clock::now() - begin;
     stopRequested_ = true;
     output_.hurry();
     ending();
     thread.join();
     attempt([this] { output_.close(); });
-    return {totals(), ownEnd_.value_or(end), failure_};
+    return {totals(), ownEnd_.value_or(end), failure_, duration};
 }
 
 CaptureEnd Capture::awaitEnd(const CaptureLimits& limits, const Call& silent) const {

@@ -37,6 +37,7 @@ struct CaptureResult {
     CaptureTotals totals;
     CaptureEnd end = CaptureEnd::Signal;
     std::exception_ptr failure; ///< what ended the capture, if a failure did
+    std::chrono::duration<double> duration{0};
 };
 
 /// Where a capture takes its frames. The capture's thread.

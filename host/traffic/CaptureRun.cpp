@@ -22,8 +22,6 @@
 namespace orvo::host {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 std::string progressText(const CaptureTotals& totals) {
     return fmt::format("{} frames received ({:.1f} MB), {} written", grouped(totals.received.frames),
                        static_cast<double>(totals.received.bytes) / 1e6, grouped(totals.written.frames));
@@ -90,8 +88,7 @@ void captureAtWire(const Setup& setup, CaptureReport& report) {
 std::string filesOf(const CaptureReport& report) {
     std::string text;
     for (const auto& file : report.files)
-        text += (text.empty() ? "" : ", ") +
-                (file.path == FrameOutput::standardOutput ? "standard output" : file.path);
+        text += (text.empty() ? "" : ", ") + FrameOutput::nameText(file.path);
     return text;
 }
 
@@ -107,9 +104,7 @@ CaptureReport runCapture(const CaptureRequest& request) {
 
     CaptureReport report{.request = request};
     const Setup setup{request, access, *output, filter ? &*filter : nullptr};
-    const auto begin = Clock::now();
     request.atWire ? captureAtWire(setup, report) : captureAtHost(setup, report);
-    report.duration = Clock::now() - begin;
     report.files = output->files();
     report.overwrittenFrames = output->overwrittenFrames();
     return report;
@@ -126,7 +121,7 @@ std::uint64_t CaptureReport::unwrittenFrames() const noexcept {
 }
 
 std::string captureText(const CaptureReport& report) {
-    const auto& [totals, end, failure] = report.result;
+    const auto& [totals, end, failure, duration] = report.result;
     const auto& request = report.request;
     auto text = report.wire
                     ? wireText(*report.wire, request.port.address)
@@ -139,12 +134,11 @@ std::string captureText(const CaptureReport& report) {
         text += framesLine("lost", frames, "that could not be written");
     if (const auto frames = report.unreadFrames())
         text += framesLine("unread", frames, "that the reader did not take any more");
-    return text + durationLine(report.duration) + reportLine("ended", captureEndText(end)) +
-           report.account.text();
+    return text + durationLine(duration) + reportLine("ended", captureEndText(end)) + report.account.text();
 }
 
 nlohmann::ordered_json captureJson(const CaptureReport& report) {
-    const auto& [totals, end, failure] = report.result;
+    const auto& [totals, end, failure, duration] = report.result;
     auto files = nlohmann::ordered_json::array();
     for (const auto& file : report.files) files.push_back({{"file", file.path}, {"frames", file.frames}});
     nlohmann::ordered_json document = {{"port", report.request.port.address.text()}};
@@ -156,7 +150,7 @@ nlohmann::ordered_json captureJson(const CaptureReport& report) {
                      {"lost", report.lostFrames()},
                      {"unread", report.unreadFrames()},
                      {"files", std::move(files)},
-                     {"seconds", report.duration.count()},
+                     {"seconds", duration.count()},
                      {"ended", captureEndText(end)}});
     report.account.addTo(document);
     return document;

@@ -30,8 +30,7 @@ struct CaptureReport {
     CaptureResult result = {};
     std::deque<FrameOutput::File> files = {}; ///< with the captured frames, oldest first
     std::uint64_t overwrittenFrames = 0;      ///< of a ring
-    std::chrono::duration<double> duration = {};
-    std::optional<WireCounts> wire = {}; ///< of a capture at the wire
+    std::optional<WireCounts> wire = {};      ///< of a capture at the wire
     TrafficAccount account = {};
 
     std::uint64_t writtenFrames() const noexcept;

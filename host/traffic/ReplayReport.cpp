@@ -89,8 +89,7 @@ std::string replayText(const ReplayReport& report) {
                                        report.request.sending.pace.text(), 1e6 * secondsOf(result.latest)));
     if (!report.request.output.empty())
         text +=
-            framesLine("written", report.writtenFrames,
-                       "to " + (report.request.writesToOutput() ? "standard output" : report.request.output));
+            framesLine("written", report.writtenFrames, "to " + FrameOutput::nameText(report.request.output));
     if (report.interrupted) text += reportLine("ended", "early, by a signal");
     return text + report.account.text();
 }

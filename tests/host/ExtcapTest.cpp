@@ -59,11 +59,15 @@ TEST(ExtcapTest, InstallsALinkAndTakesItAway) {
     const TemporaryFolder folder;
     const auto link = folder.file("extcap/orvo-gige");
     const auto call = [&](const char* action) {
-        return runTool({"extcap", action, "--folder", folder.file("extcap")}).exitCode;
+        const auto outcome = runTool({"extcap", action, "--folder", folder.file("extcap")});
+        EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
+        return outcome.out;
     };
-    EXPECT_EQ(call("install") + call("install"), 0);
+    call("install");
+    EXPECT_THAT(call("install"), HasSubstr(" is installed"));
     EXPECT_THAT(Process({link, "--extcap-interfaces"}).wait().out, HasSubstr("orvo-0-0"));
-    EXPECT_EQ(call("remove") + call("remove"), 0);
+    EXPECT_THAT(call("remove"), HasSubstr(" is removed"));
+    EXPECT_THAT(call("remove"), HasSubstr("nothing to remove"));
     EXPECT_FALSE(std::filesystem::exists(link));
     writeFile(link, "somebody else's");
     expectRefusal({"extcap", "install", "--folder", folder.file("extcap")}, 1, "not a link to this program");

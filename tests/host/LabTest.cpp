@@ -40,7 +40,7 @@ class MarkedLab {
 public:
     MarkedLab(const std::string& name, Command arguments)
         : mark_("ORVO_LAB_TEST=" + std::to_string(getpid()) + name),
-          process_(command(std::move(arguments)), {mark_}) {}
+          process_(command(std::move(arguments)), {mark_, "ORVO_BOARD=nobody"}) {} // boards are its own
 
     std::size_t processes() const {
         std::size_t count = 0;

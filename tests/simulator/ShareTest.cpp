@@ -99,8 +99,8 @@ TEST(ShareTest, KilledProgramsLeaveNothingBehind) {
 TEST(ShareTest, TheLastToBeginReadsAQueue) {
     const TemporaryFolder folder;
     const BoardServer server(folder.path);
-    const Client first("wait", server.socket), second("wait", server.socket);
-    EXPECT_EQ(first.exitCode(), 3);
+    const Client first("wait", server.socket), second("look", server.socket), third("wait", server.socket);
+    for (const Client* client : {&first, &second}) EXPECT_EQ(client->exitCode(), 3);
 }
 
 TEST(ShareTest, ProgramsOfAKilledServerAreToldAndTheNextServerTakesItsPlace) {

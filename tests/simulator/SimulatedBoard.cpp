@@ -56,7 +56,8 @@ bool isRefusedAfterFork(const Device& device) {
 int useUntilGone(const std::string& how, const Device& device, unsigned port) {
     std::uint32_t word = 0;
     for (int result = 0; result != OrvoSimHalBoardGone;) {
-        if (how != "wait" && result != HalTimeout)
+        if (how == "look") OHalPutDevice(OHalGetDevice(0)); // another handle takes no queue back
+        if ((how == "traffic" || how == "pace") && result != HalTimeout)
             for (const char* name : {"GigeBufferReset0", "GigeWriteData0", "GigeWriteComplete0"})
                 result = OHalRegisterWrite(device.handle, device.address(name), 7);
         if (how == "pace")
@@ -85,11 +86,12 @@ int listen() {
 
 /// As another program, alone at the port: "once" passes a frame, "again" has the last one sent again, "fork"
 /// has a child first, "traffic" and "pace" pass frames until the board is gone, "wait" reads an empty queue
-/// until then, "listen" takes the frames of a cable until then. 0 when that went well.
+/// until then, "look" does so and opens the board again and again, "listen" takes the frames of a cable until
+/// then. 0 when that went well.
 int useBoards(const std::string& how) {
     if (how == "listen") return listen();
     const Device device(0);
-    const unsigned port = how == "wait" ? 1 : 0;
+    const unsigned port = how == "wait" || how == "look" ? 1 : 0;
     for (unsigned i = 0; i < 100 && how != "again"; ++i) // more than are on their way at once
         device.send(port, frameOf(100, i));
     std::uint32_t word = 0;
@@ -102,7 +104,8 @@ int useBoards(const std::string& how) {
         device.send(port, frameOf(1000));
     const char byte = '\n';
     if (device.receive(port, 5000) != frameOf(1000) || write(STDOUT_FILENO, &byte, 1) != 1) return 1;
-    if (how == "traffic" || how == "pace" || how == "wait") return useUntilGone(how, device, port);
+    if (how == "traffic" || how == "pace" || how == "wait" || how == "look")
+        return useUntilGone(how, device, port);
     const bool isFirst = (reinterpret_cast<std::uintptr_t>(device.handle) >> 32 & 0xFF) == 0;
     return testing::Test::HasFailure() || !isFirst ? 1 : 0; // first: no handle of an earlier one is left
 }

@@ -115,6 +115,9 @@ std::vector<Setting> otherSettings(const Installation& installation, const std::
         propertiesFile(files[0], "user's rt.conf",
                        files[0].path.empty() ? Origin{} : Origin{Kind::Environment, "HOME"}),
         propertiesFile(files[1], "installation's rt.conf", originOf(root)),
+        variable("ORVO_BOARD", "",
+                 "simulated boards to use: 'own', or the name or socket of a server; none: the server "
+                 "'default' if it runs, else own"),
         simulatorFile(installation),
         variable(platform::preSendWaitVariable, "0", "milliseconds that a port waits before it sends a frame",
                  readWait),

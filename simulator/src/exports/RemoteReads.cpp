@@ -30,13 +30,13 @@ int RemoteRead::read(void* buffer, std::uint64_t bytes, std::uint32_t timeoutMs)
     return readPatiently(out, words, timeoutMs);
 }
 
-/// The program that claimed a queue last reads it; one that lost it so reads no more until it opens the board
-/// again, or the other leaves.
+/// The program that claimed a queue last reads it. A handle that lost it so reads no more until the other
+/// program leaves; other handles of the same program may be there for something else, such as MDIO.
 int RemoteRead::claim() {
     if (queue_->reader() == server_.number()) return 0;
-    if (queue_->isClaimed && queue_->reader() != 0) return OrvoSimHalQueueTaken;
+    if (queue_->claimant == device_ && queue_->reader() != 0) return OrvoSimHalQueueTaken;
     const int result = server_.claim(device_, number_);
-    queue_->isClaimed = result == 0;
+    queue_->claimant = result == 0 ? device_ : nullptr;
     return result;
 }
 

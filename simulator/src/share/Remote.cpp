@@ -128,10 +128,10 @@ int Remote::requestTap(EntryId id, PortPlace place, std::vector<Descriptor>* mem
     return reply ? reply->take<int>() : static_cast<int>(OrvoSimServerGone);
 }
 
-/// A program that opens the board anew may read the queues that another took from it.
+/// A new handle may read the queues that another program took; its number may be that of an old one.
 void Remote::noteOpened(void* device) {
     if (RemoteBoard* const known = boards_[indexOf(device)].load(std::memory_order_acquire))
-        known->forgetClaims();
+        known->forgetClaims(device);
 }
 
 } // namespace orvo::sim

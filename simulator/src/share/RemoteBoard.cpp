@@ -148,10 +148,10 @@ bool RemoteBoard::drain(std::chrono::milliseconds limit) const noexcept {
     return std::ranges::all_of(transmitters_, [limit](const auto& one) { return one.drain(limit); });
 }
 
-void RemoteBoard::forgetClaims() noexcept {
+void RemoteBoard::forgetClaims(void* handle) noexcept {
     for (auto& port : queues_)
         for (auto& queue : port)
-            if (queue) queue->isClaimed = false;
+            if (queue && queue->claimant == handle) queue->claimant = nullptr;
 }
 
 } // namespace orvo::sim

@@ -97,8 +97,9 @@ public:
     /// sleeps.
     void await(std::size_t wanted, std::chrono::nanoseconds limit) noexcept;
 
-    std::atomic<bool> isClaimed{
-        false}; ///< this program has claimed it before; written by openings and readers
+    /// The handle that claimed it for this program last; null: none, or one opened anew since. Written by
+    /// openings and readers.
+    std::atomic<void*> claimant{nullptr};
 
 private:
     std::uint64_t from() const noexcept {
@@ -148,7 +149,7 @@ public:
     bool isPlayed(unsigned queue) const noexcept;
     /// As RemoteTransmitter, for all ports.
     bool drain(std::chrono::milliseconds limit) const noexcept;
-    void forgetClaims() noexcept;
+    void forgetClaims(void* handle) noexcept;
 
 private:
     BoardPage& page() const noexcept { return *reinterpret_cast<BoardPage*>(page_.data()); }

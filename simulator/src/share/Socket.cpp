@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -16,8 +17,13 @@ MessageSocket MessageSocket::connect(const std::filesystem::path& path) {
     // Not blocking: a server that accepts nobody any more must not hold up the caller.
     Descriptor socket(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     const auto* const at = reinterpret_cast<const sockaddr*>(&address);
-    if (socket.get() < 0 || ::connect(socket.get(), at, sizeof address) != 0)
+    if (socket.get() < 0 || ::connect(socket.get(), at, sizeof address) != 0) {
+        if (errno == EACCES)
+            throw std::runtime_error(
+                "the server at '" + path.string() +
+                "' belongs to another user; run this as that user, or set ORVO_BOARD=own");
         return MessageSocket(Descriptor());
+    }
     return MessageSocket(std::move(socket));
 }
 
