@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::int64_t gapBytes = 20; // preamble, start of frame, and the gap between frames
 
-// Setting a timer and waking up take as long as a full frame at a gigabit, so that a sleep for each frame, or a
-// loop that looks all the time, would leave both ends of a connection too little of two processors. As many
+// Setting a timer and waking up take as long as a full frame at a gigabit, so that a sleep for each frame, or
+// a loop that looks all the time, would leave both ends of a connection too little of two processors. As many
 // network cards raise one interrupt for all frames of such a time.
 constexpr std::chrono::nanoseconds shortestNap = std::chrono::microseconds(100);
 

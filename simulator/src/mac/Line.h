@@ -16,8 +16,8 @@ namespace orvo::sim {
 class Line {
 public:
     /// A pause of at most this between two frames is not counted: the sender was only late, because it slept
-    /// or had no processor. What it missed it makes up at once, so that the mean is the line's rate. A receive
-    /// queue of the usual size holds what comes in one go then.
+    /// or had no processor. What it missed it makes up at once, so that the mean is the line's rate. A
+    /// receive queue of the usual size holds what comes in one go then.
     static constexpr std::chrono::milliseconds lateness{2};
 
     /// `until` is where the moment is kept at which the last frame has left.
