@@ -5,6 +5,7 @@
 #include "base/MappedMemory.h"
 #include "faults/BoardCondition.h"
 #include "share/Channel.h"
+#include "share/Protocol.h"
 
 #include <array>
 #include <atomic>
@@ -18,19 +19,24 @@ constexpr bool isRegister(std::uint32_t address, Register base) noexcept {
     return (address & ~portBits) == static_cast<std::uint32_t>(base);
 }
 
-/// Looks whether the server is still there.
+/// Looks whether the server is still there. Any thread.
 class ServerWatch {
 public:
     virtual bool findGone() noexcept = 0;
+    /// The server does nothing any more, which counts as its end.
+    virtual void giveUp() noexcept = 0;
 
 protected:
     ~ServerWatch() = default;
 };
 
-/// The program's end of a transmit ring. Threads: the port's sender; `isIdle` any.
+/// The program's end of a transmit ring. A server that takes no frame from a full ring for as long as
+/// `patience` is given up. Threads: the port's sender; `isBusy` and `drain` any.
 class RemoteTransmitter {
 public:
-    RemoteTransmitter(TransmitRing& ring, ServerWatch& server) noexcept : ring_(ring), server_(server) {}
+    RemoteTransmitter(TransmitRing& ring, ServerWatch& server,
+                      std::chrono::milliseconds patience = replyLimit) noexcept
+        : ring_(ring), server_(server), patience_(patience) {}
 
     void begin() noexcept {
         TransmitSlot& slot = open();
@@ -76,9 +82,10 @@ private:
     ServerWatch& server_;
     std::atomic<std::int64_t> lineUntil_{0};
     Line line_{lineUntil_};
+    const std::chrono::milliseconds patience_;
+    std::atomic<std::chrono::steady_clock::time_point> fullSince_{}; // while the ring is full
     TransmitSlot* slot_ = nullptr; // the open one; null: the next
-    bool isStuck_ = false; // the server took nothing while the last frame waited; the next does not wait
-    TransmitSlot lost_;    // takes what a server that does not go on has no room for
+    TransmitSlot lost_;            // takes what a server that is gone has no room for
 };
 
 /// The program's view of a data queue. Threads: the queue's reader.
