@@ -63,5 +63,23 @@ TEST(RemoteTransmitterTest, GivesUpAServerThatTakesNoFrames) {
     EXPECT_TRUE(watch.isGone) << "for a host that does not";
 }
 
+TEST(RemoteTransmitterTest, OccupiesTheLineForTheFrameAsItLeaves) {
+    constexpr unsigned units = 750, frames = 20;
+    const auto ring = std::make_unique<TransmitRing>();
+    Watch watch;
+    RemoteTransmitter transmitter(*ring, watch);
+    const auto occupied = [&](bool addsFcs) {
+        const auto before = transmitter.lineUntil();
+        transmitter.begin();
+        for (unsigned unit = 0; unit < units; ++unit) transmitter.append(unit);
+        transmitter.occupyLine(10, addsFcs);
+        transmitter.complete();
+        return transmitter.lineUntil() - before;
+    };
+    for (unsigned frame = 0; frame < frames; ++frame) occupied(true); // so that the line is busy meanwhile
+    EXPECT_EQ(occupied(true), (2 * units + 24) * 800);
+    EXPECT_EQ(occupied(false), (2 * units + 20) * 800) << "the host appended the check sequence";
+}
+
 } // namespace
 } // namespace orvo::sim

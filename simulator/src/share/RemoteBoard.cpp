@@ -55,10 +55,10 @@ void RemoteTransmitter::complete() noexcept {
     if (isFull()) fullSince_.store(SteadyClock::now(), std::memory_order_relaxed);
 }
 
-void RemoteTransmitter::occupyLine(unsigned mbit) noexcept {
+void RemoteTransmitter::occupyLine(unsigned mbit, bool addsFcs) noexcept {
     line_.setMbit(mbit);
     if (mbit == 0) return;
-    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + fcsBytes;
+    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + (addsFcs ? fcsBytes : 0);
     line_.occupy(std::max(bytes, minWireBytes));
 }
 
@@ -68,7 +68,7 @@ bool RemoteTransmitter::isBusy(unsigned mbit, std::int64_t servedUntil) const no
         std::this_thread::yield(); // hosts poll, and the server may need this processor
         return true;
     }
-    const auto until = std::max(lineUntil_.load(std::memory_order_relaxed), servedUntil);
+    const auto until = std::max(lineUntil(), servedUntil);
     return mbit != 0 && Line::napsUntil(until);
 }
 
@@ -127,7 +127,7 @@ bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexce
     const unsigned port = portOf(address);
     const PortPage& place = page().port[port];
     if (isFlag)
-        value = transmitters_[port].isBusy(lineMbit(port), place.busyUntil) ? 1 : 0;
+        value = transmitters_[port].isBusy(lineMbit(port), place.transmitter.busyUntil) ? 1 : 0;
     else
         value = place.receiveErrors.value();
     return true;

@@ -56,9 +56,11 @@ public:
         slot_->units.store(at + 1, std::memory_order_relaxed);
         return true;
     }
-    /// The open frame occupies a line of this speed (0: takes no time) from now on; the server, which does
-    /// the same, carries it later.
-    void occupyLine(unsigned mbit) noexcept;
+    /// The open frame, to which the board appends a check sequence or not, occupies a line of this speed (0:
+    /// takes no time) from now on; the server, which does the same, carries it later.
+    void occupyLine(unsigned mbit, bool addsFcs) noexcept;
+    /// In nanoseconds of the steady clock.
+    std::int64_t lineUntil() const noexcept { return lineUntil_.load(std::memory_order_relaxed); }
     /// Whether the line is busy, or the ring full. The server's line is busy until `servedUntil`, perhaps
     /// with another program's frames.
     bool isBusy(unsigned mbit, std::int64_t servedUntil) const noexcept;
@@ -80,10 +82,10 @@ private:
 
     TransmitRing& ring_;
     ServerWatch& server_;
-    std::atomic<std::int64_t> lineUntil_{0};
-    Line line_{lineUntil_};
     const std::chrono::milliseconds patience_;
     std::atomic<std::chrono::steady_clock::time_point> fullSince_{}; // while the ring is full
+    std::atomic<std::int64_t> lineUntil_{0};
+    Line line_{lineUntil_};
     TransmitSlot* slot_ = nullptr; // the open one; null: the next
     TransmitSlot lost_;            // takes what a server that is gone has no room for
 };
@@ -138,7 +140,7 @@ public:
         case Register::GigeBufferReset:
             return transmitter.begin(), true;
         case Register::GigeWriteComplete:
-            transmitter.occupyLine(lineMbit(portOf(address)));
+            occupyLine(portOf(address));
             return transmitter.complete(), true;
         default:
             return false;
@@ -162,6 +164,11 @@ private:
     Channel& channel() const noexcept { return *reinterpret_cast<Channel*>(channel_.data()); }
     unsigned lineMbit(unsigned port) const noexcept {
         return page().isPlain() ? page().port[port].lineMbit.load(std::memory_order_relaxed) : 0;
+    }
+    void occupyLine(unsigned port) noexcept {
+        const auto& shown = page().port[port].transmitter;
+        transmitters_[port].occupyLine(lineMbit(port),
+                                       shown.crcGeneration.load(std::memory_order_relaxed) != 0);
     }
     bool takes(std::uint32_t address) const noexcept {
         constexpr auto refusing =
