@@ -3,6 +3,8 @@
 // `orvo-gige bridge` with plug-in and simulated board in between; each in network namespaces of its own,
 // with interfaces as they come and with their offload off.
 // Writes JSON.
+//
+// usage: orvo-bench-bridge [SECONDS [lines]], "lines" for ports at line rate alone
 #include "BareBridge.h"
 #include "BridgeNetwork.h"
 #include "LineRates.h"
@@ -19,6 +21,7 @@
 #include <functional>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 #include <thread>
 
 namespace orvo::bench {
@@ -102,13 +105,17 @@ Json inOwnProcess(Interfaces settings, const std::function<Json(std::chrono::sec
     return Json::parse(text);
 }
 
-int run(std::chrono::seconds duration) {
+Json asFastAsItGoes(std::chrono::seconds duration) {
     const auto all = [duration](Interfaces settings) -> Json {
         return {{"veth", inOwnProcess(settings, overVeth, duration)},
                 {"bareBridge", inOwnProcess(settings, overBareBridge, duration)},
                 {"port", inOwnProcess(settings, overPort, duration)}};
     };
-    Json result = {{"untouched", all(Interfaces::Untouched)}, {"offloadOff", all(Interfaces::OffloadOff)}};
+    return {{"untouched", all(Interfaces::Untouched)}, {"offloadOff", all(Interfaces::OffloadOff)}};
+}
+
+int run(std::chrono::seconds duration, bool linesAlone) {
+    Json result = linesAlone ? Json() : asFastAsItGoes(duration);
     for (const auto& [name, line] : lines()) {
         const auto measureLine = [&line = line](std::chrono::seconds time) { return lineRate(line, time); };
         result["lines"][name] = inOwnProcess(Interfaces::OffloadOff, measureLine, duration, line.ports);
@@ -122,7 +129,8 @@ int run(std::chrono::seconds duration) {
 
 int main(int count, char** arguments) {
     try {
-        return orvo::bench::run(std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 3));
+        return orvo::bench::run(std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 3),
+                                count > 2 && std::string_view(arguments[2]) == "lines");
     } catch (const std::exception& failure) {
         std::cerr << "orvo-bench-bridge: " << failure.what() << '\n';
         return 1;

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include <csignal>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -128,9 +129,12 @@ void receiveAll(Counts& counts) {
         if (receiver.receive()) counts.received.store(++count, std::memory_order_release);
 }
 
-/// As orvo-gige capture --at wire does, without writing a file.
+/// As orvo-gige capture --at wire does, without writing a file: with the processor time that nobody else
+/// wants, also where this benchmark has precedence over all other programs.
 void listen(Counts& counts) {
-    if (nice(19) < 0) std::fprintf(stderr, "no lower priority\n");
+    const sched_param ordinary{};
+    if (sched_setscheduler(0, SCHED_OTHER, &ordinary) != 0 || nice(19) < 0)
+        std::fprintf(stderr, "no lower priority\n");
     OrvoSimTap* tap = nullptr;
     if (orvoSimOpenTap(0, 0, &tap) != 0) std::fprintf(stderr, "no tap\n"), std::_Exit(1);
     counts.isListening = true;

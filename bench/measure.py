@@ -25,8 +25,8 @@ LIMIT_SECONDS = 120  # of each program; the longest takes a quarter of it
 def precedence():
     """So that what else runs on the machine is not measured, where the user may have it.
 
-    The kernel keeps a share of the time for others (sched_rt_runtime_us, usually 5 %), also where nobody else wants it. A port at
-    line rate, whose sender polls the busy flag all the time, is slower by that.
+    The kernel keeps a share of the time for others (sched_rt_runtime_us, usually 5 %), also where nobody else wants it: what never
+    sleeps is slower by that.
     """
     command = ["chrt", "--rr", "1"]
     allowed = shutil.which("chrt") and subprocess.run(command + ["true"], capture_output=True).returncode == 0

@@ -60,7 +60,9 @@ bool ServerWatch::hasLostServer() noexcept {
 
 std::string ServerWatch::lossText() {
     const std::string name(isServerChosen() ? " --name " + std::string(chosenBoards()) : "");
-    return "the server of the simulated boards has ended; start it again: orvo-gige simulate" + name;
+    return "the server of the simulated boards has ended or does not answer; start it again: orvo-gige "
+           "simulate" +
+           name;
 }
 
 } // namespace orvo::host

@@ -67,9 +67,10 @@ TEST_F(BoardServerTest, AServerThatDoesNotAnswerIsNamedWithTheWayToStartIt) {
 
 TEST_F(BoardServerTest, ProgramsOfAKilledServerEndWithOneLine) {
     startServer();
-    const std::string loss = "orvo-gige: the server of the simulated boards has ended; start it again: "
-                             "orvo-gige simulate --name " +
-                             socket + "\n";
+    const std::string loss =
+        "orvo-gige: the server of the simulated boards has ended or does not answer; start it again: "
+        "orvo-gige simulate --name " +
+        socket + "\n";
     const struct {
         Words command;
         const char* ready;

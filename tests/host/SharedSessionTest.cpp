@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Many programs at one board of a server at the same time: each sees what the others do, and the bridge,
-// which carries pings meanwhile, loses none.
+// which carries pings meanwhile, loses none. One of them listens at the bridge's cable.
 #include "NetworkTest.h"
 
 #include <nlohmann/json.hpp>
+
+#include <algorithm>
 
 namespace orvo::host {
 namespace {
@@ -41,6 +43,9 @@ protected:
         })) << port
             << place << lastLine(watch);
     }
+    static bool isPing(const std::string& frame) {
+        return frame.size() > 23 && frame.substr(12, 2) == std::string("\x08\0", 2) && frame[23] == 1;
+    }
     /// What port 0/1 sends arrives at 0/2, where another program takes it.
     void sendCapture() const {
         tool({"replay", ORVO_TEST_DATA "/mixed-lan.pcap", "--port", "1", "--receive", "0/1", "--no-reset",
@@ -58,6 +63,8 @@ TEST_F(SharedSessionTest, ProgramsSeeWhatTheOthersDoAndNoPingIsLost) {
     auto bridge = start({"bridge", "--no-reset", "--tap", "gige0", "--address", "10.77.0.1/24", "--json"});
     awaitLink("gige0", bridge);
     awaitAnswer();
+    auto wire = start({"capture", "--at", "wire", "--write", folder.file("wire.pcapng"), "--json"});
+    awaitText(wire, "at the wire");
     auto watch = start({"watch", "--json", "--interval", "0.1", "--link-interval", "0"});
     auto diagnosis = start({"diagnose", "--port", "3", "--json"});
     auto capture = start({"capture", "--port", "2", "--no-reset", "--write", folder.file("seen.pcapng")});
@@ -92,11 +99,18 @@ TEST_F(SharedSessionTest, ProgramsSeeWhatTheOthersDoAndNoPingIsLost) {
     awaitAnswer();
     expectAnswers("-c 100 -i 0.005");
 
-    for (auto* const program : {&capture, &watch, &links, &bridge, &server}) {
+    for (auto* const program : {&wire, &capture, &watch, &links, &bridge, &server}) {
         program->signal(SIGTERM);
         EXPECT_EQ(program->wait().exitCode, 0) << program->errors();
     }
     EXPECT_EQ(framesOf(folder.file("seen.pcapng")).size(), 2 * frames - frames / 10);
+    const auto atWire = framesOf(folder.file("wire.pcapng"));
+    EXPECT_GE(std::ranges::count_if(atWire, isPing), 2 * (200 + 100 + 100)) << "requests and replies";
+    const auto report = json::parse(wire.output());
+    EXPECT_EQ(report["missed"], (json{{"received", 0}, {"sent", 0}}));
+    EXPECT_EQ(report["received"]["frames"].get<unsigned>() + report["sent"]["frames"].get<unsigned>(),
+              atWire.size());
+    EXPECT_GT(report["died"]["frames"], 0) << "while the plug was pulled";
 }
 
 } // namespace

@@ -67,7 +67,7 @@ TEST(LineRateTest, TheBusyFlagStandsForTheTimeOfTheNegotiatedSpeed) {
 // In no stretch do more frames arrive than the line carries in its time, and in what the wire's thread may
 // make up: also behind a pause, which earns nothing.
 TEST(LineRateTest, FramesFromOutsideArriveNoFasterThanTheLineCarriesThem) {
-    constexpr std::size_t bytes = 1514, count = 200;
+    constexpr std::size_t bytes = 1514, count = 1000;
     Simulation simulation(negotiated());
     FrameSink& outside = simulation.board(0)->ports()[0].outsideSink();
     const std::vector<std::uint8_t> frame(bytes);

@@ -20,8 +20,9 @@ constexpr std::array<std::uint8_t, 6> joinedSource = {2, 0, 0, 0, 0, 2}; // of J
 /// Keeps frames of the test's types and of IPv4 apart from the kernel's own.
 struct Port final : FrameSink {
     OrvoSimFate deliver(WireBytes frame) noexcept override {
-        EXPECT_TRUE(frame.empty()) << "only as a sign of a bad one";
-        return ++broken, OrvoSimTooShort;
+        EXPECT_FALSE(isGoodFrame(frame)) << "only one that the port refuses";
+        damaged.assign(frame.begin(), frame.end());
+        return ++broken, OrvoSimWrongFcs;
     }
     OrvoSimFate deliverUnsealed(WireBytes content) noexcept override {
         if (content.size() > maxFrameBytes) return ++broken, OrvoSimTooLong;
@@ -36,6 +37,7 @@ struct Port final : FrameSink {
 
     bool isReady = true;
     std::vector<Bytes> frames;
+    Bytes damaged; // the last one
     std::uint64_t arrived = 0, broken = 0, lost = 0;
 };
 
@@ -118,11 +120,19 @@ TEST_F(PacketSocketTest, CountsWhatNoPortTakesAndTellsAWayOnceAReason) {
     ASSERT_EQ(port.frames.size(), 1U);
     EXPECT_TRUE(orvo::test::StreamReader().take(port.frames[0])) << "its checksum is finished";
 
-    auto routed = orvo::test::joinedFrame({.isIpv6 = true, .ipOptions = {0, 0, 1, 4, 0, 0, 0, 0}});
-    routed.bytes[20] = 43; // makes a routing header of it
-    routed.bytes[57] = 1;  // with a station to go
     testing::internal::CaptureStderr();
-    for (int i = 0; i < 3; ++i) card.send(routed.withHeader());
+    for (const std::size_t bytes : {4000U, 4000U, 900U}) {
+        auto routed = orvo::test::joinedFrame({.isIpv6 = true,
+                                               .ipOptions = {0, 0, 1, 4, 0, 0, 0, 0},
+                                               .payloadBytes = bytes,
+                                               .segmentBytes = 500});
+        routed.bytes[20] = 43; // makes a routing header of it
+        routed.bytes[57] = 1;  // with a station to go
+        card.send(routed.withHeader());
+        socket->receive(port);
+        const auto sealedBytes = routed.bytes.size() + fcsBytes;
+        EXPECT_EQ(port.damaged.size(), bytes == 900 ? sealedBytes : 0) << "it is short enough to be seen";
+    }
     card.send(orvo::test::joinedFrame({.payloadBytes = 4000, .segmentBytes = 2000}).withHeader());
     socket->receive(port);
     EXPECT_EQ(port.broken, 5U) << "three that cannot be cut, and two segments that are too long";

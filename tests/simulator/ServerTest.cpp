@@ -30,29 +30,55 @@ TEST(ServerTest, IsFullForOneProgramMoreThanItServes) {
     EXPECT_EQ(last, "");
 }
 
-struct CountingWatch final : ServerWatch {
-    bool findGone() noexcept override { return ++looks, true; }
-    int looks = 0; // at least one in every wait
+struct Watch final : ServerWatch {
+    bool findGone() noexcept override { return isGone; }
+    void giveUp() noexcept override { isGone = true; }
+    bool isGone = false;
 };
 
-TEST(RemoteTransmitterTest, WaitsOnceForAServerThatTakesNoFrames) {
+TEST(RemoteTransmitterTest, GivesUpAServerThatTakesNoFrames) {
     const auto ring = std::make_unique<TransmitRing>();
-    CountingWatch watch;
-    RemoteTransmitter transmitter(*ring, watch);
+    Watch watch;
+    RemoteTransmitter transmitter(*ring, watch, std::chrono::milliseconds(1));
     const auto send = [&] {
         transmitter.begin();
         transmitter.append(7);
         transmitter.complete();
         return ring->published.load();
     };
+    const auto pollUntilGone = [&] {
+        while (!watch.isGone && transmitter.isBusy(0, 0)) {
+        }
+    };
     for (unsigned frame = 1; frame <= TransmitRing::usable; ++frame) EXPECT_EQ(send(), frame);
-    for (int lost = 0; lost < 3; ++lost) EXPECT_EQ(send(), TransmitRing::usable);
-    EXPECT_EQ(watch.looks, 1);
-    ring->consumed = ring->published.load();
-    for (unsigned frame = 1; frame <= TransmitRing::usable; ++frame)
-        EXPECT_EQ(send(), TransmitRing::usable + frame);
-    send();
-    EXPECT_EQ(watch.looks, 2) << "it had gone on";
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    ring->consumed = 1;
+    pollUntilGone();
+    EXPECT_FALSE(watch.isGone) << "it goes on";
+    EXPECT_EQ(send(), TransmitRing::usable + 1);
+    pollUntilGone();
+    EXPECT_TRUE(watch.isGone) << "for a host that polls the busy flag";
+    watch.isGone = false;
+    for (int lost = 0; lost < 3; ++lost) EXPECT_EQ(send(), TransmitRing::usable + 1);
+    EXPECT_TRUE(watch.isGone) << "for a host that does not";
+}
+
+TEST(RemoteTransmitterTest, OccupiesTheLineForTheFrameAsItLeaves) {
+    constexpr unsigned units = 750, frames = 20;
+    const auto ring = std::make_unique<TransmitRing>();
+    Watch watch;
+    RemoteTransmitter transmitter(*ring, watch);
+    const auto occupied = [&](bool addsFcs) {
+        const auto before = transmitter.lineUntil();
+        transmitter.begin();
+        for (unsigned unit = 0; unit < units; ++unit) transmitter.append(unit);
+        transmitter.occupyLine(10, addsFcs);
+        transmitter.complete();
+        return transmitter.lineUntil() - before;
+    };
+    for (unsigned frame = 0; frame < frames; ++frame) occupied(true); // so that the line is busy meanwhile
+    EXPECT_EQ(occupied(true), (2 * units + 24) * 800);
+    EXPECT_EQ(occupied(false), (2 * units + 20) * 800) << "the host appended the check sequence";
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "base/Counter.h"
 #include "config/Configuration.h"
 #include "mac/QueueWindow.h"
+#include "mac/Transmitter.h"
 
 #include <orvo/sim/orvo_sim.h>
 
@@ -20,7 +21,7 @@ inline constexpr unsigned queuesPerPort = 2; // of received frames, and of actio
 struct PortPage {
     std::uint32_t registers = 0;            ///< register bits of the port
     std::atomic<std::uint32_t> isPlayed{0}; ///< the wire delivers when the empty queue is read
-    std::atomic<std::int64_t> busyUntil{0}; ///< of the transmitter, in nanoseconds of the steady clock
+    Transmitter::Shown transmitter;
     std::atomic<std::uint32_t> lineMbit{0}; ///< frames take the time on the wire of this speed; 0: none
     SharedCounter receiveErrors;            ///< GigeRecvErrCnt, which a host may read with every frame
     std::array<std::uint64_t, queuesPerPort> windows{}; ///< of the queues, in bytes from the page; 0: none

@@ -122,7 +122,7 @@ private:
 
     PortGate gate_;
     TapPlace tap_;
-    Transmitter transmitter_{gate_, page_.busyUntil, tap_};
+    Transmitter transmitter_{gate_, page_.transmitter, tap_};
     DataQueue receiveQueue_;
     DataQueue actionQueue_;
     Receiver receiver_{gate_, receiveQueue_, page_.receiveErrors, tap_};

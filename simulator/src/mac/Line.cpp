@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "mac/Line.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace orvo::sim {
 
 namespace {
 
-constexpr std::int64_t gapBytes = 20;              // preamble, start of frame, and the gap between frames
-constexpr std::chrono::microseconds oversleep{80}; // that a short sleep may take longer than asked for
+constexpr std::int64_t gapBytes = 20; // preamble, start of frame, and the gap between frames
+
+// Setting a timer and waking up take as long as a full frame at a gigabit, so that a sleep for each frame, or
+// a loop that looks all the time, would leave both ends of a connection too little of two processors. As many
+// network cards raise one interrupt for all frames of such a time.
+constexpr std::chrono::nanoseconds shortestNap = std::chrono::microseconds(100);
 
 } // namespace
 
@@ -23,19 +28,13 @@ void Line::occupy(std::size_t wireBytes) noexcept {
 
 /// In real time, which a program's own usleep may not be.
 void Line::await() const noexcept {
-    using Moment = std::chrono::time_point<std::chrono::steady_clock, std::chrono::nanoseconds>;
-    while (isBusy())
-        std::this_thread::sleep_until(
-            Moment(std::chrono::nanoseconds(until_.load(std::memory_order_relaxed))));
+    while (isBusy()) nap();
 }
 
 bool Line::napsUntil(std::int64_t moment) noexcept {
     const std::chrono::nanoseconds left(moment - nowNs());
     if (left.count() <= 0) return false;
-    if (left > oversleep)
-        std::this_thread::sleep_for(left - oversleep);
-    else
-        std::this_thread::yield();
+    std::this_thread::sleep_for(std::max(left, shortestNap));
     return true;
 }
 

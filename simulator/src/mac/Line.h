@@ -16,8 +16,9 @@ namespace orvo::sim {
 class Line {
 public:
     /// A pause of at most this between two frames is not counted: the sender was only late, because it slept
-    /// or had no processor. What it missed it makes up at once, so that the mean is the line's rate.
-    static constexpr std::chrono::microseconds lateness{500};
+    /// or had no processor. What it missed it makes up at once, so that the mean is the line's rate. A
+    /// receive queue of the usual size holds what comes in one go then.
+    static constexpr std::chrono::milliseconds lateness{2};
 
     /// `until` is where the moment is kept at which the last frame has left.
     explicit Line(std::atomic<std::int64_t>& until) noexcept : until_(until) {}
@@ -31,10 +32,10 @@ public:
     bool isBusy() const noexcept { return hasRate() && nowNs() < until_.load(std::memory_order_relaxed); }
     /// A frame of this length, check sequence included, begins now.
     void occupy(std::size_t wireBytes) noexcept;
-    /// Sleeps until the line is free, and perhaps some microseconds longer.
+    /// Sleeps until the line is free, and perhaps some 100 us longer.
     void await() const noexcept;
-    /// For one that polls: false when the moment has come; else gives the processor up for a part of the time
-    /// until then.
+    /// For one that polls: false when the moment has come; else sleeps until then, and perhaps some 100 us
+    /// longer.
     static bool napsUntil(std::int64_t moment) noexcept;
     void nap() const noexcept { napsUntil(until_.load(std::memory_order_relaxed)); }
 

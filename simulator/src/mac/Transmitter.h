@@ -24,9 +24,14 @@ class Transmitter {
 public:
     static constexpr std::size_t bufferBytes = 2048;
 
-    /// `busyUntil` outlives it.
-    Transmitter(const PortGate& gate, std::atomic<std::int64_t>& busyUntil, TapPlace& tap) noexcept
-        : gate_(gate), tap_(tap), line_(busyUntil) {}
+    /// What other programs see of it.
+    struct Shown {
+        std::atomic<std::int64_t> busyUntil{0};      ///< in nanoseconds of the steady clock
+        std::atomic<std::uint32_t> crcGeneration{1}; ///< 0: frames bring their check sequence
+    };
+    /// `shown` outlives it.
+    Transmitter(const PortGate& gate, Shown& shown, TapPlace& tap) noexcept
+        : gate_(gate), shown_(shown), tap_(tap), line_(shown.busyUntil) {}
 
     void begin() noexcept {
         writesBefore_.add(units_.load(std::memory_order_relaxed) + 1);
@@ -60,8 +65,10 @@ public:
     void nap() const noexcept { line_.nap(); }
     Line& line() noexcept { return line_; }
 
-    void setCrcGeneration(bool on) noexcept { crcGeneration_.store(on, std::memory_order_relaxed); }
-    bool crcGeneration() const noexcept { return crcGeneration_.load(std::memory_order_relaxed); }
+    void setCrcGeneration(bool on) noexcept {
+        shown_.crcGeneration.store(on ? 1 : 0, std::memory_order_relaxed);
+    }
+    bool crcGeneration() const noexcept { return shown_.crcGeneration.load(std::memory_order_relaxed) != 0; }
 
     /// Sends to `wire` from now on (null: nowhere); returns when the wire before carries no frame any more.
     /// One thread at a time.
@@ -86,10 +93,10 @@ private:
     OrvoSimFate sendFrame(WireBytes frame, bool addsFcs) noexcept;
 
     const PortGate& gate_;
+    Shown& shown_;
     TapPlace& tap_;
     Line line_;
     std::atomic<Wire*> wire_{nullptr};
-    std::atomic<bool> crcGeneration_{true};
     std::atomic<std::uint64_t> turns_{0}; // odd while a frame is being sent
 
     alignas(64) std::atomic<std::size_t> units_{0}; // written since the frame began; may exceed the buffer

@@ -44,9 +44,13 @@ std::optional<MessageReader> Remote::ask(MessageBytes request,
                              : std::nullopt;
     if (message)
         if (MessageReader reply(*message); reply.take<std::uint32_t>() == requests_) return reply;
+    giveUp();
+    return std::nullopt;
+}
+
+void Remote::giveUp() noexcept {
     isGone_.store(true, std::memory_order_relaxed);
     socket_.shutDown();
-    return std::nullopt;
 }
 
 bool Remote::findGone() noexcept {
@@ -72,7 +76,7 @@ void Remote::leaveToParent() noexcept {
 void Remote::drain() noexcept {
     for (const auto& board : boards_)
         if (const RemoteBoard* const attached = board.load(std::memory_order_acquire))
-            attached->drain(replyLimit);
+            if (!attached->drain(replyLimit)) giveUp();
 }
 
 RemoteBoard* Remote::attach(void* device) {

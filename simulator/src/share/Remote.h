@@ -66,6 +66,7 @@ public:
     bool isGone() const noexcept { return isGone_.load(std::memory_order_relaxed); }
     /// The same, looking at the connection.
     bool findGone() noexcept override;
+    void giveUp() noexcept override;
     /// The same, looking every 100 ms: for accesses to shared memory, which takes frames even without a
     /// server.
     bool noticesGone() noexcept;

@@ -21,8 +21,6 @@ inline void copied() noexcept {
 
 using SteadyClock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds patience{5}; // with a server that takes no frames
-
 /// Gives the processor up until `holds()`; false when it does not within `limit`, or the server is gone.
 /// Waits in real time: a program's own usleep may move a clock, which would come back here.
 template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWatch& server, Holds holds) {
@@ -38,10 +36,9 @@ template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWa
 } // namespace
 
 TransmitSlot& RemoteTransmitter::openNext() noexcept {
-    const auto limit = isStuck_ ? std::chrono::seconds(0) : patience;
-    isStuck_ = !comesWithin(limit, server_, [this] { return !isFull(); });
-    if (isStuck_) lost_.empty();
-    return *(slot_ = isStuck_ ? &lost_ : &ring_.at(ring_.published.load(std::memory_order_relaxed)));
+    const bool hasRoom = comesWithin(patience_, server_, [this] { return !isFull(); });
+    if (!hasRoom) server_.giveUp(), lost_.empty();
+    return *(slot_ = hasRoom ? &ring_.at(ring_.published.load(std::memory_order_relaxed)) : &lost_);
 }
 
 void RemoteTransmitter::complete() noexcept {
@@ -55,21 +52,23 @@ void RemoteTransmitter::complete() noexcept {
     // thread sees that it sleeps.
     ring_.published.store(published, std::memory_order_seq_cst);
     if (ring_.isAsleep.load(std::memory_order_seq_cst) != 0) wakeSleepers(&ring_.published);
+    if (isFull()) fullSince_.store(SteadyClock::now(), std::memory_order_relaxed);
 }
 
-void RemoteTransmitter::occupyLine(unsigned mbit) noexcept {
+void RemoteTransmitter::occupyLine(unsigned mbit, bool addsFcs) noexcept {
     line_.setMbit(mbit);
     if (mbit == 0) return;
-    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + fcsBytes;
+    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + (addsFcs ? fcsBytes : 0);
     line_.occupy(std::max(bytes, minWireBytes));
 }
 
 bool RemoteTransmitter::isBusy(unsigned mbit, std::int64_t servedUntil) const noexcept {
     if (isFull()) {
+        if (SteadyClock::now() - fullSince_.load(std::memory_order_relaxed) >= patience_) server_.giveUp();
         std::this_thread::yield(); // hosts poll, and the server may need this processor
         return true;
     }
-    const auto until = std::max(lineUntil_.load(std::memory_order_relaxed), servedUntil);
+    const auto until = std::max(lineUntil(), servedUntil);
     return mbit != 0 && Line::napsUntil(until);
 }
 
@@ -128,7 +127,7 @@ bool RemoteBoard::read(std::uint32_t address, std::uint64_t& value) const noexce
     const unsigned port = portOf(address);
     const PortPage& place = page().port[port];
     if (isFlag)
-        value = transmitters_[port].isBusy(lineMbit(port), place.busyUntil) ? 1 : 0;
+        value = transmitters_[port].isBusy(lineMbit(port), place.transmitter.busyUntil) ? 1 : 0;
     else
         value = place.receiveErrors.value();
     return true;

@@ -5,6 +5,7 @@
 #include "base/MappedMemory.h"
 #include "faults/BoardCondition.h"
 #include "share/Channel.h"
+#include "share/Protocol.h"
 
 #include <array>
 #include <atomic>
@@ -18,19 +19,24 @@ constexpr bool isRegister(std::uint32_t address, Register base) noexcept {
     return (address & ~portBits) == static_cast<std::uint32_t>(base);
 }
 
-/// Looks whether the server is still there.
+/// Looks whether the server is still there. Any thread.
 class ServerWatch {
 public:
     virtual bool findGone() noexcept = 0;
+    /// The server does nothing any more, which counts as its end.
+    virtual void giveUp() noexcept = 0;
 
 protected:
     ~ServerWatch() = default;
 };
 
-/// The program's end of a transmit ring. Threads: the port's sender; `isIdle` any.
+/// The program's end of a transmit ring. A server that takes no frame from a full ring for as long as
+/// `patience` is given up. Threads: the port's sender; `isBusy` and `drain` any.
 class RemoteTransmitter {
 public:
-    RemoteTransmitter(TransmitRing& ring, ServerWatch& server) noexcept : ring_(ring), server_(server) {}
+    RemoteTransmitter(TransmitRing& ring, ServerWatch& server,
+                      std::chrono::milliseconds patience = replyLimit) noexcept
+        : ring_(ring), server_(server), patience_(patience) {}
 
     void begin() noexcept {
         TransmitSlot& slot = open();
@@ -50,9 +56,11 @@ public:
         slot_->units.store(at + 1, std::memory_order_relaxed);
         return true;
     }
-    /// The open frame occupies a line of this speed (0: takes no time) from now on; the server, which does
-    /// the same, carries it later.
-    void occupyLine(unsigned mbit) noexcept;
+    /// The open frame, to which the board appends a check sequence or not, occupies a line of this speed (0:
+    /// takes no time) from now on; the server, which does the same, carries it later.
+    void occupyLine(unsigned mbit, bool addsFcs) noexcept;
+    /// In nanoseconds of the steady clock.
+    std::int64_t lineUntil() const noexcept { return lineUntil_.load(std::memory_order_relaxed); }
     /// Whether the line is busy, or the ring full. The server's line is busy until `servedUntil`, perhaps
     /// with another program's frames.
     bool isBusy(unsigned mbit, std::int64_t servedUntil) const noexcept;
@@ -74,11 +82,12 @@ private:
 
     TransmitRing& ring_;
     ServerWatch& server_;
+    const std::chrono::milliseconds patience_;
+    std::atomic<std::chrono::steady_clock::time_point> fullSince_{}; // while the ring is full
     std::atomic<std::int64_t> lineUntil_{0};
     Line line_{lineUntil_};
     TransmitSlot* slot_ = nullptr; // the open one; null: the next
-    bool isStuck_ = false; // the server took nothing while the last frame waited; the next does not wait
-    TransmitSlot lost_;    // takes what a server that does not go on has no room for
+    TransmitSlot lost_;            // takes what a server that is gone has no room for
 };
 
 /// The program's view of a data queue. Threads: the queue's reader.
@@ -132,7 +141,7 @@ public:
         case Register::GigeBufferReset:
             return transmitter.begin(), true;
         case Register::GigeWriteComplete:
-            transmitter.occupyLine(lineMbit(portOf(address)));
+            occupyLine(portOf(address));
             return transmitter.complete(), true;
         default:
             return false;
@@ -156,6 +165,11 @@ private:
     Channel& channel() const noexcept { return *reinterpret_cast<Channel*>(channel_.data()); }
     unsigned lineMbit(unsigned port) const noexcept {
         return page().isPlain() ? page().port[port].lineMbit.load(std::memory_order_relaxed) : 0;
+    }
+    void occupyLine(unsigned port) noexcept {
+        const auto& shown = page().port[port].transmitter;
+        transmitters_[port].occupyLine(lineMbit(port),
+                                       shown.crcGeneration.load(std::memory_order_relaxed) != 0);
     }
     bool takes(std::uint32_t address) const noexcept {
         constexpr auto refusing =

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "wire/FrameDevice.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace orvo::sim {
@@ -12,12 +13,18 @@ constexpr std::array<const char*, offload::uncuttableCount> reasonTexts = {
     "inside a tunnel", "with a header that no segment may repeat", "longer than 64 KiB",
     "with broken headers"};
 
-/// Whether the receiver counted an error for a frame that no cable carries. A joined one that is short enough
-/// for a cable goes as a fragment, since it would pass as it is.
+/// A joined frame that is short enough for a cable gets a wrong check sequence, since it would pass as it is.
+OrvoSimFate deliverUnfit(FrameSink& port, WireBytes frame) noexcept {
+    if (frame.size() > maxFrameBytes) return port.deliverUnsealed(frame);
+    std::array<std::uint8_t, maxWireBytes> damaged;
+    std::copy(frame.begin(), frame.end(), damaged.begin());
+    return port.deliver(WireBytes(damaged).first(sealFrame(damaged.data(), frame.size(), 1)));
+}
+
+/// Whether the receiver counted an error for a frame that no cable carries.
 bool isCountedAsError(FrameSink& port, WireBytes frame) noexcept {
-    const bool wouldPass = frame.size() <= maxFrameBytes;
-    const auto fate = wouldPass ? port.deliver({}) : port.deliverUnsealed(frame);
-    return fate == OrvoSimTooLong || fate == OrvoSimTooShort;
+    const auto fate = deliverUnfit(port, frame);
+    return fate == OrvoSimTooLong || fate == OrvoSimWrongFcs;
 }
 
 } // namespace

@@ -49,7 +49,8 @@ class WireTap {
 public:
     /// Null where the place has no seat left. Throws std::system_error without memory.
     static std::unique_ptr<WireTap> at(TapPlace& place);
-    /// Returns once no thread writes a record any more: after the present frames at most.
+    /// Returns once no thread writes a record any more. Later frames see that nobody listens; each of those
+    /// that are passing ends by itself, at the latest where an interface has had no room for 40 ms.
     ~WireTap();
     WireTap(const WireTap&) = delete;
     WireTap& operator=(const WireTap&) = delete;
