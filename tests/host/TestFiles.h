@@ -42,6 +42,17 @@ inline void writeFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
 }
 
+/// A fault of a script; `more` are its other settings, each on a line.
+inline std::string fault(const std::string& kind, const std::string& more = "") {
+    return "[[fault]]\nkind = '" + kind + "'\n" + more + "\n";
+}
+
+/// Writes a script for --faults and returns its path.
+inline std::string writeFaults(const TemporaryFolder& folder, const std::string& script) {
+    writeFile(folder.file("faults.toml"), script);
+    return folder.file("faults.toml");
+}
+
 /// A pcap file; a frame longer than `snapLength` is cut short.
 inline void writeCapture(const std::string& path, const std::vector<Frame>& frames,
                          std::size_t snapLength = 65'535) {
