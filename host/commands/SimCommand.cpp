@@ -12,7 +12,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <map>
 
 namespace orvo::host {

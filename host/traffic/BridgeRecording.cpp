@@ -6,7 +6,6 @@
 #include "frames/CaptureOutput.h"
 
 #include <chrono>
-#include <new>
 
 namespace orvo::host {
 namespace {

@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 
 #include <deque>
-#include <filesystem>
 #include <optional>
 
 namespace orvo::host {

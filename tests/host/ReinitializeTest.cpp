@@ -4,8 +4,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-
 namespace orvo::host {
 namespace {
 

@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 
-#include <map>
 #include <random>
 #include <set>
 

@@ -5,7 +5,6 @@
 #include <pcap/pcap.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
