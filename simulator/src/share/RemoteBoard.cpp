@@ -60,7 +60,7 @@ void RemoteTransmitter::complete() noexcept {
 void RemoteTransmitter::occupyLine(unsigned mbit) noexcept {
     line_.setMbit(mbit);
     if (mbit == 0) return;
-    const std::size_t bytes = std::size_t{2} * open().units.load(std::memory_order_relaxed) + fcsBytes;
+    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + fcsBytes;
     line_.occupy(std::max(bytes, minWireBytes));
 }
 
