@@ -168,7 +168,7 @@ std::vector<std::string> names() {
 class SimCommand : public Command {
 public:
     explicit SimCommand(Program& program)
-        : Command(program, "sim", "Act on simulated boards that 'simulate' holds, as a hand would") {
+        : Command(program, "sim", "Show and change the simulated boards that 'simulate' holds") {
         line()
             .choice(
                 "ACTION", names(), [this](const std::string& text) { action_ = text; },
