@@ -5,6 +5,8 @@
 #include "support/HostLocale.h"
 #include "support/TemporaryFolder.h"
 
+#include <gtest/gtest.h>
+
 #include <optional>
 
 namespace orvo::test {
@@ -65,7 +67,7 @@ TEST(PropertiesFile, SecondFileAddsOrReplaces) {
         SCOPED_TRACE(testing::Message() << "append " << append << ", overwrite " << overwrite);
         PropertiesFile file(true, false);
         ASSERT_TRUE(file.load(firstFile, true, true));
-        EXPECT_FALSE(file.load(folder / "missing", append, overwrite));
+        EXPECT_FALSE(file.load(folder.file("missing"), append, overwrite));
         EXPECT_EQ(valueOf(file, "s::a"), "1") << "a missing file changes nothing";
         ASSERT_TRUE(file.load(secondFile, append, overwrite));
         EXPECT_EQ(valueOf(file, "s::a"), a);

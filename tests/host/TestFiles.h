@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Files for tests: a folder that goes away, captures made of given frames, and what is in a file.
+// Files for tests: fault scripts, captures made of given frames, and what is in a file.
 #pragma once
+
+#include "support/TemporaryFolder.h"
 
 #include <pcap/pcap.h>
 #include <unistd.h>
@@ -14,23 +16,8 @@
 
 namespace orvo::host::testing_support {
 
+using test::TemporaryFolder;
 using Frame = std::string; // any bytes
-
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "orvo-host-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    std::filesystem::path path_;
-};
 
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
