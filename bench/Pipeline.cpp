@@ -8,7 +8,6 @@
 #include <benchmark/benchmark.h>
 
 #include <atomic>
-#include <memory>
 #include <thread>
 
 namespace {

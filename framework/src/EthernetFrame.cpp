@@ -4,7 +4,6 @@
 #include <libdeflate.h>
 
 #include <cstddef>
-#include <cstdint>
 
 namespace orvo::core::zume {
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <string>
 
 namespace orvo::host {
 

@@ -5,7 +5,6 @@
 #include "base/Signals.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int pipePollMs = 20;
+constexpr std::chrono::milliseconds pipePollPause{20};
 constexpr mode_t newFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH; // umask applies
 constexpr int mostLinks = 40; // in a chain: the kernel's own limit
 
@@ -71,8 +70,7 @@ int openToWrite(const std::string& path) {
             errno = reason;
             return -1;
         }
-        pollfd end{endDescriptor(), POLLIN, 0};
-        poll(&end, 1, pipePollMs);
+        awaitEndRequest(pipePollPause);
         throwIfEndRequested();
     }
 }

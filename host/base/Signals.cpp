@@ -4,12 +4,18 @@
 #include "base/Failure.h"
 #include "base/FileDescriptor.h"
 
+#include <poll.h>
 #include <sys/wait.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <initializer_list>
 
 namespace orvo::host {
+
+using namespace std::chrono_literals;
+
 namespace {
 
 constexpr std::initializer_list<int> endSignals = {SIGINT, SIGTERM, SIGHUP};
@@ -20,7 +26,8 @@ std::atomic<int> requestedBy{0};
 std::atomic<EventFd*> ended{nullptr}; // made once and never freed: a handler may run until the last moment
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<EventFd*>::is_always_lock_free,
               "a signal handler may use them");
-sigset_t maskAtStart; // the main thread's alone
+constexpr std::chrono::milliseconds longestPoll = 1h; // poll counts milliseconds in an int
+sigset_t maskAtStart;                                 // the main thread's alone
 
 void requestEnd(int number) {
     requestedBy.store(number, std::memory_order_relaxed);
@@ -71,6 +78,22 @@ int endDescriptor() noexcept {
 
 void throwIfEndRequested() {
     if (endRequested() != 0) throw Interruption();
+}
+
+bool awaitEndRequest(std::chrono::steady_clock::time_point limit, int wake) {
+    std::array<pollfd, 2> sources = {{{endDescriptor(), POLLIN, 0}, {wake, POLLIN, 0}}};
+    while (endRequested() == 0) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(limit - std::chrono::steady_clock::now());
+        const auto pause = std::clamp(left, 0ms, longestPoll);
+        if (poll(sources.data(), sources.size(), static_cast<int>(pause.count())) > 0) return true;
+        if (left <= 0ms) return false;
+    }
+    return true;
+}
+
+bool awaitEndRequest(std::chrono::milliseconds atMost) {
+    return awaitEndRequest(std::chrono::steady_clock::now() + atMost);
 }
 
 SignalShield::SignalShield() {

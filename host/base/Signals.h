@@ -3,6 +3,7 @@
 // by one.
 #pragma once
 
+#include <chrono>
 #include <csignal>
 #include <optional>
 
@@ -25,6 +26,11 @@ int endDescriptor() noexcept;
 
 /// Throws Interruption when a signal asked the program to end.
 void throwIfEndRequested();
+
+/// Waits until `limit`, to the millisecond; less when a signal asks the program to end or when the descriptor
+/// `wake` becomes readable. Returns whether one of these two ended it.
+bool awaitEndRequest(std::chrono::steady_clock::time_point limit, int wake = -1);
+bool awaitEndRequest(std::chrono::milliseconds atMost);
 
 /// While it lives, these signals do not interrupt system calls of this thread: the board's pacing sleeps must
 /// not be cut short. The flag is raised later, or by another thread.

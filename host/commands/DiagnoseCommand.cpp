@@ -18,8 +18,8 @@ namespace {
 using Json = nlohmann::ordered_json;
 using Changes = std::vector<DiagnosisChange>;
 
-constexpr double leastSeconds = 0.1; // of watching
-constexpr double mostSeconds = 3600;
+constexpr double leastObservationSeconds = 0.1;
+constexpr double mostObservationSeconds = 3600;
 constexpr std::chrono::seconds usualTime{5};
 
 Json changesJson(const Changes& changes, const std::string& since) {
@@ -77,7 +77,7 @@ public:
         line().value(
             "--seconds", "S",
             [this](const std::string& text) {
-                observationTime_ = secondsFrom(text, leastSeconds, mostSeconds);
+                observationTime_ = secondsFrom(text, leastObservationSeconds, mostObservationSeconds);
             },
             "How long to watch the port for the page or bundle (default 5)");
     }

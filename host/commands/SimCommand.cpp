@@ -14,7 +14,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <map>
 #include <optional>
 
@@ -188,7 +187,7 @@ std::vector<std::string> names() {
 class SimCommand : public Command {
 public:
     explicit SimCommand(Program& program)
-        : Command(program, "sim", "Act on simulated boards that 'simulate' holds, as a hand would") {
+        : Command(program, "sim", "Show and change the simulated boards that 'simulate' holds") {
         line()
             .choice(
                 "ACTION", names(), [this](const std::string& text) { action_ = text; },

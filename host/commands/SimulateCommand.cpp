@@ -12,8 +12,6 @@
 #include <array>
 #include <cstdlib>
 
-#include <poll.h>
-
 namespace orvo::host {
 namespace {
 
@@ -48,13 +46,6 @@ void setLineRate(const DynamicLibrary& hal, bool negotiated) {
         set(board, negotiated ? 1 : 0); // fails where there is no board
 }
 
-void awaitEnd() {
-    while (endRequested() == 0) {
-        pollfd end{endDescriptor(), POLLIN, 0};
-        poll(&end, 1, -1);
-    }
-}
-
 /// Holds simulated boards that other programs use, until a signal ends it.
 class SimulateCommand : public Command {
 public:
@@ -85,7 +76,7 @@ public:
         if (!lineRate_.empty()) setLineRate(hal, lineRate_ == "negotiated");
         fmt::print(stderr, "orvo-gige: simulated boards are ready at {}; Ctrl-C ends them\n",
                    boards.simulator->server());
-        awaitEnd();
+        awaitEndRequest(std::chrono::steady_clock::time_point::max());
         return Done;
     }
 

@@ -14,7 +14,6 @@
 #include "traffic/WireStreams.h"
 
 #include <nlohmann/json.hpp>
-#include <poll.h>
 
 #include <algorithm>
 #include <chrono>
@@ -55,12 +54,8 @@ std::unique_ptr<WatchView> viewFor(bool json) {
 
 /// Waits and lets the view redraw itself meanwhile. Ends early when a signal asks for the end.
 void waitUntil(Clock::time_point end, const WatchState& state, WatchView& view) {
-    pollfd source{endDescriptor(), POLLIN, 0};
-    while (endRequested() == 0 && Clock::now() < end) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
-        poll(&source, 1, static_cast<int>(std::clamp(left, 0ms, viewPause).count()));
+    while (Clock::now() < end && !awaitEndRequest(std::min(end, Clock::now() + viewPause)))
         view.showAgain(state);
-    }
 }
 
 /// The next time that is a whole number of intervals after `begin`.

@@ -81,8 +81,8 @@ struct BoardAccess {
     /// elsewhere.
     std::optional<PortAddress> farEnd(PortAddress port) const;
 
-    /// Whether links have to be read from the PHYs, as the boards' libraries do not tell; so it is, too,
-    /// while calls are recorded, for that the recording can be played without simulated boards.
+    /// Whether links are read from the PHYs: of real boards, whose libraries do not tell, and while calls are
+    /// recorded, so that the recording holds what the link was.
     bool readsLinks() const noexcept { return !simulator || recorder_; }
 
     /// The board's clock, in seconds from an arbitrary start.

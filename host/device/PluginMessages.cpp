@@ -22,6 +22,10 @@ constexpr MessageRow messageRows[] = {
     {CountedMessage::ActionReport, "Action command timeout detected", true},
 };
 
+constexpr std::string_view overflowWords = " GVSP FIFO overflow: "; // behind them 0, or a flag in hexadecimal
+constexpr std::string_view filledQueueWords[] = {"Firmware fifo debug registers",
+                                                 " GVCP FIFO not empty: ", overflowWords};
+
 constexpr struct {
     const char* key; // as in the documents of `watch` where that has the same counter
     std::string_view words;
@@ -85,6 +89,16 @@ std::optional<CountedMessage> countedMessage(PortAddress port, std::string_view 
 bool isCausedByFaultsOnly(CountedMessage message) noexcept {
     const auto* const row = std::ranges::find(messageRows, message, &MessageRow::message);
     return row == std::end(messageRows) || row->byFaultsOnly;
+}
+
+bool isFilledQueueWarning(std::string_view message) {
+    return std::ranges::any_of(filledQueueWords, [message](std::string_view words) {
+        return message.find(words) != std::string_view::npos;
+    });
+}
+
+bool reportsOverflow(std::string_view message) {
+    return message.find(overflowWords) != std::string_view::npos && !message.ends_with(": 0");
 }
 
 std::optional<std::uint64_t> numberBehind(const std::string& words, const std::vector<std::string>& lines) {

@@ -35,6 +35,13 @@ std::optional<CountedMessage> countedMessage(PortAddress port, std::string_view 
 /// Whether only faults cause it: the account of faults then reports it instead of the console.
 bool isCausedByFaultsOnly(CountedMessage message) noexcept;
 
+/// Whether it is a line of the warning, at the opening of a port, that its queues in the firmware hold
+/// frames.
+bool isFilledQueueWarning(std::string_view message);
+
+/// Whether such a line says that frames were lost there.
+bool reportsOverflow(std::string_view message);
+
 /// The number behind `words` in the first line of the plug-in's statistics that has them.
 std::optional<std::uint64_t> numberBehind(const std::string& words, const std::vector<std::string>& lines);
 

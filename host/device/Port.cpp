@@ -21,10 +21,6 @@ std::string joined(const std::vector<std::string>& causes) {
     return text;
 }
 
-bool has(const std::string& message, const char* text) {
-    return message.find(text) != std::string::npos;
-}
-
 /// While it lives, keeps the plug-in's warning from the console that frames wait in the port's queue: that is
 /// normal where the far end sends already, and the opening drops them. An overflow is printed.
 class FilledQueueWarning {
@@ -41,13 +37,9 @@ public:
 private:
     static int collect(void* context, const char*, std::uint32_t level, const char* message) {
         auto& self = *static_cast<FilledQueueWarning*>(context);
-        const std::string line = message;
-        const bool isOverflow = has(line, " GVSP FIFO overflow: ");
-        if (level != WarningLevel || !(isOverflow || has(line, "Firmware fifo debug registers") ||
-                                       has(line, " GVCP FIFO not empty: ")))
-            return 0;
-        self.overflowed_ = self.overflowed_ || (isOverflow && !line.ends_with(": 0"));
-        self.lines_.push_back(line);
+        if (level != WarningLevel || !isFilledQueueWarning(message)) return 0;
+        self.overflowed_ = self.overflowed_ || reportsOverflow(message);
+        self.lines_.emplace_back(message);
         return 1;
     }
 

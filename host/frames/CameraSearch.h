@@ -9,7 +9,6 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 

@@ -3,7 +3,6 @@
 
 #include "frames/OutputFrame.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <string>

@@ -5,7 +5,6 @@
 
 #include <boost/algorithm/string/trim.hpp>
 
-#include <algorithm>
 #include <regex>
 #include <sstream>
 #include <stdexcept>

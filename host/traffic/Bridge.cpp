@@ -19,8 +19,8 @@ namespace {
 
 using core::zume::EthernetFrame;
 
-constexpr int returnPauseMs = 200;         // between two attempts to attach to a TAP that is gone
-constexpr std::size_t framesAtOnce = 1024; // read from the TAP before other events are polled
+constexpr std::chrono::milliseconds returnPause{200}; // between two attempts to attach to a TAP that is gone
+constexpr std::size_t framesAtOnce = 1024;            // read from the TAP before other events are polled
 constexpr std::chrono::seconds observeInterval{1};
 constexpr std::chrono::seconds reopenInterval{1};
 
@@ -185,9 +185,8 @@ void Bridge::awaitTap() {
     tapState_ = TapState::Gone;
     hooks_.tell("TAP " + quoted(tap_.name()) + " is gone; frames are dropped until there is a TAP " +
                 "of that name again");
-    pollfd ended{endDescriptor(), POLLIN, 0};
     while (endRequested() == 0 && !tap_.takeAgain()) {
-        poll(&ended, 1, returnPauseMs);
+        awaitEndRequest(returnPause);
         answerRequests();
         if (device_ == Device::Reopening) attemptReopening();
     }

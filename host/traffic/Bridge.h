@@ -20,7 +20,6 @@
 #include <functional>
 #include <span>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace orvo::host {

@@ -6,14 +6,13 @@
 #include "frames/CaptureOutput.h"
 
 #include <chrono>
-#include <new>
 
 namespace orvo::host {
 namespace {
 
 constexpr std::chrono::milliseconds writePause{10}; // a queue holds 800,000 frames a second for so long
 
-pcapng::Timestamp now() {
+pcapng::Timestamp timestampNow() {
     const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
     return static_cast<pcapng::Timestamp>(
         std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch).count());
@@ -39,7 +38,7 @@ void BridgeRecording::begin() {
 
 void BridgeRecording::add(Direction direction, const QByteArray& frame) noexcept {
     auto& queue = (*queues_)[static_cast<std::size_t>(direction)];
-    if (!queue.entries.push(Entry{now(), frame})) queue.omitted.add(1);
+    if (!queue.entries.push(Entry{timestampNow(), frame})) queue.omitted.add(1);
 }
 
 std::uint64_t BridgeRecording::omittedFrames() const noexcept {

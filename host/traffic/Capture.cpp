@@ -4,8 +4,6 @@
 #include "base/Signals.h"
 #include "frames/BlockFile.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -20,7 +18,6 @@ using namespace std::chrono_literals;
 constexpr auto showInterval = 50ms;
 constexpr auto silenceLimit = 3s;
 constexpr auto recordingPoll = 5ms;
-constexpr std::chrono::milliseconds longestPoll = 1h;
 constexpr auto never = std::chrono::steady_clock::time_point::max();
 
 } // namespace
@@ -101,14 +98,7 @@ CaptureEnd Capture::awaitRecordingEnd(const std::function<bool()>& isOver, Clock
 
 /// Returns whether a signal, or the receiving thread, ended the capture before `limit`.
 bool Capture::awaitEndUntil(Clock::time_point limit) const {
-    std::array<pollfd, 2> sources = {{{endDescriptor(), POLLIN, 0}, {threadEnded_.descriptor(), POLLIN, 0}}};
-    while (endRequested() == 0 && sources[1].revents == 0) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(limit - Clock::now());
-        if (left <= 0ms) return false;
-        if (poll(sources.data(), sources.size(), static_cast<int>(std::min(left, longestPoll).count())) < 0)
-            sources[1].revents = 0; // a signal
-    }
-    return true;
+    return awaitEndRequest(limit, threadEnded_.descriptor());
 }
 
 void Capture::receiveAll() noexcept {

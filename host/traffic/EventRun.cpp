@@ -5,9 +5,6 @@
 #include "base/Output.h"
 #include "base/Signals.h"
 
-#include <poll.h>
-
-#include <array>
 #include <exception>
 
 namespace orvo::host {
@@ -15,7 +12,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds longestWait{60'000};
+/// After `time` from now; 0: never.
+Clock::time_point endOf(std::chrono::duration<double> time) {
+    return time.count() == 0 ? Clock::time_point::max()
+                             : Clock::now() + std::chrono::ceil<Clock::duration>(time);
+}
 
 /// Counts events down to a limit, on the thread that takes them.
 class EventPrinter {
@@ -50,19 +51,6 @@ private:
     std::exception_ptr failure_;
 };
 
-void awaitEnd(const EventPrinter& printer, std::chrono::duration<double> time) {
-    std::array<pollfd, 2> sources = {{{endDescriptor(), POLLIN, 0}, {printer.doneDescriptor(), POLLIN, 0}}};
-    const auto begin = Clock::now();
-    while (endRequested() == 0 && sources[1].revents == 0) {
-        const auto left = time - (Clock::now() - begin);
-        if (time.count() != 0 && left.count() <= 0) return;
-        const auto pause = time.count() == 0 || left > longestWait
-                               ? longestWait
-                               : std::chrono::ceil<std::chrono::milliseconds>(left);
-        poll(sources.data(), sources.size(), static_cast<int>(pause.count()));
-    }
-}
-
 } // namespace
 
 TrafficAccount runEvents(const EventRequest& request, const std::function<void(const PortEvent&)>& print) {
@@ -73,7 +61,7 @@ TrafficAccount runEvents(const EventRequest& request, const std::function<void(c
                        [&printer](const PortEvent& event) { printer.take(event); });
     traffic.openLive();
     if (endRequested() == 0) notice("waiting for events of port " + port.text() + "; end with Ctrl-C");
-    awaitEnd(printer, request.time);
+    awaitEndRequest(endOf(request.time), printer.doneDescriptor());
     traffic.stop();
     auto account = traffic.finish({{.port = port}});
     printer.rethrow();

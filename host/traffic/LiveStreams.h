@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <boost/lockfree/spsc_queue.hpp>
 
-#include <chrono>
 #include <mutex>
 #include <optional>
 

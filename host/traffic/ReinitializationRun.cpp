@@ -9,8 +9,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <poll.h>
-
 namespace orvo::host {
 namespace {
 
@@ -34,11 +32,9 @@ void run(const std::vector<std::string>& command, ReinitializationReport& report
 
 void reopen(Port& port, ReinitializationReport& report) {
     DeviceReopening reopening(port);
-    pollfd ended{endDescriptor(), POLLIN, 0};
-    constexpr std::chrono::milliseconds pause = DeviceReopening::pause;
     while (!reopening.attempt()) {
         throwIfEndRequested();
-        poll(&ended, 1, static_cast<int>(pause.count()));
+        awaitEndRequest(DeviceReopening::pause);
         throwIfEndRequested();
     }
     report.attempts = reopening.attempts();

@@ -50,14 +50,14 @@ std::string progressText(const LiveStreams& streams) {
 }
 
 /// What all runs at a port have.
-struct Setup {
+struct StreamSetup {
     const StreamRequest& request;
     const BoardAccess& access;
     LiveStreams& streams;
 };
 
 /// Returns how many frames came.
-std::uint64_t follow(const Setup& setup, FrameSource& source, const Capture::Call& ending) {
+std::uint64_t follow(const StreamSetup& setup, FrameSource& source, const Capture::Call& ending) {
     const auto port = setup.request.port.address;
     StreamOutput output(setup.streams);
     Capture capture(source, output, nullptr);
@@ -74,7 +74,7 @@ std::uint64_t follow(const Setup& setup, FrameSource& source, const Capture::Cal
     return result.totals.received.frames;
 }
 
-void followHost(const Setup& setup, StreamRunReport& report) {
+void followHost(const StreamSetup& setup, StreamRunReport& report) {
     const auto& [request, access, streams] = setup;
     const auto port = request.port.address;
     TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
@@ -92,7 +92,7 @@ void followHost(const Setup& setup, StreamRunReport& report) {
     report.account = traffic.finish({{.port = port, .received = report.frames}});
 }
 
-void followWire(const Setup& setup, StreamRunReport& report) {
+void followWire(const StreamSetup& setup, StreamRunReport& report) {
     auto run = runAtWire(setup.access, setup.request.installation, setup.request.port,
                          [&](FrameSource& source, const Capture::Call& ending) {
                              report.frames = follow(setup, source, ending);

@@ -9,7 +9,6 @@
 #include "traffic/TrafficRun.h"
 #include "traffic/WireSource.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 

@@ -7,7 +7,6 @@
 #include "platform/RecursiveMutex.h"
 
 #include <map>
-#include <optional>
 #include <string>
 
 namespace orvo::templates::platform {

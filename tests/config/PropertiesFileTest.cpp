@@ -6,6 +6,8 @@
 #include "support/HostLocale.h"
 #include "support/TemporaryFolder.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/stat.h>
 
 #include <optional>
@@ -57,7 +59,7 @@ TEST(PropertiesFile, ReadsLineByLine) {
 
 TEST(PropertiesFile, WhatIsNoFileCannotBeRead) {
     const TemporaryFolder folder;
-    const auto pipe = folder / "pipe";
+    const auto pipe = folder.file("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     PropertiesFile file(true, false);
     finishInBackground([&] { EXPECT_FALSE(file.load(pipe, true, true)) << "opening it waits for a writer"; });
@@ -77,7 +79,7 @@ TEST(PropertiesFile, SecondFileAddsOrReplaces) {
         SCOPED_TRACE(testing::Message() << "append " << append << ", overwrite " << overwrite);
         PropertiesFile file(true, false);
         ASSERT_TRUE(file.load(firstFile, true, true));
-        EXPECT_FALSE(file.load(folder / "missing", append, overwrite));
+        EXPECT_FALSE(file.load(folder.file("missing"), append, overwrite));
         EXPECT_EQ(valueOf(file, "s::a"), "1") << "a missing file changes nothing";
         ASSERT_TRUE(file.load(secondFile, append, overwrite));
         EXPECT_EQ(valueOf(file, "s::a"), a);

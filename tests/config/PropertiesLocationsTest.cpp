@@ -5,6 +5,8 @@
 #include "support/EnvironmentVariable.h"
 #include "support/TemporaryFolder.h"
 
+#include <gtest/gtest.h>
+
 #include <sys/stat.h>
 
 namespace orvo::test {
@@ -22,8 +24,8 @@ TEST(PropertiesLocations, UserFileNeedsAHomeThatTakesFolders) {
     const TemporaryFolder folder;
     const std::string base = fs::canonical(folder.path());
     for (const char* home : {"home", "half/.config", "done/.config/orvo"})
-        fs::create_directories(folder / home);
-    fs::create_directory_symlink("home", folder / "link");
+        fs::create_directories(folder.file(home));
+    fs::create_directory_symlink("home", folder.file("link"));
     folder.write("file", "");
     folder.write("occupied/.config", "no folder");
     // What HOME says, and below which folder the file then is, if at all.
@@ -44,7 +46,7 @@ TEST(PropertiesLocations, UserFileNeedsAHomeThatTakesFolders) {
         EXPECT_EQ(userPropertiesFile(), place.empty() ? "" : made + "/rt.conf");
         EXPECT_TRUE(place.empty() || fs::is_directory(made));
     }
-    EXPECT_FALSE(fs::exists(folder / "missing"));
+    EXPECT_FALSE(fs::exists(folder.file("missing")));
     fs::current_path(before);
 }
 
@@ -58,7 +60,8 @@ TEST(PropertiesLocations, UsersFoldersAreForAllThatTheMaskLetsIn) {
         umask(before);
         EXPECT_NE(file, "");
         for (const char* made : {".config", ".config/orvo"})
-            EXPECT_EQ(fs::status(folder / made).permissions(), static_cast<fs::perms>(0777 & ~mask)) << made;
+            EXPECT_EQ(fs::status(folder.file(made)).permissions(), static_cast<fs::perms>(0777 & ~mask))
+                << made;
     }
 }
 

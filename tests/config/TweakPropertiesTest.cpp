@@ -24,7 +24,7 @@ std::string lookUp(TweakProperties& properties, const TweakPropertyEntry* table,
                    const TemporaryFolder& folder) {
     try {
         return std::to_string(
-            properties.property<int>(table, folder / "user", folder / "system", key, 0, nullptr));
+            properties.property<int>(table, folder.file("user"), folder.file("system"), key, 0, nullptr));
     } catch (const std::runtime_error& error) {
         return error.what();
     }

@@ -40,7 +40,7 @@ protected:
     }
 
     const test::TemporaryFolder folder;
-    Dispatcher dispatcher{Settings{Thresholds::parse("guard=2,*=4"), folder / "log"}};
+    Dispatcher dispatcher{Settings{Thresholds::parse("guard=2,*=4"), folder.file("log")}};
     const std::uint64_t guard = dispatcher.lookup("guard").handle, other = dispatcher.lookup("other").handle;
     std::vector<std::string> inbox;
     std::function<int()> onMessage = [] { return 0; };
@@ -56,7 +56,7 @@ TEST_F(DispatcherTest, WritesWhatPassesAsOneLineToConsoleAndFile) {
     onMessage = [] { return 1; };
     EXPECT_EQ(emitted(other, 5, "kept from the console"), "");
     std::stringstream content;
-    content << std::ifstream(folder / "log").rdbuf();
+    content << std::ifstream(folder.file("log")).rdbuf();
     EXPECT_THAT(content.str(), MatchesRegex(line + std::string("[^\n]*: care\n[^\n]*: lost\n[^\n]* error    "
                                                                "other: kept from the console\n")));
 }

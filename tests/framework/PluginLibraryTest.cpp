@@ -46,7 +46,7 @@ TEST(PluginLibrary, EachBadFileGetsItsSentence) {
         {stub("-STUB_DESTROY-nullptr"), "has no destroy function in row 1 of 'plugin_descriptor'"},
         {stub("-STUB_DATE-nullptr"),
          "has no name, description, vendor or date in row 1 of 'plugin_descriptor'"},
-        {folder / "missing.so", "cannot be read: No such file or directory"},
+        {folder.file("missing.so"), "cannot be read: No such file or directory"},
         {"", "cannot be read: No such file or directory"},
         {"libc.so.6", "cannot be read: No such file or directory"}, // a file of this folder, or none
         {folder.write("text.so", "no library"), "cannot be loaded: "},

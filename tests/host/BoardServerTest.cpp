@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 
 #include <deque>
-#include <filesystem>
 #include <optional>
 
 namespace orvo::host {
@@ -21,7 +20,7 @@ class BoardServerTest : public testing::Test {
 protected:
     void startServer() {
         server.emplace(Words{ORVO_GIGE, "simulate", "--name", socket, "--wire", "0=port:0/1"});
-        ASSERT_TRUE(server->reaches([this] { return server->errors().find("ready") != std::string::npos; }));
+        ASSERT_TRUE(server->says("ready"));
     }
 
     const TemporaryFolder folder;
@@ -86,7 +85,7 @@ TEST_F(BoardServerTest, ProgramsOfAKilledServerEndWithOneLine) {
         Words words = command;
         words.insert(words.begin(), ORVO_GIGE);
         auto& program = running.emplace_back(words, environment);
-        ASSERT_TRUE(program.reaches([&] { return program.errors().find(ready) != std::string::npos; }));
+        ASSERT_TRUE(program.says(ready));
     }
     server->signal(SIGKILL);
     for (auto& program : running) {

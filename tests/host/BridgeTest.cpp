@@ -84,7 +84,7 @@ TEST_F(BridgeTest, NamesWhatIsLostBeyondThePortAndInTheTapsQueue) {
         awaitLink("probe", process);
         awaitAnswer();
         onHost("ip link set wire down");
-        process.reaches([&] { return process.errors().find("'wire' is down") != std::string::npos; });
+        process.says("'wire' is down");
         onHost("ping -q -c 5 -W 0.1 -i 0.01 10.77.0.2");
         onHost("ip link set wire up");
         awaitAnswer();
@@ -114,11 +114,11 @@ TEST_F(BridgeTest, AccountsForEveryFaultAmongTheSegmentsOfJoinedFrames) {
     std::string script;
     for (const std::string kind : {"fcs-flip", "loss", "duplicate", "reorder", "bit-error"})
         for (const std::string direction : {"sent", "received"})
-            script += "[[fault]]\nkind = \"" + kind + "\"\ndirection = \"" + direction + "\"\nevery = 701\n";
-    writeFile(folder.file("faults.toml"), script + "[[fault]]\nkind = \"overflow\"\nevery = 701\n");
+            script += fault(kind, "direction = '" + direction + "'\nevery = 701");
+    const auto faults = writeFaults(folder, script + fault("overflow", "every = 701"));
     for (const auto* offload : {"--up", "--no-offload"}) { // the first changes nothing here
-        Process process(bridge({"--tap", "orvo0", "--address", "10.77.0.1/24", "--json", offload, "--faults",
-                                folder.file("faults.toml")}));
+        Process process(
+            bridge({"--tap", "orvo0", "--address", "10.77.0.1/24", "--json", offload, "--faults", faults}));
         awaitLink("orvo0", process);
         const Process server({"ip", "netns", "exec", camera, "python3", ORVO_HTTP_BODIES, "serve", "3"});
         const auto moved =
@@ -141,7 +141,7 @@ TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes)
          R"(exec "$0" capture --no-reset --wire 0=packet:wire --filter 'greater 1000' --write - >"$1")",
          ORVO_GIGE, pipe.path()});
     const Process flood({"ip", "netns", "exec", camera, "ping", "-q", "-i", "0.001", "10.77.0.1"});
-    capture.reaches([&] { return capture.errors().find("capturing at port") != std::string::npos; });
+    capture.says("capturing at port");
     run("ip netns exec " + camera +
         " sh -c 'for i in ee ff; do ping -c 1 -W 0.1 -s 1002 -p $i 10.77.0.1 & done; wait'");
     for (const char pattern : {'\xee', '\xff'}) pipe.readUntil(std::string(900, pattern), capture);
@@ -151,10 +151,9 @@ TEST_F(BridgeTest, ACaptureShowsWhatPassesAndEndsWithItsReaderWhateverElseComes)
 
 TEST_F(BridgeTest, AccountsForTheImagesAndTheCommandsThatPass) {
     const TemporaryFolder folder;
-    writeFile(folder.file("faults.toml"), "[[fault]]\nkind = \"overflow\"\nevery = 101\n"
-                                          "[[fault]]\nkind = \"loss\"\ndirection = \"received\"\nat = 30\n");
-    auto command = bridge(
-        {"--tap", "orvo0", "--address", "192.168.7.2/24", "--json", "--faults", folder.file("faults.toml")});
+    const auto faults = writeFaults(folder, fault("overflow", "every = 101") +
+                                                fault("loss", "direction = 'received'\nat = 30"));
+    auto command = bridge({"--tap", "orvo0", "--address", "192.168.7.2/24", "--json", "--faults", faults});
     command.at(8) = "0=pcap:" + writeImages(folder.file("camera.pcap"), 100);
     Process process(command);
     awaitLink("orvo0", process);
@@ -206,22 +205,19 @@ TEST_F(BridgeTest, ReleasesTheDeviceOnASignalAndNamesWhatIsLostMeanwhile) {
     const auto recording = folder.file("both.pcapng"), metrics = folder.file("metrics.prom");
     Process process(bridge({"--tap", "orvo0", "--address", "10.77.0.1/24", "--json", "--write", recording,
                             "--prometheus", metrics}));
-    const auto says = [&](const std::string& text) {
-        process.reaches([&] { return process.errors().find(text) != std::string::npos; });
-    };
     awaitLink("orvo0", process);
     awaitAnswer();
-    says("are bridged");
+    process.says("are bridged");
     process.signal(SIGUSR1);
-    says("to TAP    ");
+    process.says("to TAP    ");
 
     process.signal(SIGUSR2);
-    says("is released");
+    process.says("is released");
     onHost("ping -q -c 7 -W 0.1 -i 0.01 10.77.0.2");
     run("ip -n " + camera + " neighbour replace 10.77.0.1 lladdr 02:00:00:00:00:01 dev eth");
     run("ip netns exec " + camera + " ping -q -c 5 -W 0.1 -i 0.01 10.77.0.1");
     process.signal(SIGUSR2);
-    says("is open again");
+    process.says("is open again");
     run("ip -n " + camera + " neighbour delete 10.77.0.1 dev eth");
     expectAnswers("-c 3 -i 0.002");
 

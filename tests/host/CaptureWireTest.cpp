@@ -65,15 +65,12 @@ WireFile readWireFile(const std::string& path) {
 
 class CaptureWireTest : public testing::Test {
 protected:
-    CaptureWireTest() {
-        EXPECT_TRUE(server.reaches([this] { return server.errors().find("ready") != std::string::npos; }));
-    }
+    CaptureWireTest() { EXPECT_TRUE(server.says("ready")); }
     /// Capturing port 0/1 into `output` when it returns.
     void start() {
         capture.emplace(Words{ORVO_GIGE, "capture", "--at", "wire", "-p", "1", "-w", output, "--json"},
                         environment);
-        ASSERT_TRUE(
-            capture->reaches([this] { return capture->errors().find("at the wire") != std::string::npos; }));
+        ASSERT_TRUE(capture->says("at the wire"));
     }
     void replay(Words options, const std::string& file = ORVO_TEST_DATA "/mixed-lan.pcap") const {
         options.insert(options.begin(), {"replay", file, "--no-reset"});
@@ -162,10 +159,7 @@ TEST_F(CaptureWireTest, StreamsAtTheWireOrOfItsFileNameThePlaceOfEachPacketThatD
         command.insert(command.end(), options.begin(), options.end());
         return command;
     };
-    const auto awaitStart = [](Process& process) {
-        ASSERT_TRUE(process.reaches(
-            [&] { return process.errors().find("following the streams at") != std::string::npos; }));
-    };
+    const auto awaitStart = [](Process& process) { ASSERT_TRUE(process.says("following the streams at")); };
     const auto reportOf = [](Process& process) {
         const auto outcome = process.wait();
         EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
@@ -231,7 +225,7 @@ TEST_F(CaptureWireTest, RefusesWhatItCannotDoInOneLine) {
     // Without a file, a line a frame tells its direction and its end.
     const auto command = Words{ORVO_GIGE, "capture", "--at", "wire", "-p", "0", "--count", "1"};
     Process lines(command, environment);
-    EXPECT_TRUE(lines.reaches([&] { return lines.errors().find("at the wire") != std::string::npos; }));
+    EXPECT_TRUE(lines.says("at the wire"));
     replay({"-p", "0"});
     EXPECT_THAT(lines.wait().out, HasSubstr(" sent     ae:75:c6:22:7f:e4 > ff:ff:ff:ff:ff:ff ARP 60 "));
 }

@@ -24,13 +24,11 @@ class EventsTest : public testing::Test {
 protected:
     /// A script with one storm of reports as soon as the plug-in reads the queue.
     std::string storm(unsigned reports, unsigned port = 0) {
-        writeFile(script, "[[fault]]\nkind = 'action-storm'\nat_ms = 1\nreports = " +
-                              std::to_string(reports) + "\nport = " + std::to_string(port) + "\n");
-        return script;
+        return writeFaults(folder, fault("action-storm", "at_ms = 1\nreports = " + std::to_string(reports) +
+                                                             "\nport = " + std::to_string(port)));
     }
 
     TemporaryFolder folder;
-    const std::string script = folder.file("storm.toml");
 };
 
 std::vector<std::string> linesOf(const std::string& text) {
@@ -61,7 +59,7 @@ TEST_F(EventsTest, PrintsEachReportUntilTheCountOrADurationOrASignal) {
                 MatchesRegex("(" + timePattern + " port 0/0: action command time-out, count [01]\n){2}"));
 
     Process endless({ORVO_GIGE, "events", "--no-reset"});
-    endless.reaches([&] { return endless.errors().find("waiting for events") != std::string::npos; });
+    endless.says("waiting for events");
     endless.signal(SIGTERM);
     EXPECT_EQ(endless.wait().exitCode, 0);
     expectRefusal({"events", "--count", "0"}, 2, "--count");

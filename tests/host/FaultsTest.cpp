@@ -25,17 +25,12 @@ using testing::HasSubstr;
 const std::string mixedLan = ORVO_TEST_DATA "/mixed-lan.pcap";
 const std::string everyKind = ORVO_FAULT_EXAMPLE;
 
-std::string fault(const std::string& kind, const std::string& more = "") {
-    return "[[fault]]\nkind = '" + kind + "'\n" + more + "\n";
-}
-
 class FaultsTest : public testing::Test {
 protected:
     /// Replays with a script. Without the board's reset, unless `more` says something of it.
     Outcome replay(const std::string& script, const std::vector<std::string>& more = {}) {
-        writeFile(folder.file("faults.toml"), script);
         std::vector<std::string> arguments{
-            "replay", mixedLan, "--time", "virtual", "--no-reset", "--faults", folder.file("faults.toml")};
+            "replay", mixedLan, "--time", "virtual", "--no-reset", "--faults", writeFaults(folder, script)};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return runTool(arguments);
     }
@@ -130,8 +125,7 @@ TEST_F(FaultsTest, AccountHoldsWhereFaultsMeet) {
 }
 
 TEST_F(FaultsTest, FailuresDoNotHideFaults) {
-    const auto script = folder.file("faults.toml");
-    writeFile(script, fault("reset-endless"));
+    const auto script = writeFaults(folder, fault("reset-endless"));
     const auto cut = runTool({"replay", mixedLan, "--time", "virtual", "--faults", script});
     EXPECT_EQ(cut.exitCode, 1);
     EXPECT_THAT(cut.err, HasSubstr("reset-endless  0/0    1\norvo-gige: port 0/0 has no link"));
@@ -148,28 +142,26 @@ TEST_F(FaultsTest, FailuresDoNotHideFaults) {
 }
 
 TEST_F(FaultsTest, OtherCommandsKeepTheLedgerToo) {
-    writeFile(folder.file("faults.toml"),
-              fault("mdio-failed", "every = 3") + fault("reset-endless", "port = 1"));
+    const auto both =
+        writeFaults(folder, fault("mdio-failed", "every = 3") + fault("reset-endless", "port = 1"));
     for (const char* command : {"reset", "diagnose"}) {
-        const auto outcome = runTool(
-            {command, "--port", "1", "--time", "virtual", "--json", "--faults", folder.file("faults.toml")});
+        const auto outcome =
+            runTool({command, "--port", "1", "--time", "virtual", "--json", "--faults", both});
         const auto ledger = Json::parse(outcome.out)["faults"];
         EXPECT_EQ(ledger["passed"], true) << outcome.err;
         EXPECT_EQ(ledger["moved"][0]["moved"], command == std::string("reset") ? 1 : 0);
     }
-    writeFile(folder.file("faults.toml"), fault("end-missing", "every = 10"));
-    const auto outcome =
-        runTool({"capture", "--write", folder.file("out.pcapng"), "--no-reset", "--wire",
-                 "0=pcap:" + mixedLan, "--count", "313", "--faults", folder.file("faults.toml")});
+    const auto outcome = runTool({"capture", "--write", folder.file("out.pcapng"), "--no-reset", "--wire",
+                                  "0=pcap:" + mixedLan, "--count", "313", "--faults",
+                                  writeFaults(folder, fault("end-missing", "every = 10"))});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.err;
     EXPECT_THAT(outcome.err, HasSubstr("invalid EOTs: 34 injected = 34 counted\n"));
     EXPECT_EQ(framesOf(folder.file("out.pcapng")).size(), 313U);
 }
 
 TEST_F(FaultsTest, BadScriptsAreRefusedInOneLineBeforeAnythingHappens) {
-    const auto script = folder.file("faults.toml"), output = folder.file("out.pcapng");
+    const auto script = writeFaults(folder, fault("loss", "port = 9")), output = folder.file("out.pcapng");
     writeFile(output, "precious");
-    writeFile(script, "[[fault]]\nkind = 'loss'\nport = 9\n");
     expectRefusal({"replay", mixedLan, "--write", output, "--faults", script}, 1,
                   script + ":3: 'port' in [[fault]]");
     expectRefusal({"reset", "--faults", folder.file("none")}, 1, "none: cannot be read: No such file");
@@ -226,11 +218,10 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     }
     script += fault("link-flap", "at = 2500\nfor_ms = 5") +
               fault("board-gone", "at = 4000\nfor_ms = 250\nport = 3");
-    writeFile(folder.file("faults.toml"), script);
     InstallationOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
-    options.faults = folder.file("faults.toml");
+    options.faults = writeFaults(folder, script);
     options.seed = numberFrom("ORVO_FAULT_SEED", 0);
     const DynamicLibrary simulator(Installation(options.root).library("orvo_hal"));
     const auto preset = simulator.require<decltype(::orvoSimPresetCounters)>("orvoSimPresetCounters");
@@ -267,11 +258,10 @@ TEST_F(FaultsTest, APairOfPortsKeepsItsAccountsForAsManyFramesAsAsked) {
     const auto frames = numberFrom("ORVO_CONSERVATION_FRAMES", 4000);
     const auto often =
         "rate = " + std::to_string(std::min<std::uint64_t>(1'000'000, 500'000'000'000 / frames)) + "e-9\n";
-    writeFile(folder.file("faults.toml"), fault("loss", often) + fault("fcs-flip", often));
     InstallationOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}};
-    options.faults = folder.file("faults.toml");
+    options.faults = writeFaults(folder, fault("loss", often) + fault("fcs-flip", often));
     const BoardAccess session(options, 0);
     FaultWatch watch(session, options, {{0, 0}, {0, 1}});
     Ports ports(session, {{0, 0}, {0, 1}}, false);

@@ -4,7 +4,6 @@
 
 #include "Process.h"
 
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

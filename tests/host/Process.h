@@ -93,6 +93,11 @@ public:
         return reached;
     }
 
+    /// As `reaches`: until `text` is among the program's errors.
+    bool says(const std::string& text) {
+        return reaches([&] { return errors().find(text) != std::string::npos; });
+    }
+
     /// A program that does not end is killed after a while.
     Outcome wait() {
         if (!happens([this] { return !isRunning(); })) {

@@ -127,10 +127,8 @@ TEST_F(ReplayCommandTest, TheReceiverCountsExactlyTheFramesWithAWrongCheckSequen
     EXPECT_THAT(replay({input, "--verify", "--bad-fcs", "10"}).out,
                 testing::AllOf(HasSubstr("spoiled   100 frames of these, with a wrong check sequence\n"),
                                HasSubstr("900 frames came back identical and in order, those with a wrong")));
-    writeFile(folder.file("faults"),
-              "[[fault]]\nkind = 'fcs-flip'\nevery = 4\n[[fault]]\nkind = 'loss'\nevery = 7\n");
-    const auto faulty =
-        replay({input, "--bad-fcs", "10", "--faults", folder.file("faults"), "--time", "virtual"});
+    const auto script = writeFaults(folder, fault("fcs-flip", "every = 4") + fault("loss", "every = 7"));
+    const auto faulty = replay({input, "--bad-fcs", "10", "--faults", script, "--time", "virtual"});
     EXPECT_EQ(faulty.exitCode, 0) << faulty.err;
 }
 

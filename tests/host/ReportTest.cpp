@@ -118,9 +118,9 @@ protected:
 TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
     const std::string name = R"(<script>"a&b"</script>)";
     writeFile(folder.file("board.toml"), "[[board]]\nname = '" + name + "'\n");
-    writeFile(folder.file("faults.toml"), "[[fault]]\nkind = 'loss'\nport = 1\nat = 1\n");
     auto arguments = command("1");
-    arguments.insert(arguments.end(), {"--json", "--faults", folder.file("faults.toml")});
+    arguments.insert(arguments.end(),
+                     {"--json", "--faults", writeFaults(folder, fault("loss", "port = 1\nat = 1"))});
     const auto outcome = runTool(arguments, {"ORVO_SIMULATOR_CONFIG=" + folder.file("board.toml")});
     ASSERT_EQ(outcome.exitCode, 0) << outcome.err;
 

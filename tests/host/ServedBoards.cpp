@@ -13,7 +13,7 @@ class ServedBoards : public testing::EmptyTestEventListener {
         folder_.emplace();
         const auto socket = folder_->file("boards.sock");
         server_.emplace(std::vector<std::string>{ORVO_GIGE, "simulate", "--name", socket});
-        server_->reaches([this] { return server_->errors().find("ready") != std::string::npos; });
+        server_->says("ready");
         setenv("ORVO_BOARD", socket.c_str(), 1);
     }
     void OnTestEnd(const testing::TestInfo&) override {

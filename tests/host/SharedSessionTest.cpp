@@ -25,10 +25,6 @@ protected:
         const auto outcome = start(arguments).wait();
         EXPECT_EQ(outcome.exitCode, 0) << testing::PrintToString(arguments) << outcome.err;
     }
-    /// Until the program has said so.
-    static void awaitText(Process& program, const std::string& text) {
-        program.reaches([&] { return program.errors().find(text) != std::string::npos; });
-    }
     static json lastLine(const Process& program) {
         auto text = program.output();
         text.erase(std::min(text.rfind('\n'), text.size()));
@@ -59,7 +55,7 @@ protected:
 TEST_F(SharedSessionTest, ProgramsSeeWhatTheOthersDoAndNoPingIsLost) {
     constexpr unsigned frames = 347; // in the capture, all of them fit to be sent
     auto server = start({"simulate", "--name", socket, "--wire", "0=packet:wire", "--wire", "1=port:0/2"});
-    awaitText(server, "ready");
+    server.says("ready");
     auto bridge = start({"bridge", "--no-reset", "--tap", "gige0", "--address", "10.77.0.1/24", "--json"});
     awaitLink("gige0", bridge);
     awaitAnswer();
@@ -68,9 +64,9 @@ TEST_F(SharedSessionTest, ProgramsSeeWhatTheOthersDoAndNoPingIsLost) {
     auto watch = start({"watch", "--json", "--interval", "0.1", "--link-interval", "0"});
     auto diagnosis = start({"diagnose", "--port", "3", "--json"});
     auto capture = start({"capture", "--port", "2", "--no-reset", "--write", folder.file("seen.pcapng")});
-    awaitText(capture, "capturing");
+    capture.says("capturing");
     auto events = start({"events", "--port", "1", "--no-reset", "--count", "1", "--json"});
-    awaitText(events, "waiting");
+    events.says("waiting");
 
     sendCapture();
     tool({"sim", "action", "0/1", "7"});
@@ -78,8 +74,7 @@ TEST_F(SharedSessionTest, ProgramsSeeWhatTheOthersDoAndNoPingIsLost) {
     EXPECT_EQ(json::parse(events.wait().out)["count"], 7);
     expectAnswers("-c 200 -i 0.005");
 
-    writeFile(folder.file("cable.toml"), "[[fault]]\nkind = 'fcs-flip'\nport = 1\nevery = 10\n");
-    tool({"sim", "faults", folder.file("cable.toml")});
+    tool({"sim", "faults", writeFaults(folder, fault("fcs-flip", "port = 1\nevery = 10"))});
     sendCapture();
     awaitReading(watch, 2, "/counters/receiveErrors/sinceStart", frames / 10);
     expectAnswers("-c 100 -i 0.005");

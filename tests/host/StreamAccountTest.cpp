@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
 
-#include <map>
 #include <random>
 #include <set>
 

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Files for tests: a folder that goes away, captures made of given frames, and what is in a file.
+// Files for tests: fault scripts, captures made of given frames, and what is in a file.
 #pragma once
+
+#include "support/TemporaryFolder.h"
 
 #include <pcap/pcap.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -15,23 +16,8 @@
 
 namespace orvo::host::testing_support {
 
+using test::TemporaryFolder;
 using Frame = std::string; // any bytes
-
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "orvo-host-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(const std::string& name) const { return (path_ / name).string(); }
-
-private:
-    std::filesystem::path path_;
-};
 
 inline std::string contentOf(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -40,6 +26,17 @@ inline std::string contentOf(const std::string& path) {
 
 inline void writeFile(const std::string& path, const std::string& content) {
     std::ofstream(path, std::ios::binary) << content;
+}
+
+/// A fault of a script; `more` are its other settings, each on a line.
+inline std::string fault(const std::string& kind, const std::string& more = "") {
+    return "[[fault]]\nkind = '" + kind + "'\n" + more + "\n";
+}
+
+/// Writes a script for --faults and returns its path.
+inline std::string writeFaults(const TemporaryFolder& folder, const std::string& script) {
+    writeFile(folder.file("faults.toml"), script);
+    return folder.file("faults.toml");
 }
 
 /// A pcap file; a frame longer than `snapLength` is cut short.

@@ -7,7 +7,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <numeric>
 #include <optional>
 #include <span>
 #include <vector>

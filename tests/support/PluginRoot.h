@@ -19,8 +19,8 @@ class PluginRoot {
 public:
     /// `where` below the folder the copy lies.
     explicit PluginRoot(const std::string& where = "lib64/plugins")
-        : plugin_(folder_ / (where + "/plugin.so")) {
-        std::filesystem::create_directories(folder_ / where);
+        : plugin_(folder_.file(where + "/plugin.so")) {
+        std::filesystem::create_directories(folder_.file(where));
         std::filesystem::copy_file(builtPlugin, plugin_);
     }
 
@@ -33,9 +33,9 @@ public:
     }
     /// The same with a copy, which is loaded, and initialised, for itself.
     void copyStub(const std::string& stub, const std::string& name) {
-        std::filesystem::create_directories(folder_ / "lib64");
+        std::filesystem::create_directories(folder_.file("lib64"));
         std::filesystem::copy_file(ORVO_BUILD_ROOT "/tests/stubs/lib" + stub + ".so",
-                                   folder_ / ("lib64/lib" + name + ".so"));
+                                   folder_.file("lib64/lib" + name + ".so"));
     }
     /// Puts the recording dispatcher into it that this program is linked to.
     void addDispatcher() {
@@ -44,8 +44,8 @@ public:
 
 private:
     void add(const std::string& library, const std::string& name) {
-        std::filesystem::create_directories(folder_ / "lib64");
-        std::filesystem::create_symlink(library, folder_ / ("lib64/lib" + name + ".so"));
+        std::filesystem::create_directories(folder_.file("lib64"));
+        std::filesystem::create_symlink(library, folder_.file("lib64/lib" + name + ".so"));
     }
 
     TemporaryFolder folder_;

@@ -2,8 +2,6 @@
 // Files that last as long as a test.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -16,7 +14,7 @@ namespace orvo::test {
 class TemporaryFolder {
 public:
     TemporaryFolder() {
-        std::string name = testing::TempDir() + "orvo-XXXXXX";
+        std::string name = std::filesystem::temp_directory_path() / "orvo-XXXXXX";
         if (!mkdtemp(name.data())) throw std::runtime_error("cannot make " + name);
         path_ = name;
     }
@@ -30,7 +28,7 @@ public:
     const std::filesystem::path& path() const { return path_; }
 
     /// The path of a file or folder in here, whether or not it exists.
-    std::string operator/(const std::string& name) const { return path_ / name; }
+    std::string file(const std::string& name) const { return path_ / name; }
 
     /// Writes a file, and makes the folders on its way.
     std::string write(const std::string& name, const std::string& text) const {

@@ -2,8 +2,6 @@
 // Time of a sweep: nobody waits, and the clock moves by what is asked of it.
 #pragma once
 
-#include <cstdint>
-
 namespace orvo::test {
 
 /// Declares the calling thread the host's. Its usleep advances the simulated board's clock and returns; every

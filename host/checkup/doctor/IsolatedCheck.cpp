@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include <poll.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -79,11 +78,10 @@ bool hasEnded(pid_t child) {
 /// when it was still running after `limit`.
 std::optional<int> awaitEnd(pid_t child, std::chrono::milliseconds limit) {
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    pollfd signal{endDescriptor(), POLLIN, 0};
     bool ended = hasEnded(child);
     for (; !ended && endRequested() == 0 && std::chrono::steady_clock::now() < deadline;
          ended = hasEnded(child))
-        poll(&signal, 1, 1);
+        awaitEndRequest(std::chrono::milliseconds(1));
     kill(-child, SIGKILL);
     kill(child, SIGKILL);
     int status = 0;

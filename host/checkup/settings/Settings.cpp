@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <functional>
-#include <optional>
 #include <stdexcept>
 
 namespace orvo::host {

@@ -43,6 +43,12 @@ std::string valueText(const nlohmann::json& value, ValueKind kind) {
     return std::to_string(value.get<std::int64_t>());
 }
 
+/// The name of the register at an address, otherwise the address in hexadecimal.
+std::string registerText(const RegisterNames& registers, std::uint64_t address) {
+    const auto found = registers.find(address);
+    return found != registers.end() ? oneLine(found->second) : fmt::format("{:#x}", address);
+}
+
 std::string argumentText(const RecordedCall& call, std::size_t index, const RegisterNames& registers) {
     const auto& row = rowOf(call.entry);
     const auto& value = call.arguments[index];
@@ -80,11 +86,6 @@ std::string writtenText(const RecordedCall& call) {
 }
 
 } // namespace
-
-std::string registerText(const RegisterNames& registers, std::uint64_t address) {
-    const auto found = registers.find(address);
-    return found != registers.end() ? oneLine(found->second) : fmt::format("{:#x}", address);
-}
 
 std::string registerOf(const RecordedCall& call, const RegisterNames& registers) {
     if (accessesRegister(call)) return registerText(registers, call.arguments[1].get<std::uint64_t>());

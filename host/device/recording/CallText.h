@@ -6,9 +6,6 @@
 
 namespace orvo::host {
 
-/// The name of the register at an address, otherwise the address in hexadecimal.
-std::string registerText(const RegisterNames& registers, std::uint64_t address);
-
 /// The register that a call reads, writes or looks up; empty for other calls.
 std::string registerOf(const RecordedCall& call, const RegisterNames& registers);
 

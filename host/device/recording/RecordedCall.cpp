@@ -32,13 +32,10 @@ bool RecordedCall::isEmptyRead() const {
 }
 
 std::uint64_t RecordedCall::deliveredBytes() const {
-    return host::deliveredBytes(result.get<std::int64_t>(), arguments[3].get<std::uint64_t>());
-}
-
-std::uint64_t deliveredBytes(std::int64_t result, std::uint64_t lengthBytes) noexcept {
-    if (result < 0) return 0;
-    const auto told = static_cast<std::uint64_t>(result);
-    return told == 0 || told > lengthBytes ? lengthBytes : told;
+    const auto told = result.get<std::int64_t>();
+    if (told < 0) return 0;
+    const auto asked = arguments[3].get<std::uint64_t>();
+    return told == 0 || static_cast<std::uint64_t>(told) > asked ? asked : static_cast<std::uint64_t>(told);
 }
 
 ByteString packedWords(std::span<const std::uint8_t> words) {

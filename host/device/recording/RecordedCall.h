@@ -29,13 +29,9 @@ struct RecordedCall {
     }
     /// A read of a queue that had nothing.
     bool isEmptyRead() const;
-    /// How many bytes a read of a queue delivered.
+    /// How many bytes a read of a queue delivered: as many as it was asked for where its result is 0.
     std::uint64_t deliveredBytes() const;
 };
-
-/// ByteString that a read of a queue delivered, from what it returned and what it was asked for; 0 means
-/// success.
-std::uint64_t deliveredBytes(std::int64_t result, std::uint64_t lengthBytes) noexcept;
 
 /// The words of a queue as a recording keeps them. Where all words have 16 bits, and the last one alone has
 /// bit 16 set as a mark of the end, only their lower halves are kept: half of the bytes that the call

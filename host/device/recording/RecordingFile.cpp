@@ -87,8 +87,8 @@ RecordedCall callOf(const nlohmann::json& fields, std::int64_t blockBegin,
     return call;
 }
 
-} // namespace
-
+/// The entries of a recording by their number in its file. Errors: Failure naming one that is unknown here;
+/// std::exception for what is no header.
 std::vector<Entry> entriesOf(const nlohmann::json& header) {
     std::vector<Entry> entries;
     for (const auto& row : header.at("entries")) {
@@ -99,6 +99,8 @@ std::vector<Entry> entriesOf(const nlohmann::json& header) {
     }
     return entries;
 }
+
+} // namespace
 
 CallBlock callsOf(const nlohmann::json& content, const std::vector<Entry>& entries,
                   RegisterNames& registers) {

@@ -79,8 +79,4 @@ private:
 /// The calls of a block's content; adds to `registers`. Errors: std::exception for content that is no block.
 CallBlock callsOf(const nlohmann::json& content, const std::vector<Entry>& entries, RegisterNames& registers);
 
-/// The entries of a recording by their number in its file. Errors: Failure naming one that is unknown here;
-/// std::exception for what is no header.
-std::vector<Entry> entriesOf(const nlohmann::json& header);
-
 } // namespace orvo::host

@@ -115,7 +115,7 @@ private:
         return room + count;
     }
 
-    // About a second, so that what a quiet thread does reaches the file.
+    // One or two seconds, so that what a quiet thread does reaches the file.
     static constexpr std::uint64_t longestHold = 2'000'000'000;
 
     void* runDevice_ = nullptr; // null: no run

@@ -8,7 +8,6 @@
 #include <array>
 #include <compare>
 #include <cstdint>
-#include <vector>
 
 namespace orvo::host {
 

@@ -21,10 +21,8 @@ nlohmann::ordered_json diagnosisOf(const DumpReport& report, const std::string& 
 /// The document as text for people.
 std::string diagnosisText(const nlohmann::ordered_json& diagnosis);
 
-/// A value of the document, and a list of values, for people: on one line, without control characters. An
-/// empty list is "nothing".
+/// A value of the document for people: on one line, without control characters.
 std::string valueText(const nlohmann::ordered_json& value);
-std::string listText(const nlohmann::ordered_json& list);
 
 /// Names and values of the sections "link" and "board", for people.
 using Facts = std::vector<std::pair<std::string, std::string>>;

@@ -10,6 +10,12 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+std::string listText(const Json& list) {
+    std::string all;
+    for (const auto& each : list) all += (all.empty() ? "" : ", ") + valueText(each);
+    return all.empty() ? "nothing" : all;
+}
+
 std::string section(const char* name, const Facts& facts) {
     auto all = fmt::format("\n{}\n", name);
     for (const auto& [fact, value] : facts) all += fmt::format("  {:<18}{}\n", fact, value);
@@ -55,12 +61,6 @@ std::string phyText(const Json& registers) {
 
 std::string valueText(const Json& value) {
     return value.is_string() ? oneLine(value.get<std::string>()) : value.dump();
-}
-
-std::string listText(const Json& list) {
-    std::string all;
-    for (const auto& each : list) all += (all.empty() ? "" : ", ") + valueText(each);
-    return all.empty() ? "nothing" : all;
 }
 
 Facts linkFacts(const Json& diagnosis) {

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 
 namespace orvo::host {

@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>

@@ -22,6 +22,22 @@ struct Place {
     std::uint64_t frames;
 };
 
+/// The packets that did not come at the first attempt, and the images that they belong to.
+struct StreamLosses {
+    std::uint64_t packets = 0;
+    std::uint64_t images = 0;
+};
+
+StreamLosses lossesOf(const StreamsReport& report) noexcept {
+    StreamLosses losses;
+    for (const auto& stream : report.streams) {
+        const auto& figures = stream.figures;
+        losses.packets += figures.missing + figures.recovered;
+        losses.images += figures.lossyImages;
+    }
+    return losses;
+}
+
 std::string were(std::uint64_t packets) {
     return packets == 1 ? "was" : "were";
 }
@@ -105,16 +121,6 @@ PortTroubles troublesOf(const StreamsReport& report, std::uint64_t unseenFrames)
             .unsentFrames = at(DeathPlace::NotSent),
             .damagedOthers = report.damagedOthers,
             .unseenFrames = unseenFrames};
-}
-
-StreamLosses lossesOf(const StreamsReport& report) noexcept {
-    StreamLosses losses;
-    for (const auto& stream : report.streams) {
-        const auto& figures = stream.figures;
-        losses.packets += figures.missing + figures.recovered;
-        losses.images += figures.lossyImages;
-    }
-    return losses;
 }
 
 std::string lossSentence(const StreamsReport& report, const PortTroubles& troubles) {

@@ -31,13 +31,6 @@ PortTroubles troublesOf(const PortHistory& history);
 /// The same, exactly, of streams whose frames' fates are known, but for `unseenFrames`.
 PortTroubles troublesOf(const StreamsReport& report, std::uint64_t unseenFrames);
 
-/// The packets that did not come at the first attempt, and the images that they belong to.
-struct StreamLosses {
-    std::uint64_t packets = 0;
-    std::uint64_t images = 0;
-};
-StreamLosses lossesOf(const StreamsReport& report) noexcept;
-
 /// One sentence, without a full stop.
 std::string lossSentence(const StreamsReport& report, const PortTroubles& troubles);
 

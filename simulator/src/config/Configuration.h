@@ -6,7 +6,6 @@
 #include "firmware/FirmwareProfile.h"
 #include "wire/WireSpec.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>

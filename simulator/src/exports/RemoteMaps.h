@@ -5,7 +5,6 @@
 #include <orvo/sim/orvo_sim.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <vector>
 

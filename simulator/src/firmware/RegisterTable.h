@@ -5,7 +5,6 @@
 // bits 0 to 7 the offset within the kind, a multiple of 4.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace orvo::sim {

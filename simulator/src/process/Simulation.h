@@ -6,7 +6,6 @@
 #include "board/BoardFaults.h"
 
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace orvo::sim {

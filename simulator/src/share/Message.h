@@ -13,9 +13,9 @@
 namespace orvo::sim {
 
 /// The longest message; a datagram socket takes it whole by default.
-inline constexpr std::size_t maxMessageBytes = 160 * 1024;
+inline constexpr std::size_t maxMessageBytes = std::size_t{160} * 1024;
 /// The longest block inside one: a transmission of the largest size that a host accepts.
-inline constexpr std::size_t maxBlockBytes = 128 * 1024;
+inline constexpr std::size_t maxBlockBytes = std::size_t{128} * 1024;
 
 using MessageBytes = std::span<const std::byte>;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What a program and the server of its boards say to each other over a Unix socket of datagrams with order: a
-// greeting each, then requests, each answered by one reply.
+// What a program and the server of its boards say to each other over a Unix socket of ordered datagrams
+// (SOCK_SEQPACKET): a greeting each, then requests, each answered by one reply.
 #pragma once
 
 #include "share/Message.h"

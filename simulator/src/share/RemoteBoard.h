@@ -52,7 +52,8 @@ public:
         if (!slot_) return false;
         const auto at = slot_->units.load(std::memory_order_relaxed);
         const auto bytes = static_cast<std::uint16_t>(unit);
-        if (at < slot_->bytes.size() / 2) std::memcpy(slot_->bytes.data() + 2 * at, &bytes, sizeof bytes);
+        if (at < slot_->bytes.size() / 2)
+            std::memcpy(slot_->bytes.data() + std::size_t{2} * at, &bytes, sizeof bytes);
         slot_->units.store(at + 1, std::memory_order_relaxed);
         return true;
     }

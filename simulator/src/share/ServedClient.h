@@ -14,8 +14,8 @@ namespace orvo::sim {
 
 class ServedClient {
 public:
-    /// `number` tells programs apart, or is `refused`. `ended` is called by
-    /// the client's thread at its end. Throws std::system_error when that cannot start.
+    /// `number` tells programs apart, or is `refused`. The client's thread calls `ended` at its end. Throws
+    /// std::system_error when the thread cannot start.
     ServedClient(Descriptor socket, std::uint32_t number, std::function<void()> ended);
     /// Ends the connection.
     ~ServedClient();

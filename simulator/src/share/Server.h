@@ -14,7 +14,7 @@ namespace orvo::sim {
 
 class Server {
 public:
-    static constexpr std::size_t maxClients = 64; ///< a further one is told so
+    static constexpr std::size_t maxClients = 64; ///< a further one is refused and told why
 
     /// Listens at the socket of that name; replaces one that a server left behind when it was killed. Throws
     /// std::runtime_error, one sentence, when another server lives there, or the socket cannot be made.

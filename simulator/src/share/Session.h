@@ -20,12 +20,12 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Carries out a request. False for a message that is none; nothing was done then.
+    /// Carries out a request. False for a malformed message; nothing was done then.
     bool answer(MessageBytes request, MessageWriter& reply);
     /// Descriptors that go with the last reply.
     const std::vector<int>& descriptors() const noexcept { return descriptors_; }
 
-    /// The handle, or null for one that another program has open or may be given.
+    /// The handle; null where it is not this program's and another program has it open, or may get it later.
     void* checked(void* handle) const noexcept;
     void noteOpened(void* handle);
     /// After a call that may have closed the handle.

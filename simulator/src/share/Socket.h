@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Messages over a Unix socket of datagrams with order.
+// Messages over a Unix socket of ordered datagrams (SOCK_SEQPACKET).
 #pragma once
 
 #include "base/Descriptor.h"

@@ -31,7 +31,7 @@ private:
 };
 
 /// A thread of its own, so that programs and ports do not wait for each other. Whatever the program writes
-/// into the ring, frames of its own are the worst that comes of it.
+/// into the ring, it can only send wrong frames of its own.
 class TransmitPump {
 public:
     TransmitPump(Board& board, unsigned port, TransmitRing& ring);

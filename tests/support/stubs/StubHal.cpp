@@ -4,8 +4,6 @@
 #include <orvo/hal/kivrt.h>
 #include <orvo/hal/orvo_hal.h>
 
-#include <cstdint>
-
 namespace {
 
 [[gnu::tls_model("initial-exec")]] thread_local char handle = 0;
