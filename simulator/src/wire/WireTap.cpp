@@ -87,7 +87,7 @@ bool WireTap::reserve(std::uint32_t units, TapPosition& at, std::int64_t& time) 
     bool hasRoom = false;
     do {
         hasRoom = this->hasRoom(at, units);
-        time = simClock.wallTime().count();
+        if (hasRoom) time = simClock.wallTime().count();
     } while (!next_.compare_exchange_weak(at, hasRoom ? TapPosition{at.frames + 1, at.units + units} : at,
                                           std::memory_order_relaxed));
     return hasRoom;
