@@ -24,8 +24,11 @@ struct BlockHead {
     bool fits(std::span<const std::uint8_t> stored) const;
 };
 
-/// Head and bytes. Errors: Failure.
-ByteString encodedBlock(const nlohmann::json& content);
+/// Head and bytes of a block from its content in CBOR. Errors: Failure.
+ByteString encodedBlock(std::span<const std::uint8_t> content);
+inline ByteString encodedBlockOf(const nlohmann::json& content) {
+    return encodedBlock(nlohmann::json::to_cbor(content));
+}
 
 /// The content of a block whose checksum is right. Errors: std::exception for anything else than an encoded
 /// block.
