@@ -6,6 +6,7 @@
 #include "base/Pacing.h"
 #include "device/Board.h"
 #include "device/Plugin.h"
+#include "device/recording/Recorder.h"
 #include "device/recording/RecordingHeader.h"
 
 #include <nlohmann/json.hpp>
@@ -63,7 +64,8 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     if (virtualTime) requireSimulator("--time virtual");
     if (hasFaults) requireSimulator("--faults");
     if (simulator) useSimulator(options, defaultBoard);
-    if (!options.record.empty()) recorder_.emplace(options.record, libraries.entries(), header());
+    if (!options.record.empty()) 
+        recorder_ = std::make_unique<Recorder>(options.record, libraries.entries(), header());
 }
 
 BoardAccess::~BoardAccess() {

@@ -8,9 +8,9 @@
 #include "device/PortAddress.h"
 #include "device/SimulatorControl.h"
 #include "device/recording/Playback.h"
-#include "device/recording/Recorder.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,6 +46,7 @@ struct PortOptions {
 };
 
 class Plugin;
+class Recorder;
 
 /// An installation's board libraries, opened, and its simulated board, if it has one, cabled.
 struct BoardAccess {
@@ -94,8 +95,7 @@ private:
     void useSimulator(const InstallationOptions& options, unsigned defaultBoard) const;
     nlohmann::json header() const;
 
-    std::optional<Recorder> recorder_;
-
+    std::unique_ptr<Recorder> recorder_; // null: nothing is recorded
     std::optional<ServerWatch> watch_;
 };
 

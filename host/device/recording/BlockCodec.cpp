@@ -8,6 +8,7 @@
 
 #include <bit>
 #include <cstring>
+#include <new>
 
 namespace orvo::host {
 namespace {
@@ -26,17 +27,6 @@ std::size_t checked(std::size_t result, const char* what) {
     if (!ZSTD_isError(result)) return result;
     throw Failure(std::string("a block of the recording cannot be ") + what + ": " +
                   ZSTD_getErrorName(result) + "; the recording is incomplete");
-}
-
-/// Behind room for a head.
-ByteString compressed(std::span<const std::uint8_t> content) {
-    ByteString stored(sizeof(BlockHead) + ZSTD_compressBound(content.size()));
-    const auto used =
-        checked(ZSTD_compress(stored.data() + sizeof(BlockHead), stored.size() - sizeof(BlockHead),
-                              content.data(), content.size(), compressionLevel),
-                "written");
-    stored.resize(sizeof(BlockHead) + used);
-    return stored;
 }
 
 ByteString expanded(std::span<const std::uint8_t> stored, std::size_t contentBytes) {
@@ -87,13 +77,19 @@ bool BlockHead::fits(std::span<const std::uint8_t> stored) const {
     return checksumOf(*this, stored) == checksum;
 }
 
-ByteString encodedBlock(std::span<const std::uint8_t> content) {
-    auto block = compressed(content);
-    BlockHead head{static_cast<std::uint32_t>(block.size() - sizeof head),
-                   static_cast<std::uint32_t>(content.size()), 0};
-    head.checksum = checksumOf(head, std::span(block).subspan(sizeof head));
-    std::memcpy(block.data(), &head, sizeof head);
-    return block;
+std::span<const std::uint8_t> BlockEncoder::encode(std::span<const std::uint8_t> content) {
+    if (!compressor_) compressor_ = {ZSTD_createCCtx(), ZSTD_freeCCtx};
+    if (!compressor_) throw std::bad_alloc();
+    BlockHead head{0, static_cast<std::uint32_t>(content.size()), 0};
+    const auto room = ZSTD_compressBound(content.size());
+    if (block_.size() < sizeof head + room) block_.resize(sizeof head + room);
+    auto* const stored = block_.data() + sizeof head;
+    head.storedBytes = static_cast<std::uint32_t>(checked(
+        ZSTD_compressCCtx(compressor_.get(), stored, room, content.data(), content.size(), compressionLevel),
+        "written"));
+    head.checksum = checksumOf(head, {stored, head.storedBytes});
+    std::memcpy(block_.data(), &head, sizeof head);
+    return {block_.data(), sizeof head + head.storedBytes};
 }
 
 nlohmann::json decodedBlock(const BlockHead& head, std::span<const std::uint8_t> stored) {

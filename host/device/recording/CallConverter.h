@@ -23,14 +23,14 @@ public:
 
     bool isEmpty() const noexcept { return count_ == 0 && lost_ == 0; }
     /// Whether the block has grown as large as blocks should be.
-    bool isFull() const noexcept { return calls_.size() >= blockBytes; }
+    bool isFull() const noexcept { return block_.size() >= blockBytes; }
     std::uint64_t callsOfBlock() const noexcept { return count_; }
     std::uint64_t lostInBlock() const noexcept { return lost_; }
 
     void lose(std::uint64_t calls) noexcept { lost_ += calls; }
 
-    /// The block's content; begins the next one.
-    ByteString takeBlock();
+    /// The block's content in CBOR, valid until the next call is added; begins the next one.
+    std::span<const std::uint8_t> takeBlock();
 
     void measureClock() noexcept { clock_.measure(); }
 
@@ -38,7 +38,8 @@ private:
     static constexpr std::size_t blockBytes = 1U << 20U;
     using Json = nlohmann::json;
 
-    std::uint64_t handle(std::uint64_t pointer);
+    void beginBlock(std::int64_t begin);
+    std::int64_t handle(std::uint64_t pointer);
     void setValue(Json& field, ValueKind kind, std::uint64_t argument);
     void addCall(RawReader& reader, unsigned thread);
     void noteRegister(const Json::array_t& fields);
@@ -46,12 +47,12 @@ private:
     TickClock clock_;
     std::int64_t begin_ = 0; // of the block, in nanoseconds
     std::uint64_t count_ = 0, lost_ = 0;
-    ByteString calls_; // encoded
-    const nlohmann::detail::output_adapter<std::uint8_t> output_{calls_};
+    ByteString block_; // as far as it is encoded
+    const nlohmann::detail::output_adapter<std::uint8_t> output_{block_};
     std::array<Json, 2 * entryCount> forms_; // the last call of an entry, a run of writes apart
     RegisterNames registers_;
-    std::unordered_map<std::uint64_t, std::uint64_t> handles_;
-    std::pair<std::uint64_t, std::uint64_t> lastHandle_{};
+    std::unordered_map<std::uint64_t, std::int64_t> handles_;
+    std::pair<std::uint64_t, std::int64_t> lastHandle_{};
 };
 
 } // namespace orvo::host

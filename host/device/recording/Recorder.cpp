@@ -12,8 +12,10 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr auto drainInterval = std::chrono::milliseconds{5}; // a ring fills in 15 ms at the most
-constexpr auto blockInterval = std::chrono::seconds{1};      // a crash loses as much
+// Frames of 64 bytes at line rate fill a ring in 16 ms.
+constexpr auto idleInterval = std::chrono::milliseconds{5}, busyInterval = std::chrono::milliseconds{1};
+constexpr auto busyBytes = CallRing::capacity / 32;     // at once
+constexpr auto blockInterval = std::chrono::seconds{1}; // a crash loses as much
 
 Json entriesJson(const EntryTable& originals) {
     auto rows = Json::array();
@@ -50,7 +52,7 @@ private:
 
 Recorder::Recorder(const std::string& path, const EntryTable& originals, Json header)
     : path_(path), file_(path), collector_(originals) {
-    file_.add(encodedBlockOf(withEntries(std::move(header), originals)));
+    file_.add(Json::to_cbor(withEntries(std::move(header), originals)));
     const SignalsBlocked handledElsewhere;
     thread_ = std::jthread([this](const std::stop_token& stop) { write(stop); });
 }
@@ -61,20 +63,23 @@ Recorder::~Recorder() {
 
 void Recorder::write(const std::stop_token& stop) {
     std::unique_lock guard(mutex_);
+    bool isBusy = false;
     for (auto due = std::chrono::steady_clock::now() + blockInterval; !stop.stop_requested();) {
-        ended_.wait_for(guard, stop, drainInterval, [] { return false; });
-        drain();
+        ended_.wait_for(guard, stop, isBusy ? busyInterval : idleInterval, [] { return false; });
+        isBusy = drain() > busyBytes;
         if (std::chrono::steady_clock::now() < due) continue;
         writeBlock();
         due = std::chrono::steady_clock::now() + blockInterval;
     }
 }
 
-void Recorder::drain() {
+/// Returns how many bytes there were.
+std::uint64_t Recorder::drain() {
+    std::uint64_t bytes = 0;
     converter_.measureClock();
     for (const auto& thread : collector_.threads()) {
         const bool hasEnded = thread->hasEnded.load(std::memory_order_acquire); // before its last calls
-        thread->ring.drain([&](const std::byte* record) {
+        bytes += thread->ring.drain([&](const std::byte* record) {
             try {
                 converter_.add(record, thread->number);
             } catch (const std::bad_alloc&) {
@@ -86,6 +91,7 @@ void Recorder::drain() {
         converter_.lose(thread->ring.untoldLoss());
         collector_.forget(*thread);
     }
+    return bytes;
 }
 
 void Recorder::writeBlock() {
@@ -95,7 +101,7 @@ void Recorder::writeBlock() {
     try {
         const auto block = converter_.takeBlock();
         if (!failure_.empty()) throw Failure(failure_);
-        file_.add(encodedBlock(block));
+        file_.add(block);
         kept_ += calls;
     } catch (const std::exception& error) { // a full disk, or no memory: the port goes on
         failure_ = error.what();
@@ -123,7 +129,7 @@ std::string Recorder::finish() {
 void Recorder::complete() {
     if (!failure_.empty()) return;
     try {
-        file_.add(encodedBlockOf(Json{{"closing", {{"calls", kept_}, {"lost", lost_}}}}));
+        file_.add(Json::to_cbor({{"closing", {{"calls", kept_}, {"lost", lost_}}}}));
     } catch (const std::exception& error) {
         failure_ = error.what();
     }

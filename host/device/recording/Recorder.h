@@ -33,8 +33,7 @@ public:
 
 private:
     void write(const std::stop_token& stop);
-    void drain();
-    void drainLast();
+    std::uint64_t drain();
     void writeBlock();
     void complete();
     std::string lackText() const;

@@ -120,7 +120,7 @@ namespace {
 
 /// Waits for the reader of a pipe, for seconds at the most.
 bool takesMore(int descriptor) {
-    constexpr int patienceMs = 3000;
+    constexpr int patienceMs = 10'000;
     pollfd room{descriptor, POLLOUT, 0};
     const int ready = poll(&room, 1, patienceMs);
     if (ready == 0) errno = EAGAIN;
@@ -152,10 +152,14 @@ RecordingWriter::RecordingWriter(const std::string& path)
     const FileHead head;
     std::uint8_t bytes[sizeof head];
     std::memcpy(bytes, &head, sizeof head);
-    add(bytes);
+    put(bytes);
 }
 
-void RecordingWriter::add(std::span<const std::uint8_t> bytes) {
+void RecordingWriter::add(std::span<const std::uint8_t> content) {
+    put(encoder_.encode(content));
+}
+
+void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
     for (std::size_t done = 0; done < bytes.size();) {
         const auto written = write(file_.get(), bytes.data() + done, bytes.size() - done);
         if (written > 0) done += static_cast<std::size_t>(written);
