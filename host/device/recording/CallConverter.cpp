@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <utility>
 
 namespace orvo::host {
@@ -10,7 +11,12 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t leadingFields = 6; // before the arguments
+constexpr std::uint8_t arrayOf = 0x80; // CBOR: plus a number of values below 24
+
+constexpr std::size_t mostKeptBytes = 256; // of a call: frames hardly come twice
+
+// Of the fields of a form.
+constexpr std::size_t resultField = 1, firstArgument = 2;
 
 // Not through a temporary value, as an assignment would.
 void setNumber(Json& field, std::int64_t number) {
@@ -45,10 +51,18 @@ void setPiece(Json& field, ValueKind kind, RawPiece piece) {
     }
 }
 
+/// Where a call is kept: 6 bits of a hash.
+std::size_t placeOf(RawReader reader) {
+    auto hash = static_cast<std::uint64_t>(reader.call.entry);
+    for (std::size_t i = 0; i < reader.call.argumentCount; ++i)
+        hash = (hash ^ reader.argument()) * 0x9E37'79B9'7F4A'7C15;
+    return hash >> 58U;
+}
+
 } // namespace
 
 void CallConverter::add(const std::byte* record, unsigned thread) {
-    RawReader reader(record);
+    const RawReader reader(record);
     switch (reader.call.kind) {
     case RawKind::Padding:
         return;
@@ -57,39 +71,66 @@ void CallConverter::add(const std::byte* record, unsigned thread) {
         return;
     case RawKind::Call:
     case RawKind::Run:
-        addCall(reader, thread);
+        addCall(record, thread);
     }
 }
 
-void CallConverter::addCall(RawReader& reader, unsigned thread) {
-    const auto& call = reader.call;
-    const auto& row = rowOf(call.entry);
-    const bool isRun = call.kind == RawKind::Run;
+void CallConverter::addCall(const std::byte* record, unsigned thread) {
+    const auto call = RawReader(record).call;
+    const auto& encoded = encodedFields(record);
     const auto begin = clock_.sinceBegin(call.begin);
     if (count_++ == 0) beginBlock(begin);
-    auto& form = forms_[2 * static_cast<std::size_t>(call.entry) + (isRun ? 1 : 0)];
-    if (form.is_null()) form = Json::array_t(leadingFields + call.argumentCount);
-    auto& fields = form.get_ref<Json::array_t&>();
-    setNumber(fields[0], static_cast<std::int64_t>(call.entry));
-    setNumber(fields[1], thread);
-    setNumber(fields[2], begin - begin_);
-    setNumber(fields[3], std::max<std::int64_t>(0, clock_.sinceBegin(call.end) - begin));
-    setNumber(fields[4], static_cast<std::int64_t>(call.times));
-    setValue(fields[5], row.result, call.result);
+    auto& lead = lead_.get_ref<Json::array_t&>();
+    setNumber(lead[0], static_cast<std::int64_t>(call.entry));
+    setNumber(lead[1], thread);
+    setNumber(lead[2], begin - begin_);
+    setNumber(lead[3], std::max<std::int64_t>(0, clock_.sinceBegin(call.end) - begin));
+    const auto head = block_.size();
+    Json::to_cbor(lead_, blockOutput_);
+    block_[head] = static_cast<std::uint8_t>(arrayOf + lead.size() + firstArgument + call.argumentCount);
+    block_.insert(block_.end(), encoded.begin() + 1, encoded.end());
+}
+
+/// Fields of the call, behind a byte; valid until the next call.
+const ByteString& CallConverter::encodedFields(const std::byte* record) {
+    RawReader reader(record);
+    const auto& call = reader.call;
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(record);
+    const std::span raw(bytes + offsetof(RawCall, times), bytes + call.bytes);
+    auto& kept = kept_[placeOf(reader)];
+    if (kept.entry == call.entry && kept.kind == call.kind && kept.raw.size() == raw.size() &&
+        std::memcmp(kept.raw.data(), raw.data(), raw.size()) == 0)
+        return kept.encoded;
+    auto& form = forms_[2 * static_cast<std::size_t>(call.entry) + (call.kind == RawKind::Run ? 1 : 0)];
+    if (form.is_null()) form = Json::array_t(firstArgument + call.argumentCount);
+    setFields(form.get_ref<Json::array_t&>(), reader);
+    encoded_.clear();
+    Json::to_cbor(form, encodedOutput_);
+    if (raw.size() > mostKeptBytes) return encoded_;
+    kept.entry = call.entry;
+    kept.kind = call.kind;
+    kept.raw.assign(raw.begin(), raw.end());
+    return kept.encoded = encoded_;
+}
+
+void CallConverter::setFields(Json::array_t& fields, RawReader& reader) {
+    const auto& call = reader.call;
+    const auto& row = rowOf(call.entry);
+    setNumber(fields[0], static_cast<std::int64_t>(call.times));
+    setValue(fields[resultField], row.result, call.result);
     for (std::size_t i = 0; i < call.argumentCount; ++i)
-        setValue(fields[leadingFields + i], row.kinds[i], reader.argument());
+        setValue(fields[firstArgument + i], row.kinds[i], reader.argument());
     for (std::size_t i = 0; i < call.argumentCount; ++i)
         if (row.kinds[i] > ValueKind::Handle)
-            setPiece(fields[leadingFields + i], row.kinds[i], reader.piece());
-    if (row.result == ValueKind::Text) setPiece(fields[5], ValueKind::Text, reader.piece());
-    if (isRun) setPiece(fields.back(), ValueKind::WordsIn, reader.piece());
+            setPiece(fields[firstArgument + i], row.kinds[i], reader.piece());
+    if (row.result == ValueKind::Text) setPiece(fields[resultField], ValueKind::Text, reader.piece());
+    if (call.kind == RawKind::Run) setPiece(fields.back(), ValueKind::WordsIn, reader.piece());
     if (call.entry == Entry::KivGetRegisterByName) noteRegister(fields);
-    Json::to_cbor(form, output_);
 }
 
 void CallConverter::noteRegister(const Json::array_t& fields) {
-    const auto address = fields[5].get<std::int64_t>();
-    const auto& name = fields[7];
+    const auto address = fields[resultField].get<std::int64_t>();
+    const auto& name = fields[firstArgument + 1];
     if (address > 0 && name.is_string())
         registers_.insert_or_assign(static_cast<std::uint64_t>(address), name);
 }
