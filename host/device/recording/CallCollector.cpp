@@ -134,22 +134,34 @@ template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRe
     }
 };
 
+/// A word of a frame needs no time stamp, and few registers of the processor: all else is in `begin`.
 template <> struct Recording<Entry::OHalRegisterWrite, decltype(&::OHalRegisterWrite)> {
     static int call(void* device, std::uint32_t address, std::uint64_t value) {
+        ThreadCalls* const calls = ownCalls.calls;
+        if (ownCalls.epoch != epoch.load(std::memory_order_acquire) || !calls ||
+            !calls->append(device, address, value))
+            return begin(device, address, value);
+        const int result =
+            original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite)(device, address, value);
+        if (!calls->isRunResult(result)) [[unlikely]]
+            split(*calls, result);
+        return result;
+    }
+
+private:
+    [[gnu::noinline]] static int begin(void* device, std::uint32_t address, std::uint64_t value) {
         auto* const real = original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite);
         ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(device, address, value);
-        if (calls->append(device, address, value)) { // a word of a frame: no time stamp
-            const int result = real(device, address, value);
-            if (!calls->isRunResult(result)) [[unlikely]]
-                calls->splitRun(rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result)));
-            return result;
-        }
         const Inside inside(*calls);
         const auto begin = ticks();
         const int result = real(device, address, value);
         calls->holdWrite(rawCall(Entry::OHalRegisterWrite, 3, begin, bitsOf(result)), device, address, value);
         return result;
+    }
+
+    [[gnu::noinline]] static void split(ThreadCalls& calls, int result) {
+        calls.splitRun(rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result)));
     }
 };
 
