@@ -64,7 +64,7 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     if (virtualTime) requireSimulator("--time virtual");
     if (hasFaults) requireSimulator("--faults");
     if (simulator) useSimulator(options, defaultBoard);
-    if (!options.record.empty()) 
+    if (!options.record.empty())
         recorder_ = std::make_unique<Recorder>(options.record, libraries.entries(), header());
 }
 
