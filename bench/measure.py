@@ -176,6 +176,7 @@ def main():
         "pipeline": part("plug-in and simulated board", google_benchmark, program("pipeline"), *repeated(0.05)),
         "scale": part("many interfaces, many frames", google_benchmark, program("scale")),
         "streams": part("account of streams", google_benchmark, program("streams"), *repeated(0.1)),
+        "recording": part("board calls, recorded", google_benchmark, program("recording"), *repeated(0.1)),
         "replay": part("captures of 1 GB, from file to file", replays, build),
         "bridge": part("TCP through the bridge", bridge, bench),
         "bodies": part("HTTP through the bridge", bodies, build, os.path.join(root, "bench")),

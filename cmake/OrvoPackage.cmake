@@ -47,9 +47,11 @@ list(FILTER orvo_qt_packages INCLUDE REGEX "^${orvo_qt_major}:")
 string(REGEX REPLACE "^.:" "" orvo_qt_package "${orvo_qt_packages}")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
     "orvo-gige (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), ${orvo_qt_package}")
+set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS ON) # of the recorder's library
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "cmake, pkg-config")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "framework for network ports as plug-ins (development files)
 Headers, files for CMake and pkg-config, and examples, to write hosts that
-load network ports as plug-ins, and plug-ins of one's own.")
+load network ports as plug-ins, and plug-ins of one's own. A library records
+the board calls of any host.")
 
 include(CPack)

@@ -5,8 +5,7 @@
 #include "base/Signals.h"
 #include "commands/ExtcapCall.h"
 #include "commands/HostProgram.h"
-#include "device/BoardServer.h"
-#include "device/recording/Playback.h"
+#include "device/BoardAccess.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -47,6 +46,7 @@ template <class Work> int runGuarded(const Work& work) {
     if (ServerWatch::hasLostServer()) end = {Failed, ServerWatch::lossText()};
     if (end.exitCode != WrongUsage && !Playback::leftOut().empty())
         end = {DifferencesFound, joined(end.error, Playback::leftOut())};
+    if (end.exitCode == Done && BoardAccess::hasIncompleteRecording()) end.exitCode = DifferencesFound;
     if (!end.error.empty()) notice(end.error);
     return end.exitCode;
 }

@@ -9,7 +9,7 @@ packages=(
     libboost-dev qt6-base-dev libdeflate-dev                 # framework, plug-in
     libtomlplusplus-dev libpcap-dev                          # simulated board, host program
     libspdlog-dev libfmt-dev libcli11-dev nlohmann-json3-dev # dispatcher, host program
-    libarchive-dev zlib1g-dev                                # host program: bundles, compressed captures
+    libarchive-dev zlib1g-dev libzstd-dev                    # host program: bundles, compressed captures, recordings
     libgtest-dev libgmock-dev libbenchmark-dev               # tests, benchmarks
     binutils python3 tshark                                  # export list, life-cycle checks, second reader of captures
     iproute2 iputils-ping                                    # networks of the tests

@@ -64,7 +64,9 @@ private:
 
     int compare() const {
         const WholeRecording first(file_), second(other_);
+        bool areComplete = true;
         for (const auto* const recording : {&first, &second}) {
+            areComplete = areComplete && recording->fault.empty() && recording->lost == 0;
             if (!recording->fault.empty()) notice(recording->fault + "; these are used");
             if (recording->lost != 0)
                 notice("the recording " + quoted(recording == &first ? file_ : other_) + " lacks " +
@@ -73,12 +75,13 @@ private:
         const auto differences = differencesOf(first, second);
         json_ ? printReport(differencesJson(differences, first.registers))
               : printReport(differencesText(differences, first.registers));
-        return differences.empty() ? Done : DifferencesFound;
+        return differences.empty() && areComplete ? Done : DifferencesFound;
     }
 
     int list() const {
         RecordingReader reader(file_);
         bool isEmpty = true;
+        std::uint64_t lost = 0;
         while (auto block = reader.next()) {
             std::ranges::stable_sort(block->calls, {}, &RecordedCall::begin);
             std::string text;
@@ -87,11 +90,12 @@ private:
                     text +=
                         json_ ? callJsonLine(call, reader.registers()) : callLine(call, reader.registers());
             if (block->lost != 0) notice(counted(block->lost, "call") + " could not be kept about here");
+            lost += block->lost;
             isEmpty = isEmpty && text.empty();
             print(text);
         }
         if (isEmpty && !filter_.passesAll()) notice("no call of the recording fits the filters");
-        return endOf(reader);
+        return endOf(reader, lost);
     }
 
     int writeFrames() const {
@@ -99,16 +103,23 @@ private:
         if (isSameFile(file_, capture_))
             throw UsageFailure("--pcapng names the recording itself; name another file");
         CallFrames frames(capture_, reader.begin());
-        while (const auto block = reader.next())
+        std::uint64_t lost = 0;
+        while (const auto block = reader.next()) {
+            lost += block->lost;
             for (const auto& call : block->calls)
                 if (filter_.passes(call, reader.registers())) frames.add(call, reader.registers());
+        }
         printReport(counted(frames.close(), "frame") + " written to " + capture_ + "\n");
-        return endOf(reader);
+        if (lost != 0)
+            notice("the recording " + quoted(file_) + " lacks " + counted(lost, "call") +
+                   ", so frames may be missing");
+        return endOf(reader, lost);
     }
 
-    static int endOf(const RecordingReader& reader) {
-        if (reader.fault().empty()) return Done;
-        throw Failure(reader.fault() + "; these were used");
+    /// What there is has been used.
+    static int endOf(const RecordingReader& reader, std::uint64_t lost) {
+        if (!reader.fault().empty()) notice(reader.fault() + "; these were used");
+        return reader.fault().empty() && lost == 0 ? Done : DifferencesFound;
     }
 
     std::string file_;

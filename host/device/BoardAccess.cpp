@@ -6,15 +6,12 @@
 #include "base/Pacing.h"
 #include "device/Board.h"
 #include "device/Plugin.h"
+#include "device/recording/Recorder.h"
+#include "device/recording/RecordingHeader.h"
 
 #include <nlohmann/json.hpp>
 
-#include <unistd.h>
-
-#include <array>
 #include <chrono>
-#include <cstdlib>
-#include <fstream>
 
 namespace orvo::host {
 
@@ -34,21 +31,17 @@ std::optional<SimulatorControl> simulatorOf(const BoardLibraries& libraries) {
     return libraries.hal() ? SimulatorControl::find(*libraries.hal()) : std::nullopt;
 }
 
-/// Those of this process, without the program's name.
-std::vector<std::string> programArguments() {
-    std::vector<std::string> arguments;
-    std::ifstream file("/proc/self/cmdline", std::ios::binary);
-    for (std::string argument; std::getline(file, argument, '\0');) arguments.push_back(argument);
-    if (!arguments.empty()) arguments.erase(arguments.begin());
-    return arguments;
+bool isOfThisProgram(const nlohmann::json& header) {
+    const auto program = header.find("program");
+    return program != header.end() && program->is_string() &&
+           program->get_ref<const std::string&>().starts_with("orvo-gige ");
 }
 
 int skipSleep(std::uint64_t) {
     return 0;
 }
 
-/// Environment variables that change what the plug-in calls.
-constexpr const char* recordedVariables[] = {"ORVO_PRE_SEND_WAIT_TIME", "ORVO_BOARD"};
+bool lacksCalls = false; // of a recording that has ended
 
 } // namespace
 
@@ -71,11 +64,26 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     if (virtualTime) requireSimulator("--time virtual");
     if (hasFaults) requireSimulator("--faults");
     if (simulator) useSimulator(options, defaultBoard);
-    if (!options.record.empty()) recorder_.emplace(options.record, libraries.entries(), recordingHeader());
+    if (!options.record.empty())
+        recorder_ = std::make_unique<Recorder>(options.record, libraries.entries(), header());
 }
 
 BoardAccess::~BoardAccess() {
+    endRecording();
     if (playback) letSleepsAdvance(nullptr);
+}
+
+void BoardAccess::endRecording() {
+    if (!recorder_) return;
+    const auto lack = recorder_->finish();
+    recorder_.reset();
+    if (lack.empty()) return;
+    notice(lack);
+    lacksCalls = true;
+}
+
+bool BoardAccess::hasIncompleteRecording() noexcept {
+    return lacksCalls;
 }
 
 void BoardAccess::useSimulator(const InstallationOptions& options, unsigned defaultBoard) const {
@@ -94,18 +102,10 @@ void BoardAccess::requireSimulator(const std::string& option) const {
                   quoted(installation.root().string()) + " is real; leave the option out");
 }
 
-nlohmann::json BoardAccess::recordingHeader() const {
-    using Json = nlohmann::json;
-    Json header = {{"program", "orvo-gige " ORVO_VERSION}, {"root", installation.root().string()},
-                   {"arguments", programArguments()},      {"simulated", simulator.has_value()},
-                   {"environment", Json::object()},        {"farEnds", Json::object()}};
-    header["begin"] = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                          std::chrono::system_clock::now().time_since_epoch())
-                          .count();
-    std::array<char, 256> host{};
-    if (gethostname(host.data(), host.size() - 1) == 0) header["host"] = host.data();
-    for (const auto* const name : recordedVariables)
-        if (const char* const value = std::getenv(name)) header["environment"][name] = value;
+nlohmann::json BoardAccess::header() const {
+    auto header = recordingHeader("orvo-gige " ORVO_VERSION, installation.root().string());
+    header["simulated"] = simulator.has_value();
+    header["farEnds"] = nlohmann::json::object();
     if (!simulator) return header;
     for (unsigned board = 0; board < Board::indexLimit; ++board)
         for (unsigned port = 0; simulator->state({board, port}); ++port)
@@ -128,6 +128,7 @@ std::optional<PortAddress> BoardAccess::farEnd(PortAddress port) const {
 }
 
 void BoardAccess::requirePort(PortAddress port) const {
+    if (playback && !isOfThisProgram(playback->header())) return; // the other host asked no such questions
     const auto board = Board::at(libraries, port.board);
     const auto name = "board " + std::to_string(port.board);
     const auto advice = "; 'orvo-gige boards' lists boards and ports";

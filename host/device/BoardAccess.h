@@ -8,9 +8,9 @@
 #include "device/PortAddress.h"
 #include "device/SimulatorControl.h"
 #include "device/recording/Playback.h"
-#include "device/recording/Recorder.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,6 +46,7 @@ struct PortOptions {
 };
 
 class Plugin;
+class Recorder;
 
 /// An installation's board libraries, opened, and its simulated board, if it has one, cabled.
 struct BoardAccess {
@@ -71,8 +72,10 @@ struct BoardAccess {
 
     /// Errors: Failure that names the option where the board is real.
     void requireSimulator(const std::string& option) const;
-    /// Completes the file of --record. No other thread may call the board any more.
-    void endRecording() { recorder_.reset(); }
+    /// Completes the file of --record, and tells the user what it lacks.
+    void endRecording();
+    /// Whether a recording of this process has ended without all calls. For main, after the run.
+    static bool hasIncompleteRecording() noexcept;
 
     /// Lets the plug-in's calls go where this program's calls go. Before its first one.
     void bind(Plugin& plugin) const;
@@ -90,10 +93,9 @@ struct BoardAccess {
 
 private:
     void useSimulator(const InstallationOptions& options, unsigned defaultBoard) const;
-    nlohmann::json recordingHeader() const;
+    nlohmann::json header() const;
 
-    std::optional<Recorder> recorder_;
-
+    std::unique_ptr<Recorder> recorder_; // null: nothing is recorded
     std::optional<ServerWatch> watch_;
 };
 

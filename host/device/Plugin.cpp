@@ -3,6 +3,7 @@
 
 #include "base/DynamicLibrary.h"
 #include "base/Failure.h"
+#include "device/recording/PluginVariables.h"
 
 #include <atomic>
 #include <new>
@@ -48,24 +49,13 @@ boost::shared_ptr<core::zume::PhysicalNetworkInterface> Plugin::createInterface(
     return interface;
 }
 
-// The variables of the entries that tell whether a library is bound come last: a thread that sees them set
-// sees the others, too.
 void Plugin::setEntries(const EntryTable& entries) {
     const DynamicLibrary plugin(library_.path());
-    const auto isProbe = [](std::size_t i) {
-        const auto entry = static_cast<Entry>(i);
-        return entry == Entry::OHalInitDevice || entry == Entry::KivLoadKivFileWithType;
-    };
-    for (const bool probes : {false, true})
-        for (std::size_t i = 0; i < entryCount; ++i) {
-            if (isProbe(i) != probes) continue;
-            auto* const variable = plugin.find<std::atomic<void*>>(boardEntries[i].variable);
-            if (!variable)
-                throw Failure("plug-in " + quoted(library_.path()) + " has no variable " +
-                              quoted(boardEntries[i].variable) +
-                              "; leave recordings out or name another installation with --root");
-            variable->store(entries[i]);
-        }
+    const PluginVariables variables([&](const char* name) { return plugin.find<void>(name); });
+    if (const auto* const missing = variables.missing())
+        throw Failure("plug-in " + quoted(library_.path()) + " has no variable " + quoted(missing) +
+                      "; leave recordings out or name another installation with --root");
+    variables.write(entries);
 }
 
 void Plugin::watchCrcErrors() {

@@ -8,9 +8,13 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <random>
 #include <thread>
 
 namespace orvo::host {
@@ -133,6 +137,28 @@ TEST_F(RecordingTest, UsesWholeBlocksBeforeDamage) {
     expectRefusal({"calls", path}, 1, "is of version 2, and this program reads version 1");
 }
 
+/// A script sees it: when the recording is made, and whenever it is read.
+TEST_F(RecordingTest, EndsWithDifferencesWhereCallsAreMissing) {
+    const auto path = folder.file("short.rec");
+    const auto run = Process({"sh", "-c", "ulimit -f 96; exec \"$0\" \"$@\"", ORVO_GIGE, "replay",
+                              ORVO_TEST_DATA "/gige-vision.pcapng", "--no-reset", "--time", "virtual",
+                              "--wire", "0=port:0/1", "--record", path})
+                         .wait();
+    EXPECT_EQ(run.exitCode, 3);
+    EXPECT_THAT(run.err, HasSubstr("calls could not be kept; cannot write the recording"));
+    EXPECT_THAT(run.out, HasSubstr("received  1,400 frames"));
+    const auto whole = recordedReset();
+    for (const auto& arguments : std::vector<std::vector<std::string>>{
+             {}, {"--json"}, {"--pcapng", folder.file("frames")}, {"--diff", path}, {"--diff", whole}}) {
+        std::vector<std::string> command{"calls", path};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        SCOPED_TRACE(testing::PrintToString(command));
+        const auto outcome = runTool(command);
+        EXPECT_EQ(outcome.exitCode, 3);
+        EXPECT_THAT(outcome.err, HasSubstr("ends without its last block"));
+    }
+}
+
 TEST_F(RecordingTest, RefusesUnfittingOptionsInOneLineAndTouchesNothing) {
     const auto reset = recordedReset();
     const auto input = folder.file("input.pcap");
@@ -161,7 +187,7 @@ TEST(BlockCodecTest, RefusesBlocksOfExcessiveSizeOrDepth) {
 /// Notes 1 to `calls`, then takes them out and adds up what is kept and what a gap tells.
 TEST(CallRingTest, TellsOfCallsThatFoundNoRoom) {
     CallRing ring;
-    constexpr std::size_t bytes = 65'536;
+    constexpr std::size_t bytes = 65'536, tries = 2 * CallRing::capacity / bytes;
     std::uint64_t kept = 0, lost = 0;
     const auto note = [&] {
         std::byte* const room = ring.reserve(bytes);
@@ -170,7 +196,7 @@ TEST(CallRingTest, TellsOfCallsThatFoundNoRoom) {
         std::memcpy(room, &call, sizeof call);
         ring.publish(bytes);
     };
-    for (int i = 0; i < 200; ++i) note();
+    for (std::uint64_t i = 0; i < tries; ++i) note();
     const auto count = [&](const std::byte* record) {
         const RawReader reader(record);
         if (reader.call.kind == RawKind::Call) ++kept;
@@ -179,7 +205,7 @@ TEST(CallRingTest, TellsOfCallsThatFoundNoRoom) {
     ring.drain(count);
     note();
     ring.drain(count);
-    EXPECT_EQ(kept + lost, 201U);
+    EXPECT_EQ(kept + lost, tries + 1);
     EXPECT_EQ(kept, 1 + CallRing::capacity / bytes);
     EXPECT_EQ(ring.untoldLoss(), 0U);
 }
@@ -217,6 +243,38 @@ TEST(CallCollectorTest, LetsGoOfThreadsThatEnded) {
         for (int i = 0; i < threads; ++i) std::thread([call] { call(nullptr); }).join();
     }
     EXPECT_EQ(wholeCalls(folder.file("threads.rec")), static_cast<std::size_t>(threads));
+}
+
+int answerWrite(void*, std::uint32_t, std::uint64_t) {
+    return 0;
+}
+
+/// A pipe whose reader sleeps stands for a disk that does: calls go on, and those that find no room are
+/// counted.
+TEST(RecorderTest, NeverWaitsForASlowDisk) {
+    constexpr auto row = static_cast<std::size_t>(Entry::OHalRegisterWrite);
+    constexpr std::uint64_t made = 2 * CallRing::capacity / sizeof(RawCall);
+    EntryTable originals{};
+    originals[row] = reinterpret_cast<void*>(&answerWrite);
+    const TemporaryFolder folder;
+    const auto pipe = folder.file("pipe"), copy = folder.file("copy.rec");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const FileDescriptor end(open(pipe.c_str(), O_RDONLY | O_NONBLOCK)); // without it nobody could write
+    std::optional<Recorder> recorder(std::in_place, pipe, originals, nlohmann::json{{"begin", 0}});
+    const auto call = reinterpret_cast<decltype(&answerWrite)>(recordingEntries[row]);
+    std::mt19937_64 values; // which hardly shrink, so that the pipe is full at once
+    for (std::uint64_t i = 0; i < made; ++i) call(nullptr, 0, values() | 0x10000);
+    Process reader({"cp", pipe, copy});
+    EXPECT_THAT(recorder->finish(), HasSubstr("could not be kept, because the writing was too slow"));
+    recorder.reset();
+    EXPECT_EQ(reader.wait().exitCode, 0);
+    RecordingReader recording(copy);
+    while (recording.next()) {
+    }
+    ASSERT_EQ(recording.fault(), "");
+    const auto lost = recording.closing()["lost"].get<std::uint64_t>();
+    EXPECT_GT(lost, 0U);
+    EXPECT_EQ(recording.closing()["calls"].get<std::uint64_t>() + lost, made);
 }
 
 TEST(SelftestTest, PassesOnTheShippedRecordings) {

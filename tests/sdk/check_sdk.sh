@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# An installation as other projects meet it, after it was moved: every public header compiles on its own, and the examples
-# build by CMake and by pkg-config and run on the simulated board. Usage: check_sdk.sh BUILD SOURCES COMPILER SANITIZER
+# An installation as other projects meet it, after it was moved: every public header compiles on its own, the examples
+# build by CMake and by pkg-config and run on the simulated board, and their board calls can be recorded. Usage: check_sdk.sh BUILD SOURCES COMPILER SANITIZER
 set -euo pipefail
 build=$1 sources=$2 compiler=$3 sanitizer=$4
 
@@ -70,3 +70,28 @@ echoes echo-host/echo-host "$folder/plugin-skeleton/libplugin-skeleton.so"
 echoes ./host "$plugin"
 comes_back
 echoes ./host ./skeleton.so
+
+# A host that knows nothing of the recorder. What it received comes again where the recording answers instead of a board.
+frames() { # CAPTURE
+    tshark -r "$1" -c 25 -T fields -e eth.dst -e eth.src -e ip.id -e udp.length -e udp.checksum 2>/dev/null
+}
+recorder=$root/lib64/liborvo-recorder.so
+gige=$root/bin/orvo-gige
+! ldd ./host | grep -F liborvo-recorder || exit 1
+LD_PRELOAD=$recorder ORVO_RECORD=echo.rec echoes ./host "$plugin"
+comes_back
+"$gige" calls echo.rec --pcapng both.pcapng | grep -Fx '50 frames written to both.pcapng'
+timeout 60 "$gige" capture --no-reset --lenient --board-recording echo.rec --count 25 --write again.pcapng >out
+diff <(frames "$sources/tests/data/gige-vision.pcapng") <(frames again.pcapng)
+
+# One that disturbs it. Both ways; and where nothing can be recorded, which a line says and the host does not notice.
+"$compiler" -std=c++17 "$sources/tests/sdk/RecordedHost.cpp" -o recorded-host "${compile_flags[@]}" "${link_flags[@]}" \
+    -lorvo-recorder "$rpath"
+timeout 60 ./recorded-host "$plugin" called.rec
+LD_PRELOAD=$recorder ORVO_RECORD=preloaded.rec timeout 60 ./recorded-host "$plugin"
+for recording in called preloaded; do
+    [ "$("$gige" calls $recording.rec --entry OHalInitDevice | wc -l)" -eq 2 ] ||
+        { echo "$recording.rec does not show both openings of the device" >&2; exit 1; }
+done
+LD_PRELOAD=$recorder ORVO_RECORD=missing/x.rec timeout 60 ./recorded-host "$plugin" 2>errors
+[ "$(grep -c '^orvo-recorder: cannot write the recording' errors)" -eq 1 ]

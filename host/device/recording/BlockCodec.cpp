@@ -3,13 +3,12 @@
 
 #include "base/Failure.h"
 
-#include <archive.h>
-#include <archive_entry.h>
 #include <zlib.h>
+#include <zstd.h>
 
 #include <bit>
 #include <cstring>
-#include <memory>
+#include <new>
 
 namespace orvo::host {
 namespace {
@@ -22,55 +21,19 @@ constexpr int deepest = 8; // levels of a block's content
 // GB.
 constexpr std::size_t mostValues = 1U << 20U;
 
-void check(struct archive* archive, int result, const char* what) {
-    if (result == ARCHIVE_OK) return;
-    const char* reason = archive_error_string(archive);
+constexpr int compressionLevel = -3; // frames of cameras hardly shrink, so more effort gains little
+
+std::size_t checked(std::size_t result, const char* what) {
+    if (!ZSTD_isError(result)) return result;
     throw Failure(std::string("a block of the recording cannot be ") + what + ": " +
-                  (reason ? reason : "no reason given") + "; the recording is incomplete");
-}
-
-/// zstd bounds what a compressed block needs; small ones take a little more.
-std::size_t roomFor(std::size_t contentBytes) {
-    return contentBytes + contentBytes / 8 + 1024;
-}
-
-ByteString compressed(const ByteString& content) {
-    const std::unique_ptr<struct archive, int (*)(struct archive*)> archive(archive_write_new(),
-                                                                            archive_write_free);
-    const std::unique_ptr<archive_entry, void (*)(archive_entry*)> entry(archive_entry_new(),
-                                                                         archive_entry_free);
-    auto* const out = archive.get();
-    ByteString stored(sizeof(BlockHead) + roomFor(content.size()));
-    std::size_t used = 0;
-    check(out, archive_write_set_format_raw(out), "written");
-    check(out, archive_write_add_filter_zstd(out), "written");
-    check(out, archive_write_set_filter_option(out, "zstd", "compression-level", "1"), "written");
-    check(out, archive_write_set_bytes_in_last_block(out, 1), "written");
-    check(out,
-          archive_write_open_memory(out, stored.data() + sizeof(BlockHead), stored.size() - sizeof(BlockHead),
-                                    &used),
-          "written");
-    archive_entry_set_filetype(entry.get(), AE_IFREG);
-    check(out, archive_write_header(out, entry.get()), "written");
-    if (archive_write_data(out, content.data(), content.size()) != static_cast<la_ssize_t>(content.size()))
-        check(out, ARCHIVE_FATAL, "written");
-    check(out, archive_write_close(out), "written");
-    stored.resize(sizeof(BlockHead) + used);
-    return stored;
+                  ZSTD_getErrorName(result) + "; the recording is incomplete");
 }
 
 ByteString expanded(std::span<const std::uint8_t> stored, std::size_t contentBytes) {
-    const std::unique_ptr<struct archive, int (*)(struct archive*)> archive(archive_read_new(),
-                                                                            archive_read_free);
-    auto* const in = archive.get();
-    archive_entry* entry = nullptr;
-    check(in, archive_read_support_format_raw(in), "read");
-    check(in, archive_read_support_filter_zstd(in), "read");
-    check(in, archive_read_open_memory(in, stored.data(), stored.size()), "read");
-    check(in, archive_read_next_header(in, &entry), "read");
     ByteString content(contentBytes);
-    if (archive_read_data(in, content.data(), content.size()) != static_cast<la_ssize_t>(content.size()))
-        check(in, ARCHIVE_FATAL, "read");
+    const auto used =
+        checked(ZSTD_decompress(content.data(), content.size(), stored.data(), stored.size()), "read");
+    if (used != contentBytes) throw Failure("a block of the recording has a wrong length");
     return content;
 }
 
@@ -114,14 +77,19 @@ bool BlockHead::fits(std::span<const std::uint8_t> stored) const {
     return checksumOf(*this, stored) == checksum;
 }
 
-ByteString encodedBlock(const nlohmann::json& content) {
-    const ByteString plain = nlohmann::json::to_cbor(content);
-    auto block = compressed(plain);
-    BlockHead head{static_cast<std::uint32_t>(block.size() - sizeof head),
-                   static_cast<std::uint32_t>(plain.size()), 0};
-    head.checksum = checksumOf(head, std::span(block).subspan(sizeof head));
-    std::memcpy(block.data(), &head, sizeof head);
-    return block;
+std::span<const std::uint8_t> BlockEncoder::encode(std::span<const std::uint8_t> content) {
+    if (!compressor_) compressor_ = {ZSTD_createCCtx(), ZSTD_freeCCtx};
+    if (!compressor_) throw std::bad_alloc();
+    BlockHead head{0, static_cast<std::uint32_t>(content.size()), 0};
+    const auto room = ZSTD_compressBound(content.size());
+    if (block_.size() < sizeof head + room) block_.resize(sizeof head + room);
+    auto* const stored = block_.data() + sizeof head;
+    head.storedBytes = static_cast<std::uint32_t>(checked(
+        ZSTD_compressCCtx(compressor_.get(), stored, room, content.data(), content.size(), compressionLevel),
+        "written"));
+    head.checksum = checksumOf(head, {stored, head.storedBytes});
+    std::memcpy(block_.data(), &head, sizeof head);
+    return {block_.data(), sizeof head + head.storedBytes};
 }
 
 nlohmann::json decodedBlock(const BlockHead& head, std::span<const std::uint8_t> stored) {

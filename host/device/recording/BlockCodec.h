@@ -5,9 +5,12 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
+
+struct ZSTD_CCtx_s;
 
 namespace orvo::host {
 
@@ -24,8 +27,16 @@ struct BlockHead {
     bool fits(std::span<const std::uint8_t> stored) const;
 };
 
-/// Head and bytes. Errors: Failure.
-ByteString encodedBlock(const nlohmann::json& content);
+/// Makes blocks in memory that it keeps. One thread.
+class BlockEncoder {
+public:
+    /// Head and bytes of a block from its content in CBOR; valid until the next one. Errors: Failure.
+    std::span<const std::uint8_t> encode(std::span<const std::uint8_t> content);
+
+private:
+    std::unique_ptr<ZSTD_CCtx_s, std::size_t (*)(ZSTD_CCtx_s*)> compressor_ = {nullptr, nullptr};
+    ByteString block_;
+};
 
 /// The content of a block whose checksum is right. Errors: std::exception for anything else than an encoded
 /// block.

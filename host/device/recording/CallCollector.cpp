@@ -6,17 +6,21 @@
 #include <orvo/hal/kivrt.h>
 #include <orvo/hal/orvo_hal.h>
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <thread>
 #include <type_traits>
 
 namespace orvo::host {
 namespace {
 
-EntryTable originals; // of the collector that lives
+std::array<std::atomic<void*>, entryCount> originals; // relaxed: each stands for itself
 std::atomic<CallCollector*> collector{nullptr};
 std::atomic<std::uint64_t> epoch{0}; // a new number for each collector; even: there is none
 
-thread_local constinit struct {
+// In the memory that every thread begins with: a library would otherwise ask the loader for it at every word.
+[[gnu::tls_model("initial-exec")]] thread_local constinit struct {
     std::uint64_t epoch = 0;
     ThreadCalls* calls = nullptr;
 } ownCalls;
@@ -29,8 +33,7 @@ thread_local struct ThreadEnd {
     ~ThreadEnd() {
         if (!calls) return;
         ownCalls.calls = nullptr;
-        calls->release(ticks());
-        calls->hasEnded.store(true, std::memory_order_release);
+        calls->close(ticks());
     }
 } threadEnd;
 
@@ -42,8 +45,23 @@ thread_local struct ThreadEnd {
 }
 
 template <class Function> Function* original(Entry entry) noexcept {
-    return reinterpret_cast<Function*>(originals[static_cast<std::size_t>(entry)]);
+    return reinterpret_cast<Function*>(
+        originals[static_cast<std::size_t>(entry)].load(std::memory_order_relaxed));
 }
+
+/// While it lives, the thread is in a call that it will note.
+class Inside {
+public:
+    explicit Inside(ThreadCalls& calls) noexcept : calls_(calls) {
+        calls_.isInside.store(true, std::memory_order_relaxed);
+    }
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+    ~Inside() { calls_.isInside.store(false, std::memory_order_release); }
+
+private:
+    ThreadCalls& calls_;
+};
 
 RawCall rawCall(Entry entry, std::size_t argumentCount, std::uint64_t begin, std::uint64_t result) noexcept {
     return {0, entry, static_cast<std::uint8_t>(argumentCount), RawKind::Call, begin, ticks(), 1, result};
@@ -70,6 +88,7 @@ template <Entry entry, class Result, class... Types> struct Recording<entry, Res
         auto* const real = original<Result(Types...)>(entry);
         ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(arguments...);
+        const Inside inside(*calls);
         const auto begin = ticks();
         if constexpr (std::is_void_v<Result>) {
             real(arguments...);
@@ -104,6 +123,7 @@ template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRe
         auto* const real = original<decltype(::OHalRegisterRead)>(Entry::OHalRegisterRead);
         ThreadCalls* const calls = callsOfThisThread();
         if (!calls || !value) return real(device, address, value);
+        const Inside inside(*calls);
         const auto before = *value;
         const auto begin = ticks();
         const int result = real(device, address, value);
@@ -114,25 +134,34 @@ template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRe
     }
 };
 
+/// A word of a frame needs no time stamp, and few registers of the processor: all else is in `begin`.
 template <> struct Recording<Entry::OHalRegisterWrite, decltype(&::OHalRegisterWrite)> {
     static int call(void* device, std::uint32_t address, std::uint64_t value) {
+        ThreadCalls* const calls = ownCalls.calls;
+        if (ownCalls.epoch != epoch.load(std::memory_order_acquire) || !calls ||
+            !calls->append(device, address, value))
+            return begin(device, address, value);
+        const int result =
+            original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite)(device, address, value);
+        if (!calls->isRunResult(result)) [[unlikely]]
+            split(*calls, result);
+        return result;
+    }
+
+private:
+    [[gnu::noinline]] static int begin(void* device, std::uint32_t address, std::uint64_t value) {
         auto* const real = original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite);
         ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(device, address, value);
-        if (calls->continuesRun(device, address, value)) { // a word of a frame: no time stamp
-            const int result = real(device, address, value);
-            if (result != calls->runResult()) {
-                const auto call = rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result));
-                calls->holdWrite(call, device, address, value);
-            } else {
-                calls->append(value);
-            }
-            return result;
-        }
+        const Inside inside(*calls);
         const auto begin = ticks();
         const int result = real(device, address, value);
         calls->holdWrite(rawCall(Entry::OHalRegisterWrite, 3, begin, bitsOf(result)), device, address, value);
         return result;
+    }
+
+    [[gnu::noinline]] static void split(ThreadCalls& calls, int result) {
+        calls.splitRun(rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result)));
     }
 };
 
@@ -149,6 +178,7 @@ template <Entry entry, class Length> struct QueueRead {
         auto* const real = original<int(void*, std::uint32_t, void*, Length, std::uint32_t)>(entry);
         ThreadCalls* const calls = callsOfThisThread();
         if (!calls) return real(device, queue, buffer, lengthBytes, timeoutMs);
+        const Inside inside(*calls);
         const auto begin = ticks();
         const int result = real(device, queue, buffer, lengthBytes, timeoutMs);
         const auto call = rawCall(entry, 5, begin, bitsOf(result));
@@ -178,25 +208,53 @@ static const EntryTable missingEntries = {{
 #include <hal/KivRuntimeEntries.def>
 }};
 
+void setOriginals(const EntryTable& table) noexcept {
+    for (std::size_t i = 0; i < entryCount; ++i)
+        originals[i].store(table[i] ? table[i] : missingEntries[i], std::memory_order_relaxed);
+}
+
 CallCollector::CallCollector(const EntryTable& table) {
-    for (std::size_t i = 0; i < entryCount; ++i) originals[i] = table[i] ? table[i] : missingEntries[i];
+    setOriginals(table);
     collector = this;
     ++epoch;
 }
 
 CallCollector::~CallCollector() {
-    ++epoch;
-    collector = nullptr;
+    retire();
 }
 
-ThreadCalls* CallCollector::ofThisThread() {
+void CallCollector::retire() noexcept {
+    CallCollector* self = this;
+    if (collector.compare_exchange_strong(self, nullptr)) ++epoch;
+}
+
+ThreadCalls* CallCollector::ofThisThread() noexcept {
     const auto now = epoch.load(std::memory_order_acquire);
-    if (ownCalls.epoch != now) {
-        auto* const current = collector.load();
-        threadEnd.calls = now % 2 != 0 && current ? current->addThread() : nullptr;
-        ownCalls = {now, threadEnd.calls.get()};
-    }
+    if (ownCalls.epoch == now) return ownCalls.calls;
+    if (threadEnd.calls) threadEnd.calls->close(ticks());
+    auto* const current = collector.load();
+    threadEnd.calls = now % 2 != 0 && current ? current->addThread() : nullptr;
+    ownCalls = {now, threadEnd.calls.get()};
     return ownCalls.calls;
+}
+
+void CallCollector::awaitQuiet() {
+    constexpr auto look = std::chrono::milliseconds{10}; // a thread may be about to enter a call
+    constexpr int looks = 25;                            // the plug-in waits 100 ms for a frame
+    const auto isBusy = [](const auto& thread) { return thread->isInside.load(std::memory_order_acquire); };
+    const auto all = others();
+    for (int quiet = 0, i = 0; !all.empty() && i < looks && quiet < 2; ++i) {
+        std::this_thread::sleep_for(look);
+        quiet = std::ranges::any_of(all, isBusy) ? 0 : quiet + 1;
+    }
+    for (const auto& thread : threads()) isBusy(thread) ? thread->abandon() : thread->close(ticks());
+}
+
+/// Those of other threads that have not ended.
+std::vector<std::shared_ptr<ThreadCalls>> CallCollector::others() {
+    auto all = threads();
+    std::erase_if(all, [](const auto& row) { return row == threadEnd.calls || row->hasEnded; });
+    return all;
 }
 
 std::vector<std::shared_ptr<ThreadCalls>> CallCollector::threads() {
@@ -209,9 +267,15 @@ void CallCollector::forget(const ThreadCalls& thread) {
     std::erase_if(threads_, [&](const auto& row) { return row.get() == &thread; });
 }
 
-std::shared_ptr<ThreadCalls> CallCollector::addThread() {
-    const std::lock_guard guard(changing_);
-    return threads_.emplace_back(std::make_shared<ThreadCalls>(added_++));
+/// Null when there is no memory for its ring: the port goes on.
+std::shared_ptr<ThreadCalls> CallCollector::addThread() noexcept {
+    try {
+        const std::lock_guard guard(changing_);
+        return threads_.emplace_back(std::make_shared<ThreadCalls>(added_++));
+    } catch (const std::exception&) {
+        refused_ = true;
+        return nullptr;
+    }
 }
 
 #define ENTRY(Result, name, unbound, parameters, arguments)                                                  \

@@ -10,8 +10,7 @@
 
 namespace orvo::host {
 
-/// While it lives, the functions of `recordingEntries` note what they pass on. One at a time in a process. No
-/// other thread may be in one of them when it ends.
+/// While it lives, the functions of `recordingEntries` note what they pass on. One at a time in a process.
 class CallCollector {
 public:
     /// `originals`: what the functions call; null where the library lacks the entry.
@@ -26,16 +25,31 @@ public:
     /// Lets go of a thread that has ended and whose ring has been drained.
     void forget(const ThreadCalls& thread);
 
+    /// From now on calls are only passed on. Any thread, also a signal handler or a forked child.
+    void retire() noexcept;
+
+    /// After `retire`: has every thread hand over what it holds back. Waits for those that are in a call, but
+    /// no longer than a quarter of a second; one that stays there loses what it holds back.
+    void awaitQuiet();
+
+    /// Whether there was no memory to note a thread's calls.
+    bool hasRefusedThread() const noexcept { return refused_; }
+
     /// The calling thread's, made at its first call. Null when nothing is recorded.
-    static ThreadCalls* ofThisThread();
+    static ThreadCalls* ofThisThread() noexcept;
 
 private:
-    std::shared_ptr<ThreadCalls> addThread();
+    std::shared_ptr<ThreadCalls> addThread() noexcept;
+    std::vector<std::shared_ptr<ThreadCalls>> others();
 
     std::mutex changing_; // of the list: a thread takes it once
     std::vector<std::shared_ptr<ThreadCalls>> threads_;
     unsigned added_ = 0;
+    std::atomic<bool> refused_{false};
 };
+
+/// What the functions of `recordingEntries` call while there is no collector. Any thread.
+void setOriginals(const EntryTable& originals) noexcept;
 
 /// A function for each entry, which calls the original and notes the call.
 extern const EntryTable recordingEntries;

@@ -13,7 +13,7 @@ namespace orvo::host {
 /// room again. One thread adds, one takes.
 class CallRing {
 public:
-    static constexpr std::size_t capacity = std::size_t{8}
+    static constexpr std::size_t capacity = std::size_t{16}
                                             << 20U; ///< pages that are never used take no memory
 
     /// Room for a record of `bytes`, a multiple of 8; null when there is none. `publish` hands it over.
@@ -27,9 +27,11 @@ public:
         published_.store(head_, std::memory_order_release);
     }
 
-    /// Calls `take(record)` for each record that is there. Its room is free again afterwards.
-    template <class Take> void drain(const Take& take) {
-        auto tail = tail_.load(std::memory_order_relaxed);
+    /// Calls `take(record)` for each record that is there. Its room is free again afterwards. Returns how
+    /// many bytes were there.
+    template <class Take> std::uint64_t drain(const Take& take) {
+        const auto begin = tail_.load(std::memory_order_relaxed);
+        auto tail = begin;
         for (const auto end = published_.load(std::memory_order_acquire); tail != end;) {
             const std::byte* const record = ring_.get() + tail % capacity;
             std::uint32_t bytes = 0;
@@ -38,6 +40,7 @@ public:
             tail += bytes;
             tail_.store(tail, std::memory_order_release);
         }
+        return tail - begin;
     }
 
     /// Calls that found no room so far and that no Gap has told of. The taking thread, once the other has

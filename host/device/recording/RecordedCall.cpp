@@ -38,12 +38,14 @@ std::uint64_t RecordedCall::deliveredBytes() const {
     return told == 0 || static_cast<std::uint64_t>(told) > asked ? asked : static_cast<std::uint64_t>(told);
 }
 
-ByteString packedWords(std::span<const std::uint8_t> words) {
-    if (!isFrame(words)) return {words.begin(), words.end()};
-    ByteString units(words.size() / 2);
-    for (std::size_t i = 0; i < units.size() / 2; ++i)
-        std::memcpy(units.data() + 2 * i, words.data() + 4 * i, 2);
-    return units;
+void packWords(std::span<const std::uint8_t> words, ByteString& kept) {
+    if (!isFrame(words)) {
+        kept.assign(words.begin(), words.end());
+        return;
+    }
+    kept.resize(words.size() / 2);
+    for (std::size_t i = 0; i < kept.size() / 2; ++i)
+        std::memcpy(kept.data() + 2 * i, words.data() + 4 * i, 2);
 }
 
 ByteString unpackedWords(const ByteString& kept, std::uint64_t deliveredBytes) {

@@ -3,52 +3,17 @@
 #pragma once
 
 #include "device/recording/CallCollector.h"
+#include "device/recording/CallConverter.h"
 #include "device/recording/RecordingFile.h"
 
 #include <condition_variable>
+#include <stop_token>
 #include <thread>
-#include <unordered_map>
 
 namespace orvo::host {
 
-/// Turns what threads note into a block's calls. One thread.
-class CallConverter {
-public:
-    /// Adds a record to the present block.
-    void add(const std::byte* record, unsigned thread);
-
-    bool isEmpty() const noexcept { return calls_.empty() && lost_ == 0; }
-    /// Whether the block has grown as large as blocks should be.
-    bool isFull() const noexcept { return bytes_ >= blockBytes; }
-    std::uint64_t callsOfBlock() const noexcept { return calls_.size(); }
-
-    void lose(std::uint64_t calls) noexcept { lost_ += calls; }
-
-    /// The block's content; begins the next one.
-    nlohmann::json takeBlock();
-
-    void measureClock() noexcept { clock_.measure(); }
-
-private:
-    static constexpr std::size_t blockBytes = 1U << 20U;
-
-    nlohmann::json handle(std::uint64_t pointer);
-    nlohmann::json valueOf(ValueKind kind, std::uint64_t argument);
-    nlohmann::json pieceOf(ValueKind kind, RawPiece piece);
-    void addCall(RawReader& reader, unsigned thread);
-    void noteRegister(const nlohmann::json::array_t& fields);
-
-    TickClock clock_;
-    std::int64_t begin_ = 0; // of the block, in nanoseconds
-    nlohmann::json::array_t calls_;
-    std::uint64_t lost_ = 0;
-    std::size_t bytes_ = 0;
-    RegisterNames registers_;
-    std::unordered_map<std::uint64_t, std::uint64_t> handles_;
-};
-
-/// Records while it lives. A thread of its own compresses and writes; threads that call the board never wait
-/// for it. What could not be kept is counted, and the user is told in the end.
+/// Records until `finish`. A thread of its own compresses and writes; threads that call the board never wait
+/// for it. What could not be kept is counted.
 class Recorder {
 public:
     /// `header` becomes the file's first block; this adds the entries. Errors: Failure when the file cannot
@@ -58,11 +23,20 @@ public:
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
 
+    /// Completes the file. Other threads may go on calling the board; see CallCollector::awaitQuiet. Returns
+    /// one line on what the file lacks, empty when it is complete.
+    std::string finish();
+
+    /// In a forked child, which has none of the threads: leaves the file to the parent. Only `this` must not
+    /// be destroyed then. Calls nothing that is unsafe in such a child.
+    void leaveToParent() noexcept;
+
 private:
-    void write();
-    void drain();
+    void write(const std::stop_token& stop);
+    std::uint64_t drain();
     void writeBlock();
-    void finish();
+    void complete();
+    std::string lackText() const;
 
     const std::string path_;
     RecordingWriter file_;

@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -118,6 +120,15 @@ CallBlock callsOf(const nlohmann::json& content, const std::vector<Entry>& entri
 
 namespace {
 
+/// Waits for the reader of a pipe, for seconds at the most.
+bool takesMore(int descriptor) {
+    constexpr int patienceMs = 10'000;
+    pollfd room{descriptor, POLLOUT, 0};
+    const int ready = poll(&room, 1, patienceMs);
+    if (ready == 0) errno = EAGAIN;
+    return ready > 0;
+}
+
 /// A slip such as naming the input must not destroy it.
 const std::string& replaceable(const std::string& path) {
     std::error_code unknown; // then opening the file gives the reason
@@ -132,18 +143,22 @@ const std::string& replaceable(const std::string& path) {
 
 RecordingWriter::RecordingWriter(const std::string& path)
     : path_(path), // A pipe that nobody reads must not keep the program waiting.
-      file_(open(replaceable(path).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NONBLOCK, 0666)) {
+      file_(open(replaceable(path).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666)) {
     if (file_.get() < 0)
         throw Failure("cannot write the recording " + quoted(path) + ": " + systemError(errno) +
                       "; name a file in an existing folder that you may write to");
+    if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        throw Failure("another program is recording into " + quoted(path) + "; name another file");
+    if (ftruncate(file_.get(), 0) != 0) {
+    } // a pipe
     const FileHead head;
     std::uint8_t bytes[sizeof head];
     std::memcpy(bytes, &head, sizeof head);
     put(bytes);
 }
 
-void RecordingWriter::add(const nlohmann::json& block) {
-    put(encodedBlock(block));
+void RecordingWriter::add(std::span<const std::uint8_t> content) {
+    put(encoder_.encode(content));
 }
 
 void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
@@ -151,6 +166,7 @@ void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
         const auto written = write(file_.get(), bytes.data() + done, bytes.size() - done);
         if (written > 0) done += static_cast<std::size_t>(written);
         if (written > 0 || (written < 0 && errno == EINTR)) continue;
+        if (written < 0 && errno == EAGAIN && takesMore(file_.get())) continue;
         const int reason = written == 0 ? ENOSPC : errno;
         if (ftruncate(file_.get(), static_cast<off_t>(bytes_)) != 0) {
         } // readers find the last whole block anyway

@@ -14,22 +14,24 @@ namespace orvo::host {
 
 inline constexpr std::uint32_t recordingVersion = 1;
 
-/// Appends blocks. One thread.
+/// Appends blocks, whose content is given as CBOR. One thread.
 class RecordingWriter {
 public:
-    /// Replaces the file. Errors: Failure when it cannot be written.
+    /// Replaces the file. Errors: Failure when it cannot be written, or another recording goes on in it.
     explicit RecordingWriter(const std::string& path);
 
     /// Errors: Failure when the disk is full or fails; the file then ends with the block before.
-    void add(const nlohmann::json& block);
+    void add(std::span<const std::uint8_t> content);
 
-    std::uint64_t bytes() const noexcept { return bytes_; }
+    /// Only closes the file.
+    void close() noexcept { file_.reset(); }
 
 private:
     void put(std::span<const std::uint8_t> bytes);
 
     const std::string path_;
     FileDescriptor file_;
+    BlockEncoder encoder_;
     std::uint64_t bytes_ = 0;
 };
 

@@ -21,15 +21,34 @@ public:
 
     const unsigned number; ///< in the order of the threads' first calls
     CallRing ring;
-    std::atomic<bool> hasEnded{false}; ///< the thread: it has noted its last call
+    std::atomic<bool> hasEnded{false}; ///< its last call has been noted
+    std::atomic<bool> isInside{false}; ///< in a call that will be noted; not for the words of a run
 
-    /// Whether a write may be appended to the run by `append`.
-    bool continuesRun(const void* device, std::uint32_t address, std::uint64_t value) const noexcept {
-        return runDevice_ == device && runAddress_ == address && value <= 0xFFFF && held_.times < mostUnits;
+    /// Appends a write to the run before it is made, if it continues one. Words of frames come here, so this
+    /// is short, and what it needs of a call afterwards is in this object.
+    bool append(const void* device, std::uint32_t address, std::uint64_t value) noexcept {
+        if (runDevice_ != device || runAddress_ != address || value > 0xFFFF || held_.times >= mostUnits)
+            return false;
+        units_[held_.times++] = static_cast<std::uint16_t>(value);
+        return true;
     }
-    /// Its first result, which the others of the run share.
-    int runResult() const noexcept { return static_cast<int>(held_.result); }
-    void append(std::uint64_t value) noexcept { units_[held_.times++] = static_cast<std::uint16_t>(value); }
+    /// Whether the write that was appended has the result that the others of the run share.
+    bool isRunResult(int result) const noexcept { return static_cast<int>(held_.result) == result; }
+    /// The write that was appended has another result: it begins a run of its own.
+    [[gnu::noinline]] void splitRun(RawCall call) noexcept {
+        const auto value = units_[--held_.times];
+        holdWrite(call, runDevice_, runAddress_, value);
+    }
+
+    /// Hands over what is held back: nothing more will be noted. Once; the thread itself, or, while it is in
+    /// no call, another one.
+    void close(std::uint64_t now) noexcept {
+        if (isClosed_.exchange(true)) return;
+        release(now);
+        hasEnded.store(true, std::memory_order_release);
+    }
+    /// As above, for a thread that stays in a call: what it holds back is lost.
+    void abandon() noexcept { isClosed_.store(true); }
 
     /// A call that is kept as it is.
     void note(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
@@ -63,6 +82,7 @@ public:
         units_[0] = static_cast<std::uint16_t>(value);
     }
 
+private:
     /// Hands over what is held back; `now` ends a run of writes.
     void release(std::uint64_t now) noexcept {
         if (held_.times == 0) return;
@@ -76,7 +96,6 @@ public:
         runDevice_ = nullptr;
     }
 
-private:
     static constexpr std::size_t mostUnits = 1024; // a frame has up to 759
 
     bool isRepeated(const RawCall& call, const Arguments& arguments,
@@ -118,6 +137,7 @@ private:
     // One or two seconds, so that what a quiet thread does reaches the file.
     static constexpr std::uint64_t longestHold = 2'000'000'000;
 
+    std::atomic<bool> isClosed_{false};
     void* runDevice_ = nullptr; // null: no run
     std::uint32_t runAddress_ = 0;
     RawCall held_{}; // `times` 0: nothing is held back
