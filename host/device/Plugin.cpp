@@ -4,7 +4,6 @@
 #include "base/DynamicLibrary.h"
 #include "base/Failure.h"
 
-#include <atomic>
 #include <new>
 
 namespace orvo::host {
@@ -51,21 +50,24 @@ boost::shared_ptr<core::zume::PhysicalNetworkInterface> Plugin::createInterface(
 // The variables of the entries that tell whether a library is bound come last: a thread that sees them set
 // sees the others, too.
 void Plugin::setEntries(const EntryTable& entries) {
-    const DynamicLibrary plugin(library_.path());
     const auto isProbe = [](std::size_t i) {
         const auto entry = static_cast<Entry>(i);
         return entry == Entry::OHalInitDevice || entry == Entry::KivLoadKivFileWithType;
     };
     for (const bool probes : {false, true})
-        for (std::size_t i = 0; i < entryCount; ++i) {
-            if (isProbe(i) != probes) continue;
-            auto* const variable = plugin.find<std::atomic<void*>>(boardEntries[i].variable);
-            if (!variable)
-                throw Failure("plug-in " + quoted(library_.path()) + " has no variable " +
-                              quoted(boardEntries[i].variable) +
-                              "; leave recordings out or name another installation with --root");
-            variable->store(entries[i]);
-        }
+        for (std::size_t i = 0; i < entryCount; ++i)
+            if (isProbe(i) == probes) variableOf(boardEntries[i])->store(entries[i]);
+}
+
+std::atomic<void*>* Plugin::variableOf(const BoardEntry& entry) const {
+    if (auto* const variable = DynamicLibrary(library_.path()).find<std::atomic<void*>>(entry.variable))
+        return variable;
+    throw Failure("plug-in " + quoted(library_.path()) + " has no variable " + quoted(entry.variable) +
+                  "; leave recordings out or name another installation with --root");
+}
+
+const void* Plugin::address() const {
+    return variableOf(boardEntries.front());
 }
 
 void Plugin::watchCrcErrors() {

@@ -7,6 +7,8 @@
 #include <orvo/core/PluginLibrary.h>
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 
+#include <atomic>
+
 namespace orvo::host {
 
 /// Opens and checks the plug-in's file without initialising the plug-in. Errors: Failure when the file is
@@ -24,12 +26,16 @@ public:
     /// Fills the pointer variables through which the plug-in calls the board's libraries. Before its first
     /// call. Errors: Failure when the plug-in has none.
     void setEntries(const EntryTable& entries);
+    /// Of something in the plug-in's file. Errors: as of setEntries.
+    const void* address() const;
 
     /// From now on, every interface compares the firmware's count of receive errors at each `receive`, and
     /// logs when it grew. Errors: Failure when the plug-in has no such watch.
     void watchCrcErrors();
 
 private:
+    std::atomic<void*>* variableOf(const BoardEntry& entry) const;
+
     core::PluginLibrary library_;
 };
 

@@ -74,7 +74,7 @@ Port::Port(Plugin& plugin, const PluginLog& log, PortAddress address, bool reset
 
 Port::~Port() {
     if (!running_) return;
-    interface_->stop();
+    stop();
     interface_->waitForTermination();
 }
 
@@ -114,8 +114,13 @@ std::optional<std::string> Port::reopenDevice() {
            "; trying again every second until Ctrl-C";
 }
 
-PortStatistics Port::finish() {
+void Port::stop() {
+    Playback::letOthersCatchUp(); // with what they read before the stop
     interface_->stop();
+}
+
+PortStatistics Port::finish() {
+    stop();
     running_ = false;
     LogCollector statistics(log_, InformationLevel);
     interface_->waitForTermination();
@@ -160,7 +165,7 @@ void Ports::openLive() {
 }
 
 void Ports::stop() {
-    for (auto& port : ports_) port.interface().stop();
+    for (auto& port : ports_) port.stop();
 }
 
 std::vector<PortStatistics> Ports::finish() {
