@@ -133,10 +133,11 @@ calls sizes "transmission sizes that cannot be, and those that can" --no-reset -
     sim-push=0,0,0 receive=2 send=60 receive sim-push=0,0 receive sim-push=0,65537 receive sim-push=0,0xFFFFFFFF receive \
     sim-push=0,65536,1,0x10002 receive sim-push=0,65535,1,0x10002 receive sim-push=0,4,1,2 receive \
     sim-push=0,4,0x30001,0xFFFF0002 receive sim-push=0,6,7,0x10008 receive send=70 receive \
-    sim-push=0,5,0xA1B2,0x1C3D4 receive sim-push=0,1,0x15566 receive sim-push=0,2,0x17788 receive sim-push=0,3,0x17788 receive \
-    sim-misreport=0,-2,1 sim-push=0,4 receive=2 sim-misreport=0,4,1 sim-push=0,0 receive=2 \
+    sim-push=0,5,0xA1B2,0x1C3D4 receive sim-push=0,2,0x17788 receive sim-push=0,3,0x17788 receive \
+    sim-misreport=0,-2,1 sim-push=0,4 receive sim-misreport=0,4,1 sim-push=0,0 receive sim-misreport=0,2,1 sim-push=0,9 receive \
     sim-misreport=0,-4,2 sim-push=0,4,0x10102,0x10304 receive sim-misreport=0,-4,1 sim-push=0,2,0x10102 receive \
-    sim-misreport=0,-4,1 sim-push=0,0 receive send=60 receive send=1514 receive send=64 receive stop wait end
+    sim-misreport=0,-4,1 sim-push=0,0 receive send=60 receive send=1514 receive send=64 receive \
+    sim-push=0,1,0x10000 receive=2 sim-push=0,2,0x13344 receive stop wait end
 calls read-errors "reads of a queue that fail" --no-reset -- setup sim-fail-reads=0,-5,3 receive=3 send=60 receive \
     sim-fail-reads=0,-6,1 receive sim-fail-reads=0,-2120,1 receive=2 sim-fail-reads=0,-1,1 receive \
     sim-push=0,4 sim-fail-reads=0,-7,1 receive=2 sim-push=0,0 receive stop wait end
@@ -147,9 +148,10 @@ calls transmitter "transmitter in every state" -- setup sim-register=GigeTxTrans
     sim-register=GigeTxTransferActive0,-5,0,3 send=61 receive sim-register=GigeTxTransferActive0,0,1,5 \
     sim-register=GigeTxTransferActive0,0,255,1 send=60 sim-register=GigeTxTransferActive0,0,0x201,4294967295 send=62 \
     sim-register=GigeTxTransferActive0,0,0,0 send=64 receive stop wait end
-calls opening-fails "each step of the opening fails" -- wait reset report reinitialize=1 reinitialize=0 send=60 receive \
-    sim-fail-open=1 setup sim-fail-configure=-7,1 setup wait use=2,2 setup use=2,1 setup use=2,0 setup stop wait end \
-    use=3,0 setup wait use=9,0 setup use=0,0 setup setup end
+calls opening-fails "each step of the opening fails" -- wait reset report send=60 receive reinitialize=1 reinitialize=0 send=60 \
+    receive setup wait end sim-fail-open=1 setup wait sim-fail-configure=-7,1 setup reset sim-fail-open=1 reinitialize=1 \
+    sim-fail-configure=-8,1 reinitialize=1 setup setup end use=2,2 setup use=2,1 setup use=2,0 setup send=60 end \
+    use=3,0 setup wait use=9,0 setup use=0,0 reinitialize=0 setup reinitialize=1 setup send=60 receive end
 calls old-firmware "firmware that lacks registers" -- use=1,0 setup checksum=1 send=60 receive reset report crc-watch \
     send=60 receive start stop wait reinitialize=0 wait reinitialize=1 send=60 receive end
 calls counters "counters that cannot be read, and flags that are set" --no-reset -- \

@@ -97,6 +97,7 @@ void Port::fail(const std::vector<std::string>& causes) const {
 std::optional<std::string> Port::reinitialize(core::zume::ReinitializationPhase phase) {
     const SignalShield noShortSleeps;
     LogCollector errors(log_, ErrorLevel);
+    Playback::letOthersCatchUp();
     if (interface_->reinitialize(phase)) return std::nullopt;
     return joined(errors.take(address_.text()));
 }

@@ -67,6 +67,12 @@ std::string textOf(const EthernetFrame& frame) {
     return fmt::format("{} bytes, CRC-32 {:08x}", bytes.size(), sum.checksum());
 }
 
+/// Whether the step changes what the plug-in's thread does.
+bool isForThreads(const ExerciseStepRow& row) {
+    const std::string_view name = row.name;
+    return name == "stop" || name == "end" || name == "events" || name == "reinitialize";
+}
+
 class Exercise {
 public:
     explicit Exercise(const ExerciseRequest& request)
@@ -79,6 +85,7 @@ public:
     }
 
     void make(const ExerciseStep& step) {
+        if (isForThreads(*step.row)) Playback::letOthersCatchUp();
         show(step.text);
         if (step.row->onBoard)
             onBoard(step);
@@ -123,10 +130,7 @@ private:
 
     void setup(const Numbers&) { returns(text(interface_->setup())); }
     void start(const Numbers&) { interface_->start(); }
-    void stop(const Numbers&) {
-        Playback::letOthersCatchUp();
-        interface_->stop();
-    }
+    void stop(const Numbers&) { interface_->stop(); }
     void wait(const Numbers&) { interface_->waitForTermination(); }
     void end(const Numbers&) {
         ports_.erase(port_.text());

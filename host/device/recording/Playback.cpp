@@ -235,7 +235,8 @@ std::uint64_t Playback::answer(const LiveCall& live) {
     if (found.kind == Answer::Kind::Empty) return answerEmpty(live, guard);
     lastProgress_ = Clock::now();
     progress_.notify_all();
-    if (thread && !found.call->isEmptyRead()) awaitOthers(thread, momentOf(*found.call), guard);
+    if (thread && !found.call->isEmptyRead())
+        awaitOthers(thread, momentOf(*found.call), &PlayedThread::isLate, guard);
     guard.unlock();
     ownPart.now = lenient_ ? found.call->end() : found.moment;
     if (options_.isRealTime) awaitMoment(ownPart.now);
@@ -244,9 +245,11 @@ std::uint64_t Playback::answer(const LiveCall& live) {
 }
 
 /// Waits for threads that have still to make calls of before `moment`; once for one that does not.
-void Playback::awaitOthers(const PlayedThread* thread, std::int64_t moment,
+void Playback::awaitOthers(const PlayedThread* thread, std::int64_t moment, Lateness lateness,
                            std::unique_lock<std::mutex>& guard) {
-    const auto isLate = [&](const PlayedThread& other) { return &other != thread && other.isLate(moment); };
+    const auto isLate = [&](const PlayedThread& other) {
+        return &other != thread && (other.*lateness)(moment);
+    };
     if (progress_.wait_for(guard, longestSilence, [&] { return std::ranges::none_of(threads_, isLate); }))
         return;
     for (auto& other : threads_)
@@ -258,7 +261,7 @@ void Playback::letOthersCatchUp() {
     if (!playback || endRequested() != 0) return;
     std::unique_lock guard(playback->mutex_);
     const auto* const thread = ownPart.epoch == playback->epoch_ ? ownPart.thread : nullptr;
-    if (thread) playback->awaitOthers(thread, thread->nextMoment(), guard);
+    if (thread) playback->awaitOthers(thread, thread->nextMoment(), &PlayedThread::isBehind, guard);
 }
 
 std::uint64_t Playback::answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard) {

@@ -43,7 +43,8 @@ public:
     static std::size_t callsOfThisThread() noexcept;
 
     /// Waits, if a recording answers, until the other threads have made the calls of before the calling
-    /// thread's next one. For a host that is about to stop them.
+    /// thread's next one, and done what they do in between. For a host that is about to stop them, or to
+    /// change what they do.
     static void letOthersCatchUp();
 
     /// Whether the recording has nothing more to deliver, or the run has made none of its calls for seconds:
@@ -57,7 +58,9 @@ private:
     struct Lenient;
     std::uint64_t answer(const LiveCall& live);
     std::uint64_t answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard);
-    void awaitOthers(const PlayedThread* thread, std::int64_t moment, std::unique_lock<std::mutex>& guard);
+    using Lateness = bool (PlayedThread::*)(std::int64_t moment) const;
+    void awaitOthers(const PlayedThread* thread, std::int64_t moment, Lateness lateness,
+                     std::unique_lock<std::mutex>& guard);
     PlayedThread* threadFor(const LiveCall& live);
     bool isFurtherLook(const LiveCall& live) const;
     bool isDue(const PlayedThread& thread, const RecordedCall& call) const;

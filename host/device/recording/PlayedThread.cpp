@@ -189,6 +189,11 @@ std::int64_t PlayedThread::nextMoment() const {
     return fixed < calls_.size() ? momentOf(calls_[fixed]) : std::numeric_limits<std::int64_t>::max();
 }
 
+bool PlayedThread::isBehind(std::int64_t moment) const {
+    const bool isElsewhere = next_ < calls_.size() && times_ == 0 && calls_[next_].begin < moment;
+    return isAwaited_ && (isElsewhere || nextMoment() < moment);
+}
+
 bool PlayedThread::clears(std::uint64_t queue) const {
     return std::ranges::any_of(calls_, [queue](const RecordedCall& call) {
         return call.entry == Entry::OHalDataQueueClear && call.arguments[1] == queue;

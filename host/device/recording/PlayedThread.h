@@ -56,6 +56,8 @@ public:
     /// Whether it has still to make a call of before `moment`, so that others should wait for it. Not after
     /// `giveUp`, until it makes a call again.
     bool isLate(std::int64_t moment) const { return isAwaited_ && nextMoment() < moment; }
+    /// The same, of the others too: whether it has still to return to the board after what it did before.
+    bool isBehind(std::int64_t moment) const;
     void giveUp() noexcept { isAwaited_ = false; }
 
     /// Whether it empties this queue, as the opening of a port does.
