@@ -38,9 +38,13 @@ receive_queue_words = 2048
 [[board]]
 index = 1
 firmware = "0.9"
+type = 0xFFFF
 [[board]]
 index = 2
 ports = 1
+serial = 0
+[[board]]
+index = 7
 serial = 0
 [[board]]
 index = 3
@@ -169,7 +173,8 @@ calls pre-send-wait "waiting time before each frame" ORVO_PRE_SEND_WAIT_TIME=25 
 calls long-pre-send-wait "waiting time of more than an hour" ORVO_PRE_SEND_WAIT_TIME=9000000 --no-reset -- setup send=60 receive end
 calls longest-pre-send-wait "the longest wait that fits one sleep" ORVO_PRE_SEND_WAIT_TIME=4294967 --no-reset -- setup send=60 end
 calls no-pre-send-wait "waiting time that is no number" ORVO_PRE_SEND_WAIT_TIME=-1 --no-reset -- setup send=60 receive end
-calls boards-report "report of several boards" --no-reset -p 1 -- setup report use=2,0 setup use=0,1 report end
+calls boards-report "report of several boards" --no-reset -p 1 -- setup report use=2,0 setup use=1,1 setup report use=0,1 \
+    sim-register=GigeRecvPktCnt1,-5,0,1 sim-register=MdioReadReg,-5,0,2 report end
 calls actions "action command time-outs, and what else may be in their queue" --no-reset -p 2 -- events=1 setup start \
     sim-push=10,0x1002A pause=200 sim-push=10,0x1FFFF pause=200 sim-push=10,5 pause=200 sim-push=10,6 pause=200 \
     sim-push=10,0xFFFF1234 pause=200 sim-fail-reads=10,-9,2 pause=400 sim-push=10,0x10001 pause=200 sim-fail-reads=10,-8,1 \

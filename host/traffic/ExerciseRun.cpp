@@ -16,9 +16,12 @@
 #include <boost/make_shared.hpp>
 #include <fmt/format.h>
 
+#include <atomic>
 #include <cstdio>
 #include <map>
+#include <mutex>
 #include <thread>
+#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -27,12 +30,49 @@ using core::zume::EthernetFrame;
 using core::zume::PhysicalNetworkInterface;
 using templates::platform::SynchronizedQueueInterruptException;
 
-constexpr std::uint64_t shownSleepUs = 10'000; // shorter ones wait for other threads, and vary
+constexpr std::uint64_t shortSleepUs = 10'000; // shorter ones wait for other threads, if there are any
 
-/// One line at once: the plug-in's thread logs, too. Flushed, so that a run that crashes has shown it.
+/// Prints lines; the plug-in's thread does so, too. Sleeps of one length in a row are one line.
+class Shown {
+public:
+    void line(const std::string& text) {
+        const std::lock_guard guard(mutex_);
+        putSleeps();
+        put(text);
+    }
+    void sleep(std::uint64_t microseconds) {
+        if (!isAlone_ && microseconds < shortSleepUs) return;
+        const std::pair sleep{microseconds, Playback::callsOfThisThread()};
+        const std::lock_guard guard(mutex_);
+        if (sleep != sleep_) putSleeps();
+        sleep_ = sleep;
+        ++sleeps_;
+    }
+    /// From now on, sleeps that wait for the plug-in's thread vary.
+    void noteThread() { isAlone_ = false; }
+
+private:
+    void putSleeps() {
+        if (sleeps_ == 0) return;
+        put(fmt::format("  sleeps {} times {} us after call {}", std::exchange(sleeps_, 0), sleep_.first,
+                        sleep_.second));
+    }
+    /// Flushed, so that a run that crashes has shown it.
+    static void put(const std::string& text) {
+        std::fputs((text + "\n").c_str(), stdout);
+        std::fflush(stdout);
+    }
+
+    std::mutex mutex_;
+    std::atomic<bool> isAlone_{true};
+    std::pair<std::uint64_t, std::size_t> sleep_{}; // the last one: its length, and the calls before it
+    std::uint64_t sleeps_ = 0;                      // such in a row
+};
+
+Shown shown;
+
 void show(const std::string& line) {
-    std::fputs((line + "\n").c_str(), stdout);
-    std::fflush(stdout);
+    shown.line(line);
 }
 
 const char* text(bool value) {
@@ -40,8 +80,7 @@ const char* text(bool value) {
 }
 
 int showSleep(std::uint64_t microseconds) {
-    if (microseconds >= shownSleepUs)
-        show(fmt::format("  sleeps {} us after call {}", microseconds, Playback::callsOfThisThread()));
+    shown.sleep(microseconds);
     return 0;
 }
 
@@ -80,7 +119,7 @@ public:
           log_(access_.installation), plugin_(access_.installation),
           messages_(log_, DetailLevel, showMessage, nullptr) {
         access_.bind(plugin_);
-        if (access_.playback && !access_.playback->isRealTime()) letSleepsAdvance(showSleep, true);
+        if (access_.playback && !access_.playback->isRealTime()) letSleepsAdvance(showSleep);
         use(request.port.address);
     }
 
@@ -129,7 +168,10 @@ private:
     }
 
     void setup(const Numbers&) { returns(text(interface_->setup())); }
-    void start(const Numbers&) { interface_->start(); }
+    void start(const Numbers&) {
+        shown.noteThread();
+        interface_->start();
+    }
     void stop(const Numbers&) { interface_->stop(); }
     void wait(const Numbers&) { interface_->waitForTermination(); }
     void end(const Numbers&) {

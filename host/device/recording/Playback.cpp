@@ -27,7 +27,8 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds emptyWait{2}; // in virtual time, of a queue that has nothing
 constexpr std::chrono::seconds longestSilence{5}; // of a run, or a thread, that makes no recorded calls
 constexpr std::chrono::milliseconds longestSleep{
-    100}; // in real time, before a look whether the user ends the run
+    100};                                        // in real time, before a look whether the user ends the run
+constexpr std::chrono::seconds clockPatience{1}; // before a clock goes on without calls
 constexpr std::size_t shownBefore = 5;
 
 std::atomic<Playback*> current{nullptr};
@@ -165,7 +166,8 @@ double Playback::seconds() {
 }
 
 std::chrono::nanoseconds Playback::clock() noexcept {
-    return std::chrono::nanoseconds(ownPart.now) + (Clock::now() - ownPart.since);
+    const auto passed = Clock::now() - ownPart.since;
+    return std::chrono::nanoseconds(ownPart.now) + (passed < clockPatience ? passed.zero() : passed);
 }
 
 std::size_t Playback::callsOfThisThread() noexcept {

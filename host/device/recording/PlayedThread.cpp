@@ -9,8 +9,9 @@
 namespace orvo::host {
 namespace {
 
-// Reads of a register in a row: a wait, whose length is a matter of time. One that a run repeats stands for
-// many where there were many, which a busy wait makes in millions.
+// Reads of a register in a row: a wait, whose length is a matter of time. As many may be added to it, since
+// its moments are not exact. One that a run repeats stands for many where there were many, which a busy wait
+// makes in millions; but first and last ones do not.
 constexpr std::uint64_t longPoll = 16;
 constexpr std::uint64_t mostPollSteps = 4096;
 
@@ -20,6 +21,15 @@ bool isLongPoll(const RecordedCall& call) {
 
 bool isElastic(const RecordedCall& call) {
     return call.isEmptyRead() || isLongPoll(call);
+}
+
+std::uint64_t mostOf(const RecordedCall& call) {
+    return call.times + (isLongPoll(call) ? longPoll : 0);
+}
+
+std::uint64_t stepOf(const RecordedCall& call, std::uint64_t made) {
+    const auto step = call.times / mostPollSteps;
+    return isLongPoll(call) && step > 1 && made > 0 && made + 2 * step < call.times ? step : 1;
 }
 
 bool areEqual(const RecordedCall& one, const RecordedCall& other) {
@@ -147,7 +157,7 @@ Answer PlayedThread::take(const LiveCall& live, const std::function<bool(const R
     };
     for (; next_ < calls_.size(); advance()) {
         const auto& call = calls_[next_];
-        const bool isWait = isElastic(call), isLong = isWait && times_ >= call.times;
+        const bool isWait = isElastic(call), isLong = isWait && times_ >= mostOf(call);
         const bool hasNext = next_ + 1 < calls_.size() && live.matches(calls_[next_ + 1], 0);
         if (isLong && hasNext && mayCome(calls_[next_ + 1])) continue;
         if (live.matches(call, times_)) {
@@ -161,7 +171,7 @@ Answer PlayedThread::take(const LiveCall& live, const std::function<bool(const R
 
 Answer PlayedThread::made() {
     const auto& call = calls_[next_];
-    times_ += isLongPoll(call) ? std::max<std::uint64_t>(1, call.times / mostPollSteps) : 1;
+    times_ += stepOf(call, times_);
     isAwaited_ = true;
     const Answer answer{Answer::Kind::Call, &call, endOf(call, times_)};
     if (times_ >= call.times && !isElastic(call)) advance();
