@@ -7,6 +7,7 @@
 #include "base/Signals.h"
 #include "device/Plugin.h"
 #include "device/PluginLog.h"
+#include "traffic/ExerciseLines.h"
 #include "traffic/ExerciseSteps.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterfaceEventQueue.h>
@@ -16,12 +17,8 @@
 #include <boost/make_shared.hpp>
 #include <fmt/format.h>
 
-#include <atomic>
-#include <cstdio>
 #include <map>
-#include <mutex>
 #include <thread>
-#include <utility>
 
 namespace orvo::host {
 namespace {
@@ -30,49 +27,10 @@ using core::zume::EthernetFrame;
 using core::zume::PhysicalNetworkInterface;
 using templates::platform::SynchronizedQueueInterruptException;
 
-constexpr std::uint64_t shortSleepUs = 10'000; // shorter ones wait for other threads, if there are any
-
-/// Prints lines; the plug-in's thread does so, too. Sleeps of one length in a row are one line.
-class Shown {
-public:
-    void line(const std::string& text) {
-        const std::lock_guard guard(mutex_);
-        putSleeps();
-        put(text);
-    }
-    void sleep(std::uint64_t microseconds) {
-        if (!isAlone_ && microseconds < shortSleepUs) return;
-        const std::pair sleep{microseconds, Playback::callsOfThisThread()};
-        const std::lock_guard guard(mutex_);
-        if (sleep != sleep_) putSleeps();
-        sleep_ = sleep;
-        ++sleeps_;
-    }
-    /// From now on, sleeps that wait for the plug-in's thread vary.
-    void noteThread() { isAlone_ = false; }
-
-private:
-    void putSleeps() {
-        if (sleeps_ == 0) return;
-        put(fmt::format("  sleeps {} times {} us after call {}", std::exchange(sleeps_, 0), sleep_.first,
-                        sleep_.second));
-    }
-    /// Flushed, so that a run that crashes has shown it.
-    static void put(const std::string& text) {
-        std::fputs((text + "\n").c_str(), stdout);
-        std::fflush(stdout);
-    }
-
-    std::mutex mutex_;
-    std::atomic<bool> isAlone_{true};
-    std::pair<std::uint64_t, std::size_t> sleep_{}; // the last one: its length, and the calls before it
-    std::uint64_t sleeps_ = 0;                      // such in a row
-};
-
-Shown shown;
+ExerciseLines shown;
 
 void show(const std::string& line) {
-    shown.line(line);
+    shown.add(line);
 }
 
 const char* text(bool value) {
@@ -80,7 +38,7 @@ const char* text(bool value) {
 }
 
 int showSleep(std::uint64_t microseconds) {
-    shown.sleep(microseconds);
+    shown.addSleep(microseconds);
     return 0;
 }
 

@@ -36,7 +36,7 @@ public:
 
     /// The recording's time, in seconds, after the calling thread's last call.
     static double seconds();
-    /// The same with the time that has passed since, for code that waits without making calls.
+    /// The same, for code that waits; it goes on with the time if no call comes for a second.
     static std::chrono::nanoseconds clock() noexcept;
 
     /// How many different calls the calling thread has made; a wait counts as one.
