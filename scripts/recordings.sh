@@ -99,7 +99,7 @@ calls() {
     done
     shift
     # The plug-in's own threads and waits need the real time.
-    [[ " $* " != *" start "* && $name != transmitter ]] || options=(--wire 0=loopback)
+    [[ " $* " != *" start "* && $name != transmitter ]] || options=(--wire "0=loopback")
     [[ " $* " == *" start "* ]] || traits+=(ordered)
     record "$name" "$what" 0 "${traits[@]}" "ORVO_SIMULATOR_CONFIG=$work/boards.toml" "${variables[@]}" \
         "${options[@]}" -- exercise "${own[@]}" "$@"

@@ -114,9 +114,10 @@ private:
         if (!port) {
             port = plugin_.createInterface();
             port->injectDependency("id", address.text());
-            port->injectDependency("boardId", static_cast<int>(address.board));
-            port->injectDependency("portId", static_cast<int>(address.port));
-            port->injectDependency("resetBoard", std::string(request_.port.noReset ? "false" : "true"));
+            // The plug-in has defaults, which are of interest here.
+            if (address.board != 0) port->injectDependency("boardId", static_cast<int>(address.board));
+            if (address.port != 0) port->injectDependency("portId", static_cast<int>(address.port));
+            if (request_.port.noReset) port->injectDependency("resetBoard", std::string("false"));
             port->postInjection();
         }
         interface_ = port.get();

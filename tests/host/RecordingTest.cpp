@@ -256,6 +256,9 @@ TEST(SelftestTest, PassesOnTheShippedRecordings) {
     const auto outcome = runTool({"selftest", "--json"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
     EXPECT_GE(nlohmann::json::parse(outcome.out)["cases"].size(), 25U);
+    const auto absent = runTool({"selftest", "--board", "9"});
+    EXPECT_EQ(absent.exitCode, 3);
+    EXPECT_THAT(absent.out, HasSubstr("0 of 2 passed"));
 }
 
 } // namespace
