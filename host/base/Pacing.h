@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Sleeps of this process, the plug-in's included, which a virtual clock can replace.
+// Sleeps and clock of the plug-in, which virtual ones can replace.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 
 namespace orvo::host {
@@ -10,5 +11,9 @@ namespace orvo::host {
 /// `ofThisThread`, other threads keep really sleeping, so that the calling thread alone decides what time it
 /// is.
 void letSleepsAdvance(int (*advance)(std::uint64_t microseconds), bool ofThisThread = false);
+
+/// From now on the library that holds `address` reads this clock instead of the steady clock, where it calls
+/// for it; null restores that.
+void letClockTell(std::chrono::nanoseconds (*clock)() noexcept, const void* address);
 
 } // namespace orvo::host

@@ -12,12 +12,12 @@ HostProgram::HostProgram()
     line.shareFlag("--json", "Print JSON; the same as behind the subcommand");
     line.shareOption("--root", "DIR", "Installation to use; the same as behind the subcommand");
     for (auto* const make :
-         {makeBoardsCommand,    makeReplayCommand,       makeCaptureCommand, makeBridgeCommand,
-          makeExtcapCommand,    makeLabCommand,          makeDemoCommand,    makeDiagnoseCommand,
-          makeResetCommand,     makeReinitializeCommand, makeEventsCommand,  makeStreamsCommand,
-          makeCamerasCommand,   makeWatchCommand,        makeCallsCommand,   makeSelftestCommand,
-          makeSimulateCommand,  makeSimCommand,          makeDoctorCommand,  makeConfigCommand,
-          makeCompletionCommand})
+         {makeBoardsCommand,   makeReplayCommand,       makeCaptureCommand, makeBridgeCommand,
+          makeExtcapCommand,   makeLabCommand,          makeDemoCommand,    makeDiagnoseCommand,
+          makeResetCommand,    makeReinitializeCommand, makeEventsCommand,  makeStreamsCommand,
+          makeCamerasCommand,  makeWatchCommand,        makeCallsCommand,   makeSelftestCommand,
+          makeExerciseCommand, makeSimulateCommand,     makeSimCommand,     makeDoctorCommand,
+          makeConfigCommand,   makeCompletionCommand})
         commands.push_back(make(line));
 }
 

@@ -31,6 +31,7 @@ std::unique_ptr<Command> makeDemoCommand(Program& program);
 std::unique_ptr<Command> makeDiagnoseCommand(Program& program);
 std::unique_ptr<Command> makeDoctorCommand(Program& program);
 std::unique_ptr<Command> makeEventsCommand(Program& program);
+std::unique_ptr<Command> makeExerciseCommand(Program& program);
 std::unique_ptr<Command> makeExtcapCommand(Program& program);
 std::unique_ptr<Command> makeLabCommand(Program& program);
 std::unique_ptr<Command> makeReinitializeCommand(Program& program);

@@ -70,7 +70,9 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
 
 BoardAccess::~BoardAccess() {
     endRecording();
-    if (playback) letSleepsAdvance(nullptr);
+    if (!playback) return;
+    letSleepsAdvance(nullptr);
+    letClockTell(nullptr, nullptr);
 }
 
 void BoardAccess::endRecording() {
@@ -116,6 +118,7 @@ nlohmann::json BoardAccess::header() const {
 
 void BoardAccess::bind(Plugin& plugin) const {
     if (const auto* const entries = libraries.pluginEntries()) plugin.setEntries(*entries);
+    if (playback && !playback->isRealTime()) letClockTell(Playback::clock, plugin.address());
 }
 
 std::optional<PortAddress> BoardAccess::farEnd(PortAddress port) const {

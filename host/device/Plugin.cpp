@@ -5,7 +5,6 @@
 #include "base/Failure.h"
 #include "device/recording/PluginVariables.h"
 
-#include <atomic>
 #include <new>
 
 namespace orvo::host {
@@ -56,6 +55,10 @@ void Plugin::setEntries(const EntryTable& entries) {
         throw Failure("plug-in " + quoted(library_.path()) + " has no variable " + quoted(missing) +
                       "; leave recordings out or name another installation with --root");
     variables.write(entries);
+}
+
+const void* Plugin::address() const {
+    return DynamicLibrary(library_.path()).find<void>(boardEntries.front().variable);
 }
 
 void Plugin::watchCrcErrors() {

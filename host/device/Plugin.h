@@ -24,6 +24,8 @@ public:
     /// Fills the pointer variables through which the plug-in calls the board's libraries. Before its first
     /// call. Errors: Failure when the plug-in has none.
     void setEntries(const EntryTable& entries);
+    /// Of something in the plug-in's file, after setEntries.
+    const void* address() const;
 
     /// From now on, every interface compares the firmware's count of receive errors at each `receive`, and
     /// logs when it grew. Errors: Failure when the plug-in has no such watch.

@@ -66,7 +66,7 @@ Port::Port(Plugin& plugin, const PluginLog& log, PortAddress address, bool reset
 
 Port::~Port() {
     if (!running_) return;
-    interface_->stop();
+    stop();
     interface_->waitForTermination();
 }
 
@@ -89,6 +89,7 @@ void Port::fail(const std::vector<std::string>& causes) const {
 std::optional<std::string> Port::reinitialize(core::zume::ReinitializationPhase phase) {
     const SignalShield noShortSleeps;
     LogCollector errors(log_, ErrorLevel);
+    Playback::letOthersCatchUp();
     if (interface_->reinitialize(phase)) return std::nullopt;
     return joined(errors.take(address_.text()));
 }
@@ -106,8 +107,13 @@ std::optional<std::string> Port::reopenDevice() {
            "; trying again every second until Ctrl-C";
 }
 
-PortStatistics Port::finish() {
+void Port::stop() {
+    Playback::letOthersCatchUp(); // with what they read before the stop
     interface_->stop();
+}
+
+PortStatistics Port::finish() {
+    stop();
     running_ = false;
     LogCollector statistics(log_, InformationLevel);
     interface_->waitForTermination();
@@ -152,7 +158,7 @@ void Ports::openLive() {
 }
 
 void Ports::stop() {
-    for (auto& port : ports_) port.interface().stop();
+    for (auto& port : ports_) port.stop();
 }
 
 std::vector<PortStatistics> Ports::finish() {

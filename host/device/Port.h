@@ -37,6 +37,8 @@ public:
     /// when it did not.
     std::optional<std::string> reopenDevice();
 
+    /// Begins to stop it, so that `finish` takes less time. Frames may still pass.
+    void stop();
     /// Stops the port and returns the plug-in's statistics. The plug-in then forgets which boards it has
     /// reset, so open no port afterwards.
     PortStatistics finish();
@@ -72,7 +74,7 @@ public:
     /// none. A signal makes it return early, without Interruption, and then ends the traffic that follows.
     void openLive();
 
-    /// Starts to stop all ports, so that `finish` takes less time. Frames may still pass.
+    /// As Port::stop, all ports.
     void stop();
 
     /// Ends all ports and returns what the plug-in counted.

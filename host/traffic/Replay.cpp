@@ -3,6 +3,7 @@
 
 #include "base/Signals.h"
 #include "device/BoardServer.h"
+#include "device/recording/Playback.h"
 
 #include <boost/make_shared.hpp>
 
@@ -54,6 +55,7 @@ ReplayResult Replay::run(CaptureReader& capture, std::uint64_t times) {
     }
     if (hooks_.allSent) hooks_.allSent();
     isInTurn() ? receiveAll() : awaitReturn();
+    Playback::letOthersCatchUp();
     receiver_.stop();
     if (result_.spoiled != 0) receiver_.poll(); // the plug-in's watch for CRC errors then sees the last ones
     if (failure && endRequested() == 0) std::rethrow_exception(failure);

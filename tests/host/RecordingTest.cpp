@@ -70,6 +70,38 @@ TEST_F(RecordingTest, RepeatsFramesAndStatisticsAndRefusesOtherCalls) {
     EXPECT_EQ(framesOf(folder.file("frames")).size(), 2 * framesOf(folder.file("first")).size());
 }
 
+/// Each command on a recording of the same command at port 0; what differs first at port 1.
+TEST_F(RecordingTest, NamesTheFirstCallThatDiffers) {
+    const struct {
+        std::vector<std::string> command;
+        const char* difference;
+    } rows[] = {
+        {{"reset", "--time", "virtual"}, "made      KivGetRegisterByName(applet 2, 'GigeBufferReset1')"},
+        {{"diagnose", "--time", "virtual"}, "made      KivGetRegisterByName(applet 2, 'GigeBufferReset1')"},
+        {{"exercise", "--time", "virtual", "--no-reset", "setup", "send=60"},
+         "made      KivGetRegisterByName(applet 2, 'GigeBufferReset1')"},
+        {{"capture", "--no-reset", "-c", "1", "--wire", "0=pcap:" ORVO_TEST_DATA "/recordings/frames.pcap"},
+         "made      KivGetRegisterByName(applet 2, 'GigeBufferReset1')"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.command[0]);
+        const auto recording = record(row.command[0], row.command);
+        auto command = row.command;
+        if (command[0] == "capture") command.resize(command.size() - 2); // without the wire
+        command.insert(command.end(), {"--board-recording", recording});
+        const auto same = runTool(command);
+        EXPECT_EQ(same.exitCode, 0) << same.err;
+        command.insert(command.begin() + 1, {"--port", "1"});
+        const auto other = runTool(command);
+        EXPECT_EQ(other.exitCode, 3) << other.err;
+        EXPECT_THAT(other.err, HasSubstr(row.difference));
+        EXPECT_THAT(other.err, HasSubstr("recorded  KivGetRegisterByName(applet 2, 'GigeBufferReset0')"));
+    }
+    const auto usage = std::vector<std::string>{"exercise", "setup", "send"};
+    expectRefusal(usage, 2, "the step 'send' is not of the form send=BYTES[,FCS_ERROR_MASK]");
+    expectRefusal({"exercise", "sleep"}, 2, "there is no step 'sleep'");
+}
+
 TEST_F(RecordingTest, ComparesRecordings) {
     const auto reset = recordedReset();
     const auto copy = folder.file("copy.rec"); // a second run may see the link at another moment
@@ -282,7 +314,10 @@ TEST(SelftestTest, PassesOnTheShippedRecordings) {
     setenv("ASAN_OPTIONS", "detect_leaks=0", 1);
     const auto outcome = runTool({"selftest", "--json"});
     EXPECT_EQ(outcome.exitCode, 0) << outcome.out << outcome.err;
-    EXPECT_GE(nlohmann::json::parse(outcome.out)["cases"].size(), 15U);
+    EXPECT_GE(nlohmann::json::parse(outcome.out)["cases"].size(), 25U);
+    const auto absent = runTool({"selftest", "--board", "9"});
+    EXPECT_EQ(absent.exitCode, 3);
+    EXPECT_THAT(absent.out, HasSubstr("0 of 2 passed"));
 }
 
 } // namespace

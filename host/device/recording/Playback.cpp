@@ -25,10 +25,10 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds emptyWait{2}; // in virtual time, of a queue that has nothing
-constexpr std::chrono::seconds longestSilence{5}; // of a run that has stopped making calls of the recording
-constexpr std::chrono::milliseconds deliveryWait{200}; // for another thread to take what a queue had for it
+constexpr std::chrono::seconds longestSilence{5}; // of a run, or a thread, that makes no recorded calls
 constexpr std::chrono::milliseconds longestSleep{
-    100}; // in real time, before a look whether the user ends the run
+    100};                                        // in real time, before a look whether the user ends the run
+constexpr std::chrono::seconds clockPatience{1}; // before a clock goes on without calls
 constexpr std::size_t shownBefore = 5;
 
 std::atomic<Playback*> current{nullptr};
@@ -37,7 +37,8 @@ std::atomic<std::uint64_t> epochs{0};
 thread_local struct {
     std::uint64_t epoch = 0;
     PlayedThread* thread = nullptr;
-    std::int64_t now = 0; // nanoseconds of the recording
+    std::int64_t now = 0;      // nanoseconds of the recording
+    Clock::time_point since{}; // when they became that
 } ownPart;
 
 std::string& leftOutText() {
@@ -164,6 +165,15 @@ double Playback::seconds() {
     return static_cast<double>(ownPart.now) / 1e9;
 }
 
+std::chrono::nanoseconds Playback::clock() noexcept {
+    const auto passed = Clock::now() - ownPart.since;
+    return std::chrono::nanoseconds(ownPart.now) + (passed < clockPatience ? passed.zero() : passed);
+}
+
+std::size_t Playback::callsOfThisThread() noexcept {
+    return ownPart.thread ? ownPart.thread->position() : 0;
+}
+
 const std::string& Playback::leftOut() {
     return leftOutText();
 }
@@ -188,7 +198,7 @@ bool Playback::isOver() const {
 }
 
 PlayedThread* Playback::threadFor(const LiveCall& live) {
-    if (ownPart.epoch != epoch_) ownPart = {epoch_, nullptr, 0};
+    if (ownPart.epoch != epoch_) ownPart = {epoch_, nullptr, 0, Clock::now()};
     if (ownPart.thread) return ownPart.thread;
     const auto found = std::ranges::find_if(
         threads_, [&](const PlayedThread& thread) { return thread.isUnusedAndBeginsWith(live); });
@@ -207,7 +217,7 @@ bool Playback::isFurtherLook(const LiveCall& live) const {
 
 bool Playback::isDue(const PlayedThread& thread, const RecordedCall& call) const {
     return std::ranges::all_of(threads_, [&](const PlayedThread& other) {
-        return &other == &thread || other.hasPassed(call.end());
+        return &other == &thread || other.nextMoment() > call.end();
     });
 }
 
@@ -224,24 +234,36 @@ std::uint64_t Playback::answer(const LiveCall& live) {
         found.kind = Answer::Kind::Empty;
     }
     if (found.kind == Answer::Kind::Difference) endDifferent(live, thread);
-    if (found.kind == Answer::Kind::Empty || found.call->isEmptyRead()) return answerEmpty(live, guard);
+    if (found.kind == Answer::Kind::Empty) return answerEmpty(live, guard);
     lastProgress_ = Clock::now();
     progress_.notify_all();
-    awaitDeliveries(thread, found.call->begin, guard);
+    if (thread && !found.call->isEmptyRead())
+        awaitOthers(thread, momentOf(*found.call), &PlayedThread::isLate, guard);
     guard.unlock();
-    ownPart.now = found.call->end();
+    ownPart.now = lenient_ ? found.call->end() : found.moment;
     if (options_.isRealTime) awaitMoment(ownPart.now);
+    ownPart.since = Clock::now();
     return repeat(*found.call, live);
 }
 
-/// Lets other threads take what queues had for them before `moment`. Waits once for a thread that does not.
-void Playback::awaitDeliveries(const PlayedThread* thread, std::int64_t moment,
-                               std::unique_lock<std::mutex>& guard) {
-    const auto isLate = [&](const PlayedThread& other) { return &other != thread && other.isLate(moment); };
-    if (progress_.wait_for(guard, deliveryWait, [&] { return std::ranges::none_of(threads_, isLate); }))
+/// Waits for threads that have still to make calls of before `moment`; once for one that does not.
+void Playback::awaitOthers(const PlayedThread* thread, std::int64_t moment, Lateness lateness,
+                           std::unique_lock<std::mutex>& guard) {
+    const auto isLate = [&](const PlayedThread& other) {
+        return &other != thread && (other.*lateness)(moment);
+    };
+    if (progress_.wait_for(guard, longestSilence, [&] { return std::ranges::none_of(threads_, isLate); }))
         return;
     for (auto& other : threads_)
         if (isLate(other)) other.giveUp();
+}
+
+void Playback::letOthersCatchUp() {
+    Playback* const playback = current.load();
+    if (!playback || endRequested() != 0) return;
+    std::unique_lock guard(playback->mutex_);
+    const auto* const thread = ownPart.epoch == playback->epoch_ ? ownPart.thread : nullptr;
+    if (thread) playback->awaitOthers(thread, thread->nextMoment(), &PlayedThread::isBehind, guard);
 }
 
 std::uint64_t Playback::answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard) {

@@ -20,9 +20,9 @@ struct PlaybackOptions {
 /// While it lives, the functions of `playbackEntries` are answered by a recording. One at a time in a
 /// process.
 ///
-/// Strict, each thread of the run repeats the calls of one recorded thread, which its first call tells. What
-/// a queue delivers waits until all calls that had begun by then have been made. At the first call that
-/// differs, one message tells both, and the process ends with DifferencesFound.
+/// Strict, each thread of the run repeats the calls of one recorded thread, which its first call tells, and
+/// the threads take turns as recorded: a call waits until the others have made those of before. At the first
+/// call that differs, one message tells both, and the process ends with DifferencesFound.
 class Playback {
 public:
     /// Errors: Failure when the recording cannot be used.
@@ -32,9 +32,20 @@ public:
     Playback& operator=(const Playback&) = delete;
 
     const nlohmann::json& header() const noexcept { return header_; }
+    bool isRealTime() const noexcept { return options_.isRealTime; }
 
     /// The recording's time, in seconds, after the calling thread's last call.
     static double seconds();
+    /// The same, for code that waits; it goes on with the time if no call comes for a second.
+    static std::chrono::nanoseconds clock() noexcept;
+
+    /// How many different calls the calling thread has made; a wait counts as one.
+    static std::size_t callsOfThisThread() noexcept;
+
+    /// Waits, if a recording answers, until the other threads have made the calls of before the calling
+    /// thread's next one, and done what they do in between. For a host that is about to stop them, or to
+    /// change what they do.
+    static void letOthersCatchUp();
 
     /// Whether the recording has nothing more to deliver, or the run has made none of its calls for seconds:
     /// a run that lasts until the user ends it ends then. Any thread.
@@ -47,8 +58,9 @@ private:
     struct Lenient;
     std::uint64_t answer(const LiveCall& live);
     std::uint64_t answerEmpty(const LiveCall& live, std::unique_lock<std::mutex>& guard);
-    void awaitDeliveries(const PlayedThread* thread, std::int64_t moment,
-                         std::unique_lock<std::mutex>& guard);
+    using Lateness = bool (PlayedThread::*)(std::int64_t moment) const;
+    void awaitOthers(const PlayedThread* thread, std::int64_t moment, Lateness lateness,
+                     std::unique_lock<std::mutex>& guard);
     PlayedThread* threadFor(const LiveCall& live);
     bool isFurtherLook(const LiveCall& live) const;
     bool isDue(const PlayedThread& thread, const RecordedCall& call) const;

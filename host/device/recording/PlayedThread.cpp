@@ -4,12 +4,59 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 
 namespace orvo::host {
 namespace {
 
-constexpr std::uint64_t longPoll =
-    16; // reads of a register in a row: a wait, whose length is a matter of time
+// Reads of a register in a row: a wait, whose length is a matter of time. As many may be added to it, since
+// its moments are not exact. One that a run repeats stands for many where there were many, which a busy wait
+// makes in millions; but first and last ones do not.
+constexpr std::uint64_t longPoll = 16;
+constexpr std::uint64_t mostPollSteps = 4096;
+
+bool isLongPoll(const RecordedCall& call) {
+    return call.entry == Entry::OHalRegisterRead && call.times >= longPoll;
+}
+
+bool isElastic(const RecordedCall& call) {
+    return call.isEmptyRead() || isLongPoll(call);
+}
+
+std::uint64_t mostOf(const RecordedCall& call) {
+    return call.times + (isLongPoll(call) ? longPoll : 0);
+}
+
+std::uint64_t stepOf(const RecordedCall& call, std::uint64_t made) {
+    const auto step = call.times / mostPollSteps;
+    return isLongPoll(call) && step > 1 && made > 0 && made + 2 * step < call.times ? step : 1;
+}
+
+bool areEqual(const RecordedCall& one, const RecordedCall& other) {
+    return one.entry == other.entry && one.result == other.result && one.arguments == other.arguments;
+}
+
+/// The writer begins a new record now and then even while calls repeat.
+std::vector<RecordedCall> withWholeWaits(std::vector<RecordedCall> calls) {
+    std::vector<RecordedCall> whole;
+    whole.reserve(calls.size());
+    for (auto& call : calls) {
+        if (whole.empty() || !isElastic(whole.back()) || !areEqual(whole.back(), call)) {
+            whole.push_back(std::move(call));
+            continue;
+        }
+        whole.back().times += call.times;
+        whole.back().duration = call.end() - whole.back().begin;
+    }
+    return whole;
+}
+
+/// The end of one of a call's repetitions, as if they had taken equal times; later where it has fewer.
+std::int64_t endOf(const RecordedCall& call, std::uint64_t repetition) {
+    return call.begin +
+           static_cast<std::int64_t>(static_cast<double>(call.duration) * static_cast<double>(repetition) /
+                                     static_cast<double>(call.times));
+}
 
 std::uint16_t unitAt(const RecordedCall& run, std::uint64_t index) {
     std::uint16_t unit = 0;
@@ -78,9 +125,12 @@ bool LiveCall::matches(const RecordedCall& call, std::uint64_t times) const {
     return true;
 }
 
-bool PlayedThread::isElastic(const RecordedCall& call) {
-    return call.isEmptyRead() || (call.entry == Entry::OHalRegisterRead && call.times >= longPoll);
+std::int64_t momentOf(const RecordedCall& call) noexcept {
+    return call.isQueueRead() ? call.end() : call.begin;
 }
+
+PlayedThread::PlayedThread(std::size_t place, std::vector<RecordedCall> calls)
+    : number(place), calls_(withWholeWaits(std::move(calls))) {}
 
 std::size_t PlayedThread::firstFixed(std::size_t from) const {
     while (from < calls_.size() && isElastic(calls_[from])) ++from;
@@ -102,29 +152,30 @@ void PlayedThread::advance() noexcept {
 
 Answer PlayedThread::take(const LiveCall& live, const std::function<bool(const RecordedCall&)>& isDue) {
     using enum Answer::Kind;
-    // A queue that was found empty may have something by now.
-    if (next_ < calls_.size() && calls_[next_].isEmptyRead()) {
-        const auto fixed = firstFixed(next_);
-        if (fixed < calls_.size() && live.matches(calls_[fixed], 0) && isDue(calls_[fixed])) {
-            next_ = fixed;
-            times_ = 0;
-        }
-    }
+    const auto mayCome = [&](const RecordedCall& call) {
+        return call.isEmptyRead() || !beginsTransmission(live) || isDue(call);
+    };
     for (; next_ < calls_.size(); advance()) {
         const auto& call = calls_[next_];
-        const bool isPoll = isElastic(call);
-        const bool isThrough = isPoll && times_ >= call.times && next_ + 1 < calls_.size() &&
-                               !call.isEmptyRead() && live.matches(calls_[next_ + 1], 0);
-        if (!isThrough && live.matches(call, times_)) {
-            if (beginsTransmission(live) && !call.isEmptyRead() && !isDue(call)) return {Empty};
-            ++times_;
-            isAwaited_ = true;
-            if (!isPoll && times_ == call.times) advance();
-            return {Call, &call};
+        const bool isWait = isElastic(call), isLong = isWait && times_ >= mostOf(call);
+        const bool hasNext = next_ + 1 < calls_.size() && live.matches(calls_[next_ + 1], 0);
+        if (isLong && hasNext && mayCome(calls_[next_ + 1])) continue;
+        if (live.matches(call, times_)) {
+            if ((isLong && call.isEmptyRead()) || !mayCome(call)) return {Empty};
+            return made();
         }
-        if (!isPoll || (times_ == 0 && !call.isEmptyRead())) break;
+        if (!isWait || (times_ == 0 && !call.isEmptyRead())) break;
     }
     return {live.isQueueRead() && mayBeEmpty(live) ? Empty : Difference};
+}
+
+Answer PlayedThread::made() {
+    const auto& call = calls_[next_];
+    times_ += stepOf(call, times_);
+    isAwaited_ = true;
+    const Answer answer{Answer::Kind::Call, &call, endOf(call, times_)};
+    if (times_ >= call.times && !isElastic(call)) advance();
+    return answer;
 }
 
 /// Whether this is a further look at a queue, and not a wrong read of what it holds next.
@@ -137,21 +188,20 @@ bool PlayedThread::mayBeEmpty(const LiveCall& live) const {
                        [&](const RecordedCall& call) { return isSameQueue(call) && live.matches(call, 0); });
 }
 
-bool PlayedThread::hasPassed(std::int64_t moment) const {
-    auto next = next_;
-    if (next < calls_.size() && times_ > 0) ++next; // it has begun
-    next = firstFixed(next);
-    return next == calls_.size() || calls_[next].begin > moment;
-}
-
 const RecordedCall* PlayedThread::missing() const {
     const auto fixed = firstFixed(next_);
     return fixed < calls_.size() ? &calls_[fixed] : nullptr;
 }
 
-bool PlayedThread::isLate(std::int64_t moment) const {
-    const auto* const next = isAwaited_ ? missing() : nullptr;
-    return next && next->isQueueRead() && next->end() <= moment;
+std::int64_t PlayedThread::nextMoment() const {
+    const bool hasBegun = next_ < calls_.size() && times_ > 0;
+    const auto fixed = firstFixed(hasBegun ? next_ + 1 : next_);
+    return fixed < calls_.size() ? momentOf(calls_[fixed]) : std::numeric_limits<std::int64_t>::max();
+}
+
+bool PlayedThread::isBehind(std::int64_t moment) const {
+    const bool isElsewhere = next_ < calls_.size() && times_ == 0 && calls_[next_].begin < moment;
+    return isAwaited_ && (isElsewhere || nextMoment() < moment);
 }
 
 bool PlayedThread::clears(std::uint64_t queue) const {

@@ -15,12 +15,26 @@ namespace {
 
 constexpr unsigned mostPorts = 4; // of a board
 constexpr std::chrono::milliseconds pollPause{1};
-constexpr std::chrono::seconds reportLimit{5}; // for action command reports to be read
+constexpr std::chrono::seconds reportLimit{5};          // for action command reports to be read
+constexpr std::chrono::milliseconds drainPatience{300}; // with a queue that nobody reads, or a failed read
 
 /// Returns early when `isDone`.
 template <class Condition> void waitUntil(const Condition& isDone) {
     const auto limit = std::chrono::steady_clock::now() + reportLimit;
     while (!isDone() && std::chrono::steady_clock::now() < limit) std::this_thread::sleep_for(pollPause);
+}
+
+/// Returns when the port's receive queue is empty, or nobody reads it.
+void awaitDrained(const SimulatorControl& simulator, PortAddress port) {
+    const auto words = [&] { return simulator.state(port).value_or(OrvoSimPort{}).queuedWords; };
+    auto left = words();
+    for (auto last = std::chrono::steady_clock::now();
+         left != 0 && std::chrono::steady_clock::now() - last < drainPatience;) {
+        std::this_thread::sleep_for(pollPause);
+        const auto now = words();
+        if (now < left) last = std::chrono::steady_clock::now();
+        left = now;
+    }
 }
 
 OrvoSimPort growth(const OrvoSimPort& before, OrvoSimPort now) {
@@ -70,6 +84,7 @@ void FaultWatch::begin() const {
 
 void FaultWatch::end() {
     if (!access_.hasFaults) return;
+    for (const auto port : ports_) awaitDrained(*access_.simulator, port); // what is read with a fault
     access_.simulator->endFaults();
     for (const auto port : ports_)
         waitUntil([&] { return access_.simulator->account(port).leftReports == 0; });
