@@ -54,7 +54,8 @@ bool FrameJoin::begin(Bytes frame) noexcept {
 bool FrameJoin::continues(Bytes frame) const noexcept {
     const auto before = size_ - at_.payload;
     if (frame.size() <= at_.payload || frame.size() - at_.payload > segmentBytes_) return false;
-    if (size_ - at_.network + frame.size() - at_.payload > longestPacket) return false;
+    const auto longest = std::min(bytes_.size(), at_.network + longestPacket); // less where tags abound
+    if (size_ + frame.size() - at_.payload > longest) return false;
     std::array<std::uint8_t, mostHeaderBytes> expected;
     std::copy_n(bytes_.begin(), at_.payload, expected.begin());
     const auto packet = std::span(expected).subspan(at_.network);

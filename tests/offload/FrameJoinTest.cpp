@@ -119,6 +119,10 @@ TEST(FrameJoinTest, AWholeStreamIsOneFrameAsTheSystemLeavesItToItsNetworkCard) {
     }
     frames.push_back(frames.back());
     EXPECT_THAT(pass(frames).together, testing::ElementsAre(45, 1));
+    FrameBytes tags;
+    for (int i = 0; i < 30; ++i) tags.insert(tags.end(), tag.begin(), tag.end());
+    const auto tagged = cutOf(joinedFrame({.tags = tags, .payloadBytes = 65'490, .segmentBytes = 1310}));
+    EXPECT_EQ(pass(tagged).frames, tagged); // headers take the room for the last
 }
 
 TEST(FrameJoinTest, JoinsNothingThatDiffersInMoreThanItsPlaceInTheStream) {
