@@ -33,6 +33,19 @@ inline void putNumber(std::span<std::uint8_t> bytes, std::size_t at, std::size_t
     bytes[at] = static_cast<std::uint8_t>(value >> 8);
     bytes[at + 1] = static_cast<std::uint8_t>(value);
 }
+inline std::uint32_t longNumberAt(std::span<const std::uint8_t> bytes, std::size_t at) noexcept {
+    return std::uint32_t{numberAt(bytes, at)} << 16 | numberAt(bytes, at + 2);
+}
+inline void putLongNumber(std::span<std::uint8_t> bytes, std::size_t at, std::size_t value) noexcept {
+    putNumber(bytes, at, value >> 16);
+    putNumber(bytes, at + 2, value);
+}
+/// In the machine's byte order.
+inline std::uint16_t storedAt(std::span<const std::uint8_t> bytes, std::size_t at) noexcept {
+    std::uint16_t value = 0;
+    std::memcpy(&value, bytes.subspan(at, sizeof value).data(), sizeof value);
+    return value;
+}
 inline void putStored(std::span<std::uint8_t> bytes, std::size_t at, std::uint16_t value) noexcept {
     std::memcpy(bytes.subspan(at, sizeof value).data(), &value, sizeof value);
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "FrameCut.h"
 
-#include "Checksum.h"
+#include "FrameChecksums.h"
 #include "Protocols.h"
 
 #include <algorithm>
@@ -69,45 +69,26 @@ std::span<std::uint8_t> FrameCut::next() noexcept {
 
 void FrameCut::finishNetwork(std::span<std::uint8_t> segment) const noexcept {
     const auto packet = segment.subspan(at_.network);
-    if (at_.isIpv6) return putNumber(packet, ipv6Length, packet.size() - ipv6Bytes);
-    putNumber(packet, ipv4Length, packet.size());
+    putPacketBytes(packet, at_.isIpv6, packet.size());
+    if (at_.isIpv6) return;
     putNumber(packet, ipv4Identification, numberAt(packet, ipv4Identification) + count_);
-    putNumber(packet, ipv4Checksum, 0);
-    putStored(packet, ipv4Checksum, OnesSum().add(packet.first(at_.transport - at_.network)).checksum());
+    putStored(packet, ipv4Checksum, networkChecksum(at_, segment));
 }
 
 void FrameCut::finishTcp(std::span<std::uint8_t> segment, bool isLast) const noexcept {
     const auto tcp = segment.subspan(at_.transport);
-    const auto sequence = (std::uint32_t{numberAt(tcp, tcpSequence)} << 16) + numberAt(tcp, tcpSequence + 2) +
-                          static_cast<std::uint32_t>(count_ * segmentBytes_);
-    putNumber(tcp, tcpSequence, sequence >> 16);
-    putNumber(tcp, tcpSequence + 2, sequence);
+    putLongNumber(tcp, tcpSequence, longNumberAt(tcp, tcpSequence) + count_ * segmentBytes_);
     std::uint8_t cleared = 0;
     if (!isLast) cleared |= flagFin | flagPush;
     if (count_ != 0) cleared |= flagCwr;
     tcp[tcpFlags] &= static_cast<std::uint8_t>(~cleared);
-    putNumber(tcp, tcpChecksum, 0);
-    putStored(tcp, tcpChecksum, transportChecksum(segment));
+    putStored(tcp, tcpChecksum, transportChecksum(at_, segment));
 }
 
 void FrameCut::finishUdp(std::span<std::uint8_t> segment) const noexcept {
     const auto udp = segment.subspan(at_.transport);
     putNumber(udp, udpLength, udp.size());
-    putNumber(udp, udpChecksum, 0);
-    if (hasChecksum_) putStored(udp, udpChecksum, notZero(transportChecksum(segment)));
-}
-
-/// With the pseudo header; the field is 0.
-std::uint16_t FrameCut::transportChecksum(std::span<const std::uint8_t> segment) const noexcept {
-    const auto packet = segment.subspan(at_.network);
-    const auto datagram = segment.subspan(at_.transport);
-    const auto addresses = at_.isIpv6 ? packet.subspan(ipv6Addresses, 32) : packet.subspan(ipv4Addresses, 8);
-    return OnesSum()
-        .add(addresses)
-        .addNumber(at_.isTcp ? protocolTcp : protocolUdp)
-        .addNumber(static_cast<std::uint16_t>(datagram.size()))
-        .add(datagram)
-        .checksum();
+    if (hasChecksum_) putStored(udp, udpChecksum, notZero(transportChecksum(at_, segment)));
 }
 
 std::size_t framesInside(const OffloadHeader& header, std::span<const std::uint8_t> beginning,

@@ -27,7 +27,6 @@ private:
     void finishNetwork(std::span<std::uint8_t> segment) const noexcept;
     void finishTcp(std::span<std::uint8_t> segment, bool isLast) const noexcept;
     void finishUdp(std::span<std::uint8_t> segment) const noexcept;
-    std::uint16_t transportChecksum(std::span<const std::uint8_t> segment) const noexcept;
 
     static constexpr std::size_t mostHeaderBytes = 512;
 

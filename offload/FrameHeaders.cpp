@@ -120,10 +120,16 @@ std::variant<FrameHeaders, Uncuttable> readHeaders(const OffloadHeader& header, 
         kind != OffloadHeader::udp)
         return Uncuttable::Unknown;
     if (header.segmentBytes == 0) return Uncuttable::Broken;
+    const auto headers = readHeaders(frame, frameBytes);
+    if (const auto* const found = std::get_if<FrameHeaders>(&headers))
+        if (const auto stop = disagreement(header, *found)) return *stop;
+    return headers;
+}
+
+std::variant<FrameHeaders, Uncuttable> readHeaders(Bytes frame, std::size_t frameBytes) noexcept {
     Reader reader(frame, frameBytes);
     if (const auto stop = reader.readEthernet()) return *stop;
     if (const auto stop = reader.readTransport()) return *stop;
-    if (const auto stop = disagreement(header, reader.found)) return *stop;
     return reader.found;
 }
 

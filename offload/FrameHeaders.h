@@ -20,7 +20,7 @@ enum class Uncuttable {
 };
 inline constexpr std::size_t uncuttableCount = 4;
 
-/// Offsets in a joined frame of TCP or UDP. All are within the frame.
+/// Offsets in a frame of TCP or UDP with payload. All are within the frame.
 struct FrameHeaders {
     std::size_t network = 0;   ///< of the IP header
     std::size_t transport = 0; ///< of the TCP or UDP header
@@ -33,6 +33,10 @@ struct FrameHeaders {
 /// `frame` may be cut off behind its headers; `frameBytes` is its whole length. Offsets are then within that.
 std::variant<FrameHeaders, Uncuttable> readHeaders(const OffloadHeader& header,
                                                    std::span<const std::uint8_t> frame,
+                                                   std::size_t frameBytes) noexcept;
+
+/// The same for a whole frame, about which the system says nothing.
+std::variant<FrameHeaders, Uncuttable> readHeaders(std::span<const std::uint8_t> frame,
                                                    std::size_t frameBytes) noexcept;
 
 } // namespace orvo::offload

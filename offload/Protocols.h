@@ -25,6 +25,6 @@ inline constexpr std::size_t ipv6Length = 4, ipv6NextHeader = 6, ipv6Addresses =
 inline constexpr std::size_t tcpSequence = 4, tcpDataOffset = 12, tcpFlags = 13, tcpChecksum = 16;
 inline constexpr std::size_t udpLength = 4, udpChecksum = 6;
 
-inline constexpr std::uint8_t flagFin = 0x01, flagPush = 0x08, flagCwr = 0x80;
+inline constexpr std::uint8_t flagFin = 0x01, flagPush = 0x08, flagAck = 0x10, flagEce = 0x40, flagCwr = 0x80;
 
 } // namespace orvo::offload

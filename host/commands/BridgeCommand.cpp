@@ -21,7 +21,7 @@ public:
             },
             "Give the TAP an IP address, and set its link up");
         line().flag("--no-offload", request_.noOffload,
-                    "Leave it to Linux, not the bridge, to cut segments and to compute checksums");
+                    "Leave it to Linux, not the bridge, to cut and to join segments and to compute checksums");
         line()
             .text("-w,--write", "FILE", request_.recording,
                   "Record both directions as pcapng; - is standard output, for a pipe")

@@ -35,9 +35,9 @@ private:
 /// Frames and bytes of one direction. One writer; a reader may see the two differ by a frame.
 class LiveFrameCount {
 public:
-    void add(std::size_t frameBytes) noexcept {
-        frames_.add(1);
-        bytes_.add(frameBytes);
+    void add(std::size_t bytes, std::size_t frames = 1) noexcept {
+        frames_.add(frames);
+        bytes_.add(bytes);
     }
     FrameCount value() const noexcept { return {frames_.value(), bytes_.value()}; }
 

@@ -117,9 +117,10 @@ std::ptrdiff_t TapDevice::read(OffloadHeader& header, std::span<std::uint8_t> ro
     return errno == EAGAIN || errno == EINTR ? 0 : -1;
 }
 
-std::optional<TapDrop> TapDevice::write(const void* frame, std::size_t bytes) const noexcept {
-    OffloadHeader nothingLeftToDo;
-    const iovec parts[] = {{&nothingLeftToDo, sizeof nothingLeftToDo}, {const_cast<void*>(frame), bytes}};
+std::optional<TapDrop> TapDevice::write(const OffloadHeader& header,
+                                        std::span<const std::uint8_t> frame) const noexcept {
+    const iovec parts[] = {{const_cast<OffloadHeader*>(&header), sizeof header},
+                           {const_cast<std::uint8_t*>(frame.data()), frame.size()}};
     ssize_t written = 0;
     do written = writev(descriptor_, parts, 2);
     while (written < 0 && errno == EINTR);

@@ -44,8 +44,9 @@ public:
     /// there is none now, -1 when the interface is gone. Does not wait.
     std::ptrdiff_t read(offload::OffloadHeader& header, std::span<std::uint8_t> room) const noexcept;
 
-    /// Gives the host a frame; returns why it did not take it. Does not wait.
-    std::optional<TapDrop> write(const void* frame, std::size_t bytes) const noexcept;
+    /// Gives the host a frame, and what is left to do on it; returns why it did not take it. Does not wait.
+    std::optional<TapDrop> write(const offload::OffloadHeader& header,
+                                 std::span<const std::uint8_t> frame) const noexcept;
 
     /// After the interface went: attaches to a new one of the same name. False while there is none.
     bool takeAgain() noexcept;

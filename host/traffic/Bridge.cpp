@@ -45,10 +45,13 @@ std::uint64_t BridgeTotals::takenFromPort() const noexcept {
     return std::accumulate(undelivered.begin(), undelivered.end(), toTap.frames);
 }
 
-Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
+Bridge::Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap,
+               std::unique_ptr<WaitingFrames> waiting, const RequestSignals& requests,
                BridgeRecording* recording, LiveStreams& streams, Hooks hooks)
     : port_(port), tap_(tap), requests_(requests), recording_(recording), streams_(streams),
-      hooks_(std::move(hooks)), buffer_(offload::OffloadHeader::longestFrame) {}
+      hooks_(std::move(hooks)), buffer_(offload::OffloadHeader::longestFrame),
+      delivery_(tap, std::move(waiting),
+                [this](auto reason, auto frames, auto bytes) { countDelivery(reason, frames, bytes); }) {}
 
 BridgeTotals Bridge::totals() const {
     return {toPort_.sent.value(),     toTap_.delivered.value(),   valuesOf(toPort_.dropped),
@@ -198,31 +201,44 @@ void Bridge::awaitTap() {
 void Bridge::carryToTap() noexcept {
     try {
         while (!stopRequested_.load(std::memory_order_relaxed) && endRequested() == 0) {
-            receives_.wait(false, std::memory_order_relaxed);
-            if (const auto frame = port_.receive(nullptr))
-                deliver(frame->data());
-            else
+            pauseIfAsked();
+            if (const auto frame = port_.receive(nullptr)) {
+                take(frame->data());
+            } else {
+                delivery_.flush();
                 streams_.noteSilence();
+            }
         }
+        delivery_.flush();
     } catch (...) {
         failure_ = std::current_exception();
         portFailed_.raise();
     }
 }
 
-void Bridge::deliver(const QByteArray& frame) {
-    const auto bytes = static_cast<std::size_t>(frame.size());
+void Bridge::pauseIfAsked() {
+    if (receives_.load(std::memory_order_relaxed)) return;
+    delivery_.pause();
+    receives_.wait(false, std::memory_order_relaxed);
+}
+
+void Bridge::take(const QByteArray& frame) {
+    const Delivery::Bytes bytes(reinterpret_cast<const std::uint8_t*>(frame.constData()),
+                                static_cast<std::size_t>(frame.size()));
     if (recording_) recording_->add(BridgeRecording::Direction::ToTap, frame);
-    streams_.addReceived({reinterpret_cast<const std::uint8_t*>(frame.constData()), bytes});
-    const auto drop = tap_.write(frame.constData(), bytes);
+    streams_.addReceived(bytes);
+    delivery_.take(bytes);
+}
+
+void Bridge::countDelivery(std::optional<TapDrop> reason, std::size_t frames, std::size_t bytes) {
     const auto state = tapState_.load(std::memory_order_relaxed);
-    if (!drop) {
-        toTap_.delivered.add(bytes);
+    if (!reason) {
+        toTap_.delivered.add(bytes, frames);
         if (state == TapState::Down) change(state, TapState::Working, "is up again");
         return;
     }
-    toTap_.dropped[static_cast<std::size_t>(*drop)].add(1);
-    if (drop == TapDrop::Down && state == TapState::Working)
+    toTap_.dropped[static_cast<std::size_t>(*reason)].add(frames);
+    if (reason == TapDrop::Down && state == TapState::Working)
         change(state, TapState::Down,
                "is down; frames of the port are dropped until 'sudo ip link set " + tap_.name() + " up'");
 }

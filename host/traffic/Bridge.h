@@ -8,6 +8,7 @@
 #include "frames/FramePreparation.h"
 #include "frames/TapDevice.h"
 #include "traffic/BridgeRecording.h"
+#include "traffic/Delivery.h"
 #include "traffic/LiveStreams.h"
 
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
@@ -52,9 +53,10 @@ public:
         std::function<bool()> reopen;      ///< one attempt, while nothing is received; calling thread
     };
 
-    /// `recording` may be null; what is given must outlive the bridge. `requests` are SIGUSR1 and SIGUSR2.
-    Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, const RequestSignals& requests,
-           BridgeRecording* recording, LiveStreams& streams, Hooks hooks);
+    /// `recording` may be null, and `waiting`: then frames of the port are not joined. What is given must
+    /// outlive the bridge. `requests` are SIGUSR1 and SIGUSR2.
+    Bridge(core::zume::PhysicalNetworkInterface& port, TapDevice& tap, std::unique_ptr<WaitingFrames> waiting,
+           const RequestSignals& requests, BridgeRecording* recording, LiveStreams& streams, Hooks hooks);
 
     /// Carries frames until a signal asks for the end; ending takes as long as one empty `receive` of the
     /// port. Errors: what the port throws.
@@ -81,7 +83,9 @@ private:
     void letReceive(bool on) noexcept;
 
     void carryToTap() noexcept;
-    void deliver(const QByteArray& frame);
+    void pauseIfAsked();
+    void take(const QByteArray& frame);
+    void countDelivery(std::optional<TapDrop> reason, std::size_t frames, std::size_t bytes);
     void change(TapState from, TapState to, const std::string& news);
 
     core::zume::PhysicalNetworkInterface& port_;
@@ -91,6 +95,7 @@ private:
     LiveStreams& streams_;
     const Hooks hooks_;
     std::vector<std::uint8_t> buffer_; // one frame of the TAP, perhaps a joined one
+    Delivery delivery_;                // the port's thread's
     std::atomic<TapState> tapState_{TapState::Working};
     std::atomic<bool> stopRequested_{false};
     std::atomic<bool> receives_{true}; // false: the port's thread waits

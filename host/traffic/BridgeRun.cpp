@@ -58,6 +58,13 @@ BoardAccess accessBoards(const BridgeRequest& request, const BridgeSetting& sett
     return BoardAccess(request.installation, request.port.address.board);
 }
 
+/// Null where frames are not to be joined, and where asking costs more than it saves: a server's boards are
+/// asked by a message.
+std::unique_ptr<WaitingFrames> waitingFrames(const BridgeRequest& request, const BoardAccess& access) {
+    if (request.noOffload || !access.server.empty()) return nullptr;
+    return std::make_unique<WaitingFrames>(access.libraries, request.port.address);
+}
+
 void tellReady(const BridgeRequest& request, const BridgeSetting& setting) {
     if (endRequested() != 0) return;
     if (setting.ready) return setting.ready();
@@ -71,7 +78,8 @@ public:
                const RequestSignals& requests, BridgeRecording* recording)
         : request_(request), traffic_(traffic), tap_(tap), losses_(access, request.port.address),
           reopening_(traffic.device(request.port.address)), counters_(access, request.port.address),
-          bridge_(traffic.port(request.port.address), tap.device(), requests, recording, streams_, hooks()) {}
+          bridge_(traffic.port(request.port.address), tap.device(), waitingFrames(request, access), requests,
+                  recording, streams_, hooks()) {}
 
     void run(const BridgeSetting& setting, MetricsFile& metrics) {
         tellReady(request_, setting);

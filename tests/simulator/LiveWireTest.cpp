@@ -84,6 +84,19 @@ TEST_F(LiveWireTest, CarriesFramesBothWays) {
     EXPECT_EQ(portState(0, 0).lostWords, before.lostWords);
 }
 
+TEST_F(LiveWireTest, ABurstLeavesInOrderAndWholeAndIsCountedAtOnce) {
+    const Peer far(plug(false));
+    constexpr unsigned frames = 60; // which the peer has room for
+    for (unsigned i = 0; i < frames; ++i) device.send(0, typed(1000, i));
+    const auto sent = portState(0, 0);
+    EXPECT_EQ(sent.sentFrames - before.sentFrames, frames);
+    EXPECT_EQ(sent.sentBytes - before.sentBytes, frames * 1004);
+    for (unsigned i = 0; i < frames; ++i) EXPECT_EQ(far.receive(0), typed(1000, i));
+    for (unsigned i = 0; i < frames; ++i) device.send(0, typed(1000, i));
+    setWire(0, 0, "none"); // sends what is left
+    for (unsigned i = 0; i < frames; ++i) EXPECT_EQ(far.receive(0), typed(1000, i));
+}
+
 TEST_F(LiveWireTest, FramesThatNoNetworkCardTakesEndOnTheWire) {
     const Peer far(plug(false));
     device.write("GigeTxDisableCrcGeneration0", 1);
@@ -136,10 +149,10 @@ TEST_F(LiveWireTest, FollowsTheInterface) {
             const auto unsent = portState(0, 0).unsentFrames;
             testing::internal::CaptureStderr();
             ip(away);
-            device.send(0, typed(60));
+            for (int i = 0; i < 20; ++i) device.send(0, typed(60));
             EXPECT_TRUE(linkBecomes(0));
             device.send(0, typed(60));
-            EXPECT_EQ(portState(0, 0).unsentFrames - unsent, 2U);
+            EXPECT_EQ(portState(0, 0).unsentFrames - unsent, 21U);
             back();
             EXPECT_TRUE(linkBecomes(1));
             EXPECT_THAT(testing::internal::GetCapturedStderr(),

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Packet sockets: what they make of frames that are not yet as a wire would carry them, and of too many.
 #include "wire/PacketSocket.h"
+#include "wire/LiveWire.h"
 
 #include "../offload/JoinedFrame.h"
 #include "TestNetwork.h"
+
+#include <offload/FrameCut.h>
 
 #include <linux/ethtool.h>
 #include <linux/if_ether.h>
@@ -110,6 +113,55 @@ TEST_F(PacketSocketTest, CutsJoinedFramesAsTheKernelDoes) {
     EXPECT_EQ(port.broken + port.lost, 0U);
 }
 
+/// Counts what the wire tells.
+struct Listener final : LinkListener {
+    bool farEndChanged() noexcept override { return true; }
+    void framesLeft(std::uint64_t count, std::uint64_t more) noexcept override {
+        frames += count, bytes += more;
+    }
+    void framesDidNotLeave(std::uint64_t count) noexcept override { unsent += count; }
+    std::uint64_t frames = 0, bytes = 0, unsent = 0;
+};
+
+TEST_F(PacketSocketTest, AStreamArrivesAsItsFramesInOrderHoweverItIsSent) {
+    PacketSocket farSocket("far0");
+    ASSERT_EQ(farSocket.attach(static_cast<int>(if_nametoindex("far0"))), 0);
+    const auto joined = orvo::test::joinedFrame({.payloadBytes = 60'000});
+    std::vector<Bytes> frames;
+    auto memory = joined.bytes;
+    orvo::offload::FrameCut cut(joined.header, memory);
+    for (auto frame = cut.next(); !frame.empty(); frame = cut.next())
+        frames.emplace_back(frame.begin(), frame.end());
+    for (const char* how : {"joined", "with offload off", "with an MTU that is too small"}) {
+        SCOPED_TRACE(how);
+        const bool isRefused = how[7] == 'n';
+        if (how[5] == 'o') setOffload("near0", false);
+        if (isRefused) ip("link set near0 mtu 1400");
+        Port unused;
+        Listener listener;
+        std::uint64_t posted = 0, refused = 0;
+        {
+            LiveWire wire("near0", std::make_unique<PacketSocket>("near0"), unused);
+            wire.plugged(listener);
+            for (const auto& frame : frames)
+                if (wire.post(frame))
+                    ++posted;
+                else
+                    refused += wire.transmitUnsealed(frame) ? 0U : 1U;
+        }
+        EXPECT_EQ(listener.frames + listener.unsent, posted);
+        port.frames.clear();
+        farSocket.receive(port);
+        if (!isRefused) {
+            EXPECT_EQ(port.frames, frames);
+            EXPECT_EQ(refused + listener.unsent, 0U);
+        } else { // only the last is short enough
+            EXPECT_EQ(port.frames, std::vector<Bytes>{frames.back()});
+            EXPECT_EQ(refused + listener.unsent, frames.size() - 1);
+        }
+    }
+}
+
 TEST_F(PacketSocketTest, CountsWhatNoPortTakesAndTellsAWayOnceAReason) {
     const Peer card("far0", ETH_P_ALL);
     card.leaveWork();
@@ -187,7 +239,7 @@ TEST_F(PacketSocketTest, KeepsTagsAndLeavesOutWhatTheInterfaceSends) {
     }
     Bytes own(100, 6);
     own[12] = 0x88;
-    EXPECT_EQ(socket->send(own), 0);
+    EXPECT_EQ(socket->send({}, own), 0);
     Peer("near0").send(own); // by another program
     socket->receive(port);
     ASSERT_EQ(port.frames.size(), 2U);

@@ -139,6 +139,11 @@ bool Port::farEndChanged() noexcept {
     return true;
 }
 
+void Port::settleWire() const noexcept {
+    constexpr std::chrono::milliseconds limit{50};
+    if (wire_) wire_->settle(limit);
+}
+
 void Port::setBoardEnables(bool transmitters, bool receivers, bool outOfReset) noexcept {
     boardTransmits_ = transmitters;
     boardReceives_ = receivers;
@@ -157,6 +162,7 @@ void Port::updateEnables() noexcept {
 }
 
 void Port::report(OrvoSimPort& out, SimTime now) noexcept {
+    settleWire();
     out.sentFrames = transmitter_.sentFrames();
     out.sentBytes = transmitter_.sentBytes();
     out.unsentFrames = transmitter_.unsentFrames();

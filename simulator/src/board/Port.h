@@ -95,6 +95,9 @@ public:
     /// Whether there is a wire, and its far end is up.
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
+    /// Waits until frames that left the transmitter have left the wire too, or are counted: some milliseconds
+    /// while an interface takes none.
+    void settleWire() const noexcept;
     /// Opens or closes the gate as the PHY says.
     void updateGate() noexcept {
         gate_.setPassesFrom(phy_.passesFramesFrom());
@@ -113,6 +116,10 @@ private:
     bool has(std::uint32_t address) const noexcept { return (registers_ & registerBit(address)) != 0; }
     std::uint64_t content(Register of) const noexcept;
     bool farEndChanged() noexcept override;
+    void framesLeft(std::uint64_t frames, std::uint64_t bytes) noexcept override {
+        transmitter_.countPosted(frames, bytes);
+    }
+    void framesDidNotLeave(std::uint64_t frames) noexcept override { transmitter_.countUnsent(frames); }
     void updateEnables() noexcept;
     void updateLineRate() noexcept;
 

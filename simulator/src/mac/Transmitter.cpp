@@ -28,14 +28,16 @@ bool Transmitter::send() noexcept {
     const auto frame = padded(2 * std::min(units, bufferBytes / 2), addsFcs ? minFrameBytes : minWireBytes);
     TapRecord record(tap_, TapDirection::Sent, frame, std::max(frame.size(), 2 * units), !addsFcs);
     const bool isWhole = units <= bufferBytes / 2;
-    return record.end(isWhole ? sendFrame(frame, addsFcs) : OrvoSimBufferExceeded) == OrvoSimPassed;
+    const bool canPost = addsFcs && !record.isOpen() && !line_.hasRate(); // a record waits for the fate
+    return record.end(isWhole ? sendFrame(frame, addsFcs, canPost) : OrvoSimBufferExceeded) == OrvoSimPassed;
 }
 
-OrvoSimFate Transmitter::sendFrame(WireBytes frame, bool addsFcs) noexcept {
+OrvoSimFate Transmitter::sendFrame(WireBytes frame, bool addsFcs, bool canPost) noexcept {
     if (!gate_.canTransmit()) return gate_.isTransmitterOn() ? OrvoSimLinkDown : OrvoSimTransmitterOff;
     if (line_.isBusy()) return OrvoSimTransmitterBusy;
     Wire* const wire = wire_.load(std::memory_order_seq_cst);
     if (!wire) return OrvoSimLinkDown;
+    if (canPost && wire->post(frame)) return OrvoSimPassed; // counted by the wire
     if (!(addsFcs ? wire->transmitUnsealed(frame) : wire->transmit(frame))) return OrvoSimNotTaken;
     const std::size_t wireBytes = frame.size() + (addsFcs ? fcsBytes : 0);
     if (line_.hasRate()) line_.occupy(wireBytes);

@@ -74,13 +74,22 @@ public:
     /// One thread at a time.
     void setWire(Wire* wire) noexcept;
 
-    std::uint64_t sentFrames() const noexcept { return sentFrames_.value(); }
-    std::uint64_t sentBytes() const noexcept { return sentBytes_.value(); }
+    /// Frames that the wire took before have left, or could not. The wire's thread.
+    void countPosted(std::uint64_t frames, std::uint64_t bytes) noexcept {
+        postedFrames_.add(frames);
+        postedBytes_.add(bytes);
+    }
+    void countUnsent(std::uint64_t frames) noexcept { unsentFrames_.add(frames); }
+
+    std::uint64_t sentFrames() const noexcept { return sentFrames_.value() + postedFrames_.value(); }
+    std::uint64_t sentBytes() const noexcept { return sentBytes_.value() + postedBytes_.value(); }
     std::uint64_t unsentFrames() const noexcept { return unsentFrames_.value(); }
     void presetCounters(std::uint64_t value) noexcept {
         sentFrames_.set(value);
         sentBytes_.set(value);
         unsentFrames_.set(value);
+        postedFrames_.set(0);
+        postedBytes_.set(0);
     }
     /// Writes of the buffer's three registers.
     std::uint64_t writes() const noexcept {
@@ -90,7 +99,7 @@ public:
 private:
     WireBytes padded(std::size_t bytes, std::size_t leastBytes) noexcept;
     bool send() noexcept;
-    OrvoSimFate sendFrame(WireBytes frame, bool addsFcs) noexcept;
+    OrvoSimFate sendFrame(WireBytes frame, bool addsFcs, bool canPost) noexcept;
 
     const PortGate& gate_;
     Shown& shown_;
@@ -104,6 +113,8 @@ private:
     Counter sentFrames_;
     Counter sentBytes_;
     SharedCounter unsentFrames_;
+    Counter postedFrames_; // sent by the wire's own thread, which writes these two
+    Counter postedBytes_;
     alignas(64) std::array<std::uint8_t, bufferBytes> buffer_{};
 };
 

@@ -33,6 +33,16 @@ Configuration loadUsualConfiguration() {
     return absent ? defaultConfiguration() : loadConfiguration(usual);
 }
 
+Process& process();
+
+/// The threads of wires end with the process, and frames that they have not sent yet would too.
+void settleWires() {
+    const std::unique_lock lock(benchMutex, std::try_to_lock); // who holds it now may never release it
+    if (!lock) return;
+    for (const auto& board : process().simulation->boards())
+        for (const Port& port : board->ports()) port.settleWire();
+}
+
 Process* makeProcess() {
     auto process = std::make_unique<Process>();
     try {
@@ -42,6 +52,7 @@ Process* makeProcess() {
         process->error = error.what();
         process->simulation = std::make_unique<Simulation>(Configuration{});
     }
+    std::atexit(settleWires); // fails without memory only
     return process.release();
 }
 

@@ -32,8 +32,10 @@ public:
     virtual void clearError() noexcept {}
     /// Delivers what has arrived; returns now and then even if more keeps arriving.
     virtual void receive(FrameSink& port) noexcept = 0;
-    /// Tries once. 0 or an errno.
-    virtual int send(WireBytes frame) noexcept = 0;
+    /// Tries once. `offload` is what the system has to do on the frame: nothing, unless `takesJoined`. 0 or
+    /// an errno.
+    virtual int send(const offload::OffloadHeader& offload, WireBytes frame) noexcept = 0;
+    virtual bool takesJoined() const noexcept { return false; }
 
 protected:
     const std::string& interface() const noexcept { return interface_; }

@@ -50,10 +50,14 @@ InterfaceWatch::View InterfaceWatch::look() noexcept {
     hush();
     ifreq request = requestFor(name_);
     if (ioctl(bell_.get(), SIOCGIFINDEX, &request) != 0) return {};
-    const int index = request.ifr_ifindex;
+    View view{.index = request.ifr_ifindex};
+    if (ioctl(bell_.get(), SIOCGIFMTU, &request) == 0) view.mtu = static_cast<std::size_t>(request.ifr_mtu);
     if (ioctl(bell_.get(), SIOCGIFFLAGS, &request) != 0) return {};
-    if ((request.ifr_flags & IFF_UP) == 0) return {InterfaceState::Down, index};
-    return {(request.ifr_flags & IFF_RUNNING) != 0 ? InterfaceState::Up : InterfaceState::NoCarrier, index};
+    const bool isRunning = (request.ifr_flags & IFF_RUNNING) != 0;
+    view.state = (request.ifr_flags & IFF_UP) == 0 ? InterfaceState::Down
+                 : isRunning                       ? InterfaceState::Up
+                                                   : InterfaceState::NoCarrier;
+    return view;
 }
 
 bool InterfaceWatch::isEthernet() const noexcept {

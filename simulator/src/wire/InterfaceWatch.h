@@ -4,6 +4,7 @@
 
 #include "base/Descriptor.h"
 
+#include <cstddef>
 #include <string>
 
 namespace orvo::sim {
@@ -22,7 +23,8 @@ public:
 
     struct View {
         InterfaceState state = InterfaceState::Absent;
-        int index = 0; ///< of the interface with this name; 0: there is none
+        int index = 0;       ///< of the interface with this name; 0: there is none
+        std::size_t mtu = 0; ///< 0 where it is unknown
     };
     View look() noexcept;
     /// Whether the interface carries Ethernet frames; false where there is none.

@@ -15,6 +15,8 @@
 
 namespace orvo::sim {
 
+using offload::OffloadHeader;
+
 namespace {
 
 using SteadyClock = std::chrono::steady_clock; // networks run in real time
@@ -48,9 +50,11 @@ LiveWire::LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> de
     if (error != 0) throw WireError(subject + "cannot be used: " + std::strerror(error));
     attached_ = view.index;
     state_ = view.state;
+    mtu_ = view.mtu;
 }
 
 LiveWire::~LiveWire() {
+    bursts_ = nullptr; // while the interface is still watched
     if (!thread_.joinable()) return;
     eventfd_write(end_.get(), 1); // cannot fail: the count is far from its limit
     thread_.join();
@@ -58,6 +62,7 @@ LiveWire::~LiveWire() {
 
 void LiveWire::plugged(LinkListener& listener) noexcept {
     listener_ = &listener;
+    if (device_->takesJoined()) startBursts();
     toldCarrier_ = hasCarrier();
     if (state_ != InterfaceState::Up) report(state_);
     try {
@@ -67,6 +72,18 @@ void LiveWire::plugged(LinkListener& listener) noexcept {
         std::fprintf(stderr,
                      "simulated board: interface '%s' carries no frames, as its thread cannot start: %s\n",
                      watch_.name().c_str(), error.what());
+    }
+}
+
+/// Without a thread, frames go singly.
+void LiveWire::startBursts() noexcept {
+    try {
+        const auto sendOne = [this](const OffloadHeader& offload, WireBytes content, bool isPatient) {
+            return send(offload, content, isPatient);
+        };
+        bursts_ = std::make_unique<BurstSender>(sendOne, *listener_);
+        bursts_->setMtu(mtu_);
+    } catch (const std::exception&) {
     }
 }
 
@@ -97,6 +114,7 @@ void LiveWire::lookAtInterface() noexcept {
     const auto view = watch_.look();
     if (view.index != attached_)
         attached_ = view.index != 0 && device_->attach(view.index) == 0 ? view.index : 0;
+    if (bursts_) bursts_->setMtu(view.mtu);
     const auto now = attached_ != 0 ? view.state : InterfaceState::Absent;
     const auto before = state_.exchange(now);
     if ((before == InterfaceState::Up) != (now == InterfaceState::Up)) report(now);
@@ -119,29 +137,34 @@ bool LiveWire::transmit(WireBytes frame) noexcept {
 
 bool LiveWire::transmitUnsealed(WireBytes content) noexcept {
     if (content.size() > maxFrameBytes) return true; // and a long one
-    const int error = sendPatiently(content);
-    if (error != 0) reportUnsent(content.size(), error);
+    if (bursts_ && !bursts_->settle()) return false; // frames before it are stuck
+    return send({}, content, true);
+}
+
+bool LiveWire::send(const OffloadHeader& offload, WireBytes content, bool isPatient) noexcept {
+    const int error = isPatient ? sendPatiently(offload, content) : device_->send(offload, content);
+    if (error != 0 && !offload.isJoined()) reportUnsent(content.size(), error);
     return error == 0;
 }
 
 /// Says nothing about errors that the interface's state explains: the wire's thread reports that.
 void LiveWire::reportUnsent(std::size_t bytes, int error) noexcept {
-    if (saidUnsent_ || isFull(error) || isAway(error)) return;
-    saidUnsent_ = true;
+    if (isFull(error) || isAway(error) || saidUnsent_.exchange(true)) return;
     std::fprintf(stderr, "simulated board: interface '%s' did not take a frame of %zu bytes: %s\n",
                  watch_.name().c_str(), bytes, std::strerror(error));
 }
 
 /// 0, or the error of the last attempt.
-int LiveWire::sendPatiently(WireBytes content) noexcept {
-    int error = device_->send(content);
+int LiveWire::sendPatiently(const OffloadHeader& offload, WireBytes content) noexcept {
+    int error = device_->send(offload, content);
     if (error == 0) [[likely]]
         return 0;
-    if (error == ENETDOWN) error = device_->send(content); // the first may report an error from before
+    if (error == ENETDOWN)
+        error = device_->send(offload, content); // the first may report an error from before
     for (const auto limit = SteadyClock::now() + sendPatience; isFull(error) && SteadyClock::now() < limit;) {
         pollfd room{error == EAGAIN ? device_->descriptor() : -1, POLLOUT, 0};
         poll(&room, 1, 1);
-        error = device_->send(content);
+        error = device_->send(offload, content);
     }
     return error;
 }

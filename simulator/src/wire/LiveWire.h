@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/Descriptor.h"
+#include "wire/BurstSender.h"
 #include "wire/FrameDevice.h"
 #include "wire/InterfaceWatch.h"
 
@@ -14,7 +15,7 @@ namespace orvo::sim {
 
 /// A thread of its own, in the network namespace of the one that plugs the wire, hands arriving frames to the
 /// port, and follows the interface: through times when it is down, and to another that takes its name. The
-/// destructor ends the thread, then lets go of the interface.
+/// destructor ends the thread, then lets go of the interface. Frames of a burst are sent by another thread.
 class LiveWire final : public Wire {
 public:
     /// `device` must belong to this interface. Throws WireError.
@@ -24,6 +25,10 @@ public:
     void plugged(LinkListener& listener) noexcept override;
     bool transmit(WireBytes frame) noexcept override;
     bool transmitUnsealed(WireBytes content) noexcept override;
+    bool post(WireBytes content) noexcept override { return bursts_ && bursts_->post(content); }
+    void settle(std::chrono::milliseconds limit) const noexcept override {
+        if (bursts_) bursts_->settle(limit);
+    }
     /// True while the interface is up and has a carrier itself.
     bool hasCarrier() const noexcept override { return state_.load() == InterfaceState::Up; }
 
@@ -32,14 +37,17 @@ private:
     int patienceMs() const noexcept;
     void lookAtInterface() noexcept;
     void report(InterfaceState now) const noexcept;
-    int sendPatiently(WireBytes content) noexcept;
+    void startBursts() noexcept;
+    bool send(const offload::OffloadHeader& offload, WireBytes content, bool isPatient) noexcept;
+    int sendPatiently(const offload::OffloadHeader& offload, WireBytes content) noexcept;
     void reportUnsent(std::size_t bytes, int error) noexcept;
 
     FrameSink& port_;
     InterfaceWatch watch_;
     const std::unique_ptr<FrameDevice> device_;
     std::atomic<InterfaceState> state_{InterfaceState::Absent}; // the wire's thread writes it
-    bool saidUnsent_ = false;                                   // the sender's thread's
+    std::atomic<bool> saidUnsent_{false};
+    std::size_t mtu_ = 0; // until `plugged` the constructor's, then the wire's thread's
 
     // Used by the wire's thread only, from `plugged` on.
     int attached_ = 0; // index of the interface; 0: not attached
@@ -48,6 +56,7 @@ private:
 
     const Descriptor end_; // event that ends the thread
     std::thread thread_;
+    std::unique_ptr<BurstSender> bursts_; // null where frames go singly
 };
 
 } // namespace orvo::sim

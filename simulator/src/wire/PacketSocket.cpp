@@ -227,9 +227,8 @@ void PacketSocket::countLost(FrameSink& port) noexcept {
         port.countLost(counts.tp_drops); // reading sets the kernel's count to 0
 }
 
-int PacketSocket::send(WireBytes frame) noexcept {
-    OffloadHeader nothingLeftToDo;
-    iovec parts[] = {{&nothingLeftToDo, sizeof nothingLeftToDo},
+int PacketSocket::send(const OffloadHeader& offload, WireBytes frame) noexcept {
+    iovec parts[] = {{const_cast<OffloadHeader*>(&offload), sizeof offload},
                      {const_cast<std::uint8_t*>(frame.data()), frame.size()}};
     return writev(socket_.get(), parts, 2) >= 0 ? 0 : errno;
 }

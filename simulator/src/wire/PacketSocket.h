@@ -30,7 +30,8 @@ public:
     int attach(int index) noexcept override;
     void clearError() noexcept override;
     void receive(FrameSink& port) noexcept override;
-    int send(WireBytes frame) noexcept override;
+    int send(const offload::OffloadHeader& offload, WireBytes frame) noexcept override;
+    bool takesJoined() const noexcept override { return true; }
 
 private:
     bool shareRing(std::size_t bytes) noexcept;

@@ -83,7 +83,7 @@ void TapDevice::receive(FrameSink& port) noexcept {
     }
 }
 
-int TapDevice::send(WireBytes frame) noexcept {
+int TapDevice::send(const offload::OffloadHeader&, WireBytes frame) noexcept {
     return write(device_.get(), frame.data(), frame.size()) >= 0 ? 0 : errno;
 }
 

@@ -18,7 +18,7 @@ public:
     int descriptor() const noexcept override { return device_.get(); }
     int attach(int index) noexcept override;
     void receive(FrameSink& port) noexcept override;
-    int send(WireBytes frame) noexcept override;
+    int send(const offload::OffloadHeader& offload, WireBytes frame) noexcept override;
 
 private:
     int join() noexcept;

@@ -7,6 +7,7 @@
 
 #include <orvo/sim/orvo_sim.h>
 
+#include <chrono>
 #include <memory>
 
 namespace orvo::sim {
@@ -27,9 +28,14 @@ protected:
     ~FrameSink() = default;
 };
 
-/// A port that wants to know when the far end of its wire comes or goes.
+/// A port at the end of a wire.
 class LinkListener {
 public:
+    /// Frames that the wire took by `post` have left, or could not. A thread of the wire's, until it is
+    /// destroyed; bytes include check sequences.
+    virtual void framesLeft(std::uint64_t frames, std::uint64_t bytes) noexcept = 0;
+    virtual void framesDidNotLeave(std::uint64_t frames) noexcept = 0;
+
     /// Renegotiates the link after `Wire::hasCarrier` changed. False while another thread holds the bench
     /// mutex and may be waiting for the caller; try again then.
     virtual bool farEndChanged() noexcept = 0;
@@ -55,6 +61,12 @@ public:
     virtual bool transmit(WireBytes frame) noexcept = 0;
     /// The same for a padded frame without its check sequence, which is right.
     virtual bool transmitUnsealed(WireBytes content) noexcept = 0;
+
+    /// Takes a copy of such a frame that it sends soon, together with others, and tells the port later.
+    /// False, with nothing done: it is to be transmitted. The port's sender thread.
+    virtual bool post(WireBytes) noexcept { return false; }
+    /// Waits, but not longer than this, until the frames that were posted are told. Any thread.
+    virtual void settle(std::chrono::milliseconds) const noexcept {}
 
     /// Whether the far end is up. Any thread.
     virtual bool hasCarrier() const noexcept { return true; }

@@ -95,6 +95,8 @@ public:
     TapRecord(const TapRecord&) = delete;
     TapRecord& operator=(const TapRecord&) = delete;
 
+    bool isOpen() const noexcept { return place_ != nullptr; }
+
     /// To be called once. Returns `fate`.
     OrvoSimFate end(OrvoSimFate fate) noexcept {
         if (place_) [[unlikely]]
