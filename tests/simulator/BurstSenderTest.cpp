@@ -113,10 +113,17 @@ TEST_F(BurstSenderTest, JoinsNoFramesThatAreTooLongForTheInterface) {
 }
 
 TEST_F(BurstSenderTest, ASenderWaitsForRoom) {
+    std::atomic<bool> mayEmpty{false};
+    refuses = [&](const OffloadHeader&, WireBytes) {
+        if (writes > 0) mayEmpty.wait(false);
+        return false;
+    };
     BurstSender sender(exit, *this);
     post(sender, std::vector(256, Bytes(60, 3)));
-    const auto last = std::async(std::launch::async, [this] { goOn(); });
+    const auto oneLeaves = std::async(std::launch::async, [this] { goOn(); });
     EXPECT_TRUE(sender.post(Bytes(60, 4)));
+    mayEmpty = true;
+    mayEmpty.notify_all();
     EXPECT_TRUE(sender.settle());
     EXPECT_EQ(left, 257U);
     EXPECT_EQ(sent.back(), Bytes(60, 4));
