@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The hand at a server's boards: cables, plugs, faults, reports and power.
+// Acts on a server's boards from outside: cables, plugs, faults, reports and power.
 #include "base/DynamicLibrary.h"
 #include "base/Failure.h"
 #include "base/Numbers.h"
