@@ -40,7 +40,7 @@ public:
             std::fputs(text.c_str(), stderr); // standard output has the images
         else
             printReport(text);
-        return isAccounted ? Done : DifferencesFound;
+        return isAccounted && isReadWhole(report.captureFault) ? Done : DifferencesFound;
     }
 
 private:
