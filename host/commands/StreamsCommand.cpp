@@ -2,6 +2,7 @@
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
+#include "frames/CaptureReader.h"
 #include "frames/streams/StreamText.h"
 #include "traffic/StreamRun.h"
 
