@@ -69,7 +69,8 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     if (hasFaults) requireSimulator("--faults");
     if (simulator) useSimulator(options, defaultBoard);
     if (!options.record.empty())
-        recorder_ = std::make_unique<Recorder>(options.record, libraries.entries(), header());
+        recorder_ =
+            std::make_unique<Recorder>(options.record, libraries.entries(), header(), options.recordName);
 }
 
 BoardAccess::~BoardAccess() {
