@@ -9,9 +9,18 @@ foreach(unit orvo-gige-bridge@ orvo-board@)
 endforeach()
 configure_file(packaging/stage.cmake.in "${orvo_package}/stage.cmake" @ONLY)
 
-# What users read and try. It keeps the structure of docs/, so that links work.
+# What users read and try. It keeps the structure of docs/, so that links work; those to files of the sources alone
+# become plain text.
 install(DIRECTORY docs/ DESTINATION share/doc/orvo-gige
     FILES_MATCHING REGEX "[.](md|svg|png|toml)$" PATTERN man EXCLUDE)
+install(CODE [[
+    file(GLOB guides "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/doc/orvo-gige/*.md")
+    foreach(guide IN LISTS guides)
+        file(READ "${guide}" text)
+        string(REGEX REPLACE "\\[([^]]*)\\]\\(\\.\\./[^)]*\\)" "\\1" text "${text}")
+        file(WRITE "${guide}" "${text}")
+    endforeach()
+]])
 install(FILES tests/data/gige-vision.pcapng tests/data/mixed-lan.pcap DESTINATION share/doc/orvo-gige/examples)
 
 set(CPACK_GENERATOR DEB)

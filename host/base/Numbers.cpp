@@ -26,4 +26,8 @@ std::optional<double> decimalNumber(std::string_view text) {
     return value && std::isfinite(*value) && !std::signbit(*value) ? value : std::nullopt;
 }
 
+double wholeMilliseconds(double seconds) {
+    return std::round(1000 * seconds) / 1000;
+}
+
 } // namespace orvo::host

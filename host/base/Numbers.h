@@ -17,4 +17,7 @@ std::optional<std::uint64_t> wholeNumber(std::string_view text);
 /// Reads "2", "0.5" or "1e-3"; nothing when the text is not a number, or a negative or infinite one.
 std::optional<double> decimalNumber(std::string_view text);
 
+/// For measured seconds in reports, which are not more precise.
+double wholeMilliseconds(double seconds);
+
 } // namespace orvo::host

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <initializer_list>
 
 namespace orvo::host {
@@ -23,13 +24,29 @@ constexpr std::initializer_list<int> childSignals = {SIGCHLD, SIGUSR1};
 constexpr std::initializer_list<int> writeSignals = {SIGPIPE, SIGXFSZ}; // pipe closed; file too large
 
 std::atomic<int> requestedBy{0};
+std::atomic<std::int64_t> requestedAt{0}; // on the steady clock, in nanoseconds; 0: not yet
 std::atomic<EventFd*> ended{nullptr}; // made once and never freed: a handler may run until the last moment
-static_assert(std::atomic<int>::is_always_lock_free && std::atomic<EventFd*>::is_always_lock_free,
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<std::int64_t>::is_always_lock_free &&
+                  std::atomic<EventFd*>::is_always_lock_free,
               "a signal handler may use them");
 constexpr std::chrono::milliseconds longestPoll = 1h; // poll counts milliseconds in an int
 sigset_t maskAtStart;                                 // the main thread's alone
 
+std::int64_t steadyNs() noexcept {
+    return std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+/// A signal that comes again within a second is the same request: timeout(1) sends one to the process and to
+/// its group. A later one ends the process.
 void requestEnd(int number) {
+    constexpr std::int64_t againAfter = std::chrono::nanoseconds(1s).count();
+    std::int64_t first = 0;
+    if (!requestedAt.compare_exchange_strong(first, steadyNs())) {
+        if (steadyNs() - first < againAfter) return;
+        std::signal(number, SIG_DFL);
+        raise(number); // delivered when this handler returns
+        return;
+    }
     requestedBy.store(number, std::memory_order_relaxed);
     ended.load()->raise();
 }
@@ -61,7 +78,7 @@ void installSignalHandlers() {
     if (!ended) ended = new EventFd;
     struct sigaction action = {};
     action.sa_handler = requestEnd;
-    action.sa_flags = static_cast<int>(SA_RESETHAND); // no SA_RESTART: a blocked open or read must return
+    action.sa_flags = 0; // no SA_RESTART: a blocked open or read must return
     for (const int number : endSignals)
         if (number != SIGHUP || !isIgnored(number)) sigaction(number, &action, nullptr);
     for (const int number : writeSignals) std::signal(number, SIG_IGN);

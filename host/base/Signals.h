@@ -12,9 +12,9 @@
 namespace orvo::host {
 
 /// From now on SIGINT, SIGTERM and SIGHUP only raise a flag, which every loop of the program looks at. SIGHUP
-/// stays ignored where it was (nohup). A second signal of the same kind ends the process, at once or after
-/// the pacing sleep of a board that a SignalShield protects. A closed pipe and a reached file size limit
-/// become write errors.
+/// stays ignored where it was (nohup). A signal that comes a second later or more ends the process, at once
+/// or after the pacing sleep of a board that a SignalShield protects. A closed pipe and a reached file size
+/// limit become write errors.
 void installSignalHandlers();
 
 /// The number of the signal that asked the program to end, 0 when none did. Any thread; costs a load.

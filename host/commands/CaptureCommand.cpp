@@ -15,7 +15,7 @@ public:
             line()
                 .text("-w,--write", "OUT", request_.output,
                       "Write the frames to this file, as pcapng; - is standard output, for a pipe (default: "
-                      "print a line for each frame)")
+                      "print a line for each frame, and the report on standard error)")
                 .notEmpty();
         line().number("-c,--count", request_.limits.frames, {.least = 1},
                       "End after so many frames written or shown");

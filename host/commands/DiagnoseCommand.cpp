@@ -72,7 +72,8 @@ public:
             .notEmpty();
         line()
             .text("--bundle", "FILE.tar.gz", bundleFile_,
-                  "Write an archive with the page, its sources, and a capture of what the port receives")
+                  "Write an archive (also .zip) with the page, its sources, and a capture of what the port "
+                  "receives")
             .notEmpty();
         line().value(
             "--seconds", "S",
@@ -83,17 +84,29 @@ public:
     }
 
     int run() override {
+        ReportFiles files(pageFile_, bundleFile_);
+        try {
+            return run(files);
+        } catch (const Failure& error) {
+            files.rethrow(error);
+        }
+    }
+
+private:
+    int run(ReportFiles& files) {
         Json before;
         if (!oldFile_.empty()) {
             before = readDiagnosis(oldFile_);
             before.erase("faults");
         }
-        ReportFiles files(pageFile_, bundleFile_);
         if (observationTime_ && !files.areWanted())
             throw UsageFailure(
                 "--seconds is for a page or bundle; name one with --html or --bundle, or leave it out");
         auto options = installation_;
-        if (options.record.empty() && options.recording.empty()) options.record = files.recordingPath();
+        if (options.record.empty() && options.recording.empty()) {
+            options.record = files.recordingPath();
+            options.recordName = "calls.rec of " + bundleFile_;
+        }
         BoardAccess access(options, port_.board);
         if (access.simulator) refuseFilesOfWires({.written = {pageFile_, bundleFile_}}, *access.simulator);
         std::optional<Observation> observation;
@@ -112,7 +125,6 @@ public:
         return isAccounted ? Done : DifferencesFound;
     }
 
-private:
     /// Prints the diagnosis, or what changed in it since `before`; the ledger belongs to one run and is added
     /// after the comparison.
     void publish(Diagnosed& found, const Json& before) const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/ChildProcess.h"
 #include "base/Failure.h"
+#include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
 #include "lab/Lab.h"
@@ -68,6 +69,10 @@ private:
                                "; give them two with --camera-address and --host-address");
         if (geteuid() != 0)
             throw Failure("lab needs root, for networks of its own; run it with 'sudo orvo-gige lab'");
+        if (!options_.cameraAddress.reaches(options_.hostAddress) ||
+            !options_.hostAddress.reaches(options_.cameraAddress)) // as with a camera that is set up wrongly
+            notice("the ends are in different networks, " + options_.cameraAddress.text + " and " +
+                   options_.hostAddress.text + ", so only broadcasts pass between them");
     }
 
     LabOptions options_;

@@ -67,7 +67,8 @@ public:
         const bool isAccounted = printLedger(report.account.ledger);
         printReport(json_ ? jsonText(replayJson(report)) : replayText(report), request_.writesToOutput());
         if (report.interrupted) throw Interruption();
-        return report.passed() && isAccounted ? Done : DifferencesFound;
+        const bool isWhole = isReadWhole(report.captureFault);
+        return report.passed() && isAccounted && isWhole ? Done : DifferencesFound;
     }
 
 private:

@@ -7,6 +7,7 @@
 #include "base/Signals.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
+#include "device/BoardAccess.h"
 #include "device/Installation.h"
 
 #include <fmt/format.h>
@@ -174,6 +175,7 @@ public:
 
     int run() override {
         if (board_ && renews_) throw UsageFailure("--renew is for recordings; leave --board out");
+        if (board_) requireBoard();
         const Installation installation(root_);
         folder_ = installation.root() / "share" / "orvo-gige" / "recordings";
         installed_ = installation.root().string();
@@ -187,6 +189,12 @@ public:
     }
 
 private:
+    void requireBoard() const {
+        InstallationOptions options;
+        options.root = root_;
+        BoardAccess(options, *board_).requirePort({*board_, 0});
+    }
+
     /// On a board one by one, since a port has one user.
     std::vector<CaseResult> runAll(const std::vector<SelftestCase>& cases) const {
         const auto atOnce = board_ ? 1 : runsAtOnce;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The hand at a server's boards: cables, plugs, faults, reports and power.
+// Acts on a server's boards from outside: cables, plugs, faults, reports and power.
 #include "base/DynamicLibrary.h"
 #include "base/Failure.h"
 #include "base/Numbers.h"
@@ -83,6 +83,19 @@ std::string linkText(const OrvoSimPort& state, bool isOn) {
     return state.linkUp != 0 ? fmt::format("{} Mbit/s", state.linkMbit) : "down";
 }
 
+/// What acts on frames of a board's ports beside their wires.
+std::string notesText(const std::vector<PortRow>& rows) {
+    std::string text;
+    for (const auto& [address, state, isPlugged, isOn, wire] : rows) {
+        if (address.port != 0) continue; // it is the same for all ports of a board
+        if (state.hasFaults != 0)
+            text += fmt::format("board {}: faults of a script are active\n", address.board);
+        if (state.hasLineRate != 0)
+            text += fmt::format("board {}: frames take their time on the wire\n", address.board);
+    }
+    return text;
+}
+
 void printStatus(const Request& request) {
     request.takes(0, 0, "status [--json]");
     const auto rows = portRows(request);
@@ -93,6 +106,8 @@ void printStatus(const Request& request) {
                              {"linkMbit", state.linkUp != 0 ? state.linkMbit : 0},
                              {"plugged", isPlugged},
                              {"on", isOn},
+                             {"lineRate", state.hasLineRate != 0},
+                             {"faults", state.hasFaults != 0},
                              {"wire", wire},
                              {"sentFrames", state.sentFrames},
                              {"receivedFrames", state.receivedFrames},
@@ -106,7 +121,7 @@ void printStatus(const Request& request) {
         lines.push_back({address.text(), linkText(state, isOn), grouped(state.sentFrames),
                          grouped(state.receivedFrames), grouped(state.receiveErrors),
                          grouped(state.overflowFrames), isPlugged ? wire : wire + " (unplugged)"});
-    print(table(lines));
+    print(table(lines) + notesText(rows));
 }
 
 void setWire(const Request& request) {

@@ -2,6 +2,7 @@
 #include "base/Output.h"
 #include "commands/CommonOptions.h"
 #include "commands/HostProgram.h"
+#include "frames/CaptureReader.h"
 #include "frames/streams/StreamText.h"
 #include "traffic/StreamRun.h"
 
@@ -40,7 +41,7 @@ public:
             std::fputs(text.c_str(), stderr); // standard output has the images
         else
             printReport(text);
-        return isAccounted ? Done : DifferencesFound;
+        return isAccounted && isReadWhole(report.captureFault) ? Done : DifferencesFound;
     }
 
 private:

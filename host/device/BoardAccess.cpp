@@ -11,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
 
 namespace orvo::host {
@@ -37,7 +38,10 @@ bool isOfThisProgram(const nlohmann::json& header) {
            program->get_ref<const std::string&>().starts_with("orvo-gige ");
 }
 
-int skipSleep(std::uint64_t) {
+thread_local double skippedSeconds = 0;
+
+int skipSleep(std::uint64_t microseconds) {
+    skippedSeconds += static_cast<double>(microseconds) / 1e6;
     return 0;
 }
 
@@ -65,7 +69,8 @@ BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoa
     if (hasFaults) requireSimulator("--faults");
     if (simulator) useSimulator(options, defaultBoard);
     if (!options.record.empty())
-        recorder_ = std::make_unique<Recorder>(options.record, libraries.entries(), header());
+        recorder_ =
+            std::make_unique<Recorder>(options.record, libraries.entries(), header(), options.recordName);
 }
 
 BoardAccess::~BoardAccess() {
@@ -144,7 +149,8 @@ void BoardAccess::requirePort(PortAddress port) const {
 }
 
 double BoardAccess::seconds() const {
-    if (playback) return Playback::seconds();
+    // Calls that were recorded in virtual time have taken none themselves.
+    if (playback) return std::max(Playback::seconds(), skippedSeconds);
     if (virtualTime) return simulator->seconds();
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }

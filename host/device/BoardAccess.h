@@ -34,6 +34,7 @@ struct InstallationOptions {
     std::uint64_t seed = 0;   ///< of the script's random choices
     bool isServer = false;    ///< this process holds the boards that others use
     std::string record;       ///< file that every board call goes into; empty: none
+    std::string recordName;   ///< instead of that file's path in messages; empty: the path
     std::string recording;    ///< file of a recording that answers instead of a board; empty: none
     PlaybackOptions playback;
 };

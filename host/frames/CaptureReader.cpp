@@ -2,6 +2,7 @@
 #include "frames/CaptureReader.h"
 
 #include "base/Failure.h"
+#include "base/Output.h"
 #include "base/Signals.h"
 
 #include <pcap/pcap.h>
@@ -73,16 +74,17 @@ void CaptureReader::checkLinkType() const {
 }
 
 bool CaptureReader::next(CapturedFrame& frame) {
+    if (!fault_.empty()) return false;
     pcap_pkthdr* header = nullptr;
     const u_char* bytes = nullptr;
     const int result = pcap_next_ex(capture_.get(), &header, &bytes);
     if (result == PCAP_ERROR_BREAK) return false;
     if (result != 1) {
         throwIfEndRequested();
-        const std::string advice = frames_ == 0 ? "name another pcap or pcapng file"
-                                                : "save the frames before it with a capture editor";
-        throw Failure("cannot read " + name() + " beyond frame " + std::to_string(frames_) + ": " +
-                      reasonOr(pcap_geterr(capture_.get())) + "; " + advice);
+        fault_ = "cannot read " + name() + " beyond frame " + std::to_string(frames_) + ": " +
+                 reasonOr(pcap_geterr(capture_.get()));
+        if (frames_ == 0) throw Failure(fault_ + "; name another pcap or pcapng file");
+        return false;
     }
     const auto note = notes_.next();
     const auto fcsBytes = note ? note->fcsBytes : fcsBytes_;
@@ -94,6 +96,11 @@ bool CaptureReader::next(CapturedFrame& frame) {
     frame.number = ++frames_;
     frame.recordedAt = timeOf(header->ts);
     return true;
+}
+
+bool isReadWhole(const std::string& fault) {
+    if (!fault.empty()) notice(fault + "; the frames up to there were used");
+    return fault.empty();
 }
 
 } // namespace orvo::host

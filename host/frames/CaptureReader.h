@@ -35,9 +35,12 @@ public:
     explicit CaptureReader(std::string path);
     ~CaptureReader();
 
-    /// False at the end of the file. Errors: Failure when the file is damaged or ends in the middle of a
-    /// frame; Interruption when a signal ended the wait for a pipe.
+    /// False at the end of the file, and where it is damaged or cut off behind its first frame. Errors:
+    /// Failure when no frame can be read; Interruption when a signal ended the wait for a pipe.
     bool next(CapturedFrame& frame);
+
+    /// Why frames may be missing at the end; empty when nothing is wrong.
+    const std::string& fault() const noexcept { return fault_; }
 
     const std::string& path() const noexcept { return path_; }
     const PcapngNotes& notes() const noexcept { return notes_; }
@@ -58,6 +61,10 @@ private:
     std::unique_ptr<pcap, Close> capture_;
     std::size_t fcsBytes_ = 0; // frame check sequence at the end of every frame, according to the file
     std::uint64_t frames_ = 0;
+    std::string fault_;
 };
+
+/// Whether `CaptureReader::fault` named none; if it did, says so on standard error.
+bool isReadWhole(const std::string& fault);
 
 } // namespace orvo::host

@@ -42,7 +42,9 @@ CaptureStream::CaptureStream(const std::string& path, Watch watch)
       descriptor_(openDescriptor(path)) {
     const int reason = errno;
     if (descriptor_.get() < 0)
-        throw Failure("cannot read " + name_ + ": " + systemError(reason) + "; name a pcap or pcapng file");
+        throw Failure("cannot read " + name_ + ": " + systemError(reason) +
+                      (reason == EACCES || reason == EPERM ? "; get the permission to read it"
+                                                           : "; name a pcap or pcapng file"));
     check();
 }
 

@@ -87,6 +87,10 @@ bool NetworkAddress::isOfHost() const {
     return hosts <= 1 || (number != 0 && number != hosts); // neither the network itself nor its broadcast
 }
 
+bool NetworkAddress::reaches(const NetworkAddress& other) const {
+    return (numberOf(*this) | hostBitsOf(*this)) == (numberOf(other) | hostBitsOf(*this));
+}
+
 // Networks of one or two addresses have no broadcast address.
 std::optional<std::array<std::uint8_t, 4>> NetworkAddress::broadcast() const {
     if (family != AF_INET || hostBitsOf(*this) <= 1) return std::nullopt;

@@ -26,6 +26,9 @@ struct NetworkAddress {
     /// Whether it is an IPv4 address that a host on a network can have; loopback is none.
     bool isOfHost() const;
 
+    /// Whether another IPv4 address is in its network.
+    bool reaches(const NetworkAddress& other) const;
+
     /// The broadcast address of its network; nothing where there is none.
     std::optional<std::array<std::uint8_t, 4>> broadcast() const;
 };

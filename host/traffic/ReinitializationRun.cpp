@@ -3,6 +3,7 @@
 
 #include "base/ChildProcess.h"
 #include "base/Failure.h"
+#include "base/Numbers.h"
 #include "base/Output.h"
 #include "base/Signals.h"
 
@@ -82,11 +83,12 @@ std::string reinitializationText(const ReinitializationReport& report) {
 
 nlohmann::ordered_json reinitializationJson(const ReinitializationReport& report) {
     nlohmann::ordered_json document = {{"port", report.port.text()},
-                                       {"releaseSeconds", report.releaseSeconds}};
+                                       {"releaseSeconds", wholeMilliseconds(report.releaseSeconds)}};
     if (!report.command.empty())
-        document["command"] = {
-            {"arguments", report.command}, {"seconds", report.commandSeconds}, {"exitCode", report.exitCode}};
-    document["reopenSeconds"] = report.reopenSeconds;
+        document["command"] = {{"arguments", report.command},
+                               {"seconds", wholeMilliseconds(report.commandSeconds)},
+                               {"exitCode", report.exitCode}};
+    document["reopenSeconds"] = wholeMilliseconds(report.reopenSeconds);
     document["attempts"] = report.attempts;
     if (report.account.ledger) document["faults"] = ledgerJson(*report.account.ledger);
     return document;

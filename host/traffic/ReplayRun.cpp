@@ -49,7 +49,7 @@ void refuseUnfitting(const ReplayRequest& request) {
         throw UsageFailure("--pace waits in real time; leave --time virtual out");
 }
 
-/// Reads the whole capture, so that a damaged one is refused before anything is sent or replaced. Returns the
+/// Reads the whole capture, so that an empty one is refused before anything is sent or replaced. Returns the
 /// number of frames to send; nothing when it is not known: for a pipe, which can be read only once, and for
 /// an endless loop.
 std::optional<std::uint64_t> checkCapture(const ReplayRequest& request) {
@@ -167,6 +167,7 @@ ReplayReport runReplay(const ReplayRequest& request) {
         const Progress progress([&] { return progressText(replay, frames); });
         report.result = replay.run(capture, request.times);
     }
+    report.captureFault = capture.fault();
     report.interrupted = endRequested() != 0;
     const auto& verification = verifier.finish();
     if (request.verify) report.verification = verification;

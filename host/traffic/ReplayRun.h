@@ -31,6 +31,7 @@ struct ReplayReport {
     ReplayRequest request;
     PortAddress receivingPort = {};
     ReplayResult result = {};
+    std::string captureFault = {}; ///< why the end of the capture is missing; empty when it is not
     bool interrupted = false;
     std::uint64_t writtenFrames = 0;                   ///< in the output, if there is one
     std::optional<Verifier::Report> verification = {}; ///< with `verify`

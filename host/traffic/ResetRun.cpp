@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "traffic/ResetRun.h"
 
+#include "base/Numbers.h"
 #include "base/Progress.h"
 #include "base/Signals.h"
 #include "device/Phy.h"
@@ -54,9 +55,9 @@ std::string resetText(const ResetReport& report) {
 nlohmann::ordered_json resetJson(const ResetReport& report) {
     nlohmann::ordered_json document = {{"port", report.port.text()},
                                        {"linkBefore", linkText(report.before)},
-                                       {"resetSeconds", report.resetSeconds},
+                                       {"resetSeconds", wholeMilliseconds(report.resetSeconds)},
                                        {"linkAfter", linkText(report.after)},
-                                       {"linkSeconds", report.linkSeconds}};
+                                       {"linkSeconds", wholeMilliseconds(report.linkSeconds)}};
     if (report.account.ledger) document["faults"] = ledgerJson(*report.account.ledger);
     return document;
 }

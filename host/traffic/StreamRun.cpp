@@ -32,6 +32,7 @@ StreamRunReport readCapture(const StreamRequest& request, const StreamAccount::T
             account.add(bytes, frame.recordedAt.count());
     }
     account.finish();
+    report.captureFault = reader.fault();
     report.streams = account.report();
     if (reader.notes().tellsDeaths()) report.troubles = troublesOf(report.streams, reader.notes().missed());
     return report;

@@ -11,13 +11,6 @@ namespace orvo::core::zume {
 
 using templates::platform::sleepWhole;
 
-namespace {
-
-constexpr std::uint32_t readLimitMs = 100;
-constexpr unsigned readErrorPauseUs = 100'000;
-
-} // namespace
-
 /// One reading of the action command queue.
 struct OrvoGbePhysicalNetworkInterface::ActionReading {
     enum class Kind { None, Timeout, TooManyWords, ReadError };

@@ -16,6 +16,9 @@ namespace orvo::core::zume {
 
 template <class T> using Relaxed = templates::platform::Relaxed<T>;
 
+constexpr std::uint32_t readLimitMs = 100;     // of one read from a queue
+constexpr unsigned readErrorPauseUs = 100'000; // after a queue read that failed
+
 /// State of one interface, shared by its paths. The fields stand in the order of the contract; what one path
 /// writes for each frame shares no cache line with what another path uses.
 ///

@@ -20,9 +20,6 @@ bool c_MONITOR_CRC_ERRORS = false;
 
 namespace {
 
-constexpr std::uint32_t readLimitMs = 100;
-constexpr unsigned readErrorPauseUs = 100'000;
-
 bool isCrcWatchOn() {
     // The host program may set it at any time; relaxed, since nothing else depends on it.
     return std::atomic_ref(c_MONITOR_CRC_ERRORS).load(std::memory_order_relaxed);

@@ -18,8 +18,10 @@ using Words = std::vector<std::string>;
 
 class BoardServerTest : public testing::Test {
 protected:
-    void startServer() {
-        server.emplace(Words{ORVO_GIGE, "simulate", "--name", socket, "--wire", "0=port:0/1"});
+    void startServer(const Words& more = {}) {
+        Words command = {ORVO_GIGE, "simulate", "--name", socket, "--wire", "0=port:0/1"};
+        command.insert(command.end(), more.begin(), more.end());
+        server.emplace(command);
         ASSERT_TRUE(server->says("ready"));
     }
 
@@ -49,6 +51,20 @@ TEST_F(BoardServerTest, ProgramsSayWhoseBoardsTheyUse) {
     const Words own = {"ORVO_BOARD=own"};
     EXPECT_EQ(runTool({"boards"}, own).err, "");
     EXPECT_THAT(kindOf(runTool({"doctor", "--json"}, own)), StartsWith("simulated, own, "));
+}
+
+TEST_F(BoardServerTest, StatusTellsLineRatesAndFaults) {
+    startServer({"--line-rate", "negotiated"});
+    const auto faults = writeFaults(folder, fault("loss", "at = 1"));
+    for (const std::string& script : {faults, std::string("off")}) {
+        EXPECT_EQ(runTool({"sim", "faults", script}, environment).exitCode, 0);
+        const auto status = nlohmann::json::parse(runTool({"sim", "status", "--json"}, environment).out);
+        EXPECT_EQ(status["ports"][1]["faults"], script == faults);
+        EXPECT_EQ(status["ports"][1]["lineRate"], true);
+        EXPECT_THAT(runTool({"sim", "status"}, environment).out,
+                    EndsWith(std::string(script == faults ? "\nboard 0: faults of a script are active" : "") +
+                             "\nboard 0: frames take their time on the wire\n"));
+    }
 }
 
 TEST_F(BoardServerTest, AServerThatDoesNotAnswerIsNamedWithTheWayToStartIt) {

@@ -24,6 +24,7 @@ std::vector<Frame> readAll(const std::string& path) {
         EXPECT_EQ(frame.number, frames.size() + 1);
         frames.emplace_back(reinterpret_cast<const char*>(frame.bytes), frame.length);
     }
+    if (!reader.fault().empty()) throw Failure(reader.fault());
     return frames;
 }
 

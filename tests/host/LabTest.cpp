@@ -249,10 +249,14 @@ TEST_F(LabTest, RefusesWhatCannotBe) {
     for (const char* address : {"127.0.0.1/8", "0.0.0.0/0", "224.0.0.1/4", "10.0.0.0/24", "10.0.0.255/24"})
         expectRefusal({"lab", "--host-address", address, "--", "true"}, 2, "is not for a host of a network");
     if (obstacle().empty()) {
-        const auto outcome = runTool({"lab", "--port", "9", "--", "true"});
+        const auto outcome =
+            runTool({"lab", "--port", "9", "--host-address", "192.168.78.2/23", "--", "true"});
         EXPECT_EQ(outcome.exitCode, 1);
-        EXPECT_EQ(outcome.err,
-                  "orvo-gige: there is no port 0/9; 'orvo-gige boards' lists boards and ports\n");
+        EXPECT_EQ(
+            outcome.err,
+            "orvo-gige: the ends are in different networks, 192.168.77.1/24 and 192.168.78.2/23, so only "
+            "broadcasts pass between them\n"
+            "orvo-gige: there is no port 0/9; 'orvo-gige boards' lists boards and ports\n");
     }
     const struct {
         Command surroundings; // a command that runs the lab in them

@@ -104,6 +104,8 @@ TEST_F(RecordingTest, NamesTheFirstCallThatDiffers) {
 
 TEST_F(RecordingTest, ComparesRecordings) {
     const auto reset = recordedReset();
+    const auto played = runTool({"reset", "--json", "--board-recording", reset});
+    EXPECT_GE(nlohmann::json::parse(played.out)["resetSeconds"], 1.29) << "of virtual time";
     const auto copy = folder.file("copy.rec"); // a second run may see the link at another moment
     writeFile(copy, contentOf(reset));
     const auto same = runTool({"calls", reset, "--diff", copy});
@@ -201,9 +203,13 @@ TEST_F(RecordingTest, RefusesUnfittingOptionsInOneLineAndTouchesNothing) {
     expectRefusal({"calls", reset, "--from", "2", "--to", "1"}, 2, "--from is later than --to");
     expectRefusal({"calls", reset, "--pcapng", input, "--json"}, 2, "leave --json out");
     expectRefusal({"selftest", "--board", "0", "--renew"}, 2, "leave --board out");
+    expectRefusal({"selftest", "--board", "9"}, 1, "there is no board 9, or another program holds it; ");
     expectRefusal({"replay", input, "--record", input}, 1, "is no recording; name another file");
     EXPECT_EQ(contentOf(input), contentOf(recordedFrames));
     expectRefusal({"reset", "--record", "/dev/full"}, 1, "free some space");
+    const auto unwritten = folder.file("unwritten");
+    Process({"sh", "-c", "ulimit -f 0; exec \"$0\" reset --record \"$1\"", ORVO_GIGE, unwritten}).wait();
+    EXPECT_FALSE(std::filesystem::exists(unwritten));
 }
 
 /// A block of a few bytes must not take all memory, nor a deep one the stack.

@@ -91,6 +91,12 @@ TEST_F(ReplayCommandTest, CountsWhatCannotBeSentAndVerifiesNoFileThatWasNotSentW
     EXPECT_EQ(cut.exitCode, 3);
     EXPECT_THAT(cut.out,
                 HasSubstr("DIFFERENT: 1 identical, 0 changed, 0 lost, 0 late, 0 foreign, 1 not sent"));
+
+    writeFile(input, contentOf(lanCapture).substr(0, 100'000));
+    const auto early = replay({input, "--loop", "2"});
+    EXPECT_EQ(early.exitCode, 3);
+    EXPECT_THAT(early.out, HasSubstr("received  340 frames"));
+    EXPECT_THAT(early.err, HasSubstr("beyond frame 170: truncated"));
 }
 
 TEST_F(ReplayCommandTest, TheReceiverCountsExactlyTheFramesWithAWrongCheckSequence) {
@@ -160,7 +166,7 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
     const auto cut = folder.file("cut"), copy = folder.file("copy"), empty = folder.file("empty"),
                pluginless = folder.file("pluginless"), timeless = folder.file("timeless"),
                simulator = folder.file("simulator.toml");
-    writeFile(cut, contentOf(lanCapture).substr(0, 100'000));
+    writeFile(cut, contentOf(lanCapture).substr(0, 50));
     writeCapture(timeless, {Frame(60, 'a'), Frame(60, 'b')});
     std::filesystem::copy(lanCapture, copy);
     std::filesystem::create_directory(empty);
@@ -177,7 +183,7 @@ TEST_F(ReplayCommandTest, RefusesBadInputInOneLineAndTouchesNothing) {
         std::string complaint;
         const char* board = ""; // what the simulator's file says
     } cases[] = {
-        {1, {cut}, "'" + cut + "' beyond frame 170: truncated"},
+        {1, {cut}, "'" + cut + "' beyond frame 0: truncated"},
         {1, {copy, "--write", folder.file("./copy")}, "is the capture that is to be sent"},
         {1, {lanCapture, "--write", folder.file("no/out")}, "No such file"},
         {1, {lanCapture, "--write", "/dev/full"}, "No space left on device"},

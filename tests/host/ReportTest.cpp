@@ -148,6 +148,10 @@ TEST_F(ReportTest, HasAllInOnePageAndOneBundle) {
     const auto readings = nlohmann::json::parse(inBundle("readings.json"));
     EXPECT_EQ(readings["seconds"].size(), readings["values"]["receivedPacketsPerSecond"].size());
     EXPECT_THAT(inBundle("capture.pcapng"), HasSubstr("orvo-gige 0/1"));
+
+    const auto zip = folder.file("bundle.zip");
+    EXPECT_EQ(runTool({"diagnose", "--time", "virtual", "--seconds", "0.1", "--bundle", zip}).exitCode, 0);
+    EXPECT_THAT(contentOf(zip), testing::StartsWith("PK\3\4"));
 }
 
 TEST_F(ReportTest, LeavesFilesAloneUnlessItCanReplaceThem) {
@@ -158,6 +162,21 @@ TEST_F(ReportTest, LeavesFilesAloneUnlessItCanReplaceThem) {
     EXPECT_EQ(contentOf(page) + contentOf(bundle), "oldold");
     expectRefusal({"diagnose", "--html", page, "--bundle", page}, 1, "are both to be");
     expectRefusal({"diagnose", "--html", folder.file("")}, 1, "it is not a regular file");
+    expectRefusal({"diagnose", "--bundle", folder.file("bundle.rar")}, 2, "end with .tar.gz or .zip");
+    const std::pair<std::string, std::string> recordings[] = {
+        {"", "cannot write the recording 'calls.rec of " + bundle + "': File too large; "},
+        {"--record=/dev/null", "cannot write '" + bundle +
+                                   "': File too large; free some space or name "
+                                   "another file with --bundle\n"}};
+    for (const auto& [option, complaint] : recordings) {
+        const auto outcome =
+            Process({"sh", "-c",
+                     "(ulimit -f 0; exec \"$0\" diagnose --time virtual --bundle \"$1\" $2 2>&1) | cat",
+                     ORVO_GIGE, bundle, option})
+                .wait();
+        EXPECT_THAT(outcome.out, HasSubstr(complaint));
+    }
+    EXPECT_THAT(files(), testing::UnorderedElementsAre("page.html", "bundle.tar.gz"));
     writeCapture(page, {});
     expectRefusal({"diagnose", "--html", page, "--wire", "0=pcap:" + page}, 1, "which is to be written");
 }

@@ -408,6 +408,14 @@ TEST(StreamsCommandTest, CountsInACaptureWhatItCountsAtAPort) {
                               "packets   1,256 received, 0 missing, 0 doubled, 0 out of order, 0 resent\n"));
         EXPECT_THAT(text, testing::HasSubstr("losses    no packet was lost\n"));
     }
+
+    const TemporaryFolder folder;
+    const auto cut = folder.file("cut");
+    writeFile(cut, contentOf(capture).substr(0, 1'000'000));
+    const auto early = runTool({"streams", cut});
+    EXPECT_EQ(early.exitCode, 3);
+    EXPECT_THAT(early.out, testing::HasSubstr("images    "));
+    EXPECT_THAT(early.err, testing::MatchesRegex("orvo-gige: cannot read '[^\n]* beyond frame [^\n]*used\n"));
 }
 
 TEST(StreamsCommandTest, AgreesWithTheFieldsOfAnAnalyser) {

@@ -22,6 +22,12 @@ if grep -rlF "$folder/first" "$root" || grep -rlF "$sources" "$root/lib" "$root/
     exit 1
 fi
 
+for guide in "$root"/share/doc/orvo-gige/*.md; do
+    for target in $(grep -oP '\]\(\K[^)#:]+(?=[)#])' "$guide"); do
+        [ -e "${guide%/*}/$target" ] || { echo "$guide: nothing is at the link's target $target" >&2; exit 1; }
+    done
+done
+
 export PKG_CONFIG_PATH=$root/share/pkgconfig
 read -ra compile_flags < <(pkg-config --cflags orvo)
 read -ra link_flags < <(pkg-config --libs orvo)

@@ -37,6 +37,7 @@ struct Port final : FrameSink {
     }
     void countLost(std::uint64_t count) noexcept override { lost += count; }
     bool hasRoom() const noexcept override { return isReady; }
+    std::uint64_t total() const noexcept { return arrived + broken + lost; }
 
     bool isReady = true;
     std::vector<Bytes> frames;
@@ -55,6 +56,12 @@ protected:
     }
     void TearDown() override {
         if (far) ip("link del near0");
+    }
+    void receiveAll() {
+        for (auto before = port.total() + 1; before != port.total();) {
+            before = port.total();
+            socket->receive(port);
+        }
     }
     std::optional<PacketSocket> socket;
     std::optional<Peer> far;
@@ -202,7 +209,7 @@ TEST_F(PacketSocketTest, CountsEveryFrameInsideAJoinedOneThatFoundNoRoom) {
     const auto joined = orvo::test::joinedFrame({.payloadBytes = 60'000, .segmentBytes = 1000}).withHeader();
     constexpr unsigned sent = 1000;
     for (unsigned i = 0; i < sent; ++i) card.send(joined);
-    socket->receive(port);
+    receiveAll();
     EXPECT_GT(port.lost, 0U);
     EXPECT_EQ(port.frames.size() + port.lost, sent * 60);
 }
@@ -218,16 +225,17 @@ TEST_F(PacketSocketTest, TakesLongFramesWholeThatCameBeforeTheInterfaceWentDown)
     EXPECT_EQ(port.broken + port.lost, 0U);
 }
 
-TEST_F(PacketSocketTest, WaitsNoLongerThanSomeMillisecondsForAPortWithoutRoom) {
+TEST_F(PacketSocketTest, ReturnsWithinMillisecondsFromAPortWithoutRoom) {
     const Peer card("far0", ETH_P_ALL);
     card.leaveWork();
     const auto joined = orvo::test::joinedFrame({.payloadBytes = 60'000, .segmentBytes = 1000}).withHeader();
-    for (unsigned i = 0; i < 60; ++i) card.send(joined); // 29 ms on a cable
+    constexpr unsigned sent = 150; // 72 ms on a cable
+    for (unsigned i = 0; i < sent; ++i) card.send(joined);
     port.isReady = false;
     socket->receive(port);
-    EXPECT_LT(port.frames.size(), 60U * 60);
-    socket->receive(port);
-    EXPECT_EQ(port.frames.size() + port.lost, 60U * 60);
+    EXPECT_LT(port.frames.size(), sent * 60);
+    receiveAll();
+    EXPECT_EQ(port.frames.size() + port.lost, sent * 60);
 }
 
 TEST_F(PacketSocketTest, KeepsTagsAndLeavesOutWhatTheInterfaceSends) {
@@ -252,7 +260,7 @@ TEST_F(PacketSocketTest, CountsEveryFrameThatFoundNoSlot) {
     constexpr unsigned sent = 10'000; // the ring has 8192 slots
     Bytes frame(60, 1);
     for (unsigned i = 0; i < sent; ++i) far->send(frame);
-    for (int i = 0; i < 3; ++i) socket->receive(port);
+    receiveAll();
     EXPECT_GT(port.lost, 1000U);
     EXPECT_GE(port.arrived + port.lost, sent);
     const auto lost = port.lost;

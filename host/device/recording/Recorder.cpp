@@ -50,8 +50,8 @@ private:
 
 } // namespace
 
-Recorder::Recorder(const std::string& path, const EntryTable& originals, Json header)
-    : path_(path), file_(path), collector_(originals) {
+Recorder::Recorder(const std::string& path, const EntryTable& originals, Json header, const std::string& name)
+    : name_(name.empty() ? path : name), file_(path, name_), collector_(originals) {
     file_.add(Json::to_cbor(withEntries(std::move(header), originals)));
     const SignalsBlocked handledElsewhere;
     thread_ = std::jthread([this](const std::stop_token& stop) { write(stop); });
@@ -137,7 +137,7 @@ void Recorder::complete() {
 
 std::string Recorder::lackText() const {
     if (lost_ == 0 && failure_.empty() && !collector_.hasRefusedThread()) return "";
-    std::string text = "the recording " + quoted(path_) + " is incomplete";
+    std::string text = "the recording " + quoted(name_) + " is incomplete";
     if (lost_ != 0) text += ": " + counted(lost_, "call") + " could not be kept";
     if (!failure_.empty()) return text + "; " + failure_;
     return text + (lost_ != 0 ? ", because the writing was too slow" : "; there was no memory for a thread");

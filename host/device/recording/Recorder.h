@@ -16,9 +16,10 @@ namespace orvo::host {
 /// for it. What could not be kept is counted.
 class Recorder {
 public:
-    /// `header` becomes the file's first block; this adds the entries. Errors: Failure when the file cannot
-    /// be written.
-    Recorder(const std::string& path, const EntryTable& originals, nlohmann::json header);
+    /// `header` becomes the file's first block; this adds the entries. `name` stands for the path in
+    /// messages, unless it is empty. Errors: Failure when the file cannot be written.
+    Recorder(const std::string& path, const EntryTable& originals, nlohmann::json header,
+             const std::string& name = {});
     ~Recorder();
     Recorder(const Recorder&) = delete;
     Recorder& operator=(const Recorder&) = delete;
@@ -38,7 +39,7 @@ private:
     void complete();
     std::string lackText() const;
 
-    const std::string path_;
+    const std::string name_;
     RecordingWriter file_;
     CallCollector collector_;
     CallConverter converter_;

@@ -141,14 +141,18 @@ const std::string& replaceable(const std::string& path) {
 
 } // namespace
 
-RecordingWriter::RecordingWriter(const std::string& path)
-    : path_(path), // A pipe that nobody reads must not keep the program waiting.
-      file_(open(replaceable(path).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666)) {
+RecordingWriter::RecordingWriter(const std::string& path, std::string name)
+    : path_(replaceable(path)), name_(std::move(name)) {
+    constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC |
+                          O_NONBLOCK; // a pipe that nobody reads must not keep the program waiting
+    file_.reset(open(path_.c_str(), flags | O_EXCL, 0666));
+    made_ = file_.get() >= 0;
+    if (!made_ && errno == EEXIST) file_.reset(open(path_.c_str(), flags, 0666));
     if (file_.get() < 0)
-        throw Failure("cannot write the recording " + quoted(path) + ": " + systemError(errno) +
+        throw Failure("cannot write the recording " + quoted(name_) + ": " + systemError(errno) +
                       "; name a file in an existing folder that you may write to");
     if (flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
-        throw Failure("another program is recording into " + quoted(path) + "; name another file");
+        throw Failure("another program is recording into " + quoted(name_) + "; name another file");
     if (ftruncate(file_.get(), 0) != 0) {
     } // a pipe
     const FileHead head;
@@ -170,7 +174,8 @@ void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
         const int reason = written == 0 ? ENOSPC : errno;
         if (ftruncate(file_.get(), static_cast<off_t>(bytes_)) != 0) {
         } // readers find the last whole block anyway
-        throw Failure("cannot write the recording " + quoted(path_) + ": " + systemError(reason) +
+        if (made_ && bytes_ <= sizeof(FileHead)) unlink(path_.c_str());
+        throw Failure("cannot write the recording " + quoted(name_) + ": " + systemError(reason) +
                       "; free some space, or name a file on another disk");
     }
     bytes_ += bytes.size();

@@ -17,8 +17,9 @@ inline constexpr std::uint32_t recordingVersion = 1;
 /// Appends blocks, whose content is given as CBOR. One thread.
 class RecordingWriter {
 public:
-    /// Replaces the file. Errors: Failure when it cannot be written, or another recording goes on in it.
-    explicit RecordingWriter(const std::string& path);
+    /// Replaces the file. `name` stands for its path in messages. Errors: Failure when it cannot be written,
+    /// or another recording goes on in it.
+    RecordingWriter(const std::string& path, std::string name);
 
     /// Errors: Failure when the disk is full or fails; the file then ends with the block before.
     void add(std::span<const std::uint8_t> content);
@@ -29,8 +30,9 @@ public:
 private:
     void put(std::span<const std::uint8_t> bytes);
 
-    const std::string path_;
+    const std::string path_, name_;
     FileDescriptor file_;
+    bool made_ = false; // did not exist before
     BlockEncoder encoder_;
     std::uint64_t bytes_ = 0;
 };

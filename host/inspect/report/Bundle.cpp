@@ -22,11 +22,10 @@ constexpr std::size_t chunkBytes = 65'536;
 
 class Archive {
 public:
-    Archive(const ReplacedFile& file, std::string folder, std::time_t time)
+    Archive(const ReplacedFile& file, const std::string& name, std::string folder, std::time_t time)
         : archive_(archive_write_new(), archive_write_free), folder_(std::move(folder)), time_(time) {
         if (!archive_) throw std::bad_alloc();
-        require(archive_write_add_filter_gzip(archive_.get()));
-        require(archive_write_set_format_pax_restricted(archive_.get()));
+        require(archive_write_set_format_filter_by_ext(archive_.get(), name.c_str()));
         require(archive_write_open_fd(archive_.get(), file.descriptor()));
     }
 
@@ -88,10 +87,16 @@ private:
 
 } // namespace
 
-void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath,
-                 const std::string& recordingPath) {
+bool isArchiveName(const std::string& name) {
+    const std::unique_ptr<archive, int (*)(archive*)> made(archive_write_new(), archive_write_free);
+    if (!made) throw std::bad_alloc();
+    return archive_write_set_format_filter_by_ext(made.get(), name.c_str()) == ARCHIVE_OK;
+}
+
+void writeBundle(ReplacedFile& file, const std::string& name, const Report& report,
+                 const std::string& capturePath, const std::string& recordingPath) {
     const auto port = report.history.port();
-    Archive bundle(file, fmt::format("orvo-gige-port-{}-{}", port.board, port.port),
+    Archive bundle(file, name, fmt::format("orvo-gige-port-{}-{}", port.board, port.port),
                    std::chrono::system_clock::to_time_t(report.time));
     bundle.add("diagnosis.html", pageOf(report));
     bundle.add("diagnosis.json", jsonText(report.diagnosis));

@@ -45,12 +45,15 @@ class ReplacedFile;
 /// One page that needs no other file and forbids the browser to load any.
 std::string pageOf(const Report& report);
 
-/// Writes a report and everything it was made from as one archive (tar, gzip): the page, the diagnosis and
-/// the readings as JSON, the plug-in's report and log, the configuration, the capture at `capturePath`,
-/// and the recording of board calls at `recordingPath`, unless that file is empty.
+/// Whether its ending is that of a kind of archive that can be written, such as .tar.gz or .zip.
+bool isArchiveName(const std::string& name);
+
+/// Writes a report and everything it was made from as one archive, of the kind that `name` ends with: the
+/// page, the diagnosis and the readings as JSON, the plug-in's report and log, the configuration, the capture
+/// at `capturePath`, and the recording of board calls at `recordingPath`, unless that file is empty.
 /// Errors: Failure when the archive cannot be written or the capture cannot be read.
-void writeBundle(ReplacedFile& file, const Report& report, const std::string& capturePath,
-                 const std::string& recordingPath);
+void writeBundle(ReplacedFile& file, const std::string& name, const Report& report,
+                 const std::string& capturePath, const std::string& recordingPath);
 
 std::string logText(const Report& report);
 std::string dumpText(const Report& report);

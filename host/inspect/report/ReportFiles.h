@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "base/Failure.h"
 #include "base/OutputFile.h"
 #include "inspect/report/Report.h"
 
@@ -14,7 +15,7 @@ namespace orvo::host {
 class ReportFiles {
 public:
     /// An empty name: not wanted. Errors: Failure when both are the same file, or when one cannot
-    /// be written.
+    /// be written; UsageFailure for a bundle whose name does not end like an archive.
     ReportFiles(const std::string& page, const std::string& bundle);
     ~ReportFiles();
     ReportFiles(const ReportFiles&) = delete;
@@ -28,10 +29,14 @@ public:
     /// Where to record the board calls for the bundle; empty without a bundle.
     const std::string& recordingPath() const noexcept { return recordingPath_; }
 
+    /// For a handler: throws its error again, with the names that the user knows.
+    [[noreturn]] void rethrow(const Failure& error) const;
+
     /// Errors: Failure; a file that was not replaced is unchanged.
     void write(const Report& report);
 
 private:
+    const std::string bundleName_;
     std::optional<ReplacedFile> page_, bundle_;
     std::string capturePath_, recordingPath_; // beside the bundle; the destructor removes them
 };

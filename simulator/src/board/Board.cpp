@@ -234,6 +234,7 @@ void Board::updateEnables() noexcept {
 
 void Board::report(unsigned port, OrvoSimPort& out) {
     passScript();
+    out.hasFaults = script() && !script()->isOver();
     const std::lock_guard lock(benchMutex);
     ports_[port].report(out, simClock.now());
     out.staleAccesses = staleAccesses_.value();

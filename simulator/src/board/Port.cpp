@@ -177,6 +177,7 @@ void Port::report(OrvoSimPort& out, SimTime now) noexcept {
     out.linkUp = phy_.isLinkUp(now);
     out.linkMbit = out.linkUp ? static_cast<int>(phy_.link().mbit) : 0;
     out.crcGeneration = transmitter_.crcGeneration();
+    out.hasLineRate = hasLineRate_;
 }
 
 } // namespace orvo::sim

@@ -4,6 +4,8 @@
 #include "entries/OwnEntries.h"
 #include "exports/Choice.h"
 
+#include <new>
+
 using namespace orvo::sim;
 
 namespace {
@@ -24,14 +26,19 @@ int closed(void* device, int result) {
 
 } // namespace
 
-void* OHalInitDevice(int board) {
+// The first call makes the boards; without memory for them, there is none, and the next call tries again.
+void* OHalInitDevice(int board) try {
     if (!remote()) return own::OHalInitDevice(board);
     return noted(remote()->call(EntryId::OHalInitDevice, nullptr, &own::OHalInitDevice)(board));
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
-void* OHalGetDevice(int index) {
+void* OHalGetDevice(int index) try {
     if (!remote()) return own::OHalGetDevice(index);
     return noted(remote()->call(EntryId::OHalGetDevice, nullptr, &own::OHalGetDevice)(index));
+} catch (const std::bad_alloc&) {
+    return nullptr;
 }
 
 int OHalFreeDevice(void* device) {

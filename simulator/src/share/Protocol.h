@@ -12,7 +12,7 @@
 namespace orvo::sim {
 
 /// Changes with every change of the entries' list, of messages or of shared memory.
-inline constexpr std::uint32_t protocolVersion = 4;
+inline constexpr std::uint32_t protocolVersion = 5;
 inline constexpr std::array<char, 8> protocolName = {'o', 'r', 'v', 'o', 's', 'i', 'm', '\n'};
 
 /// How long a program waits for an answer before it counts the server as gone.

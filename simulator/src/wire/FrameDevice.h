@@ -7,7 +7,9 @@
 #include <offload/FrameHeaders.h>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <ctime>
 #include <string>
 #include <utility>
 
@@ -30,7 +32,7 @@ public:
     virtual int attach(int index) noexcept = 0;
     /// Clears an error that the descriptor shows.
     virtual void clearError() noexcept {}
-    /// Delivers what has arrived; returns now and then even if more keeps arriving.
+    /// Delivers what has arrived; returns within a Turn, and one frame, even if more keeps arriving.
     virtual void receive(FrameSink& port) noexcept = 0;
     /// Tries once. `offload` is what the system has to do on the frame: nothing, unless `takesJoined`. 0 or
     /// an errno.
@@ -38,6 +40,22 @@ public:
     virtual bool takesJoined() const noexcept { return false; }
 
 protected:
+    /// The time of one call of `receive`. A port without room, or a slow line, must not keep the wire's
+    /// thread from its other events, such as its end.
+    class Turn {
+    public:
+        bool isOver() const noexcept { return now() >= end_; }
+
+    private:
+        /// To some milliseconds, at a fraction of the usual clock's cost for each frame.
+        static std::chrono::nanoseconds now() noexcept {
+            timespec time{};
+            clock_gettime(CLOCK_MONOTONIC_COARSE, &time);
+            return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+        }
+        const std::chrono::nanoseconds end_ = now() + std::chrono::milliseconds(50);
+    };
+
     const std::string& interface() const noexcept { return interface_; }
     /// A frame, or its beginning, is too long for a wire: the receiver counts an error. The first time, a
     /// line on standard error says what to do.

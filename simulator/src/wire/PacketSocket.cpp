@@ -81,10 +81,6 @@ std::chrono::nanoseconds timeOnCable(std::size_t bytes) noexcept {
     return std::chrono::nanoseconds{8} * bytes;
 }
 
-// Of a call's waiting for room, each step counted as long as it was meant to be: a port that never has room
-// must not keep the wire's thread from its end.
-constexpr std::chrono::milliseconds longestWait{20};
-
 /// Room for long frames that wait in the socket's queue, beside the ring. Without the right to exceed the
 /// system's limit it is that.
 void askForRoom(int socket) noexcept {
@@ -148,12 +144,12 @@ void PacketSocket::clearError() noexcept {
 }
 
 void PacketSocket::receive(FrameSink& port) noexcept {
-    waited_ = {};
+    const Turn turn;
     std::size_t taken = 0;
-    while (taken < slots_ && waited_ < longestWait && takeSlot(port)) ++taken;
+    while (taken < slots_ && !turn.isOver() && takeSlot(port)) ++taken;
     // A frame after a loss says so. If none came since, the ring was full, so that this call took all slots
     // or stopped before.
-    if (isLosing_ || taken == slots_ || waited_ >= longestWait) countLost(port);
+    if (isLosing_ || taken == slots_ || turn.isOver()) countLost(port);
 }
 
 bool PacketSocket::takeSlot(FrameSink& port) noexcept {
@@ -200,8 +196,7 @@ std::span<std::uint8_t> PacketSocket::takeLong(OffloadHeader& offload) noexcept 
 /// port the time that they would have taken, uses up `patience`.
 void PacketSocket::awaitRoom(const FrameSink& port, std::chrono::nanoseconds& patience) noexcept {
     constexpr std::chrono::microseconds step{20};
-    for (; patience.count() > 0 && !port.hasRoom(); patience -= step, waited_ += step)
-        std::this_thread::sleep_for(step);
+    for (; patience.count() > 0 && !port.hasRoom(); patience -= step) std::this_thread::sleep_for(step);
 }
 
 void PacketSocket::deliver(const OffloadHeader& offload, std::span<std::uint8_t> frame,

@@ -46,9 +46,8 @@ private:
     const Descriptor socket_;
     std::unique_ptr<std::uint8_t, UnmapRing> ring_;
     std::size_t slots_ = 0;
-    std::size_t next_ = 0;               // the next slot to read
-    bool isLosing_ = false;              // the kernel had no free slot for a frame
-    std::chrono::nanoseconds waited_{0}; // for room in the port, in the present call of `receive`
+    std::size_t next_ = 0;  // the next slot to read
+    bool isLosing_ = false; // the kernel had no free slot for a frame
     std::array<std::uint8_t, offload::OffloadHeader::longestFrame> long_;
 };
 

@@ -72,7 +72,8 @@ int TapDevice::attach(int) noexcept {
 }
 
 void TapDevice::receive(FrameSink& port) noexcept {
-    for (int i = 0; i < framesInARow; ++i) {
+    const Turn turn;
+    for (int i = 0; i < framesInARow && !turn.isOver(); ++i) {
         const ssize_t bytes = read(device_.get(), buffer_.data(), buffer_.size());
         if (bytes <= 0) return; // nothing more, or the TAP is gone
         const auto frameBytes = static_cast<std::size_t>(bytes);

@@ -154,6 +154,8 @@ struct OrvoSimPort {
     int linkUp;              ///< 1 while the link is up
     int linkMbit;            ///< its speed in Mbit/s, 0 while down
     int crcGeneration;       ///< 1 while the transmitter appends the frame check sequence
+    int hasLineRate;         ///< 1 while frames take the time on the wire that the link's speed says
+    int hasFaults;           ///< 1 while faults of a script may still happen on this port's board
 };
 /// Reads the counters and state of a port into `out`.
 ORVO_EXPORT int orvoSimReadPort(unsigned board, unsigned port, struct OrvoSimPort* out);
