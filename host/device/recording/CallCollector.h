@@ -13,7 +13,7 @@ namespace orvo::host {
 /// While it lives, the functions of `recordingEntries` note what they pass on. One at a time in a process.
 class CallCollector {
 public:
-    /// `originals`: what the functions call; null where the library lacks the entry.
+    /// `table`: what the functions call; null where the library lacks the entry.
     explicit CallCollector(const EntryTable& table);
     ~CallCollector();
     CallCollector(const CallCollector&) = delete;
