@@ -25,8 +25,8 @@ struct StreamRequest {
 struct StreamRunReport {
     StreamRequest request;
     StreamsReport streams = {};
-    std::uint64_t frames = 0; ///< of every kind
-    std::string captureFault; ///< why the end of the capture is missing; empty when it is not
+    std::uint64_t frames = 0;      ///< of every kind
+    std::string captureFault = {}; ///< why the end of the capture is missing; empty when it is not
     PortTroubles troubles = {};
     std::optional<WireCounts> wire = {};        ///< at the wire
     std::optional<TrafficAccount> account = {}; ///< of a port that was opened

@@ -22,7 +22,7 @@ template <class Type> std::uint64_t bitsOf(Type value) noexcept {
 
 template <class Type> Type fromBits(std::uint64_t bits) noexcept {
     if constexpr (std::is_pointer_v<Type>)
-        return reinterpret_cast<Type>(bits);
+        return reinterpret_cast<Type>(bits); // NOLINT(performance-no-int-to-ptr): it was one
     else if constexpr (std::is_floating_point_v<Type>)
         return std::bit_cast<Type>(bits);
     else

@@ -69,7 +69,7 @@ RawCall rawCall(Entry entry, std::size_t argumentCount, std::uint64_t begin, std
 
 /// What the call read or wrote through an argument; the length of bytes is the next argument.
 RawPiece pieceOf(ValueKind kind, std::uint64_t argument, std::uint64_t next) noexcept {
-    const auto* const pointer = reinterpret_cast<const void*>(argument);
+    const auto* const pointer = fromBits<const void*>(argument);
     if (kind == ValueKind::Text) return textPiece(static_cast<const char*>(pointer));
     if (kind == ValueKind::WordsIn && pointer) return {pointer, static_cast<std::uint32_t>(next)};
     return {};

@@ -13,8 +13,8 @@ namespace orvo::host {
 /// While it lives, the functions of `recordingEntries` note what they pass on. One at a time in a process.
 class CallCollector {
 public:
-    /// `originals`: what the functions call; null where the library lacks the entry.
-    explicit CallCollector(const EntryTable& originals);
+    /// `table`: what the functions call; null where the library lacks the entry.
+    explicit CallCollector(const EntryTable& table);
     ~CallCollector();
     CallCollector(const CallCollector&) = delete;
     CallCollector& operator=(const CallCollector&) = delete;
@@ -49,7 +49,7 @@ private:
 };
 
 /// What the functions of `recordingEntries` call while there is no collector. Any thread.
-void setOriginals(const EntryTable& originals) noexcept;
+void setOriginals(const EntryTable& table) noexcept;
 
 /// A function for each entry, which calls the original and notes the call.
 extern const EntryTable recordingEntries;

@@ -114,14 +114,15 @@ private:
     }
 
     void put(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
-        std::size_t bytes = sizeof call + 8U * call.argumentCount;
+        const std::size_t argumentBytes = std::size_t{8} * call.argumentCount;
+        std::size_t bytes = sizeof call + argumentBytes;
         for (const auto& piece : pieces) bytes += 4 + (piece.length == nullPiece ? 0 : piece.length);
         bytes = (bytes + 7) / 8 * 8;
         std::byte* room = ring.reserve(bytes);
         if (!room) return;
         call.bytes = static_cast<std::uint32_t>(bytes);
         room = append(room, &call, sizeof call);
-        room = append(room, arguments.data(), 8U * call.argumentCount);
+        room = append(room, arguments.data(), argumentBytes);
         for (const auto& piece : pieces) {
             room = append(room, &piece.length, sizeof piece.length);
             if (piece.length != nullPiece) room = append(room, piece.bytes, piece.length);

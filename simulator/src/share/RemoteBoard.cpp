@@ -58,7 +58,8 @@ void RemoteTransmitter::complete() noexcept {
 void RemoteTransmitter::occupyLine(unsigned mbit, bool addsFcs) noexcept {
     line_.setMbit(mbit);
     if (mbit == 0) return;
-    const std::size_t bytes = 2 * open().units.load(std::memory_order_relaxed) + (addsFcs ? fcsBytes : 0);
+    const std::size_t units = open().units.load(std::memory_order_relaxed);
+    const std::size_t bytes = 2 * units + (addsFcs ? fcsBytes : 0);
     line_.occupy(std::max(bytes, minWireBytes));
 }
 

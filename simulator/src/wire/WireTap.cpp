@@ -103,6 +103,7 @@ bool WireTap::hasRoom(TapPosition at, std::uint32_t units) noexcept {
     return fits(taken);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the ring
 void WireTap::copyIn(std::uint32_t unit, WireBytes frame) noexcept {
     auto& content = ring().content;
     const std::size_t at = unit % TapRing::units * TapRing::unitBytes;
@@ -118,6 +119,7 @@ void WireTap::close(const Open& record, OrvoSimFate fate) noexcept {
     record.slot->number.store(record.number, std::memory_order_release);
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the ring
 void WireTap::countMissed(TapDirection direction, std::uint64_t frames) noexcept {
     ring().missed[static_cast<std::size_t>(direction)].fetch_add(frames, std::memory_order_relaxed);
 }
