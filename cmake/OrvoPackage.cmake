@@ -13,14 +13,14 @@ configure_file(packaging/stage.cmake.in "${orvo_package}/stage.cmake" @ONLY)
 # become plain text.
 install(DIRECTORY docs/ DESTINATION share/doc/orvo-gige
     FILES_MATCHING REGEX "[.](md|svg|png|toml)$" PATTERN man EXCLUDE)
-install(CODE [[
+install(CODE [=[
     file(GLOB guides "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/share/doc/orvo-gige/*.md")
     foreach(guide IN LISTS guides)
         file(READ "${guide}" text)
         string(REGEX REPLACE "\\[([^]]*)\\]\\(\\.\\./[^)]*\\)" "\\1" text "${text}")
         file(WRITE "${guide}" "${text}")
     endforeach()
-]])
+]=])
 install(FILES tests/data/gige-vision.pcapng tests/data/mixed-lan.pcap DESTINATION share/doc/orvo-gige/examples)
 
 set(CPACK_GENERATOR DEB)
