@@ -91,24 +91,27 @@ TEST_F(BurstSenderTest, FramesOfAJoinedOneThatCannotLeaveAreTriedAndCountedSingl
     refuses = [&](const OffloadHeader& header, WireBytes frame) {
         return header.isJoined() || std::ranges::equal(frame, frames[7]);
     };
-    {
-        BurstSender sender(exit, *this);
-        post(sender, frames);
-        goOn();
-    } // what is left is sent
+    BurstSender sender(exit, *this);
+    post(sender, frames);
+    goOn();
+    EXPECT_TRUE(sender.settle());
     EXPECT_EQ(left, frames.size() - 1);
     EXPECT_EQ(unsent, 1U);
+    std::vector<bool> waits(frames.size() + 1, true); // one more for the joined frame
+    waits[9] = false;                                 // behind the one that waited in vain
+    EXPECT_EQ(patience, waits);
     auto others = frames;
     others.erase(others.begin() + 7);
     EXPECT_EQ(sent, others);
 }
 
 TEST_F(BurstSenderTest, JoinsNoFramesThatAreTooLongForTheInterface) {
-    BurstSender sender(exit, *this);
-    post(sender, burst());
-    sender.setMtu(1487); // a frame of the stream has 1,488 behind its Ethernet header
-    goOn();
-    EXPECT_TRUE(sender.settle());
+    {
+        BurstSender sender(exit, *this);
+        post(sender, burst());
+        sender.setMtu(1487); // a frame of the stream has 1,488 behind its Ethernet header
+        goOn();
+    } // what is left is sent
     EXPECT_EQ(writes, burst().size());
 }
 
