@@ -45,7 +45,7 @@ bool BurstSender::post(WireBytes frame) noexcept {
     slot.bytes = static_cast<std::uint32_t>(frame.size());
     std::ranges::copy(frame, slot.content.begin());
     tail_.store(tail + step, std::memory_order_seq_cst); // seq_cst: the thread sees it, or this sees it sleep
-    tail_.notify_one();
+    if (sleeps_.load(std::memory_order_seq_cst) && sleeps_.exchange(false)) tail_.notify_one();
     return true;
 }
 
@@ -92,7 +92,9 @@ void BurstSender::awaitWork() noexcept {
     const auto hasWork = [&] { return tail_.load(std::memory_order_acquire) != head; };
     if (!hasWork() && !(framesKeepComing_ && comesSoon(hasWork))) {
         const auto begin = SteadyClock::now();
+        sleeps_.store(true, std::memory_order_seq_cst);
         tail_.wait(head, std::memory_order_seq_cst);
+        sleeps_.store(false, std::memory_order_relaxed);
         framesKeepComing_ = SteadyClock::now() - begin < soon + wakeTime;
     }
 }
