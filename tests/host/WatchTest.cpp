@@ -152,6 +152,9 @@ TEST(ScreenTest, FitsAndColoursWhatRises) {
                 ElementsAre(title, heading, row("4/1 ", "rising"), row("0/0 ", "none"),
                             row("STREAM FROM", "PACKETS MISSING"),
                             StartsWith("+4 more"))); // with one of the two
+    state.streams.insert(state.streams.begin(), {.port = {0, 0}, .ends = {.camera = 1}});
+    EXPECT_EQ(screenOf(state, {80, 7}).at(5), all) << "losses come first";
+    state.streams.erase(state.streams.begin());
     EXPECT_THAT(screenOf(state, {80, 0}), testing::Contains(all));
     state.news = {"board 1 is there"};
     EXPECT_THAT(screenOf(state, {16, 3}),

@@ -91,39 +91,42 @@ TEST_F(BurstSenderTest, FramesOfAJoinedOneThatCannotLeaveAreTriedAndCountedSingl
     refuses = [&](const OffloadHeader& header, WireBytes frame) {
         return header.isJoined() || std::ranges::equal(frame, frames[7]);
     };
-    {
-        BurstSender sender(exit, *this);
-        post(sender, frames);
-        goOn();
-    } // what is left is sent
+    BurstSender sender(exit, *this);
+    post(sender, frames);
+    goOn();
+    EXPECT_TRUE(sender.settle());
     EXPECT_EQ(left, frames.size() - 1);
     EXPECT_EQ(unsent, 1U);
+    std::vector<bool> waits(frames.size() + 1, true); // one more for the joined frame
+    waits[9] = false;                                 // behind the one that waited in vain
+    EXPECT_EQ(patience, waits);
     auto others = frames;
     others.erase(others.begin() + 7);
     EXPECT_EQ(sent, others);
 }
 
 TEST_F(BurstSenderTest, JoinsNoFramesThatAreTooLongForTheInterface) {
-    BurstSender sender(exit, *this);
-    post(sender, burst());
-    sender.setMtu(1487); // a frame of the stream has 1,488 behind its Ethernet header
-    goOn();
-    EXPECT_TRUE(sender.settle());
+    {
+        BurstSender sender(exit, *this);
+        post(sender, burst());
+        sender.setMtu(1487); // a frame of the stream has 1,488 behind its Ethernet header
+        goOn();
+    } // what is left is sent
     EXPECT_EQ(writes, burst().size());
 }
 
 TEST_F(BurstSenderTest, ASenderWaitsForRoom) {
-    std::atomic<bool> mayEmpty{false};
+    std::atomic<bool> mayEnd{false};
     refuses = [&](const OffloadHeader&, WireBytes) {
-        if (writes > 0) mayEmpty.wait(false);
+        if (writes == 1) mayEnd.wait(false); // the others stay for now, and so the next one belongs to them
         return false;
     };
     BurstSender sender(exit, *this);
     post(sender, std::vector(256, Bytes(60, 3)));
-    const auto oneLeaves = std::async(std::launch::async, [this] { goOn(); });
+    const auto first = std::async(std::launch::async, [this] { goOn(); });
     EXPECT_TRUE(sender.post(Bytes(60, 4)));
-    mayEmpty = true;
-    mayEmpty.notify_all();
+    mayEnd = true;
+    mayEnd.notify_all();
     EXPECT_TRUE(sender.settle());
     EXPECT_EQ(left, 257U);
     EXPECT_EQ(sent.back(), Bytes(60, 4));

@@ -15,7 +15,7 @@ namespace {
 using namespace orvo::sim;
 using Clock = std::chrono::steady_clock;
 
-constexpr std::uint64_t frames = 50;
+constexpr std::uint64_t timedFrames = 50;
 
 /// Sends frames as a host does, and returns how long they took.
 std::chrono::nanoseconds sendAll(Board& board, std::size_t frameBytes) {
@@ -23,7 +23,7 @@ std::chrono::nanoseconds sendAll(Board& board, std::size_t frameBytes) {
         EXPECT_EQ(board.writeRegister(static_cast<std::uint32_t>(at), value), 0);
     };
     const auto start = Clock::now();
-    for (std::uint64_t i = 0; i <= frames; ++i) { // the last one waits for the one before
+    for (std::uint64_t i = 0; i <= timedFrames; ++i) { // the last one waits for the one before
         for (std::uint64_t busy = 1; busy != 0;)
             board.readRegister(static_cast<std::uint32_t>(Register::GigeTxTransferActive), busy);
         write(Register::GigeBufferReset, 0);
@@ -55,10 +55,10 @@ TEST(LineRateTest, TheBusyFlagStandsForTheTimeOfTheNegotiatedSpeed) {
             const std::lock_guard lock(benchMutex);
             setPartner(board.ports()[0], partner, always);
         }
-        EXPECT_GE(sendAll(board, frameBytes), lineTime(frameBytes + 4, frames, nsPerByte));
+        EXPECT_GE(sendAll(board, frameBytes), lineTime(frameBytes + 4, timedFrames, nsPerByte));
         OrvoSimPort port{};
         board.report(0, port);
-        EXPECT_EQ(port.sentFrames, frames + 1) << "none was sent while the transmitter was busy";
+        EXPECT_EQ(port.sentFrames, timedFrames + 1) << "none was sent while the transmitter was busy";
         EXPECT_EQ(port.receivedFrames, port.sentFrames);
     }
     EXPECT_THROW(parseConfiguration("[[board]]\nline_rate = \"fast\"\n", "boards.toml"), ConfigurationError);

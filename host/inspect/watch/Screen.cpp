@@ -249,6 +249,13 @@ Ports portsByImportance(const WatchState& state) {
     return ports;
 }
 
+/// The same for streams: there may be more of them than lines.
+std::vector<WatchedStream> streamsByImportance(std::vector<WatchedStream> streams) {
+    std::ranges::stable_partition(
+        streams, [](const auto& stream) { return stream.incomplete + stream.missingPackets != 0; });
+    return streams;
+}
+
 /// Counters that some port has: error counters that are not 0, others that are not 0, the rest.
 Counters countersByImportance(const Ports& ports) {
     Counters counters;
@@ -279,7 +286,8 @@ std::vector<std::string> screenOf(const WatchState& state, const ScreenForm& for
     Lines lines = {lineOf(title(state, form.lines == 0), plain, form)};
     if (!state.news.empty()) lines.push_back(lineOf(state.news.back(), yellow, form));
     addPorts(lines, ports, form);
-    addStreams(lines, form.lines == 0 ? state.streams : liveStreams(state.streams), form);
+    addStreams(lines, streamsByImportance(form.lines == 0 ? state.streams : liveStreams(state.streams)),
+               form);
     if (const auto counters = countersByImportance(ports); !counters.empty())
         addCounters(lines, ports, counters, form);
     if (form.lines == 0 || lines.size() <= form.lines) return lines;

@@ -41,7 +41,8 @@ void StreamHistories::add(PortAddress port, const StreamsReport& report, double 
         auto known = std::ranges::find_if(
             streams_, [&](const WatchedStream& other) { return other.isOf(port, stream); });
         if (known == streams_.end())
-            known = streams_.insert(known, WatchedStream{.port = port, .ends = stream.ends});
+            known =
+                streams_.insert(known, WatchedStream{.port = port, .ends = stream.ends, .begunAt = seconds});
         known->add(stream.figures, seconds);
     }
 }

@@ -45,7 +45,7 @@ bool BurstSender::post(WireBytes frame) noexcept {
     slot.bytes = static_cast<std::uint32_t>(frame.size());
     std::ranges::copy(frame, slot.content.begin());
     tail_.store(tail + step, std::memory_order_seq_cst); // seq_cst: the thread sees it, or this sees it sleep
-    tail_.notify_one();
+    if (sleeps_.load(std::memory_order_seq_cst) && sleeps_.exchange(false)) tail_.notify_one();
     return true;
 }
 
@@ -92,7 +92,9 @@ void BurstSender::awaitWork() noexcept {
     const auto hasWork = [&] { return tail_.load(std::memory_order_acquire) != head; };
     if (!hasWork() && !(framesKeepComing_ && comesSoon(hasWork))) {
         const auto begin = SteadyClock::now();
+        sleeps_.store(true, std::memory_order_seq_cst);
         tail_.wait(head, std::memory_order_seq_cst);
+        sleeps_.store(false, std::memory_order_relaxed);
         framesKeepComing_ = SteadyClock::now() - begin < soon + wakeTime;
     }
 }
@@ -109,24 +111,24 @@ std::uint32_t BurstSender::collect(std::uint32_t head) noexcept {
 }
 
 void BurstSender::sendCollected(WireBytes first) noexcept {
-    if (join_->frames() == 0) return account(send_({}, first, isPatient()), 1, first.size());
+    if (join_->frames() == 0) return sendSingle(first);
     const auto frames = join_->frames();
     const auto joined = join_->take();
-    const auto bytes = joined.bytes.size() + (frames - 1) * joined.header.headerBytes;
-    if (send_(joined.header, joined.bytes, isPatient()))
-        account(true, frames, bytes);
-    else
-        sendSingly(joined);
+    if (frames > 1 && send_(joined.header, joined.bytes, isPatient())) {
+        const auto bytes = joined.bytes.size() + (frames - 1) * joined.header.headerBytes;
+        return account(true, frames, bytes);
+    }
+    // Either there is but one, or the interface had no room, is away, or takes no joined frames.
+    offload::FrameCut cut(joined.header, joined.bytes);
+    for (auto frame = cut.next(); !frame.empty(); frame = cut.next()) sendSingle(frame);
 }
 
-/// The interface had no room, is away, or takes no joined frames.
-void BurstSender::sendSingly(const offload::UnfinishedFrame& joined) noexcept {
-    offload::FrameCut cut(joined.header, joined.bytes);
-    for (auto frame = cut.next(); !frame.empty(); frame = cut.next())
-        account(send_({}, frame, false), 1, frame.size());
+void BurstSender::sendSingle(WireBytes frame) noexcept {
+    account(send_({}, frame, isPatient()), 1, frame.size());
 }
 
 void BurstSender::account(bool haveLeft, std::size_t frames, std::size_t bytes) noexcept {
+    hasRoom_ = haveLeft;
     if (haveLeft)
         listener_.framesLeft(frames, bytes + frames * fcsBytes);
     else

@@ -60,11 +60,14 @@ private:
     void awaitWork() noexcept;
     std::uint32_t collect(std::uint32_t head) noexcept;
     void sendCollected(WireBytes first) noexcept;
-    void sendSingly(const offload::UnfinishedFrame& joined) noexcept;
+    void sendSingle(WireBytes frame) noexcept;
     void account(bool haveLeft, std::size_t frames, std::size_t bytes) noexcept;
     /// Behind the newest frame.
     std::uint32_t newest() const noexcept { return tail_.load(std::memory_order_acquire) & ~ending; }
-    bool isPatient() const noexcept { return (tail_.load(std::memory_order_relaxed) & ending) == 0; }
+    /// Frames behind one that waited in vain do not wait too: those in the FIFO could take seconds.
+    bool isPatient() const noexcept {
+        return hasRoom_ && (tail_.load(std::memory_order_relaxed) & ending) == 0;
+    }
 
     const Send send_;
     LinkListener& listener_;
@@ -73,7 +76,11 @@ private:
     std::chrono::steady_clock::time_point lastPosted_{}; // the sender's
     alignas(64) std::atomic<std::uint32_t> tail_{0};     // of the newest frame, the sender's; with `ending`
     alignas(64) std::atomic<std::uint32_t> head_{0};     // all before have left; the thread's
-    bool framesKeepComing_ = false;                      // this and the next are the thread's
+    // The thread sleeps, and nobody has woken it: notifying is a system call, also for a thread that still
+    // waits for a processor.
+    std::atomic<bool> sleeps_{false};
+    bool framesKeepComing_ = false; // this and the next two are the thread's
+    bool hasRoom_ = true;           // the interface took the last frame
     std::unique_ptr<offload::FrameJoin> join_;
     std::thread thread_;
 };

@@ -50,7 +50,7 @@ public:
     /// Null where the place has no seat left. Throws std::system_error without memory.
     static std::unique_ptr<WireTap> at(TapPlace& place);
     /// Returns once no thread writes a record any more. Later frames see that nobody listens; each of those
-    /// that are passing ends by itself, at the latest where an interface has had no room for 40 ms.
+    /// that are passing ends by itself, at the latest where an interface has had no room for a second.
     ~WireTap();
     WireTap(const WireTap&) = delete;
     WireTap& operator=(const WireTap&) = delete;
