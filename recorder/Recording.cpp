@@ -164,11 +164,15 @@ bool expectsPlugin() noexcept {
     return expects.load(std::memory_order_relaxed);
 }
 
+/// The loader is asked before the lock is taken: it has one of its own, which a thread holds that comes here
+/// from the initialiser of a library, while another may be here on behalf of the plug-in.
 void noteOpened(const char* path) noexcept {
-    auto& own = state();
-    const std::lock_guard guard(own.lock);
     try {
-        if (auto plugin = LoadedPlugin::find(path)) record(own, *plugin);
+        auto plugin = LoadedPlugin::find(path);
+        if (!plugin) return;
+        auto& own = state();
+        const std::lock_guard guard(own.lock);
+        record(own, *plugin);
     } catch (const std::exception& error) {
         tell(std::string(error.what()) + "; nothing is recorded");
     }
