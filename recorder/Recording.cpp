@@ -67,10 +67,12 @@ void afterForkInChild() {
     expects = false;
 }
 
-/// The libraries' entries, null where one has none or cannot be opened.
+/// The libraries' entries, null where one has none or cannot be opened. A host may have put others in their
+/// place.
 host::EntryTable boundEntries(LoadedPlugin& plugin) {
-    plugin.bind();
-    auto table = plugin.variables().read();
+    auto& variables = plugin.variables();
+    if (!variables.areBound() || variables.read() == host::recordingEntries) plugin.bind();
+    auto table = variables.read();
     for (std::size_t i = 0; i < host::entryCount; ++i)
         if (table[i] == host::recordingEntries[i]) table[i] = nullptr;
     return table;
