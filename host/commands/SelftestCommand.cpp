@@ -181,12 +181,20 @@ public:
         if (board_) std::erase_if(cases, [](const SelftestCase& test) { return !test.fitsBoards; });
         const auto results = runAll(cases);
         json_ ? printReport(json(results)) : printReport(text(results));
-        return std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); })
-                   ? Done
-                   : DifferencesFound;
+        if (std::ranges::all_of(results, [](const auto& row) { return row.fault.empty(); })) return Done;
+        noteSettings();
+        return DifferencesFound;
     }
 
 private:
+    /// No variable puts others in the place of the installation's settings, which the recordings do not have.
+    void noteSettings() const {
+        const auto path = (fs::path(installed_) / "rt.conf").string();
+        std::error_code unknown;
+        if (!board_ && fs::exists(path, unknown))
+            notice(quoted(path) + " changes what the plug-in calls; try again without this file");
+    }
+
     /// On a board one by one, since a port has one user.
     std::vector<CaseResult> runAll(const std::vector<SelftestCase>& cases) const {
         const auto atOnce = board_ ? 1 : runsAtOnce;
