@@ -38,7 +38,7 @@ const char* text(bool value) {
 
 int showSleep(std::uint64_t microseconds) {
     shown.addSleep(microseconds);
-    return 0;
+    return shown.isAlone() ? 1 : 0;
 }
 
 int showMessage(void*, const char*, std::uint32_t level, const char* message) {
