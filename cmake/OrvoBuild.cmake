@@ -61,11 +61,10 @@ if(ORVO_FUZZERS)
 endif()
 
 # A shared library in lib64, found by its neighbours through $ORIGIN. It exports names of this project only, not what
-# it instantiates of other people's templates. With EXPORT_NAME, other projects find it as orvo::EXPORT_NAME; with
-# COMPONENT, it is installed as part of that.
+# it instantiates of other people's templates. With EXPORT_NAME, other projects find it as orvo::EXPORT_NAME.
 set(ORVO_EXPORT_MAP "${CMAKE_CURRENT_LIST_DIR}/exports.map")
 function(orvo_shared_library target outputName)
-    cmake_parse_arguments(PARSE_ARGV 2 library "" "EXPORT_NAME;COMPONENT" "")
+    cmake_parse_arguments(PARSE_ARGV 2 library "" "EXPORT_NAME" "")
     set_target_properties(${target} PROPERTIES
         OUTPUT_NAME ${outputName}
         INSTALL_RPATH "$ORIGIN"
@@ -76,10 +75,7 @@ function(orvo_shared_library target outputName)
         set_target_properties(${target} PROPERTIES EXPORT_NAME ${library_EXPORT_NAME})
         set(export EXPORT orvo)
     endif()
-    if(library_COMPONENT)
-        set(component COMPONENT ${library_COMPONENT})
-    endif()
-    install(TARGETS ${target} ${export} LIBRARY DESTINATION ${ORVO_LIB_DIR} ${component} INCLUDES DESTINATION include)
+    install(TARGETS ${target} ${export} LIBRARY DESTINATION ${ORVO_LIB_DIR} INCLUDES DESTINATION include)
 endfunction()
 
 # A program in bin.

@@ -47,7 +47,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}
 The host program orvo-gige, the plug-in by which it drives a port, a log
 dispatcher, and a simulated board, so that all of it can be used without
-having the board. The whole installation is below ${ORVO_PACKAGE_ROOT}.")
+having the board. A library records the board calls of any host. The whole
+installation is below ${ORVO_PACKAGE_ROOT}.")
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME orvo-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
@@ -56,11 +57,9 @@ list(FILTER orvo_qt_packages INCLUDE REGEX "^${orvo_qt_major}:")
 string(REGEX REPLACE "^.:" "" orvo_qt_package "${orvo_qt_packages}")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
     "orvo-gige (= ${PROJECT_VERSION}), libboost-dev (>= 1.74), ${orvo_qt_package}")
-set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS ON) # of the recorder's library
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "cmake, pkg-config")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "framework for network ports as plug-ins (development files)
 Headers, files for CMake and pkg-config, and examples, to write hosts that
-load network ports as plug-ins, and plug-ins of one's own. A library records
-the board calls of any host.")
+load network ports as plug-ins, and plug-ins of one's own.")
 
 include(CPack)

@@ -34,9 +34,10 @@ template <class Work> int guarded(char* error, std::size_t errorBytes, const Wor
     }
 }
 
-/// A relative path starts at the folder in which the process begins, even if it changes that later.
+/// A relative path starts at the folder in which the process begins, even if it changes that later. A program
+/// with more rights than its user, which links the library, must not write where the user wants.
 [[gnu::constructor]] void beginProcess() noexcept try {
-    const char* const file = std::getenv("ORVO_RECORD");
+    const char* const file = secure_getenv("ORVO_RECORD");
     if (!file || !*file) return;
     awaitPlugin(std::filesystem::absolute(file).string());
     noteOpened(nullptr); // a plug-in that the host is linked with

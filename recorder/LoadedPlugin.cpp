@@ -51,7 +51,8 @@ std::optional<LoadedPlugin> LoadedPlugin::find(const char* path) {
 
 std::string LoadedPlugin::root() const {
     std::error_code unknown;
-    return std::filesystem::absolute(path_, unknown).parent_path().parent_path().parent_path().string();
+    const auto file = std::filesystem::absolute(path_, unknown).lexically_normal();
+    return file.parent_path().parent_path().parent_path().string();
 }
 
 bool LoadedPlugin::bind() const {

@@ -67,10 +67,12 @@ void afterForkInChild() {
     expects = false;
 }
 
-/// The libraries' entries, null where one has none or cannot be opened.
+/// The libraries' entries, null where one has none or cannot be opened. A host may have put others in their
+/// place.
 host::EntryTable boundEntries(LoadedPlugin& plugin) {
-    plugin.bind();
-    auto table = plugin.variables().read();
+    auto& variables = plugin.variables();
+    if (!variables.areBound() || variables.read() == host::recordingEntries) plugin.bind();
+    auto table = variables.read();
     for (std::size_t i = 0; i < host::entryCount; ++i)
         if (table[i] == host::recordingEntries[i]) table[i] = nullptr;
     return table;
@@ -164,11 +166,15 @@ bool expectsPlugin() noexcept {
     return expects.load(std::memory_order_relaxed);
 }
 
+/// The loader is asked before the lock is taken: it has one of its own, which a thread holds that comes here
+/// from the initialiser of a library, while another may be here on behalf of the plug-in.
 void noteOpened(const char* path) noexcept {
-    auto& own = state();
-    const std::lock_guard guard(own.lock);
     try {
-        if (auto plugin = LoadedPlugin::find(path)) record(own, *plugin);
+        auto plugin = LoadedPlugin::find(path);
+        if (!plugin) return;
+        auto& own = state();
+        const std::lock_guard guard(own.lock);
+        record(own, *plugin);
     } catch (const std::exception& error) {
         tell(std::string(error.what()) + "; nothing is recorded");
     }

@@ -57,8 +57,7 @@ std::chrono::steady_clock::time_point std::chrono::steady_clock::now() noexcept 
 
 extern "C" ORVO_EXPORT int usleep(useconds_t length) {
     if (const auto advance = orvo::host::advanceClock.load(); advance && orvo::host::isDriver()) {
-        advance(length);
-        sched_yield(); // to the thread that the sleep waited for
+        if (advance(length) == 0) sched_yield();
         return 0;
     }
     const timespec pause{length / 1'000'000, static_cast<long>(length % 1'000'000) * 1000};

@@ -7,9 +7,10 @@
 
 namespace orvo::host {
 
-/// From now on usleep calls `advance` with its length instead of sleeping; null restores real sleeps. With
-/// `ofThisThread`, other threads keep really sleeping, so that the calling thread alone decides what time it
-/// is.
+/// From now on usleep calls `advance` with its length instead of sleeping; null restores real sleeps. Where
+/// that returns 0, the thread that the sleep may have waited for gets its turn, which takes long on a busy
+/// machine. With `ofThisThread`, other threads keep really sleeping, so that the calling thread alone decides
+/// what time it is.
 void letSleepsAdvance(int (*advance)(std::uint64_t microseconds), bool ofThisThread = false);
 
 /// From now on the library that holds `address` reads this clock instead of the steady clock, where it calls

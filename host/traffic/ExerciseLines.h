@@ -20,6 +20,8 @@ public:
 
     /// From now on, short sleeps may wait for the plug-in's thread; they vary, and are left out.
     void noteThread() noexcept { isAlone_ = false; }
+    /// Whether the plug-in has no thread.
+    bool isAlone() const noexcept { return isAlone_; }
 
 private:
     void putSleeps();

@@ -18,7 +18,6 @@
 #include <fmt/format.h>
 
 #include <map>
-#include <thread>
 
 namespace orvo::host {
 namespace {
@@ -39,7 +38,7 @@ const char* text(bool value) {
 
 int showSleep(std::uint64_t microseconds) {
     shown.addSleep(microseconds);
-    return 0;
+    return shown.isAlone() ? 1 : 0;
 }
 
 int showMessage(void*, const char*, std::uint32_t level, const char* message) {
@@ -148,6 +147,7 @@ private:
 
     void receive(const Numbers& numbers) {
         for (auto left = numbers.empty() ? 1 : numbers[0]; left > 0; --left) {
+            throwIfEndRequested();
             bool isFrame = left % 2 == 0; // must be set either way
             const auto frame = interface_->receive(&isFrame);
             returns(fmt::format("{}, {}", text(isFrame), frame ? textOf(*frame) : "no frame"));
@@ -187,7 +187,7 @@ private:
     void report(const Numbers&) { interface_->triggerDebugOutput(); }
 
     void pause(const Numbers& numbers) {
-        if (!access_.playback) std::this_thread::sleep_for(std::chrono::milliseconds(numbers[0]));
+        if (!access_.playback) awaitEndRequest(std::chrono::milliseconds(numbers[0]));
     }
 
     void onBoard(const ExerciseStep& step) const {

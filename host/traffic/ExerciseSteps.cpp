@@ -57,27 +57,27 @@ int overrideRegister(const DynamicLibrary& hal, unsigned board, const ExerciseSt
 #undef CALL
 
 constexpr ExerciseStepRow rows[] = {
-    {"use", 2, 2, "BOARD,PORT", false, nullptr},
-    {"setup", 0, 0, "", false, nullptr},
-    {"start", 0, 0, "", false, nullptr},
-    {"stop", 0, 0, "", false, nullptr},
-    {"wait", 0, 0, "", false, nullptr},
-    {"end", 0, 0, "", false, nullptr},
-    {"send", 1, 2, "BYTES[,FCS_ERROR_MASK]", false, nullptr},
-    {"receive", 0, 1, "[TIMES]", false, nullptr},
-    {"checksum", 1, 1, "0|1", false, nullptr},
-    {"crc-watch", 0, 0, "", false, nullptr},
-    {"events", 0, 1, "[0|1]", false, nullptr},
-    {"reinitialize", 1, 1, "PHASE", false, nullptr},
-    {"reset", 0, 0, "", false, nullptr},
-    {"report", 0, 0, "", false, nullptr},
-    {"pause", 1, 1, "MILLISECONDS", false, nullptr},
-    {"sim-fail-open", 1, 1, "TIMES", false, failOpen},
-    {"sim-fail-configure", 2, 2, "RESULT,TIMES", false, failConfigure},
-    {"sim-push", 2, 4096, "QUEUE,WORD...", false, push},
-    {"sim-fail-reads", 3, 3, "QUEUE,RESULT,TIMES", false, failReads},
-    {"sim-misreport", 3, 3, "QUEUE,BYTES,TIMES", false, misreport},
-    {"sim-register", 3, 3, "NAME,RESULT,VALUE,TIMES", true, overrideRegister},
+    {"use", 2, 2, "BOARD,PORT", 99'999, false, nullptr},
+    {"setup", 0, 0, "", 0, false, nullptr},
+    {"start", 0, 0, "", 0, false, nullptr},
+    {"stop", 0, 0, "", 0, false, nullptr},
+    {"wait", 0, 0, "", 0, false, nullptr},
+    {"end", 0, 0, "", 0, false, nullptr},
+    {"send", 1, 2, "BYTES[,FCS_ERROR_MASK]", 65'535, false, nullptr},
+    {"receive", 0, 1, "[TIMES]", 1'000'000, false, nullptr},
+    {"checksum", 1, 1, "0|1", 1, false, nullptr},
+    {"crc-watch", 0, 0, "", 0, false, nullptr},
+    {"events", 0, 1, "[0|1]", 1, false, nullptr},
+    {"reinitialize", 1, 1, "PHASE", 99'999, false, nullptr},
+    {"reset", 0, 0, "", 0, false, nullptr},
+    {"report", 0, 0, "", 0, false, nullptr},
+    {"pause", 1, 1, "MILLISECONDS", 3'600'000, false, nullptr},
+    {"sim-fail-open", 1, 1, "TIMES", mostOfNumber, false, failOpen},
+    {"sim-fail-configure", 2, 2, "RESULT,TIMES", mostOfNumber, false, failConfigure},
+    {"sim-push", 2, 4096, "QUEUE,WORD...", mostOfNumber, false, push},
+    {"sim-fail-reads", 3, 3, "QUEUE,RESULT,TIMES", mostOfNumber, false, failReads},
+    {"sim-misreport", 3, 3, "QUEUE,BYTES,TIMES", mostOfNumber, false, misreport},
+    {"sim-register", 3, 3, "NAME,RESULT,VALUE,TIMES", mostOfNumber, true, overrideRegister},
 };
 
 std::vector<std::string> partsOf(const std::string& text) {
@@ -106,6 +106,19 @@ bool readArguments(ExerciseStep& step, std::vector<std::string> parts) {
     });
 }
 
+/// The plug-in takes no negative numbers, a simulated board's faults do.
+bool hasPossibleNumbers(const ExerciseStep& step) {
+    if (step.row->onBoard || step.numbers.empty()) return true;
+    return step.numbers.front() <= step.row->mostOfFirst &&
+           std::ranges::all_of(step.numbers, [](std::int64_t number) { return number >= 0; });
+}
+
+std::string stepNames() {
+    std::string names;
+    for (const auto& row : rows) names += std::string(names.empty() ? "" : " ") + row.name;
+    return names;
+}
+
 } // namespace
 
 ExerciseStep exerciseStep(const std::string& text) {
@@ -114,14 +127,18 @@ ExerciseStep exerciseStep(const std::string& text) {
     const auto* const row =
         std::ranges::find_if(rows, [&](const ExerciseStepRow& known) { return known.name == name; });
     if (row == std::end(rows))
-        throw UsageFailure("there is no step " + quoted(name) + "; orvo-gige-exercise(1) lists them");
+        throw UsageFailure("there is no step " + quoted(name) + "; the steps are " + stepNames());
     ExerciseStep step{row, text, "", {}};
-    if (readArguments(step, equals == std::string::npos ? std::vector<std::string>()
-                                                        : partsOf(text.substr(equals + 1))))
-        return step;
+    const auto parts =
+        equals == std::string::npos ? std::vector<std::string>() : partsOf(text.substr(equals + 1));
     const std::string form = row->form;
-    throw UsageFailure("the step " + quoted(text) + " is not of the form " + name +
-                       (form.empty() ? "" : "=" + form));
+    if (!readArguments(step, parts))
+        throw UsageFailure("the step " + quoted(text) + " is not of the form " + name +
+                           (form.empty() ? "" : "=" + form));
+    if (!hasPossibleNumbers(step))
+        throw UsageFailure("the step " + quoted(text) + " has an impossible number; the first is 0 to " +
+                           std::to_string(row->mostOfFirst) + ", and none is negative");
+    return step;
 }
 
 } // namespace orvo::host

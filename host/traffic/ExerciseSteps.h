@@ -14,9 +14,10 @@ struct ExerciseStep;
 
 struct ExerciseStepRow {
     const char* name;
-    std::size_t least, most; ///< numbers
-    const char* form;        ///< of its arguments, for messages; empty: none
-    bool namesRegister;      ///< before the numbers
+    std::size_t least, most;  ///< numbers
+    const char* form;         ///< of its arguments, for messages; empty: none
+    std::int64_t mostOfFirst; ///< the largest first number
+    bool namesRegister;       ///< before the numbers
     /// 0 when the simulated board took it; null for operations of the plug-in.
     int (*onBoard)(const DynamicLibrary& hal, unsigned board, const ExerciseStep& step);
 };

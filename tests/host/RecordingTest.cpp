@@ -99,7 +99,9 @@ TEST_F(RecordingTest, NamesTheFirstCallThatDiffers) {
     }
     const auto usage = std::vector<std::string>{"exercise", "setup", "send"};
     expectRefusal(usage, 2, "the step 'send' is not of the form send=BYTES[,FCS_ERROR_MASK]");
-    expectRefusal({"exercise", "sleep"}, 2, "there is no step 'sleep'");
+    expectRefusal({"exercise", "sleep"}, 2, "there is no step 'sleep'; the steps are use setup ");
+    for (const auto* const step : {"send=-1", "send=60,-1", "send=65536", "pause=3600001", "use=0,-1"})
+        expectRefusal({"exercise", step}, 2, "has an impossible number; the first is 0 to ");
 }
 
 TEST_F(RecordingTest, ComparesRecordings) {

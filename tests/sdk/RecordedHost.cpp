@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 // A host whose board calls are recorded: by the preloaded recorder, or, where a FILE is named, through its
-// interface. It forks, opens its device twice, and ends while a thread still waits for frames.
+// interface. Two of its threads open libraries, it forks, opens its device twice, and ends while a thread
+// still waits for frames.
 //
 //     recorded-host PLUGIN [FILE]
 #include <orvo/core/PluginLibrary.h>
 #include <orvo/core/zume/PhysicalNetworkInterface.h>
 #include <orvo/tools/recording/Recorder.h>
 
+#include <dlfcn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -46,6 +48,20 @@ void receiveOnce(PluginLibrary& library) {
     port->waitForTermination();
 }
 
+/// In the folder in which it runs there is such a library.
+void openInTwoThreads() {
+    const auto open = [] {
+        for (int i = 0; i < 1000; ++i) {
+            void* const library = dlopen("./opening.so", RTLD_NOW);
+            demand(library != nullptr, "opening.so cannot be opened");
+            dlclose(library);
+        }
+    };
+    std::thread other(open);
+    open();
+    other.join();
+}
+
 void forkAChild() {
     const pid_t child = fork();
     if (child == 0) std::exit(0); // with all that a process does at its end
@@ -64,6 +80,7 @@ int main(int argc, char** argv) try {
     demand(!file || orvoRecorderStart(file, nullptr, error, sizeof error) == 0, "not recorded");
     demand(!file || orvoRecorderStart(file, plugin, error, 0) == -1, "recorded twice");
     receiveOnce(library);
+    openInTwoThreads();
     forkAChild();
     const auto port = openPort(library);
     std::atomic<int> reads{0};

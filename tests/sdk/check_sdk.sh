@@ -93,6 +93,7 @@ diff <(frames "$sources/tests/data/gige-vision.pcapng") <(frames again.pcapng)
 # One that disturbs it. Both ways; and where nothing can be recorded, which a line says and the host does not notice.
 "$compiler" -std=c++17 "$sources/tests/sdk/RecordedHost.cpp" -o recorded-host "${compile_flags[@]}" "${link_flags[@]}" \
     -lorvo-recorder "$rpath"
+"$compiler" -shared -fPIC "$sources/tests/sdk/OpeningLibrary.cpp" -o opening.so
 timeout 60 ./recorded-host "$plugin" called.rec
 LD_PRELOAD=$recorder ORVO_RECORD=preloaded.rec timeout 60 ./recorded-host "$plugin"
 for recording in called preloaded; do

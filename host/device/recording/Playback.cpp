@@ -246,14 +246,17 @@ std::uint64_t Playback::answer(const LiveCall& live) {
     return repeat(*found.call, live);
 }
 
-/// Waits for threads that have still to make calls of before `moment`; once for one that does not.
+/// Waits for threads that have still to make calls of before `moment`; once for one that does not, and not
+/// for a run that the user ends.
 void Playback::awaitOthers(const PlayedThread* thread, std::int64_t moment, Lateness lateness,
                            std::unique_lock<std::mutex>& guard) {
     const auto isLate = [&](const PlayedThread& other) {
         return &other != thread && (other.*lateness)(moment);
     };
-    if (progress_.wait_for(guard, longestSilence, [&] { return std::ranges::none_of(threads_, isLate); }))
-        return;
+    const auto limit = Clock::now() + longestSilence;
+    while (endRequested() == 0 && Clock::now() < limit)
+        if (progress_.wait_for(guard, longestSleep, [&] { return std::ranges::none_of(threads_, isLate); }))
+            return;
     for (auto& other : threads_)
         if (isLate(other)) other.giveUp();
 }

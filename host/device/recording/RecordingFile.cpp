@@ -136,7 +136,7 @@ const std::string& replaceable(const std::string& path) {
     std::array<char, 8> magic = FileHead().magic;
     std::ifstream(path, std::ios::binary).read(magic.data(), magic.size());
     if (magic == FileHead().magic) return path; // a recording, or nothing to read
-    throw Failure(quoted(path) + " exists and is no recording; name another file with --record");
+    throw Failure(quoted(path) + " exists and is no recording; name another file");
 }
 
 } // namespace
