@@ -48,17 +48,17 @@ void receiveOnce(PluginLibrary& library) {
     port->waitForTermination();
 }
 
-/// In the folder in which it runs there is such a library.
+/// Libraries in the folder in which it runs.
 void openInTwoThreads() {
-    const auto open = [] {
-        for (int i = 0; i < 1000; ++i) {
-            void* const library = dlopen("./opening.so", RTLD_NOW);
-            demand(library != nullptr, "opening.so cannot be opened");
+    const auto open = [](const char* path) {
+        for (int i = 0; i < 3000; ++i) {
+            void* const library = dlopen(path, RTLD_NOW);
+            demand(library != nullptr, path);
             dlclose(library);
         }
     };
-    std::thread other(open);
-    open();
+    std::thread other(open, "./opening.so");
+    open("./skeleton.so");
     other.join();
 }
 

@@ -102,3 +102,8 @@ for recording in called preloaded; do
 done
 LD_PRELOAD=$recorder ORVO_RECORD=missing/x.rec timeout 60 ./recorded-host "$plugin" 2>errors
 [ "$(grep -c '^orvo-recorder: cannot write the recording' errors)" -eq 1 ]
+for size in 1 6; do # of the file, in KiB: the first block does not fit, or a later one
+    (ulimit -f $size && LD_PRELOAD=$recorder ORVO_RECORD=limited.rec timeout 60 ./recorded-host "$plugin" 2>errors)
+    grep -q '^orvo-recorder: .*File too large' errors
+    rm -f limited.rec
+done

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -129,6 +130,36 @@ bool takesMore(int descriptor) {
     return ready > 0;
 }
 
+/// While it lives, a write that fails raises no signal: where another maker's host is recorded, that would
+/// end the host.
+class WriteSignalsHeld {
+public:
+    WriteSignalsHeld() noexcept {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int number : {SIGPIPE, SIGXFSZ}) sigaddset(&held, number);
+        pthread_sigmask(SIG_BLOCK, &held, &before_);
+    }
+    WriteSignalsHeld(const WriteSignalsHeld&) = delete;
+    WriteSignalsHeld& operator=(const WriteSignalsHeld&) = delete;
+    ~WriteSignalsHeld() {
+        for (const int number : {SIGPIPE, SIGXFSZ})
+            if (sigismember(&before_, number) == 0) discard(number);
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+
+private:
+    static void discard(int number) noexcept {
+        constexpr timespec now{};
+        sigset_t raised;
+        sigemptyset(&raised);
+        sigaddset(&raised, number);
+        sigtimedwait(&raised, nullptr, &now);
+    }
+
+    sigset_t before_;
+};
+
 /// A slip such as naming the input must not destroy it.
 const std::string& replaceable(const std::string& path) {
     std::error_code unknown; // then opening the file gives the reason
@@ -166,6 +197,7 @@ void RecordingWriter::add(std::span<const std::uint8_t> content) {
 }
 
 void RecordingWriter::put(std::span<const std::uint8_t> bytes) {
+    const WriteSignalsHeld held;
     for (std::size_t done = 0; done < bytes.size();) {
         const auto written = write(file_.get(), bytes.data() + done, bytes.size() - done);
         if (written > 0) done += static_cast<std::size_t>(written);
