@@ -60,7 +60,7 @@ TEST_F(SharedSessionTest, ProgramsSeeWhatTheOthersDoAndNoPingIsLost) {
     awaitLink("gige0", bridge);
     awaitAnswer();
     auto wire = start({"capture", "--at", "wire", "--write", folder.file("wire.pcapng"), "--json"});
-    awaitText(wire, "at the wire");
+    wire.says("at the wire");
     auto watch = start({"watch", "--json", "--interval", "0.1", "--link-interval", "0"});
     auto diagnosis = start({"diagnose", "--port", "3", "--json"});
     auto capture = start({"capture", "--port", "2", "--no-reset", "--write", folder.file("seen.pcapng")});

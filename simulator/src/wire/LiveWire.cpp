@@ -54,7 +54,6 @@ LiveWire::LiveWire(const std::string& interface, std::unique_ptr<FrameDevice> de
 }
 
 LiveWire::~LiveWire() {
-    bursts_ = nullptr; // while the interface is still watched
     if (!thread_.joinable()) return;
     eventfd_write(end_.get(), 1); // cannot fail: the count is far from its limit
     thread_.join();
