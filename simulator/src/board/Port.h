@@ -95,9 +95,11 @@ public:
     /// Whether there is a wire, and its far end is up.
     bool hasCarrier() const noexcept { return wire_ && wire_->hasCarrier(); }
     bool flushWire() noexcept { return !wire_ || wire_->flush(); }
-    /// Waits until frames that left the transmitter have left the wire too, or are counted: some milliseconds
-    /// while an interface takes none.
-    void settleWire() const noexcept;
+    /// Waits, but not longer than this, until frames that left the transmitter have left the wire too, or are
+    /// counted.
+    void settleWire(std::chrono::milliseconds limit) const noexcept {
+        if (wire_) wire_->settle(limit);
+    }
     /// Opens or closes the gate as the PHY says.
     void updateGate() noexcept {
         gate_.setPassesFrom(phy_.passesFramesFrom());

@@ -56,7 +56,9 @@ private:
 
     const Descriptor end_; // event that ends the thread
     std::thread thread_;
-    std::unique_ptr<BurstSender> bursts_; // null where frames go singly
+    // Null where frames go singly. Sends what is left once the wire's thread, which tells it the MTU, has
+    // ended.
+    std::unique_ptr<BurstSender> bursts_;
 };
 
 } // namespace orvo::sim
