@@ -143,7 +143,7 @@ TEST_F(HabitsTest, BadFilesAreRefusedBeforeTheReset) {
         {{"capture", "-w", copy, "--wire", "0=pcap:" + copy}, "the wire of port 0/0 plays '" + copy},
         {{"diagnose", "--html", lost}, "'" + lost + "': No such file"},
         {{"diagnose", "--html", directory}, "it is not a regular file"},
-        {{"diagnose", "--bundle", lost}, "'" + lost + "': No such file"},
+        {{"diagnose", "--bundle", lost + ".zip"}, "'" + lost + ".zip': No such file"},
         {{"diagnose", "--html", copy, "--bundle", copy}, "are both to be '" + copy},
         {{"diagnose", "--diff", none}, "cannot read '" + none + "': No such file"},
         {{"diagnose", "--diff", directory}, "cannot read '" + directory},
