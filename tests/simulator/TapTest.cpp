@@ -181,6 +181,8 @@ TEST_F(TapTest, AProgramListensOnceAtAPort) {
 
 // A server's transmitter waits for the line on the program's behalf, so this concerns own boards.
 TEST_F(TapTest, ShowsFramesThatWereHandedOverTooEarly) {
+    orvoSimSetPartner(0, 0, OrvoSimPartner100); // a frame takes 0.1 ms: longer than a slow write
+    passMs(4000);
     orvoSimUseVirtualTime(0);
     orvoSimSetLineRate(0, 1);
     const Tap tap(0, 0);
