@@ -165,11 +165,10 @@ private:
     }
 };
 
-/// How many bytes a read of a queue has written.
-std::uint32_t writtenBytes(int result, std::uint64_t lengthBytes) noexcept {
-    if (result < 0) return nullPiece;
+/// How many bytes a read of a queue that did not fail has written.
+std::uint64_t writtenBytes(int result, std::uint64_t lengthBytes) noexcept {
     const auto told = static_cast<std::uint64_t>(result);
-    return static_cast<std::uint32_t>(result == 0 || told > lengthBytes ? lengthBytes : told);
+    return result == 0 || told > lengthBytes ? lengthBytes : told;
 }
 
 template <Entry entry, class Length> struct QueueRead {
@@ -186,7 +185,8 @@ template <Entry entry, class Length> struct QueueRead {
         if (result < 0)
             calls->hold(call, arguments, nullptr);
         else
-            calls->note(call, arguments, std::array{RawPiece{buffer, writtenBytes(result, lengthBytes)}});
+            calls->noteWords(call, arguments,
+                             {static_cast<const std::byte*>(buffer), writtenBytes(result, lengthBytes)});
         return result;
     }
 };

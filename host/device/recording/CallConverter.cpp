@@ -40,9 +40,7 @@ void setPiece(Json& field, ValueKind kind, RawPiece piece) {
     const std::span bytes(static_cast<const std::uint8_t*>(piece.bytes), piece.length);
     if (kind == ValueKind::Text) {
         field = std::string(bytes.begin(), bytes.end());
-    } else if (kind == ValueKind::WordsOut) {
-        packWords(bytes, bytesIn(field));
-    } else if (kind == ValueKind::WordsIn) {
+    } else if (kind == ValueKind::WordsOut || kind == ValueKind::WordsIn) {
         bytesIn(field).assign(bytes.begin(), bytes.end());
     } else {
         std::int64_t number = 0;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "device/recording/CallRing.h"
+#include "device/recording/PackedWords.h"
 #include "device/recording/Ticks.h"
 
 #include <algorithm>
@@ -54,6 +55,17 @@ public:
     void note(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
         release(call.begin);
         put(call, arguments, pieces);
+    }
+
+    /// A read of a queue, which delivered these words.
+    void noteWords(RawCall call, const Arguments& arguments, std::span<const std::byte> words) noexcept {
+        release(call.begin);
+        std::byte* const room = ring.reserve(recordBytes(call, sizeof(std::uint32_t) + words.size()));
+        if (!room) return;
+        std::byte* const piece = room + sizeof call + 8U * call.argumentCount;
+        const auto kept = static_cast<std::uint32_t>(packWords(words, piece + sizeof(std::uint32_t)));
+        append(piece, &kept, sizeof kept);
+        publish(room, call, arguments, sizeof kept + kept);
     }
 
     /// A call that is held back while the next ones are identical. `out` is a value that it wrote; null:
@@ -113,20 +125,29 @@ private:
             std::array{RawPiece{units_.data(), static_cast<std::uint32_t>(2 * held_.times)}});
     }
 
-    void put(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
-        std::size_t bytes = sizeof call + 8U * call.argumentCount;
-        for (const auto& piece : pieces) bytes += 4 + (piece.length == nullPiece ? 0 : piece.length);
-        bytes = (bytes + 7) / 8 * 8;
-        std::byte* room = ring.reserve(bytes);
+    void put(const RawCall& call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
+        std::size_t pieceBytes = 0;
+        for (const auto& piece : pieces)
+            pieceBytes += sizeof piece.length + (piece.length == nullPiece ? 0 : piece.length);
+        std::byte* const room = ring.reserve(recordBytes(call, pieceBytes));
         if (!room) return;
-        call.bytes = static_cast<std::uint32_t>(bytes);
-        room = append(room, &call, sizeof call);
-        room = append(room, arguments.data(), 8U * call.argumentCount);
+        std::byte* next = room + sizeof call + 8U * call.argumentCount;
         for (const auto& piece : pieces) {
-            room = append(room, &piece.length, sizeof piece.length);
-            if (piece.length != nullPiece) room = append(room, piece.bytes, piece.length);
+            next = append(next, &piece.length, sizeof piece.length);
+            if (piece.length != nullPiece) next = append(next, piece.bytes, piece.length);
         }
-        ring.publish(bytes);
+        publish(room, call, arguments, pieceBytes);
+    }
+
+    static std::size_t recordBytes(const RawCall& call, std::size_t pieceBytes) noexcept {
+        return (sizeof call + 8U * call.argumentCount + pieceBytes + 7) / 8 * 8;
+    }
+
+    /// Completes a record whose pieces are in place.
+    void publish(std::byte* room, RawCall call, const Arguments& arguments, std::size_t pieceBytes) noexcept {
+        call.bytes = static_cast<std::uint32_t>(recordBytes(call, pieceBytes));
+        append(append(room, &call, sizeof call), arguments.data(), 8U * call.argumentCount);
+        ring.publish(call.bytes);
     }
 
     static std::byte* append(std::byte* room, const void* bytes, std::size_t count) noexcept {
