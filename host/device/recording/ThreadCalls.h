@@ -11,6 +11,25 @@
 
 namespace orvo::host {
 
+/// Successful writes in a row to one register, of 16 bits. The words of frames come here, so this
+/// has all that a word needs, and no more.
+struct WriteRun {
+    static constexpr std::uint32_t mostUnits = 1024; ///< a frame has up to 759
+    static constexpr std::uint32_t none = mostUnits + 1;
+
+    std::uint32_t count = none;
+    std::uint32_t address = 0;
+    const void* device = nullptr;
+    std::array<std::uint16_t, mostUnits> units{};
+
+    /// Takes a write before it is made, if it continues the run.
+    bool append(const void* ofDevice, std::uint32_t to, std::uint64_t value) noexcept {
+        if (device != ofDevice || address != to || value > 0xFFFF || count >= mostUnits) return false;
+        units[count++] = static_cast<std::uint16_t>(value);
+        return true;
+    }
+};
+
 /// Notes calls without a lock or an allocation. Calls that say the same in a row are held back and become one
 /// record: identical reads of a register, empty reads of a queue, and writes to one register.
 /// Threads: its own thread notes, until it has ended; `ring` may be drained meanwhile.
@@ -25,20 +44,14 @@ public:
     std::atomic<bool> hasEnded{false}; ///< its last call has been noted
     std::atomic<bool> isInside{false}; ///< in a call that will be noted; not for the words of a run
 
-    /// Appends a write to the run before it is made, if it continues one. Words of frames come here, so this
-    /// is short, and what it needs of a call afterwards is in this object.
-    bool append(const void* device, std::uint32_t address, std::uint64_t value) noexcept {
-        if (runDevice_ != device || runAddress_ != address || value > 0xFFFF || held_.times >= mostUnits)
-            return false;
-        units_[held_.times++] = static_cast<std::uint16_t>(value);
-        return true;
-    }
-    /// Whether the write that was appended has the result that the others of the run share.
-    bool isRunResult(int result) const noexcept { return static_cast<int>(held_.result) == result; }
-    /// The write that was appended has another result: it begins a run of its own.
+    /// What the thread's writes continue.
+    WriteRun& run() noexcept { return run_; }
+
+    /// The write that was appended has failed: it is no part of the run.
     [[gnu::noinline]] void splitRun(RawCall call) noexcept {
-        const auto value = units_[--held_.times];
-        holdWrite(call, runDevice_, runAddress_, value);
+        if (run_.count > WriteRun::mostUnits) return; // closed meanwhile
+        const auto value = run_.units[--run_.count];
+        holdWrite(call, heldArguments_[0], run_.address, value);
     }
 
     /// Hands over what is held back: nothing more will be noted. Once; the thread itself, or, while it is in
@@ -84,14 +97,16 @@ public:
     }
 
     /// The first write of what may become a run.
-    void holdWrite(const RawCall& call, void* device, std::uint32_t address, std::uint64_t value) noexcept {
+    void holdWrite(const RawCall& call, std::uint64_t device, std::uint32_t address,
+                   std::uint64_t value) noexcept {
         release(call.begin);
         held_ = call;
-        heldArguments_ = {reinterpret_cast<std::uint64_t>(device), address, value};
-        if (value > 0xFFFF) return;
-        runDevice_ = device;
-        runAddress_ = address;
-        units_[0] = static_cast<std::uint16_t>(value);
+        heldArguments_ = {device, address, value};
+        if (call.result != 0 || value > 0xFFFF || isClosed_.load(std::memory_order_relaxed)) return;
+        run_.device = reinterpret_cast<const void*>(device);
+        run_.address = address;
+        run_.units[0] = static_cast<std::uint16_t>(value);
+        run_.count = 1;
     }
 
 private:
@@ -105,10 +120,8 @@ private:
         else
             put(held_, heldArguments_, std::array{RawPiece{}}); // an empty read of a queue
         held_.times = 0;
-        runDevice_ = nullptr;
+        run_.count = WriteRun::none;
     }
-
-    static constexpr std::size_t mostUnits = 1024; // a frame has up to 759
 
     bool isRepeated(const RawCall& call, const Arguments& arguments,
                     const std::uint64_t* out) const noexcept {
@@ -118,11 +131,11 @@ private:
     }
 
     void putWrites(std::uint64_t now) noexcept {
-        if (held_.times == 1) return put(held_, heldArguments_, {});
+        if (run_.count == 1 || run_.count == WriteRun::none) return put(held_, heldArguments_, {});
         held_.kind = RawKind::Run;
+        held_.times = run_.count;
         held_.end = now;
-        put(held_, heldArguments_,
-            std::array{RawPiece{units_.data(), static_cast<std::uint32_t>(2 * held_.times)}});
+        put(held_, heldArguments_, std::array{RawPiece{run_.units.data(), 2 * run_.count}});
     }
 
     void put(const RawCall& call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
@@ -159,13 +172,11 @@ private:
     static constexpr std::uint64_t longestHold = 2'000'000'000;
 
     std::atomic<bool> isClosed_{false};
-    void* runDevice_ = nullptr; // null: no run
-    std::uint32_t runAddress_ = 0;
     RawCall held_{}; // `times` 0: nothing is held back
     Arguments heldArguments_{};
     bool hasOut_ = false;
     std::uint64_t out_ = 0;
-    std::array<std::uint16_t, mostUnits> units_{};
+    WriteRun run_; // of `held_`
 };
 
 } // namespace orvo::host
