@@ -73,12 +73,12 @@ public:
     /// A read of a queue, which delivered these words.
     void noteWords(RawCall call, const Arguments& arguments, std::span<const std::byte> words) noexcept {
         release(call.begin);
-        std::byte* const room = ring.reserve(recordBytes(call, sizeof(std::uint32_t) + words.size()));
+        std::byte* const room = reserve(call, arguments, sizeof(std::uint32_t) + words.size());
         if (!room) return;
-        std::byte* const piece = room + sizeof call + 8U * call.argumentCount;
+        std::byte* const piece = piecesOf(room, call);
         const auto kept = static_cast<std::uint32_t>(packWords(words, piece + sizeof(std::uint32_t)));
         append(piece, &kept, sizeof kept);
-        publish(room, call, arguments, sizeof kept + kept);
+        publish(room, call, sizeof kept + kept);
     }
 
     /// A call that is held back while the next ones are identical. `out` is a value that it wrote; null:
@@ -142,25 +142,36 @@ private:
         std::size_t pieceBytes = 0;
         for (const auto& piece : pieces)
             pieceBytes += sizeof piece.length + (piece.length == nullPiece ? 0 : piece.length);
-        std::byte* const room = ring.reserve(recordBytes(call, pieceBytes));
+        std::byte* const room = reserve(call, arguments, pieceBytes);
         if (!room) return;
-        std::byte* next = room + sizeof call + 8U * call.argumentCount;
+        std::byte* next = piecesOf(room, call);
         for (const auto& piece : pieces) {
             next = append(next, &piece.length, sizeof piece.length);
             if (piece.length != nullPiece) next = append(next, piece.bytes, piece.length);
         }
-        publish(room, call, arguments, pieceBytes);
+        publish(room, call, pieceBytes);
+    }
+
+    /// Room for a record, with its head and arguments. All arguments, because copying a fixed number takes no
+    /// call of a function: pieces are written over those that the call lacks.
+    std::byte* reserve(const RawCall& call, const Arguments& arguments, std::size_t pieceBytes) noexcept {
+        std::byte* const room = ring.reserve(recordBytes(call, pieceBytes) + sizeof arguments);
+        if (room) append(append(room, &call, sizeof call), arguments.data(), sizeof arguments);
+        return room;
+    }
+
+    static std::byte* piecesOf(std::byte* room, const RawCall& call) noexcept {
+        return room + sizeof call + 8U * call.argumentCount;
     }
 
     static std::size_t recordBytes(const RawCall& call, std::size_t pieceBytes) noexcept {
         return (sizeof call + 8U * call.argumentCount + pieceBytes + 7) / 8 * 8;
     }
 
-    /// Completes a record whose pieces are in place.
-    void publish(std::byte* room, RawCall call, const Arguments& arguments, std::size_t pieceBytes) noexcept {
-        call.bytes = static_cast<std::uint32_t>(recordBytes(call, pieceBytes));
-        append(append(room, &call, sizeof call), arguments.data(), 8U * call.argumentCount);
-        ring.publish(call.bytes);
+    void publish(std::byte* room, const RawCall& call, std::size_t pieceBytes) noexcept {
+        const auto bytes = static_cast<std::uint32_t>(recordBytes(call, pieceBytes));
+        append(room + offsetof(RawCall, bytes), &bytes, sizeof bytes);
+        ring.publish(bytes);
     }
 
     static std::byte* append(std::byte* room, const void* bytes, std::size_t count) noexcept {
