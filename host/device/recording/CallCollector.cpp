@@ -19,10 +19,13 @@ std::array<std::atomic<void*>, entryCount> originals; // relaxed: each stands fo
 std::atomic<CallCollector*> collector{nullptr};
 std::atomic<std::uint64_t> epoch{0}; // a new number for each collector; even: there is none
 
+constinit WriteRun noRun;
+
 // In the memory that every thread begins with: a library would otherwise ask the loader for it at every word.
 [[gnu::tls_model("initial-exec")]] thread_local constinit struct {
     std::uint64_t epoch = 0;
     ThreadCalls* calls = nullptr;
+    WriteRun* run = &noRun; // of `calls`; never grows once they are closed
 } ownCalls;
 
 /// Ends what a thread notes with the thread. Apart from `ownCalls`, which has no destructor, so that its uses
@@ -33,6 +36,7 @@ thread_local struct ThreadEnd {
     ~ThreadEnd() {
         if (!calls) return;
         ownCalls.calls = nullptr;
+        ownCalls.run = &noRun;
         calls->close(ticks());
     }
 } threadEnd;
@@ -134,18 +138,16 @@ template <> struct Recording<Entry::OHalRegisterRead, decltype(&::OHalRegisterRe
     }
 };
 
-/// A word of a frame needs no time stamp, and few registers of the processor: all else is in `begin`.
+/// A word of a frame needs no time stamp, no look whether the recording goes on, and few registers of the
+/// processor: all else is in `begin`.
 template <> struct Recording<Entry::OHalRegisterWrite, decltype(&::OHalRegisterWrite)> {
     static int call(void* device, std::uint32_t address, std::uint64_t value) {
-        ThreadCalls* const calls = ownCalls.calls;
-        if (ownCalls.epoch != epoch.load(std::memory_order_acquire) || !calls ||
-            !calls->append(device, address, value))
-            return begin(device, address, value);
+        if (!ownCalls.run->append(device, address, value)) return begin(device, address, value);
         const int result =
             original<decltype(::OHalRegisterWrite)>(Entry::OHalRegisterWrite)(device, address, value);
-        if (!calls->isRunResult(result)) [[unlikely]]
-            split(*calls, result);
-        return result;
+        if (result != 0) [[unlikely]]
+            return split(result);
+        return 0;
     }
 
 private:
@@ -156,20 +158,21 @@ private:
         const Inside inside(*calls);
         const auto begin = ticks();
         const int result = real(device, address, value);
-        calls->holdWrite(rawCall(Entry::OHalRegisterWrite, 3, begin, bitsOf(result)), device, address, value);
+        calls->holdWrite(rawCall(Entry::OHalRegisterWrite, 3, begin, bitsOf(result)), bitsOf(device), address,
+                         value);
         return result;
     }
 
-    [[gnu::noinline]] static void split(ThreadCalls& calls, int result) {
-        calls.splitRun(rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result)));
+    [[gnu::noinline]] static int split(int result) {
+        ownCalls.calls->splitRun(rawCall(Entry::OHalRegisterWrite, 3, ticks(), bitsOf(result)));
+        return result;
     }
 };
 
-/// How many bytes a read of a queue has written.
-std::uint32_t writtenBytes(int result, std::uint64_t lengthBytes) noexcept {
-    if (result < 0) return nullPiece;
+/// How many bytes a read of a queue that did not fail has written.
+std::uint64_t writtenBytes(int result, std::uint64_t lengthBytes) noexcept {
     const auto told = static_cast<std::uint64_t>(result);
-    return static_cast<std::uint32_t>(result == 0 || told > lengthBytes ? lengthBytes : told);
+    return result == 0 || told > lengthBytes ? lengthBytes : told;
 }
 
 template <Entry entry, class Length> struct QueueRead {
@@ -186,7 +189,8 @@ template <Entry entry, class Length> struct QueueRead {
         if (result < 0)
             calls->hold(call, arguments, nullptr);
         else
-            calls->note(call, arguments, std::array{RawPiece{buffer, writtenBytes(result, lengthBytes)}});
+            calls->noteWords(call, arguments,
+                             {static_cast<const std::byte*>(buffer), writtenBytes(result, lengthBytes)});
         return result;
     }
 };
@@ -234,7 +238,7 @@ ThreadCalls* CallCollector::ofThisThread() noexcept {
     if (threadEnd.calls) threadEnd.calls->close(ticks());
     auto* const current = collector.load();
     threadEnd.calls = now % 2 != 0 && current ? current->addThread() : nullptr;
-    ownCalls = {now, threadEnd.calls.get()};
+    ownCalls = {now, threadEnd.calls.get(), threadEnd.calls ? &threadEnd.calls->run() : &noRun};
     return ownCalls.calls;
 }
 

@@ -11,43 +11,56 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::uint8_t arrayOf = 0x80; // CBOR: plus a number of values below 24
-
 constexpr std::size_t mostKeptBytes = 256; // of a call: frames hardly come twice
+constexpr std::size_t leadFields = 4;      // entry, thread, begin, duration
 
-// Of the fields of a form.
-constexpr std::size_t resultField = 1, firstArgument = 2;
+/// The kinds of CBOR's values, in the upper three bits of their first byte.
+enum Major : std::uint8_t { Unsigned = 0x00, Negative = 0x20, Bytes = 0x40, Characters = 0x60, Array = 0x80 };
+constexpr std::uint8_t null = 0xF6, fraction = 0xFB;
+constexpr std::size_t mostHeadBytes = 9;
 
-// Not through a temporary value, as an assignment would.
-void setNumber(Json& field, std::int64_t number) {
-    if (auto* const place = field.get_ptr<std::int64_t*>())
-        *place = number;
-    else
-        field = number;
+/// The lowest `count` bytes of a number, the highest first. Returns where the next byte goes.
+std::uint8_t* putBytes(std::uint8_t* to, std::uint64_t number, std::size_t count) noexcept {
+    while (count-- > 0) *to++ = static_cast<std::uint8_t>(number >> (8 * count));
+    return to;
 }
 
-/// The byte string of a value, which keeps its memory.
-ByteString& bytesIn(Json& field) {
-    if (!field.is_binary()) field = Json::binary(ByteString());
-    return field.get_binary();
+std::uint8_t* putHead(std::uint8_t* to, Major major, std::uint64_t number) noexcept {
+    constexpr std::uint8_t inByte = 24; // a number below stands in the first byte itself
+    if (number < inByte) return putBytes(to, major + number, 1);
+    const int log = number < 1U << 8U ? 0 : number < 1U << 16U ? 1 : number <= 0xFFFF'FFFF ? 2 : 3;
+    *to++ = static_cast<std::uint8_t>(major + inByte + log);
+    return putBytes(to, number, std::size_t{1} << log);
 }
 
-void setPiece(Json& field, ValueKind kind, RawPiece piece) {
+std::uint8_t* putInteger(std::uint8_t* to, std::int64_t number) noexcept {
+    return number < 0 ? putHead(to, Negative, ~static_cast<std::uint64_t>(number))
+                      : putHead(to, Unsigned, static_cast<std::uint64_t>(number));
+}
+
+void appendInteger(ByteString& fields, std::int64_t number) {
+    std::uint8_t head[mostHeadBytes];
+    fields.insert(fields.end(), head, putInteger(head, number));
+}
+
+void appendFraction(ByteString& fields, std::uint64_t bits) {
+    std::uint8_t value[mostHeadBytes] = {fraction};
+    fields.insert(fields.end(), value, putBytes(value + 1, bits, sizeof bits));
+}
+
+void appendPiece(ByteString& fields, ValueKind kind, RawPiece piece) {
+    const auto* const bytes = static_cast<const std::uint8_t*>(piece.bytes);
     if (piece.length == nullPiece) {
-        field = nullptr;
-        return;
-    }
-    const std::span bytes(static_cast<const std::uint8_t*>(piece.bytes), piece.length);
-    if (kind == ValueKind::Text) {
-        field = std::string(bytes.begin(), bytes.end());
-    } else if (kind == ValueKind::WordsOut) {
-        packWords(bytes, bytesIn(field));
-    } else if (kind == ValueKind::WordsIn) {
-        bytesIn(field).assign(bytes.begin(), bytes.end());
-    } else {
+        fields.push_back(null);
+    } else if (kind == ValueKind::NumberOut) {
         std::int64_t number = 0;
-        std::memcpy(&number, piece.bytes, sizeof number);
-        setNumber(field, number);
+        std::memcpy(&number, bytes, sizeof number);
+        appendInteger(fields, number);
+    } else {
+        std::uint8_t head[mostHeadBytes];
+        fields.insert(fields.end(), head,
+                      putHead(head, kind == ValueKind::Text ? Characters : Bytes, piece.length));
+        fields.insert(fields.end(), bytes, bytes + piece.length);
     }
 }
 
@@ -77,62 +90,70 @@ void CallConverter::add(const std::byte* record, unsigned thread) {
 
 void CallConverter::addCall(const std::byte* record, unsigned thread) {
     const auto call = RawReader(record).call;
-    const auto& encoded = encodedFields(record);
-    const auto begin = clock_.sinceBegin(call.begin);
-    if (count_++ == 0) beginBlock(begin);
-    auto& lead = lead_.get_ref<Json::array_t&>();
-    setNumber(lead[0], static_cast<std::int64_t>(call.entry));
-    setNumber(lead[1], thread);
-    setNumber(lead[2], begin - begin_);
-    setNumber(lead[3], std::max<std::int64_t>(0, clock_.sinceBegin(call.end) - begin));
-    const auto head = block_.size();
-    Json::to_cbor(lead_, blockOutput_);
-    block_[head] = static_cast<std::uint8_t>(arrayOf + lead.size() + firstArgument + call.argumentCount);
-    block_.insert(block_.end(), encoded.begin() + 1, encoded.end());
+    addLead(call, thread);
+    addFields(record);
+    ++count_;
 }
 
-/// Fields of the call, behind a byte; valid until the next call.
-const ByteString& CallConverter::encodedFields(const std::byte* record) {
-    RawReader reader(record);
+void CallConverter::addLead(const RawCall& call, unsigned thread) {
+    const auto begin = clock_.sinceBegin(call.begin);
+    if (count_ == 0) beginBlock(begin);
+    std::uint8_t lead[(1 + leadFields) * mostHeadBytes];
+    auto* end = putHead(lead, Array, leadFields + 2 + call.argumentCount);
+    end = putInteger(end, static_cast<std::int64_t>(call.entry));
+    end = putInteger(end, thread);
+    end = putInteger(end, begin - begin_);
+    end = putInteger(end, std::max<std::int64_t>(0, clock_.sinceBegin(call.end) - begin));
+    block_.insert(block_.end(), lead, end);
+}
+
+/// The other fields, which are encoded only where no call that is kept says the same.
+void CallConverter::addFields(const std::byte* record) {
+    const RawReader reader(record);
     const auto& call = reader.call;
     const auto* const bytes = reinterpret_cast<const std::uint8_t*>(record);
     const std::span raw(bytes + offsetof(RawCall, times), bytes + call.bytes);
+    if (raw.size() > mostKeptBytes) return encodeFields(reader, block_);
     auto& kept = kept_[placeOf(reader)];
-    if (kept.entry == call.entry && kept.kind == call.kind && kept.raw.size() == raw.size() &&
-        std::memcmp(kept.raw.data(), raw.data(), raw.size()) == 0)
-        return kept.encoded;
-    auto& form = forms_[2 * static_cast<std::size_t>(call.entry) + (call.kind == RawKind::Run ? 1 : 0)];
-    if (form.is_null()) form = Json::array_t(firstArgument + call.argumentCount);
-    setFields(form.get_ref<Json::array_t&>(), reader);
-    encoded_.clear();
-    Json::to_cbor(form, encodedOutput_);
-    if (raw.size() > mostKeptBytes) return encoded_;
-    kept.entry = call.entry;
-    kept.kind = call.kind;
-    kept.raw.assign(raw.begin(), raw.end());
-    return kept.encoded = encoded_;
+    if (kept.entry != call.entry || kept.kind != call.kind || !std::ranges::equal(kept.raw, raw)) {
+        kept.entry = Entry::Count; // until it is complete
+        kept.raw.assign(raw.begin(), raw.end());
+        kept.encoded.clear();
+        encodeFields(reader, kept.encoded);
+        kept.entry = call.entry;
+        kept.kind = call.kind;
+    }
+    block_.insert(block_.end(), kept.encoded.begin(), kept.encoded.end());
 }
 
-void CallConverter::setFields(Json::array_t& fields, RawReader& reader) {
+void CallConverter::encodeFields(RawReader reader, ByteString& fields) {
     const auto& call = reader.call;
     const auto& row = rowOf(call.entry);
-    setNumber(fields[0], static_cast<std::int64_t>(call.times));
-    setValue(fields[resultField], row.result, call.result);
+    auto kinds = row.kinds;
+    if (call.kind == RawKind::Run) kinds[call.argumentCount - 1U] = ValueKind::WordsIn;
+    std::array<std::uint64_t, mostArguments> arguments{};
+    for (std::size_t i = 0; i < call.argumentCount; ++i) arguments[i] = reader.argument();
+    std::array<RawPiece, mostArguments> pieces;
     for (std::size_t i = 0; i < call.argumentCount; ++i)
-        setValue(fields[firstArgument + i], row.kinds[i], reader.argument());
-    for (std::size_t i = 0; i < call.argumentCount; ++i)
-        if (row.kinds[i] > ValueKind::Handle)
-            setPiece(fields[firstArgument + i], row.kinds[i], reader.piece());
-    if (row.result == ValueKind::Text) setPiece(fields[resultField], ValueKind::Text, reader.piece());
-    if (call.kind == RawKind::Run) setPiece(fields.back(), ValueKind::WordsIn, reader.piece());
-    if (call.entry == Entry::KivGetRegisterByName) noteRegister(fields);
+        if (kinds[i] > ValueKind::Handle) pieces[i] = reader.piece();
+    appendInteger(fields, static_cast<std::int64_t>(call.times));
+    encode(fields, row.result, call.result,
+           row.result == ValueKind::Text ? reader.piece() : RawPiece{}); // behind those of the arguments
+    for (std::size_t i = 0; i < call.argumentCount; ++i) encode(fields, kinds[i], arguments[i], pieces[i]);
+    if (call.entry == Entry::KivGetRegisterByName && static_cast<std::int64_t>(call.result) > 0 &&
+        pieces[1].bytes)
+        registers_[call.result].assign(static_cast<const char*>(pieces[1].bytes), pieces[1].length);
 }
 
-void CallConverter::noteRegister(const Json::array_t& fields) {
-    const auto address = fields[resultField].get<std::int64_t>();
-    const auto& name = fields[firstArgument + 1];
-    if (address > 0 && name.is_string())
-        registers_.insert_or_assign(static_cast<std::uint64_t>(address), name);
+void CallConverter::encode(ByteString& fields, ValueKind kind, std::uint64_t value, RawPiece piece) {
+    if (kind == ValueKind::Number)
+        appendInteger(fields, static_cast<std::int64_t>(value));
+    else if (kind == ValueKind::Fraction)
+        appendFraction(fields, value);
+    else if (kind == ValueKind::Handle)
+        appendInteger(fields, handle(value));
+    else
+        appendPiece(fields, kind, piece); // none for no result: null
 }
 
 std::int64_t CallConverter::handle(std::uint64_t pointer) {
@@ -142,17 +163,6 @@ std::int64_t CallConverter::handle(std::uint64_t pointer) {
             pointer,
             handles_.try_emplace(pointer, static_cast<std::int64_t>(handles_.size()) + 1).first->second};
     return lastHandle_.second;
-}
-
-void CallConverter::setValue(Json& field, ValueKind kind, std::uint64_t argument) {
-    if (kind == ValueKind::Number)
-        setNumber(field, static_cast<std::int64_t>(argument));
-    else if (kind == ValueKind::Fraction)
-        field = std::bit_cast<double>(argument);
-    else if (kind == ValueKind::Handle)
-        setNumber(field, handle(argument));
-    else if (kind == ValueKind::None)
-        field = nullptr; // the others have a piece, which tells it
 }
 
 /// A map of four, whose calls come first, as an array of indefinite length: all else is known only at the

@@ -10,8 +10,8 @@
 
 namespace orvo::host {
 
-/// Encodes each call at once, in JSON values that are used again, and only its times where it says the same
-/// as the last one of its entry: a port at line rate makes ten million calls a second. One thread.
+/// Encodes each call at once, and only its times where it says the same as the last one of its kind: a port
+/// at line rate makes ten million calls a second. One thread.
 class CallConverter {
 public:
     CallConverter() = default;
@@ -37,33 +37,27 @@ public:
 private:
     static constexpr std::size_t mostBytes = 1U << 20U;
     static constexpr std::uint64_t mostCalls = 16'384; // a reader needs half a kilobyte for each
-    using Json = nlohmann::json;
-
     /// A call without its times.
     struct Kept {
         Entry entry = Entry::Count;
         RawKind kind = RawKind::Call;
         ByteString raw;     ///< what a thread noted
-        ByteString encoded; ///< its fields, behind a byte that is no part of them
+        ByteString encoded; ///< its fields
     };
 
     void beginBlock(std::int64_t begin);
     std::int64_t handle(std::uint64_t pointer);
-    void setValue(Json& field, ValueKind kind, std::uint64_t argument);
     void addCall(const std::byte* record, unsigned thread);
-    const ByteString& encodedFields(const std::byte* record);
-    void setFields(Json::array_t& fields, RawReader& reader);
-    void noteRegister(const Json::array_t& fields);
+    void addLead(const RawCall& call, unsigned thread);
+    void addFields(const std::byte* record);
+    void encodeFields(RawReader reader, ByteString& fields);
+    void encode(ByteString& fields, ValueKind kind, std::uint64_t value, RawPiece piece);
 
     TickClock clock_;
     std::int64_t begin_ = 0; // of the block, in nanoseconds
     std::uint64_t count_ = 0, lost_ = 0;
-    ByteString block_;             // as far as it is encoded
-    Json lead_ = Json::array_t(4); // of a call: entry, thread, begin, duration
-    ByteString encoded_;           // the rest of one that is not kept
-    const nlohmann::detail::output_adapter<std::uint8_t> blockOutput_{block_}, encodedOutput_{encoded_};
-    std::array<Json, 2 * entryCount> forms_; // number of calls, result, arguments; runs of writes apart
-    std::array<Kept, 64> kept_;              // by a hash of entry and arguments
+    ByteString block_;          // as far as it is encoded
+    std::array<Kept, 64> kept_; // by a hash of entry and arguments
     RegisterNames registers_;
     std::unordered_map<std::uint64_t, std::int64_t> handles_;
     std::pair<std::uint64_t, std::int64_t> lastHandle_{};

@@ -3,6 +3,7 @@
 
 #include "base/Failure.h"
 #include "base/Output.h"
+#include "device/recording/PackedWords.h"
 
 #include <fmt/format.h>
 

@@ -5,6 +5,7 @@
 #include "base/Output.h"
 #include "base/Signals.h"
 #include "device/recording/CallText.h"
+#include "device/recording/PackedWords.h"
 #include "device/recording/RecordingFile.h"
 
 #include <fmt/format.h>

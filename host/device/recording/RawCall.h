@@ -20,7 +20,8 @@ enum class RawKind : std::uint8_t {
 };
 
 /// The head of a record, which is followed by its arguments, 64 bits each, and then by its pieces in the
-/// order of the arguments, the result last: each a length of 32 bits and so many bytes.
+/// order of the arguments, the result last: each a length of 32 bits and so many bytes. Words of a queue are
+/// packed.
 struct RawCall {
     std::uint32_t bytes; ///< of the whole record, a multiple of 8
     Entry entry;

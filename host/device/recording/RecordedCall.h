@@ -33,12 +33,6 @@ struct RecordedCall {
     std::uint64_t deliveredBytes() const;
 };
 
-/// The words of a queue as a recording keeps them. Where all words have 16 bits, and the last one alone has
-/// bit 16 set as a mark of the end, only their lower halves are kept: half of the bytes that the call
-/// delivered.
-void packWords(std::span<const std::uint8_t> words, ByteString& kept);
-ByteString unpackedWords(const ByteString& kept, std::uint64_t deliveredBytes);
-
 /// Registers by their address, as the applet runtime resolved them.
 using RegisterNames = std::map<std::uint64_t, std::string>;
 

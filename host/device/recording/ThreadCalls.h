@@ -3,12 +3,32 @@
 #pragma once
 
 #include "device/recording/CallRing.h"
+#include "device/recording/PackedWords.h"
 #include "device/recording/Ticks.h"
 
 #include <algorithm>
 #include <array>
 
 namespace orvo::host {
+
+/// Successful writes in a row to one register, of 16 bits. The words of frames come here, so this
+/// has all that a word needs, and no more.
+struct WriteRun {
+    static constexpr std::uint32_t mostUnits = 1024; ///< a frame has up to 759
+    static constexpr std::uint32_t none = mostUnits + 1;
+
+    std::uint32_t count = none;
+    std::uint32_t address = 0;
+    const void* device = nullptr;
+    std::array<std::uint16_t, mostUnits> units{};
+
+    /// Takes a write before it is made, if it continues the run.
+    bool append(const void* ofDevice, std::uint32_t to, std::uint64_t value) noexcept {
+        if (device != ofDevice || address != to || value > 0xFFFF || count >= mostUnits) return false;
+        units[count++] = static_cast<std::uint16_t>(value);
+        return true;
+    }
+};
 
 /// Notes calls without a lock or an allocation. Calls that say the same in a row are held back and become one
 /// record: identical reads of a register, empty reads of a queue, and writes to one register.
@@ -24,20 +44,14 @@ public:
     std::atomic<bool> hasEnded{false}; ///< its last call has been noted
     std::atomic<bool> isInside{false}; ///< in a call that will be noted; not for the words of a run
 
-    /// Appends a write to the run before it is made, if it continues one. Words of frames come here, so this
-    /// is short, and what it needs of a call afterwards is in this object.
-    bool append(const void* device, std::uint32_t address, std::uint64_t value) noexcept {
-        if (runDevice_ != device || runAddress_ != address || value > 0xFFFF || held_.times >= mostUnits)
-            return false;
-        units_[held_.times++] = static_cast<std::uint16_t>(value);
-        return true;
-    }
-    /// Whether the write that was appended has the result that the others of the run share.
-    bool isRunResult(int result) const noexcept { return static_cast<int>(held_.result) == result; }
-    /// The write that was appended has another result: it begins a run of its own.
+    /// What the thread's writes continue.
+    WriteRun& run() noexcept { return run_; }
+
+    /// The write that was appended has failed: it is no part of the run.
     [[gnu::noinline]] void splitRun(RawCall call) noexcept {
-        const auto value = units_[--held_.times];
-        holdWrite(call, runDevice_, runAddress_, value);
+        if (run_.count > WriteRun::mostUnits) return; // closed meanwhile
+        const auto value = run_.units[--run_.count];
+        holdWrite(call, heldArguments_[0], run_.address, value);
     }
 
     /// Hands over what is held back: nothing more will be noted. Once; the thread itself, or, while it is in
@@ -56,6 +70,17 @@ public:
         put(call, arguments, pieces);
     }
 
+    /// A read of a queue, which delivered these words.
+    void noteWords(RawCall call, const Arguments& arguments, std::span<const std::byte> words) noexcept {
+        release(call.begin);
+        std::byte* const room = reserve(call, arguments, sizeof(std::uint32_t) + words.size());
+        if (!room) return;
+        std::byte* const piece = piecesOf(room, call);
+        const auto kept = static_cast<std::uint32_t>(packWords(words, piece + sizeof(std::uint32_t)));
+        append(piece, &kept, sizeof kept);
+        publish(room, call, sizeof kept + kept);
+    }
+
     /// A call that is held back while the next ones are identical. `out` is a value that it wrote; null:
     /// none.
     void hold(const RawCall& call, const Arguments& arguments, const std::uint64_t* out) noexcept {
@@ -72,14 +97,16 @@ public:
     }
 
     /// The first write of what may become a run.
-    void holdWrite(const RawCall& call, void* device, std::uint32_t address, std::uint64_t value) noexcept {
+    void holdWrite(const RawCall& call, std::uint64_t device, std::uint32_t address,
+                   std::uint64_t value) noexcept {
         release(call.begin);
         held_ = call;
-        heldArguments_ = {reinterpret_cast<std::uint64_t>(device), address, value};
-        if (value > 0xFFFF) return;
-        runDevice_ = device;
-        runAddress_ = address;
-        units_[0] = static_cast<std::uint16_t>(value);
+        heldArguments_ = {device, address, value};
+        if (call.result != 0 || value > 0xFFFF || isClosed_.load(std::memory_order_relaxed)) return;
+        run_.device = reinterpret_cast<const void*>(device);
+        run_.address = address;
+        run_.units[0] = static_cast<std::uint16_t>(value);
+        run_.count = 1;
     }
 
 private:
@@ -93,10 +120,8 @@ private:
         else
             put(held_, heldArguments_, std::array{RawPiece{}}); // an empty read of a queue
         held_.times = 0;
-        runDevice_ = nullptr;
+        run_.count = WriteRun::none;
     }
-
-    static constexpr std::size_t mostUnits = 1024; // a frame has up to 759
 
     bool isRepeated(const RawCall& call, const Arguments& arguments,
                     const std::uint64_t* out) const noexcept {
@@ -106,27 +131,46 @@ private:
     }
 
     void putWrites(std::uint64_t now) noexcept {
-        if (held_.times == 1) return put(held_, heldArguments_, {});
+        if (run_.count == 1 || run_.count == WriteRun::none) return put(held_, heldArguments_, {});
         held_.kind = RawKind::Run;
+        held_.times = run_.count;
         held_.end = now;
-        put(held_, heldArguments_,
-            std::array{RawPiece{units_.data(), static_cast<std::uint32_t>(2 * held_.times)}});
+        put(held_, heldArguments_, std::array{RawPiece{run_.units.data(), 2 * run_.count}});
     }
 
-    void put(RawCall call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
-        const std::size_t argumentBytes = std::size_t{8} * call.argumentCount;
-        std::size_t bytes = sizeof call + argumentBytes;
-        for (const auto& piece : pieces) bytes += 4 + (piece.length == nullPiece ? 0 : piece.length);
-        bytes = (bytes + 7) / 8 * 8;
-        std::byte* room = ring.reserve(bytes);
+    void put(const RawCall& call, const Arguments& arguments, std::span<const RawPiece> pieces) noexcept {
+        std::size_t pieceBytes = 0;
+        for (const auto& piece : pieces)
+            pieceBytes += sizeof piece.length + (piece.length == nullPiece ? 0 : piece.length);
+        std::byte* const room = reserve(call, arguments, pieceBytes);
         if (!room) return;
-        call.bytes = static_cast<std::uint32_t>(bytes);
-        room = append(room, &call, sizeof call);
-        room = append(room, arguments.data(), argumentBytes);
+        std::byte* next = piecesOf(room, call);
         for (const auto& piece : pieces) {
-            room = append(room, &piece.length, sizeof piece.length);
-            if (piece.length != nullPiece) room = append(room, piece.bytes, piece.length);
+            next = append(next, &piece.length, sizeof piece.length);
+            if (piece.length != nullPiece) next = append(next, piece.bytes, piece.length);
         }
+        publish(room, call, pieceBytes);
+    }
+
+    /// Room for a record, with its head and arguments. All arguments, because copying a fixed number takes no
+    /// call of a function: pieces are written over those that the call lacks.
+    std::byte* reserve(const RawCall& call, const Arguments& arguments, std::size_t pieceBytes) noexcept {
+        std::byte* const room = ring.reserve(recordBytes(call, pieceBytes) + sizeof arguments);
+        if (room) append(append(room, &call, sizeof call), arguments.data(), sizeof arguments);
+        return room;
+    }
+
+    static std::byte* piecesOf(std::byte* room, const RawCall& call) noexcept {
+        return room + sizeof call + 8U * call.argumentCount;
+    }
+
+    static std::size_t recordBytes(const RawCall& call, std::size_t pieceBytes) noexcept {
+        return (sizeof call + 8U * call.argumentCount + pieceBytes + 7) / 8 * 8;
+    }
+
+    void publish(std::byte* room, const RawCall& call, std::size_t pieceBytes) noexcept {
+        const auto bytes = static_cast<std::uint32_t>(recordBytes(call, pieceBytes));
+        append(room + offsetof(RawCall, bytes), &bytes, sizeof bytes);
         ring.publish(bytes);
     }
 
@@ -139,13 +183,11 @@ private:
     static constexpr std::uint64_t longestHold = 2'000'000'000;
 
     std::atomic<bool> isClosed_{false};
-    void* runDevice_ = nullptr; // null: no run
-    std::uint32_t runAddress_ = 0;
     RawCall held_{}; // `times` 0: nothing is held back
     Arguments heldArguments_{};
     bool hasOut_ = false;
     std::uint64_t out_ = 0;
-    std::array<std::uint16_t, mostUnits> units_{};
+    WriteRun run_; // of `held_`
 };
 
 } // namespace orvo::host

@@ -2,6 +2,7 @@
 #include "inspect/calls/CallFrames.h"
 
 #include "device/recording/CallText.h"
+#include "device/recording/PackedWords.h"
 
 #include <cstring>
 

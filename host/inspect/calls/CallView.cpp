@@ -2,6 +2,7 @@
 #include "inspect/calls/CallView.h"
 
 #include "device/recording/CallText.h"
+#include "device/recording/PackedWords.h"
 
 #include <fmt/format.h>
 
