@@ -289,6 +289,19 @@ int answerWrite(void*, std::uint32_t, std::uint64_t) {
     return 0;
 }
 
+TEST(CallCollectorTest, EndsWhileThreadsJoin) {
+    std::atomic<bool> isOver{false};
+    const auto join = [&] {
+        while (!isOver) std::jthread([] { CallCollector::ofThisThread(); });
+    };
+    const std::jthread one(join), other(join);
+    for (int i = 0; i < 5000; ++i) {
+        const auto collector = std::make_unique<CallCollector>(EntryTable{});
+        std::this_thread::yield();
+    }
+    isOver = true;
+}
+
 /// A pipe whose reader sleeps stands for a disk that does: calls go on, and those that find no room are
 /// counted.
 TEST(RecorderTest, NeverWaitsForASlowDisk) {

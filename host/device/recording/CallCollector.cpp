@@ -18,6 +18,7 @@ namespace {
 std::array<std::atomic<void*>, entryCount> originals; // relaxed: each stands for itself
 std::atomic<CallCollector*> collector{nullptr};
 std::atomic<std::uint64_t> epoch{0}; // a new number for each collector; even: there is none
+std::mutex joining;                  // a thread that joins a collector keeps it from ending
 
 constinit WriteRun noRun;
 
@@ -225,6 +226,7 @@ CallCollector::CallCollector(const EntryTable& table) {
 
 CallCollector::~CallCollector() {
     retire();
+    const std::lock_guard nobodyJoins(joining);
 }
 
 void CallCollector::retire() noexcept {
@@ -232,12 +234,19 @@ void CallCollector::retire() noexcept {
     if (collector.compare_exchange_strong(self, nullptr)) ++epoch;
 }
 
+/// Null where the recording has ended meanwhile. A forked child, in which the lock may be taken, has none.
+std::shared_ptr<ThreadCalls> CallCollector::joined() noexcept {
+    if (!collector.load()) return nullptr;
+    const std::lock_guard guard(joining);
+    auto* const current = collector.load();
+    return current ? current->addThread() : nullptr;
+}
+
 ThreadCalls* CallCollector::ofThisThread() noexcept {
     const auto now = epoch.load(std::memory_order_acquire);
     if (ownCalls.epoch == now) return ownCalls.calls;
     if (threadEnd.calls) threadEnd.calls->close(ticks());
-    auto* const current = collector.load();
-    threadEnd.calls = now % 2 != 0 && current ? current->addThread() : nullptr;
+    threadEnd.calls = now % 2 != 0 ? joined() : nullptr;
     ownCalls = {now, threadEnd.calls.get(), threadEnd.calls ? &threadEnd.calls->run() : &noRun};
     return ownCalls.calls;
 }

@@ -39,6 +39,7 @@ public:
     static ThreadCalls* ofThisThread() noexcept;
 
 private:
+    static std::shared_ptr<ThreadCalls> joined() noexcept;
     std::shared_ptr<ThreadCalls> addThread() noexcept;
     std::vector<std::shared_ptr<ThreadCalls>> others();
 
