@@ -7,8 +7,8 @@ namespace {
 
 constexpr int fcsBytes = 4;
 
-host::InstallationOptions cabledInPairs(const std::string& record) {
-    host::InstallationOptions options;
+host::BoardOptions cabledInPairs(const std::string& record) {
+    host::BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
     options.virtualTime = true;

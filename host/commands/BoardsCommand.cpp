@@ -103,13 +103,13 @@ class BoardsCommand : public Command {
 public:
     explicit BoardsCommand(Program& program)
         : Command(program, "boards", "List the boards and their ports, with the link of each port") {
-        addInstallationOptions(line(), installation_);
-        addTimeOption(line(), installation_);
+        addInstallationOptions(line(), boards_);
+        addTimeOption(line(), boards_);
         line().flag("--json", json_, "Print JSON instead of a table");
     }
 
     int run() override {
-        const BoardAccess access(installation_, 0);
+        const BoardAccess access(boards_, 0);
         const auto boards = listBoards(access);
         if (json_)
             printJson(access, boards);
@@ -120,7 +120,7 @@ public:
     }
 
 private:
-    InstallationOptions installation_;
+    BoardOptions boards_;
     bool json_ = false;
 };
 

@@ -27,7 +27,7 @@ public:
         addAddressOptions(line(), request_.port.address);
         line().flag("--no-reset", request_.port.noReset,
                     "Do not reset the board's GigE hardware first (it must be running)");
-        addInstallationOptions(line(), request_.installation);
+        addInstallationOptions(line(), request_.boards);
         line().flag("--json", json_, "Print JSON instead of a table");
     }
 

@@ -34,8 +34,8 @@ public:
         line().text("--filter", "EXPR", request_.filter,
                     "Take only frames that match, in libpcap's filter language");
         addTrafficOptions(line(), request_, json_);
-        const auto recording = addBoardRecordingOptions(line(), request_.installation);
-        addRecordingTimeOption(line(), request_.installation, recording);
+        const auto recording = addBoardRecordingOptions(line(), request_.boards);
+        addRecordingTimeOption(line(), request_.boards, recording);
     }
 
     int run() override {

@@ -47,7 +47,7 @@ void addRootOption(CommandLine& line, std::string& root) {
         .notEmpty();
 }
 
-void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
+void addInstallationOptions(CommandLine& line, BoardOptions& options) {
     addRootOption(line, options.root);
     line.values(
         "--wire", "PORT=WIRE",
@@ -56,7 +56,7 @@ void addInstallationOptions(CommandLine& line, InstallationOptions& options) {
         "packet:IFNAME or none; repeatable");
 }
 
-void addTimeOption(CommandLine& line, InstallationOptions& options) {
+void addTimeOption(CommandLine& line, BoardOptions& options) {
     line.choice(
         "--time", {"real", "virtual"},
         [&options](const std::string& text) {
@@ -67,12 +67,12 @@ void addTimeOption(CommandLine& line, InstallationOptions& options) {
         "recording is virtual unless real is named");
 }
 
-void addRecordOption(CommandLine& line, InstallationOptions& options) {
+void addRecordOption(CommandLine& line, BoardOptions& options) {
     line.text("--record", "FILE", options.record, "Record every call into the board's libraries in this file")
         .notEmpty();
 }
 
-Option addBoardRecordingOptions(CommandLine& line, InstallationOptions& options) {
+Option addBoardRecordingOptions(CommandLine& line, BoardOptions& options) {
     const auto recording =
         line.text("--board-recording", "FILE", options.recording,
                   "Let this recording answer instead of a board; the run must make the recorded calls")
@@ -83,7 +83,7 @@ Option addBoardRecordingOptions(CommandLine& line, InstallationOptions& options)
     return recording;
 }
 
-void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, const Option& recording) {
+void addRecordingTimeOption(CommandLine& line, BoardOptions& options, const Option& recording) {
     line.choice(
             "--time", {"real", "virtual"},
             [&options](const std::string& text) { options.playback.isRealTime = text == "real"; },
@@ -91,7 +91,7 @@ void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, con
         .needs(recording);
 }
 
-void addFaultOptions(CommandLine& line, InstallationOptions& options, const char* description) {
+void addFaultOptions(CommandLine& line, BoardOptions& options, const char* description) {
     const auto script = line.text("--faults", "FILE", options.faults, description).notEmpty();
     line.number("--seed", options.seed, {}, "Seed of the script's random choices (default 0)").needs(script);
 }

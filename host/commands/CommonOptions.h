@@ -17,22 +17,22 @@ namespace orvo::host {
 void addRootOption(CommandLine& line, std::string& root);
 
 /// Adds --root and --wire.
-void addInstallationOptions(CommandLine& line, InstallationOptions& options);
+void addInstallationOptions(CommandLine& line, BoardOptions& options);
 
 /// Adds --time, for subcommands that can do without the real time.
-void addTimeOption(CommandLine& line, InstallationOptions& options);
+void addTimeOption(CommandLine& line, BoardOptions& options);
 
 /// Adds --record.
-void addRecordOption(CommandLine& line, InstallationOptions& options);
+void addRecordOption(CommandLine& line, BoardOptions& options);
 
 /// Adds --board-recording and --lenient.
-Option addBoardRecordingOptions(CommandLine& line, InstallationOptions& options);
+Option addBoardRecordingOptions(CommandLine& line, BoardOptions& options);
 
 /// Adds --time for a recording alone, for subcommands that have no addTimeOption.
-void addRecordingTimeOption(CommandLine& line, InstallationOptions& options, const Option& recording);
+void addRecordingTimeOption(CommandLine& line, BoardOptions& options, const Option& recording);
 
 /// Adds --faults and --seed.
-void addFaultOptions(CommandLine& line, InstallationOptions& options,
+void addFaultOptions(CommandLine& line, BoardOptions& options,
                      const char* description = "Inject the faults of this script on the simulated board, and "
                                                "account for every frame");
 
@@ -52,9 +52,9 @@ void addTrafficOptions(CommandLine& line, Request& request, bool& json,
               "Do not reset the board's GigE hardware first (it must be running)");
     line.flag("--crc-watch", request.port.crcWatch,
               "Have the plug-in log frames with a wrong check sequence as they come (on standard error)");
-    addInstallationOptions(line, request.installation);
-    addFaultOptions(line, request.installation);
-    addRecordOption(line, request.installation);
+    addInstallationOptions(line, request.boards);
+    addFaultOptions(line, request.boards);
+    addRecordOption(line, request.boards);
     line.flag("--json", json, jsonMeaning);
 }
 

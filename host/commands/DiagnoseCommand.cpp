@@ -59,11 +59,11 @@ public:
     explicit DiagnoseCommand(Program& program)
         : Command(program, "diagnose", "Show the state of a port and its link, and what is wrong with them") {
         addAddressOptions(line(), port_);
-        addInstallationOptions(line(), installation_);
-        addTimeOption(line(), installation_);
-        addFaultOptions(line(), installation_);
-        addRecordOption(line(), installation_);
-        addBoardRecordingOptions(line(), installation_);
+        addInstallationOptions(line(), boards_);
+        addTimeOption(line(), boards_);
+        addFaultOptions(line(), boards_);
+        addRecordOption(line(), boards_);
+        addBoardRecordingOptions(line(), boards_);
         line().flag("--json", json_, "Print JSON instead of text");
         line().text("--diff", "OLD.json", oldFile_,
                     "Show what changed since this diagnosis, which --json printed");
@@ -102,7 +102,7 @@ private:
         if (observationTime_ && !files.areWanted())
             throw UsageFailure(
                 "--seconds is for a page or bundle; name one with --html or --bundle, or leave it out");
-        auto options = installation_;
+        auto options = boards_;
         if (options.record.empty() && options.recording.empty()) {
             options.record = files.recordingPath();
             options.recordName = "calls.rec of " + bundleFile_;
@@ -113,14 +113,14 @@ private:
         if (files.areWanted())
             observation.emplace(access, port_, observationTime_.value_or(usualTime), files.capturePath());
         const auto time = std::chrono::system_clock::now();
-        auto found = diagnose(access, installation_, port_, observation ? &*observation : nullptr);
+        auto found = diagnose(access, boards_, port_, observation ? &*observation : nullptr);
         const bool isAccounted = printLedger(found.account.ledger);
         publish(found, before);
         access.endRecording();
         if (observation)
             files.write({time, access.installation.root().string(), std::move(found.document),
                          std::move(found.dump), observation->history(), observation->takeLog(),
-                         reported(readSettings(installation_.root)), observation->images(),
+                         reported(readSettings(boards_.root)), observation->images(),
                          observation->streams()});
         return isAccounted ? Done : DifferencesFound;
     }
@@ -138,7 +138,7 @@ private:
             printReport(oldFile_.empty() ? diagnosisText(found.document) : changesText(changes, oldFile_));
     }
 
-    InstallationOptions installation_;
+    BoardOptions boards_;
     PortAddress port_;
     bool json_ = false;
     std::string oldFile_;                                          // empty: nothing to compare with

@@ -14,10 +14,10 @@ public:
         addAddressOptions(line(), request_.port.address);
         line().flag("--no-reset", request_.port.noReset,
                     "Do not reset the board's GigE hardware first (it must be running)");
-        addInstallationOptions(line(), request_.installation);
-        addTimeOption(line(), request_.installation);
-        addRecordOption(line(), request_.installation);
-        addBoardRecordingOptions(line(), request_.installation);
+        addInstallationOptions(line(), request_.boards);
+        addTimeOption(line(), request_.boards);
+        addRecordOption(line(), request_.boards);
+        addBoardRecordingOptions(line(), request_.boards);
     }
 
     int run() override {

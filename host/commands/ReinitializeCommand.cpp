@@ -17,16 +17,16 @@ public:
                   "Release a port's device, run a command meanwhile, and open it again") {
         line().rest("command", "COMMAND...", command_, "What to run while the device is free, after --");
         addAddressOptions(line(), port_);
-        addInstallationOptions(line(), installation_);
-        addFaultOptions(line(), installation_);
-        addRecordOption(line(), installation_);
-        const auto recording = addBoardRecordingOptions(line(), installation_);
-        addRecordingTimeOption(line(), installation_, recording);
+        addInstallationOptions(line(), boards_);
+        addFaultOptions(line(), boards_);
+        addRecordOption(line(), boards_);
+        const auto recording = addBoardRecordingOptions(line(), boards_);
+        addRecordingTimeOption(line(), boards_, recording);
         line().flag("--json", json_, "Print JSON instead of text");
     }
 
     int run() override {
-        const auto report = reinitializePort(installation_, port_, command_);
+        const auto report = reinitializePort(boards_, port_, command_);
         const bool isAccounted = printLedger(report.account.ledger);
         json_ ? print(reinitializationJson(report)) : print(reinitializationText(report));
         if (report.exitCode != 0)
@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    InstallationOptions installation_;
+    BoardOptions boards_;
     PortAddress port_;
     std::vector<std::string> command_;
     bool json_ = false;

@@ -53,8 +53,8 @@ public:
         line().number("--bad-fcs", request_.sending.spoiledEvery, {.least = 1},
                       "Send every Nth frame with a wrong check sequence; implies --fcs host");
         addTrafficOptions(line(), request_, json_);
-        addTimeOption(line(), request_.installation);
-        addBoardRecordingOptions(line(), request_.installation);
+        addTimeOption(line(), request_.boards);
+        addBoardRecordingOptions(line(), request_.boards);
     }
 
     int run() override {

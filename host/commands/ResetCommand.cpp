@@ -15,16 +15,16 @@ public:
     explicit ResetCommand(Program& program)
         : Command(program, "reset", "Reset the PHY of a port, and wait for its link") {
         addAddressOptions(line(), port_);
-        addInstallationOptions(line(), installation_);
-        addTimeOption(line(), installation_);
-        addFaultOptions(line(), installation_);
-        addRecordOption(line(), installation_);
-        addBoardRecordingOptions(line(), installation_);
+        addInstallationOptions(line(), boards_);
+        addTimeOption(line(), boards_);
+        addFaultOptions(line(), boards_);
+        addRecordOption(line(), boards_);
+        addBoardRecordingOptions(line(), boards_);
         line().flag("--json", json_, "Print JSON instead of text");
     }
 
     int run() override {
-        const auto report = resetPort(installation_, port_);
+        const auto report = resetPort(boards_, port_);
         const bool isAccounted = printLedger(report.account.ledger);
         json_ ? printReport(resetJson(report)) : printReport(resetText(report));
         if (!isAccounted) return DifferencesFound;
@@ -35,7 +35,7 @@ public:
     }
 
 private:
-    InstallationOptions installation_;
+    BoardOptions boards_;
     PortAddress port_;
     bool json_ = false;
 };

@@ -31,7 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned longestRunSeconds = 60; // on a busy machine; otherwise a second
-constexpr std::size_t runsAtOnce = 4; // a run mostly waits
+constexpr std::size_t runsAtOnce = 4;      // a run mostly waits
 constexpr auto ownMessage = "orvo-gige: ";
 
 struct SelftestCase {
@@ -190,7 +190,7 @@ public:
 
 private:
     void requireBoard() const {
-        InstallationOptions options;
+        BoardOptions options;
         options.root = root_;
         BoardAccess(options, *board_).requirePort({*board_, 0});
     }

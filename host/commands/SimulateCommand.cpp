@@ -63,16 +63,16 @@ public:
             "--line-rate", {"negotiated", "none"}, [this](const std::string& text) { lineRate_ = text; },
             "Time that frames take on the wire: that of the negotiated speed, or none (default: as "
             "configured)");
-        addInstallationOptions(line(), installation_);
-        addFaultOptions(line(), installation_, "Inject the faults of this script on these boards");
+        addInstallationOptions(line(), boards_);
+        addFaultOptions(line(), boards_, "Inject the faults of this script on these boards");
     }
 
     int run() override {
         if (!config_.empty()) setenv("ORVO_SIMULATOR_CONFIG", config_.c_str(), 1);
-        const auto hal = simulatedBoards(Installation(installation_.root));
+        const auto hal = simulatedBoards(Installation(boards_.root));
         const Service service(hal, name_);
-        installation_.isServer = true;
-        const BoardAccess boards(installation_, 0); // the same library
+        boards_.isServer = true;
+        const BoardAccess boards(boards_, 0); // the same library
         if (!lineRate_.empty()) setLineRate(hal, lineRate_ == "negotiated");
         fmt::print(stderr, "orvo-gige: simulated boards are ready at {}; Ctrl-C ends them\n",
                    boards.simulator->server());
@@ -81,7 +81,7 @@ public:
     }
 
 private:
-    InstallationOptions installation_;
+    BoardOptions boards_;
     std::string name_ = "default";
     std::string config_;
     std::string lineRate_; // empty: as configured

@@ -108,8 +108,8 @@ public:
             .text("--prometheus", "FILE", prometheusFile_, "Rewrite FILE with metrics at each reading")
             .notEmpty();
         line().flag("--list", list_, "List what is read, with units and sources");
-        addInstallationOptions(line(), installation_);
-        addRecordOption(line(), installation_);
+        addInstallationOptions(line(), boards_);
+        addRecordOption(line(), boards_);
     }
 
     int run() override {
@@ -117,7 +117,7 @@ public:
             json_ ? print(counterTableJson()) : print(counterTableText());
             return Done;
         }
-        const BoardAccess access(installation_, board_.value_or(0));
+        const BoardAccess access(boards_, board_.value_or(0));
         Sampler sampler(access, {board_, linkInterval_});
         PortHistories tracks(historyLength);
         MetricsFile metrics(prometheusFile_);
@@ -143,7 +143,7 @@ public:
     }
 
 private:
-    InstallationOptions installation_;
+    BoardOptions boards_;
     std::optional<unsigned> board_; // nothing: all
     std::chrono::duration<double> interval_{1};
     std::chrono::duration<double> linkInterval_{10};

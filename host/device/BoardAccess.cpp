@@ -23,7 +23,7 @@ PortAddress WireOption::address(unsigned defaultBoard) const {
 
 namespace {
 
-CallsReach reachOf(const InstallationOptions& options) {
+CallsReach reachOf(const BoardOptions& options) {
     if (!options.recording.empty()) return CallsReach::Recording;
     return options.record.empty() ? CallsReach::Board : CallsReach::BoardAndRecorder;
 }
@@ -49,7 +49,7 @@ bool lacksCalls = false; // of a recording that has ended
 
 } // namespace
 
-BoardAccess::BoardAccess(const InstallationOptions& options, unsigned defaultBoard)
+BoardAccess::BoardAccess(const BoardOptions& options, unsigned defaultBoard)
     : installation(options.root), libraries(installation, reachOf(options)),
       simulator(simulatorOf(libraries)), virtualTime(options.virtualTime && options.recording.empty()),
       server(simulator && !options.isServer ? simulator->server() : ""), hasFaults(!options.faults.empty()) {
@@ -93,7 +93,7 @@ bool BoardAccess::hasIncompleteRecording() noexcept {
     return lacksCalls;
 }
 
-void BoardAccess::useSimulator(const InstallationOptions& options, unsigned defaultBoard) const {
+void BoardAccess::useSimulator(const BoardOptions& options, unsigned defaultBoard) const {
     simulator->useClock(!virtualTime ? OrvoSimRealTime : hasFaults ? OrvoSimDrivenTime : OrvoSimVirtualTime);
     if (hasFaults) simulator->loadFaults(options.faults, options.seed); // before the wires, which pass them
     for (const auto& option : options.wires) simulator->setWire(option.address(defaultBoard), option.wire);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Access to the boards of an installation, and the options that choose it.
+// Access to the boards of an installation, and the options that choose them.
 #pragma once
 
 #include "device/BoardLibraries.h"
@@ -25,8 +25,8 @@ struct WireOption {
     PortAddress address(unsigned defaultBoard) const;
 };
 
-/// Which installation, and how its simulated board is cabled.
-struct InstallationOptions {
+/// Which boards: of which installation, how simulated ones are cabled and driven, what is recorded or played.
+struct BoardOptions {
     std::string root; ///< empty: the one that this program belongs to
     std::vector<WireOption> wires;
     bool virtualTime = false; ///< sleeps advance the simulated board's clock instead of waiting
@@ -54,7 +54,7 @@ struct BoardAccess {
     /// Errors: Failure for an incomplete installation, a bad simulator configuration, a bad wire, or an
     /// option that needs a simulated board where the board is real. Tells the user of a server; when that
     /// ends later, so does the program.
-    BoardAccess(const InstallationOptions& options, unsigned defaultBoard);
+    BoardAccess(const BoardOptions& options, unsigned defaultBoard);
     ~BoardAccess();
     BoardAccess(const BoardAccess&) = delete;
     BoardAccess& operator=(const BoardAccess&) = delete;
@@ -93,7 +93,7 @@ struct BoardAccess {
     double seconds() const;
 
 private:
-    void useSimulator(const InstallationOptions& options, unsigned defaultBoard) const;
+    void useSimulator(const BoardOptions& options, unsigned defaultBoard) const;
     nlohmann::json header() const;
 
     std::unique_ptr<Recorder> recorder_; // null: nothing is recorded

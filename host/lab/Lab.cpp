@@ -60,8 +60,8 @@ BridgeRequest bridgeRequest(const LabOptions& lab) {
     BridgeRequest bridge;
     bridge.tap = Lab::hostInterface;
     bridge.port.address = lab.port;
-    bridge.installation.root = lab.root;
-    bridge.installation.wires = {{lab.port.text(), std::string("packet:") + boardInterface}};
+    bridge.boards.root = lab.root;
+    bridge.boards.wires = {{lab.port.text(), std::string("packet:") + boardInterface}};
     return bridge;
 }
 

@@ -25,7 +25,7 @@ struct BridgeRequest {
     std::string recording;                 ///< file for both directions; empty: none
     std::string metricsFile;               ///< rewritten once a second; empty: none
     PortOptions port;
-    InstallationOptions installation;
+    BoardOptions boards;
 };
 
 struct BridgeRecordingReport {

@@ -55,7 +55,7 @@ void refuseTapAsWire(const std::string& tap, const std::string& wire, bool isOfP
 BoardAccess accessBoards(const BridgeRequest& request, const BridgeSetting& setting) {
     std::optional<NamespaceVisit> there;
     if (setting.wires) there.emplace(*setting.wires);
-    return BoardAccess(request.installation, request.port.address.board);
+    return BoardAccess(request.boards, request.port.address.board);
 }
 
 /// Null where frames are not to be joined, and where asking costs more than it saves: a server's boards are
@@ -219,7 +219,7 @@ BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& settin
     const auto port = request.port.address;
     const RequestSignals requests{SIGUSR1, SIGUSR2};
     TapEnd tap(request); // first: a name that no TAP can have is the better reason
-    for (const auto& option : request.installation.wires)
+    for (const auto& option : request.boards.wires)
         refuseTapAsWire(request.tap, option.wire, option.address(port.board) == port);
     const auto recording = openRecording(request);
     MetricsFile metrics(request.metricsFile);
@@ -228,7 +228,7 @@ BridgeReport runBridge(const BridgeRequest& request, const BridgeSetting& settin
     const auto access = accessBoards(request, setting);
     if (access.simulator) refuseWires(request, setting, *access.simulator);
     requireFrameRegisters(access.libraries, port);
-    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    TrafficRun traffic(access, request.boards, {port}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.openLive();
 

@@ -43,8 +43,8 @@ void search(PhysicalNetworkInterface& port, CameraSearch& cameras, std::chrono::
 
 std::vector<FoundCamera> findCameras(const CameraRequest& request) {
     const auto port = request.port.address;
-    const BoardAccess access(request.installation, port.board);
-    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    const BoardAccess access(request.boards, port.board);
+    TrafficRun traffic(access, request.boards, {port}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.open();
     CameraSearch cameras(request.address);

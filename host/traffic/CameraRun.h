@@ -13,7 +13,7 @@ struct CameraRequest {
     NetworkAddress address; ///< of the searcher
     std::chrono::duration<double> time{2};
     PortOptions port;
-    InstallationOptions installation;
+    BoardOptions boards;
 };
 
 /// Searches for cameras behind a port, for the given time. Errors: Failure, Interruption.

@@ -68,7 +68,7 @@ CaptureResult record(const Setup& setup, FrameSource& source, const Capture::Cal
 void captureAtHost(const Setup& setup, CaptureReport& report) {
     const auto& request = setup.request;
     const auto port = request.port.address;
-    TrafficRun traffic(setup.access, request.installation, {port}, !request.port.noReset);
+    TrafficRun traffic(setup.access, request.boards, {port}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.openLive();
     PortSource source(traffic.port(port));
@@ -77,7 +77,7 @@ void captureAtHost(const Setup& setup, CaptureReport& report) {
 }
 
 void captureAtWire(const Setup& setup, CaptureReport& report) {
-    auto run = runAtWire(setup.access, setup.request.installation, setup.request.port,
+    auto run = runAtWire(setup.access, setup.request.boards, setup.request.port,
                          [&](FrameSource& source, const Capture::Call& ending) {
                              report.result = record(setup, source, ending);
                          });
@@ -98,7 +98,7 @@ CaptureReport runCapture(const CaptureRequest& request) {
     std::optional<FrameFilter> filter;
     if (!request.filter.empty()) filter.emplace(request.filter);
     const auto output = openOutput(request);
-    const BoardAccess access(request.installation, request.port.address.board);
+    const BoardAccess access(request.boards, request.port.address.board);
     if (access.simulator) refuseFilesOfWires({.written = output->paths()}, *access.simulator);
     if (request.atWire) checkWire(request.port, access);
 

@@ -22,7 +22,7 @@ struct CaptureRequest {
     bool atWire = false; ///< both directions of the port's cable, instead of what the port hands over
     CaptureLimits limits;
     PortOptions port;
-    InstallationOptions installation;
+    BoardOptions boards;
 };
 
 struct CaptureReport {

@@ -32,7 +32,7 @@ std::vector<std::string> readDump(core::zume::PhysicalNetworkInterface& port, co
 
 } // namespace
 
-Diagnosed diagnose(const BoardAccess& access, const InstallationOptions& options, PortAddress port,
+Diagnosed diagnose(const BoardAccess& access, const BoardOptions& options, PortAddress port,
                    Observation* observation) {
     std::optional<Progress> progress; // ends before the observation shows its own
     progress.emplace([&] { return "diagnosing port " + port.text() + " (takes about 5 s)"; });

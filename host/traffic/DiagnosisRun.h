@@ -23,7 +23,7 @@ struct Diagnosed {
 /// about 5 s. `observation`, if not null, goes on afterwards, and its findings are in the document too.
 /// Errors: Failure when the port cannot be opened, or when the installation's log dispatcher does not provide
 /// the report; Interruption.
-Diagnosed diagnose(const BoardAccess& access, const InstallationOptions& options, PortAddress port,
+Diagnosed diagnose(const BoardAccess& access, const BoardOptions& options, PortAddress port,
                    Observation* observation = nullptr);
 
 } // namespace orvo::host

@@ -55,9 +55,9 @@ private:
 
 TrafficAccount runEvents(const EventRequest& request, const std::function<void(const PortEvent&)>& print) {
     const auto port = request.port.address;
-    const BoardAccess access(request.installation, port.board);
+    const BoardAccess access(request.boards, port.board);
     EventPrinter printer(request.events, print);
-    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset,
+    TrafficRun traffic(access, request.boards, {port}, !request.port.noReset,
                        [&printer](const PortEvent& event) { printer.take(event); });
     traffic.openLive();
     if (endRequested() == 0) notice("waiting for events of port " + port.text() + "; end with Ctrl-C");

@@ -13,7 +13,7 @@ namespace orvo::host {
 
 struct EventRequest {
     PortOptions port;
-    InstallationOptions installation;
+    BoardOptions boards;
     std::uint64_t events = 0;              ///< 0: no limit
     std::chrono::duration<double> time{0}; ///< from the opening of the port; 0: no limit
 };

@@ -72,9 +72,8 @@ bool isForThreads(const ExerciseStepRow& row) {
 class Exercise {
 public:
     explicit Exercise(const ExerciseRequest& request)
-        : request_(request), access_(request.installation, request.port.address.board),
-          log_(access_.installation), plugin_(access_.installation),
-          messages_(log_, DetailLevel, showMessage, nullptr) {
+        : request_(request), access_(request.boards, request.port.address.board), log_(access_.installation),
+          plugin_(access_.installation), messages_(log_, DetailLevel, showMessage, nullptr) {
         access_.bind(plugin_);
         if (access_.playback && !access_.playback->isRealTime()) letSleepsAdvance(showSleep);
         use(request.port.address);

@@ -11,7 +11,7 @@ namespace orvo::host {
 
 struct ExerciseRequest {
     PortOptions port; ///< the first one
-    InstallationOptions installation;
+    BoardOptions boards;
     std::vector<std::string> steps; ///< each "NAME" or "NAME=ARGUMENT,..."
 };
 

@@ -51,12 +51,12 @@ bool DeviceReopening::attempt() {
     return !reason;
 }
 
-ReinitializationReport reinitializePort(const InstallationOptions& installation, PortAddress port,
+ReinitializationReport reinitializePort(const BoardOptions& boards, PortAddress port,
                                         const std::vector<std::string>& command) {
     if (!command.empty() && !isProgram(command[0]))
         throw Failure("there is no program " + host::quoted(command[0]) + "; name another one after --");
-    const BoardAccess access(installation, port.board);
-    TrafficRun traffic(access, installation, {port}, false);
+    const BoardAccess access(boards, port.board);
+    TrafficRun traffic(access, boards, {port}, false);
     traffic.openAlone(port);
     throwIfEndRequested();
     auto& device = traffic.device(port);

@@ -42,7 +42,7 @@ struct ReinitializationReport {
 
 /// Opens the port without a reset, releases its device, runs the command, and opens the device again. Errors:
 /// Failure; Interruption when a signal came, once the command has ended and the device was asked for again.
-ReinitializationReport reinitializePort(const InstallationOptions& installation, PortAddress port,
+ReinitializationReport reinitializePort(const BoardOptions& boards, PortAddress port,
                                         const std::vector<std::string>& command);
 
 std::string reinitializationText(const ReinitializationReport& report);

@@ -45,7 +45,7 @@ void refuseUnfitting(const ReplayRequest& request) {
         throw UsageFailure(
             request.inputName() +
             " is not a regular file and can be read only once; leave --loop out, or save it first");
-    if (request.sending.pace.kind != Pace::Kind::Max && request.installation.virtualTime)
+    if (request.sending.pace.kind != Pace::Kind::Max && request.boards.virtualTime)
         throw UsageFailure("--pace waits in real time; leave --time virtual out");
 }
 
@@ -144,14 +144,14 @@ ReplayReport runReplay(const ReplayRequest& request) {
     refuseSameFile(request);
     const auto frames = checkCapture(request);
     const auto port = request.port.address;
-    const BoardAccess access(request.installation, port.board);
+    const BoardAccess access(request.boards, port.board);
     const auto beginOfTime = access.simulator ? access.simulator->microseconds() : 0;
     if (access.simulator) refuseFilesOfWires({{inputFile(request)}, {request.output}}, *access.simulator);
     ReplayReport report{.request = request, .receivingPort = receivingPortOf(request, access)};
     const auto output = openOutput(request, report.receivingPort);
     requireFrameRegisters(access.libraries, port);
     if (request.hostMakesFcs) requireChecksumRegister(access.libraries, port);
-    TrafficRun traffic(access, request.installation, {port, report.receivingPort}, !request.port.noReset);
+    TrafficRun traffic(access, request.boards, {port, report.receivingPort}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
     traffic.open();
 

@@ -21,7 +21,7 @@ struct ReplayRequest {
     std::uint64_t times = 1;   ///< that the capture is sent; 0: until a signal ends it
     PortOptions port;
     std::optional<PortAddress> receivingPort; ///< nothing: the port that the wire leads to
-    InstallationOptions installation;
+    BoardOptions boards;
 
     bool writesToOutput() const { return output == FrameOutput::standardOutput; }
     std::string inputName() const { return input == CaptureStream::standardInput ? "standard input" : input; }

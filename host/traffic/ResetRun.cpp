@@ -34,10 +34,10 @@ const char* afterwards(const ResetReport& report) {
 
 } // namespace
 
-ResetReport resetPort(const InstallationOptions& installation, PortAddress port) {
-    const BoardAccess access(installation, port.board);
+ResetReport resetPort(const BoardOptions& boards, PortAddress port) {
+    const BoardAccess access(boards, port.board);
     requirePhyRegisters(access.libraries, port);
-    TrafficRun traffic(access, installation, {port}, false);
+    TrafficRun traffic(access, boards, {port}, false);
     const Progress progress([&] { return "resetting port " + port.text() + " (takes about 2 s)"; });
     traffic.openAlone(port);
     ResetReport report{.port = port};

@@ -22,7 +22,7 @@ struct ResetReport {
 };
 
 /// Resets the PHY of a port, about 2 s, and waits for its link. Errors: Failure, Interruption.
-ResetReport resetPort(const InstallationOptions& installation, PortAddress port);
+ResetReport resetPort(const BoardOptions& boards, PortAddress port);
 
 std::string resetText(const ResetReport& report);
 nlohmann::ordered_json resetJson(const ResetReport& report);

@@ -78,7 +78,7 @@ std::uint64_t follow(const StreamSetup& setup, FrameSource& source, const Captur
 void followHost(const StreamSetup& setup, StreamRunReport& report) {
     const auto& [request, access, streams] = setup;
     const auto port = request.port.address;
-    TrafficRun traffic(access, request.installation, {port}, !request.port.noReset);
+    TrafficRun traffic(access, request.boards, {port}, !request.port.noReset);
     if (request.port.crcWatch) traffic.watchCrcErrors();
     std::optional<PortCounters> counters;
     if (request.port.noReset) counters.emplace(access, port); // frames may come as soon as the port is open
@@ -94,7 +94,7 @@ void followHost(const StreamSetup& setup, StreamRunReport& report) {
 }
 
 void followWire(const StreamSetup& setup, StreamRunReport& report) {
-    auto run = runAtWire(setup.access, setup.request.installation, setup.request.port,
+    auto run = runAtWire(setup.access, setup.request.boards, setup.request.port,
                          [&](FrameSource& source, const Capture::Call& ending) {
                              report.frames = follow(setup, source, ending);
                          });
@@ -104,7 +104,7 @@ void followWire(const StreamSetup& setup, StreamRunReport& report) {
 }
 
 StreamRunReport followPort(const StreamRequest& request, const StreamAccount::Take& take) {
-    const BoardAccess access(request.installation, request.port.address.board);
+    const BoardAccess access(request.boards, request.port.address.board);
     if (request.atWire) checkWire(request.port, access);
     LiveStreams streams(take);
     StreamRunReport report{.request = request};

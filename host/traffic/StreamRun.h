@@ -19,7 +19,7 @@ struct StreamRequest {
     bool atWire = false;  ///< listen at the port's cable instead, beside the program that uses it
     CaptureLimits limits; ///< at the port
     PortOptions port;
-    InstallationOptions installation;
+    BoardOptions boards;
 };
 
 struct StreamRunReport {

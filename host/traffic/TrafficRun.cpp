@@ -26,7 +26,7 @@ void TrafficAccount::addTo(nlohmann::ordered_json& document) const {
     if (ledger) document["faults"] = ledgerJson(*ledger);
 }
 
-TrafficRun::TrafficRun(const BoardAccess& access, const InstallationOptions& options,
+TrafficRun::TrafficRun(const BoardAccess& access, const BoardOptions& options,
                        const std::vector<PortAddress>& ports, bool resetBoards,
                        const PortEvents::Take& takeEvent)
     : access_(access), faults_(access, options, ports), ports_(access, ports, resetBoards) {

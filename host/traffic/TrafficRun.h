@@ -40,9 +40,8 @@ class TrafficRun {
 public:
     /// `takeEvent` as in PortEvents. Errors: Failure when faults are asked for and the plug-in's messages
     /// cannot be read.
-    TrafficRun(const BoardAccess& access, const InstallationOptions& options,
-               const std::vector<PortAddress>& ports, bool resetBoards,
-               const PortEvents::Take& takeEvent = tellEvent);
+    TrafficRun(const BoardAccess& access, const BoardOptions& options, const std::vector<PortAddress>& ports,
+               bool resetBoards, const PortEvents::Take& takeEvent = tellEvent);
 
     /// The plug-in logs receive errors from now on. Errors: as of Plugin::watchCrcErrors.
     void watchCrcErrors() { ports_.watchCrcErrors(); }

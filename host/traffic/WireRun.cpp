@@ -9,9 +9,9 @@
 namespace orvo::host {
 namespace {
 
-TrafficAccount recordWhileOpen(const BoardAccess& access, const InstallationOptions& installation,
-                               const PortOptions& port, WireSource& source, const WireRecorder& record) {
-    TrafficRun traffic(access, installation, {port.address}, !port.noReset);
+TrafficAccount recordWhileOpen(const BoardAccess& access, const BoardOptions& boards, const PortOptions& port,
+                               WireSource& source, const WireRecorder& record) {
+    TrafficRun traffic(access, boards, {port.address}, !port.noReset);
     traffic.openLive();
     FrameReceiver receiver(traffic.port(port.address), nullptr, nullptr);
     {
@@ -35,13 +35,13 @@ void checkWire(const PortOptions& port, const BoardAccess& access) {
             "faults FILE");
 }
 
-WireRun runAtWire(const BoardAccess& access, const InstallationOptions& installation, const PortOptions& port,
+WireRun runAtWire(const BoardAccess& access, const BoardOptions& boards, const PortOptions& port,
                   const WireRecorder& record) {
     const CableTap tap(*access.libraries.hal(), port.address);
     WireSource source(tap);
     WireRun run;
     if (access.server.empty())
-        run.account = recordWhileOpen(access, installation, port, source, record);
+        run.account = recordWhileOpen(access, boards, port, source, record);
     else
         record(source, [] {});
     run.counts = source.counts();

@@ -25,7 +25,7 @@ using WireRecorder = std::function<void(FrameSource& source, const Capture::Call
 
 /// At a server's board, the port is not opened: other programs use it. A port of this process's own boards is
 /// opened, and its frames are taken and dropped, so that frames pass. Errors: as of CableTap and TrafficRun.
-WireRun runAtWire(const BoardAccess& access, const InstallationOptions& installation, const PortOptions& port,
+WireRun runAtWire(const BoardAccess& access, const BoardOptions& boards, const PortOptions& port,
                   const WireRecorder& record);
 
 std::string wireText(const WireCounts& wire, PortAddress port);

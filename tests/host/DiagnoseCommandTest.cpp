@@ -19,7 +19,7 @@ using Json = nlohmann::ordered_json;
 using testing::HasSubstr;
 
 TEST(DiagnoseCommandTest, TellsASickLinkFromAHealthyOne) {
-    InstallationOptions options;
+    BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.virtualTime = true;
     const BoardAccess session(options, 0);

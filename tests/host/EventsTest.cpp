@@ -82,7 +82,7 @@ void report(const BoardAccess& access, unsigned first, unsigned last) {
 }
 
 TEST(TrafficRunTest, ASlowReaderLosesNoEventAndHoldsNoEndUp) {
-    InstallationOptions options;
+    BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     const BoardAccess access(options, 0);
     std::atomic<bool> mayTake{false};

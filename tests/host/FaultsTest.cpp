@@ -218,7 +218,7 @@ TEST_F(FaultsTest, FourPortsKeepTheirAccountsAcrossTheLimitOf32Bits) {
     }
     script += fault("link-flap", "at = 2500\nfor_ms = 5") +
               fault("board-gone", "at = 4000\nfor_ms = 250\nport = 3");
-    InstallationOptions options;
+    BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}, {"2", "port:0/3"}};
     options.faults = writeFaults(folder, script);
@@ -258,7 +258,7 @@ TEST_F(FaultsTest, APairOfPortsKeepsItsAccountsForAsManyFramesAsAsked) {
     const auto frames = numberFrom("ORVO_CONSERVATION_FRAMES", 4000);
     const auto often =
         "rate = " + std::to_string(std::min<std::uint64_t>(1'000'000, 500'000'000'000 / frames)) + "e-9\n";
-    InstallationOptions options;
+    BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.wires = {{"0", "port:0/1"}};
     options.faults = writeFaults(folder, fault("loss", often) + fault("fcs-flip", often));

@@ -62,7 +62,7 @@ TEST(ChartTest, DrawsKnownValuesAndTellsThemInWords) {
 }
 
 TEST(ObservationTest, RecordsWhatComesInItsTimeAndFindsWhatRoseMeanwhile) {
-    InstallationOptions options;
+    BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.virtualTime = true;
     const BoardAccess session(options, 0);

@@ -184,7 +184,7 @@ TEST(StreamHistoriesTest, HaveTheLatestRateOfImagesAndFallWithoutAny) {
 }
 
 TEST(SamplerTest, SeesFailedReadsBoardsThatGoAndLinks) {
-    InstallationOptions options;
+    BoardOptions options;
     options.root = ORVO_BUILD_ROOT;
     options.virtualTime = true;
     const BoardAccess session(options, 0);

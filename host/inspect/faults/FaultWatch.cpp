@@ -47,7 +47,7 @@ OrvoSimPort growth(const OrvoSimPort& before, OrvoSimPort now) {
 
 } // namespace
 
-FaultWatch::FaultWatch(const BoardAccess& access, InstallationOptions options, std::vector<PortAddress> ports)
+FaultWatch::FaultWatch(const BoardAccess& access, BoardOptions options, std::vector<PortAddress> ports)
     : access_(access), options_(std::move(options)), ports_(std::move(ports)),
       exceptionsBefore_(std::uncaught_exceptions()) {
     if (!access.hasFaults) return;

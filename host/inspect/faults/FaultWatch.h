@@ -16,7 +16,7 @@ class FaultWatch {
 public:
     /// `access` must outlive it. `ports` are those that will be used. Errors: Failure when the plug-in's
     /// messages, which the account needs, are not available.
-    FaultWatch(const BoardAccess& access, InstallationOptions options, std::vector<PortAddress> ports);
+    FaultWatch(const BoardAccess& access, BoardOptions options, std::vector<PortAddress> ports);
     /// Where a failure cut the run short, writes the faults injected so far to standard error.
     ~FaultWatch();
     FaultWatch(const FaultWatch&) = delete;
@@ -45,7 +45,7 @@ private:
     Ledger injections() const;
 
     const BoardAccess& access_;
-    const InstallationOptions options_;
+    const BoardOptions options_;
     const std::vector<PortAddress> ports_;
     std::vector<Before> before_; // of all ports that exist
     std::optional<PluginLog> log_;
