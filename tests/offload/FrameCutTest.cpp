@@ -10,8 +10,7 @@ namespace {
 
 using namespace test;
 
-const FrameBytes tag = {0x81, 0, 0x20, 5}, twoTags = {0x88, 0xA8, 0, 7, 0x81, 0, 0, 5};
-const FrameBytes timestamps = {1, 1, 8, 10, 1, 2, 3, 4, 5, 6, 7, 8};
+const FrameBytes twoTags = {0x88, 0xA8, 0, 7, 0x81, 0, 0, 5};
 const FrameBytes routerAlert = {0x94, 4, 0, 0}, padding = {0, 0, 1, 4, 0, 0, 0, 0};
 
 /// Cuts in the middle of other bytes, which must stay.

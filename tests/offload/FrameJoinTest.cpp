@@ -13,10 +13,7 @@ namespace {
 
 using namespace test;
 
-const FrameBytes tag = {0x81, 0, 0x20, 5};
-const FrameBytes timestamps = {1, 1, 8, 10, 1, 2, 3, 4, 5, 6, 7, 8};
-
-std::vector<FrameBytes> cutOf(JoinedFrame joined) {
+std::vector<FrameBytes> cutAgain(JoinedFrame joined) {
     std::vector<FrameBytes> frames;
     FrameCut cut(joined.header, joined.bytes);
     for (auto frame = cut.next(); !frame.empty(); frame = cut.next())
@@ -38,7 +35,7 @@ Passed pass(const std::vector<FrameBytes>& frames) {
         passed.together.push_back(join.frames());
         const auto [header, bytes] = join.take();
         EXPECT_EQ(join.frames(), 0U);
-        for (auto& frame : cutOf(JoinedFrame{header, {bytes.begin(), bytes.end()}, {}}))
+        for (auto& frame : cutAgain(JoinedFrame{header, {bytes.begin(), bytes.end()}, {}}))
             passed.frames.push_back(std::move(frame));
     };
     for (const auto& frame : frames) {
@@ -82,7 +79,7 @@ TEST(FrameJoinTest, WhatIsJoinedIsCutIntoTheSameFrames) {
             auto form = forms[below(std::size(forms))];
             form.payloadBytes = 1 + below(12'000);
             form.segmentBytes = static_cast<std::uint16_t>(20 + below(1440));
-            for (auto& frame : cutOf(joinedFrame(form))) {
+            for (auto& frame : cutAgain(joinedFrame(form))) {
                 const auto fate = below(40);
                 if (fate == 0) continue;
                 if (fate == 1) frame[below(frame.size())] ^= static_cast<std::uint8_t>(1U << below(8));
@@ -102,14 +99,14 @@ TEST(FrameJoinTest, AWholeStreamIsOneFrameAsTheSystemLeavesItToItsNetworkCard) {
             auto joined =
                 joinedFrame({.isIpv6 = isIpv6, .tags = tag, .tcpFlags = flags, .payloadBytes = 60'001});
             FrameJoin join;
-            for (const auto& frame : cutOf(joined)) ASSERT_TRUE(join.isOpen() && join.add(frame));
+            for (const auto& frame : cutAgain(joined)) ASSERT_TRUE(join.isOpen() && join.add(frame));
             const auto made = join.take();
             EXPECT_TRUE(std::ranges::equal(made.bytes, joined.bytes));
             EXPECT_EQ(std::memcmp(&made.header, &joined.header, sizeof made.header), 0);
         }
     const auto longer = joinedFrame({.payloadBytes = 65'000}), more = joinedFrame({.payloadBytes = 1448});
-    auto frames = cutOf(longer);
-    frames.back() = cutOf(more).front(); // would exceed an IP packet's length field
+    auto frames = cutAgain(longer);
+    frames.back() = cutAgain(more).front(); // would exceed an IP packet's length field
     for (auto& frame : frames) frame[47] = 0x10;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const auto sequence = 0xFFFFFC01 + i * 1448;
@@ -121,13 +118,13 @@ TEST(FrameJoinTest, AWholeStreamIsOneFrameAsTheSystemLeavesItToItsNetworkCard) {
     EXPECT_THAT(pass(frames).together, testing::ElementsAre(45, 1));
     FrameBytes tags;
     for (int i = 0; i < 30; ++i) tags.insert(tags.end(), tag.begin(), tag.end());
-    const auto tagged = cutOf(joinedFrame({.tags = tags, .payloadBytes = 65'490, .segmentBytes = 1310}));
+    const auto tagged = cutAgain(joinedFrame({.tags = tags, .payloadBytes = 65'490, .segmentBytes = 1310}));
     EXPECT_EQ(pass(tagged).frames, tagged); // headers take the room for the last
 }
 
 TEST(FrameJoinTest, JoinsNothingThatDiffersInMoreThanItsPlaceInTheStream) {
     constexpr std::size_t ip = 18, tcp = ip + 20; // behind a tag
-    const auto frames = cutOf(
+    const auto frames = cutAgain(
         joinedFrame({.tags = tag, .tcpOptions = timestamps, .tcpFlags = 0x10, .payloadBytes = 3 * 1448}));
     ASSERT_THAT(pass(frames).together, testing::ElementsAre(3));
     constexpr struct {

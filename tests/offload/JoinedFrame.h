@@ -16,6 +16,9 @@ namespace orvo::test {
 using FrameBytes = std::vector<std::uint8_t>;
 using FrameView = std::span<const std::uint8_t>;
 
+inline const FrameBytes tag = {0x81, 0, 0x20, 5};
+inline const FrameBytes timestamps = {1, 1, 8, 10, 1, 2, 3, 4, 5, 6, 7, 8}; // an option of TCP
+
 inline std::size_t read16(FrameView bytes, std::size_t at) {
     return bytes[at] * std::size_t{256} + bytes[at + 1];
 }

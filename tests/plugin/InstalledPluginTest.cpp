@@ -29,6 +29,12 @@ void* operator new(std::size_t bytes) {
         if (void* const block = std::malloc(bytes)) return block;
     throw std::bad_alloc();
 }
+// The standard one calls the other; a sanitizer's would not.
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept try {
+    return operator new(bytes);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
 void operator delete(void* block) noexcept {
     std::free(block);
 }

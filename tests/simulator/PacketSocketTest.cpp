@@ -139,10 +139,11 @@ TEST_F(PacketSocketTest, AStreamArrivesAsItsFramesInOrderHoweverItIsSent) {
     orvo::offload::FrameCut cut(joined.header, memory);
     for (auto frame = cut.next(); !frame.empty(); frame = cut.next())
         frames.emplace_back(frame.begin(), frame.end());
-    for (const char* how : {"joined", "with offload off", "with an MTU that is too small"}) {
+    enum { Joined, WithOffloadOff, WithTooSmallMtu };
+    for (const auto how : {Joined, WithOffloadOff, WithTooSmallMtu}) {
         SCOPED_TRACE(how);
-        const bool isRefused = how[7] == 'n';
-        if (how[5] == 'o') setOffload("near0", false);
+        const bool isRefused = how == WithTooSmallMtu;
+        if (how == WithOffloadOff) setOffload("near0", false);
         if (isRefused) ip("link set near0 mtu 1400");
         Port unused;
         Listener listener;
