@@ -129,7 +129,7 @@ TEST_F(LabTest, TheDemonstrationsNumbersAgreeWithTheClientsAndThePorts) {
     if (exitCode == 0)
         EXPECT_TRUE(areSame(0) || areSame(1)) << out << err;
     else
-        EXPECT_THAT(err, HasSubstr("demo: images were lost"));
+        EXPECT_THAT(err, HasSubstr("demo: the client lacks images"));
     EXPECT_EQ(account[0], packetsHere[0] + packetsHere[1]);
     EXPECT_EQ(account[0] + account[1], plugin[0]);
     EXPECT_EQ(plugin[0] + board[1], board[0]);
