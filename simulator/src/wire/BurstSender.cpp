@@ -31,7 +31,8 @@ BurstSender::BurstSender(Send send, LinkListener& listener)
 
 BurstSender::~BurstSender() {
     tail_.fetch_or(ending, std::memory_order_seq_cst);
-    tail_.notify_one();
+    sleeps_.store(0, std::memory_order_seq_cst);
+    sleeps_.notify_one();
     thread_.join();
 }
 
@@ -45,7 +46,7 @@ bool BurstSender::post(WireBytes frame) noexcept {
     slot.bytes = static_cast<std::uint32_t>(frame.size());
     std::ranges::copy(frame, slot.content.begin());
     tail_.store(tail + step, std::memory_order_seq_cst); // seq_cst: the thread sees it, or this sees it sleep
-    if (sleeps_.load(std::memory_order_seq_cst) && sleeps_.exchange(false)) tail_.notify_one();
+    if (sleeps_.load(std::memory_order_seq_cst) != 0 && sleeps_.exchange(0) != 0) sleeps_.notify_one();
     return true;
 }
 
@@ -89,14 +90,15 @@ void BurstSender::run() noexcept {
 /// Returns once there are frames, or the end has come.
 void BurstSender::awaitWork() noexcept {
     const auto head = head_.load(std::memory_order_relaxed);
-    const auto hasWork = [&] { return tail_.load(std::memory_order_acquire) != head; };
-    if (!hasWork() && !(framesKeepComing_ && comesSoon(hasWork))) {
-        const auto begin = SteadyClock::now();
-        sleeps_.store(true, std::memory_order_seq_cst);
-        tail_.wait(head, std::memory_order_seq_cst);
-        sleeps_.store(false, std::memory_order_relaxed);
-        framesKeepComing_ = SteadyClock::now() - begin < soon + wakeTime;
-    }
+    const auto hasWork = [&] { return tail_.load(std::memory_order_seq_cst) != head; };
+    if (hasWork() || (framesKeepComing_ && comesSoon(hasWork))) return;
+    const auto begin = SteadyClock::now();
+    do { // again where a sender that was slow to look wakes it for a frame that has left since
+        sleeps_.store(1, std::memory_order_seq_cst);
+        if (!hasWork()) sleeps_.wait(1);
+    } while (!hasWork());
+    sleeps_.store(0, std::memory_order_relaxed);
+    framesKeepComing_ = SteadyClock::now() - begin < soon + wakeTime;
 }
 
 /// Takes the next frame into the join, and those after it that continue it. Returns the position behind them;

@@ -76,9 +76,9 @@ private:
     std::chrono::steady_clock::time_point lastPosted_{}; // the sender's
     alignas(64) std::atomic<std::uint32_t> tail_{0};     // of the newest frame, the sender's; with `ending`
     alignas(64) std::atomic<std::uint32_t> head_{0};     // all before have left; the thread's
-    // The thread sleeps, and nobody has woken it: notifying is a system call, also for a thread that still
+    // 1: the thread sleeps, and nobody has woken it. Notifying is a system call, also for a thread that still
     // waits for a processor.
-    std::atomic<bool> sleeps_{false};
+    std::atomic<std::uint32_t> sleeps_{0};
     bool framesKeepComing_ = false; // this and the next two are the thread's
     bool hasRoom_ = true;           // the interface took the last frame
     std::unique_ptr<offload::FrameJoin> join_;
