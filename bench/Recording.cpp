@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What recording every board call adds to a frame's road through plug-in and simulated board: the same frames
-// at ports that are recorded and at ports that are not, as fast as they go; and how many calls are lost when
-// they come at line rate.
+// A frame's road through plug-in and simulated board while every board call is recorded, as fast as frames
+// go; and how many calls are lost when they come at line rate. orvo-bench-pipeline has the road without
+// recording.
 #include "SimulatedPorts.h"
 
 #include "device/recording/RecordingFile.h"
@@ -34,13 +34,6 @@ std::uint64_t lostCalls() {
     while (const auto block = reader.next()) lost += block->lost;
     return lost;
 }
-
-void plain(benchmark::State& state) {
-    orvo::bench::SimulatedPorts ports;
-    const orvo::bench::SealedFrame frame(static_cast<int>(state.range(0)));
-    for (auto _ : state) passFrame(ports, frame);
-}
-BENCHMARK(plain)->Apply(frameSizes);
 
 /// These frames come faster than a line brings them. After each few, the writing thread may catch up: a call
 /// that finds no room costs less than one that is recorded.
