@@ -37,7 +37,10 @@ template <class Holds> bool comesWithin(std::chrono::nanoseconds limit, ServerWa
 
 TransmitSlot& RemoteTransmitter::openNext() noexcept {
     const bool hasRoom = comesWithin(patience_, server_, [this] { return !isFull(); });
-    if (!hasRoom) server_.giveUp(), lost_.empty();
+    if (!hasRoom) {
+        server_.giveUp();
+        lost_.empty();
+    }
     return *(slot_ = hasRoom ? &ring_.at(ring_.published.load(std::memory_order_relaxed)) : &lost_);
 }
 
